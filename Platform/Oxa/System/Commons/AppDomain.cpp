@@ -1,0 +1,34 @@
+#include "Oxa/System/Commons/AppDomain.hpp"
+
+#include <utility>
+
+namespace Oxa::System::Commons
+{
+
+template class Singleton<AppDomain>;
+
+AppDomain::AppDomain(BasicString name) : name(std::move(name))
+{
+}
+
+AppDomain::~AppDomain() = default;
+
+const BasicString& AppDomain::GetName() const noexcept
+{
+    return name;
+}
+
+void AppDomain::SetVariable(const BasicString& variableName, BasicString value)
+{
+    const std::lock_guard lock(mutex);
+    variables.insert_or_assign(variableName, std::move(value));
+}
+
+std::optional<BasicString> AppDomain::TryGetVariable(std::string_view variableName) const
+{
+    const std::lock_guard lock(mutex);
+    const auto found = variables.find(variableName);
+    return found == variables.end() ? std::nullopt : std::optional(found->second);
+}
+
+} // namespace Oxa::System::Commons

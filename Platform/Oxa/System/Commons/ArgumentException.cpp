@@ -1,0 +1,16 @@
+#include "Oxa/System/Commons/ArgumentException.hpp"
+
+namespace Oxa::System::Commons
+{
+
+const char* const ArgumentException::defaultMessage1 = "The argument '{0}' is not valid.";
+
+const char* const ArgumentException::defaultMessage2 = "The argument '{0}' is not valid. {2}. Its value is '{1}'.";
+
+ArgumentException::ArgumentException(const ArgumentException&) noexcept = default;
+
+ArgumentException& ArgumentException::operator=(const ArgumentException&) noexcept = default;
+
+ArgumentException::~ArgumentException() = default;
+
+} // namespace Oxa::System::Commons

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "Oxa/System/Commons/Export.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace Oxa::System::Commons::Json
+{
+
+/// Writes one JSON document from front to back. The same key is written twice when asked to. Bytes that are no UTF-8
+/// come out as U+FFFD, so that every document is valid.
+/// Threads: one at a time. Throws InvalidOperationException when a bracket is closed that is not open.
+class OXA_EXPORT JsonWriter final
+{
+public:
+    JsonWriter();
+    JsonWriter(const JsonWriter&) = delete;
+    JsonWriter& operator=(const JsonWriter&) = delete;
+    ~JsonWriter();
+
+    void WriteStartObject();
+    void WriteStartObject(std::string_view name);
+    void WriteEndObject();
+
+    void WriteValue(std::string_view name, std::string_view value);
+    void WriteValue(std::string_view name, const char* value);
+    void WriteValue(std::string_view name, bool value);
+    void WriteValue(std::string_view name, int8 value);
+    void WriteValue(std::string_view name, uint8 value);
+    void WriteValue(std::string_view name, int32 value);
+    void WriteValue(std::string_view name, uint32 value);
+    void WriteValue(std::string_view name, int64 value);
+    void WriteValue(std::string_view name, uint64 value);
+
+    /// An array of numbers, also for 8-bit elements.
+    void WriteSimpleArray(std::string_view name, const std::vector<uint8>& values);
+    void WriteSimpleArray(std::string_view name, const std::vector<BasicString>& values);
+
+    /// An array of objects: the items lie between these two.
+    void WriteStartComplexArray(std::string_view name);
+    /// False, and nothing is written, when the innermost open bracket is not a complex array's.
+    bool TryWriteEndComplexArray();
+
+    /// False, and nothing is written, when the innermost open bracket is not a complex array's.
+    bool TryWriteStartComplexArrayItem();
+    void WriteEndComplexArrayItem();
+
+    /// Valid until the next call of this object.
+    [[nodiscard]] std::string_view GetText() const noexcept;
+
+    /// Starts a new document and keeps the storage.
+    void Clear();
+
+private:
+    struct Implementation;
+    std::unique_ptr<Implementation> implementation;
+};
+
+} // namespace Oxa::System::Commons::Json

@@ -1,0 +1,135 @@
+#include "Oxa/System/Commons/Text.hpp"
+
+#include <rapidjson/encodings.h>
+
+#include <cxxabi.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace Oxa::System::Commons::Text
+{
+
+namespace
+{
+
+/// A RapidJSON input stream over a view that reads as NUL behind its end.
+class ViewStream final
+{
+public:
+    using Ch = char;
+
+    explicit ViewStream(std::string_view text) : text(text)
+    {
+    }
+
+    Ch Take()
+    {
+        return position < text.size() ? text[position++] : '\0';
+    }
+
+    [[nodiscard]] std::size_t Tell() const
+    {
+        return position;
+    }
+
+private:
+    std::string_view text;
+    std::size_t position = 0;
+};
+
+std::size_t CountLeadingAscii(std::string_view text) noexcept
+{
+    constexpr std::uint64_t highBits = 0x8080808080808080U;
+    std::size_t position = 0;
+    for (; position + sizeof(std::uint64_t) <= text.size(); position += sizeof(std::uint64_t))
+    {
+        std::uint64_t word = 0;
+        std::memcpy(&word, text.data() + position, sizeof word);
+        if ((word & highBits) != 0)
+        {
+            break;
+        }
+    }
+    while (position < text.size() && static_cast<unsigned char>(text[position]) < 0x80)
+    {
+        ++position;
+    }
+    return position;
+}
+
+/// The length of the well-formed sequence at the start of `text`, 0 when there is none. Requires: not empty.
+std::size_t MeasureSequence(std::string_view text) noexcept
+{
+    ViewStream stream(text);
+    unsigned codePoint = 0;
+    const bool isValid = rapidjson::UTF8<>::Decode(stream, &codePoint);
+    return isValid && stream.Tell() <= text.size() ? stream.Tell() : 0;
+}
+
+} // namespace
+
+bool IsValidUtf8(std::string_view text) noexcept
+{
+    for (text.remove_prefix(CountLeadingAscii(text)); !text.empty(); text.remove_prefix(CountLeadingAscii(text)))
+    {
+        const std::size_t length = MeasureSequence(text);
+        if (length == 0)
+        {
+            return false;
+        }
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
+BasicString ReplaceInvalidUtf8(std::string_view text)
+{
+    BasicString result;
+    result.reserve(text.size());
+    while (!text.empty())
+    {
+        std::size_t length = CountLeadingAscii(text);
+        if (length == 0)
+        {
+            length = MeasureSequence(text);
+        }
+        if (length == 0)
+        {
+            result += "\xEF\xBF\xBD";
+            text.remove_prefix(1);
+            continue;
+        }
+        result += text.substr(0, length);
+        text.remove_prefix(length);
+    }
+    return result;
+}
+
+BasicString EscapeControlCharacters(std::string_view text)
+{
+    BasicString result;
+    result.reserve(text.size());
+    for (const char character : text)
+    {
+        const auto byte = static_cast<unsigned char>(character);
+        if (byte < 0x20 || byte == 0x7F)
+        {
+            fmt::format_to(std::back_inserter(result), "\\x{:02x}", byte);
+            continue;
+        }
+        result += character;
+    }
+    return IsValidUtf8(result) ? result : ReplaceInvalidUtf8(result);
+}
+
+BasicString GetTypeName(const std::type_info& type)
+{
+    int status = 0;
+    const std::unique_ptr<char, decltype(&std::free)> name(
+        abi::__cxa_demangle(type.name(), nullptr, nullptr, &status), &std::free);
+    return name ? BasicString(name.get()) : BasicString(type.name());
+}
+
+} // namespace Oxa::System::Commons::Text

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Oxa/System/Commons/Export.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <fmt/format.h>
+
+#include <string_view>
+#include <typeinfo>
+
+/// Text helpers. Safe from any thread.
+namespace Oxa::System::Commons::Text
+{
+
+/// Fills the placeholders {0}, {1}, … of a template that is only known at run time.
+/// Throws fmt::format_error when template and arguments do not fit.
+template <class... Args>
+[[nodiscard]] BasicString Format(std::string_view messageTemplate, const Args&... args)
+{
+    return fmt::vformat(fmt::string_view(messageTemplate.data(), messageTemplate.size()), fmt::make_format_args(args...));
+}
+
+[[nodiscard]] OXA_EXPORT bool IsValidUtf8(std::string_view text) noexcept;
+
+/// Every byte that is no part of a well-formed UTF-8 sequence becomes U+FFFD; the result is valid UTF-8.
+[[nodiscard]] OXA_EXPORT BasicString ReplaceInvalidUtf8(std::string_view text);
+
+/// One line that can be logged: control characters become \xNN, bytes that are no UTF-8 become U+FFFD.
+[[nodiscard]] OXA_EXPORT BasicString EscapeControlCharacters(std::string_view text);
+
+/// The fully qualified name of a type as it is written in source code.
+[[nodiscard]] OXA_EXPORT BasicString GetTypeName(const std::type_info& type);
+
+} // namespace Oxa::System::Commons::Text

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Oxa/System/Commons/Export.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <string_view>
+
+namespace Oxa::System::Commons
+{
+class AppDomain;
+}
+
+namespace Oxa::System::Commons::Xml
+{
+
+/// Resolves placeholders in configuration texts: ${NAME} becomes the application domain's variable of that name, else
+/// the environment's; an unknown one stays as it is. What a placeholder resolves to is not searched again.
+/// Threads: as safe as the application domain; the environment must not change meanwhile.
+class OXA_EXPORT PlaceholderExpression final
+{
+public:
+    /// `appDomain` is borrowed; null: only the environment.
+    explicit PlaceholderExpression(const AppDomain* appDomain) noexcept;
+
+    [[nodiscard]] BasicString Resolve(std::string_view text) const;
+
+private:
+    [[nodiscard]] bool TryResolveName(const BasicString& name, BasicString& value) const;
+
+    const AppDomain* appDomain;
+};
+
+} // namespace Oxa::System::Commons::Xml

@@ -1,0 +1,44 @@
+#include "Oxa/System/Commons/Xml/XmlConfigDocument.hpp"
+
+#include "Oxa/System/Commons/AppDomain.hpp"
+#include "Oxa/System/Commons/Xml/IXmlSerializable.hpp"
+#include "Oxa/System/Commons/Xml/XmlReader.hpp"
+#include "Oxa/System/Commons/Xml/XmlSerializationContext.hpp"
+
+#include <utility>
+
+namespace Oxa::System::Commons::Xml
+{
+
+XmlConfigDocument::XmlConfigDocument(BasicString documentElementName, IXmlSerializable& root) :
+    documentElementName(std::move(documentElementName)), root(root)
+{
+}
+
+XmlConfigDocument::~XmlConfigDocument() = default;
+
+void XmlConfigDocument::Load(const BasicString& path)
+{
+    XmlReader reader(path);
+    if (const BasicString name = reader.GetElementLocalName(); name != documentElementName)
+    {
+        throw XmlException::Create(
+            reader, "the document element is '{0}', expected '{1}'", name, documentElementName);
+    }
+    XmlSerializationContext context(Singleton<AppDomain>::TryGetInstance());
+    try
+    {
+        root.ReadXml(reader, context);
+    }
+    catch (XmlException& exception)
+    {
+        if (!exception.HasPositionInText())
+        {
+            exception.SetReadingPosition(Text::Format("{0}:{1}", reader.GetFileName(), reader.GetLineNumber()));
+        }
+        throw;
+    }
+    reader.ReadToEnd();
+}
+
+} // namespace Oxa::System::Commons::Xml

@@ -1,0 +1,102 @@
+#pragma once
+
+#include "Oxa/System/Commons/Export.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Commons/XmlException.hpp"
+
+#include <charconv>
+#include <concepts>
+#include <cstddef>
+#include <memory>
+#include <string_view>
+#include <type_traits>
+
+namespace Oxa::System::Commons::Xml
+{
+
+/// Reads one XML document from front to back, forwards only. Document type declarations are refused, so there are no
+/// entities but the predefined ones, and nothing is ever fetched.
+/// Threads: one at a time. Throws XmlException, with file and line, when the text is not well-formed.
+class OXA_EXPORT XmlReader final
+{
+public:
+    /// Larger documents are refused.
+    static constexpr std::size_t maximumBytes = std::size_t{1024} * 1024;
+
+    /// Stands on the document element. Throws XmlException when the file cannot be read or is too large.
+    explicit XmlReader(BasicString fileName);
+
+    /// The same for a text in memory; `fileName` is for messages only.
+    XmlReader(BasicString text, BasicString fileName);
+
+    XmlReader(const XmlReader&) = delete;
+    XmlReader& operator=(const XmlReader&) = delete;
+    ~XmlReader();
+
+    /// Whether the current element is written as <a/>.
+    [[nodiscard]] bool IsEmptyElement() const;
+
+    /// Moves on to the next start tag inside the document element, over text, comments and end tags; with a name, also
+    /// over elements of another name. False when the document element ends.
+    bool TryReadStartElement(std::string_view name = {});
+
+    /// On an element: leaves it with all it holds.
+    void ReadEndElement();
+
+    [[nodiscard]] BasicString GetElementLocalName() const;
+
+    /// How many elements the current one lies in: 0 for the document element.
+    [[nodiscard]] int GetDepth() const;
+
+    /// False, and `value` is unchanged, when the current element has no such attribute. `T`: BasicString, bool ("true"
+    /// or "false") or an integer type, for which a text that does not fit throws XmlException.
+    template <class T>
+    bool TryGetAttributeValue(std::string_view attributeName, T& value) const
+    {
+        BasicString text;
+        if (!TryGetAttributeText(attributeName, text))
+        {
+            return false;
+        }
+        if constexpr (std::is_same_v<T, BasicString>)
+        {
+            value = std::move(text);
+        }
+        else if constexpr (std::is_same_v<T, bool>)
+        {
+            if (text != "true" && text != "false")
+            {
+                ThrowBadAttribute(attributeName, text, "true or false");
+            }
+            value = text == "true";
+        }
+        else
+        {
+            static_assert(std::integral<T>);
+            const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+            if (error != std::errc() || end != text.data() + text.size())
+            {
+                ThrowBadAttribute(attributeName, text, "a whole number in range");
+            }
+        }
+        return true;
+    }
+
+    /// Reads to the end of the document, so that what follows the document element has been checked as well.
+    void ReadToEnd();
+
+    /// First line 1.
+    [[nodiscard]] int GetLineNumber() const;
+    [[nodiscard]] const BasicString& GetFileName() const noexcept;
+
+private:
+    struct Implementation;
+
+    bool TryGetAttributeText(std::string_view attributeName, BasicString& text) const;
+    [[noreturn]] void ThrowBadAttribute(
+        std::string_view attributeName, const BasicString& text, std::string_view expected) const;
+
+    std::unique_ptr<Implementation> implementation;
+};
+
+} // namespace Oxa::System::Commons::Xml

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "Oxa/System/Commons/Exception.hpp"
+
+namespace Oxa::System::Commons
+{
+
+namespace Xml
+{
+class XmlReader;
+}
+
+/// A settings or configuration document cannot be read or does not say what it has to.
+class OXA_EXPORT XmlException final : public Exception
+{
+public:
+    /// {0} what is wrong, {1} file name, {2} line number, first line 1.
+    static const char* const fileLineMessage;
+
+    using Exception::Exception;
+    XmlException(const XmlException&) noexcept;
+    XmlException& operator=(const XmlException&) noexcept;
+    ~XmlException() override;
+
+    /// The text is the filled template and carries no position.
+    template <class... Args>
+    [[nodiscard]] static XmlException Create(std::string_view messageTemplate, const Args&... args)
+    {
+        return XmlException(Text::Format(messageTemplate, args...));
+    }
+
+    /// The text is the filled template, combined with the reader's file and line through `fileLineMessage`.
+    template <class... Args>
+    [[nodiscard]] static XmlException Create(
+        const Xml::XmlReader& reader, std::string_view messageTemplate, const Args&... args)
+    {
+        return CreateAtPosition(reader, Text::Format(messageTemplate, args...));
+    }
+
+    [[nodiscard]] static XmlException CreateAt(
+        const BasicString& fileName, int lineNumber, std::string_view message);
+
+    /// "FILE:LINE" of the place that was being read when the exception passed through the document, for a report to
+    /// people; the text of the exception stays as it was created. Empty when the text names the place itself.
+    [[nodiscard]] const BasicString& GetReadingPosition() const noexcept;
+    void SetReadingPosition(BasicString position);
+
+    [[nodiscard]] bool HasPositionInText() const noexcept;
+
+private:
+    [[nodiscard]] static XmlException CreateAtPosition(const Xml::XmlReader& reader, std::string_view message);
+
+    bool hasPositionInText = false;
+    std::shared_ptr<const BasicString> readingPosition;
+};
+
+} // namespace Oxa::System::Commons

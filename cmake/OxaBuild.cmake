@@ -1,0 +1,58 @@
+# What every target of this project has in common.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR};$ORIGIN")
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+endif()
+
+set(OXA_SANITIZERS "" CACHE STRING "Sanitizers for every target, for instance address,undefined")
+if(OXA_SANITIZERS)
+  add_compile_options("-fsanitize=${OXA_SANITIZERS}" -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options("-fsanitize=${OXA_SANITIZERS}")
+endif()
+
+add_library(OxaWarnings INTERFACE)
+target_compile_options(OxaWarnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow=local -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual)
+
+# oxa_harden(<target>): what the loader can enforce for every binary.
+function(oxa_harden target)
+  target_link_options(${target} PRIVATE -Wl,-z,relro -Wl,-z,now)
+  get_target_property(type ${target} TYPE)
+  if(NOT type STREQUAL "EXECUTABLE")
+    target_link_options(${target} PRIVATE -Wl,-z,defs)
+  endif()
+endfunction()
+
+# oxa_export_only(<target> <map>): the map decides what a shared object exports; hidden visibility alone leaks
+# instantiations of standard templates.
+function(oxa_export_only target map)
+  target_link_options(${target} PRIVATE "-Wl,--version-script=${map}")
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${map}")
+endfunction()
+
+# oxa_add_platform_library(<name> SOURCES … [PUBLIC …] [PRIVATE …]): the shared library libOxa.<name>.so with the alias
+# Oxa::<name>, which is also its name after installation.
+function(oxa_add_platform_library name)
+  cmake_parse_arguments(arg "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  set(target "Oxa.${name}")
+  add_library(${target} SHARED ${arg_SOURCES})
+  add_library("Oxa::${name}" ALIAS ${target})
+  set_target_properties(${target} PROPERTIES OUTPUT_NAME "${target}" EXPORT_NAME "${name}")
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  target_include_directories(${target} PUBLIC
+    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/Platform>" "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
+  target_link_libraries(${target} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE} "$<BUILD_INTERFACE:OxaWarnings>")
+  oxa_harden(${target})
+  oxa_export_only(${target} "${PROJECT_SOURCE_DIR}/cmake/Platform.map")
+  install(TARGETS ${target} EXPORT OxaTargets LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+endfunction()
