@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Oxa/System/Commons/Delegate.hpp"
+#include "Oxa/System/Rsc/IRscReadEnumerator.hpp"
+#include "Oxa/System/Rsc/IRscWriteEnumerator.hpp"
+#include "Oxa/System/Rsc/RscString.hpp"
+#include "Oxa/System/Rsc/RscVariant.hpp"
+
+namespace Oxa::Device::Interface::Services
+{
+
+/// The dotted name of one device item, for instance "Status.Board.Temperature.Centigrade".
+using ItemKey = System::Rsc::RscString<512>;
+
+/// Its value; the type NotSet when the device has no such item or cannot read it now.
+using ItemValue = System::Rsc::RscVariant<512>;
+
+/// Called once by a multi-item read to take the keys.
+using WriteItemKeysDelegate = Oxa::delegate<void(System::Rsc::IRscWriteEnumerator<ItemKey>&)>;
+
+/// Called once by a multi-item read, after the keys were taken, to deliver one value per key in the order of the keys.
+using ReadItemValuesDelegate = Oxa::delegate<void(System::Rsc::IRscReadEnumerator<ItemValue>&)>;
+
+} // namespace Oxa::Device::Interface::Services

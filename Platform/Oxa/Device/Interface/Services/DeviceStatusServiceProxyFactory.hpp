@@ -1,0 +1,25 @@
+#pragma once
+
+#include "Oxa/System/Commons/Export.hpp"
+#include "Oxa/System/Rsc/IRscServiceProxyFactory.hpp"
+
+namespace Oxa::Device::Interface::Services
+{
+
+/// Makes proxies for IDeviceStatusService. Safe from any thread.
+class OXA_EXPORT DeviceStatusServiceProxyFactory final : public System::Rsc::IRscServiceProxyFactory
+{
+public:
+    [[nodiscard]] static DeviceStatusServiceProxyFactory& GetInstance();
+
+    ~DeviceStatusServiceProxyFactory() override;
+
+    [[nodiscard]] const char* GetServiceInterfaceName() const override;
+    [[nodiscard]] const char* GetServiceProviderName() const override;
+    [[nodiscard]] System::Rsc::IRscService* CreateProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot) override;
+
+private:
+    DeviceStatusServiceProxyFactory();
+};
+
+} // namespace Oxa::Device::Interface::Services

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Oxa/Services/Commons/Wbm/Modules/Registration/DataProviderInfo.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/Registration/PageInfo.hpp"
+#include "Oxa/System/Commons/Export.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <memory>
+
+namespace Oxa::Services::Commons::Wbm::Modules
+{
+
+class WbmPageHandlerBase;
+class WbmRequestHandlerBase;
+
+/// The host, as a module sees it while it is set up and reset. The host keeps the handlers until they are unregistered.
+/// Threads: the setup thread only.
+class OXA_EXPORT IWbmModuleHandler
+{
+public:
+    virtual ~IWbmModuleHandler();
+
+    /// False when a page of that name is registered already.
+    [[nodiscard]] virtual bool RegisterPage(
+        const Registration::PageInfo& pageInfo, std::shared_ptr<WbmPageHandlerBase> handler) = 0;
+    virtual void UnregisterPage(const BasicString& pageName) = 0;
+
+    /// False when a data provider of that name is registered already.
+    [[nodiscard]] virtual bool RegisterDataProvider(
+        const Registration::DataProviderInfo& dataProviderInfo, std::shared_ptr<WbmRequestHandlerBase> handler) = 0;
+    /// Returns when no request of the data provider is under way any more.
+    virtual void UnregisterDataProvider(const BasicString& dataProviderName) = 0;
+
+    virtual void RegisterSupportedLanguage(const BasicString& language) = 0;
+    virtual void UnregisterSupportedLanguage(const BasicString& language) = 0;
+};
+
+} // namespace Oxa::Services::Commons::Wbm::Modules

@@ -1,0 +1,44 @@
+#include "Oxa/System/Rsc/RscServiceSlot.hpp"
+
+#include "Oxa/System/Rsc/IRscServiceProxyFactory.hpp"
+#include "Oxa/System/Rsc/RscServiceException.hpp"
+
+#include <mutex>
+#include <utility>
+
+namespace Oxa::System::Rsc
+{
+
+IRscService::~IRscService() = default;
+
+IRscServiceProxyFactory::~IRscServiceProxyFactory() = default;
+
+RscServiceSlot::RscServiceSlot(BasicString providerName, BasicString interfaceName) :
+    providerName(std::move(providerName)), interfaceName(std::move(interfaceName))
+{
+}
+
+RscServiceSlot::~RscServiceSlot() = default;
+
+std::shared_ptr<IRscService> RscServiceSlot::TryAcquire() const
+{
+    const std::lock_guard lock(mutex);
+    return implementation;
+}
+
+void RscServiceSlot::Provide(std::shared_ptr<IRscService> newImplementation)
+{
+    {
+        const std::lock_guard lock(mutex);
+        implementation.swap(newImplementation);
+    }
+    // The previous one, if this was its last owner, is destroyed here, outside the lock.
+}
+
+void RscServiceSlot::ThrowNotAvailable() const
+{
+    throw RscServiceException::Create(RscFault::NotAvailable,
+        "The service '{0}' of the provider '{1}' is not available", interfaceName, providerName);
+}
+
+} // namespace Oxa::System::Rsc

@@ -1,0 +1,217 @@
+#pragma once
+
+#include "Oxa/System/Commons/ArgumentException.hpp"
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Commons/NotSupportedException.hpp"
+#include "Oxa/System/Commons/OxaDateTime.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Rsc/RscArrayInformation.hpp"
+#include "Oxa/System/Rsc/RscType.hpp"
+#include "Oxa/System/Rsc/SecureString.hpp"
+
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <string_view>
+#include <type_traits>
+
+namespace Oxa::System::Rsc
+{
+
+/// Four numbers, major first.
+using RscVersion = std::array<uint32, 4>;
+/// Sixteen bytes in the order in which they are printed.
+using RscGuid = std::array<uint8, 16>;
+
+namespace Internal
+{
+
+/// The texts of values that need more than a cast. `payload` holds a value of the type.
+[[nodiscard]] OXA_EXPORT BasicString FormatVersion(const RscVersion& version);
+[[nodiscard]] OXA_EXPORT BasicString FormatGuid(const RscGuid& guid);
+
+template <class T>
+struct RscTypeOf;
+
+template <RscType type>
+struct RscTypeIs
+{
+    static constexpr RscType value = type;
+};
+
+// clang-format off
+template <> struct RscTypeOf<bool> : RscTypeIs<RscType::Bool> {};
+template <> struct RscTypeOf<int8> : RscTypeIs<RscType::Int8> {};
+template <> struct RscTypeOf<uint8> : RscTypeIs<RscType::Uint8> {};
+template <> struct RscTypeOf<int16> : RscTypeIs<RscType::Int16> {};
+template <> struct RscTypeOf<uint16> : RscTypeIs<RscType::Uint16> {};
+template <> struct RscTypeOf<int32> : RscTypeIs<RscType::Int32> {};
+template <> struct RscTypeOf<uint32> : RscTypeIs<RscType::Uint32> {};
+template <> struct RscTypeOf<int64> : RscTypeIs<RscType::Int64> {};
+template <> struct RscTypeOf<uint64> : RscTypeIs<RscType::Uint64> {};
+template <> struct RscTypeOf<float> : RscTypeIs<RscType::Real32> {};
+template <> struct RscTypeOf<double> : RscTypeIs<RscType::Real64> {};
+template <> struct RscTypeOf<Oxa::DateTime> : RscTypeIs<RscType::DateTime> {};
+template <> struct RscTypeOf<RscVersion> : RscTypeIs<RscType::Version> {};
+template <> struct RscTypeOf<RscGuid> : RscTypeIs<RscType::Guid> {};
+template <> struct RscTypeOf<RscArrayInformation> : RscTypeIs<RscType::Array> {};
+// clang-format on
+
+} // namespace Internal
+
+/// One value that crosses a service boundary: N bytes of payload and a type tag. Scalars start at the first payload
+/// byte in the machine's byte order; a text is the payload up to its first NUL, or all of it. A value type without
+/// allocation; copying copies only what the type uses.
+template <std::size_t N>
+class RscVariant final
+{
+    static_assert(N >= sizeof(RscArrayInformation) && N >= sizeof(RscGuid));
+
+public:
+    /// Not set.
+    RscVariant() noexcept = default;
+
+    template <class T>
+        requires requires { Internal::RscTypeOf<T>::value; }
+    explicit RscVariant(const T& value) noexcept : type(Internal::RscTypeOf<T>::value)
+    {
+        static_assert(std::is_trivially_copyable_v<T>);
+        std::memcpy(payload.data(), &value, sizeof(T));
+    }
+
+    /// A text. Throws ArgumentException when it has N bytes or more.
+    explicit RscVariant(std::string_view text) : type(RscType::String)
+    {
+        if (text.size() >= N)
+        {
+            throw System::Commons::ArgumentException::Create("arg", text, "Input string is too long");
+        }
+        text.copy(payload.data(), text.size());
+        payload[text.size()] = '\0';
+    }
+
+    explicit RscVariant(const char* text) : RscVariant(std::string_view(text))
+    {
+    }
+
+    RscVariant(const RscVariant& other) noexcept
+    {
+        CopyFrom(other);
+    }
+
+    RscVariant& operator=(const RscVariant& other) noexcept
+    {
+        if (this != &other)
+        {
+            CopyFrom(other);
+        }
+        return *this;
+    }
+
+    ~RscVariant() = default;
+
+    [[nodiscard]] RscType GetType() const noexcept
+    {
+        return type;
+    }
+
+    /// Changes the tag only; the payload stays.
+    void SetType(RscType newType) noexcept
+    {
+        type = newType;
+    }
+
+    /// Copies the scalar out. Requires: the type tag is T's.
+    template <class T>
+        requires requires { Internal::RscTypeOf<T>::value; }
+    void CopyTo(T& value) const noexcept
+    {
+        static_assert(std::is_trivially_copyable_v<T>);
+        if constexpr (std::is_same_v<T, bool>)
+        {
+            // Read as a byte: one from outside may hold neither 0 nor 1.
+            value = payload[0] != 0;
+        }
+        else
+        {
+            std::memcpy(&value, payload.data(), sizeof(T));
+        }
+    }
+
+    /// The payload up to its first NUL, whatever the type. Valid as long as the variant is not changed.
+    [[nodiscard]] std::string_view GetText() const noexcept
+    {
+        return {payload.data(), SecureStrnlen(payload.data(), N)};
+    }
+
+    /// The value as text: empty for None, Void and NotSet; texts as they are, bools as "true" or "false", times in
+    /// ISO 8601, versions and GUIDs in their usual form. Throws NotSupportedException for every other type.
+    [[nodiscard]] BasicString ToString() const
+    {
+        switch (type)
+        {
+        case RscType::None:
+        case RscType::Void:
+        case RscType::NotSet:
+            return {};
+        case RscType::String:
+            return BasicString(GetText());
+        case RscType::Bool:
+            return GetBool() ? "true" : "false";
+        case RscType::DateTime:
+            return Get<Oxa::DateTime>().ToIso8601String();
+        case RscType::Version:
+            return Internal::FormatVersion(Get<RscVersion>());
+        case RscType::Guid:
+            return Internal::FormatGuid(Get<RscGuid>());
+        default:
+            throw System::Commons::NotSupportedException::Create(
+                "RscVariant::ToString() not supported for type '{0}'", type);
+        }
+    }
+
+    /// Throws InvalidOperationException when the value is no bool.
+    [[nodiscard]] bool GetBool() const
+    {
+        if (type != RscType::Bool)
+        {
+            throw System::Commons::InvalidOperationException::Create("Value of RscVariant is not of type bool.");
+        }
+        return Get<bool>();
+    }
+
+private:
+    template <class T>
+    [[nodiscard]] T Get() const noexcept
+    {
+        T value;
+        CopyTo(value);
+        return value;
+    }
+
+    /// How many payload bytes a value of the type can occupy.
+    [[nodiscard]] static std::size_t GetUsedBytes(const RscVariant& variant) noexcept
+    {
+        if (IsPrimitive(variant.type) || variant.type == RscType::DateTime)
+        {
+            return sizeof(uint64);
+        }
+        if (variant.type == RscType::String)
+        {
+            const std::size_t length = SecureStrnlen(variant.payload.data(), N);
+            return length < N ? length + 1 : N;
+        }
+        return variant.type == RscType::NotSet ? 0 : N;
+    }
+
+    void CopyFrom(const RscVariant& other) noexcept
+    {
+        std::memcpy(payload.data(), other.payload.data(), GetUsedBytes(other));
+        type = other.type;
+    }
+
+    alignas(RscArrayInformation) std::array<char, N> payload;
+    RscType type = RscType::NotSet;
+};
+
+} // namespace Oxa::System::Rsc
