@@ -1,0 +1,20 @@
+#pragma once
+
+#include "Oxa/System/Commons/Types.hpp"
+
+namespace Oxa::System::Acf
+{
+
+/// One component of a process, as its configuration names it.
+struct ComponentConfiguration
+{
+    /// Of this component in this process; messages name it so.
+    BasicString name;
+    BasicString libraryPath;
+    /// Under which the library knows it.
+    BasicString componentName;
+    /// Handed on to the component; empty when it has none.
+    BasicString settingsPath;
+};
+
+} // namespace Oxa::System::Acf
