@@ -1,1 +1,44 @@
+# What an installation holds beside the platform libraries, which say so where they are made: the executables, the two
+# libraries that they load, the configuration, and the package Oxa for modules that are built outside this tree.
 
+include(CMakePackageConfigHelpers)
+
+set(OXA_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/Oxa")
+
+foreach(program oxa-wbm oxa-device)
+  if(TARGET ${program})
+    install(TARGETS ${program} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  endif()
+endforeach()
+
+foreach(plugin Oxa.Services.Modules.Wbm.Di Oxa.Device.Linux)
+  if(TARGET ${plugin})
+    install(TARGETS ${plugin} LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+  endif()
+endforeach()
+
+foreach(configuration Host/Configuration Device/Configuration)
+  if(EXISTS "${PROJECT_SOURCE_DIR}/${configuration}")
+    install(DIRECTORY "${PROJECT_SOURCE_DIR}/${configuration}/" DESTINATION "${CMAKE_INSTALL_SYSCONFDIR}/oxa"
+      FILES_MATCHING PATTERN "*.xml")
+  endif()
+endforeach()
+
+# Folders named Internal are not for others, except these, whose names modules use.
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/Platform/Oxa" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
+  FILES_MATCHING PATTERN "*.hpp" PATTERN "Internal" EXCLUDE)
+foreach(public Services/Commons/Wbm/Internal/Json System/Um/Services/Internal Hardware/RealTimeClock/Services/Internal)
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/Platform/Oxa/${public}/" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/Oxa/${public}"
+    FILES_MATCHING PATTERN "*.hpp")
+endforeach()
+
+install(EXPORT OxaTargets NAMESPACE Oxa:: DESTINATION "${OXA_PACKAGE_DIR}")
+configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/OxaConfig.cmake.in" "${PROJECT_BINARY_DIR}/OxaConfig.cmake"
+  INSTALL_DESTINATION "${OXA_PACKAGE_DIR}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/OxaConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
+install(FILES
+  "${PROJECT_BINARY_DIR}/OxaConfig.cmake"
+  "${PROJECT_BINARY_DIR}/OxaConfigVersion.cmake"
+  "${CMAKE_CURRENT_LIST_DIR}/OxaWbmModule.cmake"
+  "${CMAKE_CURRENT_LIST_DIR}/WbmModule.map"
+  DESTINATION "${OXA_PACKAGE_DIR}")
