@@ -192,6 +192,19 @@ bool XmlReader::TryGetAttributeText(std::string_view attributeName, BasicString&
     return true;
 }
 
+std::vector<BasicString> XmlReader::GetAttributeNames() const
+{
+    std::vector<BasicString> names;
+    xmlTextReader* const reader = implementation->reader.get();
+    for (int found = xmlTextReaderMoveToFirstAttribute(reader); found == 1;
+        found = xmlTextReaderMoveToNextAttribute(reader))
+    {
+        names.emplace_back(ToView(xmlTextReaderConstLocalName(reader)));
+    }
+    xmlTextReaderMoveToElement(reader);
+    return names;
+}
+
 void XmlReader::ThrowBadAttribute(
     std::string_view attributeName, const BasicString& text, std::string_view expected) const
 {

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
 namespace Oxa::System::Commons::Xml
 {
@@ -81,6 +82,9 @@ public:
         }
         return true;
     }
+
+    /// The local names of the current element's attributes, in the order in which they are written.
+    [[nodiscard]] std::vector<BasicString> GetAttributeNames() const;
 
     /// Reads to the end of the document, so that what follows the document element has been checked as well.
     void ReadToEnd();
