@@ -6,6 +6,7 @@
 #include "Oxa/System/Nm/Notification.hpp"
 #include "Oxa/System/Nm/Subscription.hpp"
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -36,7 +37,8 @@ public:
     void Publish(Notification notification) noexcept;
 
     /// From now on `subscriber` is called with each notification, by one thread that is the subscription's own. What it
-    /// throws is logged. Requires: a function; throws ArgumentException for an empty one.
+    /// throws is logged. Throws ArgumentException for an empty function and std::system_error when no thread can be
+    /// had.
     [[nodiscard]] std::unique_ptr<Subscription> Subscribe(std::function<void(const Notification&)> subscriber);
 
 private:
