@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Oxa/Services/Commons/Wbm/Modules/IWbmModule.hpp"
+#include "Oxa/System/Commons/Extensibility/ModuleLibraryBase.hpp"
+
+namespace Oxa::System::Commons
+{
+class AppDomain;
+}
+
+namespace Oxa::Services::Modules::Wbm::Di
+{
+
+/// What this shared object offers: the module "Di". There is one object; it lives until the shared object is unloaded.
+class DiModuleLibrary final
+    : public System::Commons::Extensibility::ModuleLibraryBase<Services::Commons::Wbm::Modules::IWbmModule>
+{
+public:
+    /// Adopts the host's application domain where the process has none yet, and passes it to the log in any case.
+    explicit DiModuleLibrary(System::Commons::AppDomain& appDomain);
+    ~DiModuleLibrary() override;
+};
+
+} // namespace Oxa::Services::Modules::Wbm::Di
