@@ -11,9 +11,7 @@ class SecurityToken final
 public:
     constexpr SecurityToken() noexcept = default;
 
-    constexpr explicit SecurityToken(uint32 value) noexcept : value(value)
-    {
-    }
+    constexpr explicit SecurityToken(uint32 value) noexcept : value(value) {}
 
     [[nodiscard]] constexpr uint32 GetValue() const noexcept
     {

@@ -18,7 +18,8 @@ namespace Internal
 {
 class PasswordHasher;
 class TokenTable;
-class UserDatabase;
+class UserReader;
+class UserWriter;
 } // namespace Internal
 
 /// The permission to run a request that changes something.
@@ -88,7 +89,8 @@ public:
 
 private:
     std::unique_ptr<Internal::PasswordHasher> hasher;
-    std::unique_ptr<Internal::UserDatabase> database;
+    std::unique_ptr<Internal::UserWriter> writer;
+    std::unique_ptr<Internal::UserReader> reader;
     std::unique_ptr<Internal::TokenTable> tokens;
 };
 

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "Oxa/System/Commons/Mutex.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Um/Internal/Login.hpp"
+#include "Oxa/System/Um/SecurityToken.hpp"
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <unordered_map>
+
+namespace Oxa::System::Um::Internal
+{
+
+/// The tokens that are in use. Bounded: one more ends the oldest, of the same user or of all. Safe from any thread.
+class TokenTable final
+{
+public:
+    static constexpr std::size_t maximumTokensPerUser = 64;
+    static constexpr std::size_t maximumTokens = 4096;
+
+    /// `random` must not be predictable; called under the table's lock.
+    explicit TokenTable(std::function<uint32()> random);
+
+    /// A token that is not 0 and not in use.
+    [[nodiscard]] SecurityToken Add(const Login& login);
+
+    [[nodiscard]] std::optional<Login> TryGet(SecurityToken token) const;
+    void Remove(SecurityToken token) noexcept;
+    void RemoveUser(int64 userNumber) noexcept;
+
+private:
+    struct Entry
+    {
+        Login login;
+        uint64 number = 0;
+    };
+
+    using Entries = std::unordered_map<uint32, Entry>;
+
+    [[nodiscard]] uint32 MakeTokenValue() const;
+    void MakeRoom(int64 userNumber);
+
+    const std::function<uint32()> random;
+    mutable System::Commons::Mutex mutex;
+    Entries entries;
+    uint64 nextNumber = 0;
+};
+
+} // namespace Oxa::System::Um::Internal
