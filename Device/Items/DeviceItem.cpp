@@ -1,0 +1,77 @@
+#include "Device/Items/DeviceItem.hpp"
+
+#include "Oxa/System/Commons/Text.hpp"
+
+#include <algorithm>
+#include <exception>
+#include <mutex>
+#include <utility>
+
+namespace Oxa::Device::Linux::Items
+{
+
+using System::Commons::Diagnostics::Logging::LogLevel;
+
+namespace
+{
+
+// A device that gives another nonsense at every read must not fill the log.
+constexpr std::size_t maximumLoggedCauses = 8;
+
+} // namespace
+
+DeviceItem::DeviceItem(BasicString key, std::unique_ptr<IItemSource> source)
+    : key(std::move(key)), source(std::move(source))
+{
+}
+
+ItemValue DeviceItem::Read(const ReadPass& pass)
+{
+    const ItemReading reading = ReadSource(pass);
+    if (!reading.HasValue() && IsNewCause(reading.cause))
+    {
+        Log(LogLevel::Warning, "The item '{0}' has no value: {1}", key,
+            System::Commons::Text::EscapeControlCharacters(reading.cause));
+    }
+    return reading.value;
+}
+
+const BasicString& DeviceItem::GetKey() const noexcept
+{
+    return key;
+}
+
+const IItemSource& DeviceItem::GetSource() const noexcept
+{
+    return *source;
+}
+
+ItemReading DeviceItem::ReadSource(const ReadPass& pass)
+{
+    try
+    {
+        return source->Read(pass);
+    }
+    catch (const std::exception& exception)
+    {
+        return ItemReading::Missing(exception.what());
+    }
+    catch (...)
+    {
+        return ItemReading::Missing("unknown exception");
+    }
+}
+
+bool DeviceItem::IsNewCause(const BasicString& cause)
+{
+    const std::lock_guard lock(mutex);
+    if (loggedCauses.size() >= maximumLoggedCauses ||
+        std::find(loggedCauses.begin(), loggedCauses.end(), cause) != loggedCauses.end())
+    {
+        return false;
+    }
+    loggedCauses.push_back(cause);
+    return true;
+}
+
+} // namespace Oxa::Device::Linux::Items

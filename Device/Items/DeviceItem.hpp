@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Device/Items/IItemSource.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Commons/Mutex.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <memory>
+#include <vector>
+
+namespace Oxa::Device::Linux::Items
+{
+
+/// One item of the device: its key, its source, and what was already said about its failures. Owned by the item table.
+/// Threads: safe from several threads.
+class DeviceItem final : private System::Commons::Diagnostics::Logging::Loggable<DeviceItem>
+{
+public:
+    /// Requires: `source` is not null.
+    DeviceItem(BasicString key, std::unique_ptr<IItemSource> source);
+
+    /// The type NotSet when the source has no value; every cause of that is logged once. Nothing that the source throws
+    /// escapes.
+    [[nodiscard]] ItemValue Read(const ReadPass& pass);
+
+    [[nodiscard]] const BasicString& GetKey() const noexcept;
+    [[nodiscard]] const IItemSource& GetSource() const noexcept;
+
+private:
+    [[nodiscard]] ItemReading ReadSource(const ReadPass& pass);
+    [[nodiscard]] bool IsNewCause(const BasicString& cause);
+
+    const BasicString key;
+    const std::unique_ptr<IItemSource> source;
+    System::Commons::Mutex mutex;
+    std::vector<BasicString> loggedCauses;
+};
+
+} // namespace Oxa::Device::Linux::Items

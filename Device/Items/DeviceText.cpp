@@ -1,0 +1,98 @@
+#include "Device/Items/DeviceText.hpp"
+
+#include <algorithm>
+#include <array>
+
+namespace Oxa::Device::Linux::Items::DeviceText
+{
+
+namespace
+{
+
+constexpr std::string_view blanks = " \t\r\n\v\f";
+
+constexpr std::array<std::string_view, 17> placeholders = {"",
+                                                           "-",
+                                                           "default string",
+                                                           "empty",
+                                                           "n/a",
+                                                           "none",
+                                                           "not applicable",
+                                                           "not available",
+                                                           "not specified",
+                                                           "o.e.m.",
+                                                           "oem",
+                                                           "sku",
+                                                           "system product name",
+                                                           "system serial number",
+                                                           "system version",
+                                                           "to be filled by o.e.m.",
+                                                           "unknown"};
+
+char ToLower(char character) noexcept
+{
+    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
+}
+
+bool EqualsLower(std::string_view text, std::string_view lowerText) noexcept
+{
+    return std::equal(text.begin(), text.end(), lowerText.begin(), lowerText.end(),
+                      [](char left, char right) { return ToLower(left) == right; });
+}
+
+bool IsContinuation(char byte) noexcept
+{
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+} // namespace
+
+std::string_view Trim(std::string_view text) noexcept
+{
+    text = text.substr(0, text.find('\0'));
+    const std::size_t first = text.find_first_not_of(blanks);
+    if (first == std::string_view::npos)
+    {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+std::string_view CutBetweenCharacters(std::string_view text, std::size_t maximumBytes) noexcept
+{
+    if (text.size() <= maximumBytes)
+    {
+        return text;
+    }
+    // A character has at most three continuation bytes; more of them are no UTF-8 and may be cut anywhere.
+    std::size_t end = maximumBytes;
+    for (int step = 0; step < 3 && end > 0 && IsContinuation(text[end]); ++step)
+    {
+        --end;
+    }
+    return text.substr(0, IsContinuation(text[end]) ? maximumBytes : end);
+}
+
+bool IsPlaceholder(std::string_view text) noexcept
+{
+    return std::any_of(placeholders.begin(), placeholders.end(),
+                       [text](std::string_view placeholder) { return EqualsLower(text, placeholder); });
+}
+
+std::string_view TakeUntil(std::string_view& text, char separator) noexcept
+{
+    const std::size_t length = std::min(text.find(separator), text.size());
+    const std::string_view piece = text.substr(0, length);
+    text.remove_prefix(std::min(length + 1, text.size()));
+    return piece;
+}
+
+std::string_view TakeWord(std::string_view& text) noexcept
+{
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+    const std::string_view word = text.substr(0, text.find_first_of(blanks));
+    text.remove_prefix(word.size());
+    return word;
+}
+
+} // namespace Oxa::Device::Linux::Items::DeviceText

@@ -1,0 +1,13 @@
+#include "Device/Items/IItemSource.hpp"
+
+namespace Oxa::Device::Linux::Items
+{
+
+IItemSource::~IItemSource() = default;
+
+bool IItemSource::IsSimulated() const noexcept
+{
+    return false;
+}
+
+} // namespace Oxa::Device::Linux::Items

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "Oxa/Device/Interface/Services/DeviceItems.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <string_view>
+#include <utility>
+
+namespace Oxa::Device::Linux::Items
+{
+
+using Interface::Services::ItemValue;
+
+/// What a source gave: a value, or why there is none. A value type; a reading with a value allocates nothing.
+struct ItemReading
+{
+    /// Of type NotSet exactly when there is a cause.
+    ItemValue value;
+    BasicString cause;
+
+    template <class T>
+    [[nodiscard]] static ItemReading Of(const T& scalar)
+    {
+        return {ItemValue(scalar), {}};
+    }
+
+    /// Text of any bytes and any length: what lies outside a value's capacity is cut off between two characters.
+    [[nodiscard]] static ItemReading OfText(std::string_view text);
+
+    [[nodiscard]] static ItemReading Missing(BasicString cause)
+    {
+        return {ItemValue(), std::move(cause)};
+    }
+
+    [[nodiscard]] bool HasValue() const noexcept
+    {
+        return cause.empty();
+    }
+};
+
+} // namespace Oxa::Device::Linux::Items

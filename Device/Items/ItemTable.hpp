@@ -1,0 +1,53 @@
+#pragma once
+
+#include "Device/Items/DeviceItem.hpp"
+#include "Device/Items/IItemSource.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace Oxa::Device::Linux::Items
+{
+
+/// Everything that can be read from this device, by key.
+/// Threads: filled by one thread, then read by any number; each item under its own lock. A read allocates nothing.
+class ItemTable final
+{
+public:
+    ItemTable();
+    ItemTable(const ItemTable&) = delete;
+    ItemTable& operator=(const ItemTable&) = delete;
+    ~ItemTable();
+
+    /// Throws ArgumentException when the key is taken. Requires: `source` is not null.
+    void Add(const BasicString& key, std::unique_ptr<IItemSource> source);
+
+    /// Null for an unknown key. Valid as long as the table.
+    [[nodiscard]] DeviceItem* TryFind(std::string_view key) const;
+
+    /// The type NotSet for an unknown key.
+    [[nodiscard]] ItemValue Read(std::string_view key) const;
+
+    /// In the order of their keys.
+    [[nodiscard]] std::vector<const DeviceItem*> GetItems() const;
+
+private:
+    struct Hash
+    {
+        using is_transparent = void;
+
+        std::size_t operator()(std::string_view key) const noexcept
+        {
+            return std::hash<std::string_view>()(key);
+        }
+    };
+
+    std::unordered_map<BasicString, std::unique_ptr<DeviceItem>, Hash, std::equal_to<>> items;
+};
+
+} // namespace Oxa::Device::Linux::Items

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "Device/BootIdentity.hpp"
+#include "Device/CpuSampler.hpp"
+#include "Device/IWaiter.hpp"
+#include "Device/Items/CpuLoads.hpp"
+#include "Device/Items/ItemTable.hpp"
+#include "Device/ServiceOutage.hpp"
+#include "Device/Services/DeviceServices.hpp"
+#include "Oxa/System/Acf/IComponent.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+
+#include <memory>
+
+namespace Oxa::System::Commons
+{
+class AppDomain;
+}
+
+namespace Oxa::Device::Linux
+{
+
+/// The device services of a Linux machine: puts items, services, sampler and simulated commands together. The machine
+/// is the folder that the application domain's variable OXA_DEVICE_ROOT names, else "/". Owned by the process that
+/// created it. Threads: as every component, one operation at a time.
+class LinuxComponent final : public System::Acf::IComponent,
+                             private System::Commons::Diagnostics::Logging::Loggable<LinuxComponent>
+{
+public:
+    /// The waiters give the sampling period and the length of a simulated outage their time. Requires: neither is null,
+    /// `appDomain` outlives `Setup`.
+    LinuxComponent(System::Commons::AppDomain& appDomain, std::unique_ptr<IWaiter> samplingWaiter,
+                   std::unique_ptr<IWaiter> outageWaiter);
+    ~LinuxComponent() override;
+
+    /// Finds out what the machine has. Throws ArgumentException when the root is no folder. There are no settings; a
+    /// path is said to be unused.
+    void Setup(const System::Acf::ComponentInfo& componentInfo) override;
+
+    /// Offers the four services and starts the sampler. Requires: `Setup` was called.
+    void Start() override;
+
+    /// Ends a simulated outage at once, too.
+    void Stop() noexcept override;
+
+private:
+    [[nodiscard]] std::shared_ptr<ServiceOutage> MakeOutage();
+    void ComeBack();
+    void LogSources() const;
+
+    System::Commons::AppDomain& appDomain;
+    std::unique_ptr<IWaiter> samplingWaiter;
+    std::unique_ptr<IWaiter> outageWaiter;
+
+    std::shared_ptr<BootIdentity> bootIdentity;
+    std::shared_ptr<Items::CpuLoads> loads;
+    std::shared_ptr<const Items::ItemTable> items;
+
+    std::shared_ptr<ServiceOutage> outage;
+    std::unique_ptr<Services::DeviceServices> services;
+    std::unique_ptr<CpuSampler> sampler;
+};
+
+} // namespace Oxa::Device::Linux

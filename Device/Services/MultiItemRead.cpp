@@ -1,0 +1,101 @@
+#include "Device/Services/MultiItemRead.hpp"
+
+#include "Oxa/System/Commons/ArgumentException.hpp"
+
+#include <array>
+#include <memory_resource>
+#include <vector>
+
+namespace Oxa::Device::Linux::Services
+{
+
+using Interface::Services::ItemKey;
+using Interface::Services::ItemValue;
+using Items::DeviceItem;
+
+namespace
+{
+
+/// Null for every key that nobody knows.
+using ItemList = std::pmr::vector<DeviceItem*>;
+
+void CheckCount(std::size_t count)
+{
+    if (count > maximumItemsPerRead)
+    {
+        throw System::Commons::ArgumentException::Create("count", count, "Too many items for one read");
+    }
+}
+
+/// Takes the keys; keeps the items that they name instead of the texts.
+class ItemCollector final : public System::Rsc::IRscWriteEnumerator<ItemKey>
+{
+public:
+    ItemCollector(const Items::ItemTable& table, ItemList& items) : table(table), items(items) {}
+
+    void BeginWrite(std::size_t count) override
+    {
+        CheckCount(count);
+        items.clear();
+        items.reserve(count);
+    }
+
+    void WriteNext(const ItemKey& key) override
+    {
+        CheckCount(items.size() + 1);
+        items.push_back(table.TryFind(key.GetView()));
+    }
+
+    void EndWrite() override {}
+
+private:
+    const Items::ItemTable& table;
+    ItemList& items;
+};
+
+class ValueReader final : public System::Rsc::IRscReadEnumerator<ItemValue>
+{
+public:
+    explicit ValueReader(const ItemList& items) : items(items), pass(Items::ReadPass::Begin()) {}
+
+    std::size_t BeginRead() override
+    {
+        return items.size();
+    }
+
+    bool ReadNext(ItemValue& value) override
+    {
+        if (next == items.size())
+        {
+            return false;
+        }
+        DeviceItem* const item = items[next++];
+        value = item != nullptr ? item->Read(pass) : ItemValue();
+        return true;
+    }
+
+    void EndRead() override {}
+
+private:
+    const ItemList& items;
+    const Items::ReadPass pass;
+    std::size_t next = 0;
+};
+
+} // namespace
+
+void ReadItemsOf(const Items::ItemTable& table, const Interface::Services::WriteItemKeysDelegate& writeKeys,
+                 const Interface::Services::ReadItemValuesDelegate& readValues)
+{
+    // Room for 64 keys in one piece.
+    std::array<std::byte, 64 * sizeof(DeviceItem*)> room;
+    std::pmr::monotonic_buffer_resource memory(room.data(), room.size());
+    ItemList items(&memory);
+
+    ItemCollector collector(table, items);
+    writeKeys(collector);
+    ValueReader reader(items);
+    readValues(reader);
+}
+
+} // namespace Oxa::Device::Linux::Services

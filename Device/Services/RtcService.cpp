@@ -1,0 +1,42 @@
+#include "Device/Services/RtcService.hpp"
+
+#include "Oxa/System/Commons/NotSupportedException.hpp"
+
+#include <ctime>
+#include <utility>
+
+namespace Oxa::Device::Linux::Services
+{
+
+namespace
+{
+
+// 2000-01-01T00:00:00Z.
+constexpr int64 earliestMicroseconds = 946'684'800'000'000;
+
+} // namespace
+
+RtcService::RtcService(ReadClockFunction readClock) : readClock(std::move(readClock)) {}
+
+RtcService::~RtcService() = default;
+
+int64 RtcService::ReadSystemClock() noexcept
+{
+    timespec time = {};
+    clock_gettime(CLOCK_REALTIME, &time);
+    return static_cast<int64>(time.tv_sec) * 1'000'000 + time.tv_nsec / 1'000;
+}
+
+void RtcService::WriteDateTime(const Oxa::DateTime&)
+{
+    throw System::Commons::NotSupportedException::Create("The real-time clock of this machine cannot be set from here");
+}
+
+Oxa::DateTime RtcService::ReadDateTime()
+{
+    const int64 microseconds = readClock();
+    return microseconds < earliestMicroseconds ? Oxa::DateTime()
+                                               : Oxa::DateTime::FromUnixTimeMicroseconds(microseconds);
+}
+
+} // namespace Oxa::Device::Linux::Services

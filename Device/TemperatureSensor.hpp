@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Device/MachineRoot.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <optional>
+
+namespace Oxa::Device::Linux
+{
+
+/// A temperature that the machine can read.
+struct TemperatureSensor
+{
+    /// Of a file with millidegrees Celsius.
+    BasicString path;
+    BasicString name;
+};
+
+/// The sensor that tells most about the board: by its name a board's one, else a processor's, else any; among equals a
+/// hardware monitor's before a thermal zone's, and the lowest number. Only sensors that give a reading now count; the
+/// name decides before the number, which changes from boot to boot.
+[[nodiscard]] std::optional<TemperatureSensor> FindBoardTemperatureSensor(const MachineRoot& root);
+
+} // namespace Oxa::Device::Linux
