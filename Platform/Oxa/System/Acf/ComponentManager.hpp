@@ -1,6 +1,8 @@
 #pragma once
 
 #include "Oxa/System/Acf/ComponentConfiguration.hpp"
+#include "Oxa/System/Acf/IComponent.hpp"
+#include "Oxa/System/Acf/SharedLibrary.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
@@ -18,12 +20,6 @@ class AppDomain;
 namespace Oxa::System::Acf
 {
 
-namespace Internal
-{
-class ComponentLibrary;
-class LoadedComponent;
-} // namespace Internal
-
 /// Loads components from shared libraries and takes them through their life: Setup and Start in the order of loading,
 /// Stop and destruction in the reverse order. A component that fails, in whatever way, is logged with its library and
 /// the cause and left out; the others go on.
@@ -39,10 +35,11 @@ public:
     /// Stops what runs, destroys the components and then closes their libraries.
     ~ComponentManager();
 
-    /// Loads the library, unless another component came from the same path, and creates the component. A name that was
-    /// given before is a failure.
+    /// Loads the library, unless another component brought it already, and creates the component. A configuration name
+    /// that was given before is a failure.
     void Load(const ComponentConfiguration& configuration);
 
+    /// Each of these passes over the components that are not at that point of their life.
     void SetupAll();
     void StartAll();
     void StopAll() noexcept;
@@ -51,19 +48,44 @@ public:
     [[nodiscard]] const std::vector<BasicString>& GetFailures() const noexcept;
 
 private:
-    using Components = std::list<std::unique_ptr<Internal::LoadedComponent>>;
+    enum class State : uint8
+    {
+        Created,
+        SetUp,
+        Started,
+        Stopped
+    };
 
-    [[nodiscard]] Internal::ComponentLibrary& GetLibrary(const BasicString& path);
-    [[nodiscard]] std::unique_ptr<Internal::LoadedComponent> Create(const ComponentConfiguration& configuration);
+    struct Library
+    {
+        SharedLibrary library;
+        // Never null once the entry function has returned; owned by the library.
+        ComponentLibraryBase* content = nullptr;
+    };
+
+    struct Component
+    {
+        ComponentConfiguration configuration;
+        std::unique_ptr<IComponent> component;
+        State state = State::Created;
+    };
+
+    void Create(const ComponentConfiguration& configuration);
+    [[nodiscard]] Library& GetLibrary(const BasicString& path);
+    [[nodiscard]] bool TryStart(const Component& entry);
+    /// Takes each component from one state to the next; those for which `operation` says false are destroyed.
     template <class Operation>
-    void ForEach(std::string_view operationName, Operation operation);
+    void Advance(State from, State to, Operation operation);
+    /// False when `operation` threw: that is then a failure of the component.
+    template <class Operation>
+    bool TryRun(const ComponentConfiguration& configuration, std::string_view operationName, Operation operation);
     void AddFailure(const ComponentConfiguration& configuration, std::string_view operationName,
                     std::string_view cause);
 
     System::Commons::AppDomain& appDomain;
-    // Declared before the components, so that it is destroyed after them.
-    std::list<std::unique_ptr<Internal::ComponentLibrary>> libraries;
-    Components components;
+    // Declared before the components, so that the libraries are closed after them.
+    std::list<Library> libraries;
+    std::list<Component> components;
     std::vector<BasicString> failures;
 };
 

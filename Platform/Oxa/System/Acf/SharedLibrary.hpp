@@ -23,6 +23,9 @@ public:
     /// As given to the constructor.
     [[nodiscard]] const BasicString& GetPath() const noexcept;
 
+    /// True when both are the same library in memory, whatever their paths.
+    [[nodiscard]] bool IsSameAs(const SharedLibrary& other) const noexcept;
+
     /// The function of this name, never null. The caller answers for its type. Throws InvalidOperationException, with
     /// path and name, when the library has none.
     template <class F>
