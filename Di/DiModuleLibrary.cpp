@@ -1,7 +1,6 @@
 #include "Di/DiModuleLibrary.hpp"
 
 #include "Di/DiWbmModule.hpp"
-
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/Export.hpp"
@@ -39,9 +38,9 @@ DiModuleLibrary::~DiModuleLibrary() = default;
 
 /// The way in. Every call returns the same object; only the first one looks at its argument, and when it throws, the
 /// next call tries again.
-extern "C" OXA_EXPORT Oxa::System::Commons::Extensibility::ModuleLibraryBase<
-    Oxa::Services::Commons::Wbm::Modules::IWbmModule>&
-CreateWbmModuleLibrary(Oxa::System::Commons::AppDomain& appDomain)
+extern "C" OXA_EXPORT
+    Oxa::System::Commons::Extensibility::ModuleLibraryBase<Oxa::Services::Commons::Wbm::Modules::IWbmModule>&
+    CreateWbmModuleLibrary(Oxa::System::Commons::AppDomain& appDomain)
 {
     static Oxa::Services::Modules::Wbm::Di::DiModuleLibrary library(appDomain);
     return library;

@@ -2,7 +2,6 @@
 
 #include "Di/Internal/DiControlHandler.hpp"
 #include "Di/Internal/DiHandler.hpp"
-
 #include "Oxa/Services/Commons/Wbm/Modules/IWbmModuleHandler.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/Xml/MultiXmlConfigDocument.hpp"
@@ -39,10 +38,12 @@ constexpr const char* pageRefused = "Failed to register page: {0}";
 
 } // namespace
 
-DiWbmModule::DiWbmModule() :
-    dataProviderInfo(dataProviderName), controlDataProviderInfo(controlDataProviderName),
-    pageInfo(pageDataName, pageName, BasicString()), diHandler(std::make_shared<DiHandler>(settings)),
-    diControlHandler(std::make_shared<DiControlHandler>())
+DiWbmModule::DiWbmModule()
+    : dataProviderInfo(dataProviderName),
+      controlDataProviderInfo(controlDataProviderName),
+      pageInfo(pageDataName, pageName, BasicString()),
+      diHandler(std::make_shared<DiHandler>(settings)),
+      diControlHandler(std::make_shared<DiControlHandler>())
 {
 }
 

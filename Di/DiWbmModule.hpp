@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Di/Internal/Settings/DiSettings.hpp"
-
 #include "Oxa/Services/Commons/Wbm/Modules/ModuleInfo.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/Registration/DataProviderInfo.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/Registration/PageInfo.hpp"
@@ -30,7 +29,7 @@ public:
     /// Throws XmlException when the settings cannot be read, InvalidOperationException when the host refuses a
     /// registration, and what a service subscription throws. What was registered before stays so until `ResetModule`.
     void SetupModule(const Services::Commons::Wbm::Modules::ModuleInfo& newModuleInfo,
-        Services::Commons::Wbm::Modules::IWbmModuleHandler& moduleHandler) override;
+                     Services::Commons::Wbm::Modules::IWbmModuleHandler& moduleHandler) override;
 
     /// Keeps the handlers, their services and the settings.
     void ResetModule(Services::Commons::Wbm::Modules::IWbmModuleHandler& moduleHandler) override;

@@ -2,7 +2,6 @@
 
 #include "Di/Internal/DeviceControlObject.hpp"
 #include "Di/Internal/ResponseEnvelope.hpp"
-
 #include "Oxa/System/Commons/Text.hpp"
 
 namespace Oxa::Services::Modules::Wbm::Di::Internal
@@ -26,10 +25,10 @@ const BasicString resetControllerToFactoryDefaultRequest = "ResetControllerToFac
 
 DiControlHandler::DiControlHandler()
 {
-    RegisterHandlerDelegate(
-        restartControllerRequest, HandlerDelegate::Bind(*this, &DiControlHandler::RestartController));
+    RegisterHandlerDelegate(restartControllerRequest,
+                            HandlerDelegate::Bind(*this, &DiControlHandler::RestartController));
     RegisterHandlerDelegate(resetControllerToFactoryDefaultRequest,
-        HandlerDelegate::Bind(*this, &DiControlHandler::ResetControllerToFactoryDefault));
+                            HandlerDelegate::Bind(*this, &DiControlHandler::ResetControllerToFactoryDefault));
 }
 
 DiControlHandler::~DiControlHandler() = default;

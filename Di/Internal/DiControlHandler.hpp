@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Di/Internal/DiWbmHandlerBase.hpp"
-
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 
 namespace Oxa::Services::Modules::Wbm::Di::Internal
@@ -22,11 +21,11 @@ public:
     void SubscribeServices();
 
     /// Always answers true: the page only learns that the restart was requested.
-    [[nodiscard]] Services::Commons::Wbm::WbmResponse RestartController(
-        const Services::Commons::Wbm::WbmRequest& request) const;
+    [[nodiscard]] Services::Commons::Wbm::WbmResponse
+    RestartController(const Services::Commons::Wbm::WbmRequest& request) const;
 
-    [[nodiscard]] Services::Commons::Wbm::WbmResponse ResetControllerToFactoryDefault(
-        const Services::Commons::Wbm::WbmRequest& request) const;
+    [[nodiscard]] Services::Commons::Wbm::WbmResponse
+    ResetControllerToFactoryDefault(const Services::Commons::Wbm::WbmRequest& request) const;
 };
 
 } // namespace Oxa::Services::Modules::Wbm::Di::Internal

@@ -9,7 +9,6 @@
 #include "Di/Internal/Data/Utilization.hpp"
 #include "Di/Internal/DeviceControlObject.hpp"
 #include "Di/Internal/ResponseEnvelope.hpp"
-
 #include "Oxa/System/Rsc/RscString.hpp"
 #include "Oxa/System/Rsc/RscVariant.hpp"
 
@@ -66,12 +65,12 @@ DiHandler::DiHandler(Settings::DiSettings& settings) : settings(settings)
 
     RegisterHandlerDelegate(getDataSectionRequest, HandlerDelegate::Bind(*this, &DiHandler::GetDataSection));
     RegisterHandlerDelegate(getDataSectionsRequest, HandlerDelegate::Bind(*this, &DiHandler::GetDataSections));
-    RegisterHandlerDelegate(
-        hasControlPermissionsRequest, HandlerDelegate::Bind(*this, &DiHandler::HasControlPermissions));
-    RegisterHandlerDelegate(
-        isRunStopSwitchSupportedRequest, HandlerDelegate::Bind(*this, &DiHandler::IsRunStopSwitchSupported));
-    RegisterHandlerDelegate(
-        isRunStopSwitchInRunRequest, HandlerDelegate::Bind(*this, &DiHandler::IsRunStopSwitchInRun));
+    RegisterHandlerDelegate(hasControlPermissionsRequest,
+                            HandlerDelegate::Bind(*this, &DiHandler::HasControlPermissions));
+    RegisterHandlerDelegate(isRunStopSwitchSupportedRequest,
+                            HandlerDelegate::Bind(*this, &DiHandler::IsRunStopSwitchSupported));
+    RegisterHandlerDelegate(isRunStopSwitchInRunRequest,
+                            HandlerDelegate::Bind(*this, &DiHandler::IsRunStopSwitchInRun));
 }
 
 DiHandler::~DiHandler() = default;
@@ -159,8 +158,8 @@ bool DiHandler::ValidateDataSectionName(const BasicString& name)
 
 bool DiHandler::ValidateDataSectionsList(const std::vector<BasicString>& names)
 {
-    return std::all_of(
-        names.begin(), names.end(), [this](const BasicString& name) { return ValidateDataSectionName(name); });
+    return std::all_of(names.begin(), names.end(),
+                       [this](const BasicString& name) { return ValidateDataSectionName(name); });
 }
 
 DataSection* DiHandler::GetDeviceDataSection(const BasicString& name)

@@ -2,7 +2,6 @@
 
 #include "Di/Internal/Data/DataSection.hpp"
 #include "Di/Internal/DiWbmHandlerBase.hpp"
-
 #include "Oxa/Services/Commons/Wbm/Modules/WbmPageHandlerBase.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 
@@ -36,16 +35,15 @@ public:
     /// Prepares every section. Requires: `SubscribeServices` ran before.
     void Setup() const;
 
-    [[nodiscard]] Services::Commons::Wbm::WbmResponse GetDataSection(
-        const Services::Commons::Wbm::WbmRequest& request);
-    [[nodiscard]] Services::Commons::Wbm::WbmResponse GetDataSections(
-        const Services::Commons::Wbm::WbmRequest& request);
-    [[nodiscard]] Services::Commons::Wbm::WbmResponse HasControlPermissions(
-        const Services::Commons::Wbm::WbmRequest& request) const;
-    [[nodiscard]] Services::Commons::Wbm::WbmResponse IsRunStopSwitchSupported(
-        const Services::Commons::Wbm::WbmRequest& request);
-    [[nodiscard]] Services::Commons::Wbm::WbmResponse IsRunStopSwitchInRun(
-        const Services::Commons::Wbm::WbmRequest& request);
+    [[nodiscard]] Services::Commons::Wbm::WbmResponse GetDataSection(const Services::Commons::Wbm::WbmRequest& request);
+    [[nodiscard]] Services::Commons::Wbm::WbmResponse
+    GetDataSections(const Services::Commons::Wbm::WbmRequest& request);
+    [[nodiscard]] Services::Commons::Wbm::WbmResponse
+    HasControlPermissions(const Services::Commons::Wbm::WbmRequest& request) const;
+    [[nodiscard]] Services::Commons::Wbm::WbmResponse
+    IsRunStopSwitchSupported(const Services::Commons::Wbm::WbmRequest& request);
+    [[nodiscard]] Services::Commons::Wbm::WbmResponse
+    IsRunStopSwitchInRun(const Services::Commons::Wbm::WbmRequest& request);
 
     [[nodiscard]] bool ValidateDataSectionName(const BasicString& name);
     [[nodiscard]] bool ValidateDataSectionsList(const std::vector<BasicString>& names);

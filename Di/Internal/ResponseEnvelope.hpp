@@ -13,12 +13,11 @@ namespace Oxa::Services::Modules::Wbm::Di::Internal::ResponseEnvelope
 {
 
 /// The payload writes its members; what it throws is passed on.
-[[nodiscard]] Services::Commons::Wbm::WbmResponse CreateDataResponse(
-    System::Commons::Json::IJsonSerializable& payload);
+[[nodiscard]] Services::Commons::Wbm::WbmResponse CreateDataResponse(System::Commons::Json::IJsonSerializable& payload);
 
 /// `errorCode`: empty, or the text of a device's refusal.
-[[nodiscard]] Services::Commons::Wbm::WbmResponse CreateBooleanResponse(
-    bool result, const BasicString& errorCode = BasicString());
+[[nodiscard]] Services::Commons::Wbm::WbmResponse CreateBooleanResponse(bool result,
+                                                                        const BasicString& errorCode = BasicString());
 
 /// Like a boolean answer of false: only the error code tells them apart.
 [[nodiscard]] Services::Commons::Wbm::WbmResponse CreateErrorResponse(const BasicString& errorCode);

@@ -21,8 +21,8 @@ template <class TService>
     const BasicString providerName = factory.GetServiceProviderName();
     if (providerName.empty())
     {
-        throw System::Commons::ArgumentException::Create(
-            "TService", factory.GetServiceInterfaceName(), "Service does not specify a service provider");
+        throw System::Commons::ArgumentException::Create("TService", factory.GetServiceInterfaceName(),
+                                                         "Service does not specify a service provider");
     }
     System::Rsc::IRscService* const proxy = System::Rsc::ServiceManager::GetService(providerName.c_str(), factory);
     if (proxy == nullptr)
@@ -34,8 +34,8 @@ template <class TService>
     {
         // The proxy is left alone on purpose: of an object that is not what its factory promised, nobody knows whether
         // it may be deleted.
-        throw System::Commons::InvalidCastException::Create(
-            "The service does not implement service interface '{0}'.", factory.GetServiceInterfaceName());
+        throw System::Commons::InvalidCastException::Create("The service does not implement service interface '{0}'.",
+                                                            factory.GetServiceInterfaceName());
     }
     member = std::shared_ptr<TService>(service);
     return true;

@@ -24,8 +24,8 @@ public:
         bool operator==(const Entry&) const = default;
     };
 
-    explicit LogRecorder(System::Commons::Diagnostics::Logging::LogLevel level =
-                             System::Commons::Diagnostics::Logging::LogLevel::Debug)
+    explicit LogRecorder(
+        System::Commons::Diagnostics::Logging::LogLevel level = System::Commons::Diagnostics::Logging::LogLevel::Debug)
     {
         using namespace System::Commons::Diagnostics::Logging;
         LogConfiguration configuration;
@@ -53,7 +53,7 @@ private:
     struct Sink final : System::Commons::Diagnostics::Logging::ILogSink
     {
         void Write(System::Commons::Diagnostics::Logging::LogLevel level, std::string_view typeName,
-            std::string_view message) override
+                   std::string_view message) override
         {
             const std::lock_guard lock(mutex);
             entries.push_back({level, BasicString(typeName), BasicString(message)});

@@ -7,24 +7,18 @@ using System::Commons::Json::JsonReader;
 using System::Commons::Json::JsonSerializationContext;
 using System::Commons::Json::JsonWriter;
 
-DataSection::DataSection(const BasicString& name) : name(name)
-{
-}
+DataSection::DataSection(const BasicString& name) : name(name) {}
 
 DataSection::~DataSection() = default;
 
-void DataSection::ReadJson(JsonReader& /*reader*/, JsonSerializationContext& /*context*/)
-{
-}
+void DataSection::ReadJson(JsonReader& /*reader*/, JsonSerializationContext& /*context*/) {}
 
 void DataSection::WriteJson(JsonWriter& writer, JsonSerializationContext& context)
 {
     WriteJsonData(writer, context);
 }
 
-void DataSection::Setup()
-{
-}
+void DataSection::Setup() {}
 
 bool DataSection::UpdateData()
 {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Di/Internal/Data/DiRscData.hpp"
-
 #include "Oxa/System/Commons/Json/IJsonSerializable.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
@@ -17,12 +16,12 @@ public:
     ~DataSection() override;
 
     /// Does nothing: sections are only written.
-    void ReadJson(
-        System::Commons::Json::JsonReader& reader, System::Commons::Json::JsonSerializationContext& context) override;
+    void ReadJson(System::Commons::Json::JsonReader& reader,
+                  System::Commons::Json::JsonSerializationContext& context) override;
 
     /// Writes exactly one member into the object that is open.
-    void WriteJson(
-        System::Commons::Json::JsonWriter& writer, System::Commons::Json::JsonSerializationContext& context) override;
+    void WriteJson(System::Commons::Json::JsonWriter& writer,
+                   System::Commons::Json::JsonSerializationContext& context) override;
 
     /// Called once after the services have been subscribed. Here: does nothing.
     virtual void Setup();
@@ -31,8 +30,8 @@ public:
     [[nodiscard]] virtual bool UpdateData();
 
     /// Writes the member: `GetName()` is its key.
-    virtual void WriteJsonData(
-        System::Commons::Json::JsonWriter& writer, System::Commons::Json::JsonSerializationContext& context) = 0;
+    virtual void WriteJsonData(System::Commons::Json::JsonWriter& writer,
+                               System::Commons::Json::JsonSerializationContext& context) = 0;
 
     /// The name by which requests select the section.
     [[nodiscard]] const BasicString& GetName() const;

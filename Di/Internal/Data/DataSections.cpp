@@ -14,9 +14,7 @@ using System::Commons::Json::JsonReader;
 using System::Commons::Json::JsonSerializationContext;
 using System::Commons::Json::JsonWriter;
 
-DataSections::DataSections(std::vector<DataSection*>& sections) : sections(sections)
-{
-}
+DataSections::DataSections(std::vector<DataSection*>& sections) : sections(sections) {}
 
 DataSections::~DataSections() = default;
 
@@ -37,9 +35,7 @@ bool DataSections::UpdateData() const
     return std::all_of(sections.begin(), sections.end(), [](DataSection* section) { return section->UpdateData(); });
 }
 
-void DataSections::ReadJson(JsonReader& /*reader*/, JsonSerializationContext& /*context*/)
-{
-}
+void DataSections::ReadJson(JsonReader& /*reader*/, JsonSerializationContext& /*context*/) {}
 
 void DataSections::WriteJson(JsonWriter& writer, JsonSerializationContext& context)
 {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Di/Internal/Data/DiRscData.hpp"
-
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Json/IJsonSerializable.hpp"
 #include "Oxa/System/Commons/Types.hpp"
@@ -24,20 +23,20 @@ public:
     explicit DataSections(std::vector<DataSection*>& sections);
     ~DataSections() override;
 
-    /// Splits at "&" after dropping one trailing "&". Nothing is trimmed, merged or checked; there is always at least one
-    /// name, be it empty.
+    /// Splits at "&" after dropping one trailing "&". Nothing is trimmed, merged or checked; there is always at least
+    /// one name, be it empty.
     [[nodiscard]] static std::vector<BasicString> ParseSectionsNamesList(const BasicString& sectionsNames);
 
     /// Updates one section after the other; false at the first one that fails, and those behind it are not updated.
     [[nodiscard]] bool UpdateData() const;
 
     /// Does nothing: sections are only written.
-    void ReadJson(
-        System::Commons::Json::JsonReader& reader, System::Commons::Json::JsonSerializationContext& context) override;
+    void ReadJson(System::Commons::Json::JsonReader& reader,
+                  System::Commons::Json::JsonSerializationContext& context) override;
 
     /// Writes the sections' members side by side into the object that is open.
-    void WriteJson(
-        System::Commons::Json::JsonWriter& writer, System::Commons::Json::JsonSerializationContext& context) override;
+    void WriteJson(System::Commons::Json::JsonWriter& writer,
+                   System::Commons::Json::JsonSerializationContext& context) override;
 
 private:
     std::vector<DataSection*>& sections;

@@ -18,9 +18,8 @@ using System::Commons::Json::JsonWriter;
 using System::Rsc::RscString;
 
 DateTime::DateTime(const BasicString& name, std::shared_ptr<IDeviceStatusService>& deviceStatusService,
-    std::shared_ptr<IRtcService>& rtcService) :
-    DataSection(name),
-    deviceStatusService(deviceStatusService), rtcService(rtcService)
+                   std::shared_ptr<IRtcService>& rtcService)
+    : DataSection(name), deviceStatusService(deviceStatusService), rtcService(rtcService)
 {
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Di/Internal/Data/DataSection.hpp"
-
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/IRtcService.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
@@ -17,15 +16,15 @@ class DateTime final : public DataSection, private System::Commons::Diagnostics:
 public:
     /// Keeps references to the handler's own pointers, which are filled later.
     DateTime(const BasicString& name,
-        std::shared_ptr<Oxa::Device::Interface::Services::IDeviceStatusService>& deviceStatusService,
-        std::shared_ptr<Oxa::Hardware::RealTimeClock::Services::Internal::IRtcService>& rtcService);
+             std::shared_ptr<Oxa::Device::Interface::Services::IDeviceStatusService>& deviceStatusService,
+             std::shared_ptr<Oxa::Hardware::RealTimeClock::Services::Internal::IRtcService>& rtcService);
     ~DateTime() override;
 
     /// False when the up-time was of another type than expected or anything threw; nothing is passed on.
     [[nodiscard]] bool UpdateData() override;
 
-    void WriteJsonData(
-        System::Commons::Json::JsonWriter& writer, System::Commons::Json::JsonSerializationContext& context) override;
+    void WriteJsonData(System::Commons::Json::JsonWriter& writer,
+                       System::Commons::Json::JsonSerializationContext& context) override;
 
 private:
     [[nodiscard]] bool ReadValues();

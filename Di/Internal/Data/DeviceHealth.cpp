@@ -10,8 +10,8 @@ using System::Commons::Json::JsonSerializationContext;
 using System::Commons::Json::JsonWriter;
 using System::Rsc::RscString;
 
-DeviceHealth::DeviceHealth(const BasicString& name, std::shared_ptr<IDeviceStatusService>& deviceStatusService) :
-    DataSection(name), deviceStatusService(deviceStatusService)
+DeviceHealth::DeviceHealth(const BasicString& name, std::shared_ptr<IDeviceStatusService>& deviceStatusService)
+    : DataSection(name), deviceStatusService(deviceStatusService)
 {
 }
 
@@ -19,8 +19,8 @@ DeviceHealth::~DeviceHealth() = default;
 
 bool DeviceHealth::UpdateData()
 {
-    return ConvRscVariant512Value(
-        deviceStatusService->ReadItem(RscString<512>("Status.Board.Temperature.Centigrade")), boardTemperatureCelsius);
+    return ConvRscVariant512Value(deviceStatusService->ReadItem(RscString<512>("Status.Board.Temperature.Centigrade")),
+                                  boardTemperatureCelsius);
 }
 
 void DeviceHealth::WriteJsonData(JsonWriter& writer, JsonSerializationContext& /*context*/)

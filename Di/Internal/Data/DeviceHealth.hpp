@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Di/Internal/Data/DataSection.hpp"
-
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 
@@ -16,15 +15,15 @@ class DeviceHealth final : public DataSection, private System::Commons::Diagnost
 public:
     /// Keeps a reference to the handler's own pointer, which is filled later.
     DeviceHealth(const BasicString& name,
-        std::shared_ptr<Oxa::Device::Interface::Services::IDeviceStatusService>& deviceStatusService);
+                 std::shared_ptr<Oxa::Device::Interface::Services::IDeviceStatusService>& deviceStatusService);
     ~DeviceHealth() override;
 
     /// False when the value was of another type than expected. Passes on what the service throws: other than the date
     /// and time, a temperature that cannot be asked for is a fault of its own.
     [[nodiscard]] bool UpdateData() override;
 
-    void WriteJsonData(
-        System::Commons::Json::JsonWriter& writer, System::Commons::Json::JsonSerializationContext& context) override;
+    void WriteJsonData(System::Commons::Json::JsonWriter& writer,
+                       System::Commons::Json::JsonSerializationContext& context) override;
 
 private:
     int8 boardTemperatureCelsius = 0;

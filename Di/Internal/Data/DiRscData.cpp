@@ -46,9 +46,9 @@ BasicString FormatDecimal(const RscVariant<512>& value)
 
 } // namespace
 
-DiRscData::DiRscData() :
-    keysDelegate(decltype(keysDelegate)::Bind(*this, &DiRscData::WriteRscStringItemsIdentifiers)),
-    resultsDelegate(decltype(resultsDelegate)::Bind(*this, &DiRscData::ReadRscVariantItemsResults))
+DiRscData::DiRscData()
+    : keysDelegate(decltype(keysDelegate)::Bind(*this, &DiRscData::WriteRscStringItemsIdentifiers)),
+      resultsDelegate(decltype(resultsDelegate)::Bind(*this, &DiRscData::ReadRscVariantItemsResults))
 {
 }
 

@@ -21,8 +21,8 @@ public:
     DiRscData& operator=(const DiRscData&) = delete;
 
     /// Hands the keys to a service. Called by the service inside a multi-item read.
-    void WriteRscStringItemsIdentifiers(
-        System::Rsc::IRscWriteEnumerator<System::Rsc::RscString<512>>& enumerator) const;
+    void
+    WriteRscStringItemsIdentifiers(System::Rsc::IRscWriteEnumerator<System::Rsc::RscString<512>>& enumerator) const;
 
     /// Replaces the results by what a service delivers. Called by the service inside a multi-item read. Throws what
     /// `ReadRscArrayElements` throws, and std::length_error for an announced number that no list can hold; what was
@@ -33,8 +33,8 @@ public:
     /// InvalidOperationException and ArgumentException for an array that cannot be read element by element.
     static void ReadRscArrayElements(System::Rsc::RscVariant<512>& value);
 
-    /// False when the value is of another type than `out`; nothing is widened. `out` then holds the failure value: false,
-    /// -128, 255, 4294967295 or 18446744073709551615.
+    /// False when the value is of another type than `out`; nothing is widened. `out` then holds the failure value:
+    /// false, -128, 255, 4294967295 or 18446744073709551615.
     static bool ConvRscVariant512Value(const System::Rsc::RscVariant<512>& value, bool& out);
     static bool ConvRscVariant512Value(const System::Rsc::RscVariant<512>& value, int8& out);
     static bool ConvRscVariant512Value(const System::Rsc::RscVariant<512>& value, uint8& out);

@@ -1,7 +1,6 @@
 #include "Di/Internal/Data/GeneralData.hpp"
 
 #include "Di/Internal/Settings/DiSettings.hpp"
-
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 
 namespace Oxa::Services::Modules::Wbm::Di::Internal::Data
@@ -21,12 +20,19 @@ const BasicString notAvailable = "N/A";
 
 } // namespace
 
-GeneralData::GeneralData(
-    const BasicString& name, std::shared_ptr<IDeviceInfoService>& deviceInfoService, DiSettings& settings) :
-    DataSection(name),
-    articleName(notAvailable), orderNumber(notAvailable), serialNumber(notAvailable), firmwareVersion(notAvailable),
-    hardwareVersion(notAvailable), fpgaVersion(notAvailable), deviceInfoService(deviceInfoService), settings(settings),
-    splcFirmwareVersion(notAvailable), splcFpgaVersion(notAvailable)
+GeneralData::GeneralData(const BasicString& name, std::shared_ptr<IDeviceInfoService>& deviceInfoService,
+                         DiSettings& settings)
+    : DataSection(name),
+      articleName(notAvailable),
+      orderNumber(notAvailable),
+      serialNumber(notAvailable),
+      firmwareVersion(notAvailable),
+      hardwareVersion(notAvailable),
+      fpgaVersion(notAvailable),
+      deviceInfoService(deviceInfoService),
+      settings(settings),
+      splcFirmwareVersion(notAvailable),
+      splcFpgaVersion(notAvailable)
 {
 }
 
@@ -41,7 +47,7 @@ void GeneralData::Setup()
     }
     itemKeys.clear();
     for (const char* const key : {"General.ArticleName", "General.ArticleNumber", "General.SerialNumber",
-             "General.Firmware.Version", "General.Hardware.Version", "General.Fpga.Version"})
+                                  "General.Firmware.Version", "General.Hardware.Version", "General.Fpga.Version"})
     {
         itemKeys.emplace_back(key);
     }

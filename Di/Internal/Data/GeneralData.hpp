@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Di/Internal/Data/DataSection.hpp"
-
 #include "Oxa/Device/Interface/Services/IDeviceInfoService.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 
@@ -22,8 +21,8 @@ class GeneralData final : public DataSection,
 public:
     /// Keeps references: to the handler's own pointer, which is filled later, and to the settings.
     GeneralData(const BasicString& name,
-        std::shared_ptr<Oxa::Device::Interface::Services::IDeviceInfoService>& deviceInfoService,
-        Settings::DiSettings& settings);
+                std::shared_ptr<Oxa::Device::Interface::Services::IDeviceInfoService>& deviceInfoService,
+                Settings::DiSettings& settings);
     ~GeneralData() override;
 
     /// Passes on what the service throws. Without the service the values stay as they are.
@@ -32,8 +31,8 @@ public:
     /// Always true. Passes on what the service throws.
     [[nodiscard]] bool UpdateData() override;
 
-    void WriteJsonData(
-        System::Commons::Json::JsonWriter& writer, System::Commons::Json::JsonSerializationContext& context) override;
+    void WriteJsonData(System::Commons::Json::JsonWriter& writer,
+                       System::Commons::Json::JsonSerializationContext& context) override;
 
 private:
     void ReadText(const char* key, BasicString& text);

@@ -19,8 +19,8 @@ constexpr uint32 colorMask = 0xFFFF0000;
 
 } // namespace
 
-StatusIndicator::StatusIndicator(BasicString fullName, uint32 statusWord) :
-    fullName(std::move(fullName)), stateCode(statusWord & stateMask), colorCode(statusWord & colorMask)
+StatusIndicator::StatusIndicator(BasicString fullName, uint32 statusWord)
+    : fullName(std::move(fullName)), stateCode(statusWord & stateMask), colorCode(statusWord & colorMask)
 {
 }
 
@@ -34,9 +34,7 @@ StatusIndicator& StatusIndicator::operator=(StatusIndicator&&) noexcept = defaul
 
 StatusIndicator::~StatusIndicator() = default;
 
-void StatusIndicator::ReadJson(JsonReader& /*reader*/, JsonSerializationContext& /*context*/)
-{
-}
+void StatusIndicator::ReadJson(JsonReader& /*reader*/, JsonSerializationContext& /*context*/) {}
 
 void StatusIndicator::WriteJson(JsonWriter& writer, JsonSerializationContext& /*context*/)
 {

@@ -19,12 +19,12 @@ public:
     ~StatusIndicator() override;
 
     /// Does nothing: indicators are only written.
-    void ReadJson(
-        System::Commons::Json::JsonReader& reader, System::Commons::Json::JsonSerializationContext& context) override;
+    void ReadJson(System::Commons::Json::JsonReader& reader,
+                  System::Commons::Json::JsonSerializationContext& context) override;
 
     /// Writes one item of the complex array that is open.
-    void WriteJson(
-        System::Commons::Json::JsonWriter& writer, System::Commons::Json::JsonSerializationContext& context) override;
+    void WriteJson(System::Commons::Json::JsonWriter& writer,
+                   System::Commons::Json::JsonSerializationContext& context) override;
 
 private:
     BasicString fullName;

@@ -13,10 +13,8 @@ using System::Commons::Json::JsonSerializationContext;
 using System::Commons::Json::JsonWriter;
 using System::Rsc::RscString;
 
-StatusIndicators::StatusIndicators(
-    const BasicString& name, std::shared_ptr<IDeviceStatusService>& deviceStatusService) :
-    DataSection(name),
-    deviceStatusService(deviceStatusService)
+StatusIndicators::StatusIndicators(const BasicString& name, std::shared_ptr<IDeviceStatusService>& deviceStatusService)
+    : DataSection(name), deviceStatusService(deviceStatusService)
 {
 }
 
@@ -27,17 +25,9 @@ bool StatusIndicators::UpdateData()
     itemKeys.clear();
     indicators.clear();
     static const std::vector<BasicString> ledKeys = {
-        "Status.Leds.Pnio.Bf_C",
-        "Status.Leds.Runtime.Run",
-        "Status.Leds.Pnio.Bf_D",
-        "Status.Leds.Runtime.Fail",
-        "Status.Leds.Pnio.Sf",
-        "Status.Leds.Runtime.Debug",
-        "Status.Leds.Zelo.D",
-        "Status.Leds.Zelo.E",
-        "Status.Leds.Runtime.Ext",
-        "Status.Leds.Safety.Run",
-        "Status.Leds.Safety.Fs",
+        "Status.Leds.Pnio.Bf_C",   "Status.Leds.Runtime.Run",   "Status.Leds.Pnio.Bf_D", "Status.Leds.Runtime.Fail",
+        "Status.Leds.Pnio.Sf",     "Status.Leds.Runtime.Debug", "Status.Leds.Zelo.D",    "Status.Leds.Zelo.E",
+        "Status.Leds.Runtime.Ext", "Status.Leds.Safety.Run",    "Status.Leds.Safety.Fs",
     };
     itemKeys = std::vector<RscString<512>>(ledKeys.begin(), ledKeys.end());
     deviceStatusService->ReadItems(keysDelegate, resultsDelegate);

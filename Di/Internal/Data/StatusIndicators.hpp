@@ -2,7 +2,6 @@
 
 #include "Di/Internal/Data/DataSection.hpp"
 #include "Di/Internal/Data/StatusIndicator.hpp"
-
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 
@@ -19,15 +18,15 @@ class StatusIndicators final : public DataSection,
 public:
     /// Keeps a reference to the handler's own pointer, which is filled later.
     StatusIndicators(const BasicString& name,
-        std::shared_ptr<Oxa::Device::Interface::Services::IDeviceStatusService>& deviceStatusService);
+                     std::shared_ptr<Oxa::Device::Interface::Services::IDeviceStatusService>& deviceStatusService);
     ~StatusIndicators() override;
 
     /// False when the number of results is not that of the LEDs; a single LED of the wrong type is left out. Passes on
     /// what the service throws. The list of the previous update is gone in any case.
     [[nodiscard]] bool UpdateData() override;
 
-    void WriteJsonData(
-        System::Commons::Json::JsonWriter& writer, System::Commons::Json::JsonSerializationContext& context) override;
+    void WriteJsonData(System::Commons::Json::JsonWriter& writer,
+                       System::Commons::Json::JsonSerializationContext& context) override;
 
 private:
     std::vector<StatusIndicator> indicators;

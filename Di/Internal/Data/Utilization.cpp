@@ -27,9 +27,8 @@ constexpr uint32 firstCoreIndex = 5;
 } // namespace
 
 Utilization::Utilization(const BasicString& name, std::shared_ptr<IDeviceStatusService>& deviceStatusService,
-    std::shared_ptr<IDeviceInfoService>& deviceInfoService) :
-    DataSection(name),
-    deviceStatusService(deviceStatusService), deviceInfoService(deviceInfoService)
+                         std::shared_ptr<IDeviceInfoService>& deviceInfoService)
+    : DataSection(name), deviceStatusService(deviceStatusService), deviceInfoService(deviceInfoService)
 {
 }
 
@@ -53,8 +52,9 @@ void Utilization::Setup()
         // a glance that something is wrong. Not to be mended.
         Log(LogLevel::Debug, "Failed to get CPU cores count");
     }
-    for (const char* const key : {"Status.Memory.Usage.Percent.Actual", "Status.UserPartition.Total",
-             "Status.UserPartition.Usage", "Status.UserPartition.Usage.Percent", "Status.Cpu.0.Load.Percent"})
+    for (const char* const key :
+         {"Status.Memory.Usage.Percent.Actual", "Status.UserPartition.Total", "Status.UserPartition.Usage",
+          "Status.UserPartition.Usage.Percent", "Status.Cpu.0.Load.Percent"})
     {
         itemKeys.emplace_back(key);
     }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Di/Internal/Data/DataSection.hpp"
-
 #include "Oxa/Device/Interface/Services/IDeviceInfoService.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
@@ -18,8 +17,8 @@ class Utilization final : public DataSection, private System::Commons::Diagnosti
 public:
     /// Keeps references to the handler's own pointers, which are filled later.
     Utilization(const BasicString& name,
-        std::shared_ptr<Oxa::Device::Interface::Services::IDeviceStatusService>& deviceStatusService,
-        std::shared_ptr<Oxa::Device::Interface::Services::IDeviceInfoService>& deviceInfoService);
+                std::shared_ptr<Oxa::Device::Interface::Services::IDeviceStatusService>& deviceStatusService,
+                std::shared_ptr<Oxa::Device::Interface::Services::IDeviceInfoService>& deviceInfoService);
     ~Utilization() override;
 
     /// Passes on what the service throws. Without the service everything stays as it is.
@@ -29,8 +28,8 @@ public:
     /// throws, and std::out_of_range when there are fewer results than the process's first update had.
     [[nodiscard]] bool UpdateData() override;
 
-    void WriteJsonData(
-        System::Commons::Json::JsonWriter& writer, System::Commons::Json::JsonSerializationContext& context) override;
+    void WriteJsonData(System::Commons::Json::JsonWriter& writer,
+                       System::Commons::Json::JsonSerializationContext& context) override;
 
 private:
     [[nodiscard]] bool ConvertDeviceValues();

@@ -28,7 +28,7 @@ BasicString ReadMandatoryAttribute(const XmlReader& reader, const BasicString& a
     if (!reader.TryGetAttributeValue<BasicString>(attributeName, value))
     {
         throw XmlException::Create("GetAttributeValue failed for mandatory attribute: {0} elementName: {1}",
-            attributeName, reader.GetElementLocalName());
+                                   attributeName, reader.GetElementLocalName());
     }
     return value;
 }
@@ -67,15 +67,13 @@ void DiSettings::ReadXml(XmlReader& reader, XmlSerializationContext& context)
     }
 }
 
-void DiSettings::WriteXml(XmlWriter& /*writer*/, XmlSerializationContext& /*context*/)
-{
-}
+void DiSettings::WriteXml(XmlWriter& /*writer*/, XmlSerializationContext& /*context*/) {}
 
 void DiSettings::ReadSettingsElement(const XmlReader& reader, const XmlSerializationContext& context)
 {
     const BasicString languages = ReadMandatoryAttribute(reader, supportedLanguagesAttribute);
-    boost::algorithm::split(
-        supportedLanguages, languages, boost::algorithm::is_any_of(","), boost::algorithm::token_compress_off);
+    boost::algorithm::split(supportedLanguages, languages, boost::algorithm::is_any_of(","),
+                            boost::algorithm::token_compress_off);
 
     const BasicString flag = ReadMandatoryAttribute(reader, splcSupportedAttribute);
     splcSupported = context.GetPlaceholderExpression().Resolve(flag) == "true";

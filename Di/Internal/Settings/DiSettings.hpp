@@ -20,12 +20,12 @@ public:
 
     /// Throws XmlException when the document element holds no settings element or one lacks an attribute. Of several
     /// settings elements the last one counts; an empty document element changes nothing.
-    void ReadXml(
-        System::Commons::Xml::XmlReader& reader, System::Commons::Xml::XmlSerializationContext& context) override;
+    void ReadXml(System::Commons::Xml::XmlReader& reader,
+                 System::Commons::Xml::XmlSerializationContext& context) override;
 
     /// Does nothing.
-    void WriteXml(
-        System::Commons::Xml::XmlWriter& writer, System::Commons::Xml::XmlSerializationContext& context) override;
+    void WriteXml(System::Commons::Xml::XmlWriter& writer,
+                  System::Commons::Xml::XmlSerializationContext& context) override;
 
     /// In the order of the document; as they stand there, not trimmed.
     std::vector<BasicString> supportedLanguages;
@@ -34,8 +34,8 @@ public:
     bool splcSupported = false;
 
 private:
-    void ReadSettingsElement(
-        const System::Commons::Xml::XmlReader& reader, const System::Commons::Xml::XmlSerializationContext& context);
+    void ReadSettingsElement(const System::Commons::Xml::XmlReader& reader,
+                             const System::Commons::Xml::XmlSerializationContext& context);
 };
 
 } // namespace Oxa::Services::Modules::Wbm::Di::Internal::Settings

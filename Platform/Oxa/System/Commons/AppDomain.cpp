@@ -7,9 +7,7 @@ namespace Oxa::System::Commons
 
 template class Singleton<AppDomain>;
 
-AppDomain::AppDomain(BasicString name) : name(std::move(name))
-{
-}
+AppDomain::AppDomain(BasicString name) : name(std::move(name)) {}
 
 AppDomain::~AppDomain() = default;
 

@@ -21,8 +21,8 @@ public:
 
     /// The text is `defaultMessage2`, filled. `value` is anything that can be formatted; a pointer prints its address.
     template <class T>
-    [[nodiscard]] static ArgumentException Create(
-        std::string_view parameterName, const T& value, std::string_view message)
+    [[nodiscard]] static ArgumentException Create(std::string_view parameterName, const T& value,
+                                                  std::string_view message)
     {
         return ArgumentException(Text::Format(defaultMessage2, parameterName, value, message));
     }

@@ -30,9 +30,7 @@ class MethodFunctor<T, R(Args...)> final : public IFunctor<R(Args...)>
 public:
     using Method = R (T::*)(Args...);
 
-    MethodFunctor(T& object, Method method) : object(object), method(method)
-    {
-    }
+    MethodFunctor(T& object, Method method) : object(object), method(method) {}
 
     R Invoke(Args... args) override
     {
@@ -54,9 +52,7 @@ class ConstMethodFunctor<T, R(Args...)> final : public IFunctor<R(Args...)>
 public:
     using Method = R (T::*)(Args...) const;
 
-    ConstMethodFunctor(const T& object, Method method) : object(object), method(method)
-    {
-    }
+    ConstMethodFunctor(const T& object, Method method) : object(object), method(method) {}
 
     R Invoke(Args... args) override
     {
@@ -79,9 +75,7 @@ class delegate<R(Args...)> final
 public:
     delegate() = default;
 
-    explicit delegate(std::shared_ptr<IFunctor<R(Args...)>> functor) : functor(std::move(functor))
-    {
-    }
+    explicit delegate(std::shared_ptr<IFunctor<R(Args...)>> functor) : functor(std::move(functor)) {}
 
     template <class T>
     [[nodiscard]] static delegate Bind(T& object, R (T::*method)(Args...))

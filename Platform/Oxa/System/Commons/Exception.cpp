@@ -22,9 +22,9 @@ constexpr std::size_t maximumFrames = 32;
 
 } // namespace
 
-Exception::Exception(BasicString message) :
-    content(std::make_shared<const Content>(
-        Content{std::move(message), boost::stacktrace::stacktrace(skippedFrames, maximumFrames)}))
+Exception::Exception(BasicString message)
+    : content(std::make_shared<const Content>(
+          Content{std::move(message), boost::stacktrace::stacktrace(skippedFrames, maximumFrames)}))
 {
 }
 

@@ -21,8 +21,8 @@ constexpr int64 unixEpochTicks = -std::chrono::duration_cast<std::chrono::second
 
 } // namespace
 
-DateTime::DateTime(uint64 ticks, DateTimeKind kind) noexcept :
-    value((ticks & ticksMask) | (static_cast<uint64>(kind) << kindShift))
+DateTime::DateTime(uint64 ticks, DateTimeKind kind) noexcept
+    : value((ticks & ticksMask) | (static_cast<uint64>(kind) << kindShift))
 {
 }
 
@@ -75,9 +75,9 @@ BasicString DateTime::ToIso8601String() const
     const year_month_day date(yearOne + wholeDays);
     const hh_mm_ss time(sinceYearOne - wholeDays);
     return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:07}{}", static_cast<int>(date.year()),
-        static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()), time.hours().count(),
-        time.minutes().count(), time.seconds().count(), ticks % ticksPerSecond,
-        GetKind() == DateTimeKind::Utc ? "Z" : "");
+                       static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()), time.hours().count(),
+                       time.minutes().count(), time.seconds().count(), ticks % ticksPerSecond,
+                       GetKind() == DateTimeKind::Utc ? "Z" : "");
 }
 
 } // namespace Oxa

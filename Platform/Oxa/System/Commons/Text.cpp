@@ -1,8 +1,7 @@
 #include "Oxa/System/Commons/Text.hpp"
 
-#include <rapidjson/encodings.h>
-
 #include <cxxabi.h>
+#include <rapidjson/encodings.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -20,9 +19,7 @@ class ViewStream final
 public:
     using Ch = char;
 
-    explicit ViewStream(std::string_view text) : text(text)
-    {
-    }
+    explicit ViewStream(std::string_view text) : text(text) {}
 
     Ch Take()
     {
@@ -127,8 +124,8 @@ BasicString EscapeControlCharacters(std::string_view text)
 BasicString GetTypeName(const std::type_info& type)
 {
     int status = 0;
-    const std::unique_ptr<char, decltype(&std::free)> name(
-        abi::__cxa_demangle(type.name(), nullptr, nullptr, &status), &std::free);
+    const std::unique_ptr<char, decltype(&std::free)> name(abi::__cxa_demangle(type.name(), nullptr, nullptr, &status),
+                                                           &std::free);
     return name ? BasicString(name.get()) : BasicString(type.name());
 }
 

@@ -17,7 +17,8 @@ namespace Oxa::System::Commons::Text
 template <class... Args>
 [[nodiscard]] BasicString Format(std::string_view messageTemplate, const Args&... args)
 {
-    return fmt::vformat(fmt::string_view(messageTemplate.data(), messageTemplate.size()), fmt::make_format_args(args...));
+    return fmt::vformat(fmt::string_view(messageTemplate.data(), messageTemplate.size()),
+                        fmt::make_format_args(args...));
 }
 
 [[nodiscard]] OXA_EXPORT bool IsValidUtf8(std::string_view text) noexcept;

@@ -31,14 +31,13 @@ public:
 
     /// The text is the filled template, combined with the reader's file and line through `fileLineMessage`.
     template <class... Args>
-    [[nodiscard]] static XmlException Create(
-        const Xml::XmlReader& reader, std::string_view messageTemplate, const Args&... args)
+    [[nodiscard]] static XmlException Create(const Xml::XmlReader& reader, std::string_view messageTemplate,
+                                             const Args&... args)
     {
         return CreateAtPosition(reader, Text::Format(messageTemplate, args...));
     }
 
-    [[nodiscard]] static XmlException CreateAt(
-        const BasicString& fileName, int lineNumber, std::string_view message);
+    [[nodiscard]] static XmlException CreateAt(const BasicString& fileName, int lineNumber, std::string_view message);
 
     /// "FILE:LINE" of the place that was being read when the exception passed through the document, for a report to
     /// people; the text of the exception stays as it was created. Empty when the text names the place itself.

@@ -8,8 +8,8 @@
 namespace Oxa::System::Rsc
 {
 
-/// Copies the next element of an array into `element`, which has room for `elementBytes`. `context` is the source's own.
-/// Throws a platform exception when there is none or it has no room.
+/// Copies the next element of an array into `element`, which has room for `elementBytes`. `context` is the source's
+/// own. Throws a platform exception when there is none or it has no room.
 using ReadElementFunction = void (*)(void* context, void* element, std::size_t elementBytes);
 
 /// What the payload of a variant of type Array holds. The elements are not in it: they are read one after the other

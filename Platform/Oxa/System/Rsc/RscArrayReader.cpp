@@ -18,8 +18,7 @@ RscArrayReader::RscArrayReader(const RscArrayInformation& information) : informa
     }
     if (information.dimensions == 0)
     {
-        throw ArgumentException(
-            System::Commons::Text::Format("{0}: dimension size has to be >= 0", "RscArrayReader"));
+        throw ArgumentException(System::Commons::Text::Format("{0}: dimension size has to be >= 0", "RscArrayReader"));
     }
     if (information.readElement == nullptr && information.remotingSource == nullptr)
     {

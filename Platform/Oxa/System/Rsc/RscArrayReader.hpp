@@ -30,8 +30,8 @@ public:
     [[nodiscard]] uint8 GetDimensions() const noexcept;
     [[nodiscard]] RscType GetElementType() const noexcept;
 
-    /// Copies the next element's bytes. Requires: room for `maximumPrimitiveBytes`. Throws InvalidOperationException when
-    /// the elements are not primitive or are arrays themselves, and what the source throws.
+    /// Copies the next element's bytes. Requires: room for `maximumPrimitiveBytes`. Throws InvalidOperationException
+    /// when the elements are not primitive or are arrays themselves, and what the source throws.
     void ReadNext(std::span<std::byte> element);
 
     /// The next element of an array with more than one dimension. Throws InvalidOperationException for any other.

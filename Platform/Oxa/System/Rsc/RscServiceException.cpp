@@ -5,8 +5,8 @@
 namespace Oxa::System::Rsc
 {
 
-RscServiceException::RscServiceException(RscFault fault, BasicString message) :
-    Exception(std::move(message)), fault(fault)
+RscServiceException::RscServiceException(RscFault fault, BasicString message)
+    : Exception(std::move(message)), fault(fault)
 {
 }
 

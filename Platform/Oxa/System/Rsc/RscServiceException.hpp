@@ -22,8 +22,8 @@ public:
     ~RscServiceException() override;
 
     template <class... Args>
-    [[nodiscard]] static RscServiceException Create(
-        RscFault fault, std::string_view messageTemplate, const Args&... args)
+    [[nodiscard]] static RscServiceException Create(RscFault fault, std::string_view messageTemplate,
+                                                    const Args&... args)
     {
         return {fault, System::Commons::Text::Format(messageTemplate, args...)};
     }

@@ -13,8 +13,8 @@ IRscService::~IRscService() = default;
 
 IRscServiceProxyFactory::~IRscServiceProxyFactory() = default;
 
-RscServiceSlot::RscServiceSlot(BasicString providerName, BasicString interfaceName) :
-    providerName(std::move(providerName)), interfaceName(std::move(interfaceName))
+RscServiceSlot::RscServiceSlot(BasicString providerName, BasicString interfaceName)
+    : providerName(std::move(providerName)), interfaceName(std::move(interfaceName))
 {
 }
 
@@ -38,7 +38,8 @@ void RscServiceSlot::Provide(std::shared_ptr<IRscService> newImplementation)
 void RscServiceSlot::ThrowNotAvailable() const
 {
     throw RscServiceException::Create(RscFault::NotAvailable,
-        "The service '{0}' of the provider '{1}' is not available", interfaceName, providerName);
+                                      "The service '{0}' of the provider '{1}' is not available", interfaceName,
+                                      providerName);
 }
 
 } // namespace Oxa::System::Rsc

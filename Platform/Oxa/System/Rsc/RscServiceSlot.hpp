@@ -20,8 +20,8 @@ public:
     RscServiceSlot& operator=(const RscServiceSlot&) = delete;
     ~RscServiceSlot();
 
-    /// The implementation as T, kept alive for the call that follows. Throws RscServiceException when nothing is provided
-    /// at the moment or what is provided is no T.
+    /// The implementation as T, kept alive for the call that follows. Throws RscServiceException when nothing is
+    /// provided at the moment or what is provided is no T.
     template <class T>
     [[nodiscard]] std::shared_ptr<T> Acquire() const
     {

@@ -55,6 +55,7 @@ template <> struct RscTypeOf<Oxa::DateTime> : RscTypeIs<RscType::DateTime> {};
 template <> struct RscTypeOf<RscVersion> : RscTypeIs<RscType::Version> {};
 template <> struct RscTypeOf<RscGuid> : RscTypeIs<RscType::Guid> {};
 template <> struct RscTypeOf<RscArrayInformation> : RscTypeIs<RscType::Array> {};
+
 // clang-format on
 
 } // namespace Internal
@@ -72,7 +73,11 @@ public:
     RscVariant() noexcept = default;
 
     template <class T>
-        requires requires { Internal::RscTypeOf<T>::value; }
+    requires requires
+    {
+        Internal::RscTypeOf<T>::value;
+    }
+
     explicit RscVariant(const T& value) noexcept : type(Internal::RscTypeOf<T>::value)
     {
         static_assert(std::is_trivially_copyable_v<T>);
@@ -90,9 +95,7 @@ public:
         payload[text.size()] = '\0';
     }
 
-    explicit RscVariant(const char* text) : RscVariant(std::string_view(text))
-    {
-    }
+    explicit RscVariant(const char* text) : RscVariant(std::string_view(text)) {}
 
     RscVariant(const RscVariant& other) noexcept
     {
@@ -123,7 +126,11 @@ public:
 
     /// Copies the scalar out. Requires: the type tag is T's.
     template <class T>
-        requires requires { Internal::RscTypeOf<T>::value; }
+    requires requires
+    {
+        Internal::RscTypeOf<T>::value;
+    }
+
     void CopyTo(T& value) const noexcept
     {
         static_assert(std::is_trivially_copyable_v<T>);
@@ -165,8 +172,8 @@ public:
         case RscType::Guid:
             return Internal::FormatGuid(Get<RscGuid>());
         default:
-            throw System::Commons::NotSupportedException::Create(
-                "RscVariant::ToString() not supported for type '{0}'", type);
+            throw System::Commons::NotSupportedException::Create("RscVariant::ToString() not supported for type '{0}'",
+                                                                 type);
         }
     }
 

@@ -12,7 +12,7 @@ namespace Oxa::System::Rsc
 
 /// Copies at most `count` characters of `source` and always terminates `destination`, cutting off what has no room.
 /// Requires: `destinationBytes` is not 0. Returns how many characters were copied.
-OXA_EXPORT std::size_t SecureStrncpy(
-    char* destination, std::size_t destinationBytes, const char* source, std::size_t count) noexcept;
+OXA_EXPORT std::size_t SecureStrncpy(char* destination, std::size_t destinationBytes, const char* source,
+                                     std::size_t count) noexcept;
 
 } // namespace Oxa::System::Rsc

@@ -28,7 +28,8 @@ public:
         return found == slots.end() ? nullptr : found->second;
     }
 
-    [[nodiscard]] std::shared_ptr<RscServiceSlot> FindOrCreate(const BasicString& provider, const BasicString& interface)
+    [[nodiscard]] std::shared_ptr<RscServiceSlot> FindOrCreate(const BasicString& provider,
+                                                               const BasicString& interface)
     {
         const std::lock_guard lock(mutex);
         auto& slot = slots[{provider, interface}];
@@ -62,8 +63,8 @@ void ServiceManager::RegisterService(IRscServiceProxyFactory& factory, std::shar
 {
     if (!implementation)
     {
-        throw System::Commons::ArgumentException::Create(
-            "implementation", static_cast<const void*>(nullptr), "A provider needs an implementation");
+        throw System::Commons::ArgumentException::Create("implementation", static_cast<const void*>(nullptr),
+                                                         "A provider needs an implementation");
     }
     GetSlotTable()
         .FindOrCreate(factory.GetServiceProviderName(), factory.GetServiceInterfaceName())
@@ -72,8 +73,7 @@ void ServiceManager::RegisterService(IRscServiceProxyFactory& factory, std::shar
 
 void ServiceManager::UnregisterService(IRscServiceProxyFactory& factory)
 {
-    const auto slot =
-        GetSlotTable().TryFind(factory.GetServiceProviderName(), factory.GetServiceInterfaceName());
+    const auto slot = GetSlotTable().TryFind(factory.GetServiceProviderName(), factory.GetServiceInterfaceName());
     if (slot)
     {
         slot->Provide(nullptr);

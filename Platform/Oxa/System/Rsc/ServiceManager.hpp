@@ -16,8 +16,8 @@ class OXA_EXPORT ServiceManager final
 public:
     ServiceManager() = delete;
 
-    /// A new proxy, owned by the caller; null when nobody provides the service. The proxy stays usable when the provider
-    /// goes and comes back; meanwhile its calls throw RscServiceException.
+    /// A new proxy, owned by the caller; null when nobody provides the service. The proxy stays usable when the
+    /// provider goes and comes back; meanwhile its calls throw RscServiceException.
     [[nodiscard]] static IRscService* GetService(const char* providerName, IRscServiceProxyFactory& factory);
 
     /// Provides an implementation under the names that the interface's factory gives. Replaces an earlier one. The

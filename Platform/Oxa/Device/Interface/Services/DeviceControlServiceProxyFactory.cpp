@@ -15,9 +15,7 @@ namespace
 class DeviceControlServiceProxy final : public IDeviceControlService
 {
 public:
-    explicit DeviceControlServiceProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot) : slot(std::move(slot))
-    {
-    }
+    explicit DeviceControlServiceProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot) : slot(std::move(slot)) {}
 
     AccessErrorCode Restart() override
     {
@@ -55,7 +53,8 @@ const char* DeviceControlServiceProxyFactory::GetServiceProviderName() const
     return "Oxa.Device";
 }
 
-System::Rsc::IRscService* DeviceControlServiceProxyFactory::CreateProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot)
+System::Rsc::IRscService*
+DeviceControlServiceProxyFactory::CreateProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot)
 {
     return new DeviceControlServiceProxy(std::move(slot));
 }

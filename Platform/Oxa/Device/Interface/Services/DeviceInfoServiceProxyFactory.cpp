@@ -15,9 +15,7 @@ namespace
 class DeviceInfoServiceProxy final : public IDeviceInfoService
 {
 public:
-    explicit DeviceInfoServiceProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot) : slot(std::move(slot))
-    {
-    }
+    explicit DeviceInfoServiceProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot) : slot(std::move(slot)) {}
 
     [[nodiscard]] ItemValue ReadItem(const ItemKey& key) override
     {

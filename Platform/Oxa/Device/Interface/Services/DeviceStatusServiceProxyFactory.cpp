@@ -15,9 +15,7 @@ namespace
 class DeviceStatusServiceProxy final : public IDeviceStatusService
 {
 public:
-    explicit DeviceStatusServiceProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot) : slot(std::move(slot))
-    {
-    }
+    explicit DeviceStatusServiceProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot) : slot(std::move(slot)) {}
 
     [[nodiscard]] ItemValue ReadItem(const ItemKey& key) override
     {
@@ -55,7 +53,8 @@ const char* DeviceStatusServiceProxyFactory::GetServiceProviderName() const
     return "Oxa.Device";
 }
 
-System::Rsc::IRscService* DeviceStatusServiceProxyFactory::CreateProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot)
+System::Rsc::IRscService*
+DeviceStatusServiceProxyFactory::CreateProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot)
 {
     return new DeviceStatusServiceProxy(std::move(slot));
 }

@@ -8,8 +8,8 @@ namespace Oxa::Device::Interface::Services
 {
 
 /// What the device is: items that do not change while it runs, such as names and versions.
-/// Safe from any thread. An unknown item is a value of type NotSet, not an error; a proxy throws RscServiceException when
-/// the service cannot be reached.
+/// Safe from any thread. An unknown item is a value of type NotSet, not an error; a proxy throws RscServiceException
+/// when the service cannot be reached.
 class OXA_EXPORT IDeviceInfoService : public System::Rsc::IRscService
 {
 public:

@@ -8,8 +8,8 @@ namespace Oxa::Device::Interface::Services
 {
 
 /// How the device is: items that change while it runs, such as loads, temperatures and LEDs.
-/// Safe from any thread. An unknown item is a value of type NotSet, not an error; a proxy throws RscServiceException when
-/// the service cannot be reached.
+/// Safe from any thread. An unknown item is a value of type NotSet, not an error; a proxy throws RscServiceException
+/// when the service cannot be reached.
 class OXA_EXPORT IDeviceStatusService : public System::Rsc::IRscService
 {
 public:

@@ -40,9 +40,7 @@ BasicString DecodePercent(std::string_view text)
 
 RequestQuery::RequestQuery() = default;
 
-RequestQuery::RequestQuery(BasicString text) : text(std::move(text))
-{
-}
+RequestQuery::RequestQuery(BasicString text) : text(std::move(text)) {}
 
 BasicString RequestQuery::GetQueryString(bool decoded) const
 {
@@ -58,7 +56,8 @@ bool RequestQuery::TryGetParameterValue(const BasicString& name, BasicString& va
         rest.remove_prefix(parameter.size() < rest.size() ? parameter.size() + 1 : rest.size());
         const std::size_t equals = parameter.find('=');
         const BasicString parameterName = DecodePercent(parameter.substr(0, equals));
-        if (parameterName == name || (ignoreCase && boost::algorithm::iequals(parameterName, name, std::locale::classic())))
+        if (parameterName == name ||
+            (ignoreCase && boost::algorithm::iequals(parameterName, name, std::locale::classic())))
         {
             value = equals == std::string_view::npos ? BasicString() : DecodePercent(parameter.substr(equals + 1));
             return true;

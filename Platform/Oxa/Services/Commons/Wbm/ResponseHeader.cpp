@@ -3,9 +3,8 @@
 namespace Oxa::Services::Commons::Wbm
 {
 
-ResponseHeader::ResponseHeader(
-    ContentType contentType, ContentSubtype contentSubtype, CharsetType charsetType) noexcept :
-    contentType(contentType), contentSubtype(contentSubtype), charsetType(charsetType)
+ResponseHeader::ResponseHeader(ContentType contentType, ContentSubtype contentSubtype, CharsetType charsetType) noexcept
+    : contentType(contentType), contentSubtype(contentSubtype), charsetType(charsetType)
 {
 }
 

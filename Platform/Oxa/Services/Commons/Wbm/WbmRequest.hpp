@@ -13,8 +13,8 @@ namespace Oxa::Services::Commons::Wbm
 class WbmRequest final
 {
 public:
-    WbmRequest(BasicString requestName, RequestParams requestParams, System::Um::SecurityToken securityToken) :
-        requestName(std::move(requestName)), requestParams(std::move(requestParams)), securityToken(securityToken)
+    WbmRequest(BasicString requestName, RequestParams requestParams, System::Um::SecurityToken securityToken)
+        : requestName(std::move(requestName)), requestParams(std::move(requestParams)), securityToken(securityToken)
     {
     }
 

@@ -12,13 +12,9 @@ namespace Oxa::Services::Commons::Wbm
 class WbmResponse final
 {
 public:
-    WbmResponse(const ResponseHeader& header, const BasicString& body) : header(header), body(body)
-    {
-    }
+    WbmResponse(const ResponseHeader& header, const BasicString& body) : header(header), body(body) {}
 
-    WbmResponse(const ResponseHeader& header, BasicString&& body) : header(header), body(std::move(body))
-    {
-    }
+    WbmResponse(const ResponseHeader& header, BasicString&& body) : header(header), body(std::move(body)) {}
 
     [[nodiscard]] const ResponseHeader& GetHeader() const noexcept
     {

@@ -34,8 +34,7 @@ public:
         }
         if (!function)
         {
-            throw ArgumentException::Create(
-                "function", static_cast<const void*>(nullptr), "Invalid factory function.");
+            throw ArgumentException::Create("function", static_cast<const void*>(nullptr), "Invalid factory function.");
         }
         if (Find(moduleName) != nullptr)
         {

@@ -30,9 +30,7 @@ struct Token
 class TokenCollector final : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, TokenCollector>
 {
 public:
-    explicit TokenCollector(std::size_t maximumDepth) : maximumDepth(maximumDepth)
-    {
-    }
+    explicit TokenCollector(std::size_t maximumDepth) : maximumDepth(maximumDepth) {}
 
     bool Null()
     {
@@ -111,13 +109,13 @@ struct JsonReader::Implementation
     bool isStarted = false;
 };
 
-JsonReader::JsonReader(std::string_view text, const JsonReaderLimits& limits) :
-    implementation(std::make_unique<Implementation>())
+JsonReader::JsonReader(std::string_view text, const JsonReaderLimits& limits)
+    : implementation(std::make_unique<Implementation>())
 {
     if (text.size() > limits.maximumBytes)
     {
-        throw JsonException::Create(
-            "The JSON document has {0} bytes, {1} are allowed", text.size(), limits.maximumBytes);
+        throw JsonException::Create("The JSON document has {0} bytes, {1} are allowed", text.size(),
+                                    limits.maximumBytes);
     }
     // The parser takes a NUL for the end of the text and would not look at what follows.
     if (const std::size_t nul = text.find('\0'); nul != std::string_view::npos)
@@ -131,12 +129,12 @@ JsonReader::JsonReader(std::string_view text, const JsonReaderLimits& limits) :
     if (result.Code() == rapidjson::kParseErrorTermination)
     {
         throw JsonException::Create("The JSON document is nested deeper than {0} levels at offset {1}",
-            limits.maximumDepth, result.Offset());
+                                    limits.maximumDepth, result.Offset());
     }
     if (result.IsError())
     {
         throw JsonException::Create("The JSON document is not valid at offset {0}: {1}", result.Offset(),
-            rapidjson::GetParseError_En(result.Code()));
+                                    rapidjson::GetParseError_En(result.Code()));
     }
     implementation->tokens = std::move(collector.tokens);
     implementation->tokens.push_back({JsonTokenType::End, false, 0, 0});

@@ -70,9 +70,7 @@ struct JsonWriter::Implementation
     std::string openBrackets;
 };
 
-JsonWriter::JsonWriter() : implementation(std::make_unique<Implementation>())
-{
-}
+JsonWriter::JsonWriter() : implementation(std::make_unique<Implementation>()) {}
 
 JsonWriter::~JsonWriter() = default;
 

@@ -7,9 +7,7 @@
 namespace Oxa::System::Commons::Xml
 {
 
-PlaceholderExpression::PlaceholderExpression(const AppDomain* appDomain) noexcept : appDomain(appDomain)
-{
-}
+PlaceholderExpression::PlaceholderExpression(const AppDomain* appDomain) noexcept : appDomain(appDomain) {}
 
 BasicString PlaceholderExpression::Resolve(std::string_view text) const
 {

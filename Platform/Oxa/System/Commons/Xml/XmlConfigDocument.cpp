@@ -10,8 +10,8 @@
 namespace Oxa::System::Commons::Xml
 {
 
-XmlConfigDocument::XmlConfigDocument(BasicString documentElementName, IXmlSerializable& root) :
-    documentElementName(std::move(documentElementName)), root(root)
+XmlConfigDocument::XmlConfigDocument(BasicString documentElementName, IXmlSerializable& root)
+    : documentElementName(std::move(documentElementName)), root(root)
 {
 }
 
@@ -22,8 +22,7 @@ void XmlConfigDocument::Load(const BasicString& path)
     XmlReader reader(path);
     if (const BasicString name = reader.GetElementLocalName(); name != documentElementName)
     {
-        throw XmlException::Create(
-            reader, "the document element is '{0}', expected '{1}'", name, documentElementName);
+        throw XmlException::Create(reader, "the document element is '{0}', expected '{1}'", name, documentElementName);
     }
     XmlSerializationContext context(Singleton<AppDomain>::TryGetInstance());
     try

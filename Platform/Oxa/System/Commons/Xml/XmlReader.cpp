@@ -40,11 +40,11 @@ std::string_view ToView(const xmlChar* text) noexcept
 
 struct XmlReader::Implementation
 {
-    Implementation(BasicString documentText, BasicString documentName) :
-        text(std::move(documentText)), fileName(std::move(documentName))
+    Implementation(BasicString documentText, BasicString documentName)
+        : text(std::move(documentText)), fileName(std::move(documentName))
     {
         reader.reset(xmlReaderForMemory(text.data(), static_cast<int>(text.size()), fileName.c_str(), nullptr,
-            XML_PARSE_NONET | XML_PARSE_NOBLANKS | XML_PARSE_NOCDATA));
+                                        XML_PARSE_NONET | XML_PARSE_NOBLANKS | XML_PARSE_NOCDATA));
         if (!reader)
         {
             throw std::bad_alloc();
@@ -73,13 +73,13 @@ struct XmlReader::Implementation
         const int result = xmlTextReaderRead(reader.get());
         if (result < 0 || errorLine != 0)
         {
-            throw XmlException::CreateAt(
-                fileName, errorLine != 0 ? errorLine : 1, errorLine != 0 ? errorText : "not well-formed XML");
+            throw XmlException::CreateAt(fileName, errorLine != 0 ? errorLine : 1,
+                                         errorLine != 0 ? errorText : "not well-formed XML");
         }
         if (result == 1 && GetNodeType() == XML_READER_TYPE_DOCUMENT_TYPE)
         {
-            throw XmlException::CreateAt(
-                fileName, xmlTextReaderGetParserLineNumber(reader.get()), "document type declarations are not allowed");
+            throw XmlException::CreateAt(fileName, xmlTextReaderGetParserLineNumber(reader.get()),
+                                         "document type declarations are not allowed");
         }
         return result == 1;
     }
@@ -114,16 +114,14 @@ struct XmlReader::Implementation
     BasicString errorText;
 };
 
-XmlReader::XmlReader(BasicString fileName) : XmlReader(Internal::ReadLimitedFile(fileName, maximumBytes), fileName)
-{
-}
+XmlReader::XmlReader(BasicString fileName) : XmlReader(Internal::ReadLimitedFile(fileName, maximumBytes), fileName) {}
 
 XmlReader::XmlReader(BasicString text, BasicString fileName)
 {
     if (text.size() > maximumBytes)
     {
-        throw XmlException::Create(
-            "cannot read '{0}': it has {1} bytes, {2} are allowed", fileName, text.size(), maximumBytes);
+        throw XmlException::Create("cannot read '{0}': it has {1} bytes, {2} are allowed", fileName, text.size(),
+                                   maximumBytes);
     }
     implementation = std::make_unique<Implementation>(std::move(text), std::move(fileName));
     implementation->ReadDocumentElement();
@@ -197,7 +195,7 @@ std::vector<BasicString> XmlReader::GetAttributeNames() const
     std::vector<BasicString> names;
     xmlTextReader* const reader = implementation->reader.get();
     for (int found = xmlTextReaderMoveToFirstAttribute(reader); found == 1;
-        found = xmlTextReaderMoveToNextAttribute(reader))
+         found = xmlTextReaderMoveToNextAttribute(reader))
     {
         names.emplace_back(ToView(xmlTextReaderConstLocalName(reader)));
     }
@@ -205,11 +203,11 @@ std::vector<BasicString> XmlReader::GetAttributeNames() const
     return names;
 }
 
-void XmlReader::ThrowBadAttribute(
-    std::string_view attributeName, const BasicString& text, std::string_view expected) const
+void XmlReader::ThrowBadAttribute(std::string_view attributeName, const BasicString& text,
+                                  std::string_view expected) const
 {
     throw XmlException::Create(*this, "the attribute '{0}' of the element '{1}' is '{2}', expected {3}", attributeName,
-        GetElementLocalName(), text, expected);
+                               GetElementLocalName(), text, expected);
 }
 
 void XmlReader::ReadToEnd()

@@ -97,8 +97,8 @@ private:
     struct Implementation;
 
     bool TryGetAttributeText(std::string_view attributeName, BasicString& text) const;
-    [[noreturn]] void ThrowBadAttribute(
-        std::string_view attributeName, const BasicString& text, std::string_view expected) const;
+    [[noreturn]] void ThrowBadAttribute(std::string_view attributeName, const BasicString& text,
+                                        std::string_view expected) const;
 
     std::unique_ptr<Implementation> implementation;
 };

@@ -10,9 +10,7 @@ class XmlSerializationContext final
 {
 public:
     /// `appDomain` is borrowed; null: placeholders resolve from the environment only.
-    explicit XmlSerializationContext(const AppDomain* appDomain) noexcept : placeholders(appDomain)
-    {
-    }
+    explicit XmlSerializationContext(const AppDomain* appDomain) noexcept : placeholders(appDomain) {}
 
     [[nodiscard]] const PlaceholderExpression& GetPlaceholderExpression() const noexcept
     {

@@ -17,9 +17,7 @@ namespace
 class XmlText final
 {
 public:
-    explicit XmlText(std::string_view text) : text(Text::ReplaceInvalidUtf8(text))
-    {
-    }
+    explicit XmlText(std::string_view text) : text(Text::ReplaceInvalidUtf8(text)) {}
 
     [[nodiscard]] const xmlChar* Get() const noexcept
     {
@@ -34,7 +32,8 @@ private:
 
 struct XmlWriter::Implementation
 {
-    Implementation() : buffer(xmlBufferCreate()), writer(buffer != nullptr ? xmlNewTextWriterMemory(buffer, 0) : nullptr)
+    Implementation()
+        : buffer(xmlBufferCreate()), writer(buffer != nullptr ? xmlNewTextWriterMemory(buffer, 0) : nullptr)
     {
         if (writer == nullptr)
         {
@@ -66,16 +65,13 @@ struct XmlWriter::Implementation
     xmlTextWriterPtr writer;
 };
 
-XmlWriter::XmlWriter() : implementation(std::make_unique<Implementation>())
-{
-}
+XmlWriter::XmlWriter() : implementation(std::make_unique<Implementation>()) {}
 
 XmlWriter::~XmlWriter() = default;
 
 void XmlWriter::WriteStartElement(std::string_view name)
 {
-    Implementation::Check(
-        xmlTextWriterStartElement(implementation->writer, XmlText(name).Get()), "a start tag");
+    Implementation::Check(xmlTextWriterStartElement(implementation->writer, XmlText(name).Get()), "a start tag");
 }
 
 void XmlWriter::WriteAttribute(std::string_view name, std::string_view value)

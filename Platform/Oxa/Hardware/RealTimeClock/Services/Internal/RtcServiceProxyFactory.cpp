@@ -15,9 +15,7 @@ namespace
 class RtcServiceProxy final : public IRtcService
 {
 public:
-    explicit RtcServiceProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot) : slot(std::move(slot))
-    {
-    }
+    explicit RtcServiceProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot) : slot(std::move(slot)) {}
 
     void WriteDateTime(const Oxa::DateTime& dateTime) override
     {

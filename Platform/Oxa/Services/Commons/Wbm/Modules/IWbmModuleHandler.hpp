@@ -21,13 +21,13 @@ public:
     virtual ~IWbmModuleHandler();
 
     /// False when a page of that name is registered already.
-    [[nodiscard]] virtual bool RegisterPage(
-        const Registration::PageInfo& pageInfo, std::shared_ptr<WbmPageHandlerBase> handler) = 0;
+    [[nodiscard]] virtual bool RegisterPage(const Registration::PageInfo& pageInfo,
+                                            std::shared_ptr<WbmPageHandlerBase> handler) = 0;
     virtual void UnregisterPage(const BasicString& pageName) = 0;
 
     /// False when a data provider of that name is registered already.
-    [[nodiscard]] virtual bool RegisterDataProvider(
-        const Registration::DataProviderInfo& dataProviderInfo, std::shared_ptr<WbmRequestHandlerBase> handler) = 0;
+    [[nodiscard]] virtual bool RegisterDataProvider(const Registration::DataProviderInfo& dataProviderInfo,
+                                                    std::shared_ptr<WbmRequestHandlerBase> handler) = 0;
     /// Returns when no request of the data provider is under way any more.
     virtual void UnregisterDataProvider(const BasicString& dataProviderName) = 0;
 

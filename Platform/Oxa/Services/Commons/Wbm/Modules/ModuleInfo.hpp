@@ -13,8 +13,8 @@ class ModuleInfo final
 public:
     ModuleInfo() = default;
 
-    ModuleInfo(BasicString moduleName, BasicString settingsPath) :
-        moduleName(std::move(moduleName)), settingsPath(std::move(settingsPath))
+    ModuleInfo(BasicString moduleName, BasicString settingsPath)
+        : moduleName(std::move(moduleName)), settingsPath(std::move(settingsPath))
     {
     }
 

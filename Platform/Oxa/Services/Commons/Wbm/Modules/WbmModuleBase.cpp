@@ -13,12 +13,8 @@ WbmModuleBase::WbmModuleBase() = default;
 
 WbmModuleBase::~WbmModuleBase() = default;
 
-void WbmModuleBase::StartModule()
-{
-}
+void WbmModuleBase::StartModule() {}
 
-void WbmModuleBase::StopModule()
-{
-}
+void WbmModuleBase::StopModule() {}
 
 } // namespace Oxa::Services::Commons::Wbm::Modules

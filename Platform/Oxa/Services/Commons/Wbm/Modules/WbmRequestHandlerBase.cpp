@@ -51,8 +51,7 @@ void WbmRequestHandlerBase::RegisterHandlerDelegate(const BasicString& requestNa
     handlers.emplace_back(requestName, handler);
 }
 
-const WbmRequestHandlerBase::HandlerDelegate* WbmRequestHandlerBase::Find(
-    const BasicString& requestName) const noexcept
+const WbmRequestHandlerBase::HandlerDelegate* WbmRequestHandlerBase::Find(const BasicString& requestName) const noexcept
 {
     for (const auto& [name, handler] : handlers)
     {

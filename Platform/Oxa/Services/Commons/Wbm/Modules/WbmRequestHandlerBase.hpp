@@ -24,8 +24,8 @@ public:
     WbmRequestHandlerBase& operator=(const WbmRequestHandlerBase&) = delete;
     virtual ~WbmRequestHandlerBase();
 
-    /// Calls the delegate of the request's name and passes on what it throws. Throws NotSupportedException when there is
-    /// none; `HandlesRequest` tells beforehand.
+    /// Calls the delegate of the request's name and passes on what it throws. Throws NotSupportedException when there
+    /// is none; `HandlesRequest` tells beforehand.
     [[nodiscard]] virtual WbmResponse HandleRequest(const WbmRequest& request);
 
     /// Whether requests can be answered now. By default always.

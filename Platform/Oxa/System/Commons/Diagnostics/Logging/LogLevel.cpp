@@ -7,8 +7,8 @@ namespace Oxa::System::Commons::Diagnostics::Logging
 
 std::optional<LogLevel> ParseLogLevel(std::string_view text) noexcept
 {
-    constexpr std::array<std::string_view, 8> names = {
-        "emergency", "alert", "critical", "error", "warning", "notice", "information", "debug"};
+    constexpr std::array<std::string_view, 8> names = {"emergency", "alert",  "critical",    "error",
+                                                       "warning",   "notice", "information", "debug"};
     for (std::size_t level = 0; level < names.size(); ++level)
     {
         const char digit = static_cast<char>('0' + level);

@@ -11,7 +11,6 @@
 #include <spdlog/sinks/null_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/sinks/syslog_sink.h>
-
 #include <unistd.h>
 
 #include <algorithm>
@@ -35,8 +34,8 @@ using Internal::LogSinkBridge;
 class LogAdapter final : public ILogAdapter
 {
 public:
-    LogAdapter(const BasicString& typeName, const spdlog::sink_ptr& sink, LogLevel initialLevel) :
-        logger(typeName, sink), level(initialLevel)
+    LogAdapter(const BasicString& typeName, const spdlog::sink_ptr& sink, LogLevel initialLevel)
+        : logger(typeName, sink), level(initialLevel)
     {
         logger.set_level(spdlog::level::trace);
         logger.flush_on(spdlog::level::trace);
@@ -120,7 +119,8 @@ void ApplySinks(LogState& state)
 
 LogState& GetState()
 {
-    static LogState& state = []() -> LogState& {
+    static LogState& state = []() -> LogState&
+    {
         auto* const created = new LogState;
         ApplySinks(*created);
         return *created;
@@ -172,8 +172,8 @@ void LogManager::Configure(const LogConfiguration& configuration)
     catch (const spdlog::spdlog_ex& exception)
     {
         state.configuration = std::move(previous);
-        throw InvalidOperationException::Create(
-            "cannot open the log file '{0}': {1}", configuration.filePath, exception.what());
+        throw InvalidOperationException::Create("cannot open the log file '{0}': {1}", configuration.filePath,
+                                                exception.what());
     }
     for (const auto& weak : state.adapters)
     {
@@ -198,7 +198,7 @@ void LogManager::RemoveSink(const std::shared_ptr<ILogSink>& sink)
     LogState& state = GetState();
     const std::lock_guard lock(state.mutex);
     const auto found = std::find_if(state.addedSinks.begin(), state.addedSinks.end(),
-        [&sink](const auto& added) { return added.first == sink; });
+                                    [&sink](const auto& added) { return added.first == sink; });
     if (found == state.addedSinks.end())
     {
         return;
@@ -211,8 +211,7 @@ std::shared_ptr<ILogAdapter> LogManager::CreateLogAdapter(const BasicString& typ
 {
     LogState& state = GetState();
     const std::lock_guard lock(state.mutex);
-    auto adapter =
-        std::make_shared<LogAdapter>(typeName, state.distributor, FindLevel(state.configuration, typeName));
+    auto adapter = std::make_shared<LogAdapter>(typeName, state.distributor, FindLevel(state.configuration, typeName));
     std::erase_if(state.adapters, [](const auto& weak) { return weak.expired(); });
     state.adapters.push_back(adapter);
     return adapter;

@@ -92,8 +92,7 @@ private:
     {
         try
         {
-            adapter.Write(
-                LogLevel::Error, BasicString("Exception occurs during format of log message: ") + reason);
+            adapter.Write(LogLevel::Error, BasicString("Exception occurs during format of log message: ") + reason);
         }
         catch (...)
         {

@@ -18,9 +18,7 @@ namespace
 class FileDescriptor final
 {
 public:
-    explicit FileDescriptor(const char* path) noexcept : number(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK))
-    {
-    }
+    explicit FileDescriptor(const char* path) noexcept : number(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
 
     FileDescriptor(const FileDescriptor&) = delete;
     FileDescriptor& operator=(const FileDescriptor&) = delete;
@@ -44,8 +42,7 @@ private:
 
 [[noreturn]] void ThrowUnreadable(const BasicString& fileName, int errorNumber)
 {
-    throw XmlException::Create(
-        "cannot read '{0}': {1}", fileName, std::generic_category().message(errorNumber));
+    throw XmlException::Create("cannot read '{0}': {1}", fileName, std::generic_category().message(errorNumber));
 }
 
 } // namespace

@@ -7,15 +7,11 @@ namespace Oxa::Services::Commons::Wbm::Internal::Json
 
 using namespace System::Commons::Json;
 
-BooleanResult::BooleanResult(bool result) noexcept : result(result)
-{
-}
+BooleanResult::BooleanResult(bool result) noexcept : result(result) {}
 
 BooleanResult::~BooleanResult() = default;
 
-void BooleanResult::ReadJson(JsonReader& /*reader*/, JsonSerializationContext& /*context*/)
-{
-}
+void BooleanResult::ReadJson(JsonReader& /*reader*/, JsonSerializationContext& /*context*/) {}
 
 void BooleanResult::WriteJson(JsonWriter& writer, JsonSerializationContext& /*context*/)
 {

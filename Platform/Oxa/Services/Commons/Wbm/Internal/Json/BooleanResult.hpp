@@ -14,10 +14,10 @@ public:
     ~BooleanResult() override;
 
     /// Does nothing: answers are only written.
-    void ReadJson(
-        System::Commons::Json::JsonReader& reader, System::Commons::Json::JsonSerializationContext& context) override;
-    void WriteJson(
-        System::Commons::Json::JsonWriter& writer, System::Commons::Json::JsonSerializationContext& context) override;
+    void ReadJson(System::Commons::Json::JsonReader& reader,
+                  System::Commons::Json::JsonSerializationContext& context) override;
+    void WriteJson(System::Commons::Json::JsonWriter& writer,
+                   System::Commons::Json::JsonSerializationContext& context) override;
 
 private:
     bool result;

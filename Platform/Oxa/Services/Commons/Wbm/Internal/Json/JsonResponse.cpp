@@ -11,8 +11,8 @@ namespace Oxa::Services::Commons::Wbm::Internal::Json
 
 using namespace System::Commons::Json;
 
-JsonResponse::JsonResponse(BasicString errorCode, IJsonSerializable& payload, ResultKind resultKind) :
-    errorCode(std::move(errorCode)), payload(payload), resultKind(resultKind)
+JsonResponse::JsonResponse(BasicString errorCode, IJsonSerializable& payload, ResultKind resultKind)
+    : errorCode(std::move(errorCode)), payload(payload), resultKind(resultKind)
 {
 }
 

@@ -11,9 +11,7 @@ namespace Oxa::Services::Commons::Wbm::Modules::Registration
 class DataProviderInfo final
 {
 public:
-    explicit DataProviderInfo(BasicString dataProviderName) : dataProviderName(std::move(dataProviderName))
-    {
-    }
+    explicit DataProviderInfo(BasicString dataProviderName) : dataProviderName(std::move(dataProviderName)) {}
 
     [[nodiscard]] const BasicString& GetDataProviderName() const noexcept
     {

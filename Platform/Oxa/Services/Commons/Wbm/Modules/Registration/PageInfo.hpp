@@ -12,8 +12,8 @@ class PageInfo final
 {
 public:
     /// `dataName`: the data that the page shows. `parentPageName`: empty for a page at the top.
-    PageInfo(BasicString dataName, BasicString pageName, BasicString parentPageName) :
-        dataName(std::move(dataName)), pageName(std::move(pageName)), parentPageName(std::move(parentPageName))
+    PageInfo(BasicString dataName, BasicString pageName, BasicString parentPageName)
+        : dataName(std::move(dataName)), pageName(std::move(pageName)), parentPageName(std::move(parentPageName))
     {
     }
 

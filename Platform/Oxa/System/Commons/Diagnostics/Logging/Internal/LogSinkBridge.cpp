@@ -48,18 +48,15 @@ spdlog::level::level_enum ToSpdlogLevel(LogLevel level) noexcept
     return spdlog::level::debug;
 }
 
-LogSinkBridge::LogSinkBridge(std::shared_ptr<ILogSink> sink) : sink(std::move(sink))
-{
-}
+LogSinkBridge::LogSinkBridge(std::shared_ptr<ILogSink> sink) : sink(std::move(sink)) {}
 
 void LogSinkBridge::sink_it_(const spdlog::details::log_msg& message)
 {
-    sink->Write(FromSpdlogLevel(message.level), std::string_view(message.logger_name.data(), message.logger_name.size()),
-        std::string_view(message.payload.data(), message.payload.size()));
+    sink->Write(FromSpdlogLevel(message.level),
+                std::string_view(message.logger_name.data(), message.logger_name.size()),
+                std::string_view(message.payload.data(), message.payload.size()));
 }
 
-void LogSinkBridge::flush_()
-{
-}
+void LogSinkBridge::flush_() {}
 
 } // namespace Oxa::System::Commons::Diagnostics::Logging::Internal

@@ -1,0 +1,61 @@
+#include "Di/DiModuleLibrary.hpp"
+
+#include "Oxa/System/Commons/AppDomain.hpp"
+#include "Oxa/System/Commons/ArgumentException.hpp"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using namespace Oxa;
+using Oxa::Services::Commons::Wbm::Modules::IWbmModule;
+using Oxa::Services::Modules::Wbm::Di::DiModuleLibrary;
+using Oxa::System::Commons::AppDomain;
+using Oxa::System::Commons::ArgumentException;
+using Oxa::System::Commons::Singleton;
+
+std::unique_ptr<IWbmModule> CreateNothing()
+{
+    return nullptr;
+}
+
+TEST(CreatingTheLibrary, OffersOneModuleAndAdoptsTheDomainOnlyWhereThereIsNone)
+{
+    AppDomain first("first");
+    AppDomain second("second");
+    DiModuleLibrary library(first);
+    EXPECT_EQ(Singleton<AppDomain>::TryGetInstance(), &first);
+    const DiModuleLibrary other(second);
+    EXPECT_EQ(Singleton<AppDomain>::TryGetInstance(), &first);
+    Singleton<AppDomain>::ClearInstance();
+
+    EXPECT_EQ(library.GetModuleFactory().GetModuleNames(), std::vector<BasicString>{"Di"});
+    EXPECT_NE(library.GetModuleFactory().CreateModule("Di"), nullptr);
+    EXPECT_EQ(library.GetModuleFactory().CreateModule("di"), nullptr);
+}
+
+TEST(AddingFactoryFunctions, ChecksNameThenFunctionThenDuplicates)
+{
+    AppDomain appDomain("test");
+    DiModuleLibrary library(appDomain);
+    Singleton<AppDomain>::ClearInstance();
+    const auto add = [&library](const char* name, auto function) -> BasicString
+    {
+        try
+        {
+            library.GetModuleFactory().AddFactoryFunction(name, function);
+        }
+        catch (const ArgumentException& exception)
+        {
+            return exception.what();
+        }
+        return "added";
+    };
+    EXPECT_NE(add("", nullptr).find("Invalid module name"), BasicString::npos);
+    EXPECT_NE(add("Di", nullptr).find("Invalid factory function."), BasicString::npos);
+    EXPECT_NE(add("Di", CreateNothing).find("Duplicate module name"), BasicString::npos);
+    EXPECT_EQ(add("di", CreateNothing), "added");
+}
+
+} // namespace

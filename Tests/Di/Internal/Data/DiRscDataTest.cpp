@@ -1,0 +1,215 @@
+#include "Di/Internal/Data/DiRscData.hpp"
+
+#include "Oxa/System/Commons/ArgumentException.hpp"
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Rsc/RscArrayReader.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace
+{
+
+using namespace Oxa;
+using namespace Oxa::System::Rsc;
+using Oxa::Services::Modules::Wbm::Di::Internal::Data::DiRscData;
+using Value = RscVariant<512>;
+
+struct OpenRscData final : DiRscData
+{
+    using DiRscData::itemKeys;
+    using DiRscData::keysDelegate;
+    using DiRscData::results;
+    using DiRscData::resultsDelegate;
+};
+
+struct ValueList final : IRscReadEnumerator<Value>
+{
+    std::size_t BeginRead() override
+    {
+        return announcedCount;
+    }
+
+    bool ReadNext(Value& value) override
+    {
+        if (next == values.size())
+        {
+            return false;
+        }
+        value = values[next++];
+        return true;
+    }
+
+    void EndRead() override
+    {
+        hasEnded = true;
+    }
+
+    std::vector<Value> values;
+    std::size_t announcedCount = 0;
+    std::size_t next = 0;
+    bool hasEnded = false;
+};
+
+struct KeyRecorder final : IRscWriteEnumerator<RscString<512>>
+{
+    void BeginWrite(std::size_t count) override
+    {
+        calls += "begin " + std::to_string(count) + ";";
+    }
+
+    void WriteNext(const RscString<512>& key) override
+    {
+        calls += key.ToString() + ";";
+    }
+
+    void EndWrite() override
+    {
+        calls += "end";
+    }
+
+    BasicString calls;
+};
+
+/// An array variant; its elements are counted when they are read, and fill all the room that is offered.
+struct ArraySource
+{
+    static void ReadElement(void* context, void* element, std::size_t elementBytes)
+    {
+        ++static_cast<ArraySource*>(context)->readCount;
+        std::memset(element, 0xAB, elementBytes);
+    }
+
+    Value MakeArray(uint32 elementCount, uint8 dimensions, RscType elementType)
+    {
+        return Value(RscArrayInformation{elementCount, dimensions, elementType, &ReadElement, this, nullptr, nullptr});
+    }
+
+    int readCount = 0;
+};
+
+template <class T>
+void ExpectScalar(T accepted, T failure, RscType acceptedType)
+{
+    for (const Value& value : {Value(true), Value(int8{-5}), Value(uint8{5}), Value(uint16{5}), Value(uint32{5}),
+                               Value(uint64{5}), Value(std::string_view("5")), Value()})
+    {
+        T out = {};
+        const bool isAccepted = value.GetType() == acceptedType;
+        EXPECT_EQ(DiRscData::ConvRscVariant512Value(value, out), isAccepted) << value.GetType();
+        EXPECT_EQ(out, isAccepted ? accepted : failure) << value.GetType();
+    }
+}
+
+TEST(ConvertingValues, TakesExactlyOneTypeAndElseLeavesTheFailureValue)
+{
+    ExpectScalar<bool>(true, false, RscType::Bool);
+    ExpectScalar<int8>(-5, -128, RscType::Int8);
+    ExpectScalar<uint8>(5, 255, RscType::Uint8);
+    ExpectScalar<uint32>(5, 4294967295U, RscType::Uint32);
+    ExpectScalar<uint64>(5, 18446744073709551615U, RscType::Uint64);
+}
+
+TEST(ConvertingValues, MakesTextOfTextsAndUnsignedNumbersUpTo32Bits)
+{
+    const std::tuple<Value, bool, BasicString> cases[] = {
+        {Value(std::string_view("Run")), true, "Run"},
+        {Value(std::string_view("\0hidden", 7)), true, ""},
+        {Value(uint16{65535}), true, "65535"},
+        {Value(uint8{7}), true, "7"},
+        {Value(uint32{4294967295U}), true, "4294967295"},
+        {Value(uint64{7}), false, "N/A"},
+        {Value(int8{7}), false, "N/A"},
+        {Value(true), false, "N/A"},
+        {Value(), false, "N/A"},
+    };
+    for (const auto& [value, result, text] : cases)
+    {
+        BasicString out = "before";
+        EXPECT_EQ(DiRscData::ConvRscVariant512Value(value, out), result) << value.GetType();
+        EXPECT_EQ(out, text) << value.GetType();
+    }
+}
+
+TEST(ReadingManyItems, HandsOutTheKeysInOrder)
+{
+    OpenRscData data;
+    KeyRecorder none;
+    data.keysDelegate(none);
+    EXPECT_EQ(none.calls, "begin 0;end");
+
+    data.itemKeys = {RscString<512>("b"), RscString<512>("a")};
+    KeyRecorder two;
+    data.keysDelegate(two);
+    EXPECT_EQ(two.calls, "begin 2;b;a;end");
+}
+
+TEST(ReadingManyItems, CountsWhatComesAndNotWhatWasAnnounced)
+{
+    OpenRscData data;
+    ValueList list;
+    list.announcedCount = 3;
+    list.values = {Value(uint8{1}), Value(uint8{2})};
+    data.resultsDelegate(list);
+    EXPECT_EQ(data.results.size(), 2U);
+    EXPECT_TRUE(list.hasEnded);
+
+    ValueList tooLong;
+    tooLong.announcedCount = data.results.max_size() + 1;
+    EXPECT_THROW(data.resultsDelegate(tooLong), std::length_error);
+}
+
+TEST(ReadingManyItems, DrainsArraysAndKeepsThemAsTheyCame)
+{
+    OpenRscData data;
+    ArraySource source;
+    ValueList list;
+    list.values = {source.MakeArray(3, 1, RscType::Uint64), Value(uint8{2}), source.MakeArray(0, 2, RscType::String)};
+    data.resultsDelegate(list);
+    ASSERT_EQ(data.results.size(), 3U);
+    EXPECT_EQ(data.results[0].GetType(), RscType::Array);
+    EXPECT_EQ(source.readCount, 3);
+}
+
+TEST(ReadingManyItems, RefusesArraysThatCannotBeDrained)
+{
+    using Oxa::System::Commons::ArgumentException;
+    using Oxa::System::Commons::InvalidOperationException;
+    ArraySource source;
+    const auto read = [&source](uint8 dimensions, RscType elementType, bool hasSource) -> BasicString
+    {
+        OpenRscData data;
+        ValueList list;
+        list.values = {Value(uint8{1}), source.MakeArray(2, dimensions, elementType)};
+        if (!hasSource)
+        {
+            list.values[1] = Value(RscArrayInformation{2, dimensions, elementType, nullptr, nullptr, nullptr, nullptr});
+        }
+        try
+        {
+            data.resultsDelegate(list);
+        }
+        catch (const ArgumentException& exception)
+        {
+            EXPECT_EQ(data.results.size(), 1U);
+            return exception.what();
+        }
+        catch (const InvalidOperationException& exception)
+        {
+            EXPECT_EQ(data.results.size(), 1U);
+            return exception.what();
+        }
+        return "";
+    };
+    EXPECT_EQ(read(2, RscType::Uint8, true), "This element contains subarrays, please use ReadNextArray instead");
+    EXPECT_EQ(read(2, RscType::String, true), "This method can only be used with primitve Types");
+    EXPECT_EQ(read(0, RscType::Uint8, true), "RscArrayReader: dimension size has to be >= 0");
+    EXPECT_EQ(read(1, RscType::Uint8, false), "ReadElementFunction in RscVariant has to be defined");
+    EXPECT_NE(read(1, RscType::NotSet, false).find("arrayElementType"), BasicString::npos);
+
+    Value scalar(uint8{1});
+    EXPECT_THROW(DiRscData::ReadRscArrayElements(scalar), InvalidOperationException);
+}
+
+} // namespace

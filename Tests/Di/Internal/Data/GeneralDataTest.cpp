@@ -1,0 +1,86 @@
+#include "Di/Internal/Data/GeneralData.hpp"
+
+#include "Di/Internal/Data/SectionSupport.hpp"
+#include "Di/Internal/Settings/DiSettings.hpp"
+#include "Support/FakeDevice.hpp"
+#include "Support/LogRecorder.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace
+{
+
+using namespace Oxa;
+using namespace Oxa::Services::Modules::Wbm::Di::Internal;
+using namespace Oxa::Tests::Support;
+using Oxa::Device::Interface::Services::IDeviceInfoService;
+using Oxa::System::Commons::Diagnostics::Logging::LogLevel;
+using Oxa::Tests::Di::WriteToJson;
+
+class ReadingGeneralData : public testing::Test
+{
+protected:
+    static constexpr const char* untouched =
+        R"({"GeneralData":{"articleName":"N/A","orderNumber":"N/A","serialNumber":"N/A","fullFirmwareVersion":"N/A",)"
+        R"("hardwareVersion":"N/A","fpgaVersion":"N/A","splcSupported":false,"splcFirmwareVersion":"N/A",)"
+        R"("splcFpgaVersion":"N/A"}})";
+
+    LogRecorder log;
+    FakeDevice device;
+    std::shared_ptr<IDeviceInfoService> service = device.infoService;
+    Settings::DiSettings settings;
+    Data::GeneralData section{"GeneralData", service, settings};
+};
+
+TEST_F(ReadingGeneralData, ReadsTheIdentityOnceAndTheSafetyPartEveryTime)
+{
+    device.SetInfo("General.Hardware.Version", uint16{3});
+    device.SetInfo("General.Fpga.Version", int8{3});
+    section.Setup();
+    device.SetInfo("General.SerialNumber", std::string_view("changed"));
+    EXPECT_TRUE(section.UpdateData());
+    settings.splcSupported = true;
+    EXPECT_EQ(WriteToJson(section),
+              R"({"GeneralData":{"articleName":"Controller 4","orderNumber":"1051328","serialNumber":"1357924680",)"
+              R"("fullFirmwareVersion":"2024.0.5 LTS","hardwareVersion":"3","fpgaVersion":"N/A","splcSupported":true,)"
+              R"("splcFirmwareVersion":"1.2.3","splcFpgaVersion":"7"}})");
+
+    device.info.values.erase("General.SPNS.Firmware.Version");
+    EXPECT_TRUE(section.UpdateData());
+    EXPECT_NE(WriteToJson(section).find(R"("splcFirmwareVersion":"N/A")"), BasicString::npos);
+    const auto& keys = device.info.GetReadKeys();
+    EXPECT_EQ(std::count(keys.begin(), keys.end(), "General.SerialNumber"), 1);
+    EXPECT_EQ(std::count(keys.begin(), keys.end(), "General.SPNS.Fpga.Version"), 2);
+}
+
+TEST_F(ReadingGeneralData, KeepsItsTextsWhenTheNumberOfResultsIsWrong)
+{
+    device.info.missingResults = 1;
+    section.Setup();
+    EXPECT_EQ(WriteToJson(section), untouched);
+    EXPECT_EQ(log.GetEntries(),
+              (std::vector<LogRecorder::Entry>{
+                  {LogLevel::Warning, "Oxa::Services::Modules::Wbm::Di::Internal::Data::GeneralData",
+                   "Failed to get device general data. Size missmatch error. Expected: 6, Result: 5"}}));
+}
+
+TEST_F(ReadingGeneralData, SaysWhichServiceIsMissingAndReadsNothing)
+{
+    service.reset();
+    section.Setup();
+    EXPECT_EQ(WriteToJson(section), untouched);
+    ASSERT_EQ(log.GetEntries().size(), 1U);
+    EXPECT_EQ(log.GetEntries()[0].level, LogLevel::Warning);
+    EXPECT_NE(log.GetEntries()[0].message.find("device information service is missing"), BasicString::npos);
+}
+
+TEST_F(ReadingGeneralData, PassesOnWhatTheServiceThrows)
+{
+    device.info.isBroken = true;
+    EXPECT_THROW(section.Setup(), std::runtime_error);
+    EXPECT_THROW(static_cast<void>(section.UpdateData()), std::runtime_error);
+}
+
+} // namespace

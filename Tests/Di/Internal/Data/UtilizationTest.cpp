@@ -1,0 +1,161 @@
+#include "Di/Internal/Data/Utilization.hpp"
+
+#include "Di/Internal/Data/SectionSupport.hpp"
+#include "Support/FakeDevice.hpp"
+#include "Support/LogRecorder.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace
+{
+
+using namespace Oxa;
+using namespace Oxa::Tests::Support;
+using Oxa::Services::Modules::Wbm::Di::Internal::Data::Utilization;
+using Oxa::System::Commons::Diagnostics::Logging::LogLevel;
+using Oxa::Tests::Di::WriteToJson;
+
+constexpr const char* untouched =
+    R"({"Utilization":{"memoryUsagePercent":0,"userPartitionTotal":0,"userPartitionUsage":0,)"
+    R"("userPartitionUsagePercent":0,"cpuCoresCount":0,"cpuLoadTotal":0,"cpuCoresLoad":[]}})";
+
+/// A section with a device of its own.
+struct UtilizationBench
+{
+    explicit UtilizationBench(uint8 coresCount)
+    {
+        device.SetInfo("Cpu.Cores.Count", coresCount);
+        for (unsigned core = 0; core <= coresCount; ++core)
+        {
+            device.SetStatus(fmt::format("Status.Cpu.{}.Load.Percent", core), static_cast<uint8>(10 + core));
+        }
+    }
+
+    FakeDevice device;
+    std::shared_ptr<Oxa::Device::Interface::Services::IDeviceStatusService> statusService = device.statusService;
+    std::shared_ptr<Oxa::Device::Interface::Services::IDeviceInfoService> infoService = device.infoService;
+    Utilization section{"Utilization", statusService, infoService};
+};
+
+/// All tests in this process use four cores: the first update fixes the number for the life of the process. Whatever
+/// needs another first update runs in a process of its own.
+class ReadingUtilization : public testing::Test
+{
+protected:
+    LogRecorder log;
+    UtilizationBench bench{4};
+};
+
+class FirstUpdateOfAProcess : public testing::Test
+{
+protected:
+    FirstUpdateOfAProcess()
+    {
+        GTEST_FLAG_SET(death_test_style, "threadsafe");
+    }
+};
+
+TEST_F(ReadingUtilization, LearnsTheNumberOfCoresAtSetUp)
+{
+    EXPECT_EQ(WriteToJson(bench.section), untouched);
+    bench.section.Setup();
+    EXPECT_TRUE(bench.device.status.GetReadKeys().empty());
+    EXPECT_EQ(log.GetEntries(), (std::vector<LogRecorder::Entry>{
+                                    {LogLevel::Debug, "Oxa::Services::Modules::Wbm::Di::Internal::Data::Utilization",
+                                     "CPU cores count: 4"}}));
+}
+
+TEST_F(ReadingUtilization, WritesTheValuesOfDeviceAndCores)
+{
+    bench.section.Setup();
+    EXPECT_TRUE(bench.section.UpdateData());
+    EXPECT_EQ(
+        WriteToJson(bench.section),
+        R"({"Utilization":{"memoryUsagePercent":37,"userPartitionTotal":4000000000,"userPartitionUsage":1000000000,)"
+        R"("userPartitionUsagePercent":25,"cpuCoresCount":4,"cpuLoadTotal":10,"cpuCoresLoad":[11,12,13,14]}})");
+    EXPECT_EQ(bench.device.status.GetReadKeys().size(), 9U);
+    EXPECT_EQ(bench.device.status.GetReadKeys().back(), "Status.Cpu.4.Load.Percent");
+}
+
+TEST_F(ReadingUtilization, ConvertsEverythingAlsoBehindAFailure)
+{
+    bench.device.SetStatus("Status.Memory.Usage.Percent.Actual", uint16{37});
+    bench.device.SetStatus("Status.UserPartition.Total", uint32{1});
+    bench.device.SetStatus("Status.Cpu.2.Load.Percent", int8{12});
+    bench.section.Setup();
+    EXPECT_FALSE(bench.section.UpdateData());
+    EXPECT_EQ(WriteToJson(bench.section),
+              R"({"Utilization":{"memoryUsagePercent":255,"userPartitionTotal":18446744073709551615,)"
+              R"("userPartitionUsage":1000000000,"userPartitionUsagePercent":25,"cpuCoresCount":4,"cpuLoadTotal":10,)"
+              R"("cpuCoresLoad":[11,255,13,14]}})");
+}
+
+TEST_F(ReadingUtilization, ChangesNothingWhenTheNumberOfResultsIsWrong)
+{
+    bench.section.Setup();
+    EXPECT_TRUE(bench.section.UpdateData());
+    const BasicString before = WriteToJson(bench.section);
+    bench.device.status.missingResults = 2;
+    bench.device.SetStatus("Status.Memory.Usage.Percent.Actual", uint8{99});
+    EXPECT_FALSE(bench.section.UpdateData());
+    EXPECT_EQ(WriteToJson(bench.section), before);
+    EXPECT_EQ(log.GetEntries().back().level, LogLevel::Warning);
+    EXPECT_EQ(log.GetEntries().back().message,
+              "Failed to get device general data. Size missmatch error. Expected: 9, Result: 7");
+}
+
+TEST_F(ReadingUtilization, GoesOnWith255CoresWhenTheNumberCannotBeRead)
+{
+    bench.device.SetInfo("Cpu.Cores.Count", uint32{4});
+    bench.section.Setup();
+    EXPECT_EQ(log.GetEntries().back().message, "Failed to get CPU cores count");
+    EXPECT_NE(WriteToJson(bench.section).find(R"("cpuCoresCount":255)"), BasicString::npos);
+    EXPECT_TRUE(WriteToJson(bench.section).find(R"("cpuCoresLoad":[])") != BasicString::npos);
+}
+
+TEST_F(ReadingUtilization, SaysWhichServiceIsMissingAndReadsNothing)
+{
+    bench.infoService.reset();
+    bench.section.Setup();
+    EXPECT_EQ(WriteToJson(bench.section), untouched);
+    ASSERT_EQ(log.GetEntries().size(), 1U);
+    EXPECT_EQ(log.GetEntries()[0].level, LogLevel::Warning);
+}
+
+/// Runs in a fresh process: updates a first section, then a second one, and says what came of the second.
+[[noreturn]] void UpdateOneAfterTheOther(uint8 firstCoresCount, bool isFirstSetUp, uint8 secondCoresCount)
+{
+    {
+        UtilizationBench first(firstCoresCount);
+        if (isFirstSetUp)
+        {
+            first.section.Setup();
+        }
+        static_cast<void>(first.section.UpdateData());
+    }
+    UtilizationBench second(secondCoresCount);
+    second.section.Setup();
+    try
+    {
+        const bool isUpdated = second.section.UpdateData();
+        std::fprintf(stderr, "%s %s", isUpdated ? "updated" : "failed", WriteToJson(second.section).c_str());
+    }
+    catch (const std::out_of_range&)
+    {
+        std::fputs("out of range", stderr);
+    }
+    std::_Exit(0);
+}
+
+TEST_F(FirstUpdateOfAProcess, FixesTheNumberOfCoreLoadsForAllLaterSections)
+{
+    EXPECT_EXIT(UpdateOneAfterTheOther(2, true, 4), testing::ExitedWithCode(0),
+                R"(updated .*"cpuCoresCount":4,.*"cpuCoresLoad":\[11,12\])");
+    EXPECT_EXIT(UpdateOneAfterTheOther(4, true, 2), testing::ExitedWithCode(0), "out of range");
+    EXPECT_EXIT(UpdateOneAfterTheOther(4, false, 4), testing::ExitedWithCode(0), R"(updated .*"cpuCoresLoad":\[\])");
+}
+
+} // namespace

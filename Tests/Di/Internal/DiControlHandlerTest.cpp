@@ -1,0 +1,72 @@
+#include "Di/Internal/DiControlHandler.hpp"
+
+#include "Support/FakeDevice.hpp"
+#include "Support/LogRecorder.hpp"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using namespace Oxa;
+using namespace Oxa::Tests::Support;
+using Oxa::Device::Interface::Services::AccessErrorCode;
+using Oxa::Services::Commons::Wbm::RequestParams;
+using Oxa::Services::Commons::Wbm::RequestQuery;
+using Oxa::Services::Commons::Wbm::WbmRequest;
+using Oxa::Services::Modules::Wbm::Di::Internal::DiControlHandler;
+using Oxa::System::Commons::Diagnostics::Logging::LogLevel;
+using Oxa::System::Um::SecurityToken;
+
+constexpr const char* yes = R"({"errorCode":"","resultKind":4,"payload":{"result":true}})";
+
+class ControllingTheDevice : public testing::Test
+{
+protected:
+    ControllingTheDevice()
+    {
+        handler.SubscribeServices();
+    }
+
+    BasicString Send(const BasicString& requestName)
+    {
+        const WbmRequest request(requestName, RequestParams(RequestQuery("force=1")), SecurityToken(1));
+        return handler.HandleRequest(request).GetBody();
+    }
+
+    LogRecorder log;
+    FakeDevice device;
+    DiControlHandler handler;
+};
+
+TEST_F(ControllingTheDevice, AnswersTrueToARestartWhateverTheDeviceDoes)
+{
+    device.controlService->result = AccessErrorCode::Busy;
+    EXPECT_EQ(Send("RestartController"), yes);
+    EXPECT_EQ(device.controlService->restartCount, 1);
+    EXPECT_TRUE(log.GetEntries().empty());
+}
+
+TEST_F(ControllingTheDevice, ReportsTheTextOfARefusedReset)
+{
+    EXPECT_EQ(Send("ResetControllerToFactoryDefault"), yes);
+    EXPECT_EQ(device.controlService->resetKinds, std::vector<uint16>{1});
+    EXPECT_TRUE(log.GetEntries().empty());
+
+    device.controlService->result = AccessErrorCode::Busy;
+    EXPECT_EQ(Send("ResetControllerToFactoryDefault"),
+              R"({"errorCode":"busy","resultKind":4,"payload":{"result":false}})");
+    EXPECT_EQ(log.GetEntries(), (std::vector<LogRecorder::Entry>{
+                                    {LogLevel::Error, "Oxa::Services::Modules::Wbm::Di::Internal::DiControlHandler",
+                                     "Failed to reset the controller to factory defaults. Error: busy"}}));
+}
+
+TEST_F(ControllingTheDevice, AsksForThePermissionAndTheServices)
+{
+    EXPECT_TRUE(handler.HasPermissions(SecurityToken(1)));
+    EXPECT_FALSE(handler.HasPermissions(SecurityToken(2)));
+    EXPECT_TRUE(handler.IsAvailable());
+    EXPECT_FALSE(DiControlHandler().IsAvailable());
+}
+
+} // namespace
