@@ -1,0 +1,103 @@
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Commons/Json/JsonException.hpp"
+#include "Oxa/System/Commons/Json/JsonReader.hpp"
+#include "Oxa/System/Commons/Json/JsonWriter.hpp"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace
+{
+
+using namespace Oxa;
+using namespace Oxa::System::Commons;
+using namespace Oxa::System::Commons::Json;
+
+TEST(WritingJson, WritesEveryKindOfValue)
+{
+    JsonWriter writer;
+    writer.WriteStartObject();
+    writer.WriteValue("text", "a\"b\\\n</script>");
+    writer.WriteValue("bytes", BasicString("\0\xFF", 2));
+    writer.WriteValue("\xFF", true);
+    writer.WriteValue("int8", int8{-128});
+    writer.WriteValue("uint8", uint8{65});
+    writer.WriteValue("uint64", std::numeric_limits<uint64>::max());
+    writer.WriteSimpleArray("numbers", std::vector<uint8>{0, 255});
+    writer.WriteStartObject("twice");
+    writer.WriteEndObject();
+    writer.WriteStartComplexArray("twice");
+    EXPECT_TRUE(writer.TryWriteStartComplexArrayItem());
+    writer.WriteValue("int64", std::numeric_limits<int64>::min());
+    writer.WriteEndComplexArrayItem();
+    EXPECT_TRUE(writer.TryWriteEndComplexArray());
+    writer.WriteEndObject();
+    EXPECT_EQ(writer.GetText(), "{\"text\":\"a\\\"b\\\\\\n</script>\",\"bytes\":\"\\u0000\xEF\xBF\xBD\","
+                                "\"\xEF\xBF\xBD\":true,\"int8\":-128,\"uint8\":65,\"uint64\":18446744073709551615,"
+                                "\"numbers\":[0,255],\"twice\":{},\"twice\":[{\"int64\":-9223372036854775808}]}");
+}
+
+TEST(WritingJson, ClosesOnlyTheInnermostBracket)
+{
+    JsonWriter writer;
+    writer.WriteStartObject();
+    EXPECT_FALSE(writer.TryWriteEndComplexArray());
+    EXPECT_FALSE(writer.TryWriteStartComplexArrayItem());
+    EXPECT_THROW(writer.WriteEndComplexArrayItem(), InvalidOperationException);
+    writer.WriteStartComplexArray("a");
+    EXPECT_THROW(writer.WriteEndObject(), InvalidOperationException);
+    writer.Clear();
+    writer.WriteStartObject();
+    writer.WriteEndObject();
+    EXPECT_EQ(writer.GetText(), "{}");
+    EXPECT_THROW(writer.WriteEndObject(), InvalidOperationException);
+}
+
+TEST(ReadingJson, HandsOutTokensAndSkipsValues)
+{
+    JsonReader reader(R"({"skip":{"a":[1,{"b":[]}]},"name":"x\u0000y","flag":true,"none":null,"number":-1.5e3})");
+    EXPECT_EQ(reader.Read(), JsonTokenType::StartObject);
+    EXPECT_EQ(reader.Read(), JsonTokenType::PropertyName);
+    reader.Skip();
+    EXPECT_EQ(reader.Read(), JsonTokenType::PropertyName);
+    EXPECT_EQ(reader.GetText(), "name");
+    EXPECT_EQ(reader.Read(), JsonTokenType::String);
+    EXPECT_EQ(reader.GetText(), std::string_view("x\0y", 3));
+    reader.Read();
+    EXPECT_EQ(reader.Read(), JsonTokenType::Boolean);
+    EXPECT_TRUE(reader.GetBoolean());
+    reader.Read();
+    EXPECT_EQ(reader.Read(), JsonTokenType::Null);
+    reader.Read();
+    EXPECT_EQ(reader.Read(), JsonTokenType::Number);
+    EXPECT_EQ(reader.GetText(), "-1.5e3");
+    EXPECT_EQ(reader.Read(), JsonTokenType::EndObject);
+    EXPECT_EQ(reader.Read(), JsonTokenType::End);
+    EXPECT_EQ(reader.Read(), JsonTokenType::End);
+}
+
+TEST(ReadingJson, RefusesWhatIsNoDocumentBeforeHandingOutAnything)
+{
+    const BasicString cases[] = {"",
+                                 "{",
+                                 "{}{}",
+                                 "{\"a\":1,}",
+                                 "{'a':1}",
+                                 "{\"a\":\"\xFF\"}",
+                                 "[1 2]",
+                                 "nul",
+                                 BasicString("{}\0x", 4),
+                                 "\"\\ud800\"",
+                                 "[NaN]",
+                                 BasicString(17, '[') + BasicString(17, ']'),
+                                 "\"" + BasicString(70'000, 'x') + "\""};
+    for (const BasicString& text : cases)
+    {
+        EXPECT_THROW(JsonReader reader(text), JsonException) << text.substr(0, 40);
+    }
+    const BasicString deepest = BasicString(16, '[') + BasicString(16, ']');
+    EXPECT_NO_THROW(JsonReader reader(deepest));
+}
+
+} // namespace

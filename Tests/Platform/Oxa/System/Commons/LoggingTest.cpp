@@ -1,0 +1,133 @@
+#include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Support/LogRecorder.hpp"
+
+#include <fmt/ostream.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+namespace LoggingTest
+{
+
+using namespace Oxa;
+using namespace Oxa::System::Commons::Diagnostics::Logging;
+
+/// Counts how often it is formatted, and throws when it is told to.
+struct Value
+{
+    bool isThrowing = false;
+    bool isUnknownException = false;
+    mutable int formatCount = 0;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Value& value)
+{
+    ++value.formatCount;
+    if (value.isUnknownException)
+    {
+        throw 1;
+    }
+    if (value.isThrowing)
+    {
+        throw std::runtime_error("no text");
+    }
+    return stream << "value";
+}
+
+class Talker : private Loggable<Talker>
+{
+public:
+    using Loggable<Talker>::Log;
+};
+
+} // namespace LoggingTest
+
+template <>
+struct fmt::formatter<LoggingTest::Value> : fmt::ostream_formatter
+{
+};
+
+namespace LoggingTest
+{
+namespace
+{
+
+using Oxa::Tests::Support::LogRecorder;
+
+TEST(Logging, FormatsOnlyWhatIsWanted)
+{
+    const LogRecorder log(LogLevel::Warning);
+    const Talker talker;
+    const Value value;
+    talker.Log(LogLevel::Information, "{0}", value);
+    EXPECT_EQ(value.formatCount, 0);
+    talker.Log(LogLevel::Warning, "{1} and {0}", value, "line\nbreak");
+    EXPECT_EQ(log.GetEntries(), (std::vector<LogRecorder::Entry>{
+                                    {LogLevel::Warning, "LoggingTest::Talker", "line\\x0abreak and value"}}));
+}
+
+TEST(Logging, FallsBackToTheTemplateWhenFormattingThrows)
+{
+    const LogRecorder log;
+    const Talker talker;
+    talker.Log(LogLevel::Debug, "first {0}", Value{true, false});
+    talker.Log(LogLevel::Warning, "second {0}", Value{false, true});
+    talker.Log(LogLevel::Debug, "third {0} {1}", 1);
+    const auto entries = log.GetEntries();
+    ASSERT_EQ(entries.size(), 6U);
+    EXPECT_EQ(entries[0].level, LogLevel::Error);
+    EXPECT_EQ(entries[0].message, "Exception occurs during format of log message: no text");
+    EXPECT_EQ(entries[1].level, LogLevel::Debug);
+    EXPECT_EQ(entries[1].message, "first {0}");
+    EXPECT_EQ(entries[2].message, "Exception occurs during format of log message: Unknown exception");
+    EXPECT_EQ(entries[3].message, "second {0}");
+    EXPECT_TRUE(entries[4].message.starts_with("Exception occurs during format of log message: "));
+    EXPECT_EQ(entries[5].message, "third {0} {1}");
+}
+
+TEST(ConfiguringTheLog, GivesTheLongestPrefixTheSay)
+{
+    const auto early = LogManager::CreateLogAdapter("A::B::C");
+    LogConfiguration configuration;
+    configuration.target = LogConfiguration::Target::None;
+    configuration.level = LogLevel::Error;
+    configuration.levelsByPrefix = {{"A::", LogLevel::Warning}, {"A::B", LogLevel::Debug}, {"B", LogLevel::Alert}};
+    LogManager::Configure(configuration);
+    EXPECT_EQ(early->GetLevel(), LogLevel::Debug);
+    EXPECT_EQ(LogManager::CreateLogAdapter("A::X")->GetLevel(), LogLevel::Warning);
+    EXPECT_EQ(LogManager::CreateLogAdapter("C")->GetLevel(), LogLevel::Error);
+}
+
+TEST(ConfiguringTheLog, WritesToAFileAndKeepsTheOldTargetWhenTheFileCannotBeOpened)
+{
+    const auto folder = std::filesystem::temp_directory_path() / ("LoggingTest." + std::to_string(::getpid()));
+    LogConfiguration configuration;
+    configuration.target = LogConfiguration::Target::File;
+    configuration.filePath = folder / "log.txt";
+    LogManager::Configure(configuration);
+    configuration.filePath = folder / "log.txt" / "no-folder";
+    EXPECT_THROW(LogManager::Configure(configuration), Oxa::System::Commons::InvalidOperationException);
+    LogManager::CreateLogAdapter("A::B")->Write(LogLevel::Warning, "kept");
+    std::ifstream file(folder / "log.txt");
+    const std::string line((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    EXPECT_NE(line.find("warning A::B: kept"), std::string::npos) << line;
+    std::filesystem::remove_all(folder);
+}
+
+TEST(ParsingLogLevels, TakesNamesAndDigits)
+{
+    EXPECT_EQ(ParseLogLevel("warning"), LogLevel::Warning);
+    EXPECT_EQ(ParseLogLevel("7"), LogLevel::Debug);
+    for (const char* const text : {"", "8", "Warning", "-1", "77"})
+    {
+        EXPECT_EQ(ParseLogLevel(text), std::nullopt) << text;
+    }
+}
+
+} // namespace
+} // namespace LoggingTest

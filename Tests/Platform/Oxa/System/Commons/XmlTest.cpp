@@ -1,0 +1,181 @@
+#include "Oxa/System/Commons/AppDomain.hpp"
+#include "Oxa/System/Commons/Xml/IXmlSerializable.hpp"
+#include "Oxa/System/Commons/Xml/MultiXmlConfigDocument.hpp"
+#include "Oxa/System/Commons/Xml/XmlReader.hpp"
+#include "Oxa/System/Commons/Xml/XmlSerializationContext.hpp"
+#include "Oxa/System/Commons/Xml/XmlWriter.hpp"
+#include "Oxa/System/Commons/XmlException.hpp"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace
+{
+
+using namespace Oxa;
+using namespace Oxa::System::Commons;
+using namespace Oxa::System::Commons::Xml;
+
+/// Collects the names of all elements; throws without a position when it meets "Bad".
+struct NameCollector final : IXmlSerializable
+{
+    void ReadXml(XmlReader& reader, XmlSerializationContext& /*context*/) override
+    {
+        while (reader.TryReadStartElement())
+        {
+            names += reader.GetElementLocalName() + ";";
+            if (names.ends_with("Bad;"))
+            {
+                throw XmlException::Create("bad element");
+            }
+        }
+    }
+
+    void WriteXml(XmlWriter& /*writer*/, XmlSerializationContext& /*context*/) override {}
+
+    BasicString names;
+};
+
+class LoadingDocuments : public testing::Test
+{
+protected:
+    LoadingDocuments() : folder(std::filesystem::temp_directory_path() / ("XmlTest." + std::to_string(::getpid())))
+    {
+        std::filesystem::create_directory(folder);
+    }
+
+    ~LoadingDocuments() override
+    {
+        std::filesystem::remove_all(folder);
+    }
+
+    BasicString Write(const BasicString& name, const BasicString& text) const
+    {
+        std::ofstream(folder / name) << text;
+        return folder / name;
+    }
+
+    /// The message of the exception, or empty.
+    BasicString Load(const BasicString& path)
+    {
+        try
+        {
+            MultiXmlConfigDocument("Root", collector).Load(path);
+        }
+        catch (const XmlException& exception)
+        {
+            readingPosition = exception.GetReadingPosition();
+            return exception.what();
+        }
+        return {};
+    }
+
+    const std::filesystem::path folder;
+    NameCollector collector;
+    BasicString readingPosition;
+};
+
+TEST(ReadingXml, VisitsStartTagsAndLeavesElementsWithAllTheyHold)
+{
+    XmlReader reader("<?xml version='1.0'?><!-- c --><Root> t <A x='1' y='2' z='true'><B/></A><!-- c -->"
+                     "<A><C><B/></C></A><D/><E><![CDATA[<F/>]]></E></Root>",
+                     "test.xml");
+    EXPECT_FALSE(reader.IsEmptyElement());
+    ASSERT_TRUE(reader.TryReadStartElement());
+    int8 number = 0;
+    bool flag = false;
+    BasicString text = "before";
+    EXPECT_TRUE(reader.TryGetAttributeValue("x", number) && reader.TryGetAttributeValue("z", flag) && flag);
+    EXPECT_EQ(number, 1);
+    EXPECT_FALSE(reader.TryGetAttributeValue("none", text));
+    EXPECT_EQ(text, "before");
+    EXPECT_THROW(reader.TryGetAttributeValue("z", number), XmlException);
+    EXPECT_THROW(reader.TryGetAttributeValue("x", flag), XmlException);
+    ASSERT_TRUE(reader.TryReadStartElement());
+    EXPECT_EQ(reader.GetElementLocalName(), "B");
+    EXPECT_TRUE(reader.IsEmptyElement());
+    reader.ReadEndElement();
+    ASSERT_TRUE(reader.TryReadStartElement());
+    reader.ReadEndElement();
+    ASSERT_TRUE(reader.TryReadStartElement("E"));
+    EXPECT_FALSE(reader.TryReadStartElement());
+}
+
+TEST_F(LoadingDocuments, NamesFileLineAndCauseOfEveryFault)
+{
+    const std::tuple<BasicString, BasicString, BasicString> cases[] = {
+        {"other.xml", "\n<Other/>", ":2: the document element is 'Other', expected 'Root'"},
+        {"open.xml", "<Root>\n<A>\n</Root>", ":3: Opening and ending tag mismatch"},
+        {"empty.xml", "", ":1: "},
+        {"text.xml", "10 MB of nonsense", ":1: "},
+        {"after.xml", "<Root>\n</Root>\nrest", ":3: "},
+        {"doctype.xml", "<!DOCTYPE Root [<!ENTITY e 'x'>]>\n<Root>&e;</Root>",
+         ":2: document type declarations are not allowed"},
+        {"entity.xml", "<Root>\n&unknown;</Root>", ":2: "},
+    };
+    for (const auto& [name, text, message] : cases)
+    {
+        const BasicString path = Write(name, text);
+        EXPECT_NE(Load(path).find(path + message), BasicString::npos) << Load(path);
+    }
+    EXPECT_EQ(Load(folder / "none.xml"),
+              "cannot read '" + (folder / "none.xml").string() + "': No such file or directory");
+    EXPECT_NE(Load(Write("huge.xml", BasicString(10'000'000, ' '))).find("huge.xml"), BasicString::npos);
+    EXPECT_NE(Load("/dev/zero").find("not a regular file"), BasicString::npos);
+}
+
+TEST_F(LoadingDocuments, KeepsTheTextOfAnExceptionAndAddsThePositionBesideIt)
+{
+    const BasicString path = Write("bad.xml", "<Root>\n\n<Bad/></Root>");
+    EXPECT_EQ(Load(path), "bad element");
+    EXPECT_EQ(readingPosition, path + ":3");
+}
+
+TEST_F(LoadingDocuments, ReadsAllFilesOfAFolderInNameOrder)
+{
+    EXPECT_NE(Load(folder).find("holds no *.xml file"), BasicString::npos);
+    Write("20.xml", "<Root><Second/></Root>");
+    Write("10.xml", "<Root><First/></Root>");
+    Write("30.txt", "not XML");
+    EXPECT_EQ(Load(folder), "");
+    EXPECT_EQ(collector.names, "First;Second;");
+}
+
+TEST(ResolvingPlaceholders, PrefersTheDomainAndKeepsWhatIsUnknown)
+{
+    AppDomain appDomain("test");
+    appDomain.SetVariable("PATH", "domain");
+    appDomain.SetVariable("LOOP", "${LOOP}");
+    ::setenv("OXA_XML_TEST", "environment", 1);
+    const PlaceholderExpression placeholders(&appDomain);
+    const std::pair<BasicString, BasicString> cases[] = {
+        {"a${PATH}b${OXA_XML_TEST}", "adomainbenvironment"},
+        {"${LOOP}", "${LOOP}"},
+        {"${NO_SUCH_NAME}${PATH}", "${NO_SUCH_NAME}domain"},
+        {"${PATH", "${PATH"},
+        {"$PATH ${} $", "$PATH ${} $"},
+    };
+    for (const auto& [text, resolved] : cases)
+    {
+        EXPECT_EQ(placeholders.Resolve(text), resolved);
+    }
+}
+
+TEST(WritingXml, EscapesWhatHasAMeaning)
+{
+    XmlWriter writer;
+    writer.WriteStartElement("Root");
+    writer.WriteAttribute("a", "<\"&\xFF");
+    writer.WriteText("1 < 2");
+    writer.WriteEndElement();
+    EXPECT_THROW(writer.WriteEndElement(), Exception);
+    XmlReader reader(writer.GetText(), "written.xml");
+    BasicString value;
+    EXPECT_TRUE(reader.TryGetAttributeValue("a", value));
+    EXPECT_EQ(value, "<\"&\xEF\xBF\xBD");
+}
+
+} // namespace
