@@ -1,0 +1,185 @@
+#pragma once
+
+#include "Oxa/Device/Interface/Services/DeviceControlServiceProxyFactory.hpp"
+#include "Oxa/Device/Interface/Services/DeviceInfoServiceProxyFactory.hpp"
+#include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
+#include "Oxa/Device/Interface/Services/IDeviceControlService.hpp"
+#include "Oxa/Device/Interface/Services/IDeviceInfoService.hpp"
+#include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
+#include "Oxa/Hardware/RealTimeClock/Services/Internal/IRtcService.hpp"
+#include "Oxa/Hardware/RealTimeClock/Services/Internal/RtcServiceProxyFactory.hpp"
+#include "Oxa/System/Rsc/ServiceManager.hpp"
+#include "Oxa/System/Um/Services/Internal/AuthorizationServiceProxyFactory.hpp"
+#include "Oxa/System/Um/Services/Internal/IAuthorizationService.hpp"
+
+#include <memory>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+/// A device whose services answer from memory as fast as they can, so that what is measured is the module.
+namespace Oxa::Benchmarks
+{
+
+using Oxa::Device::Interface::Services::ItemKey;
+using Oxa::Device::Interface::Services::ItemValue;
+
+template <class TService>
+class MemoryItemService final : public TService
+{
+public:
+    explicit MemoryItemService(std::unordered_map<std::string_view, ItemValue> values) : values(std::move(values)) {}
+
+    [[nodiscard]] ItemValue ReadItem(const ItemKey& key) override
+    {
+        const auto found = values.find(key.GetView());
+        return found == values.end() ? ItemValue() : found->second;
+    }
+
+    void ReadItems(Oxa::Device::Interface::Services::WriteItemKeysDelegate writeKeys,
+                   Oxa::Device::Interface::Services::ReadItemValuesDelegate readValues) override
+    {
+        KeyTaker taker(*this);
+        writeKeys(taker);
+        ValueGiver giver(found);
+        readValues(giver);
+    }
+
+private:
+    struct KeyTaker final : System::Rsc::IRscWriteEnumerator<ItemKey>
+    {
+        explicit KeyTaker(MemoryItemService& service) : service(service) {}
+
+        void BeginWrite(std::size_t count) override
+        {
+            service.found.clear();
+            service.found.reserve(count);
+        }
+
+        void WriteNext(const ItemKey& key) override
+        {
+            service.found.push_back(&service.values.at(key.GetView()));
+        }
+
+        void EndWrite() override {}
+
+        MemoryItemService& service;
+    };
+
+    struct ValueGiver final : System::Rsc::IRscReadEnumerator<ItemValue>
+    {
+        explicit ValueGiver(const std::vector<const ItemValue*>& values) : values(values) {}
+
+        std::size_t BeginRead() override
+        {
+            return values.size();
+        }
+
+        bool ReadNext(ItemValue& value) override
+        {
+            if (next == values.size())
+            {
+                return false;
+            }
+            value = *values[next++];
+            return true;
+        }
+
+        void EndRead() override {}
+
+        const std::vector<const ItemValue*>& values;
+        std::size_t next = 0;
+    };
+
+    std::unordered_map<std::string_view, ItemValue> values;
+    std::vector<const ItemValue*> found;
+};
+
+struct MemoryControlService final : Oxa::Device::Interface::Services::IDeviceControlService
+{
+    Oxa::Device::Interface::Services::AccessErrorCode Restart() override
+    {
+        return Oxa::Device::Interface::Services::AccessErrorCode::None;
+    }
+
+    [[nodiscard]] Oxa::Device::Interface::Services::AccessErrorCode FactoryReset(uint16 /*resetKind*/) override
+    {
+        return Oxa::Device::Interface::Services::AccessErrorCode::None;
+    }
+};
+
+struct MemoryRtcService final : Oxa::Hardware::RealTimeClock::Services::Internal::IRtcService
+{
+    void WriteDateTime(const Oxa::DateTime& /*dateTime*/) override {}
+
+    [[nodiscard]] Oxa::DateTime ReadDateTime() override
+    {
+        return Oxa::DateTime::FromUnixTimeMicroseconds(1'700'000'000'123'456);
+    }
+};
+
+struct MemoryAuthorizationService final : System::Um::Services::Internal::IAuthorizationService
+{
+    [[nodiscard]] bool IsAuthorized(const System::Rsc::RscString<512>& /*objectName*/, uint32 /*permission*/,
+                                    uint32 /*tokenValue*/) override
+    {
+        return true;
+    }
+};
+
+inline void ProvideMemoryServices()
+{
+    using namespace Oxa::Device::Interface::Services;
+    using System::Rsc::ServiceManager;
+    ServiceManager::RegisterService(
+        DeviceInfoServiceProxyFactory::GetInstance(),
+        std::make_shared<MemoryItemService<IDeviceInfoService>>(std::unordered_map<std::string_view, ItemValue>{
+            {"General.ArticleName", ItemValue("Controller 4")},
+            {"General.ArticleNumber", ItemValue("1051328")},
+            {"General.SerialNumber", ItemValue("1357924680")},
+            {"General.Firmware.Version", ItemValue("2024.0.5 LTS")},
+            {"General.Hardware.Version", ItemValue("03")},
+            {"General.Fpga.Version", ItemValue("1.1.42")},
+            {"General.SPNS.Firmware.Version", ItemValue("1.2.3")},
+            {"General.SPNS.Fpga.Version", ItemValue("4.5.6")},
+            {"Cpu.Cores.Count", ItemValue(uint8{4})},
+        }));
+    ServiceManager::RegisterService(
+        DeviceStatusServiceProxyFactory::GetInstance(),
+        std::make_shared<MemoryItemService<IDeviceStatusService>>(std::unordered_map<std::string_view, ItemValue>{
+            {"Status.System.UpTime.Seconds", ItemValue(uint64{86'400})},
+            {"Status.Board.Temperature.Centigrade", ItemValue(int8{41})},
+            {"Status.Memory.Usage.Percent.Actual", ItemValue(uint8{37})},
+            {"Status.UserPartition.Total", ItemValue(uint64{4'000'000'000})},
+            {"Status.UserPartition.Usage", ItemValue(uint64{1'000'000'000})},
+            {"Status.UserPartition.Usage.Percent", ItemValue(uint8{25})},
+            {"Status.Cpu.0.Load.Percent", ItemValue(uint8{10})},
+            {"Status.Cpu.1.Load.Percent", ItemValue(uint8{11})},
+            {"Status.Cpu.2.Load.Percent", ItemValue(uint8{12})},
+            {"Status.Cpu.3.Load.Percent", ItemValue(uint8{13})},
+            {"Status.Cpu.4.Load.Percent", ItemValue(uint8{14})},
+            {"Status.Leds.Pnio.Bf_C", ItemValue(uint32{0x00010001})},
+            {"Status.Leds.Runtime.Run", ItemValue(uint32{0x00010001})},
+            {"Status.Leds.Pnio.Bf_D", ItemValue(uint32{0x00010001})},
+            {"Status.Leds.Runtime.Fail", ItemValue(uint32{0x00010001})},
+            {"Status.Leds.Pnio.Sf", ItemValue(uint32{0x00010001})},
+            {"Status.Leds.Runtime.Debug", ItemValue(uint32{0x00010001})},
+            {"Status.Leds.Zelo.D", ItemValue(uint32{0x00010001})},
+            {"Status.Leds.Zelo.E", ItemValue(uint32{0x00010001})},
+            {"Status.Leds.Runtime.Ext", ItemValue(uint32{0x00010001})},
+            {"Status.Leds.Safety.Run", ItemValue(uint32{0x00010001})},
+            {"Status.Leds.Safety.Fs", ItemValue(uint32{0x00010001})},
+            {"Status.RunStopSwitch.Supported", ItemValue(true)},
+            {"Status.RunStopSwitch.Position", ItemValue("Run")},
+        }));
+    ServiceManager::RegisterService(DeviceControlServiceProxyFactory::GetInstance(),
+                                    std::make_shared<MemoryControlService>());
+    ServiceManager::RegisterService(System::Um::Services::Internal::AuthorizationServiceProxyFactory::GetInstance(),
+                                    std::make_shared<MemoryAuthorizationService>());
+    ServiceManager::RegisterService(
+        Oxa::Hardware::RealTimeClock::Services::Internal::RtcServiceProxyFactory::GetInstance(),
+        std::make_shared<MemoryRtcService>());
+}
+
+} // namespace Oxa::Benchmarks
