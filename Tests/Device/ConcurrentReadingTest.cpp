@@ -1,0 +1,112 @@
+#include "Device/BootIdentity.hpp"
+#include "Device/CpuSampler.hpp"
+#include "Device/FakeMachine.hpp"
+#include "Device/FakeTime.hpp"
+#include "Device/ItemValueText.hpp"
+#include "Device/MachineItems.hpp"
+#include "Device/MultiReadClient.hpp"
+#include "Device/ServiceOutage.hpp"
+#include "Device/Services/DeviceServices.hpp"
+#include "Device/Services/DeviceStatusService.hpp"
+#include "Support/LogRecorder.hpp"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace Oxa::Tests::Device
+{
+
+using namespace Oxa::Device::Linux;
+using Oxa::Device::Interface::Services::AccessErrorCode;
+
+namespace
+{
+
+constexpr int threadCount = 4;
+constexpr int roundCount = 100;
+
+template <class Body>
+void RunInThreads(const Body& body)
+{
+    std::vector<std::thread> threads;
+    for (int number = 0; number < threadCount; ++number)
+    {
+        threads.emplace_back(body);
+    }
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
+}
+
+/// As a multi-item read gives them, each as text with its type.
+std::vector<BasicString> ReadTexts(MultiReadClient& client, Services::DeviceStatusService& service)
+{
+    std::vector<BasicString> texts;
+    for (const auto& value : client.Read(service))
+    {
+        texts.push_back(ToTypedText(value));
+    }
+    return texts;
+}
+
+} // namespace
+
+TEST(ReadingFromManyThreads, GivesEveryOneTheSameValues)
+{
+    FakeMachine machine;
+    machine.BecomePc();
+    const auto loads = std::make_shared<Items::CpuLoads>(machine.GetPath("/proc/stat"), machine.GetPath("/online"));
+    const auto identity = std::make_shared<BootIdentity>(machine.GetPath("/proc/sys/kernel/random/boot_id"));
+    const std::shared_ptr<const Items::ItemTable> items = MakeMachineItems(machine.GetRoot(), loads, identity);
+    Services::DeviceStatusService service(items);
+    const Support::LogRecorder log;
+    const std::vector<BasicString> keys = {
+        "Status.Memory.Usage.Percent.Actual", "Status.UserPartition.Total", "Status.Board.Temperature.Centigrade",
+        "Status.System.UpTime.Seconds",       "General.SerialNumber",       "General.Firmware.Version"};
+    MultiReadClient single(keys);
+    const auto expected = ReadTexts(single, service);
+
+    RunInThreads(
+        [&service, &keys, &expected, &loads, &identity]
+        {
+            MultiReadClient client(keys);
+            for (int round = 0; round < roundCount; ++round)
+            {
+                EXPECT_EQ(ReadTexts(client, service), expected);
+                loads->Sample();
+                identity->Renew();
+                EXPECT_LE(loads->GetPercent(0), 100);
+                EXPECT_EQ(identity->Get().size(), 36U);
+            }
+        });
+    EXPECT_EQ(log.GetEntries().size(), 1U) << "the serial number's cause, once";
+}
+
+TEST(RestartingFromManyThreads, HappensOnceAtATime)
+{
+    const Support::LogRecorder log(Oxa::System::Commons::Diagnostics::Logging::LogLevel::Error);
+    FakeTime time;
+    std::atomic<int> gone = 0;
+    ServiceOutage outage({[&gone] { ++gone; },
+                          [] {
+                          }},
+                         std::chrono::seconds(3), time.MakeWaiter());
+    std::atomic<int> accepted = 0;
+    RunInThreads(
+        [&outage, &accepted]
+        {
+            for (int round = 0; round < roundCount; ++round)
+            {
+                accepted += outage.Begin() == AccessErrorCode::None ? 1 : 0;
+            }
+        });
+    time.AwaitWait(1);
+    RunInThreads([&outage] { outage.Stop(); });
+    EXPECT_EQ(accepted, 1);
+    EXPECT_EQ(gone, 1);
+}
+
+} // namespace Oxa::Tests::Device

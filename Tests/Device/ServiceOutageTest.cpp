@@ -1,0 +1,102 @@
+#include "Device/ServiceOutage.hpp"
+
+#include "Device/FakeTime.hpp"
+#include "Device/Services/DeviceControlService.hpp"
+#include "Support/LogRecorder.hpp"
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <memory>
+
+namespace Oxa::Tests::Device
+{
+
+using namespace Oxa::Device::Linux;
+using Oxa::Device::Interface::Services::AccessErrorCode;
+
+namespace
+{
+
+class SimulatedRestart : public testing::Test
+{
+protected:
+    ServiceOutage::Actions MakeActions()
+    {
+        return {[this] { isOffered = false; },
+                [this]
+                {
+                    isOffered = true;
+                    back.set_value();
+                }};
+    }
+
+    void AwaitBack()
+    {
+        back.get_future().wait();
+        back = {};
+    }
+
+    FakeTime time;
+    std::promise<void> back;
+    std::atomic<bool> isOffered = true;
+    const std::shared_ptr<ServiceOutage> outage =
+        std::make_shared<ServiceOutage>(MakeActions(), std::chrono::seconds(3), time.MakeWaiter());
+    Services::DeviceControlService service{outage};
+};
+
+} // namespace
+
+TEST_F(SimulatedRestart, TakesTheServicesAwayAndBringsThemBack)
+{
+    EXPECT_EQ(service.Restart(), AccessErrorCode::None);
+    time.AwaitWait(1);
+    EXPECT_FALSE(isOffered);
+    EXPECT_EQ(time.GetLastDuration(), std::chrono::seconds(3));
+    EXPECT_EQ(service.Restart(), AccessErrorCode::Busy);
+    EXPECT_EQ(service.FactoryReset(1), AccessErrorCode::Busy);
+
+    time.Elapse();
+    AwaitBack();
+    EXPECT_TRUE(isOffered);
+}
+
+TEST_F(SimulatedRestart, CanHappenAgain)
+{
+    for (int round = 1; round <= 3; ++round)
+    {
+        // Busy until the thread of the round before has said that it is done.
+        AccessErrorCode result = AccessErrorCode::Busy;
+        while (result == AccessErrorCode::Busy)
+        {
+            result = service.FactoryReset(1);
+        }
+        EXPECT_EQ(result, AccessErrorCode::None);
+        time.AwaitWait(round);
+        time.Elapse();
+        AwaitBack();
+    }
+}
+
+TEST_F(SimulatedRestart, IsNotWhatUnknownResetKindsGet)
+{
+    const Support::LogRecorder log;
+    for (const uint16 kind : {0, 2, 65535})
+    {
+        EXPECT_EQ(service.FactoryReset(kind), AccessErrorCode::NotSupported) << kind;
+    }
+    EXPECT_TRUE(isOffered);
+    ASSERT_EQ(log.GetEntries().size(), 3U);
+    EXPECT_EQ(log.GetEntries()[1].message, "Factory reset (simulated) of kind 2 was asked for: not supported");
+}
+
+TEST_F(SimulatedRestart, EndsAtOnceWhenItIsStopped)
+{
+    EXPECT_EQ(service.Restart(), AccessErrorCode::None);
+    time.AwaitWait(1);
+    outage->Stop();
+    EXPECT_FALSE(isOffered);
+    EXPECT_EQ(service.Restart(), AccessErrorCode::NotAvailable);
+}
+
+} // namespace Oxa::Tests::Device
