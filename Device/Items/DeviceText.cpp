@@ -9,8 +9,6 @@ namespace Oxa::Device::Linux::Items::DeviceText
 namespace
 {
 
-constexpr std::string_view blanks = " \t\r\n\v\f";
-
 constexpr std::array<std::string_view, 17> placeholders = {"",
                                                            "-",
                                                            "default string",
@@ -40,6 +38,11 @@ bool EqualsLower(std::string_view text, std::string_view lowerText) noexcept
                       [](char left, char right) { return ToLower(left) == right; });
 }
 
+bool IsBlank(char character) noexcept
+{
+    return character == ' ' || (character >= '\t' && character <= '\r');
+}
+
 bool IsContinuation(char byte) noexcept
 {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
@@ -50,12 +53,15 @@ bool IsContinuation(char byte) noexcept
 std::string_view Trim(std::string_view text) noexcept
 {
     text = text.substr(0, text.find('\0'));
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos)
+    while (!text.empty() && IsBlank(text.front()))
     {
-        return {};
+        text.remove_prefix(1);
     }
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+    while (!text.empty() && IsBlank(text.back()))
+    {
+        text.remove_suffix(1);
+    }
+    return text;
 }
 
 std::string_view CutBetweenCharacters(std::string_view text, std::size_t maximumBytes) noexcept
@@ -89,10 +95,10 @@ std::string_view TakeUntil(std::string_view& text, char separator) noexcept
 
 std::string_view TakeWord(std::string_view& text) noexcept
 {
-    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-    const std::string_view word = text.substr(0, text.find_first_of(blanks));
-    text.remove_prefix(word.size());
-    return word;
+    const auto* const begin = std::find_if_not(text.begin(), text.end(), IsBlank);
+    const auto* const end = std::find_if(begin, text.end(), IsBlank);
+    text.remove_prefix(static_cast<std::size_t>(end - text.begin()));
+    return {begin, end};
 }
 
 } // namespace Oxa::Device::Linux::Items::DeviceText

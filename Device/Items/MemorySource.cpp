@@ -16,6 +16,9 @@ namespace Oxa::Device::Linux::Items
 namespace
 {
 
+// MemTotal and MemAvailable are the first and the third line.
+constexpr std::size_t firstLinesBytes = 256;
+
 struct MemorySizes
 {
     std::optional<uint64> total;
@@ -56,7 +59,7 @@ MemorySource::~MemorySource() = default;
 
 ItemReading MemorySource::Read(const ReadPass&)
 {
-    std::array<char, KeptFile::pageBytes> buffer;
+    std::array<char, firstLinesBytes> buffer;
     const KeptFile::Content content = file.Read(buffer);
     if (content.error != 0)
     {
