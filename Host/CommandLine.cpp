@@ -1,0 +1,84 @@
+#include "Host/CommandLine.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdlib>
+
+namespace Oxa::Host
+{
+
+namespace
+{
+
+BasicString GetDefaultStateFolder()
+{
+    // What systemd made for the service; otherwise where it would have been.
+    const char* const folder = std::getenv("STATE_DIRECTORY");
+    return folder != nullptr ? folder : "/var/lib/oxa-wbm";
+}
+
+std::pair<BasicString, BasicString> SplitVariable(const BasicString& text)
+{
+    const std::size_t equals = text.find('=');
+    if (equals == 0 || equals == BasicString::npos)
+    {
+        throw CLI::ValidationError("--variable", "'" + text + "' is not NAME=VALUE");
+    }
+    return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+void AddUserCommands(CLI::App& app, CommandLine& commandLine)
+{
+    using Action = CommandLine::Action;
+    CLI::App* const user = app.add_subcommand("user", "Manages the users.")->require_subcommand(1)->fallthrough();
+    const auto addCommand = [user, &commandLine](const char* name, const char* text, Action action, bool takesName)
+    {
+        CLI::App* const command = user->add_subcommand(name, text)->fallthrough();
+        command->callback([&commandLine, action] { commandLine.action = action; });
+        if (takesName)
+        {
+            command->add_option("NAME", commandLine.userName, "The user's name")->required();
+        }
+        return command;
+    };
+    addCommand("add", "Adds a user; the password is read from standard input.", Action::AddUser, true)
+        ->add_option("--role", commandLine.roleName, "Admin, Engineer, Viewer or a role of this machine")
+        ->required();
+    addCommand("list", "Lists the users and their roles.", Action::ListUsers, false);
+    addCommand("remove", "Removes a user.", Action::RemoveUser, true);
+    addCommand("set-password", "Sets a password, which is read from standard input.", Action::SetPassword, true);
+}
+
+} // namespace
+
+std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv, int& exitStatus)
+{
+    CommandLine commandLine;
+    commandLine.stateFolder = GetDefaultStateFolder();
+    std::vector<BasicString> variables;
+
+    CLI::App app("The web-based management's host.", "oxa-wbm");
+    app.add_option("--config", commandLine.configurationPath, "The configuration file")->required();
+    app.add_option("--state", commandLine.stateFolder, "The folder of what is kept: users, the first password");
+    app.add_option("--port", commandLine.port, "Listens there; 0: the system picks a port");
+    app.add_option("--variable", variables, "NAME=VALUE: what ${NAME} in configuration files stands for")
+        ->allow_extra_args(false);
+    app.add_flag("--examples", commandLine.printsExamples, "Prints commands to try");
+    AddUserCommands(app, commandLine);
+    try
+    {
+        app.parse(argc, argv);
+        for (const BasicString& variable : variables)
+        {
+            commandLine.variables.push_back(SplitVariable(variable));
+        }
+        return commandLine;
+    }
+    catch (const CLI::ParseError& error)
+    {
+        exitStatus = app.exit(error);
+        return std::nullopt;
+    }
+}
+
+} // namespace Oxa::Host

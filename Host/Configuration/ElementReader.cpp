@@ -1,0 +1,88 @@
+#include "Host/Configuration/ElementReader.hpp"
+
+#include <algorithm>
+
+namespace Oxa::Host::Configuration
+{
+
+using System::Commons::XmlException;
+
+ElementReader::ElementReader(System::Commons::Xml::XmlReader& reader,
+                             System::Commons::Xml::XmlSerializationContext& context)
+    : reader(reader), context(context)
+{
+}
+
+void ElementReader::RequireOnly(std::initializer_list<std::string_view> attributeNames) const
+{
+    for (const BasicString& name : reader.GetAttributeNames())
+    {
+        if (std::find(attributeNames.begin(), attributeNames.end(), name) == attributeNames.end())
+        {
+            throw XmlException::Create(reader, "the element '{0}' has no attribute '{1}'", reader.GetElementLocalName(),
+                                       name);
+        }
+    }
+}
+
+void ElementReader::Read(std::string_view attributeName, BasicString& value) const
+{
+    BasicString text;
+    if (!reader.TryGetAttributeValue(attributeName, text))
+    {
+        return;
+    }
+    value = context.GetPlaceholderExpression().Resolve(text);
+    if (value.find("${") != BasicString::npos)
+    {
+        ThrowBadValue(attributeName, value, "variables that are known");
+    }
+}
+
+void ElementReader::ReadRequired(std::string_view attributeName, BasicString& value) const
+{
+    Read(attributeName, value);
+    if (value.empty())
+    {
+        throw XmlException::Create(reader, "the element '{0}' needs the attribute '{1}'", reader.GetElementLocalName(),
+                                   attributeName);
+    }
+}
+
+void ElementReader::Read(std::string_view attributeName, bool& value) const
+{
+    reader.TryGetAttributeValue(attributeName, value);
+}
+
+void ElementReader::Read(std::string_view attributeName, std::size_t& value, std::size_t minimum,
+                         std::size_t maximum) const
+{
+    reader.TryGetAttributeValue(attributeName, value);
+    if (value < minimum || value > maximum)
+    {
+        ThrowBadValue(attributeName, std::to_string(value),
+                      System::Commons::Text::Format("a number from {0} to {1}", minimum, maximum));
+    }
+}
+
+void ElementReader::Read(std::string_view attributeName, std::chrono::seconds& value,
+                         std::chrono::seconds maximum) const
+{
+    auto count = static_cast<std::size_t>(value.count());
+    Read(attributeName, count, 1, static_cast<std::size_t>(maximum.count()));
+    value = std::chrono::seconds(count);
+}
+
+void ElementReader::ThrowBadValue(std::string_view attributeName, std::string_view value,
+                                  std::string_view expected) const
+{
+    throw XmlException::Create(reader, "the attribute '{0}' of the element '{1}' is '{2}', expected {3}", attributeName,
+                               reader.GetElementLocalName(), value, expected);
+}
+
+void ElementReader::ThrowUnknownElement() const
+{
+    throw XmlException::Create(reader, "the element '{0}' is not known here", reader.GetElementLocalName());
+}
+
+} // namespace Oxa::Host::Configuration

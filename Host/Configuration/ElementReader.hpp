@@ -1,0 +1,42 @@
+#pragma once
+
+#include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Commons/Xml/XmlReader.hpp"
+#include "Oxa/System/Commons/Xml/XmlSerializationContext.hpp"
+
+#include <chrono>
+#include <initializer_list>
+#include <string_view>
+
+namespace Oxa::Host::Configuration
+{
+
+/// Reads the attributes of the element that the reader stands on, strictly: whatever is not expected is an XmlException
+/// with file and line. Borrows reader and context; valid until the reader moves on.
+class ElementReader final
+{
+public:
+    ElementReader(System::Commons::Xml::XmlReader& reader, System::Commons::Xml::XmlSerializationContext& context);
+
+    /// Throws when the element has an attribute that is none of these.
+    void RequireOnly(std::initializer_list<std::string_view> attributeNames) const;
+
+    /// The text with its placeholders resolved; `value` stays when there is no such attribute. Throws for a placeholder
+    /// that is not known.
+    void Read(std::string_view attributeName, BasicString& value) const;
+    /// The same for an attribute that must be there and not be empty.
+    void ReadRequired(std::string_view attributeName, BasicString& value) const;
+    void Read(std::string_view attributeName, bool& value) const;
+    void Read(std::string_view attributeName, std::size_t& value, std::size_t minimum, std::size_t maximum) const;
+    void Read(std::string_view attributeName, std::chrono::seconds& value, std::chrono::seconds maximum) const;
+
+    [[noreturn]] void ThrowBadValue(std::string_view attributeName, std::string_view value,
+                                    std::string_view expected) const;
+    [[noreturn]] void ThrowUnknownElement() const;
+
+private:
+    System::Commons::Xml::XmlReader& reader;
+    System::Commons::Xml::XmlSerializationContext& context;
+};
+
+} // namespace Oxa::Host::Configuration

@@ -1,0 +1,263 @@
+#include "Host/Configuration/HostConfiguration.hpp"
+
+#include "Host/Configuration/ElementReader.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogLevel.hpp"
+#include "Oxa/System/Commons/NotSupportedException.hpp"
+#include "Oxa/System/Commons/Xml/IXmlSerializable.hpp"
+#include "Oxa/System/Commons/Xml/XmlConfigDocument.hpp"
+#include "Oxa/System/Commons/Xml/XmlReader.hpp"
+
+#include <boost/asio/ip/address.hpp>
+
+#include <algorithm>
+#include <limits>
+
+namespace Oxa::Host::Configuration
+{
+
+using System::Commons::NotSupportedException;
+using System::Commons::XmlException;
+using System::Commons::Diagnostics::Logging::LogConfiguration;
+using System::Commons::Diagnostics::Logging::LogLevel;
+using System::Commons::Diagnostics::Logging::ParseLogLevel;
+using System::Commons::Xml::XmlReader;
+using System::Commons::Xml::XmlSerializationContext;
+
+namespace
+{
+
+constexpr std::chrono::seconds longestTimeout{3600};
+constexpr std::chrono::seconds longestSession{30 * 24 * 3600};
+
+LogLevel ReadLogLevel(const ElementReader& element, LogLevel fallback)
+{
+    BasicString text;
+    element.Read("level", text);
+    if (text.empty())
+    {
+        return fallback;
+    }
+    const auto level = ParseLogLevel(text);
+    if (!level)
+    {
+        element.ThrowBadValue("level", text, "error, warning, notice, information, debug or a digit from 0 to 7");
+    }
+    return *level;
+}
+
+LogConfiguration::Target ReadLogTarget(const ElementReader& element)
+{
+    BasicString text = "console";
+    element.Read("target", text);
+    if (text == "console")
+    {
+        return LogConfiguration::Target::Console;
+    }
+    if (text == "syslog")
+    {
+        return LogConfiguration::Target::Syslog;
+    }
+    if (text != "file")
+    {
+        element.ThrowBadValue("target", text, "console, syslog or file");
+    }
+    return LogConfiguration::Target::File;
+}
+
+/// Fills a configuration from the document element's children.
+class ConfigurationDocument final : public System::Commons::Xml::IXmlSerializable
+{
+public:
+    explicit ConfigurationDocument(HostConfiguration& configuration) : configuration(configuration) {}
+
+    void ReadXml(XmlReader& reader, XmlSerializationContext& context) override
+    {
+        ElementReader(reader, context).RequireOnly({});
+        while (reader.TryReadStartElement())
+        {
+            const int depth = reader.GetDepth();
+            parents.resize(static_cast<std::size_t>(depth - 1));
+            ReadElement(reader, ElementReader(reader, context));
+            parents.push_back(reader.GetElementLocalName());
+        }
+        if (configuration.usersDatabasePath.empty())
+        {
+            throw XmlException::Create(reader, "the element 'Users' is missing");
+        }
+    }
+
+    void WriteXml(System::Commons::Xml::XmlWriter& /*writer*/, XmlSerializationContext& /*context*/) override
+    {
+        throw NotSupportedException::Create("The host's configuration is only read");
+    }
+
+private:
+    using ReadFunction = void (ConfigurationDocument::*)(const ElementReader&);
+
+    struct Rule
+    {
+        /// Names of the elements around it and its own.
+        std::string_view path;
+        ReadFunction read;
+    };
+
+    void ReadElement(XmlReader& reader, const ElementReader& element)
+    {
+        static constexpr Rule rules[] = {
+            {"Log", &ConfigurationDocument::ReadLog},
+            {"Log/Level", &ConfigurationDocument::ReadPrefixLevel},
+            {"Http", &ConfigurationDocument::ReadHttp},
+            {"Users", &ConfigurationDocument::ReadUsers},
+            {"Sessions", &ConfigurationDocument::ReadSessions},
+            {"Requests", &ConfigurationDocument::ReadRequests},
+            {"Components", &ConfigurationDocument::ReadList},
+            {"Components/Component", &ConfigurationDocument::ReadComponent},
+            {"Modules", &ConfigurationDocument::ReadList},
+            {"Modules/Module", &ConfigurationDocument::ReadModule},
+            {"Modules/Module/DataProvider", &ConfigurationDocument::ReadDataProvider},
+        };
+        BasicString path;
+        for (const BasicString& parent : parents)
+        {
+            path += parent + '/';
+        }
+        path += reader.GetElementLocalName();
+        const auto* const rule =
+            std::find_if(std::begin(rules), std::end(rules), [&path](const Rule& each) { return each.path == path; });
+        if (rule == std::end(rules))
+        {
+            element.ThrowUnknownElement();
+        }
+        (this->*rule->read)(element);
+    }
+
+    void ReadLog(const ElementReader& element)
+    {
+        element.RequireOnly({"level", "target", "file"});
+        configuration.log.level = ReadLogLevel(element, configuration.log.level);
+        configuration.log.target = ReadLogTarget(element);
+        if (configuration.log.target == LogConfiguration::Target::File)
+        {
+            element.ReadRequired("file", configuration.log.filePath);
+        }
+    }
+
+    void ReadPrefixLevel(const ElementReader& element)
+    {
+        element.RequireOnly({"prefix", "level"});
+        BasicString prefix;
+        element.ReadRequired("prefix", prefix);
+        configuration.log.levelsByPrefix[prefix] = ReadLogLevel(element, configuration.log.level);
+    }
+
+    void ReadHttp(const ElementReader& element)
+    {
+        element.RequireOnly({"address", "port", "maximumConnections", "idleSeconds", "headerSeconds", "bodySeconds",
+                             "writeSeconds", "shutdownSeconds"});
+        HttpConfiguration& http = configuration.http;
+        element.Read("address", http.address);
+        boost::system::error_code error;
+        boost::asio::ip::make_address(http.address, error);
+        if (error)
+        {
+            element.ThrowBadValue("address", http.address, "an IP address");
+        }
+        std::size_t port = http.port;
+        element.Read("port", port, 0, std::numeric_limits<uint16>::max());
+        http.port = static_cast<uint16>(port);
+        element.Read("maximumConnections", http.maximumConnections, 1, 10000);
+        element.Read("idleSeconds", http.idleTimeout, longestTimeout);
+        element.Read("headerSeconds", http.headerTimeout, longestTimeout);
+        element.Read("bodySeconds", http.bodyTimeout, longestTimeout);
+        element.Read("writeSeconds", http.writeTimeout, longestTimeout);
+        element.Read("shutdownSeconds", http.shutdownTimeout, longestTimeout);
+    }
+
+    void ReadUsers(const ElementReader& element)
+    {
+        element.RequireOnly({"database"});
+        element.ReadRequired("database", configuration.usersDatabasePath);
+    }
+
+    void ReadSessions(const ElementReader& element)
+    {
+        element.RequireOnly({"idleSeconds", "lifetimeSeconds", "maximumPerUser", "maximumTotal"});
+        SessionConfiguration& sessions = configuration.sessions;
+        element.Read("idleSeconds", sessions.idleTimeout, longestSession);
+        element.Read("lifetimeSeconds", sessions.lifetime, longestSession);
+        element.Read("maximumPerUser", sessions.maximumPerUser, 1, 64);
+        element.Read("maximumTotal", sessions.maximumTotal, 1, 4096);
+    }
+
+    void ReadRequests(const ElementReader& element)
+    {
+        element.RequireOnly({"maximumWaiting"});
+        element.Read("maximumWaiting", configuration.maximumWaitingRequests, 0, 1000);
+    }
+
+    void ReadList(const ElementReader& element)
+    {
+        element.RequireOnly({});
+    }
+
+    void ReadComponent(const ElementReader& element)
+    {
+        element.RequireOnly({"name", "library", "component", "settings"});
+        System::Acf::ComponentConfiguration component;
+        element.ReadRequired("name", component.name);
+        element.ReadRequired("library", component.libraryPath);
+        component.componentName = component.name;
+        element.Read("component", component.componentName);
+        element.Read("settings", component.settingsPath);
+        RequireNewName(element, component.name, configuration.components);
+        configuration.components.push_back(std::move(component));
+    }
+
+    void ReadModule(const ElementReader& element)
+    {
+        element.RequireOnly({"name", "library", "settings"});
+        ModuleConfiguration module;
+        element.ReadRequired("name", module.name);
+        element.ReadRequired("library", module.libraryPath);
+        element.Read("settings", module.settingsPath);
+        RequireNewName(element, module.name, configuration.modules);
+        configuration.modules.push_back(std::move(module));
+    }
+
+    void ReadDataProvider(const ElementReader& element)
+    {
+        element.RequireOnly({"name", "safe"});
+        DataProviderConfiguration provider;
+        element.ReadRequired("name", provider.name);
+        element.Read("safe", provider.isSafe);
+        for (const ModuleConfiguration& module : configuration.modules)
+        {
+            RequireNewName(element, provider.name, module.dataProviders);
+        }
+        configuration.modules.back().dataProviders.push_back(std::move(provider));
+    }
+
+    template <class Items>
+    static void RequireNewName(const ElementReader& element, const BasicString& name, const Items& items)
+    {
+        if (std::any_of(items.begin(), items.end(), [&name](const auto& item) { return item.name == name; }))
+        {
+            element.ThrowBadValue("name", name, "a name that is not taken");
+        }
+    }
+
+    HostConfiguration& configuration;
+    std::vector<BasicString> parents;
+};
+
+} // namespace
+
+HostConfiguration LoadHostConfiguration(const BasicString& path)
+{
+    HostConfiguration configuration;
+    ConfigurationDocument root(configuration);
+    System::Commons::Xml::XmlConfigDocument("WbmHostDocument", root).Load(path);
+    return configuration;
+}
+
+} // namespace Oxa::Host::Configuration

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "Oxa/System/Acf/ComponentConfiguration.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogConfiguration.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <chrono>
+#include <cstddef>
+#include <vector>
+
+namespace Oxa::Host::Configuration
+{
+
+/// How the host listens and how long it waits for whom.
+struct HttpConfiguration
+{
+    BasicString address = "127.0.0.1";
+    /// 0: the system picks one.
+    uint16 port = 8080;
+    std::size_t maximumConnections = 256;
+    /// A connection between two requests.
+    std::chrono::seconds idleTimeout{60};
+    /// From a request's first byte to the end of its header.
+    std::chrono::seconds headerTimeout{10};
+    std::chrono::seconds bodyTimeout{20};
+    /// An answer that the client does not take.
+    std::chrono::seconds writeTimeout{20};
+    /// For requests in progress when the host ends.
+    std::chrono::seconds shutdownTimeout{10};
+};
+
+struct SessionConfiguration
+{
+    std::chrono::seconds idleTimeout{1800};
+    std::chrono::seconds lifetime{43200};
+    std::size_t maximumPerUser = 8;
+    std::size_t maximumTotal = 64;
+};
+
+/// A data provider that a module is expected to register.
+struct DataProviderConfiguration
+{
+    BasicString name;
+    /// Its requests change nothing, so that GET may ask them.
+    bool isSafe = false;
+};
+
+struct ModuleConfiguration
+{
+    /// As the library's factory knows it.
+    BasicString name;
+    BasicString libraryPath;
+    BasicString settingsPath;
+    std::vector<DataProviderConfiguration> dataProviders;
+};
+
+/// Everything that the host is told by its configuration file. A value type.
+struct HostConfiguration
+{
+    System::Commons::Diagnostics::Logging::LogConfiguration log;
+    HttpConfiguration http;
+    SessionConfiguration sessions;
+    BasicString usersDatabasePath;
+    /// So many requests wait for one data provider.
+    std::size_t maximumWaitingRequests = 16;
+    std::vector<System::Acf::ComponentConfiguration> components;
+    std::vector<ModuleConfiguration> modules;
+};
+
+/// Throws XmlException, naming file, line and cause, for a file that cannot be read or does not say what it has to:
+/// unknown elements and attributes, values out of range, variables that are not known. Placeholders resolve from the
+/// process's application domain and the environment.
+[[nodiscard]] HostConfiguration LoadHostConfiguration(const BasicString& path);
+
+} // namespace Oxa::Host::Configuration

@@ -1,0 +1,49 @@
+#include "Host/InitialUser.hpp"
+
+#include "Host/StateFolder.hpp"
+#include "Oxa/System/Um/UserManager.hpp"
+
+#include <sodium.h>
+
+#include <string_view>
+
+namespace Oxa::Host
+{
+
+namespace
+{
+
+/// 24 characters out of 31, in groups: 118 bits, without those that look alike.
+BasicString CreatePassword()
+{
+    constexpr std::string_view alphabet = "abcdefghjkmnpqrstuvwxyz23456789";
+    constexpr int groups = 4;
+    constexpr int charactersPerGroup = 6;
+    BasicString password;
+    for (int group = 0; group < groups; ++group)
+    {
+        password += group == 0 ? "" : "-";
+        for (int index = 0; index < charactersPerGroup; ++index)
+        {
+            password += alphabet[randombytes_uniform(static_cast<uint32>(alphabet.size()))];
+        }
+    }
+    return password;
+}
+
+} // namespace
+
+BasicString CreateInitialUser(System::Um::UserManager& users, const StateFolder& stateFolder)
+{
+    if (users.HasUsers())
+    {
+        return {};
+    }
+    BasicString password = CreatePassword();
+    // First the file: a user whose password nobody knows would lock everybody out.
+    stateFolder.WriteInitialPassword(password);
+    users.AddUser(initialUserName, password, "Admin");
+    return password;
+}
+
+} // namespace Oxa::Host

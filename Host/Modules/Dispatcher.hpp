@@ -1,0 +1,57 @@
+#pragma once
+
+#include "Host/Http/IHttpHandler.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Um/SecurityToken.hpp"
+
+#include <memory>
+
+namespace Oxa::System::Nm
+{
+class NotificationManager;
+}
+
+namespace Oxa::Host::Http
+{
+class IHttpExchange;
+struct Problem;
+} // namespace Oxa::Host::Http
+
+namespace Oxa::Host::Modules
+{
+
+class ModuleRegistry;
+struct DataProvider;
+
+/// A request to a data provider, by a user who is logged in.
+struct ProviderRequest
+{
+    BasicString providerName;
+    BasicString requestName;
+    System::Um::SecurityToken securityToken;
+    BasicString userName;
+};
+
+/// Brings requests to the data providers and their answers back. In this order: unknown provider 404, method 405,
+/// provider away 503, no permission 403, unknown request 404, then the module's own answer.
+/// Requests by other methods than GET and HEAD to a provider that is not safe are commands, and published as such.
+/// Threads: the event loop's.
+class Dispatcher final
+{
+public:
+    Dispatcher(ModuleRegistry& registry, System::Nm::NotificationManager& notifications);
+
+    [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange,
+                                        ProviderRequest request) const;
+
+private:
+    void Answer(Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const;
+    [[nodiscard]] static const Http::Problem* FindObstacle(const DataProvider& provider,
+                                                           const ProviderRequest& request);
+    static void Forward(Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request);
+
+    ModuleRegistry& registry;
+    System::Nm::NotificationManager& notifications;
+};
+
+} // namespace Oxa::Host::Modules

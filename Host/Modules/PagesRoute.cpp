@@ -1,0 +1,59 @@
+#include "Host/Modules/PagesRoute.hpp"
+
+#include "Host/Http/IHttpExchange.hpp"
+#include "Host/Modules/ModuleRegistry.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/WbmPageHandlerBase.hpp"
+#include "Oxa/System/Commons/Json/JsonWriter.hpp"
+
+namespace Oxa::Host::Modules
+{
+
+using Services::Commons::Wbm::Modules::VisibilityAttribute;
+
+namespace
+{
+
+const char* GetName(VisibilityAttribute visibility) noexcept
+{
+    switch (visibility)
+    {
+    case VisibilityAttribute::Visible:
+        return "visible";
+    case VisibilityAttribute::Disabled:
+        return "disabled";
+    default:
+        return "hidden";
+    }
+}
+
+} // namespace
+
+PagesRoute::PagesRoute(const ModuleRegistry& registry, RequestStrand& strand) : registry(registry), strand(strand) {}
+
+Http::Handling PagesRoute::Handle(const std::shared_ptr<Http::IHttpExchange>& exchange,
+                                  System::Um::SecurityToken securityToken) const
+{
+    return strand.Run(exchange, [this, securityToken](Http::IHttpExchange& each) { Answer(each, securityToken); });
+}
+
+void PagesRoute::Answer(Http::IHttpExchange& exchange, System::Um::SecurityToken securityToken) const
+{
+    System::Commons::Json::JsonWriter writer;
+    writer.WriteStartObject();
+    writer.WriteStartComplexArray("pages");
+    for (const auto& [page, handler] : registry.GetPages())
+    {
+        writer.TryWriteStartComplexArrayItem();
+        writer.WriteValue("dataName", page.GetDataName());
+        writer.WriteValue("pageName", page.GetPageName());
+        writer.WriteValue("parentPageName", page.GetParentPageName());
+        writer.WriteValue("visibility", GetName(handler->GetVisibilityAttribute(securityToken)));
+        writer.WriteEndComplexArrayItem();
+    }
+    writer.TryWriteEndComplexArray();
+    writer.WriteSimpleArray("languages", registry.GetSupportedLanguages());
+    writer.WriteEndObject();
+    exchange.Send({200, "application/json; charset=utf-8", {}}, writer.GetText());
+}
+
+} // namespace Oxa::Host::Modules

@@ -1,0 +1,138 @@
+#include "Host/Modules/RequestStrand.hpp"
+
+#include "Host/Http/Problem.hpp"
+#include "Oxa/System/Rsc/RscServiceException.hpp"
+
+#include <boost/asio/post.hpp>
+
+#include <exception>
+#include <utility>
+
+namespace Oxa::Host::Modules
+{
+
+using Http::Handling;
+using Http::IHttpExchange;
+using System::Commons::Diagnostics::Logging::LogLevel;
+using System::Rsc::RscServiceException;
+
+RequestStrand::RequestStrand(Threads::EventLoop& loop, BasicString name, std::size_t maximumWaiting)
+    : loop(loop), name(std::move(name)), maximumWaiting(maximumWaiting)
+{
+}
+
+RequestStrand::~RequestStrand() = default;
+
+bool RequestStrand::TryEnter()
+{
+    const std::lock_guard lock(mutex);
+    if (isBusy || isClosed)
+    {
+        return false;
+    }
+    isBusy = true;
+    return true;
+}
+
+Handling RequestStrand::Enqueue(const std::shared_ptr<IHttpExchange>& exchange, Task task)
+{
+    {
+        std::unique_lock lock(mutex);
+        if (isClosed || waiting.size() >= maximumWaiting)
+        {
+            const auto& problem = isClosed ? Http::Problems::notAvailable : Http::Problems::tooManyRequests;
+            lock.unlock();
+            Http::SendProblem(*exchange, problem);
+            return Handling::Answered;
+        }
+        if (isBusy)
+        {
+            waiting.emplace_back(exchange, std::move(task));
+            return Handling::Deferred;
+        }
+        isBusy = true;
+    }
+    // It became idle a moment ago.
+    Execute(*exchange, task);
+    Leave();
+    return Handling::Answered;
+}
+
+void RequestStrand::Leave()
+{
+    Waiting next;
+    {
+        const std::lock_guard lock(mutex);
+        if (waiting.empty())
+        {
+            isBusy = false;
+            becameIdle.notify_all();
+            return;
+        }
+        next = std::move(waiting.front());
+        waiting.pop_front();
+    }
+    PostNext(std::move(next));
+}
+
+/// Not at once: the answer of the request before it is to go out first.
+void RequestStrand::PostNext(Waiting next)
+{
+    boost::asio::post(loop.GetContext(),
+                      [self = shared_from_this(), next = std::move(next)]() mutable
+                      {
+                          self->Execute(*next.first, next.second);
+                          self->Leave();
+                          next.first->Resume();
+                      });
+}
+
+void RequestStrand::ExecuteGuarded(IHttpExchange& exchange, void (*invoke)(void*, IHttpExchange&), void* function)
+{
+    try
+    {
+        invoke(function, exchange);
+    }
+    catch (const RscServiceException& exception)
+    {
+        Log(LogLevel::Warning, "{0}: {1}", name, exception.what());
+        Http::SendProblem(exchange, Http::Problems::serviceNotAvailable);
+    }
+    catch (const std::exception& exception)
+    {
+        AnswerFault(exchange, exception.what());
+    }
+    catch (...)
+    {
+        AnswerFault(exchange, "an exception of unknown type");
+    }
+}
+
+void RequestStrand::AnswerFault(IHttpExchange& exchange, const char* cause)
+{
+    const BasicString requestId = Http::CreateRequestId();
+    Log(LogLevel::Error, "request {0} of {1} failed: {2}", requestId, name, cause);
+    Http::SendProblem(exchange, Http::Problems::internalError, requestId);
+}
+
+void RequestStrand::Close()
+{
+    std::deque<Waiting> refused;
+    {
+        std::unique_lock lock(mutex);
+        isClosed = true;
+        refused.swap(waiting);
+        becameIdle.wait(lock, [this] { return !isBusy; });
+    }
+    for (Waiting& each : refused)
+    {
+        boost::asio::post(loop.GetContext(),
+                          [exchange = std::move(each.first)]
+                          {
+                              Http::SendProblem(*exchange, Http::Problems::notAvailable);
+                              exchange->Resume();
+                          });
+    }
+}
+
+} // namespace Oxa::Host::Modules

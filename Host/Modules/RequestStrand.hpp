@@ -1,0 +1,81 @@
+#pragma once
+
+#include "Host/Http/IHttpExchange.hpp"
+#include "Host/Http/IHttpHandler.hpp"
+#include "Host/Threads/EventLoop.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+namespace Oxa::Host::Modules
+{
+
+/// Runs tasks that call foreign code and answer a request, never two at the same time. A task that finds the strand
+/// idle runs at once on the calling thread; others wait, up to a bound. What a task throws becomes a problem: 503 when
+/// a service is away, else 500 with a request id under which the cause is logged once. Threads: safe from any thread of
+/// the event loop; `Close` from any.
+class RequestStrand final : public std::enable_shared_from_this<RequestStrand>,
+                            private System::Commons::Diagnostics::Logging::Loggable<RequestStrand>
+{
+public:
+    using Task = std::function<void(Http::IHttpExchange&)>;
+
+    /// `name` is for the log.
+    RequestStrand(Threads::EventLoop& loop, BasicString name, std::size_t maximumWaiting);
+    RequestStrand(const RequestStrand&) = delete;
+    RequestStrand& operator=(const RequestStrand&) = delete;
+    ~RequestStrand();
+
+    /// `task(exchange)` calls the exchange's `Send`. Over the bound the answer is 503.
+    template <class F>
+    [[nodiscard]] Http::Handling Run(const std::shared_ptr<Http::IHttpExchange>& exchange, F&& task)
+    {
+        if (TryEnter())
+        {
+            Execute(*exchange, task);
+            Leave();
+            return Http::Handling::Answered;
+        }
+        return Enqueue(exchange, Task(std::forward<F>(task)));
+    }
+
+    /// Refuses what waits and what comes, and returns when no task is under way.
+    void Close();
+
+private:
+    using Waiting = std::pair<std::shared_ptr<Http::IHttpExchange>, Task>;
+
+    [[nodiscard]] bool TryEnter();
+    [[nodiscard]] Http::Handling Enqueue(const std::shared_ptr<Http::IHttpExchange>& exchange, Task task);
+    void Leave();
+    void PostNext(Waiting next);
+    void AnswerFault(Http::IHttpExchange& exchange, const char* cause);
+
+    template <class F>
+    void Execute(Http::IHttpExchange& exchange, F& task)
+    {
+        const Threads::EventLoop::ForeignCall call(loop);
+        ExecuteGuarded(
+            exchange, [](void* function, Http::IHttpExchange& each) { (*static_cast<F*>(function))(each); }, &task);
+    }
+
+    void ExecuteGuarded(Http::IHttpExchange& exchange, void (*invoke)(void*, Http::IHttpExchange&), void* function);
+
+    Threads::EventLoop& loop;
+    const BasicString name;
+    const std::size_t maximumWaiting;
+    std::mutex mutex;
+    std::condition_variable becameIdle;
+    bool isBusy = false;
+    bool isClosed = false;
+    std::deque<Waiting> waiting;
+};
+
+} // namespace Oxa::Host::Modules

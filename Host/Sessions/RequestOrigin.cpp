@@ -1,0 +1,22 @@
+#include "Host/Sessions/RequestOrigin.hpp"
+
+#include "Host/Http/HttpRequest.hpp"
+
+namespace Oxa::Host::Sessions
+{
+
+bool IsForeign(const Http::HttpRequest& request)
+{
+    if (!request.fetchSite.empty() && request.fetchSite != "same-origin" && request.fetchSite != "none")
+    {
+        return true;
+    }
+    if (request.origin.empty())
+    {
+        return false;
+    }
+    const std::size_t schemeEnd = request.origin.find("://");
+    return schemeEnd == std::string_view::npos || request.origin.substr(schemeEnd + 3) != request.host;
+}
+
+} // namespace Oxa::Host::Sessions

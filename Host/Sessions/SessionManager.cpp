@@ -1,0 +1,155 @@
+#include "Host/Sessions/SessionManager.hpp"
+
+#include "Host/Http/HttpRequest.hpp"
+#include "Oxa/System/Commons/ArgumentException.hpp"
+#include "Oxa/System/Nm/NotificationManager.hpp"
+#include "Oxa/System/Um/UserManager.hpp"
+
+#include <boost/algorithm/string/predicate.hpp>
+
+#include <locale>
+
+namespace Oxa::Host::Sessions
+{
+
+using System::Nm::NotificationKind;
+using System::Um::SecurityToken;
+
+namespace
+{
+
+// As long as a name may be: a log is no place for whatever somebody sends.
+constexpr std::size_t maximumPublishedName = 64;
+
+struct Credentials
+{
+    std::string_view key;
+    bool isByCookie = false;
+};
+
+std::string_view Trim(std::string_view text) noexcept
+{
+    const std::size_t begin = text.find_first_not_of(" \t");
+    return begin == std::string_view::npos ? std::string_view()
+                                           : text.substr(begin, text.find_last_not_of(" \t") - begin + 1);
+}
+
+std::string_view FindCookie(std::string_view cookies, std::string_view name) noexcept
+{
+    while (!cookies.empty())
+    {
+        const std::string_view cookie = cookies.substr(0, cookies.find(';'));
+        cookies.remove_prefix(cookie.size() < cookies.size() ? cookie.size() + 1 : cookies.size());
+        const std::size_t equals = cookie.find('=');
+        if (equals != std::string_view::npos && Trim(cookie.substr(0, equals)) == name)
+        {
+            return Trim(cookie.substr(equals + 1));
+        }
+    }
+    return {};
+}
+
+/// A header field that the caller wrote himself goes before a cookie.
+Credentials FindCredentials(const Http::HttpRequest& request)
+{
+    constexpr std::string_view scheme = "Bearer ";
+    const std::string_view authorization = request.authorization;
+    if (boost::algorithm::istarts_with(authorization, scheme, std::locale::classic()))
+    {
+        return {Trim(authorization.substr(scheme.size())), false};
+    }
+    return {FindCookie(request.cookie, SessionManager::cookieName), true};
+}
+
+} // namespace
+
+SessionManager::SessionManager(const Configuration::SessionConfiguration& configuration, System::Um::UserManager& users,
+                               System::Nm::NotificationManager& notifications)
+    : configuration(configuration), users(users), notifications(notifications), table(configuration)
+{
+}
+
+SessionManager::~SessionManager()
+{
+    for (const auto& session : table.TakeAll())
+    {
+        users.LogOut(session.securityToken);
+    }
+}
+
+std::optional<SessionManager::NewSession> SessionManager::LogIn(const BasicString& userName,
+                                                                const BasicString& password)
+{
+    std::optional<SecurityToken> securityToken;
+    try
+    {
+        securityToken = users.LogIn(userName, password);
+    }
+    catch (const System::Commons::ArgumentException&)
+    {
+        // A name or a password that nobody can have.
+    }
+    if (!securityToken)
+    {
+        Publish(NotificationKind::LogInFailed, userName, "user name or password is wrong");
+        return std::nullopt;
+    }
+    NewSession session{table.Add(*securityToken, userName), userName, GetRoleName(*securityToken)};
+    FinishEnded();
+    Publish(NotificationKind::LoggedIn, userName, "logged in");
+    return session;
+}
+
+std::optional<Caller> SessionManager::Authenticate(const Http::HttpRequest& request)
+{
+    const Credentials credentials = FindCredentials(request);
+    if (credentials.key.empty())
+    {
+        return std::nullopt;
+    }
+    auto found = table.Find(credentials.key);
+    if (!found)
+    {
+        FinishEnded();
+        return std::nullopt;
+    }
+    if (found->isCheckDue && !users.TryGetUser(found->securityToken))
+    {
+        (void)table.Remove(credentials.key);
+        Publish(NotificationKind::SessionExpired, found->userName, "the user's logins were ended");
+        return std::nullopt;
+    }
+    return Caller{found->securityToken, std::move(found->userName), found->remainingLifetime, credentials.isByCookie};
+}
+
+void SessionManager::LogOut(const Http::HttpRequest& request)
+{
+    const auto session = table.Remove(FindCredentials(request).key);
+    if (session)
+    {
+        users.LogOut(session->securityToken);
+        Publish(NotificationKind::LoggedOut, session->userName, "logged out");
+    }
+}
+
+BasicString SessionManager::GetRoleName(SecurityToken securityToken) const
+{
+    const auto user = users.TryGetUser(securityToken);
+    return user ? user->roleName : BasicString();
+}
+
+void SessionManager::FinishEnded()
+{
+    for (const auto& session : table.TakeEnded())
+    {
+        users.LogOut(session.securityToken);
+        Publish(NotificationKind::SessionExpired, session.userName, "the session ended by itself");
+    }
+}
+
+void SessionManager::Publish(NotificationKind kind, std::string_view userName, const char* text)
+{
+    notifications.Publish({{}, kind, "Host.Sessions", BasicString(userName.substr(0, maximumPublishedName)), text, {}});
+}
+
+} // namespace Oxa::Host::Sessions

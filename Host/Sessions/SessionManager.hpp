@@ -1,0 +1,90 @@
+#pragma once
+
+#include "Host/Sessions/SessionTable.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Nm/NotificationKind.hpp"
+#include "Oxa/System/Um/SecurityToken.hpp"
+
+#include <chrono>
+#include <optional>
+#include <string_view>
+
+namespace Oxa::System::Nm
+{
+class NotificationManager;
+}
+
+namespace Oxa::System::Um
+{
+class UserManager;
+}
+
+namespace Oxa::Host::Http
+{
+struct HttpRequest;
+}
+
+namespace Oxa::Host::Sessions
+{
+
+/// Who sent a request.
+struct Caller
+{
+    System::Um::SecurityToken securityToken;
+    BasicString userName;
+    std::chrono::seconds remainingLifetime{0};
+    /// The browser added the session on its own, so that the request may be somebody else's idea.
+    bool isByCookie = false;
+};
+
+/// Logs users in and out and tells who sent a request. Logins, failed ones too, and their ends are published.
+/// Threads: safe from any thread. Throws InvalidOperationException when the users cannot be read.
+class SessionManager final
+{
+public:
+    static constexpr std::string_view cookieName = "oxa-session";
+
+    struct NewSession
+    {
+        BasicString key;
+        BasicString userName;
+        BasicString roleName;
+    };
+
+    /// Everything is borrowed.
+    SessionManager(const Configuration::SessionConfiguration& configuration, System::Um::UserManager& users,
+                   System::Nm::NotificationManager& notifications);
+    SessionManager(const SessionManager&) = delete;
+    SessionManager& operator=(const SessionManager&) = delete;
+
+    /// Logs everybody out.
+    ~SessionManager();
+
+    /// Takes some ten milliseconds of computing. Nothing when name and password do not belong together.
+    [[nodiscard]] std::optional<NewSession> LogIn(const BasicString& userName, const BasicString& password);
+
+    /// Nothing for a request without a session. A user who was removed loses the session within a second.
+    [[nodiscard]] std::optional<Caller> Authenticate(const Http::HttpRequest& request);
+
+    /// Ends the request's session, if it has one.
+    void LogOut(const Http::HttpRequest& request);
+
+    /// Empty when the user is gone.
+    [[nodiscard]] BasicString GetRoleName(System::Um::SecurityToken securityToken) const;
+
+    [[nodiscard]] const Configuration::SessionConfiguration& GetConfiguration() const noexcept
+    {
+        return configuration;
+    }
+
+private:
+    void FinishEnded();
+    void Publish(System::Nm::NotificationKind kind, std::string_view userName, const char* text);
+
+    const Configuration::SessionConfiguration configuration;
+    System::Um::UserManager& users;
+    System::Nm::NotificationManager& notifications;
+    SessionTable table;
+};
+
+} // namespace Oxa::Host::Sessions

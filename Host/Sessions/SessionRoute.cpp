@@ -1,0 +1,241 @@
+#include "Host/Sessions/SessionRoute.hpp"
+
+#include "Host/Http/IHttpExchange.hpp"
+#include "Host/Http/Problem.hpp"
+#include "Host/Sessions/RequestOrigin.hpp"
+#include "Oxa/System/Commons/Json/JsonException.hpp"
+#include "Oxa/System/Commons/Json/JsonReader.hpp"
+#include "Oxa/System/Commons/Json/JsonWriter.hpp"
+#include "Oxa/System/Commons/OxaDateTime.hpp"
+
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/asio/post.hpp>
+#include <sodium.h>
+
+#include <chrono>
+#include <exception>
+#include <locale>
+#include <utility>
+
+namespace Oxa::Host::Sessions
+{
+
+using Http::Handling;
+using Http::HttpMethod;
+using Http::IHttpExchange;
+using System::Commons::Diagnostics::Logging::LogLevel;
+using System::Commons::Json::JsonReader;
+using System::Commons::Json::JsonTokenType;
+using System::Commons::Json::JsonWriter;
+
+namespace
+{
+
+constexpr std::size_t maximumWaitingLogIns = 8;
+constexpr std::string_view jsonMediaType = "application/json; charset=utf-8";
+
+bool IsJson(std::string_view contentType)
+{
+    constexpr std::string_view expected = "application/json";
+    const std::string_view mediaType = contentType.substr(0, contentType.find(';'));
+    const std::size_t end = mediaType.find_last_not_of(" \t");
+    return boost::algorithm::iequals(mediaType.substr(0, end == std::string_view::npos ? 0 : end + 1), expected,
+                                     std::locale::classic());
+}
+
+/// Where a string can be expected: false when the token is none.
+bool TryReadString(JsonReader& reader, BasicString& value)
+{
+    if (reader.Read() != JsonTokenType::String)
+    {
+        return false;
+    }
+    value = reader.GetText();
+    return true;
+}
+
+BasicString FormatExpiry(std::chrono::seconds remaining)
+{
+    const auto end = std::chrono::system_clock::now() + remaining;
+    return DateTime::FromUnixTimeMicroseconds(std::chrono::floor<std::chrono::seconds>(end).time_since_epoch() /
+                                              std::chrono::microseconds(1))
+        .ToIso8601String();
+}
+
+void WriteSession(JsonWriter& writer, std::string_view userName, std::string_view roleName,
+                  std::chrono::seconds idleTimeout, std::chrono::seconds remaining)
+{
+    writer.WriteValue("user", userName);
+    writer.WriteValue("role", roleName);
+    writer.WriteValue("idleSeconds", static_cast<int64>(idleTimeout.count()));
+    writer.WriteValue("expires", FormatExpiry(remaining));
+}
+
+} // namespace
+
+SessionRoute::SessionRoute(SessionManager& sessions, boost::asio::io_context& context)
+    : sessions(sessions), context(context), worker(maximumWaitingLogIns)
+{
+}
+
+Handling SessionRoute::Handle(const std::shared_ptr<IHttpExchange>& exchange)
+{
+    switch (exchange->GetRequest().method)
+    {
+    case HttpMethod::Post:
+        return LogIn(exchange);
+    case HttpMethod::Get:
+    case HttpMethod::Head:
+        Look(*exchange);
+        break;
+    case HttpMethod::Delete:
+        LogOut(*exchange);
+        break;
+    default:
+        Http::SendMethodNotAllowed(*exchange, "GET, HEAD, POST, DELETE");
+        break;
+    }
+    return Handling::Answered;
+}
+
+Handling SessionRoute::LogIn(const std::shared_ptr<IHttpExchange>& exchange)
+{
+    const Http::HttpRequest& request = exchange->GetRequest();
+    if (IsForeign(request))
+    {
+        Http::SendProblem(*exchange, Http::Problems::foreignOrigin);
+        return Handling::Answered;
+    }
+    if (!IsJson(request.contentType))
+    {
+        Http::SendProblem(*exchange, Http::Problems::notJson);
+        return Handling::Answered;
+    }
+    auto logIn = ReadLogInRequest(request.body);
+    if (!logIn)
+    {
+        Http::SendProblem(*exchange, Http::Problems::invalidCredentials);
+        return Handling::Answered;
+    }
+    const bool isAdded =
+        worker.TryAdd([this, exchange, logIn = std::move(*logIn)]() mutable { Finish(exchange, logIn); });
+    if (isAdded)
+    {
+        return Handling::Deferred;
+    }
+    Http::SendProblem(*exchange, Http::Problems::tooManyRequests);
+    return Handling::Answered;
+}
+
+/// Further members are passed over.
+std::optional<SessionRoute::LogInRequest> SessionRoute::ReadLogInRequest(std::string_view body)
+{
+    try
+    {
+        LogInRequest request;
+        JsonReader reader(body);
+        if (reader.Read() != JsonTokenType::StartObject)
+        {
+            return std::nullopt;
+        }
+        bool hasUser = false;
+        bool hasPassword = false;
+        while (reader.Read() == JsonTokenType::PropertyName)
+        {
+            if (reader.GetText() == "user" && !hasUser)
+            {
+                hasUser = TryReadString(reader, request.userName);
+            }
+            else if (reader.GetText() == "password" && !hasPassword)
+            {
+                hasPassword = TryReadString(reader, request.password);
+            }
+            else
+            {
+                reader.Read();
+            }
+            reader.Skip();
+        }
+        return hasUser && hasPassword ? std::optional(std::move(request)) : std::nullopt;
+    }
+    catch (const System::Commons::Json::JsonException&)
+    {
+        return std::nullopt;
+    }
+}
+
+/// On the worker's thread.
+void SessionRoute::Finish(const std::shared_ptr<IHttpExchange>& exchange, LogInRequest& request)
+{
+    try
+    {
+        const auto session = sessions.LogIn(request.userName, request.password);
+        if (session)
+        {
+            SendNewSession(*exchange, *session);
+        }
+        else
+        {
+            Http::SendProblem(*exchange, Http::Problems::logInFailed);
+        }
+    }
+    catch (const std::exception& exception)
+    {
+        const BasicString requestId = Http::CreateRequestId();
+        Log(LogLevel::Error, "log-in {0} failed: {1}", requestId, exception.what());
+        Http::SendProblem(*exchange, Http::Problems::internalError, requestId);
+    }
+    sodium_memzero(request.password.data(), request.password.size());
+    boost::asio::post(context, [exchange] { exchange->Resume(); });
+}
+
+void SessionRoute::SendNewSession(IHttpExchange& exchange, const SessionManager::NewSession& session) const
+{
+    const auto& configuration = sessions.GetConfiguration();
+    JsonWriter writer;
+    writer.WriteStartObject();
+    WriteSession(writer, session.userName, session.roleName, configuration.idleTimeout, configuration.lifetime);
+    writer.WriteValue("token", session.key);
+    writer.WriteEndObject();
+    const BasicString cookie = System::Commons::Text::Format(
+        "Set-Cookie: {0}={1}; Path=/; HttpOnly; SameSite=Strict\r\n", SessionManager::cookieName, session.key);
+    exchange.Send({200, jsonMediaType, cookie}, writer.GetText());
+}
+
+void SessionRoute::Look(IHttpExchange& exchange)
+{
+    const auto caller = sessions.Authenticate(exchange.GetRequest());
+    if (!caller)
+    {
+        Http::SendProblem(exchange, Http::Problems::noSession);
+        return;
+    }
+    JsonWriter writer;
+    writer.WriteStartObject();
+    WriteSession(writer, caller->userName, sessions.GetRoleName(caller->securityToken),
+                 sessions.GetConfiguration().idleTimeout, caller->remainingLifetime);
+    writer.WriteEndObject();
+    exchange.Send({200, jsonMediaType, {}}, writer.GetText());
+}
+
+void SessionRoute::LogOut(IHttpExchange& exchange)
+{
+    const Http::HttpRequest& request = exchange.GetRequest();
+    const auto caller = sessions.Authenticate(request);
+    if (!caller)
+    {
+        Http::SendProblem(exchange, Http::Problems::noSession);
+        return;
+    }
+    if (caller->isByCookie && IsForeign(request))
+    {
+        Http::SendProblem(exchange, Http::Problems::foreignOrigin);
+        return;
+    }
+    sessions.LogOut(request);
+    const BasicString cookie = System::Commons::Text::Format(
+        "Set-Cookie: {0}=; Path=/; HttpOnly; SameSite=Strict; Max-Age=0\r\n", SessionManager::cookieName);
+    exchange.Send({204, {}, cookie}, {});
+}
+
+} // namespace Oxa::Host::Sessions

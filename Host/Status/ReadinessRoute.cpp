@@ -1,0 +1,46 @@
+#include "Host/Status/ReadinessRoute.hpp"
+
+#include "Host/Http/Problem.hpp"
+#include "Host/Modules/ModuleRegistry.hpp"
+#include "Oxa/System/Commons/Json/JsonWriter.hpp"
+
+#include <utility>
+
+namespace Oxa::Host::Status
+{
+
+ReadinessRoute::ReadinessRoute(const Modules::ModuleRegistry& registry, Modules::RequestStrand& strand)
+    : registry(registry), strand(strand)
+{
+}
+
+void ReadinessRoute::SetFailed(std::vector<BasicString> failedComponents, std::vector<BasicString> failedModules)
+{
+    components = std::move(failedComponents);
+    modules = std::move(failedModules);
+}
+
+Http::Handling ReadinessRoute::Handle(const std::shared_ptr<Http::IHttpExchange>& exchange) const
+{
+    return strand.Run(exchange, [this](Http::IHttpExchange& each) { Answer(each); });
+}
+
+void ReadinessRoute::Answer(Http::IHttpExchange& exchange) const
+{
+    const std::vector<BasicString> dataProviders = registry.FindUnavailableDataProviders();
+    if (components.empty() && modules.empty() && dataProviders.empty())
+    {
+        exchange.Send({200, "application/json; charset=utf-8", {}}, R"({"status":"ready"})");
+        return;
+    }
+    System::Commons::Json::JsonWriter writer;
+    writer.WriteStartObject();
+    Http::WriteProblemMembers(writer, Http::Problems::notReady);
+    writer.WriteSimpleArray("components", components);
+    writer.WriteSimpleArray("modules", modules);
+    writer.WriteSimpleArray("dataProviders", dataProviders);
+    writer.WriteEndObject();
+    exchange.Send({503, Http::problemMediaType, "Retry-After: 1\r\n"}, writer.GetText());
+}
+
+} // namespace Oxa::Host::Status

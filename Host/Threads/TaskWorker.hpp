@@ -1,0 +1,41 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+namespace Oxa::Host::Threads
+{
+
+/// One thread for work that takes too long for the event loop, one task at a time in order. The thread starts with the
+/// first task. Safe from any thread. Tasks must not throw.
+class TaskWorker final
+{
+public:
+    using Task = std::function<void()>;
+
+    explicit TaskWorker(std::size_t maximumWaiting);
+    TaskWorker(const TaskWorker&) = delete;
+    TaskWorker& operator=(const TaskWorker&) = delete;
+
+    /// Finishes the task in progress; those that wait are dropped.
+    ~TaskWorker();
+
+    /// False, and the task is dropped, when too many wait.
+    [[nodiscard]] bool TryAdd(Task task);
+
+private:
+    void Run();
+
+    const std::size_t maximumWaiting;
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::deque<Task> tasks;
+    bool isStopping = false;
+    std::thread thread;
+};
+
+} // namespace Oxa::Host::Threads

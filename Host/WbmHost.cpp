@@ -1,0 +1,152 @@
+#include "Host/WbmHost.hpp"
+
+#include "Oxa/System/Rsc/ServiceManager.hpp"
+#include "Oxa/System/Um/Services/Internal/AuthorizationService.hpp"
+#include "Oxa/System/Um/Services/Internal/AuthorizationServiceProxyFactory.hpp"
+#include "Oxa/System/Um/UserManager.hpp"
+
+#include <csignal>
+#include <cstdlib>
+
+namespace Oxa::Host
+{
+
+using System::Commons::Diagnostics::Logging::LogLevel;
+using System::Nm::NotificationKind;
+using System::Rsc::ServiceManager;
+using System::Um::Services::Internal::AuthorizationService;
+using System::Um::Services::Internal::AuthorizationServiceProxyFactory;
+
+namespace
+{
+
+constexpr std::chrono::seconds lastGrace{1};
+constexpr const char* notificationSource = "Host";
+
+} // namespace
+
+WbmHost::AuthorizationProvider::AuthorizationProvider(System::Um::UserManager& users)
+{
+    ServiceManager::RegisterService(AuthorizationServiceProxyFactory::GetInstance(),
+                                    std::make_shared<AuthorizationService>(users));
+}
+
+WbmHost::AuthorizationProvider::~AuthorizationProvider()
+{
+    ServiceManager::UnregisterService(AuthorizationServiceProxyFactory::GetInstance());
+}
+
+WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
+                 System::Um::UserManager& users)
+    : configuration(configuration),
+      auditLog(notifications),
+      authorizationProvider(users),
+      components(appDomain),
+      registry(loop, configuration),
+      modules(appDomain, registry, notifications),
+      questions(std::make_shared<Modules::RequestStrand>(loop, "the host", configuration.maximumWaitingRequests)),
+      sessions(configuration.sessions, users, notifications),
+      sessionRoute(sessions, loop.GetContext()),
+      dispatcher(registry, notifications),
+      pages(registry, *questions),
+      boot(*questions),
+      readiness(registry, *questions),
+      router({sessions, sessionRoute, dispatcher, pages, boot, readiness}),
+      server(loop.GetContext(), configuration.http, router),
+      signals(loop.GetContext(), SIGTERM, SIGINT),
+      shutdownTimer(loop.GetContext())
+{
+}
+
+WbmHost::~WbmHost() = default;
+
+void WbmHost::Run(const std::function<void(uint16)>& ready)
+{
+    StartComponents();
+    modules.StartAll(configuration.modules);
+    readiness.SetFailed(GetFailedComponents(), modules.GetFailedModules());
+    server.Listen();
+    WaitForSignal();
+    notifications.Publish({{}, NotificationKind::HostStarted, notificationSource, {}, "started", {}});
+    ready(server.GetPort());
+    // One for every strand that may hang, and one that goes on.
+    loop.Run(static_cast<unsigned>(registry.CountDataProviders()) + 2);
+    modules.StopAll();
+    components.StopAll();
+    notifications.Publish({{}, NotificationKind::HostStopped, notificationSource, {}, "stopped", {}});
+}
+
+void WbmHost::StartComponents()
+{
+    for (const auto& component : configuration.components)
+    {
+        components.Load(component);
+    }
+    components.SetupAll();
+    components.StartAll();
+}
+
+/// The component manager tells in words; a failure begins with the component's name.
+std::vector<BasicString> WbmHost::GetFailedComponents() const
+{
+    std::vector<BasicString> names;
+    for (const auto& component : configuration.components)
+    {
+        const BasicString quotedName = '\'' + component.name + '\'';
+        for (const BasicString& failure : components.GetFailures())
+        {
+            if (failure.find(quotedName) != BasicString::npos)
+            {
+                names.push_back(component.name);
+                break;
+            }
+        }
+    }
+    return names;
+}
+
+void WbmHost::WaitForSignal()
+{
+    signals.async_wait(
+        [this](const boost::system::error_code& error, int /*number*/)
+        {
+            if (!error)
+            {
+                BeginShutdown();
+            }
+        });
+}
+
+void WbmHost::BeginShutdown()
+{
+    // A second signal then ends the process at once, as it does by default.
+    signals.clear();
+    server.Stop([this] { loop.Stop(); });
+    shutdownTimer.expires_after(configuration.http.shutdownTimeout);
+    shutdownTimer.async_wait(
+        [this](const boost::system::error_code& error)
+        {
+            if (!error)
+            {
+                HurryShutdown();
+            }
+        });
+}
+
+/// What is left are clients that do not finish their requests, and modules that do not return.
+void WbmHost::HurryShutdown()
+{
+    server.EndConnections();
+    shutdownTimer.expires_after(lastGrace);
+    shutdownTimer.async_wait(
+        [this](const boost::system::error_code& error)
+        {
+            if (!error)
+            {
+                Log(LogLevel::Error, "a request is still in progress: ending without stopping modules and components");
+                std::_Exit(EXIT_FAILURE);
+            }
+        });
+}
+
+} // namespace Oxa::Host

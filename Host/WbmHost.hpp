@@ -1,0 +1,96 @@
+#pragma once
+
+#include "Host/ApiRouter.hpp"
+#include "Host/Configuration/HostConfiguration.hpp"
+#include "Host/Http/HttpServer.hpp"
+#include "Host/Modules/Dispatcher.hpp"
+#include "Host/Modules/ModuleManager.hpp"
+#include "Host/Modules/ModuleRegistry.hpp"
+#include "Host/Modules/PagesRoute.hpp"
+#include "Host/Modules/RequestStrand.hpp"
+#include "Host/Sessions/AuditLog.hpp"
+#include "Host/Sessions/SessionManager.hpp"
+#include "Host/Sessions/SessionRoute.hpp"
+#include "Host/Status/BootRoute.hpp"
+#include "Host/Status/ReadinessRoute.hpp"
+#include "Host/Threads/EventLoop.hpp"
+#include "Oxa/System/Acf/ComponentManager.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Nm/NotificationManager.hpp"
+
+#include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
+
+#include <functional>
+#include <memory>
+
+namespace Oxa::System::Commons
+{
+class AppDomain;
+}
+
+namespace Oxa::System::Um
+{
+class UserManager;
+}
+
+namespace Oxa::Host
+{
+
+/// Puts the host's parts together. They come up in the order of the members and go in the reverse order, also when one
+/// of them throws: module settings that cannot be read are an XmlException, anything that the machine refuses is an
+/// InvalidOperationException.
+/// Threads: the main thread only.
+class WbmHost final : private System::Commons::Diagnostics::Logging::Loggable<WbmHost>
+{
+public:
+    /// Everything is borrowed.
+    WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
+            System::Um::UserManager& users);
+    WbmHost(const WbmHost&) = delete;
+    WbmHost& operator=(const WbmHost&) = delete;
+    ~WbmHost();
+
+    /// Starts components and modules, listens, calls `ready` with the port, and serves until SIGTERM or SIGINT.
+    void Run(const std::function<void(uint16)>& ready);
+
+private:
+    /// Offers the users' permissions to the modules as long as it lives.
+    class AuthorizationProvider final
+    {
+    public:
+        explicit AuthorizationProvider(System::Um::UserManager& users);
+        AuthorizationProvider(const AuthorizationProvider&) = delete;
+        AuthorizationProvider& operator=(const AuthorizationProvider&) = delete;
+        ~AuthorizationProvider();
+    };
+
+    void StartComponents();
+    [[nodiscard]] std::vector<BasicString> GetFailedComponents() const;
+    void WaitForSignal();
+    void BeginShutdown();
+    void HurryShutdown();
+
+    const Configuration::HostConfiguration& configuration;
+    System::Nm::NotificationManager notifications;
+    Sessions::AuditLog auditLog;
+    AuthorizationProvider authorizationProvider;
+    System::Acf::ComponentManager components;
+    Threads::EventLoop loop;
+    Modules::ModuleRegistry registry;
+    Modules::ModuleManager modules;
+    /// For questions of the host's own routes to modules and services.
+    std::shared_ptr<Modules::RequestStrand> questions;
+    Sessions::SessionManager sessions;
+    Sessions::SessionRoute sessionRoute;
+    Modules::Dispatcher dispatcher;
+    Modules::PagesRoute pages;
+    Status::BootRoute boot;
+    Status::ReadinessRoute readiness;
+    ApiRouter router;
+    Http::HttpServer server;
+    boost::asio::signal_set signals;
+    boost::asio::steady_timer shutdownTimer;
+};
+
+} // namespace Oxa::Host
