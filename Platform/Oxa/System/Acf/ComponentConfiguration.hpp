@@ -8,7 +8,7 @@ namespace Oxa::System::Acf
 /// One component of a process, as its configuration names it.
 struct ComponentConfiguration
 {
-    /// Of this component in this process; messages name it so.
+    /// Of this component in this process, given once; messages name it so, and the component is told it.
     BasicString name;
     BasicString libraryPath;
     /// Under which the library knows it.

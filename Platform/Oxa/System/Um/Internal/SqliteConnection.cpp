@@ -45,10 +45,21 @@ void SqliteConnection::Closer::operator()(sqlite3* connection) const noexcept
 
 void SqliteConnection::Execute(const char* sql)
 {
-    if (sqlite3_exec(GetHandle(), sql, nullptr, nullptr, nullptr) != SQLITE_OK)
+    if (!TryExecute(sql))
     {
         ThrowLastError();
     }
+}
+
+bool SqliteConnection::TryExecute(const char* sql) noexcept
+{
+    return sqlite3_exec(GetHandle(), sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+bool SqliteConnection::IsBusy() const noexcept
+{
+    constexpr int primaryCode = 0xFF;
+    return (sqlite3_extended_errcode(GetHandle()) & primaryCode) == SQLITE_BUSY;
 }
 
 sqlite3* SqliteConnection::GetHandle() const noexcept

@@ -20,6 +20,12 @@ public:
     /// Runs one or more statements that have neither parameters nor results that matter.
     void Execute(const char* sql);
 
+    /// The same, but says false instead of throwing.
+    [[nodiscard]] bool TryExecute(const char* sql) noexcept;
+
+    /// True when the last call on the handle failed because another connection is at work.
+    [[nodiscard]] bool IsBusy() const noexcept;
+
     /// Never null.
     [[nodiscard]] sqlite3* GetHandle() const noexcept;
 

@@ -18,7 +18,7 @@ SqliteTransaction::~SqliteTransaction()
     // Some failures have ended the transaction already.
     if (sqlite3_get_autocommit(connection.GetHandle()) == 0)
     {
-        sqlite3_exec(connection.GetHandle(), "ROLLBACK", nullptr, nullptr, nullptr);
+        (void)connection.TryExecute("ROLLBACK");
     }
 }
 

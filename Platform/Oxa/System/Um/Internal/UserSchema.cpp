@@ -9,6 +9,8 @@
 #include "Oxa/System/Um/Internal/SqliteStatement.hpp"
 #include "Oxa/System/Um/Internal/SqliteTransaction.hpp"
 
+#include <sqlite3.h>
+
 namespace Oxa::System::Um::Internal
 {
 
@@ -66,6 +68,24 @@ void CheckIsKnown(SqliteConnection& connection, const BasicString& path)
     }
 }
 
+/// Readers then never wait for a writer. It stays with the file and is not possible inside a transaction.
+void SwitchToWriteAheadLog(SqliteConnection& connection)
+{
+    // SQLite does not apply its busy timeout here: of several processes that create the database at the same time, one
+    // switches and the others are refused at once.
+    constexpr int maximumAttempts = 500;
+    constexpr int pauseMilliseconds = 10;
+    int attempt = 1;
+    while (!connection.TryExecute("PRAGMA journal_mode = WAL"))
+    {
+        if (!connection.IsBusy() || ++attempt > maximumAttempts)
+        {
+            connection.ThrowLastError();
+        }
+        sqlite3_sleep(pauseMilliseconds);
+    }
+}
+
 void Create(SqliteConnection& connection)
 {
     using System::Commons::Text::Format;
@@ -88,8 +108,7 @@ void PrepareUserSchema(SqliteConnection& connection, const BasicString& path)
         CheckIsKnown(connection, path);
         return;
     }
-    // Not possible inside a transaction; readers then never wait for a writer. It stays with the file.
-    connection.Execute("PRAGMA journal_mode = WAL");
+    SwitchToWriteAheadLog(connection);
     SqliteTransaction transaction(connection);
     // Another process may have been faster.
     if (IsEmpty(connection))
