@@ -1,21 +1,9 @@
-# What an installation holds beside the platform libraries, which say so where they are made: the executables, the two
-# libraries that they load, the configuration, and the package Oxa for modules that are built outside this tree.
+# What an installation holds beside the libraries and executables, which say so where they are made: the configuration,
+# and the package Oxa for modules that are built outside this tree.
 
 include(CMakePackageConfigHelpers)
 
 set(OXA_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/Oxa")
-
-foreach(program oxa-wbm oxa-device)
-  if(TARGET ${program})
-    install(TARGETS ${program} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
-  endif()
-endforeach()
-
-foreach(plugin Oxa.Services.Modules.Wbm.Di Oxa.Device.Linux)
-  if(TARGET ${plugin})
-    install(TARGETS ${plugin} LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
-  endif()
-endforeach()
 
 foreach(configuration Host/Configuration Device/Configuration)
   if(EXISTS "${PROJECT_SOURCE_DIR}/${configuration}")
