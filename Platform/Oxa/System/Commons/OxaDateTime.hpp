@@ -25,7 +25,7 @@ public:
     /// From the 64 bits of `GetValue`.
     [[nodiscard]] static DateTime FromValue(uint64 value) noexcept;
 
-    /// Kind Utc. Times before 0001-01-01 become zero ticks.
+    /// Kind Utc. Times before 0001-01-01, and those beyond 62 bits of ticks, become zero ticks.
     [[nodiscard]] static DateTime FromUnixTimeMicroseconds(int64 microseconds) noexcept;
 
     [[nodiscard]] uint64 GetTicks() const noexcept;

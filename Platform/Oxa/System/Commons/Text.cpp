@@ -108,15 +108,23 @@ BasicString EscapeControlCharacters(std::string_view text)
 {
     BasicString result;
     result.reserve(text.size());
+    unsigned char previous = 0;
     for (const char character : text)
     {
         const auto byte = static_cast<unsigned char>(character);
-        if (byte < 0x20 || byte == 0x7F)
+        // The second half of U+0080 to U+009F: line breaks and escape sequences to some terminals.
+        const bool isSecondHalf = previous == 0xC2 && byte >= 0x80 && byte < 0xA0;
+        previous = byte;
+        if (byte >= 0x20 && byte != 0x7F && !isSecondHalf)
         {
-            fmt::format_to(std::back_inserter(result), "\\x{:02x}", byte);
+            result += character;
             continue;
         }
-        result += character;
+        if (isSecondHalf)
+        {
+            result.pop_back();
+        }
+        fmt::format_to(std::back_inserter(result), "\\x{:02x}", byte);
     }
     return IsValidUtf8(result) ? result : ReplaceInvalidUtf8(result);
 }

@@ -20,7 +20,8 @@ RscArrayReader::RscArrayReader(const RscArrayInformation& information) : informa
     {
         throw ArgumentException(System::Commons::Text::Format("{0}: dimension size has to be >= 0", "RscArrayReader"));
     }
-    if (information.readElement == nullptr && information.remotingSource == nullptr)
+    const bool hasRemoteSource = information.remotingSource != nullptr && information.readRemoteElement != nullptr;
+    if (information.readElement == nullptr && !hasRemoteSource)
     {
         throw ArgumentException("ReadElementFunction in RscVariant has to be defined");
     }

@@ -1,6 +1,7 @@
 #include "Oxa/System/Rsc/RscType.hpp"
 
 #include <ostream>
+#include <string>
 
 namespace Oxa::System::Rsc
 {
@@ -79,7 +80,7 @@ const char* FindName(RscType type) noexcept
 std::ostream& operator<<(std::ostream& stream, RscType type)
 {
     const char* const name = FindName(type);
-    return name != nullptr ? stream << name : stream << static_cast<unsigned>(type);
+    return name != nullptr ? stream << name : stream << std::to_string(static_cast<unsigned>(type));
 }
 
 } // namespace Oxa::System::Rsc

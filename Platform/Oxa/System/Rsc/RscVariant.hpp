@@ -69,8 +69,11 @@ class RscVariant final
     static_assert(N >= sizeof(RscArrayInformation) && N >= sizeof(RscGuid));
 
 public:
-    /// Not set.
-    RscVariant() noexcept = default;
+    /// Not set. A tag that is set later finds zeroes: an empty text, the number 0, an array of nothing.
+    RscVariant() noexcept
+    {
+        std::memset(payload.data(), 0, initializedBytes);
+    }
 
     template <class T>
     requires requires
@@ -78,8 +81,9 @@ public:
         Internal::RscTypeOf<T>::value;
     }
 
-    explicit RscVariant(const T& value) noexcept : type(Internal::RscTypeOf<T>::value)
+    explicit RscVariant(const T& value) noexcept : RscVariant()
     {
+        type = Internal::RscTypeOf<T>::value;
         static_assert(std::is_trivially_copyable_v<T>);
         std::memcpy(payload.data(), &value, sizeof(T));
     }
@@ -199,16 +203,25 @@ private:
     /// How many payload bytes a value of the type can occupy.
     [[nodiscard]] static std::size_t GetUsedBytes(const RscVariant& variant) noexcept
     {
-        if (IsPrimitive(variant.type) || variant.type == RscType::DateTime)
+        switch (variant.type)
         {
-            return sizeof(uint64);
-        }
-        if (variant.type == RscType::String)
+        case RscType::None:
+        case RscType::Void:
+        case RscType::NotSet:
+            return 0;
+        case RscType::String:
         {
             const std::size_t length = SecureStrnlen(variant.payload.data(), N);
             return length < N ? length + 1 : N;
         }
-        return variant.type == RscType::NotSet ? 0 : N;
+        case RscType::Array:
+            return sizeof(RscArrayInformation);
+        case RscType::Struct:
+            return N;
+        default:
+            // The widest of the rest.
+            return sizeof(RscGuid);
+        }
     }
 
     void CopyFrom(const RscVariant& other) noexcept
@@ -216,6 +229,9 @@ private:
         std::memcpy(payload.data(), other.payload.data(), GetUsedBytes(other));
         type = other.type;
     }
+
+    // The rest of a text's room is never read before it is written; clearing it would cost more than all else.
+    static constexpr std::size_t initializedBytes = sizeof(RscArrayInformation);
 
     alignas(RscArrayInformation) std::array<char, N> payload;
     RscType type = RscType::NotSet;

@@ -24,7 +24,7 @@ public:
     /// implementation's operations must be safe from several threads.
     static void RegisterService(IRscServiceProxyFactory& factory, std::shared_ptr<IRscService> implementation);
 
-    /// Takes the implementation back. Calls under way finish.
+    /// Takes back whatever implementation is provided under these names now. Calls under way finish.
     static void UnregisterService(IRscServiceProxyFactory& factory);
 };
 

@@ -1,6 +1,7 @@
 #include "Oxa/Device/Interface/Services/AccessErrorCode.hpp"
 
 #include <ostream>
+#include <string>
 
 namespace Oxa::Device::Interface::Services
 {
@@ -26,7 +27,7 @@ std::ostream& operator<<(std::ostream& stream, AccessErrorCode code)
     case AccessErrorCode::DeviceFault:
         return stream << "device fault";
     }
-    return stream << "unknown error " << static_cast<unsigned>(code);
+    return stream << "unknown error " + std::to_string(static_cast<unsigned>(code));
 }
 
 } // namespace Oxa::Device::Interface::Services

@@ -176,6 +176,10 @@ void JsonReader::Skip() noexcept
     {
         Read();
     }
+    if (GetTokenType() == JsonTokenType::EndObject || GetTokenType() == JsonTokenType::EndArray)
+    {
+        return;
+    }
     std::size_t depth = 0;
     while (true)
     {

@@ -5,6 +5,8 @@
 
 #include <libxml/xmlreader.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <utility>
 
 namespace Oxa::System::Commons::Xml
@@ -43,8 +45,9 @@ struct XmlReader::Implementation
     Implementation(BasicString documentText, BasicString documentName)
         : text(std::move(documentText)), fileName(std::move(documentName))
     {
-        reader.reset(xmlReaderForMemory(text.data(), static_cast<int>(text.size()), fileName.c_str(), nullptr,
-                                        XML_PARSE_NONET | XML_PARSE_NOBLANKS | XML_PARSE_NOCDATA));
+        reader.reset(
+            xmlReaderForMemory(text.data(), static_cast<int>(text.size()), fileName.c_str(), nullptr,
+                               XML_PARSE_NONET | XML_PARSE_NOBLANKS | XML_PARSE_NOCDATA | XML_PARSE_BIG_LINES));
         if (!reader)
         {
             throw std::bad_alloc();
@@ -78,10 +81,16 @@ struct XmlReader::Implementation
         }
         if (result == 1 && GetNodeType() == XML_READER_TYPE_DOCUMENT_TYPE)
         {
-            throw XmlException::CreateAt(fileName, xmlTextReaderGetParserLineNumber(reader.get()),
-                                         "document type declarations are not allowed");
+            throw XmlException::CreateAt(fileName, GetDocumentTypeLine(), "document type declarations are not allowed");
         }
         return result == 1;
+    }
+
+    /// The parser itself is behind the declaration already.
+    [[nodiscard]] int GetDocumentTypeLine() const
+    {
+        const auto start = text.begin() + static_cast<std::ptrdiff_t>(std::min(text.find("<!DOCTYPE"), text.size()));
+        return static_cast<int>(1 + std::count(text.begin(), start, '\n'));
     }
 
     void ReadDocumentElement()
@@ -114,7 +123,10 @@ struct XmlReader::Implementation
     BasicString errorText;
 };
 
-XmlReader::XmlReader(BasicString fileName) : XmlReader(Internal::ReadLimitedFile(fileName, maximumBytes), fileName) {}
+XmlReader::XmlReader(const BasicString& fileName)
+    : XmlReader(Internal::ReadLimitedFile(fileName, maximumBytes), fileName)
+{
+}
 
 XmlReader::XmlReader(BasicString text, BasicString fileName)
 {

@@ -25,7 +25,7 @@ public:
     static constexpr std::size_t maximumBytes = std::size_t{1024} * 1024;
 
     /// Stands on the document element. Throws XmlException when the file cannot be read or is too large.
-    explicit XmlReader(BasicString fileName);
+    explicit XmlReader(const BasicString& fileName);
 
     /// The same for a text in memory; `fileName` is for messages only.
     XmlReader(BasicString text, BasicString fileName);

@@ -23,12 +23,14 @@ public:
     /// False when a page of that name is registered already.
     [[nodiscard]] virtual bool RegisterPage(const Registration::PageInfo& pageInfo,
                                             std::shared_ptr<WbmPageHandlerBase> handler) = 0;
+    /// Returns when no call of the page's handler is under way any more; none comes afterwards.
     virtual void UnregisterPage(const BasicString& pageName) = 0;
 
     /// False when a data provider of that name is registered already.
     [[nodiscard]] virtual bool RegisterDataProvider(const Registration::DataProviderInfo& dataProviderInfo,
                                                     std::shared_ptr<WbmRequestHandlerBase> handler) = 0;
-    /// Returns when no request of the data provider is under way any more.
+    /// Returns when no call of the data provider's handler is under way any more, be it a request or a question; none
+    /// comes afterwards.
     virtual void UnregisterDataProvider(const BasicString& dataProviderName) = 0;
 
     virtual void RegisterSupportedLanguage(const BasicString& language) = 0;

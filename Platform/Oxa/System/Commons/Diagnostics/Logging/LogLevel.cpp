@@ -5,10 +5,16 @@
 namespace Oxa::System::Commons::Diagnostics::Logging
 {
 
+namespace
+{
+
+constexpr std::array<std::string_view, 8> names = {"emergency", "alert",  "critical",    "error",
+                                                   "warning",   "notice", "information", "debug"};
+
+} // namespace
+
 std::optional<LogLevel> ParseLogLevel(std::string_view text) noexcept
 {
-    constexpr std::array<std::string_view, 8> names = {"emergency", "alert",  "critical",    "error",
-                                                       "warning",   "notice", "information", "debug"};
     for (std::size_t level = 0; level < names.size(); ++level)
     {
         const char digit = static_cast<char>('0' + level);
@@ -18,6 +24,11 @@ std::optional<LogLevel> ParseLogLevel(std::string_view text) noexcept
         }
     }
     return std::nullopt;
+}
+
+std::string_view GetLogLevelName(LogLevel level) noexcept
+{
+    return names[static_cast<std::size_t>(level) % names.size()];
 }
 
 } // namespace Oxa::System::Commons::Diagnostics::Logging

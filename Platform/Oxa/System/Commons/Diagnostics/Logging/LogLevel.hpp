@@ -25,4 +25,7 @@ enum class LogLevel : uint8
 /// From a name in lower case ("error", "warning", …) or a digit from 0 to 7.
 [[nodiscard]] OXA_EXPORT std::optional<LogLevel> ParseLogLevel(std::string_view text) noexcept;
 
+/// The name in lower case that `ParseLogLevel` takes.
+[[nodiscard]] OXA_EXPORT std::string_view GetLogLevelName(LogLevel level) noexcept;
+
 } // namespace Oxa::System::Commons::Diagnostics::Logging

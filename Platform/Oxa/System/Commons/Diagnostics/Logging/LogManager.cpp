@@ -2,19 +2,23 @@
 
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Internal/LogSinkBridge.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/Internal/Severity.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/Internal/SyslogSink.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <spdlog/logger.h>
+#include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/dist_sink.h>
 #include <spdlog/sinks/null_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
-#include <spdlog/sinks/syslog_sink.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <functional>
+#include <map>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -54,7 +58,8 @@ public:
         }
         try
         {
-            logger.log(Internal::ToSpdlogLevel(messageLevel), Text::EscapeControlCharacters(message));
+            logger.log(Internal::ToSourceLocation(messageLevel), spdlog::level::info,
+                       Text::EscapeControlCharacters(message));
         }
         catch (...)
         {
@@ -65,11 +70,6 @@ public:
     void SetLevel(LogLevel newLevel) noexcept
     {
         level.store(newLevel, std::memory_order_relaxed);
-    }
-
-    [[nodiscard]] const BasicString& GetTypeName() const noexcept
-    {
-        return logger.name();
     }
 
 private:
@@ -85,7 +85,7 @@ struct LogState
     BasicString applicationName = "oxa";
     std::shared_ptr<spdlog::sinks::dist_sink_mt> distributor = std::make_shared<spdlog::sinks::dist_sink_mt>();
     std::vector<std::pair<std::shared_ptr<ILogSink>, spdlog::sink_ptr>> addedSinks;
-    std::vector<std::weak_ptr<LogAdapter>> adapters;
+    std::map<BasicString, std::shared_ptr<LogAdapter>, std::less<>> adapters;
 };
 
 spdlog::sink_ptr CreateTargetSink(const LogConfiguration& configuration, const BasicString& applicationName)
@@ -95,7 +95,7 @@ spdlog::sink_ptr CreateTargetSink(const LogConfiguration& configuration, const B
     case LogConfiguration::Target::File:
         return std::make_shared<spdlog::sinks::basic_file_sink_mt>(configuration.filePath);
     case LogConfiguration::Target::Syslog:
-        return std::make_shared<spdlog::sinks::syslog_sink_mt>(applicationName, LOG_PID, LOG_DAEMON, true);
+        return std::make_shared<Internal::SyslogSink>(applicationName);
     case LogConfiguration::Target::None:
         return std::make_shared<spdlog::sinks::null_sink_mt>();
     case LogConfiguration::Target::Console:
@@ -108,8 +108,9 @@ spdlog::sink_ptr CreateTargetSink(const LogConfiguration& configuration, const B
 void ApplySinks(LogState& state)
 {
     std::vector<spdlog::sink_ptr> sinks = {CreateTargetSink(state.configuration, state.applicationName)};
-    const bool isSyslog = state.configuration.target == LogConfiguration::Target::Syslog;
-    sinks.front()->set_pattern(isSyslog ? "%n: %v" : "%Y-%m-%dT%H:%M:%S.%e%z %l %n: %v");
+    auto formatter = std::make_unique<spdlog::pattern_formatter>();
+    formatter->add_flag<Internal::SeverityFlag>('*').set_pattern("%Y-%m-%dT%H:%M:%S.%e%z %* %n: %v");
+    sinks.front()->set_formatter(std::move(formatter));
     for (const auto& [sink, bridge] : state.addedSinks)
     {
         sinks.push_back(bridge);
@@ -160,6 +161,13 @@ void LogManager::AssignAppDomain(AppDomain& appDomain)
     }
 }
 
+BasicString LogManager::GetApplicationName()
+{
+    LogState& state = GetState();
+    const std::lock_guard lock(state.mutex);
+    return state.applicationName;
+}
+
 void LogManager::Configure(const LogConfiguration& configuration)
 {
     LogState& state = GetState();
@@ -175,12 +183,9 @@ void LogManager::Configure(const LogConfiguration& configuration)
         throw InvalidOperationException::Create("cannot open the log file '{0}': {1}", configuration.filePath,
                                                 exception.what());
     }
-    for (const auto& weak : state.adapters)
+    for (const auto& [typeName, adapter] : state.adapters)
     {
-        if (const auto adapter = weak.lock())
-        {
-            adapter->SetLevel(FindLevel(state.configuration, adapter->GetTypeName()));
-        }
+        adapter->SetLevel(FindLevel(state.configuration, typeName));
     }
 }
 
@@ -211,9 +216,11 @@ std::shared_ptr<ILogAdapter> LogManager::CreateLogAdapter(const BasicString& typ
 {
     LogState& state = GetState();
     const std::lock_guard lock(state.mutex);
-    auto adapter = std::make_shared<LogAdapter>(typeName, state.distributor, FindLevel(state.configuration, typeName));
-    std::erase_if(state.adapters, [](const auto& weak) { return weak.expired(); });
-    state.adapters.push_back(adapter);
+    auto& adapter = state.adapters[typeName];
+    if (!adapter)
+    {
+        adapter = std::make_shared<LogAdapter>(typeName, state.distributor, FindLevel(state.configuration, typeName));
+    }
     return adapter;
 }
 

@@ -25,6 +25,7 @@ public:
     /// Names the application that logs: the syslog identity. The last call wins; a module library that has an
     /// application domain of its own passes the host's.
     static void AssignAppDomain(AppDomain& appDomain);
+    [[nodiscard]] static BasicString GetApplicationName();
 
     /// Throws InvalidOperationException when the log file cannot be opened; the configuration in force then stays.
     /// Adapters that exist already follow.
@@ -34,7 +35,8 @@ public:
     static void AddSink(std::shared_ptr<ILogSink> sink);
     static void RemoveSink(const std::shared_ptr<ILogSink>& sink);
 
-    /// `typeName`: the fully qualified name of the class that logs. Never null.
+    /// `typeName`: the fully qualified name of the class that logs. Never null; the same adapter for the same name, and
+    /// kept until the process ends, so that a class may log to the very end.
     [[nodiscard]] static std::shared_ptr<ILogAdapter> CreateLogAdapter(const BasicString& typeName);
 
     /// The kernel's number of the calling thread, as other tools show it.

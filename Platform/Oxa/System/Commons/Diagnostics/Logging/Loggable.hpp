@@ -7,7 +7,6 @@
 
 #include <atomic>
 #include <exception>
-#include <memory>
 #include <mutex>
 #include <typeinfo>
 
@@ -57,19 +56,19 @@ private:
     static ILogAdapter& GetLogger()
     {
         static Mutex mutex;
-        static std::shared_ptr<ILogAdapter> owner;
+        // Borrowed: the log keeps its adapters alive longer than any static object that might still log.
         static std::atomic<ILogAdapter*> logger = nullptr;
 
         ILogAdapter* current = logger.load(std::memory_order_acquire);
         if (current == nullptr)
         {
             const std::lock_guard lock(mutex);
-            if (!owner)
+            current = logger.load(std::memory_order_relaxed);
+            if (current == nullptr)
             {
-                owner = LogManager::CreateLogAdapter(Text::GetTypeName(typeid(T)));
+                current = LogManager::CreateLogAdapter(Text::GetTypeName(typeid(T))).get();
+                logger.store(current, std::memory_order_release);
             }
-            current = owner.get();
-            logger.store(current, std::memory_order_release);
         }
         return *current;
     }

@@ -10,9 +10,6 @@
 namespace Oxa::System::Commons::Diagnostics::Logging::Internal
 {
 
-/// The spdlog library knows no severity between information and warning, nor above critical.
-[[nodiscard]] spdlog::level::level_enum ToSpdlogLevel(LogLevel level) noexcept;
-
 /// Hands what spdlog writes to a sink of the platform. Owned by the log manager.
 class LogSinkBridge final : public spdlog::sinks::base_sink<std::mutex>
 {
