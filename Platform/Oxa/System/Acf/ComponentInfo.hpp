@@ -13,8 +13,8 @@ class ComponentInfo final
 public:
     ComponentInfo() = default;
 
-    ComponentInfo(BasicString componentName, BasicString settingsPath) :
-        componentName(std::move(componentName)), settingsPath(std::move(settingsPath))
+    ComponentInfo(BasicString componentName, BasicString settingsPath)
+        : componentName(std::move(componentName)), settingsPath(std::move(settingsPath))
     {
     }
 

@@ -15,8 +15,8 @@ class OXA_EXPORT IComponent
 public:
     virtual ~IComponent();
 
-    /// Prepares everything; nothing is offered to others yet. What it throws ends the component's life: neither Start nor
-    /// Stop follows.
+    /// Prepares everything; nothing is offered to others yet. What it throws ends the component's life: neither Start
+    /// nor Stop follows.
     virtual void Setup(const ComponentInfo& componentInfo) = 0;
 
     /// Offers services, starts threads. What it throws is followed by Stop.

@@ -15,12 +15,10 @@ namespace
 class AuthorizationServiceProxy final : public IAuthorizationService
 {
 public:
-    explicit AuthorizationServiceProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot) : slot(std::move(slot))
-    {
-    }
+    explicit AuthorizationServiceProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot) : slot(std::move(slot)) {}
 
-    [[nodiscard]] bool IsAuthorized(
-        const System::Rsc::RscString<512>& objectName, uint32 permission, uint32 tokenValue) override
+    [[nodiscard]] bool IsAuthorized(const System::Rsc::RscString<512>& objectName, uint32 permission,
+                                    uint32 tokenValue) override
     {
         return slot->Acquire<IAuthorizationService>()->IsAuthorized(objectName, permission, tokenValue);
     }
@@ -51,7 +49,8 @@ const char* AuthorizationServiceProxyFactory::GetServiceProviderName() const
     return "Oxa.System.Um";
 }
 
-System::Rsc::IRscService* AuthorizationServiceProxyFactory::CreateProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot)
+System::Rsc::IRscService*
+AuthorizationServiceProxyFactory::CreateProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot)
 {
     return new AuthorizationServiceProxy(std::move(slot));
 }

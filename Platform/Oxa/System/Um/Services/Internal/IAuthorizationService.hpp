@@ -16,8 +16,8 @@ public:
 
     /// True when the token's user, as it is at this moment, holds every bit of `permission` on the object. False for a
     /// token that is not or no longer valid.
-    [[nodiscard]] virtual bool IsAuthorized(
-        const System::Rsc::RscString<512>& objectName, uint32 permission, uint32 tokenValue) = 0;
+    [[nodiscard]] virtual bool IsAuthorized(const System::Rsc::RscString<512>& objectName, uint32 permission,
+                                            uint32 tokenValue) = 0;
 };
 
 } // namespace Oxa::System::Um::Services::Internal
