@@ -297,9 +297,9 @@ void HttpConnection::WriteRest(std::size_t written)
 
 bool HttpConnection::OnWritten()
 {
-    if (!keepsConnection)
+    if (!keepsConnection || server.IsStopping())
     {
-        Linger();
+        EndAfterAnswer();
         return false;
     }
     if (output.capacity() > maximumKeptBytes)
@@ -312,10 +312,21 @@ bool HttpConnection::OnWritten()
     isIdle = true;
     if (server.IsStopping())
     {
-        Linger();
+        EndAfterAnswer();
         return false;
     }
     return true;
+}
+
+void HttpConnection::EndAfterAnswer()
+{
+    // A server that ends waits for nobody who has his answer and has sent nothing more.
+    if (server.IsStopping() && parsedBytes == readBytes)
+    {
+        Close();
+        return;
+    }
+    Linger();
 }
 
 /// Reads on until the client has closed its side: closing with bytes unread would take the answer from the client.

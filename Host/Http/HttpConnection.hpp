@@ -67,6 +67,7 @@ private:
     [[nodiscard]] bool Flush();
     void WriteRest(std::size_t written);
     [[nodiscard]] bool OnWritten();
+    void EndAfterAnswer();
     void Linger();
     void Close();
     void SetDeadline(std::chrono::seconds timeout) noexcept;

@@ -111,8 +111,7 @@ void ModuleManager::AddFailure(const ModuleConfiguration& configuration, const c
 {
     Log(LogLevel::Error, "the module '{0}' of '{1}' {2}: {3}", configuration.name, configuration.libraryPath, operation,
         cause);
-    notifications.Publish(
-        {{}, System::Nm::NotificationKind::ModuleFailed, "Host.Modules", {}, configuration.name, {{"cause", cause}}});
+    notifications.Publish({{}, System::Nm::NotificationKind::ModuleFailed, "Host.Modules", {}, configuration.name, {}});
     if (failedModules.empty() || failedModules.back() != configuration.name)
     {
         failedModules.push_back(configuration.name);

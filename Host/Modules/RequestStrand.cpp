@@ -87,7 +87,8 @@ void RequestStrand::PostNext(Waiting next)
                       });
 }
 
-void RequestStrand::ExecuteGuarded(IHttpExchange& exchange, void (*invoke)(void*, IHttpExchange&), void* function)
+void RequestStrand::ExecuteGuarded(IHttpExchange& exchange, void (*invoke)(const void*, IHttpExchange&),
+                                   const void* function)
 {
     try
     {

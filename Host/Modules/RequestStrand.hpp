@@ -59,14 +59,16 @@ private:
     void AnswerFault(Http::IHttpExchange& exchange, const char* cause);
 
     template <class F>
-    void Execute(Http::IHttpExchange& exchange, F& task)
+    void Execute(Http::IHttpExchange& exchange, const F& task)
     {
         const Threads::EventLoop::ForeignCall call(loop);
         ExecuteGuarded(
-            exchange, [](void* function, Http::IHttpExchange& each) { (*static_cast<F*>(function))(each); }, &task);
+            exchange, [](const void* function, Http::IHttpExchange& each) { (*static_cast<const F*>(function))(each); },
+            &task);
     }
 
-    void ExecuteGuarded(Http::IHttpExchange& exchange, void (*invoke)(void*, Http::IHttpExchange&), void* function);
+    void ExecuteGuarded(Http::IHttpExchange& exchange, void (*invoke)(const void*, Http::IHttpExchange&),
+                        const void* function);
 
     Threads::EventLoop& loop;
     const BasicString name;

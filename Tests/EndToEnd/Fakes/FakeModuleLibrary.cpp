@@ -1,0 +1,122 @@
+#include "EndToEnd/Fakes/FakeHandlers.hpp"
+#include "EndToEnd/Fakes/Trace.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/IWbmModuleHandler.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/WbmModuleBase.hpp"
+#include "Oxa/System/Commons/Extensibility/ModuleLibraryBase.hpp"
+#include "Oxa/System/Commons/XmlException.hpp"
+
+#include <stdexcept>
+
+namespace Oxa::Tests::EndToEnd
+{
+
+using namespace Services::Commons::Wbm::Modules;
+using System::Commons::AppDomain;
+
+namespace
+{
+
+/// Throws what the fault says at the place that it says, for instance "setup" or "setup-private".
+void FailAt(const BasicString& place, const AppDomain& appDomain)
+{
+    const BasicString fault = GetFault(appDomain);
+    if (fault == place)
+    {
+        throw std::runtime_error("the module does not want to");
+    }
+    if (fault == place + "-private")
+    {
+        throw PrivateFault();
+    }
+    if (fault == place + "-xml")
+    {
+        throw System::Commons::XmlException::CreateAt("/settings.xml", 7, "the module does not like it");
+    }
+}
+
+/// Registers four data providers, a page and a language.
+class FakeModule final : public WbmModuleBase
+{
+public:
+    FakeModule()
+    {
+        FailAt("constructor", System::Commons::Singleton<AppDomain>::GetInstance());
+    }
+
+    ~FakeModule() override
+    {
+        Trace("module destroyed");
+    }
+
+    void SetupModule(const ModuleInfo& /*moduleInfo*/, IWbmModuleHandler& handler) override
+    {
+        const bool isRegistered =
+            handler.RegisterDataProvider(Registration::DataProviderInfo("FakeDp"), fake) &&
+            handler.RegisterDataProvider(Registration::DataProviderInfo("FakeControlDp"), control);
+        FailAt("setup", System::Commons::Singleton<AppDomain>::GetInstance());
+        const bool isTaken = !handler.RegisterDataProvider(Registration::DataProviderInfo("FakeDp"), fake) &&
+                             !handler.RegisterDataProvider(Registration::DataProviderInfo("session"), fake);
+        const bool isAway = GetFault(System::Commons::Singleton<AppDomain>::GetInstance()) == "away";
+        const bool isAwayRegistered =
+            !isAway || handler.RegisterDataProvider(Registration::DataProviderInfo("FakeAwayDp"), away);
+        if (!isRegistered || !isTaken || !isAwayRegistered || !handler.RegisterPage({"FakeDp", "fake", ""}, fake))
+        {
+            throw std::logic_error("the host registers what it must not, or not what it must");
+        }
+        handler.RegisterSupportedLanguage("eo");
+        Trace("module set up");
+    }
+
+    void StartModule() override
+    {
+        Trace("module started");
+        FailAt("start", System::Commons::Singleton<AppDomain>::GetInstance());
+    }
+
+    void StopModule() override
+    {
+        Trace("module stopped");
+    }
+
+    void ResetModule(IWbmModuleHandler& handler) override
+    {
+        handler.UnregisterDataProvider("FakeDp");
+        handler.UnregisterDataProvider("FakeControlDp");
+        handler.UnregisterDataProvider("FakeAwayDp");
+        handler.UnregisterPage("fake");
+        handler.UnregisterSupportedLanguage("eo");
+        Trace("module reset");
+    }
+
+private:
+    std::shared_ptr<FakeHandler> fake = std::make_shared<FakeHandler>();
+    std::shared_ptr<FakeControlHandler> control = std::make_shared<FakeControlHandler>();
+    std::shared_ptr<FakeAwayHandler> away = std::make_shared<FakeAwayHandler>();
+};
+
+class FakeModuleLibrary final : public System::Commons::Extensibility::ModuleLibraryBase<IWbmModule>
+{
+public:
+    explicit FakeModuleLibrary(const AppDomain& appDomain)
+    {
+        FailAt("entry", appDomain);
+        GetModuleFactory().AddFactoryFunction("Fake", [] { return std::make_unique<FakeModule>(); });
+    }
+
+    ~FakeModuleLibrary() override
+    {
+        Trace("module library unloaded");
+    }
+};
+
+} // namespace
+
+} // namespace Oxa::Tests::EndToEnd
+
+extern "C" __attribute__((visibility("default")))
+Oxa::System::Commons::Extensibility::ModuleLibraryBase<Oxa::Services::Commons::Wbm::Modules::IWbmModule>&
+CreateWbmModuleLibrary(Oxa::System::Commons::AppDomain& appDomain)
+{
+    static Oxa::Tests::EndToEnd::FakeModuleLibrary library(appDomain);
+    return library;
+}

@@ -1,0 +1,107 @@
+#include "EndToEnd/HostProcess.hpp"
+
+#include "Oxa/System/Commons/Json/JsonReader.hpp"
+
+#include <csignal>
+#include <stdexcept>
+
+namespace Oxa::Tests::EndToEnd
+{
+
+using System::Commons::Json::JsonReader;
+using System::Commons::Json::JsonTokenType;
+
+HostProcess::HostProcess(const HostSettings& settings) : fault(settings.fault)
+{
+    configurationPath =
+        folder.Write("host.xml", "<WbmHostDocument><Log level=\"information\"/><Http port=\"0\" " + settings.http +
+                                     "/><Users database=\"${OXA_STATE}/users.sqlite\"/><Sessions " + settings.sessions +
+                                     "/><Requests " + settings.requests + "/><Components>" + settings.components +
+                                     "</Components><Modules>" + settings.modules + "</Modules></WbmHostDocument>");
+}
+
+std::vector<BasicString> HostProcess::MakeArguments() const
+{
+    return {OXA_WBM, "--config", configurationPath, "--state", folder.GetPath("state")};
+}
+
+void HostProcess::Start()
+{
+    std::vector<BasicString> arguments = MakeArguments();
+    const std::pair<const char*, BasicString> variables[] = {
+        {"FAKES", OXA_FAKES}, {"FAKE_TRACE", folder.GetPath("trace")}, {"FAKE_FAULT", fault}};
+    for (const auto& [name, value] : variables)
+    {
+        arguments.insert(arguments.end(), {"--variable", BasicString(name) + '=' + value});
+    }
+    process = std::make_unique<Support::ChildProcess>(arguments);
+}
+
+void HostProcess::WaitUntilReady()
+{
+    Start();
+    port = static_cast<uint16>(std::stoi(process->WaitForLine("listening on http://127.0.0.1:")));
+}
+
+int HostProcess::RunUserCommand(const std::vector<BasicString>& commandArguments, std::string_view input) const
+{
+    std::vector<BasicString> arguments = MakeArguments();
+    arguments.emplace_back("--variable");
+    arguments.emplace_back(BasicString("FAKES=") + OXA_FAKES);
+    arguments.emplace_back("user");
+    arguments.insert(arguments.end(), commandArguments.begin(), commandArguments.end());
+    return Support::ChildProcess(arguments, input).Wait();
+}
+
+BasicString HostProcess::GetInitialPassword() const
+{
+    BasicString password = folder.Read("state/initial-password");
+    password.pop_back();
+    return password;
+}
+
+BasicString HostProcess::LogIn(const BasicString& userName, BasicString password) const
+{
+    if (password.empty())
+    {
+        password = GetInitialPassword();
+    }
+    const auto answer = Ask("POST", "/api/v1/session", "Content-Type: application/json\r\n",
+                            R"({"user":")" + userName + R"(","password":")" + password + "\"}");
+    const BasicString token = GetMember(answer.body(), "token");
+    if (token.empty())
+    {
+        throw std::runtime_error("cannot log in: " + answer.body());
+    }
+    return "Authorization: Bearer " + token + "\r\n";
+}
+
+Support::HttpClient::Answer HostProcess::Ask(std::string_view method, std::string_view target, std::string_view fields,
+                                             std::string_view body) const
+{
+    return Connect().Ask(method, target, fields, body);
+}
+
+int HostProcess::Stop()
+{
+    process->SendSignal(SIGTERM);
+    return process->Wait();
+}
+
+BasicString GetMember(std::string_view json, std::string_view name)
+{
+    JsonReader reader(json);
+    reader.Read();
+    while (reader.Read() == JsonTokenType::PropertyName)
+    {
+        if (reader.GetText() == name)
+        {
+            reader.Read();
+            return BasicString(reader.GetText());
+        }
+        reader.Skip();
+    }
+    return {};
+}
+
+} // namespace Oxa::Tests::EndToEnd

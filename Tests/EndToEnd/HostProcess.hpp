@@ -1,0 +1,83 @@
+#pragma once
+
+#include "Oxa/System/Commons/Types.hpp"
+#include "Support/ChildProcess.hpp"
+#include "Support/HttpClient.hpp"
+#include "Support/TemporaryFolder.hpp"
+
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace Oxa::Tests::EndToEnd
+{
+
+/// What differs from test to test.
+struct HostSettings
+{
+    /// Attributes of the element Http.
+    BasicString http = "";
+    BasicString requests = "maximumWaiting=\"2\"";
+    BasicString sessions = "";
+    /// Elements inside Modules and Components. By default the fake ones.
+    BasicString modules = R"(<Module name="Fake" library="${FAKES}/libFakeModuleLibrary.so">
+        <DataProvider name="FakeDp" safe="true"/><DataProvider name="FakeControlDp"/></Module>)";
+    BasicString components = R"(<Component name="Fake" library="${FAKES}/libFakeComponentLibrary.so"/>)";
+    BasicString fault = "";
+};
+
+/// The shipped program with a state folder and a configuration of its own.
+class HostProcess final
+{
+public:
+    explicit HostProcess(const HostSettings& settings = {});
+
+    /// Starts it. `WaitUntilReady` or `GetProcess().Wait()` follows.
+    void Start();
+    void WaitUntilReady();
+
+    /// Runs a command "user …" and returns its exit status.
+    int RunUserCommand(const std::vector<BasicString>& arguments, std::string_view input = {}) const;
+
+    [[nodiscard]] Support::ChildProcess& GetProcess()
+    {
+        return *process;
+    }
+
+    [[nodiscard]] const Support::TemporaryFolder& GetFolder() const
+    {
+        return folder;
+    }
+
+    [[nodiscard]] Support::HttpClient Connect() const
+    {
+        return Support::HttpClient(port);
+    }
+
+    [[nodiscard]] BasicString GetInitialPassword() const;
+
+    /// The header field that authorizes the user; by default the one that the first start creates.
+    [[nodiscard]] BasicString LogIn(const BasicString& userName = "admin", BasicString password = {}) const;
+
+    /// One request on a connection of its own.
+    [[nodiscard]] Support::HttpClient::Answer Ask(std::string_view method, std::string_view target,
+                                                  std::string_view fields = {}, std::string_view body = {}) const;
+
+    /// SIGTERM, and what the program says then.
+    int Stop();
+
+private:
+    [[nodiscard]] std::vector<BasicString> MakeArguments() const;
+
+    Support::TemporaryFolder folder;
+    BasicString configurationPath;
+    BasicString fault;
+    std::unique_ptr<Support::ChildProcess> process;
+    uint16 port = 0;
+};
+
+/// The text of the member in a flat JSON object; empty when there is none.
+[[nodiscard]] BasicString GetMember(std::string_view json, std::string_view name);
+
+} // namespace Oxa::Tests::EndToEnd

@@ -1,0 +1,83 @@
+#include "EndToEnd/HostProcess.hpp"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+namespace Oxa::Tests::EndToEnd
+{
+
+namespace
+{
+
+TEST(Ending, LetsRequestsFinishAndTakesEverythingDownInOrder)
+{
+    HostProcess host;
+    host.WaitUntilReady();
+    const BasicString admin = host.LogIn();
+    auto idle = host.Connect();
+    EXPECT_EQ(idle.Ask("GET", "/readyz").result_int(), 200U);
+    const BasicString lock = host.GetFolder().GetPath("hang");
+    auto client = host.Connect();
+    client.Write("GET /api/v1/FakeDp/Hang?" + lock + " HTTP/1.1\r\nHost: test\r\n" + admin + "\r\n");
+    while (!std::filesystem::exists(lock))
+    {
+        std::this_thread::yield();
+    }
+    host.GetProcess().SendSignal(SIGTERM);
+    EXPECT_TRUE(idle.IsEnded());
+    EXPECT_THROW((void)host.Connect(), std::exception);
+    std::filesystem::remove(lock);
+    const auto answer = client.Read();
+    EXPECT_EQ(answer.body(), "went on");
+    EXPECT_EQ(host.GetProcess().Wait(), 0);
+    EXPECT_EQ(host.GetFolder().Read("trace"),
+              "component set up\ncomponent started\nmodule set up\nmodule started\nmodule stopped\nmodule reset\n"
+              "module destroyed\nmodule library unloaded\ncomponent stopped\ncomponent destroyed\n");
+}
+
+TEST(Ending, DoesNotWaitForEverForAModuleThatHangs)
+{
+    HostProcess host({.http = "shutdownSeconds=\"1\""});
+    host.WaitUntilReady();
+    const BasicString lock = host.GetFolder().GetPath("hang");
+    auto client = host.Connect();
+    client.Write("GET /api/v1/FakeDp/Hang?" + lock + " HTTP/1.1\r\nHost: test\r\n" + host.LogIn() + "\r\n");
+    while (!std::filesystem::exists(lock))
+    {
+        std::this_thread::yield();
+    }
+    host.GetProcess().SendSignal(SIGINT);
+    EXPECT_EQ(host.GetProcess().Wait(), 1);
+    EXPECT_THAT(host.GetProcess().GetErrors(), testing::HasSubstr("a request is still in progress"));
+}
+
+TEST(Readiness, NamesAComponentThatFailed)
+{
+    HostProcess host({.fault = "component"});
+    host.WaitUntilReady();
+    const auto answer = host.Ask("GET", "/readyz");
+    EXPECT_EQ(answer.result_int(), 503U);
+    EXPECT_THAT(answer.body(), testing::HasSubstr(R"("components":["Fake"],"modules":[],"dataProviders":[])"));
+}
+
+TEST(Starting, SaysWhyItCannotListen)
+{
+    HostProcess first;
+    first.WaitUntilReady();
+    const BasicString line = "listening on http://127.0.0.1:";
+    const BasicString port = first.GetProcess().WaitForLine(line);
+    HostProcess second({.http = ""});
+    Support::ChildProcess process({OXA_WBM, "--config", first.GetFolder().GetPath("host.xml"), "--state",
+                                   second.GetFolder().GetPath("state"), "--port", port, "--variable",
+                                   BasicString("FAKES=") + OXA_FAKES});
+    EXPECT_EQ(process.Wait(), 1);
+    EXPECT_THAT(process.GetErrors(),
+                testing::HasSubstr("cannot listen on 127.0.0.1 port " + port + ": Address already in use"));
+}
+
+} // namespace
+
+} // namespace Oxa::Tests::EndToEnd

@@ -1,0 +1,128 @@
+#include "EndToEnd/HostProcess.hpp"
+
+#include <gmock/gmock.h>
+
+namespace Oxa::Tests::EndToEnd
+{
+
+using testing::HasSubstr;
+using testing::Not;
+
+namespace
+{
+
+constexpr const char* json = "Content-Type: application/json\r\n";
+
+TEST(LoggingIn, GivesACookieAndATokenThatBothWorkUntilLoggingOut)
+{
+    HostProcess host;
+    host.WaitUntilReady();
+    const auto answer = host.Ask("POST", "/api/v1/session", json,
+                                 R"({"user":"admin","password":")" + host.GetInitialPassword() + "\"}");
+    ASSERT_EQ(answer.result_int(), 200U) << answer.body();
+    const BasicString token = GetMember(answer.body(), "token");
+    EXPECT_EQ(token.size(), 43U);
+    EXPECT_EQ(GetMember(answer.body(), "role"), "Admin");
+    EXPECT_EQ(answer["Set-Cookie"], "oxa-session=" + token + "; Path=/; HttpOnly; SameSite=Strict");
+
+    const BasicString cookie = "Cookie: other=1; oxa-session=" + token + "\r\n";
+    for (const BasicString& fields : {cookie, "Authorization: bearer " + token + "\r\n"})
+    {
+        const auto look = host.Ask("GET", "/api/v1/session", fields);
+        EXPECT_EQ(GetMember(look.body(), "user"), "admin") << fields;
+        EXPECT_EQ(GetMember(look.body(), "token"), "") << fields;
+    }
+    const auto gone = host.Ask("DELETE", "/api/v1/session", cookie);
+    EXPECT_EQ(gone.result_int(), 204U);
+    EXPECT_EQ(gone["Set-Cookie"], "oxa-session=; Path=/; HttpOnly; SameSite=Strict; Max-Age=0");
+    EXPECT_EQ(host.Ask("GET", "/api/v1/session", cookie).result_int(), 401U);
+    EXPECT_EQ(host.Ask("GET", "/api/v1/session")["WWW-Authenticate"], "Bearer");
+}
+
+TEST(LoggingIn, RefusesWithoutTellingWhy)
+{
+    HostProcess host;
+    host.WaitUntilReady();
+    const BasicString bodies[] = {R"({"user":"admin","password":"wrong"})", R"({"user":"nobody","password":"wrong"})",
+                                  R"({"user":"","password":""})", R"({"user":"a\u0000b","password":"x"})",
+                                  R"({"user":"admin","password":")" + BasicString(5000, 'x') + "\"}"};
+    BasicString first;
+    for (const BasicString& body : bodies)
+    {
+        const auto answer = host.Ask("POST", "/api/v1/session", json, body);
+        EXPECT_EQ(answer.result_int(), 401U) << body;
+        first = first.empty() ? answer.body() : first;
+        EXPECT_EQ(answer.body(), first) << body;
+    }
+    host.Stop();
+    EXPECT_THAT(host.GetProcess().GetErrors(), HasSubstr("LogInFailed source='Host.Sessions' user='nobody'"));
+}
+
+TEST(LoggingIn, TakesNothingButAJsonObjectWithTwoTexts)
+{
+    HostProcess host;
+    host.WaitUntilReady();
+    for (const char* body : {"", "{", "[]", "{}", R"({"user":"admin"})", R"({"user":1,"password":"x"})",
+                             R"({"user":{"a":1},"password":"x"})", R"({"user":"admin","password":"x"} x)"})
+    {
+        const auto answer = host.Ask("POST", "/api/v1/session", json, body);
+        EXPECT_EQ(answer.result_int(), 400U) << body;
+    }
+    const auto answer = host.Ask("POST", "/api/v1/session", "Content-Type: text/plain\r\n", "{}");
+    EXPECT_EQ(answer.result_int(), 415U);
+}
+
+TEST(Sessions, AreNotUsedByOtherSites)
+{
+    HostProcess host;
+    host.WaitUntilReady();
+    const BasicString bearer = host.LogIn();
+    const BasicString cookie = "Cookie: oxa-session=" + bearer.substr(BasicString("Authorization: Bearer ").size());
+    const std::pair<const char*, unsigned> cases[] = {{"", 200},
+                                                      {"Origin: http://test\r\n", 200},
+                                                      {"Origin: http://evil\r\n", 403},
+                                                      {"Origin: null\r\n", 403},
+                                                      {"Sec-Fetch-Site: cross-site\r\n", 403},
+                                                      {"Sec-Fetch-Site: same-site\r\n", 403},
+                                                      {"Sec-Fetch-Site: same-origin\r\n", 200}};
+    for (const auto& [fields, status] : cases)
+    {
+        EXPECT_EQ(host.Ask("POST", "/api/v1/FakeDp/Echo", cookie + fields).result_int(), status) << fields;
+        EXPECT_EQ(host.Ask("POST", "/api/v1/FakeDp/Echo", bearer + fields).result_int(), 200U) << fields;
+        EXPECT_EQ(host.Ask("POST", "/api/v1/session", json + BasicString(fields)).result_int(),
+                  status == 403 ? 403U : 400U)
+            << fields;
+    }
+    EXPECT_EQ(host.Ask("DELETE", "/api/v1/session", cookie + "Origin: http://evil\r\n").result_int(), 403U);
+}
+
+TEST(Sessions, EndWhenTheUserIsRemoved)
+{
+    HostProcess host;
+    host.WaitUntilReady();
+    ASSERT_EQ(host.RunUserCommand({"add", "eve", "--role", "Viewer"}, "secret word\n"), 0);
+    const BasicString viewer = host.LogIn("eve", "secret word");
+    ASSERT_EQ(host.Ask("GET", "/api/v1/session", viewer).result_int(), 200U);
+    ASSERT_EQ(host.RunUserCommand({"remove", "eve"}), 0);
+    // Within a second; the test's deadline ends the waiting.
+    while (host.Ask("GET", "/api/v1/pages", viewer).result_int() != 401U)
+    {
+    }
+    EXPECT_EQ(host.RunUserCommand({"remove", "eve"}), 1);
+}
+
+TEST(UserCommands, ReadPasswordsFromStandardInput)
+{
+    HostProcess host;
+    host.WaitUntilReady();
+    EXPECT_EQ(host.RunUserCommand({"set-password", "admin"}, "new password\n"), 0);
+    EXPECT_EQ(host.GetFolder().Read("state/initial-password"), "") << "the file's password is not valid any more";
+    EXPECT_THAT(host.LogIn("admin", "new password"), HasSubstr("Bearer"));
+    EXPECT_EQ(host.RunUserCommand({"add", "eve", "--role", "Nonsense"}, "x\n"), 1);
+    EXPECT_EQ(host.RunUserCommand({"add", "admin", "--role", "Admin"}, "x\n"), 1);
+    EXPECT_EQ(host.RunUserCommand({"list"}), 0);
+}
+
+} // namespace
+
+} // namespace Oxa::Tests::EndToEnd

@@ -1,0 +1,79 @@
+#include "EndToEnd/HostProcess.hpp"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace Oxa::Tests::EndToEnd
+{
+
+using testing::HasSubstr;
+
+namespace
+{
+
+/// The program as it is shipped, with the shipped configuration.
+class ShippedHost : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        process = std::make_unique<Support::ChildProcess>(
+            std::vector<BasicString>{OXA_WBM, "--config", BasicString(OXA_CONFIGURATION) + "/oxa-wbm.xml", "--state",
+                                     folder.GetPath("state"), "--port", "0", "--examples"});
+        port = static_cast<uint16>(std::stoi(process->WaitForLine("listening on http://127.0.0.1:")));
+        BasicString password = folder.Read("state/initial-password");
+        password.pop_back();
+        const auto answer =
+            Support::HttpClient(port).Ask("POST", "/api/v1/session", "Content-Type: application/json\r\n",
+                                          R"({"user":"admin","password":")" + password + "\"}");
+        admin = "Authorization: Bearer " + GetMember(answer.body(), "token") + "\r\n";
+    }
+
+    [[nodiscard]] Support::HttpClient::Answer Ask(std::string_view method, std::string_view target) const
+    {
+        return Support::HttpClient(port).Ask(method, target, admin);
+    }
+
+    Support::TemporaryFolder folder;
+    std::unique_ptr<Support::ChildProcess> process;
+    uint16 port = 0;
+    BasicString admin;
+};
+
+TEST_F(ShippedHost, AnswersForThisMachine)
+{
+    const auto answer = Ask(
+        "GET", "/api/v1/DeviceInterfaceDp/GetDataSections?GeneralData&DateTime&Health&StatusIndicators&Utilization");
+    EXPECT_EQ(answer.result_int(), 200U);
+    EXPECT_EQ(answer["Content-Type"], "application/json; charset=utf-8");
+    for (const char* section : {"GeneralData", "DateTime", "Health", "StatusIndicators", "Utilization"})
+    {
+        EXPECT_THAT(answer.body(), HasSubstr('"' + BasicString(section) + "\":"));
+    }
+    EXPECT_EQ(Ask("GET", "/readyz").result_int(), 200U);
+    EXPECT_EQ(Ask("GET", "/api/v1/DeviceInterfaceControlDp/RestartController").result_int(), 405U);
+}
+
+TEST_F(ShippedHost, ComesBackWithANewBootIdAfterARestart)
+{
+    const BasicString before = GetMember(Ask("GET", "/api/v1/boot").body(), "bootId");
+    EXPECT_EQ(before.size(), 36U);
+    EXPECT_THAT(Ask("POST", "/api/v1/DeviceInterfaceControlDp/RestartController").body(),
+                HasSubstr(R"("result":true)"));
+    BasicString after = before;
+    bool wasAway = false;
+    while (after == before || after.empty())
+    {
+        const auto answer = Ask("GET", "/api/v1/boot");
+        wasAway = wasAway || answer.result_int() == 503U;
+        after = GetMember(answer.body(), "bootId");
+    }
+    EXPECT_TRUE(wasAway);
+    EXPECT_EQ(Ask("GET", "/api/v1/DeviceInterfaceDp/GetDataSections?Health").result_int(), 200U);
+}
+
+} // namespace
+
+} // namespace Oxa::Tests::EndToEnd

@@ -1,0 +1,170 @@
+#include "EndToEnd/HostProcess.hpp"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+
+namespace Oxa::Tests::EndToEnd
+{
+
+using testing::HasSubstr;
+
+namespace
+{
+
+constexpr int configurationFault = 78;
+
+struct Outcome
+{
+    int status;
+    BasicString output;
+    BasicString errors;
+};
+
+Outcome RunHost(const Support::TemporaryFolder& folder, const BasicString& configuration)
+{
+    Support::ChildProcess process({OXA_WBM, "--config", configuration, "--state", folder.GetPath("state"), "--port",
+                                   "0", "--variable", BasicString("FAKES=") + OXA_FAKES, "--variable",
+                                   "FAKE_TRACE=" + folder.GetPath("trace")});
+    const int status = process.Wait();
+    return {status, process.GetOutput(), process.GetErrors()};
+}
+
+TEST(Starting, EndsWith78AndOneMessageForAConfigurationThatCannotBeUsed)
+{
+    const Support::TemporaryFolder folder;
+    const BasicString nonsense = folder.Write("nonsense.xml", BasicString(10 * 1024 * 1024, '<'));
+    const std::pair<BasicString, BasicString> cases[] = {
+        {folder.GetPath("missing.xml"), "cannot read '" + folder.GetPath("missing.xml") + "': No such file"},
+        {folder.GetPath(), "it is not a regular file"},
+        {nonsense, "it has more than"},
+        {folder.Write("malformed.xml", "<WbmHostDocument>\n<Http>"), "malformed.xml:2: "},
+        {folder.Write("root.xml", "\n<Other/>"), "root.xml:2: the document element is 'Other'"},
+        {folder.Write("element.xml", "<WbmHostDocument>\n<Htpp/></WbmHostDocument>"),
+         "element.xml:2: the element 'Htpp'"},
+    };
+    for (const auto& [path, message] : cases)
+    {
+        const Outcome run = RunHost(folder, path);
+        EXPECT_EQ(run.status, configurationFault) << path;
+        EXPECT_THAT(run.errors, HasSubstr(message));
+        EXPECT_EQ(std::count(run.errors.begin(), run.errors.end(), '\n'), 1) << run.errors;
+        EXPECT_EQ(run.output, "");
+    }
+}
+
+TEST(Starting, EndsWith78ForModuleSettingsThatCannotBeUsedAndStopsWhatWasStarted)
+{
+    const Support::TemporaryFolder folder;
+    const BasicString configuration =
+        folder.Write("host.xml",
+                     R"(<WbmHostDocument><Log level="error"/><Users database="${OXA_STATE}/users.sqlite"/>
+        <Components><Component name="Fake" library="${FAKES}/libFakeComponentLibrary.so"/></Components>
+        <Modules><Module name="Fake" library="${FAKES}/libFakeModuleLibrary.so"/>
+        <Module name="Di" library="${OXA_LIBRARIES}/libOxa.Services.Modules.Wbm.Di.so" settings="${OXA_CONFIG}/Di.xml"/>
+        </Modules></WbmHostDocument>)");
+    std::filesystem::create_directory(folder.GetPath("empty"));
+    const BasicString path = folder.GetPath("Di.xml");
+    const std::function<void()> faults[] = {
+        [] {},
+        [&] { std::filesystem::create_directory(path); },
+        [&] { folder.Write("Di.xml", BasicString(10 * 1024 * 1024, 'x')); },
+        [&] { folder.Write("Di.xml", "<DiWbmModuleSettingsDocument>\n<oops"); },
+        [&] { folder.Write("Di.xml", "<Wrong/>"); },
+        [&] { folder.Write("Di.xml", "<DiWbmModuleSettingsDocument>\n\n</DiWbmModuleSettingsDocument>"); },
+    };
+    for (const auto& makeFault : faults)
+    {
+        std::filesystem::remove_all(path);
+        std::filesystem::remove(folder.GetPath("trace"));
+        makeFault();
+        const Outcome run = RunHost(folder, configuration);
+        EXPECT_EQ(run.status, configurationFault) << run.errors;
+        EXPECT_THAT(run.errors, HasSubstr(path));
+        EXPECT_EQ(std::count(run.errors.begin(), run.errors.end(), '\n'), 1) << run.errors;
+        EXPECT_EQ(folder.Read("trace"),
+                  "component set up\ncomponent started\nmodule set up\nmodule started\nmodule stopped\nmodule reset\n"
+                  "module destroyed\nmodule library unloaded\ncomponent stopped\ncomponent destroyed\n");
+    }
+}
+
+TEST(Starting, GoesOnWithoutAModuleThatFailsAndIsNotReady)
+{
+    const Support::TemporaryFolder folder;
+    const BasicString fake = "${FAKES}/libFakeModuleLibrary.so";
+
+    struct Case
+    {
+        BasicString library;
+        BasicString name;
+        BasicString fault;
+        BasicString cause;
+    };
+
+    const Case cases[] = {
+        {folder.Write("text.so", BasicString(1000, 'x')), "Fake", "", "invalid ELF header"},
+        {folder.GetPath("missing.so"), "Fake", "", "No such file"},
+        {"${FAKES}/libNoEntryLibrary.so", "Fake", "", "CreateWbmModuleLibrary"},
+        {"${FAKES}/libMissingSymbolLibrary.so", "Fake", "", "undefined symbol"},
+        {fake, "Unknown", "", "no module of the name 'Unknown'"},
+        {fake, "Fake", "entry", "does not want to"},
+        {fake, "Fake", "entry-private", "unknown type"},
+        {fake, "Fake", "constructor", "does not want to"},
+        {fake, "Fake", "constructor-private", "unknown type"},
+        {fake, "Fake", "setup", "does not want to"},
+        {fake, "Fake", "setup-private", "unknown type"},
+        {fake, "Fake", "start", "does not want to"},
+    };
+    for (const Case& each : cases)
+    {
+        HostProcess host({.modules = "<Module name=\"" + each.name + "\" library=\"" + each.library +
+                                     R"("><DataProvider name="FakeDp"/></Module><Module name="Di" )"
+                                     R"(library="${OXA_LIBRARIES}/libOxa.Services.Modules.Wbm.Di.so" settings=")" +
+                                     OXA_CONFIGURATION + R"(/Di.xml"/>)",
+                          .fault = each.fault});
+        host.WaitUntilReady();
+        const auto ready = host.Ask("GET", "/readyz");
+        EXPECT_EQ(ready.result_int(), 503U) << each.cause;
+        EXPECT_THAT(ready.body(), HasSubstr("\"modules\":[\"" + each.name + "\"]"));
+        EXPECT_THAT(ready.body(), HasSubstr("\"dataProviders\":["));
+        EXPECT_THAT(ready.body(), HasSubstr("\"DeviceInterfaceDp\"")) << "no device services are configured";
+        EXPECT_THAT(host.Ask("GET", "/api/v1/pages", host.LogIn()).body(), HasSubstr("overview"));
+        EXPECT_EQ(host.Stop(), 0);
+        const BasicString& errors = host.GetProcess().GetErrors();
+        EXPECT_THAT(errors, HasSubstr(each.cause));
+        const BasicString libraryName = each.library.substr(each.library.rfind('/'));
+        EXPECT_THAT(errors, HasSubstr(libraryName + "'"));
+    }
+}
+
+TEST(Starting, EndsWith78WhenAModuleReportsItsSettings)
+{
+    HostProcess host({.fault = "setup-xml"});
+    host.Start();
+    EXPECT_EQ(host.GetProcess().Wait(), configurationFault);
+    EXPECT_THAT(host.GetProcess().GetErrors(), HasSubstr("oxa-wbm: /settings.xml:7: the module does not like it\n"));
+    EXPECT_THAT(host.GetFolder().Read("trace"), HasSubstr("module reset\nmodule destroyed\nmodule library unloaded\n"));
+}
+
+TEST(Starting, MakesOneUserWithAPasswordThatOnlyTheOwnerCanRead)
+{
+    HostProcess host;
+    host.WaitUntilReady();
+    struct stat status = {};
+    ASSERT_EQ(stat(host.GetFolder().GetPath("state/initial-password").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0600U);
+    ASSERT_EQ(stat(host.GetFolder().GetPath("state").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0700U);
+    const BasicString password = host.GetInitialPassword();
+    EXPECT_EQ(password.size(), 27U);
+    EXPECT_THAT(host.GetProcess().GetOutput(), HasSubstr(password));
+    EXPECT_EQ(host.Stop(), 0);
+    host.WaitUntilReady();
+    EXPECT_EQ(host.GetInitialPassword(), password);
+    EXPECT_THAT(host.GetProcess().GetOutput(), testing::Not(HasSubstr(password)));
+}
+
+} // namespace
+
+} // namespace Oxa::Tests::EndToEnd

@@ -1,0 +1,119 @@
+#include "Host/Configuration/HostConfiguration.hpp"
+
+#include "Oxa/System/Commons/AppDomain.hpp"
+#include "Oxa/System/Commons/XmlException.hpp"
+#include "Support/TemporaryFolder.hpp"
+
+#include <gmock/gmock.h>
+
+namespace Oxa::Host::Configuration
+{
+
+using System::Commons::AppDomain;
+using System::Commons::Singleton;
+using System::Commons::XmlException;
+using System::Commons::Diagnostics::Logging::LogConfiguration;
+using System::Commons::Diagnostics::Logging::LogLevel;
+using testing::HasSubstr;
+using Tests::Support::TemporaryFolder;
+
+namespace
+{
+
+TEST(ReadingTheConfiguration, TakesEverythingThatItSays)
+{
+    AppDomain appDomain("test");
+    Singleton<AppDomain>::TrySetInstance(appDomain);
+    appDomain.SetVariable("STATE", "/s");
+    const TemporaryFolder folder;
+    const HostConfiguration configuration = LoadHostConfiguration(folder.Write("host.xml",
+                                                                               R"(<WbmHostDocument>
+            <Log level="warning" target="file" file="/l"><Level prefix="Oxa::Host" level="debug"/></Log>
+            <Http address="::1" port="0" maximumConnections="3" idleSeconds="4" headerSeconds="5" bodySeconds="6"
+                writeSeconds="7" shutdownSeconds="8"/>
+            <Users database="${STATE}/u"/>
+            <Sessions idleSeconds="9" lifetimeSeconds="10" maximumPerUser="11" maximumTotal="12"/>
+            <Requests maximumWaiting="13"/>
+            <Components><Component name="A" library="/a" settings="/as"/><Component name="B" library="/a" component="A"/>
+            </Components>
+            <Modules><Module name="M" library="/m" settings="/ms"><DataProvider name="P" safe="true"/>
+                <DataProvider name="Q"/></Module></Modules>
+        </WbmHostDocument>)"));
+    Singleton<AppDomain>::ClearInstance();
+
+    EXPECT_EQ(configuration.log.target, LogConfiguration::Target::File);
+    EXPECT_EQ(configuration.log.filePath, "/l");
+    EXPECT_EQ(configuration.log.level, LogLevel::Warning);
+    EXPECT_EQ(configuration.log.levelsByPrefix.at("Oxa::Host"), LogLevel::Debug);
+    EXPECT_EQ(configuration.http.address, "::1");
+    EXPECT_EQ(configuration.http.port, 0);
+    EXPECT_EQ(configuration.http.maximumConnections, 3U);
+    EXPECT_EQ(configuration.http.idleTimeout.count(), 4);
+    EXPECT_EQ(configuration.http.headerTimeout.count(), 5);
+    EXPECT_EQ(configuration.http.bodyTimeout.count(), 6);
+    EXPECT_EQ(configuration.http.writeTimeout.count(), 7);
+    EXPECT_EQ(configuration.http.shutdownTimeout.count(), 8);
+    EXPECT_EQ(configuration.usersDatabasePath, "/s/u");
+    EXPECT_EQ(configuration.sessions.idleTimeout.count(), 9);
+    EXPECT_EQ(configuration.sessions.lifetime.count(), 10);
+    EXPECT_EQ(configuration.sessions.maximumPerUser, 11U);
+    EXPECT_EQ(configuration.sessions.maximumTotal, 12U);
+    EXPECT_EQ(configuration.maximumWaitingRequests, 13U);
+    ASSERT_EQ(configuration.components.size(), 2U);
+    EXPECT_EQ(configuration.components[0].settingsPath, "/as");
+    EXPECT_EQ(configuration.components[1].componentName, "A");
+    ASSERT_EQ(configuration.modules.size(), 1U);
+    ASSERT_EQ(configuration.modules[0].dataProviders.size(), 2U);
+    EXPECT_TRUE(configuration.modules[0].dataProviders[0].isSafe);
+    EXPECT_FALSE(configuration.modules[0].dataProviders[1].isSafe);
+}
+
+TEST(ReadingTheConfiguration, NamesTheLineOfWhatItDoesNotUnderstand)
+{
+    const std::pair<const char*, const char*> faults[] = {
+        {"<Unknown/>", "the element 'Unknown' is not known here"},
+        {"<Log><Http/></Log>", "the element 'Http' is not known here"},
+        {"<Module name=\"M\" library=\"/m\"/>", "the element 'Module' is not known here"},
+        {"<Http prot=\"1\"/>", "the element 'Http' has no attribute 'prot'"},
+        {"<Http port=\"65536\"/>", "'65536', expected a number from 0 to 65535"},
+        {"<Http port=\"-1\"/>", "'-1', expected a whole number"},
+        {"<Http idleSeconds=\"0\"/>", "'0', expected a number from 1 to 3600"},
+        {"<Http address=\"localhost\"/>", "'localhost', expected an IP address"},
+        {"<Log level=\"loud\"/>", "'loud', expected error"},
+        {"<Log target=\"printer\"/>", "'printer', expected console"},
+        {"<Log target=\"file\"/>", "the element 'Log' needs the attribute 'file'"},
+        {"<Users database=\"${NO_SUCH_VARIABLE}/u\"/>", "'${NO_SUCH_VARIABLE}/u', expected variables that are known"},
+        {"<Modules><Module library=\"/m\"/></Modules>", "the element 'Module' needs the attribute 'name'"},
+        {"<Modules><Module name=\"M\" library=\"/m\"/><Module name=\"M\" library=\"/m\"/></Modules>",
+         "'M', expected a name that is not taken"},
+        {"<Modules><Module name=\"M\" library=\"/m\"><DataProvider name=\"P\" safe=\"yes\"/></Module></Modules>",
+         "'yes', expected true or false"},
+    };
+    const TemporaryFolder folder;
+    for (const auto& [text, message] : faults)
+    {
+        const BasicString path =
+            folder.Write("host.xml", BasicString("<WbmHostDocument>\n\n") + text + "</WbmHostDocument>");
+        try
+        {
+            (void)LoadHostConfiguration(path);
+            ADD_FAILURE() << text;
+        }
+        catch (const XmlException& exception)
+        {
+            EXPECT_THAT(exception.what(), HasSubstr(path + ":3: "));
+            EXPECT_THAT(exception.what(), HasSubstr(message));
+        }
+    }
+}
+
+TEST(ReadingTheConfiguration, NeedsToKnowWhereTheUsersAre)
+{
+    const TemporaryFolder folder;
+    const BasicString path = folder.Write("host.xml", "<WbmHostDocument/>");
+    EXPECT_THROW((void)LoadHostConfiguration(path), XmlException);
+}
+
+} // namespace
+
+} // namespace Oxa::Host::Configuration

@@ -1,0 +1,123 @@
+#include "Host/Modules/RequestStrand.hpp"
+
+#include "Oxa/System/Rsc/RscServiceException.hpp"
+#include "Support/FakeExchange.hpp"
+#include "Support/LogRecorder.hpp"
+
+#include <gmock/gmock.h>
+
+#include <future>
+#include <stdexcept>
+#include <thread>
+
+namespace Oxa::Host::Modules
+{
+
+using Http::Handling;
+using Http::IHttpExchange;
+using Tests::Support::FakeExchange;
+
+namespace
+{
+
+class Strands : public testing::Test
+{
+protected:
+    std::shared_ptr<FakeExchange> Ask(const RequestStrand::Task& task)
+    {
+        auto exchange = std::make_shared<FakeExchange>();
+        handling = strand->Run(exchange, task);
+        return exchange;
+    }
+
+    static void Answer(IHttpExchange& exchange)
+    {
+        exchange.Send({200, "text/plain", {}}, "done");
+    }
+
+    Tests::Support::LogRecorder log{System::Commons::Diagnostics::Logging::LogLevel::Warning};
+    Threads::EventLoop loop;
+    std::shared_ptr<RequestStrand> strand = std::make_shared<RequestStrand>(loop, "Dp", 1);
+    Handling handling = Handling::Deferred;
+};
+
+TEST_F(Strands, RunATaskAtOnceWhenNoneIsUnderWay)
+{
+    const auto exchange = Ask(Answer);
+    EXPECT_EQ(handling, Handling::Answered);
+    EXPECT_EQ(exchange->body, "done");
+    EXPECT_FALSE(exchange->isResumed);
+}
+
+TEST_F(Strands, LetOneWaitAndRefuseTheNext)
+{
+    std::shared_ptr<FakeExchange> waiting;
+    std::shared_ptr<FakeExchange> refused;
+    Ask(
+        [&](IHttpExchange& first)
+        {
+            waiting = Ask(Answer);
+            EXPECT_EQ(handling, Handling::Deferred);
+            refused = Ask(Answer);
+            EXPECT_EQ(handling, Handling::Answered);
+            Answer(first);
+        });
+    EXPECT_EQ(refused->status, 503U);
+    EXPECT_THAT(refused->body, testing::HasSubstr("too-many-requests"));
+    EXPECT_EQ(waiting->status, 0U) << "the answer before it has to go out first";
+    loop.GetContext().poll();
+    EXPECT_EQ(waiting->body, "done");
+    EXPECT_TRUE(waiting->isResumed);
+}
+
+TEST_F(Strands, TurnWhatATaskThrowsIntoAnAnswerWithoutItsText)
+{
+    const auto fault = Ask([](IHttpExchange&) { throw std::runtime_error("inner secret"); });
+    EXPECT_EQ(fault->status, 500U);
+    EXPECT_THAT(fault->body, testing::Not(testing::HasSubstr("secret")));
+    ASSERT_EQ(log.GetEntries().size(), 1U);
+    EXPECT_THAT(log.GetEntries()[0].message, testing::HasSubstr("inner secret"));
+
+    EXPECT_EQ(Ask([](IHttpExchange&) { throw 1; })->status, 500U);
+    const auto away =
+        Ask([](IHttpExchange&)
+            { throw System::Rsc::RscServiceException::Create(System::Rsc::RscFault::NotAvailable, "away"); });
+    EXPECT_EQ(away->status, 503U);
+    EXPECT_EQ(Ask(Answer)->status, 200U) << "the strand goes on";
+}
+
+TEST_F(Strands, CloseWhenTheTaskUnderWayHasEnded)
+{
+    std::promise<void> started;
+    std::atomic<bool> hasEnded = false;
+    std::shared_ptr<FakeExchange> waiting;
+    std::thread thread(
+        [&]
+        {
+            Ask(
+                [&](IHttpExchange& exchange)
+                {
+                    waiting = Ask(Answer);
+                    started.set_value();
+                    // Until the other thread waits in Close, which refuses newcomers at once.
+                    while (Ask(Answer)->body.find("not-available") == BasicString::npos)
+                    {
+                        std::this_thread::yield();
+                    }
+                    Answer(exchange);
+                    hasEnded = true;
+                });
+        });
+    started.get_future().wait();
+    strand->Close();
+    EXPECT_TRUE(hasEnded);
+    thread.join();
+    loop.GetContext().poll();
+    EXPECT_EQ(waiting->status, 503U);
+    EXPECT_TRUE(waiting->isResumed);
+    EXPECT_EQ(Ask(Answer)->status, 503U);
+}
+
+} // namespace
+
+} // namespace Oxa::Host::Modules

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/message.hpp>
+#include <boost/beast/http/string_body.hpp>
+
+#include <string_view>
+
+namespace Oxa::Tests::Support
+{
+
+/// One connection to a server on loopback. Every wait has a deadline; what goes wrong throws.
+class HttpClient final
+{
+public:
+    using Answer = boost::beast::http::response<boost::beast::http::string_body>;
+
+    explicit HttpClient(uint16 port);
+
+    /// Writes the bytes as they are.
+    void Write(std::string_view bytes);
+
+    /// Reads one answer. `isToHead`: to a HEAD request, so that no body follows.
+    [[nodiscard]] Answer Read(bool isToHead = false);
+
+    /// Writes a request with the header fields Host and Content-Length and reads its answer. `fields`: further lines,
+    /// each ended by CR LF.
+    Answer Ask(std::string_view method, std::string_view target, std::string_view fields = {},
+               std::string_view body = {});
+
+    /// True when the server ends the connection without another byte; false when a byte comes.
+    [[nodiscard]] bool IsEnded();
+
+private:
+    boost::asio::io_context context;
+    boost::asio::ip::tcp::socket socket;
+    boost::beast::flat_buffer buffer;
+};
+
+} // namespace Oxa::Tests::Support
