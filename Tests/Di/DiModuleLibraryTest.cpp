@@ -2,6 +2,7 @@
 
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 
 #include <gtest/gtest.h>
 
@@ -14,20 +15,23 @@ using Oxa::Services::Modules::Wbm::Di::DiModuleLibrary;
 using Oxa::System::Commons::AppDomain;
 using Oxa::System::Commons::ArgumentException;
 using Oxa::System::Commons::Singleton;
+using Oxa::System::Commons::Diagnostics::Logging::LogManager;
 
 std::unique_ptr<IWbmModule> CreateNothing()
 {
     return nullptr;
 }
 
-TEST(CreatingTheLibrary, OffersOneModuleAndAdoptsTheDomainOnlyWhereThereIsNone)
+TEST(CreatingTheLibrary, OffersOneModuleAndAdoptsTheDomainWhereThereIsNoneButAlwaysLogsUnderIt)
 {
     AppDomain first("first");
     AppDomain second("second");
     DiModuleLibrary library(first);
     EXPECT_EQ(Singleton<AppDomain>::TryGetInstance(), &first);
+    EXPECT_EQ(LogManager::GetApplicationName(), "first");
     const DiModuleLibrary other(second);
     EXPECT_EQ(Singleton<AppDomain>::TryGetInstance(), &first);
+    EXPECT_EQ(LogManager::GetApplicationName(), "second");
     Singleton<AppDomain>::ClearInstance();
 
     EXPECT_EQ(library.GetModuleFactory().GetModuleNames(), std::vector<BasicString>{"Di"});

@@ -1,82 +1,23 @@
 #include "Di/DiWbmModule.hpp"
 
-#include "Oxa/Services/Commons/Wbm/Modules/IWbmModuleHandler.hpp"
-#include "Oxa/Services/Commons/Wbm/Modules/WbmPageHandlerBase.hpp"
-#include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 #include "Support/FakeDevice.hpp"
+#include "Support/FakeModuleHost.hpp"
+#include "Support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
+#include <stdexcept>
 
 namespace
 {
 
 using namespace Oxa;
-using namespace Oxa::Services::Commons::Wbm::Modules;
+using namespace Oxa::Tests::Support;
+using Oxa::Services::Commons::Wbm::Modules::ModuleInfo;
 using Oxa::Services::Modules::Wbm::Di::DiWbmModule;
 using Oxa::System::Commons::InvalidOperationException;
-using Oxa::Tests::Support::FakeDevice;
-
-/// A host that writes down what it is told, and refuses one name.
-class FakeHost final : public IWbmModuleHandler
-{
-public:
-    bool RegisterPage(const Registration::PageInfo& pageInfo, std::shared_ptr<WbmPageHandlerBase> handler) override
-    {
-        pageHandler = std::move(handler);
-        return Record("+page " + pageInfo.GetDataName() + "/" + pageInfo.GetPageName(), pageInfo.GetPageName());
-    }
-
-    void UnregisterPage(const BasicString& pageName) override
-    {
-        Record("-page " + pageName, "");
-    }
-
-    bool RegisterDataProvider(const Registration::DataProviderInfo& dataProviderInfo,
-                              std::shared_ptr<WbmRequestHandlerBase> handler) override
-    {
-        handlers.push_back(std::move(handler));
-        return Record("+provider " + dataProviderInfo.GetDataProviderName(), dataProviderInfo.GetDataProviderName());
-    }
-
-    void UnregisterDataProvider(const BasicString& dataProviderName) override
-    {
-        Record("-provider " + dataProviderName, "");
-    }
-
-    void RegisterSupportedLanguage(const BasicString& language) override
-    {
-        Record("+language " + language, "");
-    }
-
-    void UnregisterSupportedLanguage(const BasicString& language) override
-    {
-        Record("-language " + language, "");
-    }
-
-    std::vector<BasicString> TakeCalls()
-    {
-        return std::exchange(calls, {});
-    }
-
-    BasicString refusedName = "nothing";
-    std::shared_ptr<WbmPageHandlerBase> pageHandler;
-    std::vector<std::shared_ptr<WbmRequestHandlerBase>> handlers;
-
-private:
-    bool Record(BasicString call, const BasicString& name)
-    {
-        calls.push_back(std::move(call));
-        return name != refusedName;
-    }
-
-    std::vector<BasicString> calls;
-};
 
 class SettingUpTheModule : public testing::Test
 {
@@ -86,14 +27,9 @@ protected:
         WriteSettings("<DiWbmModuleSettings supportedLanguages='en,de' splcSupported='true'/>");
     }
 
-    ~SettingUpTheModule() override
-    {
-        std::filesystem::remove(settingsPath);
-    }
-
     void WriteSettings(const BasicString& content) const
     {
-        std::ofstream(settingsPath) << "<DiWbmModuleSettingsDocument>" << content << "</DiWbmModuleSettingsDocument>";
+        folder.Write("Di.xml", "<DiWbmModuleSettingsDocument>" + content + "</DiWbmModuleSettingsDocument>");
     }
 
     /// The message of the exception, or empty.
@@ -110,11 +46,10 @@ protected:
         return {};
     }
 
-
-    const BasicString settingsPath =
-        std::filesystem::temp_directory_path() / ("DiWbmModuleTest." + std::to_string(::getpid()) + ".xml");
+    const TemporaryFolder folder;
+    const BasicString settingsPath = folder.GetPath("Di.xml");
     FakeDevice device;
-    FakeHost host;
+    FakeModuleHost host;
     DiWbmModule module;
 };
 
@@ -170,6 +105,23 @@ TEST_F(SettingUpTheModule, RegistersNothingWithoutSettings)
     EXPECT_THROW(module.SetupModule(ModuleInfo("Di", settingsPath), host), System::Commons::XmlException);
     EXPECT_THROW(module.SetupModule(ModuleInfo("Di", settingsPath + ".missing"), host), System::Commons::XmlException);
     EXPECT_EQ(host.TakeCalls(), Calls());
+}
+
+TEST_F(SettingUpTheModule, RegistersNoLanguageWhenTheDocumentIsEmpty)
+{
+    folder.Write("Di.xml", "<DiWbmModuleSettingsDocument/>");
+    EXPECT_EQ(TrySetUp(), "");
+    EXPECT_EQ(host.TakeCalls(), (Calls{"+provider DeviceInterfaceDp", "+provider DeviceInterfaceControlDp",
+                                       "+page GeneralData/overview"}));
+}
+
+TEST_F(SettingUpTheModule, RegistersNothingWhenASectionCannotBeSetUp)
+{
+    device.info.isBroken = true;
+    EXPECT_THROW(module.SetupModule(ModuleInfo("Di", settingsPath), host), std::runtime_error);
+    EXPECT_EQ(host.TakeCalls(), Calls());
+    module.ResetModule(host);
+    EXPECT_EQ(host.TakeCalls(), (Calls{"-language en", "-language de"}));
 }
 
 TEST_F(SettingUpTheModule, StaysRegisteredButUnavailableWithoutServices)

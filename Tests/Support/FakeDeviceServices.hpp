@@ -132,18 +132,29 @@ public:
     Oxa::Device::Interface::Services::AccessErrorCode Restart() override
     {
         ++restartCount;
-        return result;
+        return Answer();
     }
 
     [[nodiscard]] Oxa::Device::Interface::Services::AccessErrorCode FactoryReset(uint16 resetKind) override
     {
         resetKinds.push_back(resetKind);
-        return result;
+        return Answer();
     }
 
     Oxa::Device::Interface::Services::AccessErrorCode result = Oxa::Device::Interface::Services::AccessErrorCode::None;
+    bool isBroken = false;
     int restartCount = 0;
     std::vector<uint16> resetKinds;
+
+private:
+    [[nodiscard]] Oxa::Device::Interface::Services::AccessErrorCode Answer() const
+    {
+        if (isBroken)
+        {
+            throw std::runtime_error("the device does not answer");
+        }
+        return result;
+    }
 };
 
 class FakeRtcService final : public Oxa::Hardware::RealTimeClock::Services::Internal::IRtcService

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 namespace
 {
 
@@ -59,6 +61,16 @@ TEST_F(ControllingTheDevice, ReportsTheTextOfARefusedReset)
     EXPECT_EQ(log.GetEntries(), (std::vector<LogRecorder::Entry>{
                                     {LogLevel::Error, "Oxa::Services::Modules::Wbm::Di::Internal::DiControlHandler",
                                      "Failed to reset the controller to factory defaults. Error: busy"}}));
+}
+
+TEST_F(ControllingTheDevice, PassesOnWhatTheDeviceThrows)
+{
+    device.controlService->isBroken = true;
+    for (const char* const requestName : {"RestartController", "ResetControllerToFactoryDefault"})
+    {
+        EXPECT_THROW(Send(requestName), std::runtime_error) << requestName;
+    }
+    EXPECT_TRUE(log.GetEntries().empty());
 }
 
 TEST_F(ControllingTheDevice, AsksForThePermissionAndTheServices)

@@ -1,11 +1,15 @@
 #include "Di/Internal/DiHandler.hpp"
 
 #include "Di/Internal/Settings/DiSettings.hpp"
+#include "Oxa/System/Commons/Json/JsonReader.hpp"
 #include "Support/FakeDevice.hpp"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -15,6 +19,8 @@ using namespace Oxa::Tests::Support;
 using namespace Oxa::Services::Commons::Wbm;
 using Oxa::Services::Modules::Wbm::Di::Internal::DiHandler;
 using Oxa::Services::Modules::Wbm::Di::Internal::Settings::DiSettings;
+using Oxa::System::Commons::Json::JsonReader;
+using Oxa::System::Commons::Json::JsonTokenType;
 using Oxa::System::Um::SecurityToken;
 
 constexpr const char* health = R"("Health":{"boardTemperature":41})";
@@ -50,6 +56,11 @@ protected:
             handler.HandleRequest(WbmRequest(requestName, RequestParams(RequestQuery(query)), SecurityToken(token)));
         EXPECT_EQ(response.GetHeader().GetMediaType(), "application/json; charset=utf-8");
         return response.GetBody();
+    }
+
+    [[nodiscard]] std::size_t CountReads() const
+    {
+        return device.status.GetReadKeys().size();
     }
 
     FakeDevice device;
@@ -98,25 +109,56 @@ TEST_F(RequestingData, AnswersAListInItsOrder)
 
 TEST_F(RequestingData, UpdatesNothingBehindAFaultInTheList)
 {
-    const auto countReads = [this]
-    {
-        return device.status.GetReadKeys().size();
-    };
-    const std::size_t before = countReads();
+    const std::size_t before = CountReads();
     Send("GetDataSections", "Health&Foo");
-    EXPECT_EQ(countReads(), before);
+    EXPECT_EQ(CountReads(), before);
 
     device.rtcService->isBroken = true;
     EXPECT_EQ(Send("GetDataSections", "DateTime&Health"), Error("DataUpdateError"));
-    EXPECT_EQ(countReads(), before + 1);
+    EXPECT_EQ(CountReads(), before + 1);
+
+    Send("GetDataSections", "Health&Health");
+    EXPECT_EQ(CountReads(), before + 3) << "once for each time it is named";
+}
+
+TEST_F(RequestingData, PassesOnWhatASectionDoesNotCatch)
+{
+    device.status.isBroken = true;
+    EXPECT_THROW(Send("GetDataSection", "SectionName=Health"), std::runtime_error);
+    EXPECT_EQ(Send("GetDataSection", "SectionName=DateTime"), Error("UnknownError"));
 }
 
 TEST_F(RequestingData, WritesAllFiveSectionsWhateverBytesTheDeviceSays)
 {
-    device.SetInfo("General.SerialNumber", std::string_view("\xFF\"</script>"));
+    using namespace std::string_view_literals;
+    device.SetInfo("General.SerialNumber", "\xFF\"\\\x1F\n\x7F</script>\x01\0hidden"sv);
     handler.Setup();
     const BasicString body = Send("GetDataSections", "GeneralData&DateTime&Health&StatusIndicators&Utilization");
-    EXPECT_NE(body.find("\"serialNumber\":\"\xEF\xBF\xBD\\\"</script>\""), BasicString::npos) << body;
+    JsonReader reader(body);
+    std::vector<BasicString> sectionNames;
+    BasicString serialNumber;
+    int depth = 0;
+    while (reader.Read() != JsonTokenType::End)
+    {
+        depth += static_cast<int>(reader.GetTokenType() == JsonTokenType::StartObject);
+        depth -= static_cast<int>(reader.GetTokenType() == JsonTokenType::EndObject);
+        if (reader.GetTokenType() != JsonTokenType::PropertyName)
+        {
+            continue;
+        }
+        if (depth == 2)
+        {
+            sectionNames.emplace_back(reader.GetText());
+        }
+        if (reader.GetText() == "serialNumber")
+        {
+            reader.Read();
+            serialNumber = reader.GetText();
+        }
+    }
+    EXPECT_EQ(sectionNames,
+              (std::vector<BasicString>{"GeneralData", "DateTime", "Health", "StatusIndicators", "Utilization"}));
+    EXPECT_EQ(serialNumber, "\xEF\xBF\xBD\"\\\x1F\n\x7F</script>\x01") << body;
     EXPECT_NE(body.find(R"("cpuCoresLoad":[11,12,13,14])"), BasicString::npos) << body;
 }
 

@@ -3,7 +3,10 @@
 #include "Di/Internal/ServiceSubscription.hpp"
 #include "Support/FakeDevice.hpp"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <utility>
 
 namespace
 {
@@ -14,6 +17,8 @@ using namespace Oxa::System::Commons;
 using namespace Oxa::System::Rsc;
 using namespace Oxa::Tests::Support;
 using Oxa::Device::Interface::Services::IDeviceInfoService;
+using testing::HasSubstr;
+using testing::ThrowsMessage;
 
 struct OpenHandler final : DiWbmHandlerBase
 {
@@ -25,6 +30,12 @@ struct OpenHandler final : DiWbmHandlerBase
     using DiWbmHandlerBase::HasPermissionOnObject;
     using DiWbmHandlerBase::rtcService;
     using DiWbmHandlerBase::SubscribeBaseServices;
+
+    /// In the order of subscription.
+    [[nodiscard]] std::vector<std::shared_ptr<void>> GetMembers() const
+    {
+        return {deviceInfoService, deviceStatusService, deviceControlService, authorizationService, rtcService};
+    }
 };
 
 /// Makes an object that is of no service interface, and keeps it, since its caller may not delete it.
@@ -61,7 +72,7 @@ TEST(SubscribingServices, StopsAtTheFirstOneThatCannotBeHad)
     EXPECT_FALSE(handler.BaseServicesAvailable());
 }
 
-TEST(SubscribingServices, NeedsAllFiveToBeAvailableAndKeepsThemWhenALaterSubscriptionFails)
+TEST(SubscribingServices, NeedsAllFiveToBeAvailable)
 {
     FakeDevice device;
     OpenHandler handler;
@@ -78,9 +89,21 @@ TEST(SubscribingServices, NeedsAllFiveToBeAvailableAndKeepsThemWhenALaterSubscri
     expectNeeded(handler.deviceControlService);
     expectNeeded(handler.authorizationService);
     expectNeeded(handler.rtcService);
+}
 
-    ServiceManager::UnregisterService(*FakeDevice::GetFactories()[0]);
+TEST(SubscribingServices, AnewReplacesThoseInFrontOfAFailureAndKeepsTheRest)
+{
+    FakeDevice device;
+    OpenHandler handler;
+    handler.SubscribeBaseServices();
+    const auto before = handler.GetMembers();
+    constexpr std::size_t failing = 2;
+    ServiceManager::UnregisterService(*FakeDevice::GetFactories()[failing]);
     EXPECT_FALSE(handler.SubscribeBaseServices());
+    for (std::size_t index = 0; index < before.size(); ++index)
+    {
+        EXPECT_EQ(handler.GetMembers()[index] == before[index], index >= failing) << index;
+    }
     EXPECT_TRUE(handler.BaseServicesAvailable());
 }
 
@@ -88,21 +111,19 @@ TEST(SubscribingServices, RefusesAServiceWithoutProviderOrOfAnotherInterface)
 {
     FakeProxyFactory factory;
     std::shared_ptr<IDeviceInfoService> member;
+    const auto tryGet = [&factory, &member]
+    {
+        return TryGetService(factory, member);
+    };
     ServiceManager::RegisterService(factory, std::make_shared<IRscService>());
-    try
-    {
-        static_cast<void>(TryGetService(factory, member));
-        FAIL() << "the proxy is of another interface";
-    }
-    catch (const InvalidCastException& exception)
-    {
-        EXPECT_STREQ(exception.what(), "The service does not implement service interface 'Test::IService'.");
-    }
+    EXPECT_THAT(tryGet, ThrowsMessage<InvalidCastException>(
+                            "The service does not implement service interface 'Test::IService'."));
     ServiceManager::UnregisterService(factory);
-    EXPECT_FALSE(TryGetService(factory, member));
+    EXPECT_FALSE(tryGet());
 
     factory.providerName = "";
-    EXPECT_THROW(static_cast<void>(TryGetService(factory, member)), ArgumentException);
+    EXPECT_THAT(tryGet, ThrowsMessage<ArgumentException>("The argument 'TService' with the value 'Test::IService' is "
+                                                         "not valid: Service does not specify a service provider"));
 }
 
 TEST(CheckingPermissions, AsksForExecutionOfTheModulesObject)
@@ -111,14 +132,15 @@ TEST(CheckingPermissions, AsksForExecutionOfTheModulesObject)
     device.authorizationService->grantedToken = 77;
     OpenHandler handler;
     handler.SubscribeBaseServices();
-    EXPECT_TRUE(handler.HasPermissionOnObject(System::Um::SecurityToken(77), "DeviceControl"));
+    const System::Um::SecurityToken token(77);
+    EXPECT_TRUE(handler.HasPermissionOnObject(token, "DeviceControl"));
     EXPECT_FALSE(handler.HasPermissionOnObject(System::Um::SecurityToken(78), "DeviceControl"));
     EXPECT_EQ(device.authorizationService->questions.front(),
               std::make_tuple(BasicString("oxa.services.wbm/modules/Di/DeviceControl"), 0x1000U, 77U));
 
-    EXPECT_TRUE(handler.HasPermissionOnObject(System::Um::SecurityToken(77), BasicString(483, 'x')));
-    EXPECT_THROW(static_cast<void>(handler.HasPermissionOnObject(System::Um::SecurityToken(77), BasicString(484, 'x'))),
-                 ArgumentException);
+    EXPECT_TRUE(handler.HasPermissionOnObject(token, BasicString(483, 'x')));
+    EXPECT_THAT([&] { return handler.HasPermissionOnObject(token, BasicString(484, 'x')); },
+                ThrowsMessage<ArgumentException>(HasSubstr("Input string is too long")));
 }
 
 } // namespace

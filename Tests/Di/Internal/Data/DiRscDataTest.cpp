@@ -4,9 +4,15 @@
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Rsc/RscArrayReader.hpp"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <stdexcept>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -14,6 +20,8 @@ namespace
 using namespace Oxa;
 using namespace Oxa::System::Rsc;
 using Oxa::Services::Modules::Wbm::Di::Internal::Data::DiRscData;
+using testing::HasSubstr;
+using testing::ThrowsMessage;
 using Value = RscVariant<512>;
 
 struct OpenRscData final : DiRscData
@@ -89,6 +97,13 @@ struct ArraySource
     int readCount = 0;
 };
 
+uint8 ReadNumber(const Value& value)
+{
+    uint8 number = 0;
+    DiRscData::ConvRscVariant512Value(value, number);
+    return number;
+}
+
 template <class T>
 void ExpectScalar(T accepted, T failure, RscType acceptedType)
 {
@@ -145,15 +160,21 @@ TEST(ReadingManyItems, HandsOutTheKeysInOrder)
     EXPECT_EQ(two.calls, "begin 2;b;a;end");
 }
 
-TEST(ReadingManyItems, CountsWhatComesAndNotWhatWasAnnounced)
+TEST(ReadingManyItems, ReplacesTheResultsByWhatComesWhateverWasAnnounced)
 {
     OpenRscData data;
-    ValueList list;
-    list.announcedCount = 3;
-    list.values = {Value(uint8{1}), Value(uint8{2})};
-    data.resultsDelegate(list);
-    EXPECT_EQ(data.results.size(), 2U);
-    EXPECT_TRUE(list.hasEnded);
+    const std::pair<std::size_t, std::vector<uint8>> cases[] = {{3, {1, 2}}, {1, {3, 4, 5}}, {0, {6}}, {2, {}}};
+    for (const auto& [announcedCount, numbers] : cases)
+    {
+        ValueList list;
+        list.announcedCount = announcedCount;
+        list.values = std::vector<Value>(numbers.begin(), numbers.end());
+        data.resultsDelegate(list);
+        EXPECT_TRUE(list.hasEnded);
+        std::vector<uint8> results(data.results.size());
+        std::transform(data.results.begin(), data.results.end(), results.begin(), ReadNumber);
+        EXPECT_EQ(results, numbers) << "announced: " << announcedCount;
+    }
 
     ValueList tooLong;
     tooLong.announcedCount = data.results.max_size() + 1;
@@ -172,44 +193,51 @@ TEST(ReadingManyItems, DrainsArraysAndKeepsThemAsTheyCame)
     EXPECT_EQ(source.readCount, 3);
 }
 
+TEST(ReadingManyItems, ReadsArraysFromARemotingSource)
+{
+    OpenRscData data;
+    ArraySource source;
+    ValueList list;
+    list.values = {
+        Value(RscArrayInformation{2, 1, RscType::Uint8, nullptr, nullptr, &ArraySource::ReadElement, &source})};
+    data.resultsDelegate(list);
+    EXPECT_EQ(source.readCount, 2);
+}
+
 TEST(ReadingManyItems, RefusesArraysThatCannotBeDrained)
 {
     using Oxa::System::Commons::ArgumentException;
     using Oxa::System::Commons::InvalidOperationException;
+    OpenRscData data;
     ArraySource source;
-    const auto read = [&source](uint8 dimensions, RscType elementType, bool hasSource) -> BasicString
+    const auto read = [&data, &source](uint8 dimensions, RscType elementType, bool hasSource)
     {
-        OpenRscData data;
-        ValueList list;
-        list.values = {Value(uint8{1}), source.MakeArray(2, dimensions, elementType)};
-        if (!hasSource)
+        const Value array = hasSource ? source.MakeArray(2, dimensions, elementType)
+                                      : Value(RscArrayInformation{2, dimensions, elementType});
+        return [&data, array]
         {
-            list.values[1] = Value(RscArrayInformation{2, dimensions, elementType, nullptr, nullptr, nullptr, nullptr});
-        }
-        try
-        {
+            ValueList list;
+            list.values = {Value(uint8{1}), array};
             data.resultsDelegate(list);
-        }
-        catch (const ArgumentException& exception)
-        {
-            EXPECT_EQ(data.results.size(), 1U);
-            return exception.what();
-        }
-        catch (const InvalidOperationException& exception)
-        {
-            EXPECT_EQ(data.results.size(), 1U);
-            return exception.what();
-        }
-        return "";
+        };
     };
-    EXPECT_EQ(read(2, RscType::Uint8, true), "This element contains subarrays, please use ReadNextArray instead");
-    EXPECT_EQ(read(2, RscType::String, true), "This method can only be used with primitve Types");
-    EXPECT_EQ(read(0, RscType::Uint8, true), "RscArrayReader: dimension size has to be >= 0");
-    EXPECT_EQ(read(1, RscType::Uint8, false), "ReadElementFunction in RscVariant has to be defined");
-    EXPECT_NE(read(1, RscType::NotSet, false).find("arrayElementType"), BasicString::npos);
+    EXPECT_THAT(
+        read(2, RscType::Uint8, true),
+        ThrowsMessage<InvalidOperationException>("This element contains subarrays, please use ReadNextArray instead"));
+    EXPECT_THAT(read(2, RscType::String, true),
+                ThrowsMessage<InvalidOperationException>("This method can only be used with primitve Types"));
+
+    // Of several faults the first in this order is told: no element type, no dimension, no source.
+    EXPECT_THAT(read(0, RscType::NotSet, false), ThrowsMessage<ArgumentException>(HasSubstr("arrayElementType")));
+    EXPECT_THAT(read(0, RscType::Uint8, false),
+                ThrowsMessage<ArgumentException>("RscArrayReader: dimension size has to be >= 0"));
+    EXPECT_THAT(read(1, RscType::Uint8, false),
+                ThrowsMessage<ArgumentException>("ReadElementFunction in RscVariant has to be defined"));
+    EXPECT_EQ(data.results.size(), 1U) << "what came in front of the array";
 
     Value scalar(uint8{1});
-    EXPECT_THROW(DiRscData::ReadRscArrayElements(scalar), InvalidOperationException);
+    EXPECT_THAT([&scalar] { DiRscData::ReadRscArrayElements(scalar); },
+                ThrowsMessage<InvalidOperationException>("RscVariant doesn't contain array information"));
 }
 
 } // namespace

@@ -4,8 +4,11 @@
 #include "Support/FakeDevice.hpp"
 #include "Support/LogRecorder.hpp"
 
+#include <fmt/format.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -107,13 +110,17 @@ TEST_F(ReadingUtilization, ChangesNothingWhenTheNumberOfResultsIsWrong)
               "Failed to get device general data. Size missmatch error. Expected: 9, Result: 7");
 }
 
-TEST_F(ReadingUtilization, GoesOnWith255CoresWhenTheNumberCannotBeRead)
+TEST_F(ReadingUtilization, KeepsItsValuesAndAsksNobodyWhenThereAreNoCoresAnyMore)
 {
-    bench.device.SetInfo("Cpu.Cores.Count", uint32{4});
     bench.section.Setup();
-    EXPECT_EQ(log.GetEntries().back().message, "Failed to get CPU cores count");
-    EXPECT_NE(WriteToJson(bench.section).find(R"("cpuCoresCount":255)"), BasicString::npos);
-    EXPECT_TRUE(WriteToJson(bench.section).find(R"("cpuCoresLoad":[])") != BasicString::npos);
+    EXPECT_TRUE(bench.section.UpdateData());
+    bench.device.SetInfo("Cpu.Cores.Count", uint8{0});
+    bench.section.Setup();
+    const BasicString before = WriteToJson(bench.section);
+    const auto keysBefore = bench.device.status.GetReadKeys();
+    EXPECT_FALSE(bench.section.UpdateData());
+    EXPECT_EQ(WriteToJson(bench.section), before);
+    EXPECT_EQ(bench.device.status.GetReadKeys(), keysBefore);
 }
 
 TEST_F(ReadingUtilization, SaysWhichServiceIsMissingAndReadsNothing)
@@ -123,6 +130,7 @@ TEST_F(ReadingUtilization, SaysWhichServiceIsMissingAndReadsNothing)
     EXPECT_EQ(WriteToJson(bench.section), untouched);
     ASSERT_EQ(log.GetEntries().size(), 1U);
     EXPECT_EQ(log.GetEntries()[0].level, LogLevel::Warning);
+    EXPECT_TRUE(log.GetEntries()[0].message.starts_with("The device information service is missing"));
 }
 
 /// Runs in a fresh process: updates a first section, then a second one, and says what came of the second.
@@ -156,6 +164,34 @@ TEST_F(FirstUpdateOfAProcess, FixesTheNumberOfCoreLoadsForAllLaterSections)
                 R"(updated .*"cpuCoresCount":4,.*"cpuCoresLoad":\[11,12\])");
     EXPECT_EXIT(UpdateOneAfterTheOther(4, true, 2), testing::ExitedWithCode(0), "out of range");
     EXPECT_EXIT(UpdateOneAfterTheOther(4, false, 4), testing::ExitedWithCode(0), R"(updated .*"cpuCoresLoad":\[\])");
+}
+
+/// Runs in a fresh process: sets a section up and updates it once, and says what it read, logged and would write.
+template <class T>
+[[noreturn]] void UpdateOnce(T coresCount)
+{
+    const LogRecorder log;
+    UtilizationBench bench(4);
+    bench.device.SetInfo("Cpu.Cores.Count", coresCount);
+    bench.section.Setup();
+    const bool isUpdated = bench.section.UpdateData();
+    const auto& keys = bench.device.status.GetReadKeys();
+    const auto entries = log.GetEntries();
+    fmt::print(stderr, "{} {} [{}] {} {} {} {}", isUpdated ? "updated" : "failed", keys.size(),
+               keys.empty() ? "" : keys.back(), entries.size(), static_cast<int>(entries.back().level),
+               entries.back().message, WriteToJson(bench.section));
+    std::_Exit(0);
+}
+
+TEST_F(FirstUpdateOfAProcess, ReadsNothingForNoCoresAndGoesOnWith255WhenTheirNumberCannotBeRead)
+{
+    EXPECT_EXIT(UpdateOnce(uint8{0}), testing::ExitedWithCode(0),
+                testing::HasSubstr("failed 0 [] 1 7 CPU cores count: 0 " + BasicString(untouched)));
+    EXPECT_EXIT(
+        UpdateOnce(uint32{4}), testing::ExitedWithCode(0),
+        testing::AllOf(
+            testing::HasSubstr("failed 260 [Status.Cpu.255.Load.Percent] 1 7 Failed to get CPU cores count {"),
+            testing::HasSubstr(R"("cpuCoresCount":255,"cpuLoadTotal":10,"cpuCoresLoad":[11,12,13,14,255,255)")));
 }
 
 } // namespace

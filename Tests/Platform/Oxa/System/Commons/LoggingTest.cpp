@@ -71,6 +71,22 @@ TEST(Logging, FormatsOnlyWhatIsWanted)
                                     {LogLevel::Warning, "LoggingTest::Talker", "line\\x0abreak and value"}}));
 }
 
+TEST(Logging, HandsOnTheVeryLevelAndFollowsALaterConfiguration)
+{
+    const Talker talker;
+    std::vector<LogRecorder::Entry> expected;
+    for (uint8 wanted = 0; wanted <= 7; ++wanted)
+    {
+        const LogRecorder log(static_cast<LogLevel>(wanted));
+        for (uint8 level = 0; level <= 7; ++level)
+        {
+            talker.Log(static_cast<LogLevel>(level), "text");
+        }
+        expected.push_back({static_cast<LogLevel>(wanted), "LoggingTest::Talker", "text"});
+        EXPECT_EQ(log.GetEntries(), expected) << GetLogLevelName(static_cast<LogLevel>(wanted));
+    }
+}
+
 TEST(Logging, FallsBackToTheTemplateWhenFormattingThrows)
 {
     const LogRecorder log;
@@ -112,10 +128,10 @@ TEST(ConfiguringTheLog, WritesToAFileAndKeepsTheOldTargetWhenTheFileCannotBeOpen
     LogManager::Configure(configuration);
     configuration.filePath = folder / "log.txt" / "no-folder";
     EXPECT_THROW(LogManager::Configure(configuration), Oxa::System::Commons::InvalidOperationException);
-    LogManager::CreateLogAdapter("A::B")->Write(LogLevel::Warning, "kept");
+    LogManager::CreateLogAdapter("A::B")->Write(LogLevel::Notice, "kept");
     std::ifstream file(folder / "log.txt");
     const std::string line((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    EXPECT_NE(line.find("warning A::B: kept"), std::string::npos) << line;
+    EXPECT_NE(line.find("notice A::B: kept"), std::string::npos) << line;
     std::filesystem::remove_all(folder);
 }
 
