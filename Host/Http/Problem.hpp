@@ -26,28 +26,33 @@ struct Problem
 namespace Problems
 {
 
-// clang-format off
 inline constexpr Problem malformedRequest{400, "malformed-request", "The request is no well-formed HTTP request."};
-inline constexpr Problem invalidCredentials{400, "invalid-log-in", "The body must be a JSON object with the texts \"user\" and \"password\"."};
-inline constexpr Problem noSession{401, "no-session", "Log in first: the request has no session, or the session has ended."};
+inline constexpr Problem invalidCredentials{400, "invalid-log-in",
+                                            "The body must be a JSON object with the texts \"user\" and \"password\"."};
+inline constexpr Problem noSession{401, "no-session",
+                                   "Log in first: the request has no session, or the session has ended."};
 inline constexpr Problem logInFailed{401, "log-in-failed", "User name or password is wrong."};
-inline constexpr Problem noPermission{403, "no-permission", "The user has no permission to send requests to this data provider."};
+inline constexpr Problem noPermission{403, "no-permission",
+                                      "The user has no permission to send requests to this data provider."};
 inline constexpr Problem foreignOrigin{403, "foreign-origin", "Requests of other sites are refused."};
 inline constexpr Problem unknownPath{404, "unknown-path", "There is nothing under this path."};
 inline constexpr Problem unknownDataProvider{404, "unknown-data-provider", "There is no data provider of this name."};
 inline constexpr Problem unknownRequest{404, "unknown-request", "The data provider has no request of this name."};
-inline constexpr Problem methodNotAllowed{405, "method-not-allowed", "The method is not allowed here; the header field Allow names those that are."};
+inline constexpr Problem methodNotAllowed{
+    405, "method-not-allowed", "The method is not allowed here; the header field Allow names those that are."};
 inline constexpr Problem bodyTooLarge{413, "body-too-large", "The body has more than 65536 bytes."};
 inline constexpr Problem notJson{415, "not-json", "The body must be of the type application/json."};
-inline constexpr Problem unknownExpectation{417, "unknown-expectation", "The only expectation that can be met is 100-continue."};
+inline constexpr Problem unknownExpectation{417, "unknown-expectation",
+                                            "The only expectation that can be met is 100-continue."};
 inline constexpr Problem headerTooLarge{431, "header-too-large", "The header has more than 8192 bytes."};
-inline constexpr Problem internalError{500, "internal-error", "The request could not be carried out. The log tells more under the request id."};
+inline constexpr Problem internalError{
+    500, "internal-error", "The request could not be carried out. The log tells more under the request id."};
 inline constexpr Problem notAvailable{503, "not-available", "The data provider is not available at the moment."};
-inline constexpr Problem serviceNotAvailable{503, "service-not-available", "A service of the device is not available at the moment."};
+inline constexpr Problem serviceNotAvailable{503, "service-not-available",
+                                             "A service of the device is not available at the moment."};
 inline constexpr Problem tooManyRequests{503, "too-many-requests", "Too many requests are waiting."};
 inline constexpr Problem tooManyConnections{503, "too-many-connections", "Too many connections are open."};
 inline constexpr Problem notReady{503, "not-ready", "Not everything that is configured is up."};
-// clang-format on
 
 } // namespace Problems
 

@@ -139,6 +139,7 @@ TEST(Dispatching, GoesOnWhileOneDataProviderHangs)
     EXPECT_EQ(hanging.Read().body(), "went on");
     EXPECT_EQ(second.Read().body(), "waited|");
     EXPECT_EQ(third.Read().body(), "waited|");
+    EXPECT_EQ(host.Stop(), 0);
 }
 
 TEST(Pages, AreShownAsTheUserSeesThem)

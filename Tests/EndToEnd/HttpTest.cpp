@@ -88,6 +88,7 @@ TEST(Http, TakesRequestsByteForByteAndSeveralAtOnce)
     {
         EXPECT_EQ(client.Read().body(), std::to_string(index) + "|def");
     }
+    EXPECT_EQ(host.Stop(), 0);
 }
 
 TEST(Http, TakesTheLargestBodyAndGivesLargeAnswers)
