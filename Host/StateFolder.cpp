@@ -16,7 +16,7 @@ namespace Oxa::Host
 
 using System::Commons::InvalidOperationException;
 
-StateFolder::StateFolder(BasicString folder) : path(std::move(folder))
+StateFolder::StateFolder(BasicString newPath) : path(std::move(newPath))
 {
     const auto parent = std::filesystem::absolute(path).parent_path();
     std::error_code error;

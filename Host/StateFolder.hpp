@@ -10,7 +10,7 @@ class StateFolder final
 {
 public:
     /// Makes the folder, for its owner only, when there is none.
-    explicit StateFolder(BasicString path);
+    explicit StateFolder(BasicString newPath);
 
     [[nodiscard]] const BasicString& GetPath() const noexcept
     {

@@ -1,8 +1,6 @@
 #include "Device/Services/DeviceServices.hpp"
 
 #include "Device/Services/DeviceControlService.hpp"
-#include "Device/Services/DeviceInfoService.hpp"
-#include "Device/Services/DeviceStatusService.hpp"
 #include "Device/Services/RtcService.hpp"
 #include "Oxa/Device/Interface/Services/DeviceControlServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceInfoServiceProxyFactory.hpp"

@@ -2,6 +2,7 @@
 
 #include "Device/Items/ItemTable.hpp"
 #include "Device/ServiceOutage.hpp"
+#include "Device/Services/ItemService.hpp"
 
 #include <memory>
 
@@ -9,8 +10,6 @@ namespace Oxa::Device::Linux::Services
 {
 
 class DeviceControlService;
-class DeviceInfoService;
-class DeviceStatusService;
 class RtcService;
 
 /// The four services of this component and their place in the service manager. Owned by the component.

@@ -5,6 +5,7 @@
 #include "Oxa/System/Commons/XmlException.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
 
+#include <algorithm>
 #include <exception>
 #include <utility>
 
@@ -118,23 +119,23 @@ void ModuleManager::AddFailure(const ModuleConfiguration& configuration, const c
     }
 }
 
+void ModuleManager::Stop(LoadedModule& module)
+{
+    try
+    {
+        (void)TryCall(module.GetConfiguration(), "cannot be stopped", [&module] { module.GetModule().StopModule(); });
+        (void)TryCall(module.GetConfiguration(), "cannot be reset",
+                      [&module, this] { module.GetModule().ResetModule(handler); });
+    }
+    catch (const XmlException& exception)
+    {
+        AddFailure(module.GetConfiguration(), "cannot be stopped", exception.what());
+    }
+}
+
 void ModuleManager::StopAll() noexcept
 {
-    for (auto each = modules.rbegin(); each != modules.rend(); ++each)
-    {
-        LoadedModule& module = **each;
-        try
-        {
-            (void)TryCall(module.GetConfiguration(), "cannot be stopped",
-                          [&module] { module.GetModule().StopModule(); });
-            (void)TryCall(module.GetConfiguration(), "cannot be reset",
-                          [&module, this] { module.GetModule().ResetModule(handler); });
-        }
-        catch (const XmlException& exception)
-        {
-            AddFailure(module.GetConfiguration(), "cannot be stopped", exception.what());
-        }
-    }
+    std::for_each(modules.rbegin(), modules.rend(), [this](const auto& module) { Stop(*module); });
     while (!modules.empty())
     {
         modules.pop_back();

@@ -52,6 +52,7 @@ public:
 private:
     [[nodiscard]] std::unique_ptr<LoadedModule> TryLoad(const Configuration::ModuleConfiguration& configuration);
     [[nodiscard]] bool TrySetup(LoadedModule& module);
+    void Stop(LoadedModule& module);
     void AddFailure(const Configuration::ModuleConfiguration& configuration, const char* operation,
                     const BasicString& cause);
     template <class Operation>

@@ -7,7 +7,7 @@
 #include "Device/MultiReadClient.hpp"
 #include "Device/ServiceOutage.hpp"
 #include "Device/Services/DeviceServices.hpp"
-#include "Device/Services/DeviceStatusService.hpp"
+#include "Device/Services/ItemService.hpp"
 #include "Support/LogRecorder.hpp"
 
 #include <gtest/gtest.h>

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <ranges>
 #include <utility>
 
 namespace Oxa::System::Acf
@@ -54,14 +53,15 @@ void ComponentManager::StartAll()
 
 void ComponentManager::StopAll() noexcept
 {
-    for (Component& entry : components | std::views::reverse)
-    {
-        if (entry.state == State::Started)
-        {
-            entry.component->Stop();
-            entry.state = State::Stopped;
-        }
-    }
+    std::for_each(components.rbegin(), components.rend(),
+                  [](Component& entry)
+                  {
+                      if (entry.state == State::Started)
+                      {
+                          entry.component->Stop();
+                          entry.state = State::Stopped;
+                      }
+                  });
 }
 
 const std::vector<BasicString>& ComponentManager::GetFailures() const noexcept

@@ -81,10 +81,10 @@ public:
         Internal::RscTypeOf<T>::value;
     }
 
-    explicit RscVariant(const T& value) noexcept : RscVariant()
+    explicit RscVariant(const T& value) noexcept : type(Internal::RscTypeOf<T>::value)
     {
-        type = Internal::RscTypeOf<T>::value;
         static_assert(std::is_trivially_copyable_v<T>);
+        std::memset(payload.data(), 0, initializedBytes);
         std::memcpy(payload.data(), &value, sizeof(T));
     }
 

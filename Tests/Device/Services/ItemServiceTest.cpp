@@ -1,4 +1,4 @@
-#include "Device/Services/DeviceStatusService.hpp"
+#include "Device/Services/ItemService.hpp"
 
 #include "Device/ItemValueText.hpp"
 #include "Device/Items/SimulatedSource.hpp"
