@@ -20,17 +20,18 @@ CpuSampler::~CpuSampler()
 }
 
 void CpuSampler::Run() noexcept
-try
 {
-    while (waiter->Wait(period))
+    try
     {
-        loads->Sample();
+        while (waiter->Wait(period))
+        {
+            loads->Sample();
+        }
     }
-}
-
-catch (const std::exception& exception)
-{
-    Log(LogLevel::Error, "The processor loads are no longer sampled: {0}", exception.what());
+    catch (const std::exception& exception)
+    {
+        Log(LogLevel::Error, "The processor loads are no longer sampled: {0}", exception.what());
+    }
 }
 
 } // namespace Oxa::Device::Linux

@@ -47,20 +47,21 @@ void LinuxComponent::Start()
 }
 
 void LinuxComponent::Stop() noexcept
-try
 {
-    // First of all, lest the end of an outage offers again what is withdrawn here.
-    if (outage)
+    try
     {
-        outage->Stop();
+        // First of all, lest the end of an outage offers again what is withdrawn here.
+        if (outage)
+        {
+            outage->Stop();
+        }
+        services.reset();
+        sampler.reset();
     }
-    services.reset();
-    sampler.reset();
-}
-
-catch (const std::exception& exception)
-{
-    Log(LogLevel::Error, "The device services could not be stopped: {0}", exception.what());
+    catch (const std::exception& exception)
+    {
+        Log(LogLevel::Error, "The device services could not be stopped: {0}", exception.what());
+    }
 }
 
 std::shared_ptr<ServiceOutage> LinuxComponent::MakeOutage()

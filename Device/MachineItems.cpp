@@ -1,6 +1,7 @@
 #include "Device/MachineItems.hpp"
 
 #include "Device/BootIdSource.hpp"
+#include "Device/Items/AbsentSource.hpp"
 #include "Device/Items/BootClockSource.hpp"
 #include "Device/Items/CpuCountSource.hpp"
 #include "Device/Items/CpuLoadSource.hpp"
@@ -93,6 +94,9 @@ void AddIdentity(ItemTable& table, const MachineRoot& root)
     table.Add("General.Firmware.Version", MakeFirmwareVersion(root));
     table.Add("General.Hardware.Version",
               MakeFirstFile(root, {"/sys/class/dmi/id/product_version", "/sys/class/dmi/id/board_version"}));
+    table.Add("General.Fpga.Version", std::make_unique<Items::AbsentSource>("FPGA"));
+    table.Add("General.SPNS.Firmware.Version", std::make_unique<Items::AbsentSource>("safety controller part"));
+    table.Add("General.SPNS.Fpga.Version", std::make_unique<Items::AbsentSource>("safety controller part"));
 }
 
 std::unique_ptr<IItemSource> MakeUptime(const MachineRoot& root)

@@ -71,7 +71,14 @@ void CpuLoads::Sample()
     const std::lock_guard lock(mutex);
     const Slots slots = ParseSlots(ReadFile());
     Publish(slots);
-    previous = slots;
+    // The period of what could not be read goes on until it can be read again.
+    for (std::size_t index = 0; index < slotCount; ++index)
+    {
+        if (slots.at(index))
+        {
+            previous.at(index) = slots.at(index);
+        }
+    }
 }
 
 uint8 CpuLoads::GetCoreCount() const noexcept

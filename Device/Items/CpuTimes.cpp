@@ -60,12 +60,13 @@ std::optional<CpuLine> ParseCpuLine(std::string_view line) noexcept
 
 uint8 GetLoadPercent(const CpuTimes& before, const CpuTimes& after) noexcept
 {
-    if (after.total <= before.total || after.idle < before.idle)
+    if (after.total <= before.total)
     {
         return 0;
     }
     const uint64 total = after.total - before.total;
-    const uint64 idle = after.idle - before.idle;
+    // The kernel lets the time of waiting for input and output go backwards now and then: no idle time has passed then.
+    const uint64 idle = after.idle > before.idle ? after.idle - before.idle : 0;
     if (idle >= total)
     {
         return 0;

@@ -30,7 +30,7 @@ struct CpuLine
 [[nodiscard]] std::optional<CpuLine> ParseCpuLine(std::string_view line) noexcept;
 
 /// The share of the time between two readings that a processor was busy, in percent, rounded to the nearest. 0 when no
-/// time has passed and when a counter went backwards.
+/// time has passed or all of it went backwards.
 [[nodiscard]] uint8 GetLoadPercent(const CpuTimes& before, const CpuTimes& after) noexcept;
 
 /// The numbers in a list like "0-3,6", at most `maximumCount` of them; empty when the list is damaged.

@@ -108,7 +108,7 @@ TEST(ComputingLoad, IsNeverNonsense)
         {{100, 50}, {200, 100}, 50}, {{100, 50}, {300, 199}, 26}, // 25.5
         {{100, 50}, {100, 50}, 0},                                // no time
         {{100, 50}, {90, 50}, 0},                                 // total backwards
-        {{100, 50}, {200, 40}, 0},                                // idle backwards
+        {{100, 50}, {200, 40}, 100},                              // idle backwards
         {{100, 50}, {110, 70}, 0},                                // busy backwards
         {{0, 0}, {most, 0}, 100},    {{0, 0}, {most, most}, 0},
     };
