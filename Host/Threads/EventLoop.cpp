@@ -4,9 +4,12 @@
 #include <boost/asio/post.hpp>
 
 #include <chrono>
+#include <exception>
 
 namespace Oxa::Host::Threads
 {
+
+using System::Commons::Diagnostics::Logging::LogLevel;
 
 namespace
 {
@@ -94,10 +97,28 @@ void EventLoop::Lead(MemberNumber member)
 {
     while (IsLeader(member) && !isStopping)
     {
-        context.run_one();
+        RunGuarded([this] { context.run_one(); });
     }
     // What this thread queued on its last way out of a handler is known to nobody who waits for events.
-    boost::asio::post(context, [] {});
+    RunGuarded([this] { boost::asio::post(context, [] {}); });
+}
+
+/// The border of handlers: a thread that ended here would take the loop along.
+template <class Step>
+void EventLoop::RunGuarded(const Step& step)
+{
+    try
+    {
+        step();
+    }
+    catch (const std::exception& exception)
+    {
+        Log(LogLevel::Error, "a handler failed: {0}", exception.what());
+    }
+    catch (...)
+    {
+        Log(LogLevel::Error, "a handler failed with an exception of unknown type");
+    }
 }
 
 bool EventLoop::Follow(MemberNumber member)
@@ -179,12 +200,19 @@ void EventLoop::EnsureFollower()
         return;
     }
     const MemberNumber member = threads.size() + 1;
-    threads.emplace_back(
-        [this, member]
-        {
-            currentLoop = this;
-            RunMember(member);
-        });
+    try
+    {
+        threads.emplace_back(
+            [this, member]
+            {
+                currentLoop = this;
+                RunMember(member);
+            });
+    }
+    catch (const std::exception& exception)
+    {
+        Log(LogLevel::Error, "no thread to take over when a call hangs: {0}", exception.what());
+    }
 }
 
 bool EventLoop::IsLeader(MemberNumber member) const noexcept

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+
 #include <boost/asio/io_context.hpp>
 
 #include <atomic>
@@ -17,8 +19,9 @@ namespace Oxa::Host::Threads
 /// called inside a `ForeignCall`; when one lasts, another thread of the team takes the loop over, and the one that hung
 /// goes back to the team when it is through. So nothing wakes a second thread as long as everybody is quick, and all
 /// handlers but those that come out of a foreign call run one after the other.
+/// What escapes a handler is logged, and the loop goes on.
 /// Owned by the host's main part. Threads: everything is safe from any thread.
-class EventLoop final
+class EventLoop final : private System::Commons::Diagnostics::Logging::Loggable<EventLoop>
 {
 public:
     EventLoop();
@@ -60,6 +63,8 @@ private:
 
     void RunMember(MemberNumber member);
     void Lead(MemberNumber member);
+    template <class Step>
+    void RunGuarded(const Step& step);
     [[nodiscard]] bool Follow(MemberNumber member);
     [[nodiscard]] bool Watch(std::unique_lock<std::mutex>& lock, MemberNumber member);
     void Park(std::unique_lock<std::mutex>& lock, std::uint64_t seenState);

@@ -1,9 +1,12 @@
 #include "Host/Threads/TaskWorker.hpp"
 
+#include <exception>
 #include <utility>
 
 namespace Oxa::Host::Threads
 {
+
+using System::Commons::Diagnostics::Logging::LogLevel;
 
 TaskWorker::TaskWorker(std::size_t maximumWaiting) : maximumWaiting(maximumWaiting) {}
 
@@ -49,8 +52,24 @@ void TaskWorker::Run()
         const Task task = std::move(tasks.front());
         tasks.pop_front();
         lock.unlock();
-        task();
+        RunGuarded(task);
         lock.lock();
+    }
+}
+
+void TaskWorker::RunGuarded(const Task& task) const
+{
+    try
+    {
+        task();
+    }
+    catch (const std::exception& exception)
+    {
+        Log(LogLevel::Error, "a task failed: {0}", exception.what());
+    }
+    catch (...)
+    {
+        Log(LogLevel::Error, "a task failed with an exception of unknown type");
     }
 }
 

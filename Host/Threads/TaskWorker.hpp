@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
@@ -11,8 +13,8 @@ namespace Oxa::Host::Threads
 {
 
 /// One thread for work that takes too long for the event loop, one task at a time in order. The thread starts with the
-/// first task. Safe from any thread. Tasks must not throw.
-class TaskWorker final
+/// first task. What a task throws is logged. Safe from any thread.
+class TaskWorker final : private System::Commons::Diagnostics::Logging::Loggable<TaskWorker>
 {
 public:
     using Task = std::function<void()>;
@@ -29,6 +31,7 @@ public:
 
 private:
     void Run();
+    void RunGuarded(const Task& task) const;
 
     const std::size_t maximumWaiting;
     std::mutex mutex;
