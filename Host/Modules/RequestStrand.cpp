@@ -53,26 +53,40 @@ Handling RequestStrand::Enqueue(const std::shared_ptr<IHttpExchange>& exchange, 
         isBusy = true;
     }
     // It became idle a moment ago.
+    const Visit visit(*this);
     Execute(*exchange, task);
-    Leave();
     return Handling::Answered;
 }
 
-void RequestStrand::Leave()
+void RequestStrand::Leave() noexcept
 {
-    Waiting next;
+    while (auto next = TakeNext())
     {
-        const std::lock_guard lock(mutex);
-        if (waiting.empty())
+        try
         {
-            isBusy = false;
-            becameIdle.notify_all();
+            PostNext(std::move(*next));
             return;
         }
-        next = std::move(waiting.front());
-        waiting.pop_front();
+        catch (...)
+        {
+            // Out of memory: this one's connection ends without an answer, the strand goes on.
+        }
     }
-    PostNext(std::move(next));
+}
+
+/// Empty: the strand is idle.
+std::optional<RequestStrand::Waiting> RequestStrand::TakeNext()
+{
+    const std::lock_guard lock(mutex);
+    if (waiting.empty())
+    {
+        isBusy = false;
+        becameIdle.notify_all();
+        return std::nullopt;
+    }
+    std::optional<Waiting> next = std::move(waiting.front());
+    waiting.pop_front();
+    return next;
 }
 
 /// Not at once: the answer of the request before it is to go out first.
@@ -81,14 +95,29 @@ void RequestStrand::PostNext(Waiting next)
     boost::asio::post(loop.GetContext(),
                       [self = shared_from_this(), next = std::move(next)]() mutable
                       {
-                          self->Execute(*next.first, next.second);
-                          self->Leave();
+                          {
+                              const Visit visit(*self);
+                              self->Execute(*next.first, next.second);
+                          }
                           next.first->Resume();
                       });
 }
 
 void RequestStrand::ExecuteGuarded(IHttpExchange& exchange, void (*invoke)(const void*, IHttpExchange&),
-                                   const void* function)
+                                   const void* function) noexcept
+{
+    try
+    {
+        ExecuteOrAnswerFault(exchange, invoke, function);
+    }
+    catch (...)
+    {
+        // The fault cannot even be told: this client waits in vain, the others must not.
+    }
+}
+
+void RequestStrand::ExecuteOrAnswerFault(IHttpExchange& exchange, void (*invoke)(const void*, IHttpExchange&),
+                                         const void* function)
 {
     try
     {

@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 namespace Oxa::Host::Modules
@@ -39,8 +40,8 @@ public:
     {
         if (TryEnter())
         {
+            const Visit visit(*this);
             Execute(*exchange, task);
-            Leave();
             return Http::Handling::Answered;
         }
         return Enqueue(exchange, Task(std::forward<F>(task)));
@@ -52,9 +53,28 @@ public:
 private:
     using Waiting = std::pair<std::shared_ptr<Http::IHttpExchange>, Task>;
 
+    /// Leaves a strand that was entered.
+    class Visit final
+    {
+    public:
+        explicit Visit(RequestStrand& strand) noexcept : strand(strand) {}
+
+        Visit(const Visit&) = delete;
+        Visit& operator=(const Visit&) = delete;
+
+        ~Visit()
+        {
+            strand.Leave();
+        }
+
+    private:
+        RequestStrand& strand;
+    };
+
     [[nodiscard]] bool TryEnter();
     [[nodiscard]] Http::Handling Enqueue(const std::shared_ptr<Http::IHttpExchange>& exchange, Task task);
-    void Leave();
+    void Leave() noexcept;
+    [[nodiscard]] std::optional<Waiting> TakeNext();
     void PostNext(Waiting next);
     void AnswerFault(Http::IHttpExchange& exchange, const char* cause);
 
@@ -68,7 +88,9 @@ private:
     }
 
     void ExecuteGuarded(Http::IHttpExchange& exchange, void (*invoke)(const void*, Http::IHttpExchange&),
-                        const void* function);
+                        const void* function) noexcept;
+    void ExecuteOrAnswerFault(Http::IHttpExchange& exchange, void (*invoke)(const void*, Http::IHttpExchange&),
+                              const void* function);
 
     Threads::EventLoop& loop;
     const BasicString name;
