@@ -16,15 +16,9 @@ namespace Oxa::Host
 {
 
 using Http::Handling;
-using Http::HttpMethod;
 
 namespace
 {
-
-bool IsRead(HttpMethod method) noexcept
-{
-    return method == HttpMethod::Get || method == HttpMethod::Head;
-}
 
 Handling AnswerProblem(Http::IHttpExchange& exchange, const Http::Problem& problem)
 {
@@ -89,7 +83,7 @@ Handling ApiRouter::HandleProvider(const Exchange& exchange, std::string_view pa
     {
         return AnswerProblem(*exchange, Http::Problems::noSession);
     }
-    if (caller->isByCookie && !IsRead(request.method) && Sessions::IsForeign(request))
+    if (caller->isByCookie && !Http::IsRead(request.method) && Sessions::IsForeign(request))
     {
         return AnswerProblem(*exchange, Http::Problems::foreignOrigin);
     }
@@ -108,7 +102,7 @@ Handling ApiRouter::HandlePages(const Exchange& exchange)
 template <class Route>
 Handling ApiRouter::HandleRead(const Exchange& exchange, const Route& route)
 {
-    if (!IsRead(exchange->GetRequest().method))
+    if (!Http::IsRead(exchange->GetRequest().method))
     {
         Http::SendMethodNotAllowed(*exchange, "GET, HEAD");
         return Handling::Answered;

@@ -16,6 +16,12 @@ enum class HttpMethod : uint8
     Other
 };
 
+/// Whether the method only reads.
+[[nodiscard]] constexpr bool IsRead(HttpMethod method) noexcept
+{
+    return method == HttpMethod::Get || method == HttpMethod::Head;
+}
+
 /// One request as it came: every text is untrusted. The views are valid until the request is answered.
 struct HttpRequest
 {

@@ -6,6 +6,8 @@
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
 
+#include <algorithm>
+#include <string_view>
 #include <utility>
 
 namespace Oxa::Host::Modules
@@ -24,48 +26,22 @@ using System::Nm::NotificationKind;
 namespace
 {
 
-bool IsRead(HttpMethod method) noexcept
-{
-    return method == HttpMethod::Get || method == HttpMethod::Head;
-}
-
 bool IsAllowed(HttpMethod method, const DataProvider& provider) noexcept
 {
-    return method == HttpMethod::Post || (provider.isSafe && IsRead(method));
+    return method == HttpMethod::Post || (provider.isSafe && Http::IsRead(method));
 }
 
-/// Publishes how a command went, also when it ends with an exception.
-class CommandReport final
+/// At most 64 bytes of the text, whole UTF-8 characters: a log is no place for whatever somebody sends.
+BasicString Cut(std::string_view text)
 {
-public:
-    CommandReport(System::Nm::NotificationManager& notifications, const ProviderRequest& request)
-        : notifications(notifications), request(request)
+    constexpr std::size_t maximumBytes = 64;
+    std::size_t length = std::min(text.size(), maximumBytes);
+    while (length > 0 && length < text.size() && (static_cast<unsigned char>(text[length]) & 0xC0U) == 0x80U)
     {
+        --length;
     }
-
-    CommandReport(const CommandReport&) = delete;
-    CommandReport& operator=(const CommandReport&) = delete;
-
-    ~CommandReport()
-    {
-        notifications.Publish({{},
-                               kind,
-                               "Host.Modules",
-                               request.userName,
-                               request.requestName,
-                               {{"dataProvider", request.providerName}}});
-    }
-
-    void SetKind(NotificationKind newKind) noexcept
-    {
-        kind = newKind;
-    }
-
-private:
-    System::Nm::NotificationManager& notifications;
-    const ProviderRequest& request;
-    NotificationKind kind = NotificationKind::CommandFailed;
-};
+    return BasicString(text.substr(0, length));
+}
 
 } // namespace
 
@@ -98,19 +74,14 @@ void Dispatcher::Answer(IHttpExchange& exchange, const DataProvider& provider, c
     {
         if (!provider.isSafe && obstacle->status == 403)
         {
-            CommandReport(notifications, request).SetKind(NotificationKind::CommandRefused);
+            Publish(NotificationKind::CommandRefused, request);
         }
         Http::SendProblem(exchange, *obstacle);
         return;
     }
-    if (provider.isSafe)
-    {
-        Forward(exchange, provider, request);
-        return;
-    }
-    CommandReport report(notifications, request);
-    Forward(exchange, provider, request);
-    report.SetKind(NotificationKind::CommandExecuted);
+    const WbmResponse response = provider.isSafe ? Ask(exchange.GetRequest(), provider, request)
+                                                 : Execute(exchange.GetRequest(), provider, request);
+    exchange.Send({200, response.GetHeader().GetMediaType(), {}}, response.GetBody());
 }
 
 /// Null: the module may be asked.
@@ -127,14 +98,38 @@ const Http::Problem* Dispatcher::FindObstacle(const DataProvider& provider, cons
     return provider.handler->HandlesRequest(request.requestName) ? nullptr : &Http::Problems::unknownRequest;
 }
 
-void Dispatcher::Forward(IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request)
+/// Publishes how it went, also when it ends with an exception.
+WbmResponse Dispatcher::Execute(const HttpRequest& http, const DataProvider& provider,
+                                const ProviderRequest& request) const
 {
-    const HttpRequest& http = exchange.GetRequest();
-    const WbmRequest wbmRequest(request.requestName,
-                                RequestParams(RequestQuery(BasicString(http.query)), BasicString(http.body)),
-                                request.securityToken);
-    const WbmResponse response = provider.handler->HandleRequest(wbmRequest);
-    exchange.Send({200, response.GetHeader().GetMediaType(), {}}, response.GetBody());
+    try
+    {
+        WbmResponse response = Ask(http, provider, request);
+        Publish(NotificationKind::CommandExecuted, request);
+        return response;
+    }
+    catch (...)
+    {
+        Publish(NotificationKind::CommandFailed, request);
+        throw;
+    }
+}
+
+WbmResponse Dispatcher::Ask(const HttpRequest& http, const DataProvider& provider, const ProviderRequest& request)
+{
+    return provider.handler->HandleRequest(
+        WbmRequest(request.requestName, RequestParams(RequestQuery(BasicString(http.query)), BasicString(http.body)),
+                   request.securityToken));
+}
+
+void Dispatcher::Publish(NotificationKind kind, const ProviderRequest& request) const
+{
+    notifications.Publish({{},
+                           kind,
+                           "Host.Modules",
+                           request.userName,
+                           Cut(request.requestName),
+                           {{"dataProvider", request.providerName}}});
 }
 
 } // namespace Oxa::Host::Modules

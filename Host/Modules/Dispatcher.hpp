@@ -9,11 +9,18 @@
 namespace Oxa::System::Nm
 {
 class NotificationManager;
+enum class NotificationKind : uint16;
+} // namespace Oxa::System::Nm
+
+namespace Oxa::Services::Commons::Wbm
+{
+class WbmResponse;
 }
 
 namespace Oxa::Host::Http
 {
 class IHttpExchange;
+struct HttpRequest;
 struct Problem;
 } // namespace Oxa::Host::Http
 
@@ -48,7 +55,11 @@ private:
     void Answer(Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const;
     [[nodiscard]] static const Http::Problem* FindObstacle(const DataProvider& provider,
                                                            const ProviderRequest& request);
-    static void Forward(Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request);
+    [[nodiscard]] Services::Commons::Wbm::WbmResponse
+    Execute(const Http::HttpRequest& http, const DataProvider& provider, const ProviderRequest& request) const;
+    [[nodiscard]] static Services::Commons::Wbm::WbmResponse
+    Ask(const Http::HttpRequest& http, const DataProvider& provider, const ProviderRequest& request);
+    void Publish(System::Nm::NotificationKind kind, const ProviderRequest& request) const;
 
     ModuleRegistry& registry;
     System::Nm::NotificationManager& notifications;

@@ -3,10 +3,32 @@
 #include "Oxa/System/Nm/Notification.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
 
+#include <string_view>
+
 namespace Oxa::Host::Sessions
 {
 
 using System::Commons::Diagnostics::Logging::LogLevel;
+
+namespace
+{
+
+/// In quotes, and so that no text can end them.
+BasicString Quote(std::string_view text)
+{
+    BasicString quoted = "'";
+    for (const char character : text)
+    {
+        if (character == '\'' || character == '\\')
+        {
+            quoted += '\\';
+        }
+        quoted += character;
+    }
+    return quoted += '\'';
+}
+
+} // namespace
 
 AuditLog::AuditLog(System::Nm::NotificationManager& notifications)
     : subscription(
@@ -21,11 +43,11 @@ void AuditLog::Write(const System::Nm::Notification& notification) const
     BasicString details;
     for (const auto& [name, value] : notification.fields)
     {
-        details += System::Commons::Text::Format(" {0}='{1}'", name, value);
+        details += System::Commons::Text::Format(" {0}={1}", name, Quote(value));
     }
-    Log(LogLevel::Information, "{0} source='{1}' user='{2}' text='{3}'{4}",
-        System::Nm::GetNotificationKindName(notification.kind), notification.source, notification.user,
-        notification.text, details);
+    Log(LogLevel::Information, "{0} source={1} user={2} text={3}{4}",
+        System::Nm::GetNotificationKindName(notification.kind), Quote(notification.source), Quote(notification.user),
+        Quote(notification.text), details);
 }
 
 } // namespace Oxa::Host::Sessions
