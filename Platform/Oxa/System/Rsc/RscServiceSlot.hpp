@@ -25,12 +25,12 @@ public:
     template <class T>
     [[nodiscard]] std::shared_ptr<T> Acquire() const
     {
-        auto implementation = std::dynamic_pointer_cast<T>(TryAcquire());
-        if (!implementation)
+        auto service = std::dynamic_pointer_cast<T>(TryAcquire());
+        if (!service)
         {
             ThrowNotAvailable();
         }
-        return implementation;
+        return service;
     }
 
     /// Null when nothing is provided at the moment.

@@ -7,6 +7,8 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include <cstddef>
+
 namespace Oxa::System::Commons::Json
 {
 
@@ -14,6 +16,9 @@ IJsonSerializable::~IJsonSerializable() = default;
 
 struct JsonWriter::Implementation
 {
+    // Room for a usual answer at once, instead of growing to it in half a dozen steps.
+    static constexpr std::size_t initialBytes = 2048;
+
     enum class Bracket : char
     {
         Object,
@@ -64,7 +69,7 @@ struct JsonWriter::Implementation
         bracket == Bracket::ComplexArray ? writer.EndArray() : writer.EndObject();
     }
 
-    rapidjson::StringBuffer buffer;
+    rapidjson::StringBuffer buffer{nullptr, initialBytes};
     rapidjson::Writer<rapidjson::StringBuffer> writer{buffer};
     // A text as a stack: short ones need no allocation.
     std::string openBrackets;
