@@ -5,7 +5,9 @@
 #include <sodium.h>
 
 #include <array>
+#include <cerrno>
 #include <mutex>
+#include <string_view>
 
 namespace Oxa::System::Um::Internal
 {
@@ -28,6 +30,11 @@ bool TryHash(const BasicString& password, HashText& text)
                                  crypto_pwhash_ALG_ARGON2ID13) == 0;
 }
 
+[[noreturn]] void ThrowOutOfMemory(std::string_view operation)
+{
+    throw InvalidOperationException::Create("cannot {0} a password: not enough memory", operation);
+}
+
 } // namespace
 
 PasswordHasher::PasswordHasher()
@@ -44,7 +51,7 @@ BasicString PasswordHasher::Hash(const BasicString& password)
     HashText text{};
     if (!TryHash(password, text))
     {
-        throw InvalidOperationException::Create("cannot hash a password: not enough memory");
+        ThrowOutOfMemory("hash");
     }
     return text.data();
 }
@@ -52,14 +59,26 @@ BasicString PasswordHasher::Hash(const BasicString& password)
 bool PasswordHasher::Verify(const BasicString& hash, const BasicString& password)
 {
     const std::lock_guard lock(mutex);
-    return crypto_pwhash_str_verify(hash.c_str(), password.data(), password.size()) == 0;
+    errno = 0;
+    if (crypto_pwhash_str_verify(hash.c_str(), password.data(), password.size()) == 0)
+    {
+        return true;
+    }
+    if (errno == ENOMEM)
+    {
+        ThrowOutOfMemory("check");
+    }
+    return false;
 }
 
 void PasswordHasher::Imitate(const BasicString& password)
 {
     const std::lock_guard lock(mutex);
     HashText text{};
-    (void)TryHash(password, text);
+    if (!TryHash(password, text))
+    {
+        ThrowOutOfMemory("check");
+    }
 }
 
 } // namespace Oxa::System::Um::Internal

@@ -14,10 +14,11 @@ public:
     /// Throws InvalidOperationException when the machine has no source of randomness.
     PasswordHasher();
 
-    /// A text that holds algorithm, parameters, salt and hash. Throws InvalidOperationException when memory is short.
+    // All three throw InvalidOperationException when memory is short.
+
+    /// A text that holds algorithm, parameters, salt and hash.
     [[nodiscard]] BasicString Hash(const BasicString& password);
 
-    /// False also when memory is short.
     [[nodiscard]] bool Verify(const BasicString& hash, const BasicString& password);
 
     /// Takes as long as `Verify`.
