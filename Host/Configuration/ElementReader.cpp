@@ -85,4 +85,9 @@ void ElementReader::ThrowUnknownElement() const
     throw XmlException::Create(reader, "the element '{0}' is not known here", reader.GetElementLocalName());
 }
 
+void ElementReader::ThrowRepeatedElement() const
+{
+    throw XmlException::Create(reader, "the element '{0}' occurs twice", reader.GetElementLocalName());
+}
+
 } // namespace Oxa::Host::Configuration

@@ -33,6 +33,7 @@ public:
     [[noreturn]] void ThrowBadValue(std::string_view attributeName, std::string_view value,
                                     std::string_view expected) const;
     [[noreturn]] void ThrowUnknownElement() const;
+    [[noreturn]] void ThrowRepeatedElement() const;
 
 private:
     System::Commons::Xml::XmlReader& reader;

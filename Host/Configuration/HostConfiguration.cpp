@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <set>
 
 namespace Oxa::Host::Configuration
 {
@@ -127,6 +128,11 @@ private:
         if (rule == std::end(rules))
         {
             element.ThrowUnknownElement();
+        }
+        // What two of them say might differ.
+        if (parents.empty() && !seen.insert(path).second)
+        {
+            element.ThrowRepeatedElement();
         }
         (this->*rule->read)(element);
     }
@@ -248,6 +254,8 @@ private:
 
     HostConfiguration& configuration;
     std::vector<BasicString> parents;
+    /// The document element's children so far.
+    std::set<BasicString> seen;
 };
 
 } // namespace

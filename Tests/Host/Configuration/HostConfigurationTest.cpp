@@ -74,6 +74,7 @@ TEST(ReadingTheConfiguration, NamesTheLineOfWhatItDoesNotUnderstand)
         {"<Unknown/>", "the element 'Unknown' is not known here"},
         {"<Log><Http/></Log>", "the element 'Http' is not known here"},
         {"<Module name=\"M\" library=\"/m\"/>", "the element 'Module' is not known here"},
+        {"<Log/><Log level=\"debug\"/>", "the element 'Log' occurs twice"},
         {"<Http prot=\"1\"/>", "the element 'Http' has no attribute 'prot'"},
         {"<Http port=\"65536\"/>", "'65536', expected a number from 0 to 65535"},
         {"<Http port=\"-1\"/>", "'-1', expected a whole number"},
