@@ -6,6 +6,7 @@
 #include <boost/asio/write.hpp>
 #include <boost/beast/core/string.hpp>
 #include <boost/beast/http/error.hpp>
+#include <sodium.h>
 #include <sys/socket.h>
 
 #include <cstring>
@@ -27,8 +28,16 @@ namespace
 constexpr uint32 noDeadline = std::numeric_limits<uint32>::max();
 constexpr std::chrono::seconds lingerTimeout{2};
 constexpr std::size_t maximumLingeredBytes = std::size_t{1024} * 1024;
-// What one large answer needed is not kept for ever.
-constexpr std::size_t maximumKeptBytes = std::size_t{64} * 1024;
+// What one large body or answer needed is not kept for ever.
+constexpr std::size_t maximumKeptBytes = std::size_t{16} * 1024;
+
+void Shrink(BasicString& text)
+{
+    if (text.capacity() > maximumKeptBytes)
+    {
+        BasicString().swap(text);
+    }
+}
 
 } // namespace
 
@@ -39,6 +48,8 @@ HttpConnection::HttpConnection(HttpServer& server, HttpServer::Socket socket)
 
 HttpConnection::~HttpConnection()
 {
+    readBytes = 0;
+    WipeBody();
     Close();
 }
 
@@ -93,7 +104,19 @@ void HttpConnection::BeginRequest()
     parsedBytes = 0;
     bodyOffset = 0;
     isHeaderStarted = false;
+    WipeBody();
+    Shrink(body);
     parser.emplace(body);
+}
+
+/// A body may hold a password.
+void HttpConnection::WipeBody() noexcept
+{
+    if (!body.empty())
+    {
+        sodium_memzero(body.data(), body.size());
+        sodium_memzero(buffer.data() + readBytes, bufferBytes - readBytes);
+    }
 }
 
 void HttpConnection::Read()
@@ -143,7 +166,11 @@ void HttpConnection::Process()
 
 HttpConnection::ParseResult HttpConnection::Parse()
 {
-    if (readBytes > 0 && !isHeaderStarted)
+    if (!isHeaderStarted)
+    {
+        SkipEmptyLines();
+    }
+    if (parsedBytes < readBytes && !isHeaderStarted)
     {
         isHeaderStarted = true;
         isIdle.store(false, std::memory_order_relaxed);
@@ -157,6 +184,10 @@ HttpConnection::ParseResult HttpConnection::Parse()
         if (error && error != http::error::need_more)
         {
             return OnParseError(error);
+        }
+        if (!wasHeaderDone && IsHeaderTooLarge())
+        {
+            return OnParseError(http::error::header_limit);
         }
         if (parser->is_done())
         {
@@ -180,6 +211,27 @@ HttpConnection::ParseResult HttpConnection::Parse()
         parsedBytes = bodyOffset;
     }
     return readBytes < bufferBytes ? ParseResult::NeedsMore : OnParseError(http::error::header_limit);
+}
+
+/// Some clients send one behind a body.
+void HttpConnection::SkipEmptyLines() noexcept
+{
+    while (parsedBytes < readBytes && (buffer[parsedBytes] == '\r' || buffer[parsedBytes] == '\n'))
+    {
+        ++parsedBytes;
+    }
+    if (parsedBytes == readBytes)
+    {
+        parsedBytes = 0;
+        readBytes = 0;
+    }
+}
+
+/// The parser's own limit depends on the pieces in which the header comes.
+bool HttpConnection::IsHeaderTooLarge() const noexcept
+{
+    return parser->is_header_done() ? parsedBytes > RequestParser::maximumHeaderBytes
+                                    : readBytes >= RequestParser::maximumHeaderBytes;
 }
 
 HttpConnection::ParseResult HttpConnection::OnParseError(const error_code& error)
@@ -302,10 +354,7 @@ bool HttpConnection::OnWritten()
         EndAfterAnswer();
         return false;
     }
-    if (output.capacity() > maximumKeptBytes)
-    {
-        BasicString().swap(output);
-    }
+    Shrink(output);
     BeginRequest();
     SetDeadline(server.GetConfiguration().idleTimeout);
     // In this order: a server that stops sets its flag first and looks at idle connections then.

@@ -56,10 +56,13 @@ private:
     static constexpr std::size_t bufferBytes = 2 * RequestParser::maximumHeaderBytes;
 
     void BeginRequest();
+    void WipeBody() noexcept;
     void Read();
     void OnRead(std::size_t count);
     void Process();
     [[nodiscard]] ParseResult Parse();
+    void SkipEmptyLines() noexcept;
+    [[nodiscard]] bool IsHeaderTooLarge() const noexcept;
     [[nodiscard]] ParseResult OnParseError(const boost::system::error_code& error);
     [[nodiscard]] bool TryPrepareBody();
     [[nodiscard]] Handling HandleRequest();

@@ -1,8 +1,11 @@
 #include "Host/Http/RequestParser.hpp"
 
+#include <boost/algorithm/string/predicate.hpp>
 #include <boost/beast/core/string.hpp>
 
+#include <algorithm>
 #include <cstdint>
+#include <locale>
 
 namespace Oxa::Host::Http
 {
@@ -53,17 +56,21 @@ void RequestParser::on_request_impl(http::verb verb, Text /*method*/, Text targe
     }
 }
 
-/// A path with or without a query, also behind "http://…", which proxies write.
+/// A path with or without a query, also behind "http://…", which proxies write and where the path may be missing.
 bool RequestParser::TrySetTarget(std::string_view target)
 {
     constexpr std::string_view scheme = "http://";
-    if (target.starts_with(scheme))
+    const bool isAbsolute = boost::algorithm::istarts_with(target, scheme, std::locale::classic());
+    if (isAbsolute)
     {
-        const std::size_t slash = target.find('/', scheme.size());
-        target = slash == std::string_view::npos ? "/" : target.substr(slash);
+        target.remove_prefix(std::min(target.find_first_of("/?", scheme.size()), target.size()));
     }
     const std::size_t question = target.find('?');
     request.path = target.substr(0, question);
+    if (isAbsolute && request.path.empty())
+    {
+        request.path = "/";
+    }
     request.query = question == std::string_view::npos ? std::string_view() : target.substr(question + 1);
     return request.path.starts_with('/');
 }
@@ -98,8 +105,9 @@ void RequestParser::on_field_impl(http::field field, Text name, Text value, Erro
         // A trailer behind a chunked body: nothing of it counts.
         return;
     }
-    // The last coding decides where the body ends; one that is not understood must not be guessed at.
-    if (field == http::field::transfer_encoding && !boost::beast::iequals(value, "chunked"))
+    // The last coding decides where the body ends; one that is not understood must not be guessed at. HTTP/1.0 has
+    // none.
+    if (field == http::field::transfer_encoding && (isHttp10 || !boost::beast::iequals(value, "chunked")))
     {
         error = http::error::bad_transfer_encoding;
         return;

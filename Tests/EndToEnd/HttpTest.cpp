@@ -43,6 +43,11 @@ TEST(Http, RefusesWhatIsMalformedOrTooLargeAndEndsTheConnection)
         {"unknown coding", post + "Transfer-Encoding: gzip, chunked\r\n\r\n0\r\n\r\n", 400},
         {"bad chunk", post + "Transfer-Encoding: chunked\r\n\r\nxyz\r\n\r\n", 400},
         {"unknown expectation", post + "Expect: miracles\r\nContent-Length: 1\r\n\r\n", 417},
+        {"chunks in HTTP/1.0", "POST /api/v1/session HTTP/1.0\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", 400},
+        {"long target and long field",
+         "GET /healthz?" + BasicString(8000, 'x') + " HTTP/1.1\r\nHost: test\r\nX: " + BasicString(8000, 'x') +
+             "\r\n\r\n",
+         431},
         {"long header", "GET / HTTP/1.1\r\nHost: test\r\nX: " + BasicString(9000, 'x') + "\r\n\r\n", 431},
         {"endless header", "GET / HTTP/1.1\r\nHost: test\r\nX: " + BasicString(20000, 'x'), 431},
         {"long target", "GET /" + BasicString(9000, 'x') + " HTTP/1.1\r\nHost: test\r\n\r\n", 431},
@@ -128,7 +133,8 @@ TEST(Http, KeepsConnectionsAsTheClientWants)
     auto kept = host.Connect();
     kept.Write("GET /healthz HTTP/1.0\r\nConnection: keep-alive\r\n\r\n");
     EXPECT_EQ(kept.Read()["Connection"], "keep-alive");
-    kept.Write("GET http://test/healthz HTTP/1.1\r\nHost: test\r\nConnection: close\r\n\r\n");
+    // An empty line before a request is passed over.
+    kept.Write("\r\nGET HTTP://test/healthz?a HTTP/1.1\r\nHost: test\r\nConnection: close\r\n\r\n");
     EXPECT_EQ(kept.Read()["Connection"], "close");
     EXPECT_TRUE(kept.IsEnded());
 }
