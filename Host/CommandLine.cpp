@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <cstdlib>
+#include <string_view>
 
 namespace Oxa::Host
 {
@@ -12,9 +13,10 @@ namespace
 
 BasicString GetDefaultStateFolder()
 {
-    // What systemd made for the service; otherwise where it would have been.
-    const char* const folder = std::getenv("STATE_DIRECTORY");
-    return folder != nullptr ? folder : "/var/lib/oxa-wbm";
+    // What systemd made for the service, the first of perhaps several; otherwise where it would have been.
+    const char* const folders = std::getenv("STATE_DIRECTORY");
+    const std::string_view first = folders != nullptr ? folders : "";
+    return BasicString(first.empty() ? "/var/lib/oxa-wbm" : first.substr(0, first.find(':')));
 }
 
 std::pair<BasicString, BasicString> SplitVariable(const BasicString& text)

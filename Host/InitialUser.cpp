@@ -5,6 +5,7 @@
 
 #include <sodium.h>
 
+#include <algorithm>
 #include <string_view>
 
 namespace Oxa::Host
@@ -12,6 +13,8 @@ namespace Oxa::Host
 
 namespace
 {
+
+constexpr const char* administratorRole = "Admin";
 
 /// 24 characters out of 31, in groups: 118 bits, without those that look alike.
 BasicString CreatePassword()
@@ -31,18 +34,35 @@ BasicString CreatePassword()
     return password;
 }
 
+bool HasAdministrator(const System::Um::UserManager& users)
+{
+    const auto all = users.GetUsers();
+    return std::any_of(all.begin(), all.end(),
+                       [](const System::Um::UserInfo& user)
+                       { return user.roleName == administratorRole || user.name == initialUserName; });
+}
+
 } // namespace
 
 BasicString CreateInitialUser(System::Um::UserManager& users, const StateFolder& stateFolder)
 {
-    if (users.HasUsers())
+    const auto lock = stateFolder.TakeLock();
+    if (HasAdministrator(users))
     {
         return {};
     }
     BasicString password = CreatePassword();
     // First the file: a user whose password nobody knows would lock everybody out.
     stateFolder.WriteInitialPassword(password);
-    users.AddUser(initialUserName, password, "Admin");
+    try
+    {
+        users.AddUser(initialUserName, password, administratorRole);
+    }
+    catch (...)
+    {
+        stateFolder.RemoveInitialPassword();
+        throw;
+    }
     return password;
 }
 

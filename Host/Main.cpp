@@ -6,16 +6,20 @@
 #include "Host/UserCommands.hpp"
 #include "Host/WbmHost.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
 #include <sodium.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <memory>
 
 namespace
 {
@@ -24,8 +28,11 @@ using Oxa::BasicString;
 using Oxa::Host::CommandLine;
 using Oxa::Host::Configuration::HostConfiguration;
 using Oxa::System::Commons::AppDomain;
+using Oxa::System::Commons::InvalidOperationException;
 using Oxa::System::Commons::Singleton;
 using Oxa::System::Commons::XmlException;
+using Oxa::System::Commons::Diagnostics::Logging::LogManager;
+using Oxa::System::Um::UserManager;
 
 /// EX_CONFIG of sysexits.h.
 constexpr int configurationFaultStatus = 78;
@@ -48,14 +55,35 @@ void SetVariables(AppDomain& appDomain, const CommandLine& commandLine)
     }
 }
 
+/// What a configuration names and cannot be used is a fault of the configuration.
+template <class Use>
+auto UseConfigured(const Use& use)
+{
+    try
+    {
+        return use();
+    }
+    catch (const InvalidOperationException& exception)
+    {
+        throw XmlException::Create("{0}", exception.what());
+    }
+}
+
+/// The password itself only to somebody who looks on, not into a log.
+void ReportInitialUser(const CommandLine& commandLine, const BasicString& password, const BasicString& path)
+{
+    const bool isShown = commandLine.printsExamples || isatty(STDOUT_FILENO) == 1;
+    std::cout << "created the user '" << Oxa::Host::initialUserName << "' with the password "
+              << (isShown ? password + " (kept in '" + path + "')" : "in '" + path + '\'') << '\n';
+}
+
 void Serve(const CommandLine& commandLine, const HostConfiguration& configuration, AppDomain& appDomain,
-           Oxa::System::Um::UserManager& users, const Oxa::Host::StateFolder& stateFolder)
+           UserManager& users, const Oxa::Host::StateFolder& stateFolder)
 {
     const BasicString password = CreateInitialUser(users, stateFolder);
     if (!password.empty())
     {
-        std::cout << "created the user '" << Oxa::Host::initialUserName << "' with the password " << password
-                  << " (kept in '" << stateFolder.GetInitialPasswordPath() << "')\n";
+        ReportInitialUser(commandLine, password, stateFolder.GetInitialPasswordPath());
     }
     Oxa::Host::WbmHost host(appDomain, configuration, users);
     host.Run(
@@ -75,40 +103,19 @@ int Run(const CommandLine& commandLine, AppDomain& appDomain)
     SetVariables(appDomain, commandLine);
     HostConfiguration configuration = Oxa::Host::Configuration::LoadHostConfiguration(commandLine.configurationPath);
     configuration.http.port = commandLine.port.value_or(configuration.http.port);
-    Oxa::System::Commons::Diagnostics::Logging::LogManager::AssignAppDomain(appDomain);
-    Oxa::System::Commons::Diagnostics::Logging::LogManager::Configure(configuration.log);
+    LogManager::AssignAppDomain(appDomain);
+    UseConfigured([&] { LogManager::Configure(configuration.log); });
     const Oxa::Host::StateFolder stateFolder(commandLine.stateFolder);
-    Oxa::System::Um::UserManager users(configuration.usersDatabasePath);
+    const auto users = UseConfigured([&] { return std::make_unique<UserManager>(configuration.usersDatabasePath); });
     if (commandLine.action != CommandLine::Action::Serve)
     {
-        return RunUserCommand(commandLine, users, stateFolder);
+        return RunUserCommand(commandLine, *users, stateFolder);
     }
-    Serve(commandLine, configuration, appDomain, users, stateFolder);
+    Serve(commandLine, configuration, appDomain, *users, stateFolder);
     return EXIT_SUCCESS;
 }
 
-int RunGuarded(const CommandLine& commandLine, AppDomain& appDomain)
-{
-    try
-    {
-        return Run(commandLine, appDomain);
-    }
-    catch (const XmlException& exception)
-    {
-        const BasicString& position = exception.GetReadingPosition();
-        std::cerr << "oxa-wbm: " << position << (position.empty() ? "" : ": ") << exception.what() << std::endl;
-        return configurationFaultStatus;
-    }
-    catch (const std::exception& exception)
-    {
-        std::cerr << "oxa-wbm: " << exception.what() << std::endl;
-        return EXIT_FAILURE;
-    }
-}
-
-} // namespace
-
-int main(int argc, char** argv)
+int Main(int argc, const char* const* argv)
 {
     int exitStatus = EXIT_SUCCESS;
     const auto commandLine = Oxa::Host::ParseCommandLine(argc, argv, exitStatus);
@@ -120,12 +127,44 @@ int main(int argc, char** argv)
     std::signal(SIGPIPE, SIG_IGN);
     if (sodium_init() < 0)
     {
-        std::cerr << "oxa-wbm: the system has no random numbers" << std::endl;
-        return EXIT_FAILURE;
+        throw InvalidOperationException::Create("the system has no random numbers");
     }
     AppDomain appDomain("oxa-wbm");
     Singleton<AppDomain>::TrySetInstance(appDomain);
-    exitStatus = RunGuarded(*commandLine, appDomain);
+    try
+    {
+        exitStatus = Run(*commandLine, appDomain);
+    }
+    catch (...)
+    {
+        Singleton<AppDomain>::ClearInstance();
+        throw;
+    }
     Singleton<AppDomain>::ClearInstance();
     return exitStatus;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try
+    {
+        return Main(argc, argv);
+    }
+    catch (const XmlException& exception)
+    {
+        const BasicString& position = exception.GetReadingPosition();
+        std::cerr << "oxa-wbm: " << position << (position.empty() ? "" : ": ") << exception.what() << std::endl;
+        return configurationFaultStatus;
+    }
+    catch (const std::exception& exception)
+    {
+        std::cerr << "oxa-wbm: " << exception.what() << std::endl;
+    }
+    catch (...)
+    {
+        std::cerr << "oxa-wbm: an exception of an unknown type" << std::endl;
+    }
+    return EXIT_FAILURE;
 }

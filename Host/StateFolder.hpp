@@ -2,6 +2,8 @@
 
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <memory>
+
 namespace Oxa::Host
 {
 
@@ -9,17 +11,30 @@ namespace Oxa::Host
 class StateFolder final
 {
 public:
+    /// Keeps other processes from changing the folder as long as it lives.
+    class Lock final
+    {
+    public:
+        explicit Lock(int number) noexcept : number(number) {}
+
+        Lock(const Lock&) = delete;
+        Lock& operator=(const Lock&) = delete;
+        ~Lock();
+
+    private:
+        int number;
+    };
+
     /// Makes the folder, for its owner only, when there is none.
     explicit StateFolder(BasicString newPath);
 
-    [[nodiscard]] const BasicString& GetPath() const noexcept
-    {
-        return path;
-    }
-
     [[nodiscard]] BasicString GetInitialPasswordPath() const;
 
-    /// Readable by the owner only, from the first moment. Replaces an earlier one.
+    /// Waits for other processes that hold it.
+    [[nodiscard]] std::unique_ptr<Lock> TakeLock() const;
+
+    /// Readable by the owner only, from the first moment, and on the disk when this returns. Replaces an earlier one,
+    /// at once and as a whole. Requires: the lock.
     void WriteInitialPassword(const BasicString& password) const;
 
     /// Nothing happens when there is none.
