@@ -45,7 +45,7 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       registry(loop, configuration),
       modules(appDomain, registry, notifications),
       questions(std::make_shared<Modules::RequestStrand>(loop, "the host", configuration.maximumWaitingRequests)),
-      sessions(configuration.sessions, users, notifications),
+      sessions(configuration.sessions, users, notifications, loop),
       sessionRoute(sessions, loop.GetContext()),
       dispatcher(registry, notifications),
       pages(registry, *questions),

@@ -27,8 +27,10 @@ namespace Problems
 {
 
 inline constexpr Problem malformedRequest{400, "malformed-request", "The request is no well-formed HTTP request."};
-inline constexpr Problem invalidCredentials{400, "invalid-log-in",
-                                            "The body must be a JSON object with the texts \"user\" and \"password\"."};
+inline constexpr Problem invalidCredentials{
+    400, "invalid-log-in",
+    "The body must be a JSON object with the texts \"user\" (1 to 64 bytes) and "
+    "\"password\" (1 to 1024 bytes)."};
 inline constexpr Problem noSession{401, "no-session",
                                    "Log in first: the request has no session, or the session has ended."};
 inline constexpr Problem logInFailed{401, "log-in-failed", "User name or password is wrong."};

@@ -5,7 +5,7 @@
 namespace Oxa::Host::Sessions
 {
 
-bool IsForeign(const Http::HttpRequest& request)
+bool IsSaidToBeForeign(const Http::HttpRequest& request)
 {
     if (!request.fetchSite.empty() && request.fetchSite != "same-origin" && request.fetchSite != "none")
     {
@@ -17,6 +17,12 @@ bool IsForeign(const Http::HttpRequest& request)
     }
     const std::size_t schemeEnd = request.origin.find("://");
     return schemeEnd == std::string_view::npos || request.origin.substr(schemeEnd + 3) != request.host;
+}
+
+bool IsForeign(const Http::HttpRequest& request)
+{
+    const bool saysNothing = request.origin.empty() && request.fetchSite.empty();
+    return saysNothing || IsSaidToBeForeign(request);
 }
 
 } // namespace Oxa::Host::Sessions

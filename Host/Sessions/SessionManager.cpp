@@ -1,7 +1,7 @@
 #include "Host/Sessions/SessionManager.hpp"
 
 #include "Host/Http/HttpRequest.hpp"
-#include "Oxa/System/Commons/ArgumentException.hpp"
+#include "Host/Threads/EventLoop.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
@@ -17,9 +17,6 @@ using System::Um::SecurityToken;
 
 namespace
 {
-
-// As long as a name may be: a log is no place for whatever somebody sends.
-constexpr std::size_t maximumPublishedName = 64;
 
 struct Credentials
 {
@@ -64,8 +61,8 @@ Credentials FindCredentials(const Http::HttpRequest& request)
 } // namespace
 
 SessionManager::SessionManager(const Configuration::SessionConfiguration& configuration, System::Um::UserManager& users,
-                               System::Nm::NotificationManager& notifications)
-    : configuration(configuration), users(users), notifications(notifications), table(configuration)
+                               System::Nm::NotificationManager& notifications, Threads::EventLoop& loop)
+    : configuration(configuration), users(users), notifications(notifications), loop(loop), table(configuration)
 {
 }
 
@@ -80,15 +77,7 @@ SessionManager::~SessionManager()
 std::optional<SessionManager::NewSession> SessionManager::LogIn(const BasicString& userName,
                                                                 const BasicString& password)
 {
-    std::optional<SecurityToken> securityToken;
-    try
-    {
-        securityToken = users.LogIn(userName, password);
-    }
-    catch (const System::Commons::ArgumentException&)
-    {
-        // A name or a password that nobody can have.
-    }
+    const auto securityToken = users.LogIn(userName, password);
     if (!securityToken)
     {
         Publish(NotificationKind::LogInFailed, userName, "user name or password is wrong");
@@ -113,7 +102,7 @@ std::optional<Caller> SessionManager::Authenticate(const Http::HttpRequest& requ
         FinishEnded();
         return std::nullopt;
     }
-    if (found->isCheckDue && !users.TryGetUser(found->securityToken))
+    if (found->isCheckDue && !TryGetUser(found->securityToken))
     {
         (void)table.Remove(credentials.key);
         Publish(NotificationKind::SessionExpired, found->userName, "the user's logins were ended");
@@ -134,8 +123,15 @@ void SessionManager::LogOut(const Http::HttpRequest& request)
 
 BasicString SessionManager::GetRoleName(SecurityToken securityToken) const
 {
-    const auto user = users.TryGetUser(securityToken);
+    const auto user = TryGetUser(securityToken);
     return user ? user->roleName : BasicString();
+}
+
+/// Reads a file, which may take long.
+std::optional<System::Um::UserInfo> SessionManager::TryGetUser(SecurityToken securityToken) const
+{
+    const Threads::EventLoop::ForeignCall call(loop);
+    return users.TryGetUser(securityToken);
 }
 
 void SessionManager::FinishEnded()
@@ -149,7 +145,7 @@ void SessionManager::FinishEnded()
 
 void SessionManager::Publish(NotificationKind kind, std::string_view userName, const char* text)
 {
-    notifications.Publish({{}, kind, "Host.Sessions", BasicString(userName.substr(0, maximumPublishedName)), text, {}});
+    notifications.Publish({{}, kind, "Host.Sessions", BasicString(userName), text, {}});
 }
 
 } // namespace Oxa::Host::Sessions

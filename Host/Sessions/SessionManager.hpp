@@ -4,6 +4,7 @@
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Nm/NotificationKind.hpp"
 #include "Oxa/System/Um/SecurityToken.hpp"
+#include "Oxa/System/Um/UserInfo.hpp"
 
 #include <chrono>
 #include <optional>
@@ -22,6 +23,11 @@ class UserManager;
 namespace Oxa::Host::Http
 {
 struct HttpRequest;
+}
+
+namespace Oxa::Host::Threads
+{
+class EventLoop;
 }
 
 namespace Oxa::Host::Sessions
@@ -53,14 +59,15 @@ public:
 
     /// Everything is borrowed.
     SessionManager(const Configuration::SessionConfiguration& configuration, System::Um::UserManager& users,
-                   System::Nm::NotificationManager& notifications);
+                   System::Nm::NotificationManager& notifications, Threads::EventLoop& loop);
     SessionManager(const SessionManager&) = delete;
     SessionManager& operator=(const SessionManager&) = delete;
 
     /// Logs everybody out.
     ~SessionManager();
 
-    /// Takes some ten milliseconds of computing. Nothing when name and password do not belong together.
+    /// Takes some ten milliseconds of computing. Nothing when name and password do not belong together. Requires:
+    /// `MayBeCredentials`; what nobody can have is not worth a notification.
     [[nodiscard]] std::optional<NewSession> LogIn(const BasicString& userName, const BasicString& password);
 
     /// Nothing for a request without a session. A user who was removed loses the session within a second.
@@ -78,12 +85,14 @@ public:
     }
 
 private:
+    [[nodiscard]] std::optional<System::Um::UserInfo> TryGetUser(System::Um::SecurityToken securityToken) const;
     void FinishEnded();
     void Publish(System::Nm::NotificationKind kind, std::string_view userName, const char* text);
 
     const Configuration::SessionConfiguration configuration;
     System::Um::UserManager& users;
     System::Nm::NotificationManager& notifications;
+    Threads::EventLoop& loop;
     SessionTable table;
 };
 

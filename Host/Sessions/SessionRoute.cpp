@@ -7,6 +7,7 @@
 #include "Oxa/System/Commons/Json/JsonReader.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 #include "Oxa/System/Commons/OxaDateTime.hpp"
+#include "Oxa/System/Um/UserManager.hpp"
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/asio/post.hpp>
@@ -15,7 +16,6 @@
 #include <chrono>
 #include <exception>
 #include <locale>
-#include <utility>
 
 namespace Oxa::Host::Sessions
 {
@@ -101,7 +101,7 @@ Handling SessionRoute::Handle(const std::shared_ptr<IHttpExchange>& exchange)
 Handling SessionRoute::LogIn(const std::shared_ptr<IHttpExchange>& exchange)
 {
     const Http::HttpRequest& request = exchange->GetRequest();
-    if (IsForeign(request))
+    if (IsSaidToBeForeign(request))
     {
         Http::SendProblem(*exchange, Http::Problems::foreignOrigin);
         return Handling::Answered;
@@ -111,15 +111,13 @@ Handling SessionRoute::LogIn(const std::shared_ptr<IHttpExchange>& exchange)
         Http::SendProblem(*exchange, Http::Problems::notJson);
         return Handling::Answered;
     }
-    auto logIn = ReadLogInRequest(request.body);
-    if (!logIn)
+    const auto logIn = ReadLogInRequest(request.body);
+    if (!logIn || !System::Um::UserManager::MayBeCredentials(logIn->userName, logIn->password))
     {
         Http::SendProblem(*exchange, Http::Problems::invalidCredentials);
         return Handling::Answered;
     }
-    const bool isAdded =
-        worker.TryAdd([this, exchange, logIn = std::move(*logIn)]() mutable { Finish(exchange, logIn); });
-    if (isAdded)
+    if (worker.TryAdd([this, exchange, logIn] { Finish(exchange, *logIn); }))
     {
         return Handling::Deferred;
     }
@@ -127,16 +125,21 @@ Handling SessionRoute::LogIn(const std::shared_ptr<IHttpExchange>& exchange)
     return Handling::Answered;
 }
 
+SessionRoute::LogInRequest::~LogInRequest()
+{
+    sodium_memzero(password.data(), password.size());
+}
+
 /// Further members are passed over.
-std::optional<SessionRoute::LogInRequest> SessionRoute::ReadLogInRequest(std::string_view body)
+std::shared_ptr<SessionRoute::LogInRequest> SessionRoute::ReadLogInRequest(std::string_view body)
 {
     try
     {
-        LogInRequest request;
+        const auto request = std::make_shared<LogInRequest>();
         JsonReader reader(body);
         if (reader.Read() != JsonTokenType::StartObject)
         {
-            return std::nullopt;
+            return nullptr;
         }
         bool hasUser = false;
         bool hasPassword = false;
@@ -144,11 +147,11 @@ std::optional<SessionRoute::LogInRequest> SessionRoute::ReadLogInRequest(std::st
         {
             if (reader.GetText() == "user" && !hasUser)
             {
-                hasUser = TryReadString(reader, request.userName);
+                hasUser = TryReadString(reader, request->userName);
             }
             else if (reader.GetText() == "password" && !hasPassword)
             {
-                hasPassword = TryReadString(reader, request.password);
+                hasPassword = TryReadString(reader, request->password);
             }
             else
             {
@@ -156,37 +159,55 @@ std::optional<SessionRoute::LogInRequest> SessionRoute::ReadLogInRequest(std::st
             }
             reader.Skip();
         }
-        return hasUser && hasPassword ? std::optional(std::move(request)) : std::nullopt;
+        return hasUser && hasPassword ? request : nullptr;
     }
     catch (const System::Commons::Json::JsonException&)
     {
-        return std::nullopt;
+        return nullptr;
     }
 }
 
 /// On the worker's thread.
-void SessionRoute::Finish(const std::shared_ptr<IHttpExchange>& exchange, LogInRequest& request)
+void SessionRoute::Finish(const std::shared_ptr<IHttpExchange>& exchange, const LogInRequest& request) noexcept
 {
+    try
+    {
+        Answer(*exchange, request);
+        boost::asio::post(context, [exchange] { exchange->Resume(); });
+    }
+    catch (...)
+    {
+        // No memory even to tell so. The exchange is given up, and with it the client's connection.
+    }
+}
+
+void SessionRoute::Answer(IHttpExchange& exchange, const LogInRequest& request)
+{
+    BasicString cause = "an exception of an unknown type";
     try
     {
         const auto session = sessions.LogIn(request.userName, request.password);
         if (session)
         {
-            SendNewSession(*exchange, *session);
+            SendNewSession(exchange, *session);
         }
         else
         {
-            Http::SendProblem(*exchange, Http::Problems::logInFailed);
+            Http::SendProblem(exchange, Http::Problems::logInFailed);
         }
+        return;
     }
     catch (const std::exception& exception)
     {
-        const BasicString requestId = Http::CreateRequestId();
-        Log(LogLevel::Error, "log-in {0} failed: {1}", requestId, exception.what());
-        Http::SendProblem(*exchange, Http::Problems::internalError, requestId);
+        cause = exception.what();
     }
-    sodium_memzero(request.password.data(), request.password.size());
-    boost::asio::post(context, [exchange] { exchange->Resume(); });
+    catch (...)
+    {
+        // The cause stays unknown.
+    }
+    const BasicString requestId = Http::CreateRequestId();
+    Log(LogLevel::Error, "log-in {0} failed: {1}", requestId, cause);
+    Http::SendProblem(exchange, Http::Problems::internalError, requestId);
 }
 
 void SessionRoute::SendNewSession(IHttpExchange& exchange, const SessionManager::NewSession& session) const

@@ -9,7 +9,6 @@
 #include <boost/asio/io_context.hpp>
 
 #include <memory>
-#include <optional>
 
 namespace Oxa::Host::Sessions
 {
@@ -27,15 +26,23 @@ public:
     [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange);
 
 private:
-    struct LogInRequest
+    /// Stays where it is and wipes the password in the end, so that no copy of it is left in memory.
+    struct LogInRequest final
     {
+        LogInRequest() = default;
+        LogInRequest(const LogInRequest&) = delete;
+        LogInRequest& operator=(const LogInRequest&) = delete;
+        ~LogInRequest();
+
         BasicString userName;
         BasicString password;
     };
 
     [[nodiscard]] Http::Handling LogIn(const std::shared_ptr<Http::IHttpExchange>& exchange);
-    [[nodiscard]] static std::optional<LogInRequest> ReadLogInRequest(std::string_view body);
-    void Finish(const std::shared_ptr<Http::IHttpExchange>& exchange, LogInRequest& request);
+    /// Null when the body is none.
+    [[nodiscard]] static std::shared_ptr<LogInRequest> ReadLogInRequest(std::string_view body);
+    void Finish(const std::shared_ptr<Http::IHttpExchange>& exchange, const LogInRequest& request) noexcept;
+    void Answer(Http::IHttpExchange& exchange, const LogInRequest& request);
     void SendNewSession(Http::IHttpExchange& exchange, const SessionManager::NewSession& session) const;
     void Look(Http::IHttpExchange& exchange);
     void LogOut(Http::IHttpExchange& exchange);

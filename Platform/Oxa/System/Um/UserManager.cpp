@@ -107,10 +107,15 @@ bool UserManager::RemoveRole(const BasicString& roleName)
     return writer->RemoveRole(roleName);
 }
 
+bool UserManager::MayBeCredentials(const BasicString& userName, const BasicString& password) noexcept
+{
+    return Internal::IsName(userName) && Internal::IsPassword(password);
+}
+
 std::optional<SecurityToken> UserManager::LogIn(const BasicString& userName, const BasicString& password)
 {
     // The same for every user: it tells nothing about who exists.
-    if (!Internal::IsName(userName) || !Internal::IsPassword(password))
+    if (!MayBeCredentials(userName, password))
     {
         return std::nullopt;
     }

@@ -73,6 +73,9 @@ public:
     /// has.
     bool RemoveRole(const BasicString& roleName);
 
+    /// False for a name or a password that nobody can have: its log-in is refused at once.
+    [[nodiscard]] static bool MayBeCredentials(const BasicString& userName, const BasicString& password) noexcept;
+
     /// Nothing when name and password do not belong together; an unknown name takes as long as a wrong password.
     /// A user has at most 64 logins at a time, and all users together 4096: one more ends the oldest.
     [[nodiscard]] std::optional<SecurityToken> LogIn(const BasicString& userName, const BasicString& password);
