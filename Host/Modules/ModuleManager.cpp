@@ -18,9 +18,9 @@ using System::Commons::XmlException;
 using System::Commons::Diagnostics::Logging::LogLevel;
 
 ModuleManager::ModuleManager(System::Commons::AppDomain& appDomain,
-                             Services::Commons::Wbm::Modules::IWbmModuleHandler& handler,
+                             Services::Commons::Wbm::Modules::IWbmModuleHandler& registry,
                              System::Nm::NotificationManager& notifications)
-    : appDomain(appDomain), handler(handler), notifications(notifications)
+    : appDomain(appDomain), registry(registry), notifications(notifications)
 {
 }
 
@@ -46,27 +46,29 @@ std::unique_ptr<LoadedModule> ModuleManager::TryLoad(const ModuleConfiguration& 
 {
     std::unique_ptr<LoadedModule> module;
     // Two steps: what the library throws must be gone before the library is.
-    const bool isCreated =
-        TryCall(configuration, "cannot be loaded",
-                [&module, &configuration] { module = std::make_unique<LoadedModule>(configuration); }) &&
-        TryCall(configuration, "cannot be created", [&module, this] { module->Create(appDomain); });
+    const bool isCreated = TryCall(configuration, "cannot be loaded",
+                                   [&module, &configuration, this]
+                                   { module = std::make_unique<LoadedModule>(configuration, registry); }) &&
+                           TryCall(configuration, "cannot be created", [&module, this] { module->Create(appDomain); });
     return isCreated ? std::move(module) : nullptr;
 }
 
 bool ModuleManager::TrySetup(LoadedModule& module)
 {
     const ModuleConfiguration& configuration = module.GetConfiguration();
-    const auto reset = [&module, this]
+    const auto reset = [&module]
     {
-        module.GetModule().ResetModule(handler);
+        module.GetModule().ResetModule(module.GetRegistrations());
     };
     bool isUp = false;
     try
     {
-        isUp = TryCall(
-            configuration, "cannot be set up",
-            [&module, &configuration, this]
-            { module.GetModule().SetupModule(ModuleInfo(configuration.name, configuration.settingsPath), handler); });
+        isUp = TryCall(configuration, "cannot be set up",
+                       [&module, &configuration]
+                       {
+                           module.GetModule().SetupModule(ModuleInfo(configuration.name, configuration.settingsPath),
+                                                          module.GetRegistrations());
+                       });
         isUp = isUp && TryCall(configuration, "cannot be started", [&module] { module.GetModule().StartModule(); });
     }
     catch (const XmlException&)
@@ -125,7 +127,7 @@ void ModuleManager::Stop(LoadedModule& module)
     {
         (void)TryCall(module.GetConfiguration(), "cannot be stopped", [&module] { module.GetModule().StopModule(); });
         (void)TryCall(module.GetConfiguration(), "cannot be reset",
-                      [&module, this] { module.GetModule().ResetModule(handler); });
+                      [&module] { module.GetModule().ResetModule(module.GetRegistrations()); });
     }
     catch (const XmlException& exception)
     {

@@ -27,8 +27,8 @@ namespace Oxa::Host::Modules
 class ModuleManager final : private System::Commons::Diagnostics::Logging::Loggable<ModuleManager>
 {
 public:
-    /// Everything is borrowed. `handler` must outlive this object.
-    ModuleManager(System::Commons::AppDomain& appDomain, Services::Commons::Wbm::Modules::IWbmModuleHandler& handler,
+    /// Everything is borrowed. `registry` must outlive this object.
+    ModuleManager(System::Commons::AppDomain& appDomain, Services::Commons::Wbm::Modules::IWbmModuleHandler& registry,
                   System::Nm::NotificationManager& notifications);
     ModuleManager(const ModuleManager&) = delete;
     ModuleManager& operator=(const ModuleManager&) = delete;
@@ -60,7 +60,7 @@ private:
                                const Operation& call);
 
     System::Commons::AppDomain& appDomain;
-    Services::Commons::Wbm::Modules::IWbmModuleHandler& handler;
+    Services::Commons::Wbm::Modules::IWbmModuleHandler& registry;
     System::Nm::NotificationManager& notifications;
     std::vector<std::unique_ptr<LoadedModule>> modules;
     std::vector<BasicString> failedModules;

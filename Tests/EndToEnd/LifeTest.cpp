@@ -54,6 +54,15 @@ TEST(Ending, DoesNotWaitForEverForAModuleThatHangs)
     EXPECT_THAT(host.GetProcess().GetErrors(), testing::HasSubstr("a request is still in progress"));
 }
 
+TEST(Ending, TakesBackWhatAModuleLeavesBehindBeforeItsLibraryGoes)
+{
+    HostProcess host({.fault = "reset"});
+    host.WaitUntilReady();
+    EXPECT_EQ(host.Stop(), 0);
+    EXPECT_THAT(host.GetProcess().GetErrors(), testing::HasSubstr("a module left 'FakeDp' registered"));
+    EXPECT_THAT(host.GetFolder().Read("trace"), testing::HasSubstr("module library unloaded\ncomponent stopped\n"));
+}
+
 TEST(Readiness, NamesAComponentThatFailed)
 {
     HostProcess host({.fault = "component"});

@@ -54,6 +54,7 @@ public:
             handler.RegisterDataProvider(Registration::DataProviderInfo("FakeDp"), fake) &&
             handler.RegisterDataProvider(Registration::DataProviderInfo("FakeControlDp"), control);
         FailAt("setup", System::Commons::Singleton<AppDomain>::GetInstance());
+        FailAt("setup-and-reset", System::Commons::Singleton<AppDomain>::GetInstance());
         const bool isTaken = !handler.RegisterDataProvider(Registration::DataProviderInfo("FakeDp"), fake) &&
                              !handler.RegisterDataProvider(Registration::DataProviderInfo("session"), fake);
         const bool isAway = GetFault(System::Commons::Singleton<AppDomain>::GetInstance()) == "away";
@@ -80,6 +81,8 @@ public:
 
     void ResetModule(IWbmModuleHandler& handler) override
     {
+        FailAt("reset", System::Commons::Singleton<AppDomain>::GetInstance());
+        FailAt("setup-and-reset", System::Commons::Singleton<AppDomain>::GetInstance());
         handler.UnregisterDataProvider("FakeDp");
         handler.UnregisterDataProvider("FakeControlDp");
         handler.UnregisterDataProvider("FakeAwayDp");

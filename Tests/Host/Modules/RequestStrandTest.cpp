@@ -86,6 +86,32 @@ TEST_F(Strands, TurnWhatATaskThrowsIntoAnAnswerWithoutItsText)
     EXPECT_EQ(Ask(Answer)->status, 200U) << "the strand goes on";
 }
 
+TEST_F(Strands, GoOnWhenNotEvenTheFaultCanBeAnswered)
+{
+    /// There is no memory for an answer.
+    class FullExchange final : public IHttpExchange
+    {
+    public:
+        [[nodiscard]] const Http::HttpRequest& GetRequest() const noexcept override
+        {
+            return request;
+        }
+
+        void Send(const Http::HttpAnswer& /*answer*/, std::string_view /*body*/) override
+        {
+            throw std::bad_alloc();
+        }
+
+        void Resume() override {}
+
+    private:
+        Http::HttpRequest request;
+    };
+
+    EXPECT_EQ(strand->Run(std::make_shared<FullExchange>(), RequestStrand::Task(Answer)), Handling::Answered);
+    EXPECT_EQ(Ask(Answer)->body, "done");
+}
+
 TEST_F(Strands, CloseWhenTheTaskUnderWayHasEnded)
 {
     std::promise<void> started;

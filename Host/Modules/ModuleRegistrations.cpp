@@ -1,0 +1,104 @@
+#include "Host/Modules/ModuleRegistrations.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace Oxa::Host::Modules
+{
+
+using System::Commons::Diagnostics::Logging::LogLevel;
+
+namespace
+{
+
+/// False when there is none of that name.
+bool RemoveOne(std::vector<BasicString>& names, const BasicString& name)
+{
+    const auto found = std::find(names.begin(), names.end(), name);
+    if (found == names.end())
+    {
+        return false;
+    }
+    names.erase(found);
+    return true;
+}
+
+} // namespace
+
+ModuleRegistrations::ModuleRegistrations(Services::Commons::Wbm::Modules::IWbmModuleHandler& registry)
+    : registry(registry)
+{
+}
+
+ModuleRegistrations::~ModuleRegistrations()
+{
+    TakeBack(dataProviders, &ModuleRegistrations::UnregisterDataProvider);
+    TakeBack(pages, &ModuleRegistrations::UnregisterPage);
+    TakeBack(languages, &ModuleRegistrations::UnregisterSupportedLanguage);
+}
+
+bool ModuleRegistrations::RegisterPage(const PageInfo& pageInfo, PageHandler handler)
+{
+    // Noted first: nothing may be registered that is not noted.
+    pages.push_back(pageInfo.GetPageName());
+    const bool isRegistered = registry.RegisterPage(pageInfo, std::move(handler));
+    if (!isRegistered)
+    {
+        pages.pop_back();
+    }
+    return isRegistered;
+}
+
+void ModuleRegistrations::UnregisterPage(const BasicString& pageName)
+{
+    if (RemoveOne(pages, pageName))
+    {
+        registry.UnregisterPage(pageName);
+    }
+}
+
+bool ModuleRegistrations::RegisterDataProvider(const DataProviderInfo& dataProviderInfo, RequestHandler handler)
+{
+    dataProviders.push_back(dataProviderInfo.GetDataProviderName());
+    const bool isRegistered = registry.RegisterDataProvider(dataProviderInfo, std::move(handler));
+    if (!isRegistered)
+    {
+        dataProviders.pop_back();
+    }
+    return isRegistered;
+}
+
+void ModuleRegistrations::UnregisterDataProvider(const BasicString& dataProviderName)
+{
+    if (RemoveOne(dataProviders, dataProviderName))
+    {
+        registry.UnregisterDataProvider(dataProviderName);
+    }
+}
+
+void ModuleRegistrations::RegisterSupportedLanguage(const BasicString& language)
+{
+    languages.push_back(language);
+    registry.RegisterSupportedLanguage(language);
+}
+
+void ModuleRegistrations::UnregisterSupportedLanguage(const BasicString& language)
+{
+    if (RemoveOne(languages, language))
+    {
+        registry.UnregisterSupportedLanguage(language);
+    }
+}
+
+/// Until nothing is left: unregistering removes the name.
+void ModuleRegistrations::TakeBack(const Names& names, Unregister unregister)
+{
+    while (!names.empty())
+    {
+        const BasicString name = names.back();
+        Log(LogLevel::Warning, "a module left '{0}' registered", name);
+        (this->*unregister)(name);
+    }
+}
+
+} // namespace Oxa::Host::Modules

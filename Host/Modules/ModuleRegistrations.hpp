@@ -1,0 +1,50 @@
+#pragma once
+
+#include "Oxa/Services/Commons/Wbm/Modules/IWbmModuleHandler.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <memory>
+#include <vector>
+
+namespace Oxa::Host::Modules
+{
+
+/// The host as one module sees it: passes on what the module registers, lets it take back its own only, and takes back
+/// in the end what the module did not. Owned together with the module's library, which must outlive it.
+/// Threads: one at a time.
+class ModuleRegistrations final : public Services::Commons::Wbm::Modules::IWbmModuleHandler,
+                                  private System::Commons::Diagnostics::Logging::Loggable<ModuleRegistrations>
+{
+public:
+    using PageInfo = Services::Commons::Wbm::Modules::Registration::PageInfo;
+    using DataProviderInfo = Services::Commons::Wbm::Modules::Registration::DataProviderInfo;
+    using PageHandler = std::shared_ptr<Services::Commons::Wbm::Modules::WbmPageHandlerBase>;
+    using RequestHandler = std::shared_ptr<Services::Commons::Wbm::Modules::WbmRequestHandlerBase>;
+
+    /// `registry` is borrowed.
+    explicit ModuleRegistrations(Services::Commons::Wbm::Modules::IWbmModuleHandler& registry);
+    ModuleRegistrations(const ModuleRegistrations&) = delete;
+    ModuleRegistrations& operator=(const ModuleRegistrations&) = delete;
+    ~ModuleRegistrations() override;
+
+    [[nodiscard]] bool RegisterPage(const PageInfo& pageInfo, PageHandler handler) override;
+    void UnregisterPage(const BasicString& pageName) override;
+    [[nodiscard]] bool RegisterDataProvider(const DataProviderInfo& dataProviderInfo, RequestHandler handler) override;
+    void UnregisterDataProvider(const BasicString& dataProviderName) override;
+    void RegisterSupportedLanguage(const BasicString& language) override;
+    void UnregisterSupportedLanguage(const BasicString& language) override;
+
+private:
+    using Names = std::vector<BasicString>;
+    using Unregister = void (ModuleRegistrations::*)(const BasicString& name);
+
+    void TakeBack(const Names& names, Unregister unregister);
+
+    Services::Commons::Wbm::Modules::IWbmModuleHandler& registry;
+    Names pages;
+    Names dataProviders;
+    Names languages;
+};
+
+} // namespace Oxa::Host::Modules
