@@ -86,21 +86,12 @@ void WbmHost::StartComponents()
     components.StartAll();
 }
 
-/// The component manager tells in words; a failure begins with the component's name.
 std::vector<BasicString> WbmHost::GetFailedComponents() const
 {
     std::vector<BasicString> names;
-    for (const auto& component : configuration.components)
+    for (const auto& failure : components.GetFailures())
     {
-        const BasicString quotedName = '\'' + component.name + '\'';
-        for (const BasicString& failure : components.GetFailures())
-        {
-            if (failure.find(quotedName) != BasicString::npos)
-            {
-                names.push_back(component.name);
-                break;
-            }
-        }
+        names.push_back(failure.name);
     }
     return names;
 }

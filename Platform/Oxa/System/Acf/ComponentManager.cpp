@@ -64,7 +64,7 @@ void ComponentManager::StopAll() noexcept
                   });
 }
 
-const std::vector<BasicString>& ComponentManager::GetFailures() const noexcept
+const std::vector<ComponentFailure>& ComponentManager::GetFailures() const noexcept
 {
     return failures;
 }
@@ -154,9 +154,10 @@ bool ComponentManager::TryRun(const ComponentConfiguration& configuration, std::
 void ComponentManager::AddFailure(const ComponentConfiguration& configuration, std::string_view operationName,
                                   std::string_view cause)
 {
-    failures.push_back(Text::Format("component '{0}' of '{1}' is left out; {2} failed: {3}", configuration.name,
-                                    configuration.libraryPath, operationName, Text::EscapeControlCharacters(cause)));
-    Log(LogLevel::Error, "{0}", failures.back());
+    failures.push_back({configuration.name,
+                        Text::Format("component '{0}' of '{1}' is left out; {2} failed: {3}", configuration.name,
+                                     configuration.libraryPath, operationName, Text::EscapeControlCharacters(cause))});
+    Log(LogLevel::Error, "{0}", failures.back().text);
 }
 
 } // namespace Oxa::System::Acf

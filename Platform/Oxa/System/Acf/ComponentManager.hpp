@@ -20,6 +20,15 @@ class AppDomain;
 namespace Oxa::System::Acf
 {
 
+/// A component that was left out.
+struct ComponentFailure
+{
+    /// The name in the configuration.
+    BasicString name;
+    /// A sentence that names the component, its library and the cause.
+    BasicString text;
+};
+
 /// Loads components from shared libraries and takes them through their life: Setup and Start in the order of loading,
 /// Stop and destruction in the reverse order. A component that fails, in whatever way, is logged with its library and
 /// the cause and left out; the others go on.
@@ -44,8 +53,8 @@ public:
     void StartAll();
     void StopAll() noexcept;
 
-    /// One text for each component that was left out, naming it, its library and the cause.
-    [[nodiscard]] const std::vector<BasicString>& GetFailures() const noexcept;
+    /// In the order in which they failed.
+    [[nodiscard]] const std::vector<ComponentFailure>& GetFailures() const noexcept;
 
 private:
     enum class State : uint8
@@ -86,7 +95,7 @@ private:
     // Declared before the components, so that the libraries are closed after them.
     std::list<Library> libraries;
     std::list<Component> components;
-    std::vector<BasicString> failures;
+    std::vector<ComponentFailure> failures;
 };
 
 } // namespace Oxa::System::Acf

@@ -101,8 +101,10 @@ TEST_F(ManagingComponents, LeavesOutTheOneThatThrowsAndGoesOn)
         Load("good", "Fails.None");
         manager->SetupAll();
         manager->StartAll();
-        EXPECT_THAT(manager->GetFailures(), ElementsAre(AllOf(HasSubstr("'bad'"), HasSubstr(FAKE_COMPONENTS_PATH),
-                                                              HasSubstr(current.failure))));
+        ASSERT_EQ(manager->GetFailures().size(), 1U);
+        EXPECT_EQ(manager->GetFailures()[0].name, "bad");
+        EXPECT_THAT(manager->GetFailures()[0].text,
+                    AllOf(HasSubstr("'bad'"), HasSubstr(FAKE_COMPONENTS_PATH), HasSubstr(current.failure)));
         EXPECT_THAT(GetCalls(), AllOf(HasSubstr(current.calls), HasSubstr("good.Start ")));
         EXPECT_THAT(log.GetEntries(),
                     Contains(Field(&Tests::Support::LogRecorder::Entry::message, HasSubstr(current.failure))));
@@ -120,7 +122,8 @@ TEST_F(ManagingComponents, LeavesOutLibrariesThatCannotBeUsedAndClosesThem)
     {
         manager.emplace(appDomain);
         manager->Load({"bad", path, "Any", ""});
-        EXPECT_THAT(manager->GetFailures(), ElementsAre(AllOf(HasSubstr(path), HasSubstr(cause))));
+        EXPECT_THAT(manager->GetFailures(),
+                    ElementsAre(Field(&ComponentFailure::text, AllOf(HasSubstr(path), HasSubstr(cause)))));
         EXPECT_EQ(::dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr) << path;
     }
 }
@@ -129,7 +132,8 @@ TEST_F(ManagingComponents, RefusesASecondComponentOfTheSameName)
 {
     Load("a", "Fails.None");
     Load("a", "Fails.None");
-    EXPECT_THAT(manager->GetFailures(), ElementsAre(HasSubstr("There is a component of this name")));
+    EXPECT_THAT(manager->GetFailures(),
+                ElementsAre(Field(&ComponentFailure::text, HasSubstr("There is a component of this name"))));
     RunWholeLife();
     EXPECT_EQ(GetCalls(), "a.Setup(/etc/a.xml) a.Start a.Stop a.Destroy ");
 }
