@@ -21,6 +21,8 @@ namespace
 {
 
 constexpr std::chrono::seconds lastGrace{1};
+/// The strands of the host's own routes.
+constexpr unsigned hostQuestions = 3;
 constexpr const char* notificationSource = "Host";
 
 } // namespace
@@ -44,13 +46,17 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       components(appDomain),
       registry(loop, configuration),
       modules(appDomain, registry, notifications),
-      questions(std::make_shared<Modules::RequestStrand>(loop, "the host", configuration.maximumWaitingRequests)),
+      pageQuestions(std::make_shared<Modules::RequestStrand>(loop, "the pages", configuration.maximumWaitingRequests)),
+      bootQuestions(
+          std::make_shared<Modules::RequestStrand>(loop, "the boot id", configuration.maximumWaitingRequests)),
+      readinessQuestions(
+          std::make_shared<Modules::RequestStrand>(loop, "the readiness", configuration.maximumWaitingRequests)),
       sessions(configuration.sessions, users, notifications, loop),
       sessionRoute(sessions, loop.GetContext()),
       dispatcher(registry, notifications),
-      pages(registry, *questions),
-      boot(*questions),
-      readiness(registry, *questions),
+      pages(registry, *pageQuestions),
+      boot(*bootQuestions),
+      readiness(registry, *readinessQuestions),
       router({sessions, sessionRoute, dispatcher, pages, boot, readiness}),
       server(loop.GetContext(), configuration.http, router),
       signals(loop.GetContext(), SIGTERM, SIGINT),
@@ -69,8 +75,8 @@ void WbmHost::Run(const std::function<void(uint16)>& ready)
     WaitForSignal();
     notifications.Publish({{}, NotificationKind::HostStarted, notificationSource, {}, "started", {}});
     ready(server.GetPort());
-    // One for every strand that may hang, and one that goes on.
-    loop.Run(static_cast<unsigned>(registry.CountDataProviders()) + 2);
+    // One for every strand and for the check of sessions, which may all hang, and one that goes on.
+    loop.Run(static_cast<unsigned>(registry.CountDataProviders()) + hostQuestions + 2);
     modules.StopAll();
     components.StopAll();
     notifications.Publish({{}, NotificationKind::HostStopped, notificationSource, {}, "stopped", {}});

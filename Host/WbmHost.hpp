@@ -79,8 +79,10 @@ private:
     Threads::EventLoop loop;
     Modules::ModuleRegistry registry;
     Modules::ModuleManager modules;
-    /// For questions of the host's own routes to modules and services.
-    std::shared_ptr<Modules::RequestStrand> questions;
+    /// For questions of the host's own routes to modules and services: one that hangs holds up its own route only.
+    std::shared_ptr<Modules::RequestStrand> pageQuestions;
+    std::shared_ptr<Modules::RequestStrand> bootQuestions;
+    std::shared_ptr<Modules::RequestStrand> readinessQuestions;
     Sessions::SessionManager sessions;
     Sessions::SessionRoute sessionRoute;
     Modules::Dispatcher dispatcher;
