@@ -64,7 +64,10 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
 {
 }
 
-WbmHost::~WbmHost() = default;
+WbmHost::~WbmHost()
+{
+    watchdog.Start(configuration.http.shutdownTimeout);
+}
 
 void WbmHost::Run(const std::function<void(uint16)>& ready)
 {
@@ -77,6 +80,7 @@ void WbmHost::Run(const std::function<void(uint16)>& ready)
     ready(server.GetPort());
     // One for every strand and for the check of sessions, which may all hang, and one that goes on.
     loop.Run(static_cast<unsigned>(registry.CountDataProviders()) + hostQuestions + 2);
+    watchdog.Start(configuration.http.shutdownTimeout);
     modules.StopAll();
     components.StopAll();
     notifications.Publish({{}, NotificationKind::HostStopped, notificationSource, {}, "stopped", {}});

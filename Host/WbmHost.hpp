@@ -14,6 +14,7 @@
 #include "Host/Status/BootRoute.hpp"
 #include "Host/Status/ReadinessRoute.hpp"
 #include "Host/Threads/EventLoop.hpp"
+#include "Host/Threads/Watchdog.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
@@ -72,6 +73,8 @@ private:
     void HurryShutdown();
 
     const Configuration::HostConfiguration& configuration;
+    /// Over everything below that goes.
+    Threads::Watchdog watchdog{"a module or a component does not stop: ending without it"};
     System::Nm::NotificationManager notifications;
     Sessions::AuditLog auditLog;
     AuthorizationProvider authorizationProvider;

@@ -63,6 +63,14 @@ TEST(Ending, TakesBackWhatAModuleLeavesBehindBeforeItsLibraryGoes)
     EXPECT_THAT(host.GetFolder().Read("trace"), testing::HasSubstr("module library unloaded\ncomponent stopped\n"));
 }
 
+TEST(Ending, DoesNotWaitForEverForAModuleThatDoesNotStop)
+{
+    HostProcess host({.http = "shutdownSeconds=\"1\"", .fault = "stop-hangs"});
+    host.WaitUntilReady();
+    EXPECT_EQ(host.Stop(), 1);
+    EXPECT_THAT(host.GetProcess().GetErrors(), testing::HasSubstr("a module or a component does not stop"));
+}
+
 TEST(Readiness, NamesAComponentThatFailed)
 {
     HostProcess host({.fault = "component"});

@@ -5,6 +5,8 @@
 #include "Oxa/System/Commons/Extensibility/ModuleLibraryBase.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 
+#include <unistd.h>
+
 #include <stdexcept>
 
 namespace Oxa::Tests::EndToEnd
@@ -77,6 +79,10 @@ public:
     void StopModule() override
     {
         Trace("module stopped");
+        if (GetFault(System::Commons::Singleton<AppDomain>::GetInstance()) == "stop-hangs")
+        {
+            pause();
+        }
     }
 
     void ResetModule(IWbmModuleHandler& handler) override
