@@ -3,9 +3,9 @@
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 
 #include <sodium.h>
+#include <sys/mman.h>
 
 #include <array>
-#include <cerrno>
 #include <mutex>
 #include <string_view>
 
@@ -28,6 +28,14 @@ bool TryHash(const BasicString& password, HashText& text)
 {
     return crypto_pwhash_str_alg(text.data(), password.data(), password.size(), passes, memoryBytes,
                                  crypto_pwhash_ALG_ARGON2ID13) == 0;
+}
+
+/// libsodium reports a hash for which memory was short as one that does not match, so the same is asked for once more.
+bool HasMemory()
+{
+    constexpr std::size_t neededBytes = memoryBytes + std::size_t{64} * 1024;
+    void* const memory = mmap(nullptr, neededBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    return memory != MAP_FAILED && munmap(memory, neededBytes) == 0;
 }
 
 [[noreturn]] void ThrowOutOfMemory(std::string_view operation)
@@ -59,12 +67,11 @@ BasicString PasswordHasher::Hash(const BasicString& password)
 bool PasswordHasher::Verify(const BasicString& hash, const BasicString& password)
 {
     const std::lock_guard lock(mutex);
-    errno = 0;
     if (crypto_pwhash_str_verify(hash.c_str(), password.data(), password.size()) == 0)
     {
         return true;
     }
-    if (errno == ENOMEM)
+    if (!HasMemory())
     {
         ThrowOutOfMemory("check");
     }
