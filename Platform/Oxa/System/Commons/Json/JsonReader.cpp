@@ -6,6 +6,7 @@
 #include <rapidjson/memorystream.h>
 #include <rapidjson/reader.h>
 
+#include <cstring>
 #include <vector>
 
 namespace Oxa::System::Commons::Json
@@ -98,6 +99,16 @@ private:
 
 struct JsonReader::Implementation
 {
+    Implementation() = default;
+    Implementation(const Implementation&) = delete;
+    Implementation& operator=(const Implementation&) = delete;
+
+    /// A document may hold a password.
+    ~Implementation()
+    {
+        explicit_bzero(texts.data(), texts.size());
+    }
+
     [[nodiscard]] const Token& GetCurrent() const noexcept
     {
         return tokens[position];
@@ -125,6 +136,8 @@ JsonReader::JsonReader(std::string_view text, const JsonReaderLimits& limits)
     rapidjson::MemoryStream memory(text.data(), text.size());
     rapidjson::EncodedInputStream<rapidjson::UTF8<>, rapidjson::MemoryStream> stream(memory);
     TokenCollector collector(limits.maximumDepth);
+    // No text is longer than the document, so nothing is copied to and fro while it grows.
+    collector.texts.reserve(text.size());
     const rapidjson::ParseResult result = rapidjson::Reader().Parse<parseFlags>(stream, collector);
     if (result.Code() == rapidjson::kParseErrorTermination)
     {
