@@ -95,7 +95,8 @@ void ModuleRegistrations::TakeBack(const Names& names, Unregister unregister)
 {
     while (!names.empty())
     {
-        const BasicString name = names.back();
+        // A reference would die with the entry.
+        const BasicString name = names.back(); // NOLINT(performance-unnecessary-copy-initialization)
         Log(LogLevel::Warning, "a module left '{0}' registered", name);
         (this->*unregister)(name);
     }
