@@ -1,4 +1,5 @@
 #include "Oxa/System/Acf/ComponentManager.hpp"
+
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Support/LogRecorder.hpp"
 

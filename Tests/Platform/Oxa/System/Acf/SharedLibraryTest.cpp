@@ -1,5 +1,6 @@
-#include "Oxa/System/Acf/IComponent.hpp"
 #include "Oxa/System/Acf/SharedLibrary.hpp"
+
+#include "Oxa/System/Acf/IComponent.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 
 #include <dlfcn.h>

@@ -1,5 +1,6 @@
-#include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
+
+#include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Support/LogRecorder.hpp"
 
 #include <gmock/gmock.h>

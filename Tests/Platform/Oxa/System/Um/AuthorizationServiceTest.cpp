@@ -1,5 +1,6 @@
-#include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationService.hpp"
+
+#include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationServiceProxyFactory.hpp"
 #include "Support/LogRecorder.hpp"
 #include "UserDatabaseTest.hpp"

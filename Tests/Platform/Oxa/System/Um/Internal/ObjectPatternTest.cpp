@@ -1,5 +1,6 @@
-#include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Um/Internal/ObjectPattern.hpp"
+
+#include "Oxa/System/Commons/Types.hpp"
 
 #include <gtest/gtest.h>
 
