@@ -7,6 +7,7 @@
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/RtcServiceProxyFactory.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Rsc/RscString.hpp"
+#include "Oxa/System/Um/Permissions.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationServiceProxyFactory.hpp"
 
 namespace Oxa::Services::Modules::Wbm::Di::Internal
@@ -18,6 +19,7 @@ using Oxa::Device::Interface::Services::DeviceStatusServiceProxyFactory;
 using Oxa::Hardware::RealTimeClock::Services::Internal::RtcServiceProxyFactory;
 using System::Commons::Text::Format;
 using System::Rsc::RscString;
+using System::Um::executePermission;
 using System::Um::SecurityToken;
 using System::Um::Services::Internal::AuthorizationServiceProxyFactory;
 
@@ -25,7 +27,6 @@ namespace
 {
 
 constexpr const char* objectNameTemplate = "oxa.services.wbm/modules/Di/{}";
-constexpr uint32 executePermission = 0x1000;
 
 } // namespace
 

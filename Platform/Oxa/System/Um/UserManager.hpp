@@ -22,9 +22,6 @@ class UserReader;
 class UserWriter;
 } // namespace Internal
 
-/// The permission to run a request that changes something.
-inline constexpr uint32 executePermission = 0x1000;
-
 /// The users of a machine, their roles and their logins. Users and roles are in a database file that other processes
 /// may change at the same time: every answer is how things are at that moment. Logins are known to this object only. A
 /// role is a set of (object name pattern, permission bits). Built in: "Admin" (everything), "Engineer" (execute on

@@ -1,5 +1,6 @@
 #include "Oxa/System/Um/Internal/BuiltInRoles.hpp"
 
+#include "Oxa/System/Um/Permissions.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
 namespace Oxa::System::Um::Internal

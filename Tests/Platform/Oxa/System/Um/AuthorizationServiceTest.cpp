@@ -1,6 +1,7 @@
 #include "Oxa/System/Um/Services/Internal/AuthorizationService.hpp"
 
 #include "Oxa/System/Rsc/ServiceManager.hpp"
+#include "Oxa/System/Um/Permissions.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationServiceProxyFactory.hpp"
 #include "Support/LogRecorder.hpp"
 #include "UserDatabaseTest.hpp"

@@ -1,5 +1,6 @@
 #include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Um/Permissions.hpp"
 #include "UserDatabaseTest.hpp"
 
 #include <gmock/gmock.h>
