@@ -1,10 +1,10 @@
 #include "Host/Configuration/HostConfiguration.hpp"
 
-#include "Host/Configuration/ElementReader.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogLevel.hpp"
 #include "Oxa/System/Commons/NotSupportedException.hpp"
 #include "Oxa/System/Commons/Xml/IXmlSerializable.hpp"
 #include "Oxa/System/Commons/Xml/XmlConfigDocument.hpp"
+#include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 #include "Oxa/System/Commons/Xml/XmlReader.hpp"
 
 #include <boost/asio/ip/address.hpp>
@@ -21,6 +21,7 @@ using System::Commons::XmlException;
 using System::Commons::Diagnostics::Logging::LogConfiguration;
 using System::Commons::Diagnostics::Logging::LogLevel;
 using System::Commons::Diagnostics::Logging::ParseLogLevel;
+using System::Commons::Xml::XmlElementReader;
 using System::Commons::Xml::XmlReader;
 using System::Commons::Xml::XmlSerializationContext;
 
@@ -30,7 +31,7 @@ namespace
 constexpr std::chrono::seconds longestTimeout{3600};
 constexpr std::chrono::seconds longestSession{30 * 24 * 3600};
 
-LogLevel ReadLogLevel(const ElementReader& element, LogLevel fallback)
+LogLevel ReadLogLevel(const XmlElementReader& element, LogLevel fallback)
 {
     BasicString text;
     element.Read("level", text);
@@ -46,7 +47,7 @@ LogLevel ReadLogLevel(const ElementReader& element, LogLevel fallback)
     return *level;
 }
 
-LogConfiguration::Target ReadLogTarget(const ElementReader& element)
+LogConfiguration::Target ReadLogTarget(const XmlElementReader& element)
 {
     BasicString text = "console";
     element.Read("target", text);
@@ -73,12 +74,12 @@ public:
 
     void ReadXml(XmlReader& reader, XmlSerializationContext& context) override
     {
-        ElementReader(reader, context).RequireOnly({});
+        XmlElementReader(reader, context).RequireOnly({});
         while (reader.TryReadStartElement())
         {
             const int depth = reader.GetDepth();
             parents.resize(static_cast<std::size_t>(depth - 1));
-            ReadElement(reader, ElementReader(reader, context));
+            ReadElement(reader, XmlElementReader(reader, context));
             parents.push_back(reader.GetElementLocalName());
         }
         if (configuration.usersDatabasePath.empty())
@@ -93,7 +94,7 @@ public:
     }
 
 private:
-    using ReadFunction = void (ConfigurationDocument::*)(const ElementReader&);
+    using ReadFunction = void (ConfigurationDocument::*)(const XmlElementReader&);
 
     struct Rule
     {
@@ -102,7 +103,7 @@ private:
         ReadFunction read;
     };
 
-    void ReadElement(XmlReader& reader, const ElementReader& element)
+    void ReadElement(XmlReader& reader, const XmlElementReader& element)
     {
         static constexpr Rule rules[] = {
             {"Log", &ConfigurationDocument::ReadLog},
@@ -137,7 +138,7 @@ private:
         (this->*rule->read)(element);
     }
 
-    void ReadLog(const ElementReader& element)
+    void ReadLog(const XmlElementReader& element)
     {
         element.RequireOnly({"level", "target", "file"});
         configuration.log.level = ReadLogLevel(element, configuration.log.level);
@@ -148,7 +149,7 @@ private:
         }
     }
 
-    void ReadPrefixLevel(const ElementReader& element)
+    void ReadPrefixLevel(const XmlElementReader& element)
     {
         element.RequireOnly({"prefix", "level"});
         BasicString prefix;
@@ -156,7 +157,7 @@ private:
         configuration.log.levelsByPrefix[prefix] = ReadLogLevel(element, configuration.log.level);
     }
 
-    void ReadHttp(const ElementReader& element)
+    void ReadHttp(const XmlElementReader& element)
     {
         element.RequireOnly({"address", "port", "maximumConnections", "idleSeconds", "headerSeconds", "bodySeconds",
                              "writeSeconds", "shutdownSeconds"});
@@ -179,13 +180,13 @@ private:
         element.Read("shutdownSeconds", http.shutdownTimeout, longestTimeout);
     }
 
-    void ReadUsers(const ElementReader& element)
+    void ReadUsers(const XmlElementReader& element)
     {
         element.RequireOnly({"database"});
         element.ReadRequired("database", configuration.usersDatabasePath);
     }
 
-    void ReadSessions(const ElementReader& element)
+    void ReadSessions(const XmlElementReader& element)
     {
         element.RequireOnly({"idleSeconds", "lifetimeSeconds", "maximumPerUser", "maximumTotal"});
         SessionConfiguration& sessions = configuration.sessions;
@@ -195,18 +196,18 @@ private:
         element.Read("maximumTotal", sessions.maximumTotal, 1, 4096);
     }
 
-    void ReadRequests(const ElementReader& element)
+    void ReadRequests(const XmlElementReader& element)
     {
         element.RequireOnly({"maximumWaiting"});
         element.Read("maximumWaiting", configuration.maximumWaitingRequests, 0, 1000);
     }
 
-    void ReadList(const ElementReader& element)
+    void ReadList(const XmlElementReader& element)
     {
         element.RequireOnly({});
     }
 
-    void ReadComponent(const ElementReader& element)
+    void ReadComponent(const XmlElementReader& element)
     {
         element.RequireOnly({"name", "library", "component", "settings"});
         System::Acf::ComponentConfiguration component;
@@ -219,7 +220,7 @@ private:
         configuration.components.push_back(std::move(component));
     }
 
-    void ReadModule(const ElementReader& element)
+    void ReadModule(const XmlElementReader& element)
     {
         element.RequireOnly({"name", "library", "settings"});
         ModuleConfiguration module;
@@ -230,7 +231,7 @@ private:
         configuration.modules.push_back(std::move(module));
     }
 
-    void ReadDataProvider(const ElementReader& element)
+    void ReadDataProvider(const XmlElementReader& element)
     {
         element.RequireOnly({"name", "safe"});
         DataProviderConfiguration provider;
@@ -244,7 +245,7 @@ private:
     }
 
     template <class Items>
-    static void RequireNewName(const ElementReader& element, const BasicString& name, const Items& items)
+    static void RequireNewName(const XmlElementReader& element, const BasicString& name, const Items& items)
     {
         if (std::any_of(items.begin(), items.end(), [&name](const auto& item) { return item.name == name; }))
         {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Commons/Xml/XmlReader.hpp"
 #include "Oxa/System/Commons/Xml/XmlSerializationContext.hpp"
@@ -8,15 +9,15 @@
 #include <initializer_list>
 #include <string_view>
 
-namespace Oxa::Host::Configuration
+namespace Oxa::System::Commons::Xml
 {
 
 /// Reads the attributes of the element that the reader stands on, strictly: whatever is not expected is an XmlException
 /// with file and line. Borrows reader and context; valid until the reader moves on.
-class ElementReader final
+class OXA_EXPORT XmlElementReader final
 {
 public:
-    ElementReader(System::Commons::Xml::XmlReader& reader, System::Commons::Xml::XmlSerializationContext& context);
+    XmlElementReader(XmlReader& reader, XmlSerializationContext& context);
 
     /// Throws when the element has an attribute that is none of these.
     void RequireOnly(std::initializer_list<std::string_view> attributeNames) const;
@@ -36,8 +37,8 @@ public:
     [[noreturn]] void ThrowRepeatedElement() const;
 
 private:
-    System::Commons::Xml::XmlReader& reader;
-    System::Commons::Xml::XmlSerializationContext& context;
+    XmlReader& reader;
+    XmlSerializationContext& context;
 };
 
-} // namespace Oxa::Host::Configuration
+} // namespace Oxa::System::Commons::Xml

@@ -1,19 +1,16 @@
-#include "Host/Configuration/ElementReader.hpp"
+#include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 
 #include <algorithm>
 
-namespace Oxa::Host::Configuration
+namespace Oxa::System::Commons::Xml
 {
 
-using System::Commons::XmlException;
-
-ElementReader::ElementReader(System::Commons::Xml::XmlReader& reader,
-                             System::Commons::Xml::XmlSerializationContext& context)
+XmlElementReader::XmlElementReader(XmlReader& reader, XmlSerializationContext& context)
     : reader(reader), context(context)
 {
 }
 
-void ElementReader::RequireOnly(std::initializer_list<std::string_view> attributeNames) const
+void XmlElementReader::RequireOnly(std::initializer_list<std::string_view> attributeNames) const
 {
     for (const BasicString& name : reader.GetAttributeNames())
     {
@@ -25,7 +22,7 @@ void ElementReader::RequireOnly(std::initializer_list<std::string_view> attribut
     }
 }
 
-void ElementReader::Read(std::string_view attributeName, BasicString& value) const
+void XmlElementReader::Read(std::string_view attributeName, BasicString& value) const
 {
     BasicString text;
     if (!reader.TryGetAttributeValue(attributeName, text))
@@ -39,7 +36,7 @@ void ElementReader::Read(std::string_view attributeName, BasicString& value) con
     }
 }
 
-void ElementReader::ReadRequired(std::string_view attributeName, BasicString& value) const
+void XmlElementReader::ReadRequired(std::string_view attributeName, BasicString& value) const
 {
     Read(attributeName, value);
     if (value.empty())
@@ -49,45 +46,44 @@ void ElementReader::ReadRequired(std::string_view attributeName, BasicString& va
     }
 }
 
-void ElementReader::Read(std::string_view attributeName, bool& value) const
+void XmlElementReader::Read(std::string_view attributeName, bool& value) const
 {
     reader.TryGetAttributeValue(attributeName, value);
 }
 
-void ElementReader::Read(std::string_view attributeName, std::size_t& value, std::size_t minimum,
-                         std::size_t maximum) const
+void XmlElementReader::Read(std::string_view attributeName, std::size_t& value, std::size_t minimum,
+                            std::size_t maximum) const
 {
     reader.TryGetAttributeValue(attributeName, value);
     if (value < minimum || value > maximum)
     {
-        ThrowBadValue(attributeName, std::to_string(value),
-                      System::Commons::Text::Format("a number from {0} to {1}", minimum, maximum));
+        ThrowBadValue(attributeName, std::to_string(value), Text::Format("a number from {0} to {1}", minimum, maximum));
     }
 }
 
-void ElementReader::Read(std::string_view attributeName, std::chrono::seconds& value,
-                         std::chrono::seconds maximum) const
+void XmlElementReader::Read(std::string_view attributeName, std::chrono::seconds& value,
+                            std::chrono::seconds maximum) const
 {
     auto count = static_cast<std::size_t>(value.count());
     Read(attributeName, count, 1, static_cast<std::size_t>(maximum.count()));
     value = std::chrono::seconds(count);
 }
 
-void ElementReader::ThrowBadValue(std::string_view attributeName, std::string_view value,
-                                  std::string_view expected) const
+void XmlElementReader::ThrowBadValue(std::string_view attributeName, std::string_view value,
+                                     std::string_view expected) const
 {
     throw XmlException::Create(reader, "the attribute '{0}' of the element '{1}' is '{2}', expected {3}", attributeName,
                                reader.GetElementLocalName(), value, expected);
 }
 
-void ElementReader::ThrowUnknownElement() const
+void XmlElementReader::ThrowUnknownElement() const
 {
     throw XmlException::Create(reader, "the element '{0}' is not known here", reader.GetElementLocalName());
 }
 
-void ElementReader::ThrowRepeatedElement() const
+void XmlElementReader::ThrowRepeatedElement() const
 {
     throw XmlException::Create(reader, "the element '{0}' occurs twice", reader.GetElementLocalName());
 }
 
-} // namespace Oxa::Host::Configuration
+} // namespace Oxa::System::Commons::Xml
