@@ -8,11 +8,19 @@ namespace Oxa::System::Rsc
 /// Why a call did not reach a service or brought no answer.
 enum class RscFault : uint8
 {
-    /// Nobody provides the service.
-    NotAvailable
+    /// Nobody provides the service. It was not called.
+    NotAvailable,
+    /// No answer within the deadline. The service may have carried the operation out.
+    TimedOut,
+    /// The other process went away during the call. The service may have carried the operation out.
+    ConnectionLost,
+    /// An answer came that is none.
+    BadAnswer,
+    /// The caller may not call the service, or too much is waiting for it. It was not called.
+    Refused
 };
 
-/// A fault of the remote service call layer itself, not of the service.
+/// A fault of the remote service call layer itself, not of the service. The message names service, operation and cause.
 class OXA_EXPORT RscServiceException final : public System::Commons::Exception
 {
 public:

@@ -13,6 +13,16 @@ IRscService::~IRscService() = default;
 
 IRscServiceProxyFactory::~IRscServiceProxyFactory() = default;
 
+std::span<const RscOperation> IRscServiceProxyFactory::GetOperations() const noexcept
+{
+    return {};
+}
+
+std::shared_ptr<IRscService> IRscServiceProxyFactory::CreateRemote(std::shared_ptr<RscRemoteService> /*service*/)
+{
+    return nullptr;
+}
+
 RscServiceSlot::RscServiceSlot(BasicString providerName, BasicString interfaceName)
     : providerName(std::move(providerName)), interfaceName(std::move(interfaceName))
 {
@@ -33,6 +43,31 @@ void RscServiceSlot::Provide(std::shared_ptr<IRscService> newImplementation)
         implementation.swap(newImplementation);
     }
     // The previous one, if this was its last owner, is destroyed here, outside the lock.
+}
+
+void RscServiceSlot::SetRemote(std::shared_ptr<IRscService> newRemote)
+{
+    const std::lock_guard lock(mutex);
+    if (!remote)
+    {
+        remote = std::move(newRemote);
+    }
+}
+
+const BasicString& RscServiceSlot::GetProviderName() const noexcept
+{
+    return providerName;
+}
+
+const BasicString& RscServiceSlot::GetInterfaceName() const noexcept
+{
+    return interfaceName;
+}
+
+std::shared_ptr<IRscService> RscServiceSlot::TryAcquireAny() const
+{
+    const std::lock_guard lock(mutex);
+    return implementation ? implementation : remote;
 }
 
 void RscServiceSlot::ThrowNotAvailable() const

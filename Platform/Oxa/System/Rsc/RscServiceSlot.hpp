@@ -10,8 +10,9 @@
 namespace Oxa::System::Rsc
 {
 
-/// The place where one service of this process is provided. Proxies share it, so that they outlive a provider that goes
-/// and work again when it comes back. Safe from any thread.
+/// The place where one service is to be had: provided in this process, else, when an endpoint is configured for its
+/// provider, in another one. Proxies share it, so that they outlive a provider that goes and work again when it comes
+/// back. Safe from any thread.
 class OXA_EXPORT RscServiceSlot final
 {
 public:
@@ -20,12 +21,12 @@ public:
     RscServiceSlot& operator=(const RscServiceSlot&) = delete;
     ~RscServiceSlot();
 
-    /// The implementation as T, kept alive for the call that follows. Throws RscServiceException when nothing is
-    /// provided at the moment or what is provided is no T.
+    /// The implementation of this process as T, else the one that calls the other process, kept alive for the call that
+    /// follows. Throws RscServiceException when there is neither or what is provided is no T.
     template <class T>
     [[nodiscard]] std::shared_ptr<T> Acquire() const
     {
-        auto service = std::dynamic_pointer_cast<T>(TryAcquire());
+        auto service = std::dynamic_pointer_cast<T>(TryAcquireAny());
         if (!service)
         {
             ThrowNotAvailable();
@@ -33,19 +34,27 @@ public:
         return service;
     }
 
-    /// Null when nothing is provided at the moment.
+    /// What this process provides; null when that is nothing at the moment.
     [[nodiscard]] std::shared_ptr<IRscService> TryAcquire() const;
 
     /// Null: nothing is provided any more. Calls under way finish with the implementation that they began with.
     void Provide(std::shared_ptr<IRscService> newImplementation);
 
+    /// Sets, once, what stands in when this process provides nothing. Requires: `remote` calls another process.
+    void SetRemote(std::shared_ptr<IRscService> newRemote);
+
+    [[nodiscard]] const BasicString& GetProviderName() const noexcept;
+    [[nodiscard]] const BasicString& GetInterfaceName() const noexcept;
+
 private:
+    [[nodiscard]] std::shared_ptr<IRscService> TryAcquireAny() const;
     [[noreturn]] void ThrowNotAvailable() const;
 
     const BasicString providerName;
     const BasicString interfaceName;
     mutable System::Commons::Mutex mutex;
     std::shared_ptr<IRscService> implementation;
+    std::shared_ptr<IRscService> remote;
 };
 
 } // namespace Oxa::System::Rsc

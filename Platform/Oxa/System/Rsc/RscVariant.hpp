@@ -9,9 +9,11 @@
 #include "Oxa/System/Rsc/RscType.hpp"
 #include "Oxa/System/Rsc/SecureString.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstring>
+#include <span>
 #include <string_view>
 #include <type_traits>
 
@@ -125,6 +127,29 @@ public:
     /// Changes the tag only; the payload stays.
     void SetType(RscType newType) noexcept
     {
+        type = newType;
+    }
+
+    /// All of the payload; only the bytes that the type uses are defined. Valid as long as the variant is not changed.
+    [[nodiscard]] std::span<const char, N> GetPayload() const noexcept
+    {
+        return payload;
+    }
+
+    /// Becomes a value of the type with these payload bytes, and zeroes up to what its type uses. Throws
+    /// ArgumentException when there are more than N bytes.
+    void Assign(RscType newType, std::span<const char> bytes)
+    {
+        if (bytes.size() > N)
+        {
+            throw System::Commons::ArgumentException::Create("bytes", bytes.size(), "Value is too long");
+        }
+        std::memset(payload.data(), 0, initializedBytes);
+        std::copy(bytes.begin(), bytes.end(), payload.begin());
+        if (bytes.size() < N)
+        {
+            payload[bytes.size()] = '\0';
+        }
         type = newType;
     }
 

@@ -1,14 +1,19 @@
 #pragma once
 
 #include "Oxa/System/Commons/Export.hpp"
+#include "Oxa/System/Rsc/RscEndpointConfiguration.hpp"
 
+#include <functional>
 #include <memory>
+#include <vector>
 
 namespace Oxa::System::Rsc
 {
 
 class IRscService;
+class IRscServiceListener;
 class IRscServiceProxyFactory;
+class RscServiceSlot;
 
 /// Brings the users and the providers of services together. Safe from any thread.
 class OXA_EXPORT ServiceManager final
@@ -16,7 +21,8 @@ class OXA_EXPORT ServiceManager final
 public:
     ServiceManager() = delete;
 
-    /// A new proxy, owned by the caller; null when nobody provides the service. The proxy stays usable when the
+    /// A new proxy, owned by the caller; null when nobody provides the service. Looks in the own process first, then at
+    /// the provider's endpoint: that takes no longer than its deadline for reads. The proxy stays usable when the
     /// provider goes and comes back; meanwhile its calls throw RscServiceException.
     [[nodiscard]] static IRscService* GetService(const char* providerName, IRscServiceProxyFactory& factory);
 
@@ -26,6 +32,23 @@ public:
 
     /// Takes back whatever implementation is provided under these names now. Calls under way finish.
     static void UnregisterService(IRscServiceProxyFactory& factory);
+
+    /// Says where the services of other processes are, one place for each provider. Nothing is connected yet. Once,
+    /// before the first `GetService`.
+    static void SetEndpoints(const std::vector<RscEndpointConfiguration>& configurations);
+
+    /// Ends the connections to other processes and forgets where they are: for the end of a process, and for tests.
+    static void ResetEndpoints();
+
+    /// From now on tells the listener when services go and come. While there is one, providers that are away are looked
+    /// for twice a second. Borrowed until `RemoveListener` has returned.
+    static void AddListener(IRscServiceListener& listener);
+    static void RemoveListener(IRscServiceListener& listener);
+
+    /// Calls `use` with every service that is or was registered in this process, under no lock. The factory lives as
+    /// long as the interface's library.
+    static void ForEachRegistered(
+        const std::function<void(IRscServiceProxyFactory& factory, const std::shared_ptr<RscServiceSlot>& slot)>& use);
 };
 
 } // namespace Oxa::System::Rsc

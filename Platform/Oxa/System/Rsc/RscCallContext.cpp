@@ -1,0 +1,71 @@
+#include "Oxa/System/Rsc/RscCallContext.hpp"
+
+#include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Rsc/Internal/UserNames.hpp"
+
+#include <utility>
+
+namespace Oxa::System::Rsc
+{
+
+namespace
+{
+
+thread_local RscCallContext* currentContext = nullptr;
+
+} // namespace
+
+RscCallContext::RscCallContext(uint32 userId, int32 processId)
+    : userId(userId), processId(processId), previous(std::exchange(currentContext, this))
+{
+}
+
+RscCallContext::~RscCallContext()
+{
+    currentContext = previous;
+}
+
+RscCallContext* RscCallContext::TryGetCurrent() noexcept
+{
+    return currentContext;
+}
+
+BasicString RscCallContext::DescribeCaller()
+{
+    if (currentContext == nullptr)
+    {
+        return "this process";
+    }
+    return System::Commons::Text::Format("user {0}, process {1}", Internal::DescribeUser(currentContext->userId),
+                                         currentContext->processId);
+}
+
+uint32 RscCallContext::GetUserId() const noexcept
+{
+    return userId;
+}
+
+void RscCallContext::RunAfterAnswer(std::function<void()> function)
+{
+    answeredFunctions.push_back(std::move(function));
+}
+
+void RscCallContext::DropConnection() noexcept
+{
+    isDropped = true;
+}
+
+bool RscCallContext::IsDropped() const noexcept
+{
+    return isDropped;
+}
+
+void RscCallContext::RunAnswered() noexcept
+{
+    for (const auto& function : std::exchange(answeredFunctions, {}))
+    {
+        function();
+    }
+}
+
+} // namespace Oxa::System::Rsc

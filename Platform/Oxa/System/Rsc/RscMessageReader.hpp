@@ -1,0 +1,71 @@
+#pragma once
+
+#include "Oxa/System/Commons/Export.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Rsc/RscVariant.hpp"
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <string_view>
+
+struct sd_bus_message;
+
+namespace Oxa::System::Rsc
+{
+
+namespace Internal
+{
+class RemoteArrays;
+}
+
+/// Takes arguments or results off the message of one call, in the order of the operation's signature. The message comes
+/// from another process: everything throws ArgumentException when it is not what was asked for.
+/// Threads: one at a time. Valid during the call that it is passed to.
+class OXA_EXPORT RscMessageReader final
+{
+public:
+    /// Borrows the message.
+    explicit RscMessageReader(sd_bus_message& message);
+    RscMessageReader(const RscMessageReader&) = delete;
+    RscMessageReader& operator=(const RscMessageReader&) = delete;
+    ~RscMessageReader();
+
+    /// Signatures "b", "q", "u", "t".
+    [[nodiscard]] bool ReadBool();
+    [[nodiscard]] uint16 ReadUint16();
+    [[nodiscard]] uint32 ReadUint32();
+    [[nodiscard]] uint64 ReadUint64();
+
+    /// Signature "s". Valid as long as this object.
+    [[nodiscard]] std::string_view ReadText();
+
+    /// Signature `RscMessageWriter::valueSignature`. The elements of an array are kept here: they can be read until the
+    /// next `ReleaseArrays`, or until this object goes.
+    template <std::size_t N>
+    void ReadValue(RscVariant<N>& value)
+    {
+        ReadPayload([](void* variant, RscType type, std::span<const char> payload)
+                    { static_cast<RscVariant<N>*>(variant)->Assign(type, payload); },
+                    &value);
+    }
+
+    /// Everything until `TryLeaveArray` are its elements. `elementSignature`: of one.
+    void EnterArray(const char* elementSignature);
+    /// True, and the array is left, when no element is left.
+    [[nodiscard]] bool TryLeaveArray();
+
+    /// Moves the elements of arrays that were read into the calling thread's keeping, where they stay until its next
+    /// call of this function: for values that outlive the message.
+    void KeepArraysForThisThread();
+
+private:
+    using AssignFunction = void (*)(void* variant, RscType type, std::span<const char> payload);
+
+    void ReadPayload(AssignFunction assign, void* variant);
+
+    sd_bus_message& message;
+    std::unique_ptr<Internal::RemoteArrays> arrays;
+};
+
+} // namespace Oxa::System::Rsc

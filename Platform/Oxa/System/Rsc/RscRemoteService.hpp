@@ -1,0 +1,50 @@
+#pragma once
+
+#include "Oxa/System/Commons/Export.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Rsc/RscOperation.hpp"
+
+#include <functional>
+#include <memory>
+
+namespace Oxa::System::Rsc
+{
+
+namespace Internal
+{
+class Endpoint;
+}
+
+/// A service in another process, as the implementations that a proxy factory's `CreateRemote` makes call it. Shared by
+/// them. Threads: safe from several threads, which do not wait for each other's answers.
+class OXA_EXPORT RscRemoteService final
+{
+public:
+    using WriteFunction = std::function<void(RscMessageWriter&)>;
+    using ReadFunction = std::function<void(RscMessageReader&)>;
+
+    /// `interfaceName`: as the proxy factory gives it.
+    RscRemoteService(std::shared_ptr<Internal::Endpoint> endpoint, const BasicString& interfaceName);
+    RscRemoteService(const RscRemoteService&) = delete;
+    RscRemoteService& operator=(const RscRemoteService&) = delete;
+    ~RscRemoteService();
+
+    /// Calls the operation and waits for its answer, at most as long as the endpoint's configuration says for its kind.
+    /// One message goes each way, and only once. Throws RscServiceException, and as what it was what the service threw:
+    /// ArgumentException, InvalidOperationException, NotSupportedException, else Exception. What the functions throw is
+    /// passed on, except that what `readResults` cannot read is RscFault::BadAnswer.
+    void Call(const RscOperation& operation, const WriteFunction& writeArguments, const ReadFunction& readResults);
+
+    /// Whether the other process provides the service now. Connects when there is no connection; takes no longer than
+    /// a read's deadline. Throws nothing: whatever stands in the way, the service is not there.
+    [[nodiscard]] bool IsProvided() noexcept;
+
+    /// "Oxa.Device.Interface.Services.IDeviceInfoService"
+    [[nodiscard]] const BasicString& GetInterfaceName() const noexcept;
+
+private:
+    const std::shared_ptr<Internal::Endpoint> endpoint;
+    const BasicString interfaceName;
+};
+
+} // namespace Oxa::System::Rsc
