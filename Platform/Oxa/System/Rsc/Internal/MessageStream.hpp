@@ -1,0 +1,73 @@
+#pragma once
+
+#include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Rsc/Internal/BusHandles.hpp"
+
+#include <array>
+#include <cstddef>
+
+namespace Oxa::System::Rsc::Internal
+{
+
+/// The messages of one connection, none of which may be longer than a bound. sd-bus makes room for as much as a
+/// message's header announces; therefore each header is looked at while it still lies in the socket. Owned by the
+/// connection. Threads: everything under the connection's lock, but for waiting at the descriptor.
+class MessageStream final
+{
+public:
+    enum class Progress
+    {
+        /// There may be more.
+        Worked,
+        /// Wait until the descriptor is ready for `GetPollEvents`.
+        Idle,
+        /// A header has come in part: wait for `partialHeaderWait`, the descriptor would say ready at once.
+        Partial
+    };
+
+    /// In milliseconds, as poll takes it.
+    static constexpr int partialHeaderWait = 1;
+
+    /// Takes the bus over; it is authenticated and, on a message bus, has said hello, and no byte of a message was read
+    /// yet. Throws InvalidOperationException when there is no memory.
+    MessageStream(BusHandle bus, std::size_t maximumBytes);
+    MessageStream(const MessageStream&) = delete;
+    MessageStream& operator=(const MessageStream&) = delete;
+    ~MessageStream();
+
+    [[nodiscard]] sd_bus& GetBus() noexcept
+    {
+        return *bus;
+    }
+
+    /// Sends what waits and handles at most one message: calls back whoever it is for. Throws InvalidOperationException
+    /// with the cause when the connection is of no use any more.
+    [[nodiscard]] Progress Process();
+
+    /// Must be called by every handler of an answer (`sd_bus_call_async`); all other messages are noticed without.
+    void NoteMessage() noexcept
+    {
+        isInsideMessage = false;
+    }
+
+    [[nodiscard]] int GetDescriptor() const noexcept;
+    [[nodiscard]] short GetPollEvents() const noexcept;
+
+private:
+    enum class Header
+    {
+        None,
+        Partial,
+        Whole
+    };
+
+    [[nodiscard]] Header PeekHeader();
+    [[nodiscard]] Progress ProcessBus();
+
+    const BusHandle bus;
+    const std::size_t maximumBytes;
+    SlotHandle filter;
+    bool isInsideMessage = false;
+};
+
+} // namespace Oxa::System::Rsc::Internal
