@@ -17,10 +17,12 @@ namespace Oxa::System::Rsc
 namespace Internal
 {
 class RemoteArrays;
-}
+struct RemoteArray;
+} // namespace Internal
 
 /// Takes arguments or results off the message of one call, in the order of the operation's signature. The message comes
-/// from another process: everything throws ArgumentException when it is not what was asked for.
+/// from another process: everything throws RscServiceException, BadAnswer, when it is not what was asked for; a text or
+/// bytes too long for a variant are an ArgumentException.
 /// Threads: one at a time. Valid during the call that it is passed to.
 class OXA_EXPORT RscMessageReader final
 {
@@ -40,8 +42,8 @@ public:
     /// Signature "s". Valid as long as this object.
     [[nodiscard]] std::string_view ReadText();
 
-    /// Signature `RscMessageWriter::valueSignature`. The elements of an array are kept here: they can be read until the
-    /// next `ReleaseArrays`, or until this object goes.
+    /// Signature `RscMessageWriter::valueSignature`. The elements of an array are kept here: they can be read as
+    /// long as this object is there.
     template <std::size_t N>
     void ReadValue(RscVariant<N>& value)
     {
@@ -63,6 +65,7 @@ private:
     using AssignFunction = void (*)(void* variant, RscType type, std::span<const char> payload);
 
     void ReadPayload(AssignFunction assign, void* variant);
+    [[nodiscard]] Internal::RemoteArray& ReadArray();
 
     sd_bus_message& message;
     std::unique_ptr<Internal::RemoteArrays> arrays;

@@ -49,9 +49,14 @@ public:
 
 private:
     void WritePayload(RscType type, std::span<const char> payload);
+    void WriteRaw(RscType type, std::span<const char> payload);
+    void WriteVersion(const RscVersion& version);
+    void WriteArray(const RscArrayInformation& information);
+    void WriteElements(const RscArrayInformation& information);
+    void Use(std::size_t bytes);
 
     sd_bus_message& message;
-    std::size_t remainingElements;
+    std::size_t remainingBytes;
 };
 
 } // namespace Oxa::System::Rsc

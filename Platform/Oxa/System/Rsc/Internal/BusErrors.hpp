@@ -2,9 +2,9 @@
 
 #include "Oxa/System/Commons/Types.hpp"
 
-#include <exception>
+#include <systemd/sd-bus.h>
 
-struct sd_bus_error;
+#include <exception>
 
 namespace Oxa::System::Rsc::Internal
 {

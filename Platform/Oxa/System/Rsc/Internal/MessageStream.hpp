@@ -29,7 +29,7 @@ public:
     static constexpr int partialHeaderWait = 1;
 
     /// Takes the bus over; it is authenticated and, on a message bus, has said hello, and no byte of a message was read
-    /// yet. Throws InvalidOperationException when there is no memory.
+    /// yet. Throws RscServiceException when there is no memory.
     MessageStream(BusHandle bus, std::size_t maximumBytes);
     MessageStream(const MessageStream&) = delete;
     MessageStream& operator=(const MessageStream&) = delete;
@@ -40,11 +40,13 @@ public:
         return *bus;
     }
 
-    /// Sends what waits and handles at most one message: calls back whoever it is for. Throws InvalidOperationException
-    /// with the cause when the connection is of no use any more.
+    /// Sends what waits and handles at most one message: calls back whoever it is for. Throws RscServiceException when
+    /// the connection is of no use any more: ConnectionLost when the other end is gone, BadAnswer when what it sent is
+    /// no message or too long. Its message is the cause alone, for a sentence of the caller's.
     [[nodiscard]] Progress Process();
 
-    /// Must be called by every handler of an answer (`sd_bus_call_async`); all other messages are noticed without.
+    /// Must be called, before anything else, by every handler of an answer (`sd_bus_call_async`); all other messages
+    /// are noticed without.
     void NoteMessage() noexcept
     {
         isInsideMessage = false;

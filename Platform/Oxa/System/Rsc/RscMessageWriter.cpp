@@ -1,0 +1,247 @@
+#include "Oxa/System/Rsc/RscMessageWriter.hpp"
+
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Rsc/Internal/ValueSignatures.hpp"
+#include "Oxa/System/Rsc/RscArrayReader.hpp"
+
+#include <systemd/sd-bus.h>
+
+#include <cstring>
+#include <optional>
+#include <system_error>
+
+namespace Oxa::System::Rsc
+{
+
+using System::Commons::InvalidOperationException;
+
+namespace
+{
+
+// What a message may hold at most beside its header, which names object, interface and operation.
+constexpr std::size_t maximumBodyBytes = 256 * 1024 - 4096;
+/// More than tags, lengths, signatures and padding of one value take.
+constexpr std::size_t valueOverhead = 24;
+
+void Check(int result)
+{
+    if (result < 0)
+    {
+        throw InvalidOperationException::Create("The value does not go into the message: {0}",
+                                                std::generic_category().message(-result));
+    }
+}
+
+template <class T>
+[[nodiscard]] T Get(std::span<const char> payload) noexcept
+{
+    T value;
+    std::memcpy(&value, payload.data(), sizeof value);
+    return value;
+}
+
+void AppendBytes(sd_bus_message& message, RscType type, std::span<const char> bytes)
+{
+    Check(sd_bus_message_open_container(&message, 'r', "yv"));
+    Check(sd_bus_message_append(&message, "y", static_cast<uint8>(type)));
+    Check(sd_bus_message_open_container(&message, 'v', "ay"));
+    Check(sd_bus_message_append_array(&message, 'y', bytes.data(), bytes.size()));
+    Check(sd_bus_message_close_container(&message));
+    Check(sd_bus_message_close_container(&message));
+}
+
+/// A text that is no UTF-8 crosses as bytes, lest the bus refuses it.
+void AppendText(sd_bus_message& message, std::span<const char> payload)
+{
+    const std::string_view text(payload.data(), SecureStrnlen(payload.data(), payload.size()));
+    if (text.size() == payload.size() || !System::Commons::Text::IsValidUtf8(text))
+    {
+        AppendBytes(message, RscType::String, text);
+        return;
+    }
+    Check(sd_bus_message_append(&message, RscMessageWriter::valueSignature, static_cast<uint8>(RscType::String), "s",
+                                text.data()));
+}
+
+/// None when what the variant says about its elements cannot be: the reader at the other end says so.
+std::optional<RscArrayReader> TryMakeReader(const RscVariant<sizeof(RscArrayInformation)>& variant)
+{
+    try
+    {
+        return RscArrayReader(variant);
+    }
+    catch (const System::Commons::ArgumentException&)
+    {
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+RscMessageWriter::RscMessageWriter(sd_bus_message& message) noexcept
+    : message(message), remainingBytes(maximumBodyBytes)
+{
+}
+
+void RscMessageWriter::WriteBool(bool value)
+{
+    Use(0);
+    Check(sd_bus_message_append(&message, "b", static_cast<int>(value)));
+}
+
+void RscMessageWriter::WriteUint16(uint16 value)
+{
+    Use(0);
+    Check(sd_bus_message_append(&message, "q", value));
+}
+
+void RscMessageWriter::WriteUint32(uint32 value)
+{
+    Use(0);
+    Check(sd_bus_message_append(&message, "u", value));
+}
+
+void RscMessageWriter::WriteUint64(uint64 value)
+{
+    Use(0);
+    Check(sd_bus_message_append(&message, "t", value));
+}
+
+void RscMessageWriter::WriteText(std::string_view text)
+{
+    const bool canCross = text.find('\0') == std::string_view::npos && System::Commons::Text::IsValidUtf8(text);
+    const std::string_view written = canCross ? text : std::string_view();
+    Use(written.size());
+    char* room = nullptr;
+    Check(sd_bus_message_append_string_space(&message, written.size(), &room));
+    written.copy(room, written.size());
+}
+
+void RscMessageWriter::BeginArray(const char* elementSignature)
+{
+    Use(0);
+    Check(sd_bus_message_open_container(&message, 'a', elementSignature));
+}
+
+void RscMessageWriter::EndArray()
+{
+    Check(sd_bus_message_close_container(&message));
+}
+
+void RscMessageWriter::WritePayload(RscType type, std::span<const char> payload)
+{
+    const auto tag = static_cast<uint8>(type);
+    Use(Internal::GetPayloadBytes(type, payload));
+    const auto append = [this, tag](const char* signature, auto value)
+    {
+        Check(sd_bus_message_append(&message, valueSignature, tag, signature, value));
+    };
+    switch (type)
+    {
+    case RscType::None:
+    case RscType::Void:
+    case RscType::NotSet:
+        return append("y", 0);
+    case RscType::Bool:
+        return append("b", static_cast<int>(payload[0] != 0));
+    case RscType::Int8:
+        return append("n", static_cast<int>(Get<int8>(payload)));
+    case RscType::Uint8:
+        return append("y", static_cast<int>(Get<uint8>(payload)));
+    case RscType::Int16:
+        return append("n", static_cast<int>(Get<int16>(payload)));
+    case RscType::Char16:
+    case RscType::Uint16:
+        return append("q", static_cast<int>(Get<uint16>(payload)));
+    case RscType::Int32:
+        return append("i", Get<int32>(payload));
+    case RscType::Int64:
+        return append("x", Get<int64>(payload));
+    case RscType::Real32:
+        return append("d", static_cast<double>(Get<float>(payload)));
+    case RscType::Real64:
+        return append("d", Get<double>(payload));
+    case RscType::Version:
+        return WriteVersion(Get<RscVersion>(payload));
+    case RscType::String:
+        return AppendText(message, payload);
+    case RscType::Array:
+        return WriteArray(Get<RscArrayInformation>(payload));
+    default:
+        return WriteRaw(type, payload);
+    }
+}
+
+void RscMessageWriter::WriteRaw(RscType type, std::span<const char> payload)
+{
+    const auto tag = static_cast<uint8>(type);
+    switch (Internal::GetRawBytes(type))
+    {
+    case sizeof(uint32):
+        return Check(sd_bus_message_append(&message, valueSignature, tag, "u", Get<uint32>(payload)));
+    case sizeof(uint64):
+        return Check(sd_bus_message_append(&message, valueSignature, tag, "t", Get<uint64>(payload)));
+    default:
+        return AppendBytes(message, type, payload.first(Internal::GetPayloadBytes(type, payload)));
+    }
+}
+
+void RscMessageWriter::WriteVersion(const RscVersion& version)
+{
+    Check(sd_bus_message_append(&message, valueSignature, static_cast<uint8>(RscType::Version), "(uuuu)", version[0],
+                                version[1], version[2], version[3]));
+}
+
+void RscMessageWriter::WriteArray(const RscArrayInformation& information)
+{
+    Check(sd_bus_message_open_container(&message, 'r', "yv"));
+    Check(sd_bus_message_append(&message, "y", static_cast<uint8>(RscType::Array)));
+    Check(sd_bus_message_open_container(&message, 'v', Internal::arraySignature));
+    Check(sd_bus_message_open_container(&message, 'r', Internal::arrayMembersSignature));
+    Check(sd_bus_message_append(&message, "yyu", static_cast<uint8>(information.elementType), information.dimensions,
+                                information.elementCount));
+    BeginArray(valueSignature);
+    WriteElements(information);
+    for (int open = 0; open < 4; ++open)
+    {
+        Check(sd_bus_message_close_container(&message));
+    }
+}
+
+void RscMessageWriter::WriteElements(const RscArrayInformation& information)
+{
+    auto reader = TryMakeReader(RscVariant<sizeof(RscArrayInformation)>(information));
+    const bool hasSubarrays = information.dimensions > 1;
+    if (!reader || (!hasSubarrays && !IsPrimitive(information.elementType)))
+    {
+        return;
+    }
+    for (uint32 index = 0; index < information.elementCount; ++index)
+    {
+        if (hasSubarrays)
+        {
+            RscVariant<512> element;
+            reader->ReadNextArray(element);
+            WriteValue(element);
+        }
+        else
+        {
+            std::array<std::byte, RscArrayReader::maximumPrimitiveBytes> element = {};
+            reader->ReadNext(element);
+            WritePayload(information.elementType,
+                         {reinterpret_cast<const char*>(element.data()), element.size()}); // NOLINT
+        }
+    }
+}
+
+void RscMessageWriter::Use(std::size_t bytes)
+{
+    if (bytes + valueOverhead > remainingBytes)
+    {
+        throw InvalidOperationException::Create("The message would be longer than {0} bytes", maximumBodyBytes);
+    }
+    remainingBytes -= bytes + valueOverhead;
+}
+
+} // namespace Oxa::System::Rsc
