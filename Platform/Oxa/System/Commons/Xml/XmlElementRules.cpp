@@ -1,0 +1,39 @@
+#include "Oxa/System/Commons/Xml/XmlElementRules.hpp"
+
+#include <set>
+#include <utility>
+#include <vector>
+
+namespace Oxa::System::Commons::Xml
+{
+
+void XmlElementRules::Add(const BasicString& path, ReadFunction read)
+{
+    rules[path] = std::move(read);
+}
+
+void XmlElementRules::Read(XmlReader& reader, XmlSerializationContext& context) const
+{
+    const XmlElementReader element(reader, context);
+    element.RequireOnly({});
+    std::vector<BasicString> paths;
+    std::set<BasicString> seen;
+    while (reader.TryReadStartElement())
+    {
+        paths.resize(static_cast<std::size_t>(reader.GetDepth() - 1));
+        paths.push_back((paths.empty() ? "" : paths.back() + '/') + reader.GetElementLocalName());
+        const auto rule = rules.find(paths.back());
+        if (rule == rules.end())
+        {
+            element.ThrowUnknownElement();
+        }
+        // What two of them say might differ.
+        if (paths.size() == 1 && !seen.insert(paths.back()).second)
+        {
+            element.ThrowRepeatedElement();
+        }
+        rule->second(element);
+    }
+}
+
+} // namespace Oxa::System::Commons::Xml
