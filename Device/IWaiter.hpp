@@ -5,8 +5,8 @@
 namespace Oxa::Device::Linux
 {
 
-/// Lets one thread wait for time to pass and another end that at once. Tests drive time through it.
-/// Threads: one waits, any may cancel.
+/// Lets threads wait for time to pass and another end that at once. Tests drive time through it.
+/// Threads: any may wait, any may cancel.
 class IWaiter
 {
 public:

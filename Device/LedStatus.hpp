@@ -17,6 +17,7 @@ enum class LedState : uint16
 /// The high 16 bits of a LED's status word.
 enum class LedColour : uint16
 {
+    Unknown = 0,
     Green = 1,
     Yellow = 2,
     Red = 3,

@@ -8,7 +8,7 @@
 namespace Oxa::Device::Linux
 {
 
-/// Waits by the steady clock, on a condition variable. Threads: one waits, any may cancel.
+/// Waits by the steady clock, on a condition variable. Threads: any may wait, any may cancel.
 class SteadyWaiter final : public IWaiter
 {
 public:

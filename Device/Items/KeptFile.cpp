@@ -44,7 +44,7 @@ KeptFile::Content ReadOnce(int descriptor, std::span<char> buffer) noexcept
 
 } // namespace
 
-KeptFile::KeptFile(BasicString path) : path(std::move(path)) {}
+KeptFile::KeptFile(BasicString path, Reopening reopening) : path(std::move(path)), reopening(reopening) {}
 
 KeptFile::~KeptFile()
 {
@@ -55,7 +55,12 @@ KeptFile::Content KeptFile::Read(std::span<char> buffer) noexcept
 {
     const std::lock_guard lock(mutex);
     const bool wasOpen = descriptor >= 0;
-    if (wasOpen && isReplaceable && WasReplaced())
+    const bool wasReplaced = wasOpen && isReplaceable && WasReplaced();
+    if (wasOpen && reopening == Reopening::Never)
+    {
+        return wasReplaced ? Content{{}, ENODEV} : ReadOnce(descriptor, buffer);
+    }
+    if (wasReplaced)
     {
         Close();
     }

@@ -26,8 +26,16 @@ public:
         int error = 0;
     };
 
+    /// What becomes of a file that was open and then fails.
+    enum class Reopening
+    {
+        ByPath,
+        /// The path may be another device's by then: it stays as it is.
+        Never
+    };
+
     /// Opens nothing yet.
-    explicit KeptFile(BasicString path);
+    explicit KeptFile(BasicString path, Reopening reopening = Reopening::ByPath);
     KeptFile(const KeptFile&) = delete;
     KeptFile& operator=(const KeptFile&) = delete;
     ~KeptFile();
@@ -46,6 +54,7 @@ private:
     void Close() noexcept;
 
     const BasicString path;
+    const Reopening reopening;
     System::Commons::Mutex mutex;
     int descriptor = -1;
     bool isReplaceable = false;

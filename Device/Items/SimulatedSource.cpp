@@ -1,12 +1,19 @@
 #include "Device/Items/SimulatedSource.hpp"
 
+#include <fmt/format.h>
+
 #include <utility>
 
 namespace Oxa::Device::Linux::Items
 {
 
+SimulatedSource::SimulatedSource(SimulatedSignal signal, double noiseAmplitude, uint64 noiseSeed, SteadyClock clock)
+    : signal(std::move(signal)), clock(std::move(clock)), begin(this->clock()), noise(noiseAmplitude, noiseSeed)
+{
+}
+
 SimulatedSource::SimulatedSource(const ItemValue& value, BasicString meaning)
-    : value(value), meaning(std::move(meaning))
+    : SimulatedSource(SimulatedSignal::MakeConstant(value, std::move(meaning)))
 {
 }
 
@@ -14,12 +21,13 @@ SimulatedSource::~SimulatedSource() = default;
 
 ItemReading SimulatedSource::Read(const ReadPass&)
 {
-    return {value, {}};
+    return {noise.AddTo(signal.GetValue(clock() - begin)), {}};
 }
 
 BasicString SimulatedSource::Describe() const
 {
-    return "simulated: constant " + meaning;
+    const BasicString text = "simulated: " + signal.Describe();
+    return noise.GetAmplitude() > 0 ? fmt::format("{}, noise {}", text, noise.GetAmplitude()) : text;
 }
 
 bool SimulatedSource::IsSimulated() const noexcept

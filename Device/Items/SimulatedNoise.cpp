@@ -1,0 +1,95 @@
+#include "Device/Items/SimulatedNoise.hpp"
+
+#include "Oxa/System/Commons/ArgumentException.hpp"
+
+#include <cmath>
+#include <optional>
+
+namespace Oxa::Device::Linux::Items
+{
+
+namespace
+{
+
+using System::Rsc::RscType;
+
+/// Makes of every number another that looks like chance (the mixer of the SplitMix64 generator).
+uint64 Mix(uint64 number) noexcept
+{
+    number = (number ^ (number >> 30U)) * 0xBF58476D1CE4E5B9U;
+    number = (number ^ (number >> 27U)) * 0x94D049BB133111EBU;
+    return number ^ (number >> 31U);
+}
+
+template <class T>
+double CopyNumber(const ItemValue& value) noexcept
+{
+    T number;
+    value.CopyTo(number);
+    return static_cast<double>(number);
+}
+
+std::optional<double> GetNumber(const ItemValue& value) noexcept
+{
+    switch (value.GetType())
+    {
+    case RscType::Int8:
+        return CopyNumber<int8>(value);
+    case RscType::Uint8:
+        return CopyNumber<uint8>(value);
+    case RscType::Int16:
+        return CopyNumber<int16>(value);
+    case RscType::Uint16:
+        return CopyNumber<uint16>(value);
+    case RscType::Int32:
+        return CopyNumber<int32>(value);
+    case RscType::Uint32:
+        return CopyNumber<uint32>(value);
+    case RscType::Int64:
+        return CopyNumber<int64>(value);
+    case RscType::Uint64:
+        return CopyNumber<uint64>(value);
+    case RscType::Real32:
+        return CopyNumber<float>(value);
+    case RscType::Real64:
+        return CopyNumber<double>(value);
+    default:
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+SimulatedNoise::SimulatedNoise(double amplitude, uint64 seed) : amplitude(amplitude), seed(seed)
+{
+    if (!std::isfinite(amplitude) || amplitude < 0)
+    {
+        throw System::Commons::ArgumentException::Create("amplitude", amplitude, "Not a number from 0");
+    }
+}
+
+ItemValue SimulatedNoise::AddTo(const ItemValue& value) noexcept
+{
+    if (amplitude == 0)
+    {
+        return value;
+    }
+    const auto number = GetNumber(value);
+    return number ? ItemValue(*number + GetNext()) : value;
+}
+
+double SimulatedNoise::GetAmplitude() const noexcept
+{
+    return amplitude;
+}
+
+double SimulatedNoise::GetNext() noexcept
+{
+    constexpr uint64 increment = 0x9E3779B97F4A7C15U;
+    const uint64 number = count.fetch_add(1, std::memory_order_relaxed) + 1;
+    // 53 bits fill a double evenly from 0 to below 1.
+    const double fraction = std::ldexp(static_cast<double>(Mix(seed + number * increment) >> 11U), -53);
+    return amplitude * (2 * fraction - 1);
+}
+
+} // namespace Oxa::Device::Linux::Items
