@@ -52,6 +52,12 @@ public:
         isInsideMessage = false;
     }
 
+    /// Whether a message has begun to come in and is not complete.
+    [[nodiscard]] bool IsInsideMessage() const noexcept
+    {
+        return isInsideMessage;
+    }
+
     [[nodiscard]] int GetDescriptor() const noexcept;
     [[nodiscard]] short GetPollEvents() const noexcept;
 
