@@ -1,0 +1,89 @@
+#pragma once
+
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Commons/Export.hpp"
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace Oxa::System::Commons::Threading
+{
+
+class ILeaderWork;
+
+/// Runs a loop by a team of threads of which one, the leader, runs it at a time. Code of others, which may hang, is
+/// called inside a `ForeignCall`; when one lasts longer than 5 to 10 ms, another thread of the team takes the loop
+/// over, and the one that hung goes back to the team when it is through. So nothing wakes a second thread as long as
+/// everybody is quick, and all steps but what comes out of a foreign call run one after the other, each seeing what
+/// those before it did. A second after the last foreign call nothing wakes up periodically any more. Threads:
+/// everything is safe from any thread.
+class OXA_EXPORT LeaderTeam final : private Diagnostics::Logging::Loggable<LeaderTeam>
+{
+public:
+    /// Borrows the work as long as it lives.
+    explicit LeaderTeam(ILeaderWork& work);
+    LeaderTeam(const LeaderTeam&) = delete;
+    LeaderTeam& operator=(const LeaderTeam&) = delete;
+
+    /// Requires: `Run` has returned or was never called.
+    ~LeaderTeam();
+
+    /// Runs step after step until `Stop`, on this thread and others; returns when all threads of the team are through.
+    /// Once. `maximumThreads`: one more than there may be foreign calls that hang at the same time; at least 1.
+    void Run(unsigned maximumThreads);
+
+    /// No step begins any more. Wakes the one that waits.
+    void Stop();
+
+    /// Spans a call of foreign code out of a step; not inside another one. Costs two atomic operations; does nothing on
+    /// threads that do not run the loop. A step that had one must touch nothing of the loop behind it: another thread
+    /// may run the loop by then.
+    class OXA_EXPORT ForeignCall final
+    {
+    public:
+        explicit ForeignCall(LeaderTeam& team) noexcept;
+        ForeignCall(const ForeignCall&) = delete;
+        ForeignCall& operator=(const ForeignCall&) = delete;
+        ~ForeignCall();
+
+    private:
+        LeaderTeam& team;
+        /// The team's state inside the call; 0 when the thread does not run the loop.
+        std::uint64_t state = 0;
+    };
+
+private:
+    using MemberNumber = std::uint64_t;
+
+    void RunMember(MemberNumber member);
+    void Lead(MemberNumber member);
+    template <class Step>
+    void RunGuarded(const Step& step);
+    [[nodiscard]] bool Follow(MemberNumber member);
+    [[nodiscard]] bool Watch(std::unique_lock<std::mutex>& lock, MemberNumber member);
+    void Park(std::unique_lock<std::mutex>& lock, std::uint64_t seenState);
+    void Unpark();
+    void EnsureFollower();
+    [[nodiscard]] bool IsLeader(MemberNumber member) const noexcept;
+
+    ILeaderWork& work;
+    unsigned maximumThreads = 1;
+
+    /// Who runs the loop and whether in a foreign call: member number in the upper bits, below it a counter that every
+    /// begin and end of a call moves on by one, so that an odd one means inside.
+    std::atomic<std::uint64_t> state;
+    std::atomic<bool> isParked = false;
+    std::atomic<bool> isStopping = false;
+
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool hasWatcher = false;
+    unsigned waitingFollowers = 0;
+    std::vector<std::thread> threads;
+};
+
+} // namespace Oxa::System::Commons::Threading
