@@ -1,0 +1,37 @@
+#pragma once
+
+#include "Oxa/System/Commons/ProgramVariables.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <optional>
+#include <vector>
+
+namespace Oxa::Device::Program
+{
+
+/// What `oxa-device` is asked to do.
+struct DeviceCommandLine
+{
+    enum class Action : uint8
+    {
+        Serve,
+        CheckDescription,
+        DescribeMachine,
+        ReadItems
+    };
+
+    Action action = Action::Serve;
+    BasicString configurationPath = "/etc/oxa/oxa-device.xml";
+    /// To check, or to read items by. Empty for the latter: the one of this machine as it describes itself.
+    BasicString descriptionPath;
+    /// The folder that stands for the machine; empty: the machine that the program runs on.
+    BasicString rootFolder;
+    std::vector<BasicString> keys;
+    System::Commons::ProgramVariables variables;
+};
+
+/// Nothing when the command line only asked for help or is wrong: that has been told, and `exitStatus` is set.
+[[nodiscard]] std::optional<DeviceCommandLine> ParseDeviceCommandLine(int argc, const char* const* argv,
+                                                                      int& exitStatus);
+
+} // namespace Oxa::Device::Program

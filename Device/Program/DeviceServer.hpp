@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Device/Program/DeviceServerConfiguration.hpp"
+
+namespace Oxa::System::Commons
+{
+class AppDomain;
+}
+
+namespace Oxa::Device::Program
+{
+
+/// A listening socket that systemd handed to the process; -1: none. Throws InvalidOperationException when what it
+/// handed over is not exactly one listening Unix socket.
+[[nodiscard]] int TakeActivationSocket();
+
+/// Loads the components and offers what they provide until SIGTERM or SIGINT, which must be blocked in all threads.
+/// Throws XmlException when no component came up, InvalidOperationException when nothing can be offered.
+/// Threads: the main thread only.
+void ServeDevice(System::Commons::AppDomain& appDomain, const DeviceServerConfiguration& configuration);
+
+} // namespace Oxa::Device::Program

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Oxa/System/Commons/Export.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace Oxa::System::Commons
+{
+
+class AppDomain;
+
+/// What configuration documents of a program can name.
+using ProgramVariables = std::vector<std::pair<BasicString, BasicString>>;
+
+/// The parts of "NAME=VALUE"; none when there is no name.
+[[nodiscard]] OXA_EXPORT std::optional<std::pair<BasicString, BasicString>> SplitVariable(const BasicString& text);
+
+/// Gives the application domain OXA_CONFIG, the folder that the configuration file lies in, OXA_LIBRARIES, the folder
+/// of the libraries beside the running program's own, and then `variables`, which may replace those.
+OXA_EXPORT void SetProgramVariables(AppDomain& appDomain, const BasicString& configurationPath,
+                                    const ProgramVariables& variables);
+
+} // namespace Oxa::System::Commons
