@@ -14,8 +14,8 @@ namespace Oxa::Device::Linux
 using System::Commons::Diagnostics::Logging::LogLevel;
 
 LinuxComponent::LinuxComponent(System::Commons::AppDomain& appDomain, std::unique_ptr<IWaiter> samplingWaiter,
-                               std::unique_ptr<IWaiter> outageWaiter)
-    : appDomain(appDomain), samplingWaiter(std::move(samplingWaiter)), outageWaiter(std::move(outageWaiter))
+                               std::unique_ptr<IWaiter> commandWaiter)
+    : appDomain(appDomain), samplingWaiter(std::move(samplingWaiter)), commandWaiter(std::move(commandWaiter))
 {
 }
 
@@ -41,8 +41,8 @@ void LinuxComponent::Start()
 {
     LogSources();
     sampler = std::make_unique<CpuSampler>(loads, std::move(samplingWaiter));
-    outage = MakeOutage();
-    services = std::make_unique<Services::DeviceServices>(items, outage);
+    commands = MakeCommands();
+    services = std::make_unique<Services::DeviceServices>(items, commands);
     services->Offer();
 }
 
@@ -51,9 +51,9 @@ void LinuxComponent::Stop() noexcept
     try
     {
         // First of all, lest the end of an outage offers again what is withdrawn here.
-        if (outage)
+        if (commands)
         {
-            outage->Stop();
+            commands->Stop();
         }
         services.reset();
         sampler.reset();
@@ -64,14 +64,17 @@ void LinuxComponent::Stop() noexcept
     }
 }
 
-std::shared_ptr<ServiceOutage> LinuxComponent::MakeOutage()
+std::shared_ptr<Commands::DeviceCommands> LinuxComponent::MakeCommands()
 {
-    ServiceOutage::Actions actions = {[this] { services->Withdraw(); },
-                                      [this]
-                                      {
-                                          ComeBack();
-                                      }};
-    return std::make_shared<ServiceOutage>(std::move(actions), ServiceOutage::defaultDuration, std::move(outageWaiter));
+    using Commands::CommandSettings;
+    const CommandSettings settings = {
+        CommandSettings::RestartAction::Simulate, CommandSettings::FactoryResetAction::Simulate, {}};
+    ServiceOutage::Actions outageActions = {[this] { services->Withdraw(); },
+                                            [this]
+                                            {
+                                                ComeBack();
+                                            }};
+    return std::make_shared<Commands::DeviceCommands>(settings, std::move(outageActions), std::move(commandWaiter));
 }
 
 void LinuxComponent::ComeBack()

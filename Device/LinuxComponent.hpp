@@ -1,11 +1,11 @@
 #pragma once
 
 #include "Device/BootIdentity.hpp"
+#include "Device/Commands/DeviceCommands.hpp"
 #include "Device/CpuSampler.hpp"
 #include "Device/IWaiter.hpp"
 #include "Device/Items/CpuLoads.hpp"
 #include "Device/Items/ItemTable.hpp"
-#include "Device/ServiceOutage.hpp"
 #include "Device/Services/DeviceServices.hpp"
 #include "Oxa/System/Acf/IComponent.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
@@ -20,17 +20,17 @@ class AppDomain;
 namespace Oxa::Device::Linux
 {
 
-/// The device services of a Linux machine: puts items, services, sampler and simulated commands together. The machine
+/// The device services of a Linux machine: puts items, services, sampler and commands together. The machine
 /// is the folder that the application domain's variable OXA_DEVICE_ROOT names, else "/". Owned by the process that
 /// created it. Threads: as every component, one operation at a time.
 class LinuxComponent final : public System::Acf::IComponent,
                              private System::Commons::Diagnostics::Logging::Loggable<LinuxComponent>
 {
 public:
-    /// The waiters give the sampling period and the length of a simulated outage their time. Requires: neither is null,
+    /// The waiters give the sampling period and the commands their time. Requires: neither is null,
     /// `appDomain` outlives `Setup`.
     LinuxComponent(System::Commons::AppDomain& appDomain, std::unique_ptr<IWaiter> samplingWaiter,
-                   std::unique_ptr<IWaiter> outageWaiter);
+                   std::unique_ptr<IWaiter> commandWaiter);
     ~LinuxComponent() override;
 
     /// Finds out what the machine has. Throws ArgumentException when the root is no folder. There are no settings; a
@@ -40,23 +40,23 @@ public:
     /// Offers the four services and starts the sampler. Requires: `Setup` was called.
     void Start() override;
 
-    /// Ends a simulated outage at once, too.
+    /// Ends a command at once, too.
     void Stop() noexcept override;
 
 private:
-    [[nodiscard]] std::shared_ptr<ServiceOutage> MakeOutage();
+    [[nodiscard]] std::shared_ptr<Commands::DeviceCommands> MakeCommands();
     void ComeBack();
     void LogSources() const;
 
     System::Commons::AppDomain& appDomain;
     std::unique_ptr<IWaiter> samplingWaiter;
-    std::unique_ptr<IWaiter> outageWaiter;
+    std::unique_ptr<IWaiter> commandWaiter;
 
     std::shared_ptr<BootIdentity> bootIdentity;
     std::shared_ptr<Items::CpuLoads> loads;
     std::shared_ptr<const Items::ItemTable> items;
 
-    std::shared_ptr<ServiceOutage> outage;
+    std::shared_ptr<Commands::DeviceCommands> commands;
     std::unique_ptr<Services::DeviceServices> services;
     std::unique_ptr<CpuSampler> sampler;
 };

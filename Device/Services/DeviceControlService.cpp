@@ -1,5 +1,7 @@
 #include "Device/Services/DeviceControlService.hpp"
 
+#include "Oxa/System/Rsc/RscCallContext.hpp"
+
 #include <utility>
 
 namespace Oxa::Device::Linux::Services
@@ -7,23 +9,28 @@ namespace Oxa::Device::Linux::Services
 
 using Interface::Services::AccessErrorCode;
 using System::Commons::Diagnostics::Logging::LogLevel;
+using System::Rsc::RscCallContext;
 
-DeviceControlService::DeviceControlService(std::shared_ptr<ServiceOutage> outage) : outage(std::move(outage)) {}
+DeviceControlService::DeviceControlService(std::shared_ptr<Commands::IDeviceCommands> commands)
+    : commands(std::move(commands))
+{
+}
 
 DeviceControlService::~DeviceControlService() = default;
 
 AccessErrorCode DeviceControlService::Restart()
 {
-    const AccessErrorCode result = outage->Begin();
-    Log(LogLevel::Notice, "Restart (simulated) was asked for: {0}", result);
+    const BasicString caller = RscCallContext::DescribeCaller();
+    const AccessErrorCode result = commands->Restart(caller);
+    Log(LogLevel::Notice, "A restart was asked for by {0}: {1}", caller, result);
     return result;
 }
 
 AccessErrorCode DeviceControlService::FactoryReset(uint16 resetKind)
 {
-    const bool isKnown = resetKind == resetToFactoryDefault;
-    const AccessErrorCode result = isKnown ? outage->Begin() : AccessErrorCode::NotSupported;
-    Log(LogLevel::Notice, "Factory reset (simulated) of kind {0} was asked for: {1}", resetKind, result);
+    const BasicString caller = RscCallContext::DescribeCaller();
+    const AccessErrorCode result = commands->FactoryReset(resetKind, caller);
+    Log(LogLevel::Notice, "A factory reset of kind {0} was asked for by {1}: {2}", resetKind, caller, result);
     return result;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Device/ServiceOutage.hpp"
+#include "Device/Commands/IDeviceCommands.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceControlService.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 
@@ -9,24 +9,23 @@
 namespace Oxa::Device::Linux::Services
 {
 
-/// Simulated commands: a restart is an outage of the services, a factory reset changes nothing but restarts as well.
-/// What was asked for and what came of it is logged. Safe from several threads.
+/// The commands as others call them. Logs who asked for what, and what came of it. Safe from several threads.
 class DeviceControlService final : public Interface::Services::IDeviceControlService,
                                    private System::Commons::Diagnostics::Logging::Loggable<DeviceControlService>
 {
 public:
-    /// Shares the outage, so that a call under way survives the component's end. Requires: not null.
-    explicit DeviceControlService(std::shared_ptr<ServiceOutage> outage);
+    /// Shares the commands, so that a call under way survives the component's end. Requires: not null.
+    explicit DeviceControlService(std::shared_ptr<Commands::IDeviceCommands> commands);
     ~DeviceControlService() override;
 
-    /// As `ServiceOutage::Begin`.
+    /// As `IDeviceCommands::Restart`.
     Interface::Services::AccessErrorCode Restart() override;
 
-    /// NotSupported for every kind but `resetToFactoryDefault`; otherwise as `Restart`.
+    /// As `IDeviceCommands::FactoryReset`.
     [[nodiscard]] Interface::Services::AccessErrorCode FactoryReset(uint16 resetKind) override;
 
 private:
-    const std::shared_ptr<ServiceOutage> outage;
+    const std::shared_ptr<Commands::IDeviceCommands> commands;
 };
 
 } // namespace Oxa::Device::Linux::Services

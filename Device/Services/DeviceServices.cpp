@@ -18,10 +18,10 @@ using Interface::Services::DeviceStatusServiceProxyFactory;
 using System::Rsc::ServiceManager;
 
 DeviceServices::DeviceServices(const std::shared_ptr<const Items::ItemTable>& items,
-                               const std::shared_ptr<ServiceOutage>& outage)
+                               const std::shared_ptr<Commands::IDeviceCommands>& commands)
     : infoService(std::make_shared<DeviceInfoService>(items)),
       statusService(std::make_shared<DeviceStatusService>(items)),
-      controlService(std::make_shared<DeviceControlService>(outage)),
+      controlService(std::make_shared<DeviceControlService>(commands)),
       rtcService(std::make_shared<RtcService>(&RtcService::ReadSystemClock))
 {
 }

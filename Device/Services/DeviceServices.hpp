@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Device/Commands/IDeviceCommands.hpp"
 #include "Device/Items/ItemTable.hpp"
-#include "Device/ServiceOutage.hpp"
 #include "Device/Services/ItemService.hpp"
 
 #include <memory>
@@ -18,7 +18,8 @@ class DeviceServices final
 {
 public:
     /// Offers nothing yet. Requires: neither argument is null.
-    DeviceServices(const std::shared_ptr<const Items::ItemTable>& items, const std::shared_ptr<ServiceOutage>& outage);
+    DeviceServices(const std::shared_ptr<const Items::ItemTable>& items,
+                   const std::shared_ptr<Commands::IDeviceCommands>& commands);
     DeviceServices(const DeviceServices&) = delete;
     DeviceServices& operator=(const DeviceServices&) = delete;
 

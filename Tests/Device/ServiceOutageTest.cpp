@@ -1,5 +1,6 @@
 #include "Device/ServiceOutage.hpp"
 
+#include "Device/Commands/DeviceCommands.hpp"
 #include "Device/FakeTime.hpp"
 #include "Device/Services/DeviceControlService.hpp"
 #include "Support/LogRecorder.hpp"
@@ -40,9 +41,12 @@ protected:
     FakeTime time;
     std::promise<void> back;
     std::atomic<bool> isOffered = true;
-    const std::shared_ptr<ServiceOutage> outage =
-        std::make_shared<ServiceOutage>(MakeActions(), std::chrono::seconds(3), time.MakeWaiter());
-    Services::DeviceControlService service{outage};
+    const std::shared_ptr<Commands::DeviceCommands> commands = std::make_shared<Commands::DeviceCommands>(
+        Commands::CommandSettings{Commands::CommandSettings::RestartAction::Simulate,
+                                  Commands::CommandSettings::FactoryResetAction::Simulate,
+                                  {}},
+        MakeActions(), time.MakeWaiter());
+    Services::DeviceControlService service{commands};
 };
 
 } // namespace
@@ -87,14 +91,14 @@ TEST_F(SimulatedRestart, IsNotWhatUnknownResetKindsGet)
     }
     EXPECT_TRUE(isOffered);
     ASSERT_EQ(log.GetEntries().size(), 3U);
-    EXPECT_EQ(log.GetEntries()[1].message, "Factory reset (simulated) of kind 2 was asked for: not supported");
+    EXPECT_EQ(log.GetEntries()[1].message, "A factory reset of kind 2 was asked for by this process: not supported");
 }
 
 TEST_F(SimulatedRestart, EndsAtOnceWhenItIsStopped)
 {
     EXPECT_EQ(service.Restart(), AccessErrorCode::None);
     time.AwaitWait(1);
-    outage->Stop();
+    commands->Stop();
     EXPECT_FALSE(isOffered);
     EXPECT_EQ(service.Restart(), AccessErrorCode::NotAvailable);
 }

@@ -1,0 +1,202 @@
+#include "Device/Commands/SystemBus.hpp"
+
+#include "Device/Commands/StopEvent.hpp"
+#include "Oxa/System/Commons/Text.hpp"
+
+#include <poll.h>
+#include <systemd/sd-bus.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdarg>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+namespace Oxa::Device::Linux::Commands
+{
+
+using Interface::Services::AccessErrorCode;
+namespace Text = System::Commons::Text;
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+struct CodeOfError
+{
+    std::string_view namePrefix;
+    AccessErrorCode code;
+};
+
+constexpr CodeOfError codesOfErrors[] = {
+    {SD_BUS_ERROR_ACCESS_DENIED, AccessErrorCode::AccessDenied},
+    {SD_BUS_ERROR_AUTH_FAILED, AccessErrorCode::AccessDenied},
+    {SD_BUS_ERROR_INTERACTIVE_AUTHORIZATION_REQUIRED, AccessErrorCode::AccessDenied},
+    {SD_BUS_ERROR_SERVICE_UNKNOWN, AccessErrorCode::NotAvailable},
+    {SD_BUS_ERROR_NAME_HAS_NO_OWNER, AccessErrorCode::NotAvailable},
+    // What the bus says when it cannot start a service.
+    {"org.freedesktop.DBus.Error.Spawn.", AccessErrorCode::NotAvailable},
+    {"org.freedesktop.systemd1.NoSuchUnit", AccessErrorCode::NotAvailable},
+    {SD_BUS_ERROR_NO_REPLY, AccessErrorCode::TimedOut},
+    {SD_BUS_ERROR_TIMEOUT, AccessErrorCode::TimedOut},
+    {"org.freedesktop.DBus.Error.TimedOut", AccessErrorCode::TimedOut},
+};
+
+AccessErrorCode GetCode(std::string_view errorName)
+{
+    const auto* const found =
+        std::find_if(std::begin(codesOfErrors), std::end(codesOfErrors),
+                     [errorName](const CodeOfError& entry) { return errorName.starts_with(entry.namePrefix); });
+    return found != std::end(codesOfErrors) ? found->code : AccessErrorCode::DeviceFault;
+}
+
+BasicString Describe(const BusMethod& method)
+{
+    return Text::Format("call '{0}' of '{1}'", method.name, method.service);
+}
+
+CommandResult DescribeAnswer(sd_bus_message* answer, const BusMethod& method)
+{
+    const sd_bus_error* const error = sd_bus_message_get_error(answer);
+    if (error == nullptr)
+    {
+        return {};
+    }
+    const BasicString cause = Text::Format("cannot {0}: {1} ({2})", Describe(method),
+                                           error->message != nullptr ? error->message : "no reason given", error->name);
+    return {GetCode(error->name), cause};
+}
+
+int KeepAnswer(sd_bus_message* answer, void* kept, sd_bus_error*) noexcept
+{
+    static_cast<BusMessagePointer*>(kept)->reset(sd_bus_message_ref(answer));
+    return 0;
+}
+
+} // namespace
+
+void BusReleaser::operator()(sd_bus* bus) const noexcept
+{
+    sd_bus_close_unref(bus);
+}
+
+void BusReleaser::operator()(sd_bus_message* message) const noexcept
+{
+    sd_bus_message_unref(message);
+}
+
+void BusReleaser::operator()(sd_bus_slot* slot) const noexcept
+{
+    sd_bus_slot_unref(slot);
+}
+
+CommandResult DescribeBusFault(int error, const BasicString& what)
+{
+    const bool isDenied = error == EACCES || error == EPERM;
+    return {isDenied ? AccessErrorCode::AccessDenied : AccessErrorCode::NotAvailable,
+            Text::Format("cannot {0}: {1}", what, std::generic_category().message(error))};
+}
+
+SystemBus::SystemBus(const StopEvent& stop, std::chrono::milliseconds callTimeout)
+    : stop(stop), callTimeout(callTimeout)
+{
+}
+
+SystemBus::~SystemBus() = default;
+
+CommandResult SystemBus::Open()
+{
+    sd_bus* opened = nullptr;
+    const int result = sd_bus_open_system_with_description(&opened, "device commands");
+    bus.reset(opened);
+    return result < 0 ? DescribeBusFault(-result, "open the system bus") : CommandResult();
+}
+
+BusAnswer SystemBus::Call(const BusMethod& method, const char* types, ...)
+{
+    sd_bus_message* created = nullptr;
+    int result =
+        sd_bus_message_new_method_call(bus.get(), &created, method.service, method.path, method.interface, method.name);
+    const BusMessagePointer call(created);
+    if (result >= 0)
+    {
+        va_list arguments;
+        va_start(arguments, types);
+        result = sd_bus_message_appendv(created, types, arguments);
+        va_end(arguments);
+    }
+    return result < 0 ? BusAnswer{DescribeBusFault(-result, Describe(method)), nullptr} : Call(method, created);
+}
+
+BusAnswer SystemBus::Call(const BusMethod& method, sd_bus_message* call)
+{
+    BusMessagePointer answer;
+    sd_bus_slot* pending = nullptr;
+    const int sent = sd_bus_call_async(bus.get(), &pending, call, &KeepAnswer, &answer, UINT64_MAX);
+    // Once it is gone nobody writes into `answer` any more.
+    const BusSlotPointer slot(pending);
+    CommandResult result = sent < 0 ? DescribeBusFault(-sent, "send the call")
+                                    : ProcessUntil([&answer] { return answer != nullptr; }, callTimeout);
+    if (answer != nullptr && result.IsSuccess())
+    {
+        result = DescribeAnswer(answer.get(), method);
+    }
+    else
+    {
+        result.cause = Text::Format("cannot {0}: {1}", Describe(method), result.cause);
+    }
+    return {std::move(result), std::move(answer)};
+}
+
+CommandResult SystemBus::ProcessUntil(const std::function<bool()>& isDone, std::chrono::milliseconds timeout)
+{
+    const auto deadline = Clock::now() + timeout;
+    while (true)
+    {
+        const int progress = sd_bus_process(bus.get(), nullptr);
+        if (progress < 0 || sd_bus_is_open(bus.get()) <= 0)
+        {
+            return DescribeBusFault(progress < 0 ? -progress : ECONNRESET, "keep the connection to the system bus");
+        }
+        if (isDone())
+        {
+            return {};
+        }
+        const auto now = Clock::now();
+        if (now >= deadline)
+        {
+            return {AccessErrorCode::TimedOut, Text::Format("no answer within {0} ms", timeout.count())};
+        }
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - now);
+        CommandResult waited = AwaitMore(progress > 0 ? std::chrono::milliseconds::zero() : left);
+        if (!waited.IsSuccess())
+        {
+            return waited;
+        }
+    }
+}
+
+CommandResult SystemBus::AwaitMore(std::chrono::milliseconds timeout) const
+{
+    const int events = sd_bus_get_events(bus.get());
+    if (events < 0)
+    {
+        return DescribeBusFault(-events, "wait for the system bus");
+    }
+    std::array<pollfd, 2> polled = {
+        {{stop.GetDescriptor(), POLLIN, 0}, {sd_bus_get_fd(bus.get()), static_cast<short>(events), 0}}};
+    if (poll(polled.data(), polled.size(), static_cast<int>(timeout.count())) < 0 && errno != EINTR)
+    {
+        return DescribeBusFault(errno, "wait for the system bus");
+    }
+    if (polled[0].revents != 0)
+    {
+        return {AccessErrorCode::NotAvailable, "the device services are being stopped"};
+    }
+    return {};
+}
+
+} // namespace Oxa::Device::Linux::Commands
