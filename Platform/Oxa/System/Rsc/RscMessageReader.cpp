@@ -21,6 +21,7 @@ namespace
 
 // Each takes many times the memory that it takes in the message.
 constexpr std::size_t maximumSubarrays = 1024;
+constexpr std::size_t maximumSubarrayBytes = 512;
 
 [[noreturn]] void ThrowUnexpected()
 {
@@ -237,7 +238,7 @@ void RscMessageReader::KeepArraysForThisThread()
     GetKeptArrays() = std::move(arrays);
 }
 
-void RscMessageReader::ReadPayload(AssignFunction assign, void* variant)
+void RscMessageReader::ReadPayload(AssignFunction assign, void* variant, std::size_t maximumBytes)
 {
     Require(sd_bus_message_enter_container(&message, 'r', "yv"));
     const auto type = static_cast<RscType>(ReadBasic<uint8>(message, 'y'));
@@ -246,9 +247,13 @@ void RscMessageReader::ReadPayload(AssignFunction assign, void* variant)
     // The same text is valid inside, too: it lies in the message.
     Require(sd_bus_message_enter_container(&message, 'v', contents));
     Payload payload;
-    assign(variant, type,
-           type == RscType::Array ? payload.Of(ReadArray().GetInformation())
-                                  : ReadScalar(message, type, contents, payload));
+    const std::span<const char> bytes = type == RscType::Array ? payload.Of(ReadArray().GetInformation())
+                                                               : ReadScalar(message, type, contents, payload);
+    if (bytes.size() > maximumBytes)
+    {
+        ThrowUnexpected();
+    }
+    assign(variant, type, bytes);
     Check(sd_bus_message_exit_container(&message));
     Check(sd_bus_message_exit_container(&message));
 }
@@ -267,7 +272,7 @@ RemoteArray& RscMessageReader::ReadArray()
     EnterArray("(yv)");
     while (!TryLeaveArray())
     {
-        ReadPayload(array.dimensions > 1 ? &AddSubarray : &AddScalar, &array);
+        ReadPayload(array.dimensions > 1 ? &AddSubarray : &AddScalar, &array, maximumSubarrayBytes);
     }
     Check(sd_bus_message_exit_container(&message));
     const std::size_t count = array.scalars.size() + array.subarrays.size();

@@ -21,8 +21,7 @@ struct RemoteArray;
 } // namespace Internal
 
 /// Takes arguments or results off the message of one call, in the order of the operation's signature. The message comes
-/// from another process: everything throws RscServiceException, BadAnswer, when it is not what was asked for; a text or
-/// bytes too long for a variant are an ArgumentException.
+/// from another process: everything throws RscServiceException, BadAnswer, when it is not what was asked for.
 /// Threads: one at a time. Valid during the call that it is passed to.
 class OXA_EXPORT RscMessageReader final
 {
@@ -49,7 +48,7 @@ public:
     {
         ReadPayload([](void* variant, RscType type, std::span<const char> payload)
                     { static_cast<RscVariant<N>*>(variant)->Assign(type, payload); },
-                    &value);
+                    &value, N);
     }
 
     /// Everything until `TryLeaveArray` are its elements. `elementSignature`: of one.
@@ -64,7 +63,7 @@ public:
 private:
     using AssignFunction = void (*)(void* variant, RscType type, std::span<const char> payload);
 
-    void ReadPayload(AssignFunction assign, void* variant);
+    void ReadPayload(AssignFunction assign, void* variant, std::size_t maximumBytes);
     [[nodiscard]] Internal::RemoteArray& ReadArray();
 
     sd_bus_message& message;
