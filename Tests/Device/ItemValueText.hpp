@@ -26,6 +26,8 @@ namespace Oxa::Tests::Device
         return print(uint32());
     case RscType::Uint64:
         return print(uint64());
+    case RscType::Real64:
+        return print(double());
     case RscType::NotSet:
         return "NotSet";
     default:
