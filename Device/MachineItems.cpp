@@ -5,13 +5,13 @@
 #include "Device/Items/BootClockSource.hpp"
 #include "Device/Items/CpuCountSource.hpp"
 #include "Device/Items/CpuLoadSource.hpp"
+#include "Device/Items/FileSource.hpp"
 #include "Device/Items/FirstSource.hpp"
 #include "Device/Items/MemorySource.hpp"
 #include "Device/Items/OsReleaseSource.hpp"
 #include "Device/Items/PartitionSource.hpp"
 #include "Device/Items/SimulatedSource.hpp"
 #include "Device/Items/TemperatureSource.hpp"
-#include "Device/Items/TextFileSource.hpp"
 #include "Device/Items/UptimeFileSource.hpp"
 #include "Device/LedStatus.hpp"
 #include "Device/TemperatureSensor.hpp"
@@ -64,22 +64,22 @@ std::unique_ptr<IItemSource> MakeFirstFile(const MachineRoot& root,
     std::vector<std::unique_ptr<IItemSource>> sources;
     for (const std::string_view path : machinePaths)
     {
-        sources.push_back(std::make_unique<Items::TextFileSource>(root.Resolve(path)));
+        sources.push_back(std::make_unique<Items::FileSource>(
+            std::make_shared<Items::KeptFile>(root.Resolve(path)),
+            Items::FileSource::Options{.pattern = {}, .refusesPlaceholders = true}));
     }
     return std::make_unique<Items::FirstSource>(std::move(sources));
 }
 
 std::unique_ptr<IItemSource> MakeFirmwareVersion(const MachineRoot& root)
 {
-    std::vector<std::unique_ptr<IItemSource>> sources;
+    std::vector<std::shared_ptr<Items::KeptFile>> files;
     for (const char* path : {"/etc/os-release", "/usr/lib/os-release"})
     {
-        for (const char* field : {"PRETTY_NAME", "VERSION", "NAME"})
-        {
-            sources.push_back(std::make_unique<Items::OsReleaseSource>(root.Resolve(path), field));
-        }
+        files.push_back(std::make_shared<Items::KeptFile>(root.Resolve(path)));
     }
-    return std::make_unique<Items::FirstSource>(std::move(sources));
+    return std::make_unique<Items::OsReleaseSource>(std::move(files),
+                                                    std::vector<BasicString>{"PRETTY_NAME", "VERSION", "NAME"});
 }
 
 void AddIdentity(ItemTable& table, const MachineRoot& root)
@@ -124,7 +124,8 @@ void AddUtilization(ItemTable& table, const MachineRoot& root, const std::shared
 {
     using Items::PartitionSource;
     table.Add("Status.Memory.Usage.Percent.Actual",
-              std::make_unique<Items::MemorySource>(root.Resolve("/proc/meminfo")));
+              std::make_unique<Items::MemorySource>(std::make_shared<Items::MemoryProbe>(root.Resolve("/proc/meminfo")),
+                                                    Items::MemorySource::Figure::UsagePercent));
 
     const auto probe = std::make_shared<Items::PartitionProbe>(root.Resolve("/"));
     table.Add("Status.UserPartition.Total", std::make_unique<PartitionSource>(probe, PartitionSource::Figure::Total));

@@ -1,5 +1,6 @@
 #include "Device/Items/DeviceItem.hpp"
 
+#include "Device/Items/ItemConversion.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <algorithm>
@@ -20,14 +21,18 @@ constexpr std::size_t maximumLoggedCauses = 8;
 
 } // namespace
 
-DeviceItem::DeviceItem(BasicString key, std::unique_ptr<IItemSource> source)
-    : key(std::move(key)), source(std::move(source))
+DeviceItem::DeviceItem(BasicString key, std::unique_ptr<IItemSource> source, std::optional<System::Rsc::RscType> type)
+    : key(std::move(key)), source(std::move(source)), type(type)
 {
 }
 
 ItemValue DeviceItem::Read(const ReadPass& pass)
 {
-    const ItemReading reading = ReadSource(pass);
+    ItemReading reading = ReadSource(pass);
+    if (type && reading.HasValue() && !reading.isTypeKept && reading.value.GetType() != *type)
+    {
+        ConvertToType(reading);
+    }
     if (!reading.HasValue() && IsNewCause(reading.cause))
     {
         Log(LogLevel::Warning, "The item '{0}' has no value: {1}", key,
@@ -59,6 +64,15 @@ ItemReading DeviceItem::ReadSource(const ReadPass& pass)
     catch (...)
     {
         return ItemReading::Missing("unknown exception");
+    }
+}
+
+void DeviceItem::ConvertToType(ItemReading& reading) const
+{
+    reading = ItemConversion::Convert(reading.value, *type);
+    if (!reading.HasValue())
+    {
+        reading.cause += ", " + source->Describe();
     }
 }
 

@@ -4,8 +4,10 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Rsc/RscType.hpp"
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace Oxa::Device::Linux::Items
@@ -16,11 +18,11 @@ namespace Oxa::Device::Linux::Items
 class DeviceItem final : private System::Commons::Diagnostics::Logging::Loggable<DeviceItem>
 {
 public:
-    /// Requires: `source` is not null.
-    DeviceItem(BasicString key, std::unique_ptr<IItemSource> source);
+    /// `type`: what values the readers expect; none for any type. Requires: `source` is not null.
+    DeviceItem(BasicString key, std::unique_ptr<IItemSource> source, std::optional<System::Rsc::RscType> type);
 
-    /// The type NotSet when the source has no value; every cause of that is logged once. Nothing that the source throws
-    /// escapes.
+    /// The type NotSet when the source has no value or one that does not fit the item's type; every cause of that is
+    /// logged once. Nothing that the source throws escapes.
     [[nodiscard]] ItemValue Read(const ReadPass& pass);
 
     [[nodiscard]] const BasicString& GetKey() const noexcept;
@@ -28,10 +30,12 @@ public:
 
 private:
     [[nodiscard]] ItemReading ReadSource(const ReadPass& pass);
+    void ConvertToType(ItemReading& reading) const;
     [[nodiscard]] bool IsNewCause(const BasicString& cause);
 
     const BasicString key;
     const std::unique_ptr<IItemSource> source;
+    const std::optional<System::Rsc::RscType> type;
     System::Commons::Mutex mutex;
     std::vector<BasicString> loggedCauses;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace Oxa::Device::Linux::Items::DeviceText
 {
@@ -99,6 +100,26 @@ std::string_view TakeWord(std::string_view& text) noexcept
     const auto* const end = std::find_if(begin, text.end(), IsBlank);
     text.remove_prefix(static_cast<std::size_t>(end - text.begin()));
     return {begin, end};
+}
+
+std::optional<long double> ParseReal(std::string_view text) noexcept
+{
+    if (const auto number = ParseNumber<int64>(text))
+    {
+        return static_cast<long double>(*number);
+    }
+    if (const auto number = ParseNumber<uint64>(text))
+    {
+        return static_cast<long double>(*number);
+    }
+    double number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || stop != end || !std::isfinite(number))
+    {
+        return std::nullopt;
+    }
+    return number;
 }
 
 } // namespace Oxa::Device::Linux::Items::DeviceText

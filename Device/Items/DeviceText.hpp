@@ -29,6 +29,9 @@ namespace Oxa::Device::Linux::Items::DeviceText
 /// The first word, taken off the front of `text`; words are separated by blanks. Empty when none is left.
 [[nodiscard]] std::string_view TakeWord(std::string_view& text) noexcept;
 
+/// A finite decimal number that is the whole text; exact for whole numbers that fit 64 bits.
+[[nodiscard]] std::optional<long double> ParseReal(std::string_view text) noexcept;
+
 /// A decimal number that is the whole text and fits its type.
 template <std::integral T>
 [[nodiscard]] std::optional<T> ParseNumber(std::string_view text) noexcept

@@ -12,9 +12,10 @@ ItemTable::ItemTable() = default;
 
 ItemTable::~ItemTable() = default;
 
-void ItemTable::Add(const BasicString& key, std::unique_ptr<IItemSource> source)
+void ItemTable::Add(const BasicString& key, std::unique_ptr<IItemSource> source,
+                    std::optional<System::Rsc::RscType> type)
 {
-    if (!items.try_emplace(key, std::make_unique<DeviceItem>(key, std::move(source))).second)
+    if (!items.try_emplace(key, std::make_unique<DeviceItem>(key, std::move(source), type)).second)
     {
         throw System::Commons::ArgumentException::Create("key", key, "There is an item of this key already");
     }

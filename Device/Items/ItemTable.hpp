@@ -3,10 +3,12 @@
 #include "Device/Items/DeviceItem.hpp"
 #include "Device/Items/IItemSource.hpp"
 #include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Rsc/RscType.hpp"
 
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -24,8 +26,10 @@ public:
     ItemTable& operator=(const ItemTable&) = delete;
     ~ItemTable();
 
-    /// Throws ArgumentException when the key is taken. Requires: `source` is not null.
-    void Add(const BasicString& key, std::unique_ptr<IItemSource> source);
+    /// `type`: the item's; none: that of each of the source's values. Throws ArgumentException when the key is taken.
+    /// Requires: `source` is not null.
+    void Add(const BasicString& key, std::unique_ptr<IItemSource> source,
+             std::optional<System::Rsc::RscType> type = std::nullopt);
 
     /// Null for an unknown key. Valid as long as the table.
     [[nodiscard]] DeviceItem* TryFind(std::string_view key) const;

@@ -1,13 +1,6 @@
 #include "Device/Items/MemorySource.hpp"
 
-#include "Device/Items/DeviceText.hpp"
-
-#include <fmt/format.h>
-
-#include <algorithm>
-#include <array>
 #include <cmath>
-#include <optional>
 #include <utility>
 
 namespace Oxa::Device::Linux::Items
@@ -16,68 +9,39 @@ namespace Oxa::Device::Linux::Items
 namespace
 {
 
-// MemTotal and MemAvailable are the first and the third line.
-constexpr std::size_t firstLinesBytes = 256;
-
-struct MemorySizes
-{
-    std::optional<uint64> total;
-    std::optional<uint64> available;
-};
-
-/// "   16314236 kB"
-std::optional<uint64> ParseKibibytes(std::string_view text) noexcept
-{
-    const auto number = DeviceText::ParseNumber<uint64>(DeviceText::TakeWord(text));
-    return DeviceText::Trim(text) == "kB" ? number : std::nullopt;
-}
-
-MemorySizes ParseSizes(std::string_view text) noexcept
-{
-    MemorySizes sizes;
-    while (!text.empty() && !(sizes.total && sizes.available))
-    {
-        std::string_view line = DeviceText::TakeUntil(text, '\n');
-        const std::string_view name = DeviceText::TakeUntil(line, ':');
-        if (name == "MemTotal")
-        {
-            sizes.total = ParseKibibytes(line);
-        }
-        else if (name == "MemAvailable")
-        {
-            sizes.available = ParseKibibytes(line);
-        }
-    }
-    return sizes;
-}
+constexpr uint64 kibibyte = 1024;
 
 } // namespace
 
-MemorySource::MemorySource(BasicString path) : file(std::move(path)) {}
+MemorySource::MemorySource(std::shared_ptr<MemoryProbe> probe, Figure figure) : probe(std::move(probe)), figure(figure)
+{
+}
 
 MemorySource::~MemorySource() = default;
 
-ItemReading MemorySource::Read(const ReadPass&)
+ItemReading MemorySource::Read(const ReadPass& pass)
 {
-    std::array<char, firstLinesBytes> buffer;
-    const KeptFile::Content content = file.Read(buffer);
-    if (content.error != 0)
+    const MemoryUsage usage = probe->GetUsage(pass);
+    if (usage.totalKibibytes == 0)
     {
-        return ItemReading::Missing(file.DescribeError(content.error));
+        return ItemReading::Missing(probe->DescribeError(usage));
     }
-    const MemorySizes sizes = ParseSizes(content.text);
-    if (!sizes.available || sizes.total.value_or(0) == 0)
+    switch (figure)
     {
-        return ItemReading::Missing(fmt::format("'{}' does not tell MemTotal and MemAvailable", file.GetPath()));
+    case Figure::Total:
+        return ItemReading::Of(usage.totalKibibytes * kibibyte);
+    case Figure::Usage:
+        return ItemReading::Of(usage.usedKibibytes * kibibyte);
+    case Figure::UsagePercent:
+        break;
     }
-    const double available = static_cast<double>(std::min(*sizes.available, *sizes.total));
-    const double availablePercent = 100.0 * available / static_cast<double>(*sizes.total);
-    return ItemReading::Of(static_cast<uint8>(std::lround(100.0 - availablePercent)));
+    const double share = static_cast<double>(usage.usedKibibytes) / static_cast<double>(usage.totalKibibytes);
+    return ItemReading::Of(static_cast<uint8>(std::lround(100.0 * share)));
 }
 
 BasicString MemorySource::Describe() const
 {
-    return "file " + file.GetPath();
+    return "file " + probe->GetPath();
 }
 
 } // namespace Oxa::Device::Linux::Items

@@ -1,25 +1,37 @@
 #pragma once
 
 #include "Device/Items/IItemSource.hpp"
-#include "Device/Items/KeptFile.hpp"
+#include "Device/Items/MemoryProbe.hpp"
+
+#include <memory>
 
 namespace Oxa::Device::Linux::Items
 {
 
-/// The share of the memory that is not available to programs, in percent, rounded to the nearest, as an unsigned 8-bit
-/// number: what MemAvailable leaves of MemTotal. Safe from any thread.
+/// One figure of the machine's memory. Safe from any thread.
 class MemorySource final : public IItemSource
 {
 public:
-    /// `path`: a file like /proc/meminfo.
-    explicit MemorySource(BasicString path);
+    enum class Figure : uint8
+    {
+        /// Bytes, unsigned 64-bit.
+        Total,
+        /// Bytes, unsigned 64-bit.
+        Usage,
+        /// Of the total, rounded to the nearest, unsigned 8-bit.
+        UsagePercent
+    };
+
+    /// The probe is shared by the sources of one machine. Requires: it is not null.
+    MemorySource(std::shared_ptr<MemoryProbe> probe, Figure figure);
     ~MemorySource() override;
 
     [[nodiscard]] ItemReading Read(const ReadPass& pass) override;
     [[nodiscard]] BasicString Describe() const override;
 
 private:
-    KeptFile file;
+    const std::shared_ptr<MemoryProbe> probe;
+    const Figure figure;
 };
 
 } // namespace Oxa::Device::Linux::Items

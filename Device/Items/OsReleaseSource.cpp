@@ -46,7 +46,8 @@ BasicString FindField(std::string_view text, std::string_view field)
 
 } // namespace
 
-OsReleaseSource::OsReleaseSource(BasicString path, BasicString field) : file(std::move(path)), field(std::move(field))
+OsReleaseSource::OsReleaseSource(std::vector<std::shared_ptr<KeptFile>> files, std::vector<BasicString> fields)
+    : files(std::move(files)), fields(std::move(fields))
 {
 }
 
@@ -54,23 +55,40 @@ OsReleaseSource::~OsReleaseSource() = default;
 
 ItemReading OsReleaseSource::Read(const ReadPass&)
 {
+    BasicString causes;
+    for (const auto& file : files)
+    {
+        ItemReading reading = ReadFrom(*file);
+        if (reading.HasValue())
+        {
+            return reading;
+        }
+        causes += (causes.empty() ? "" : "; ") + reading.cause;
+    }
+    return ItemReading::Missing(std::move(causes));
+}
+
+BasicString OsReleaseSource::Describe() const
+{
+    return fmt::format("field {} of {}", fmt::join(fields, " or "), files.front()->GetPath());
+}
+
+ItemReading OsReleaseSource::ReadFrom(KeptFile& file) const
+{
     std::array<char, KeptFile::pageBytes> buffer;
     const KeptFile::Content content = file.Read(buffer);
     if (content.error != 0)
     {
         return ItemReading::Missing(file.DescribeError(content.error));
     }
-    const BasicString value = FindField(content.text, field);
-    if (value.empty())
+    for (const BasicString& field : fields)
     {
-        return ItemReading::Missing(fmt::format("'{}' has no field '{}'", file.GetPath(), field));
+        if (const BasicString value = FindField(content.text, field); !value.empty())
+        {
+            return ItemReading::OfText(value);
+        }
     }
-    return ItemReading::OfText(value);
-}
-
-BasicString OsReleaseSource::Describe() const
-{
-    return fmt::format("field {} of {}", field, file.GetPath());
+    return ItemReading::Missing(fmt::format("'{}' has no field {}", file.GetPath(), fmt::join(fields, " or ")));
 }
 
 } // namespace Oxa::Device::Linux::Items

@@ -3,23 +3,29 @@
 #include "Device/Items/IItemSource.hpp"
 #include "Device/Items/KeptFile.hpp"
 
+#include <memory>
+#include <vector>
+
 namespace Oxa::Device::Linux::Items
 {
 
-/// One field of an os-release file, without its shell quotes; when the field occurs twice, the last counts, as it would
-/// in a shell. Safe from any thread.
+/// A field of a file like /etc/os-release. Safe from any thread.
 class OsReleaseSource final : public IItemSource
 {
 public:
-    OsReleaseSource(BasicString path, BasicString field);
+    /// The first of the files that has one of the fields counts; of several fields, the first that is not empty.
+    /// Requires: at least one file and one field, no file is null.
+    OsReleaseSource(std::vector<std::shared_ptr<KeptFile>> files, std::vector<BasicString> fields);
     ~OsReleaseSource() override;
 
     [[nodiscard]] ItemReading Read(const ReadPass& pass) override;
     [[nodiscard]] BasicString Describe() const override;
 
 private:
-    KeptFile file;
-    const BasicString field;
+    [[nodiscard]] ItemReading ReadFrom(KeptFile& file) const;
+
+    const std::vector<std::shared_ptr<KeptFile>> files;
+    const std::vector<BasicString> fields;
 };
 
 } // namespace Oxa::Device::Linux::Items

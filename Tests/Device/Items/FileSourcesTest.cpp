@@ -1,9 +1,10 @@
 #include "Device/FakeMachine.hpp"
 #include "Device/ItemValueText.hpp"
+#include "Device/Items/DeviceTreeSource.hpp"
+#include "Device/Items/FileSource.hpp"
 #include "Device/Items/MemorySource.hpp"
 #include "Device/Items/OsReleaseSource.hpp"
 #include "Device/Items/TemperatureSource.hpp"
-#include "Device/Items/TextFileSource.hpp"
 #include "Device/Items/UptimeFileSource.hpp"
 
 #include <gtest/gtest.h>
@@ -21,97 +22,145 @@ namespace
 
 using Cases = std::vector<std::pair<std::string_view, BasicString>>;
 
-/// Content of the source's file → typed value.
-template <class Source, class... Args>
-void ExpectReadings(const Cases& cases, const Args&... args)
+/// Content of the source's file → typed value. `makeSource` gets the file's path.
+template <class MakeSource>
+void ExpectReadings(const Cases& cases, const MakeSource& makeSource)
 {
     const FakeMachine machine;
-    Source source(machine.GetPath("/file"), args...);
+    auto source = makeSource(machine.GetPath("/file"));
     for (const auto& [content, expected] : cases)
     {
         machine.Write("/file", content);
-        const ItemReading reading = source.Read(ReadPass::Begin());
+        const ItemReading reading = source->Read(ReadPass::Begin());
         EXPECT_EQ(ToTypedText(reading.value), expected) << "content: '" << content << "'";
         EXPECT_EQ(reading.HasValue(), expected != "NotSet") << "content: '" << content << "'";
     }
+}
+
+auto MakeFile(FileSource::Options options)
+{
+    return [options](const BasicString& path)
+    {
+        return std::make_unique<FileSource>(std::make_shared<KeptFile>(path), options);
+    };
 }
 
 } // namespace
 
 TEST(ReadingTemperatures, RoundsToDegreesAndStaysWithinEightBits)
 {
-    ExpectReadings<TemperatureSource>({{"45000\n", "Int8 45"},
-                                       {"0\n", "Int8 0"},
-                                       {"-499", "Int8 0"},
-                                       {"-500", "Int8 -1"},
-                                       {"44500", "Int8 45"},
-                                       {"44499", "Int8 44"},
-                                       {"127400", "Int8 127"},
-                                       {"300000", "Int8 127"},
-                                       {"-273150", "Int8 -128"},
-                                       {"-9223372036854775808", "Int8 -128"},
-                                       {"9223372036854775807", "Int8 127"},
-                                       {"9223372036854775808", "NotSet"},
-                                       {"", "NotSet"},
-                                       {"45.5", "NotSet"},
-                                       {"hot", "NotSet"}},
-                                      BasicString("board"));
+    ExpectReadings({{"45000\n", "Int8 45"},
+                    {"0\n", "Int8 0"},
+                    {"-499", "Int8 0"},
+                    {"-500", "Int8 -1"},
+                    {"44500", "Int8 45"},
+                    {"44499", "Int8 44"},
+                    {"127400", "Int8 127"},
+                    {"300000", "Int8 127"},
+                    {"-273150", "Int8 -128"},
+                    {"-9223372036854775808", "Int8 -128"},
+                    {"9223372036854775807", "Int8 127"},
+                    {"9223372036854775808", "NotSet"},
+                    {"", "NotSet"},
+                    {"45.5", "NotSet"},
+                    {"hot", "NotSet"}},
+                   [](const BasicString& path) { return std::make_unique<TemperatureSource>(path, "board"); });
 }
 
 TEST(ReadingMemory, IsTheShareThatIsNotAvailable)
 {
-    ExpectReadings<MemorySource>({{"MemTotal: 1000 kB\nMemAvailable: 250 kB\n", "Uint8 75"},
-                                  {"MemTotal: 1000 kB\nMemAvailable: 0 kB\n", "Uint8 100"},
-                                  {"MemTotal: 1000 kB\nMemAvailable: 1000 kB\n", "Uint8 0"},
-                                  {"MemTotal: 1000 kB\nMemAvailable: 2000 kB\n", "Uint8 0"},
-                                  {"MemTotal: 18446744073709551615 kB\nMemAvailable: 1 kB\n", "Uint8 100"},
-                                  {"MemTotal: 0 kB\nMemAvailable: 0 kB\n", "NotSet"},
-                                  {"MemTotal: 1000 kB\nMemFree: 250 kB\n", "NotSet"},
-                                  {"MemTotal: 1000\nMemAvailable: 250\n", "NotSet"},
-                                  {"MemTotal: -5 kB\nMemAvailable: 1 kB\n", "NotSet"},
-                                  {"", "NotSet"}});
+    ExpectReadings({{"MemTotal: 1000 kB\nMemAvailable: 250 kB\n", "Uint8 75"},
+                    {"MemTotal: 1000 kB\nMemAvailable: 0 kB\n", "Uint8 100"},
+                    {"MemTotal: 1000 kB\nMemAvailable: 1000 kB\n", "Uint8 0"},
+                    {"MemTotal: 1000 kB\nMemAvailable: 2000 kB\n", "Uint8 0"},
+                    {"MemTotal: 18446744073709551615 kB\nMemAvailable: 1 kB\n", "Uint8 100"},
+                    {"MemTotal: 0 kB\nMemAvailable: 0 kB\n", "NotSet"},
+                    {"MemTotal: 1000 kB\nMemFree: 250 kB\n", "NotSet"},
+                    {"MemTotal: 1000\nMemAvailable: 250\n", "NotSet"},
+                    {"MemTotal: -5 kB\nMemAvailable: 1 kB\n", "NotSet"},
+                    {"", "NotSet"}},
+                   [](const BasicString& path) {
+                       return std::make_unique<MemorySource>(std::make_shared<MemoryProbe>(path),
+                                                             MemorySource::Figure::UsagePercent);
+                   });
 }
 
 TEST(ReadingUptime, CountsWholeSeconds)
 {
-    ExpectReadings<UptimeFileSource>({{"0.00 0.00\n", "Uint64 0"},
-                                      {"59.99 1.0\n", "Uint64 59"},
-                                      {"12", "Uint64 12"},
-                                      {"-1.0 0", "NotSet"},
-                                      {"1e9 0", "NotSet"},
-                                      {"1.x 0", "NotSet"},
-                                      {"", "NotSet"}});
+    ExpectReadings({{"0.00 0.00\n", "Uint64 0"},
+                    {"59.99 1.0\n", "Uint64 59"},
+                    {"12", "Uint64 12"},
+                    {"-1.0 0", "NotSet"},
+                    {"1e9 0", "NotSet"},
+                    {"1.x 0", "NotSet"},
+                    {"", "NotSet"}},
+                   [](const BasicString& path) { return std::make_unique<UptimeFileSource>(path); });
 }
 
 TEST(ReadingOsRelease, UnderstandsShellQuotes)
 {
-    ExpectReadings<OsReleaseSource>({{"NAME=Plain\n", "String Plain"},
-                                     {"A=1\nNAME=\"Two Words\"\n", "String Two Words"},
-                                     {"NAME='it is'", "String it is"},
-                                     {"NAME=\"a \\\"b\\\" \\$c\"", "String a \"b\" $c"},
-                                     {"NAME=1\nNAME=2\n", "String 2"},
-                                     {"NAME=\"open\n", "String \"open"},
-                                     {"NAME=\"", "String \""},
-                                     {"#NAME=x\nXNAME=y\n", "NotSet"},
-                                     {"NAME=\n", "NotSet"},
-                                     {"NAME=\"\"\n", "NotSet"},
-                                     {"", "NotSet"}},
-                                    BasicString("NAME"));
+    ExpectReadings({{"NAME=Plain\n", "String Plain"},
+                    {"A=1\nNAME=\"Two Words\"\n", "String Two Words"},
+                    {"NAME='it is'", "String it is"},
+                    {"NAME=\"a \\\"b\\\" \\$c\"", "String a \"b\" $c"},
+                    {"NAME=1\nNAME=2\n", "String 2"},
+                    {"NAME=\"open\n", "String \"open"},
+                    {"NAME=\"", "String \""},
+                    {"#NAME=x\nXNAME=y\n", "NotSet"},
+                    {"NAME=\n", "NotSet"},
+                    {"NAME=\"\"\n", "NotSet"},
+                    {"", "NotSet"}},
+                   [](const BasicString& path)
+                   {
+                       return std::make_unique<OsReleaseSource>(std::vector{std::make_shared<KeptFile>(path)},
+                                                                std::vector<BasicString>{"LONG", "NAME"});
+                   });
 }
 
 TEST(ReadingTextFiles, PassesAnyBytesOnButNoPlaceholders)
 {
     const BasicString longText(600, 'a');
-    ExpectReadings<TextFileSource>({{"Compact PC\n", "String Compact PC"},
-                                    {"model\0next\0"sv, "String model"},
-                                    {"\xFF\xFE\"</script>", "String \xFF\xFE\"</script>"},
-                                    {longText, "String " + longText.substr(0, 511)},
-                                    {BasicString(510, 'a') + "\xC3\xA9", "String " + BasicString(510, 'a')},
-                                    {"To Be Filled By O.E.M.\n", "NotSet"},
-                                    {"default STRING", "NotSet"},
-                                    {" Not Specified ", "NotSet"},
-                                    {"\0\0\0"sv, "NotSet"},
-                                    {"", "NotSet"}});
+    ExpectReadings({{"Compact PC\n", "String Compact PC"},
+                    {"model\0next\0"sv, "String model"},
+                    {"\xFF\xFE\"</script>", "String \xFF\xFE\"</script>"},
+                    {longText, "String " + longText.substr(0, 511)},
+                    {BasicString(510, 'a') + "\xC3\xA9", "String " + BasicString(510, 'a')},
+                    {"To Be Filled By O.E.M.\n", "NotSet"},
+                    {" Not Specified ", "NotSet"},
+                    {"\0\0\0"sv, "NotSet"},
+                    {"", "NotSet"}},
+                   MakeFile({.pattern = nullptr, .refusesPlaceholders = true}));
+}
+
+TEST(ReadingNumbersFromFiles, ScalesAndStaysInTheTypesRange)
+{
+    FileSource::Options options;
+    options.pattern = std::make_shared<LinePattern>("^volt: (-?[0-9.]+)");
+    options.scale = 0.1;
+    options.offset = 5;
+    options.type = System::Rsc::RscType::Int8;
+    ExpectReadings({{"x\nvolt: 14\n", "Int8 6"},
+                    {"volt: -155", "Int8 -11"}, // -10.5
+                    {"volt: 1224", "Int8 127"},
+                    {"volt: 1225", "NotSet"},
+                    {"volt: 1.2.3", "NotSet"},
+                    {"avolt: 1", "NotSet"}},
+                   MakeFile(options));
+}
+
+TEST(ReadingTheDeviceTree, TakesOneTextOrNumberOfSeveral)
+{
+    const auto make = [](DeviceTreeSource::Options options)
+    {
+        return [options](const BasicString& path)
+        {
+            return std::make_unique<DeviceTreeSource>(std::make_shared<KeptFile>(path), options);
+        };
+    };
+    ExpectReadings({{"a,b\0c\0"sv, "String c"}, {"a,b\0"sv, "NotSet"}}, make({.index = 1, .cells = 0}));
+    ExpectReadings({{"\0\0\1\2\377\0\0\3"sv, "Uint32 4278190083"}, {"\0\0\1\2\0\0\0"sv, "NotSet"}},
+                   make({.index = 1, .cells = 1}));
+    ExpectReadings({{"\0\0\0\1\0\0\0\2"sv, "Uint64 4294967298"}}, make({.index = 0, .cells = 2}));
 }
 
 } // namespace Oxa::Tests::Device

@@ -2,7 +2,7 @@
 
 #include "Device/FakeMachine.hpp"
 #include "Device/ItemValueText.hpp"
-#include "Device/Items/TextFileSource.hpp"
+#include "Device/Items/FileSource.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Support/LogRecorder.hpp"
 
@@ -39,7 +39,8 @@ TEST(ReadingItems, LogsEveryCauseOnce)
     const Support::LogRecorder log;
     const FakeMachine machine;
     ItemTable table;
-    table.Add("Name", std::make_unique<TextFileSource>(machine.GetPath("/name")));
+    table.Add("Name", std::make_unique<FileSource>(std::make_shared<KeptFile>(machine.GetPath("/name")),
+                                                   FileSource::Options()));
 
     for (int round = 0; round < 3; ++round)
     {

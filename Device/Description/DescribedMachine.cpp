@@ -1,0 +1,77 @@
+#include "Device/Description/DescribedMachine.hpp"
+
+#include <utility>
+
+namespace Oxa::Device::Linux::Description
+{
+
+namespace
+{
+
+template <class T>
+std::shared_ptr<T> GetShared(std::map<BasicString, std::shared_ptr<T>>& all, const BasicString& path)
+{
+    auto& shared = all[path];
+    if (!shared)
+    {
+        shared = std::make_shared<T>(path);
+    }
+    return shared;
+}
+
+} // namespace
+
+DescribedMachine::DescribedMachine(MachineRoot root) : root(std::move(root)) {}
+
+DescribedMachine::~DescribedMachine() = default;
+
+const MachineRoot& DescribedMachine::GetRoot() const noexcept
+{
+    return root;
+}
+
+std::shared_ptr<Items::KeptFile> DescribedMachine::GetFile(const BasicString& path)
+{
+    return GetShared(files, root.Resolve(path));
+}
+
+std::shared_ptr<Items::MemoryProbe> DescribedMachine::GetMemory()
+{
+    if (!memory)
+    {
+        memory = std::make_shared<Items::MemoryProbe>(root.Resolve("/proc/meminfo"));
+    }
+    return memory;
+}
+
+std::shared_ptr<Items::PartitionProbe> DescribedMachine::GetPartition(const BasicString& mountPoint)
+{
+    return GetShared(partitions, root.Resolve(mountPoint));
+}
+
+const std::shared_ptr<Items::CpuLoads>& DescribedMachine::GetCpuLoads()
+{
+    if (!loads)
+    {
+        loads = std::make_shared<Items::CpuLoads>(root.Resolve("/proc/stat"),
+                                                  root.Resolve("/sys/devices/system/cpu/online"));
+    }
+    return loads;
+}
+
+const std::shared_ptr<Items::CpuLoads>& DescribedMachine::TryGetCpuLoads() const noexcept
+{
+    return loads;
+}
+
+std::size_t DescribedMachine::GetCore() const noexcept
+{
+    return core;
+}
+
+void DescribedMachine::SetCore(std::size_t newCore) noexcept
+{
+    core = newCore;
+}
+
+} // namespace Oxa::Device::Linux::Description

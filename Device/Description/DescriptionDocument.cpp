@@ -1,0 +1,217 @@
+#include "Device/Description/DescriptionDocument.hpp"
+
+#include "Device/Description/DescriptionCursor.hpp"
+#include "Device/Description/ItemTypes.hpp"
+#include "Device/Description/SourceReader.hpp"
+#include "Oxa/System/Commons/NotSupportedException.hpp"
+
+#include <set>
+#include <utility>
+
+namespace Oxa::Device::Linux::Description
+{
+
+using Commands::CommandSettings;
+using System::Commons::Xml::XmlReader;
+using System::Commons::Xml::XmlSerializationContext;
+using System::Rsc::RscType;
+
+namespace
+{
+
+/// Reads one document.
+class DocumentReader final
+{
+public:
+    DocumentReader(DescriptionContent& content, DescriptionCursor& cursor) : content(content), cursor(cursor) {}
+
+    void Read()
+    {
+        DescriptionElement element = cursor.GetElement();
+        element.Read("name", content.name);
+        element.ReportOthers();
+        cursor.ForEachChild([this] { ReadTopElement(); });
+    }
+
+private:
+    void ReadTopElement()
+    {
+        DescriptionElement element = cursor.GetElement();
+        const BasicString name = element.GetName();
+        if (name == "Item")
+        {
+            ReadItem(element);
+            return;
+        }
+        if (name == "Restart")
+        {
+            ReadRestart(element);
+        }
+        else if (name == "FactoryReset")
+        {
+            ReadFactoryReset(element);
+        }
+        else
+        {
+            element.ReportUnknown();
+            cursor.Skip();
+            return;
+        }
+        RefuseRepetition(element, name);
+        element.ReportOthers();
+        cursor.RefuseChildren();
+    }
+
+    void RefuseRepetition(DescriptionElement& element, const BasicString& name)
+    {
+        if (!commandsRead.insert(name).second)
+        {
+            element.Report("the element '{0}' occurs twice", name);
+        }
+    }
+
+    void ReadRestart(DescriptionElement& element)
+    {
+        using Action = CommandSettings::RestartAction;
+        content.commands.restart = Action::None;
+        RequireAction(element);
+        element.ReadChoice("action",
+                           {{"simulate", Action::Simulate}, {"reboot", Action::Reboot}, {"none", Action::None}},
+                           content.commands.restart);
+    }
+
+    void ReadFactoryReset(DescriptionElement& element)
+    {
+        using Action = CommandSettings::FactoryResetAction;
+        CommandSettings& commands = content.commands;
+        commands.factoryReset = Action::None;
+        commands.factoryResetUnit.clear();
+        RequireAction(element);
+        element.ReadChoice("action", {{"simulate", Action::Simulate}, {"unit", Action::Unit}, {"none", Action::None}},
+                           commands.factoryReset);
+        if (commands.factoryReset == Action::Unit)
+        {
+            element.ReadRequired("unit", commands.factoryResetUnit);
+        }
+    }
+
+    static void RequireAction(DescriptionElement& element)
+    {
+        if (!element.Has("action"))
+        {
+            element.Report("the element '{0}' needs the attribute 'action'", element.GetName());
+        }
+    }
+
+    void ReadItem(DescriptionElement& element)
+    {
+        DescribedItem item;
+        item.fileName = cursor.GetFileName();
+        item.line = cursor.GetLine();
+        const BasicString key = ReadKey(element);
+        item.type = ReadType(element, key);
+        element.ReportOthers();
+
+        SourceReader sources(cursor, item.type);
+        int sourceCount = 0;
+        cursor.ForEachChild(
+            [&sources, &item, &sourceCount]
+            {
+                item.makeSource = sources.ReadSource();
+                ++sourceCount;
+            });
+        item.isForEachCore = sources.IsForEachCore();
+        CheckSources(key, item, sourceCount);
+        KeepItem(key, std::move(item));
+    }
+
+    BasicString ReadKey(DescriptionElement& element)
+    {
+        BasicString key;
+        element.ReadRequired("key", key);
+        if (key.size() > DescriptionDocument::maximumKeyBytes)
+        {
+            element.Report("the key has {0} bytes, {1} are allowed", key.size(), DescriptionDocument::maximumKeyBytes);
+        }
+        return key;
+    }
+
+    static std::optional<RscType> ReadType(DescriptionElement& element, const BasicString& key)
+    {
+        BasicString word;
+        element.Read("type", word);
+        const auto expected = FindExpectedType(key);
+        const auto type = ParseItemType(word);
+        if (element.Has("type") && !type)
+        {
+            element.ReportBadValue("type", word, "bool, int8 to uint64, real32, real64 or string");
+        }
+        if (expected && type && type != expected)
+        {
+            element.Report("the item '{0}' is read as {1}, it cannot be of type '{2}'", key, GetItemTypeWord(*expected),
+                           word);
+        }
+        return expected ? expected : type;
+    }
+
+    void CheckSources(const BasicString& key, const DescribedItem& item, int sourceCount)
+    {
+        if (sourceCount != 1)
+        {
+            cursor.ReportAt(item.line,
+                            "the item '{0}' has {1} sources, it needs one; several lie in an element 'first'", key,
+                            sourceCount);
+        }
+        const bool hasPlace = key.find("{0}") != BasicString::npos;
+        if (item.isForEachCore && !hasPlace)
+        {
+            cursor.ReportAt(item.line, "the key '{0}' needs '{{0}}' where the number of the core belongs", key);
+        }
+        if (hasPlace && !item.isForEachCore && sourceCount > 0)
+        {
+            cursor.ReportAt(item.line, "the key '{0}' has '{{0}}' in it, but no source is one for each core", key);
+        }
+    }
+
+    void KeepItem(const BasicString& key, DescribedItem item)
+    {
+        const auto found = content.items.find(key);
+        if (found == content.items.end() && content.items.size() == DescriptionDocument::maximumItemCount)
+        {
+            cursor.ReportAt(item.line, "there are more than {0} items", DescriptionDocument::maximumItemCount);
+            return;
+        }
+        if (found != content.items.end() && found->second.fileName == item.fileName)
+        {
+            cursor.ReportAt(item.line, "the item '{0}' is described already, in line {1}", key, found->second.line);
+        }
+        content.items.insert_or_assign(key, std::move(item));
+    }
+
+    DescriptionContent& content;
+    DescriptionCursor& cursor;
+    std::set<BasicString> commandsRead;
+};
+
+} // namespace
+
+DescriptionDocument::DescriptionDocument(DescriptionContent& content, DescriptionProblems& problems)
+    : content(content), problems(problems)
+{
+}
+
+DescriptionDocument::~DescriptionDocument() = default;
+
+void DescriptionDocument::ReadXml(XmlReader& reader, XmlSerializationContext& context)
+{
+    content.files.push_back(reader.GetFileName());
+    DescriptionCursor cursor(reader, context, problems);
+    DocumentReader(content, cursor).Read();
+}
+
+void DescriptionDocument::WriteXml(System::Commons::Xml::XmlWriter&, XmlSerializationContext&)
+{
+    throw System::Commons::NotSupportedException::Create("A device description is only read");
+}
+
+} // namespace Oxa::Device::Linux::Description

@@ -1,0 +1,88 @@
+#include "Device/Description/DeviceDescription.hpp"
+
+#include "Device/Description/DescriptionDocument.hpp"
+#include "Oxa/System/Commons/Xml/MultiXmlConfigDocument.hpp"
+
+#include <string_view>
+#include <utility>
+
+namespace Oxa::Device::Linux::Description
+{
+
+using System::Commons::Xml::MultiXmlConfigDocument;
+
+namespace
+{
+
+DescriptionContent Read(const BasicString& path, DescriptionProblems& problems)
+{
+    DescriptionContent content;
+    DescriptionDocument document(content, problems);
+    problems.Try([&document, &path] { MultiXmlConfigDocument(DescriptionDocument::elementName, document).Load(path); });
+    return content;
+}
+
+BasicString MakeCoreKey(BasicString key, std::size_t core)
+{
+    constexpr std::string_view place = "{0}";
+    return key.replace(key.find(place), place.size(), std::to_string(core));
+}
+
+void AddItemsOfCores(Items::ItemTable& table, const BasicString& key, const DescribedItem& item,
+                     DescribedMachine& machine)
+{
+    const std::size_t coreCount = machine.GetCpuLoads()->GetCoreCount();
+    for (std::size_t core = 0; core <= coreCount; ++core)
+    {
+        const BasicString coreKey = MakeCoreKey(key, core);
+        if (table.TryFind(coreKey) == nullptr)
+        {
+            machine.SetCore(core);
+            table.Add(coreKey, item.makeSource(machine), item.type);
+        }
+    }
+}
+
+} // namespace
+
+DeviceDescription DeviceDescription::Load(const BasicString& path)
+{
+    DescriptionProblems problems(DescriptionProblems::Reaction::Throw);
+    return DeviceDescription(Read(path, problems));
+}
+
+const DescriptionContent& DeviceDescription::GetContent() const noexcept
+{
+    return content;
+}
+
+std::unique_ptr<Items::ItemTable> DeviceDescription::MakeItems(DescribedMachine& machine) const
+{
+    auto table = std::make_unique<Items::ItemTable>();
+    for (const auto& [key, item] : content.items)
+    {
+        if (!item.isForEachCore)
+        {
+            table->Add(key, item.makeSource(machine), item.type);
+        }
+    }
+    for (const auto& [key, item] : content.items)
+    {
+        if (item.isForEachCore)
+        {
+            AddItemsOfCores(*table, key, item, machine);
+        }
+    }
+    return table;
+}
+
+DeviceDescription::DeviceDescription(DescriptionContent content) : content(std::move(content)) {}
+
+std::vector<BasicString> CheckDescription(const BasicString& path)
+{
+    DescriptionProblems problems(DescriptionProblems::Reaction::Gather);
+    static_cast<void>(Read(path, problems));
+    return problems.GetMessages();
+}
+
+} // namespace Oxa::Device::Linux::Description

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "Device/Commands/CommandSettings.hpp"
+#include "Device/Description/SourceElements.hpp"
+#include "Device/Items/ItemTable.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Rsc/RscType.hpp"
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace Oxa::Device::Linux::Description
+{
+
+/// One item as it is described.
+struct DescribedItem
+{
+    /// None: that of each of the source's values.
+    std::optional<System::Rsc::RscType> type;
+    /// Whether there is one such item for each core, and one for all; the key then has "{0}" where the number belongs.
+    bool isForEachCore = false;
+    SourceMaker makeSource;
+    /// Where it is described.
+    BasicString fileName;
+    int line = 0;
+};
+
+/// What the documents of a description say.
+struct DescriptionContent
+{
+    BasicString name;
+    std::map<BasicString, DescribedItem> items;
+    Commands::CommandSettings commands;
+    /// The files that were read, in their order.
+    std::vector<BasicString> files;
+};
+
+/// What a device is made of: a document, or the documents of a folder, of which later ones win item by item. It knows
+/// nothing of the machine, and any number of item tables can be made of it. A value type.
+class DeviceDescription final
+{
+public:
+    /// The first mistake is an XmlException with file and line.
+    [[nodiscard]] static DeviceDescription Load(const BasicString& path);
+
+    [[nodiscard]] const DescriptionContent& GetContent() const noexcept;
+
+    /// Never null. An item that is described by its own key wins over one of the items for each core.
+    [[nodiscard]] std::unique_ptr<Items::ItemTable> MakeItems(DescribedMachine& machine) const;
+
+private:
+    explicit DeviceDescription(DescriptionContent content);
+
+    DescriptionContent content;
+};
+
+/// Every mistake in a description, each with file and line; empty when it can be used. Of a document that is not
+/// well-formed, those up to that place.
+[[nodiscard]] std::vector<BasicString> CheckDescription(const BasicString& path);
+
+} // namespace Oxa::Device::Linux::Description

@@ -1,0 +1,172 @@
+#include "Device/Description/ItemTypes.hpp"
+#include "Device/Description/SourceElements.hpp"
+#include "Device/Items/ConstantSource.hpp"
+#include "Device/Items/DeviceText.hpp"
+#include "Device/Items/DeviceTreeSource.hpp"
+#include "Device/Items/FileSource.hpp"
+#include "Device/Items/ItemConversion.hpp"
+#include "Device/Items/OsReleaseSource.hpp"
+#include "Oxa/System/Commons/ArgumentException.hpp"
+
+#include <utility>
+#include <vector>
+
+namespace Oxa::Device::Linux::Description
+{
+
+using Items::DeviceTreeSource;
+using Items::FileSource;
+using System::Rsc::RscType;
+
+namespace
+{
+
+void ReadPath(DescriptionElement& element, BasicString& path)
+{
+    element.ReadRequired("path", path);
+    if (!path.empty() && !path.starts_with('/'))
+    {
+        element.ReportBadValue("path", path, "an absolute path");
+    }
+}
+
+/// A name below a folder that the kernel gives.
+void ReadNameBelow(DescriptionElement& element, std::string_view attributeName, BasicString& name)
+{
+    element.ReadRequired(attributeName, name);
+    if (name.starts_with('/') || name.find("..") != BasicString::npos)
+    {
+        element.ReportBadValue(attributeName, name, "a name below the folder");
+    }
+}
+
+std::shared_ptr<const Items::LinePattern> ReadPattern(DescriptionElement& element)
+{
+    BasicString pattern;
+    element.Read("pattern", pattern);
+    if (!element.Has("pattern"))
+    {
+        return nullptr;
+    }
+    try
+    {
+        return std::make_shared<const Items::LinePattern>(pattern);
+    }
+    catch (const System::Commons::ArgumentException& exception)
+    {
+        element.Report("the attribute 'pattern' of the element '{0}' is no pattern: {1}", element.GetName(),
+                       exception.GetMessage());
+        return nullptr;
+    }
+}
+
+RscType ReadType(DescriptionElement& element)
+{
+    BasicString word;
+    element.Read("type", word);
+    if (!element.Has("type"))
+    {
+        return element.GetItemType().value_or(RscType::String);
+    }
+    const auto type = ParseItemType(word);
+    if (!type)
+    {
+        element.ReportBadValue("type", word, "bool, int8 to uint64, real32, real64 or string");
+    }
+    return type.value_or(RscType::String);
+}
+
+SourceMaker MakeFile(BasicString path, FileSource::Options options)
+{
+    return [path = std::move(path), options = std::move(options)](DescribedMachine& machine)
+    {
+        return std::make_unique<FileSource>(machine.GetFile(path), options);
+    };
+}
+
+std::vector<BasicString> SplitWords(std::string_view text)
+{
+    std::vector<BasicString> words;
+    for (std::string_view word = Items::DeviceText::TakeWord(text); !word.empty();
+         word = Items::DeviceText::TakeWord(text))
+    {
+        words.emplace_back(word);
+    }
+    return words;
+}
+
+} // namespace
+
+SourceMaker ReadText(DescriptionElement& element)
+{
+    BasicString text;
+    element.Read("value", text);
+    if (!element.Has("value"))
+    {
+        element.Report("the element '{0}' needs the attribute 'value'", element.GetName());
+    }
+    const Items::ItemReading reading =
+        Items::ItemConversion::FromText(text, element.GetItemType().value_or(RscType::String));
+    if (!reading.HasValue())
+    {
+        element.ReportBadValue("value", text, "a value of the item's type");
+    }
+    return [value = reading.value](DescribedMachine&)
+    {
+        return std::make_unique<Items::ConstantSource>(value);
+    };
+}
+
+SourceMaker ReadFile(DescriptionElement& element)
+{
+    BasicString path;
+    FileSource::Options options;
+    ReadPath(element, path);
+    options.pattern = ReadPattern(element);
+    element.Read("scale", options.scale);
+    element.Read("offset", options.offset);
+    options.type = ReadType(element);
+    return MakeFile(std::move(path), std::move(options));
+}
+
+SourceMaker ReadDmi(DescriptionElement& element)
+{
+    BasicString field;
+    ReadNameBelow(element, "field", field);
+    FileSource::Options options;
+    options.refusesPlaceholders = true;
+    return MakeFile("/sys/class/dmi/id/" + field, std::move(options));
+}
+
+SourceMaker ReadDeviceTree(DescriptionElement& element)
+{
+    constexpr std::size_t maximumIndex = 1000;
+    BasicString property;
+    DeviceTreeSource::Options options;
+    ReadNameBelow(element, "property", property);
+    element.Read("index", options.index, 0, maximumIndex);
+    element.Read("cells", options.cells, 0, 2);
+    return [path = "/proc/device-tree/" + property, options](DescribedMachine& machine)
+    {
+        return std::make_unique<DeviceTreeSource>(machine.GetFile(path), options);
+    };
+}
+
+SourceMaker ReadOsRelease(DescriptionElement& element)
+{
+    BasicString field;
+    element.ReadRequired("field", field);
+    auto fields = SplitWords(field);
+    if (fields.empty() && !field.empty())
+    {
+        element.ReportBadValue("field", field, "names");
+    }
+    return [fields = std::move(fields)](DescribedMachine& machine)
+    {
+        std::vector<std::shared_ptr<Items::KeptFile>> files = {machine.GetFile("/etc/os-release"),
+                                                               machine.GetFile("/usr/lib/os-release")};
+        return std::make_unique<Items::OsReleaseSource>(std::move(files), fields);
+    };
+}
+
+} // namespace Oxa::Device::Linux::Description

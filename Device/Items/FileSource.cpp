@@ -1,0 +1,74 @@
+#include "Device/Items/FileSource.hpp"
+
+#include "Device/Items/DeviceText.hpp"
+#include "Device/Items/ItemConversion.hpp"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <utility>
+
+namespace Oxa::Device::Linux::Items
+{
+
+FileSource::FileSource(std::shared_ptr<KeptFile> file, Options options)
+    : file(std::move(file)),
+      options(std::move(options)),
+      isScaled(this->options.scale != 1 || this->options.offset != 0)
+{
+}
+
+FileSource::~FileSource() = default;
+
+ItemReading FileSource::Read(const ReadPass&)
+{
+    std::array<char, KeptFile::pageBytes> buffer;
+    const KeptFile::Content content = file->Read(buffer);
+    if (content.error != 0)
+    {
+        return ItemReading::Missing(file->DescribeError(content.error));
+    }
+    return ReadText(content.text);
+}
+
+BasicString FileSource::Describe() const
+{
+    return "file " + file->GetPath();
+}
+
+ItemReading FileSource::ReadText(std::string_view text) const
+{
+    if (options.pattern)
+    {
+        const auto piece = options.pattern->Find(text);
+        if (!piece)
+        {
+            return ItemReading::Missing(fmt::format("no line of '{}' fits the pattern", file->GetPath()));
+        }
+        text = *piece;
+    }
+    text = DeviceText::Trim(text);
+    if (text.empty() || (options.refusesPlaceholders && DeviceText::IsPlaceholder(text)))
+    {
+        return ItemReading::Missing(fmt::format("'{}' holds only '{}'", file->GetPath(), text));
+    }
+    ItemReading reading = MakeValue(text);
+    if (!reading.HasValue())
+    {
+        reading.cause += fmt::format(" in '{}'", file->GetPath());
+    }
+    return reading;
+}
+
+ItemReading FileSource::MakeValue(std::string_view text) const
+{
+    if (!isScaled)
+    {
+        return ItemConversion::FromText(text, options.type);
+    }
+    const auto number = DeviceText::ParseReal(text);
+    return number ? ItemConversion::FromNumber(*number * options.scale + options.offset, options.type)
+                  : ItemReading::Missing("a text is no number");
+}
+
+} // namespace Oxa::Device::Linux::Items

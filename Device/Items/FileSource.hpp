@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Device/Items/IItemSource.hpp"
+#include "Device/Items/KeptFile.hpp"
+#include "Device/Items/LinePattern.hpp"
+#include "Oxa/System/Rsc/RscType.hpp"
+
+#include <memory>
+
+namespace Oxa::Device::Linux::Items
+{
+
+/// The content of a file of at most 4096 bytes without the blanks around it, or a piece of it, as a text or a number.
+/// Safe from any thread.
+class FileSource final : public IItemSource
+{
+public:
+    struct Options
+    {
+        /// Null: the whole content, up to its first NUL.
+        std::shared_ptr<const LinePattern> pattern;
+        /// The value is number × scale + offset.
+        double scale = 1;
+        double offset = 0;
+        System::Rsc::RscType type = System::Rsc::RscType::String;
+        /// Whether what a manufacturer leaves in a field that was never filled is no value.
+        bool refusesPlaceholders = false;
+    };
+
+    /// Requires: `file` is not null.
+    FileSource(std::shared_ptr<KeptFile> file, Options options);
+    ~FileSource() override;
+
+    /// Missing when the file cannot be read, holds nothing or nothing that fits the type.
+    [[nodiscard]] ItemReading Read(const ReadPass& pass) override;
+    [[nodiscard]] BasicString Describe() const override;
+
+private:
+    [[nodiscard]] ItemReading ReadText(std::string_view text) const;
+    [[nodiscard]] ItemReading MakeValue(std::string_view text) const;
+
+    const std::shared_ptr<KeptFile> file;
+    const Options options;
+    const bool isScaled;
+};
+
+} // namespace Oxa::Device::Linux::Items
