@@ -7,6 +7,7 @@ namespace Oxa::Device::Linux::Items
 
 HwmonSource::HwmonSource(BasicString classFolder, Sensor sensor, SteadyClock clock)
     : file({.classFolder = std::move(classFolder),
+            .devicePrefix = "hwmon",
             .nameFile = "name",
             .name = std::move(sensor.chip),
             .index = sensor.index,

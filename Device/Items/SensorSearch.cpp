@@ -31,15 +31,18 @@ void SortNaturally(std::vector<BasicString>& paths)
               { return strverscmp(left.c_str(), right.c_str()) < 0; });
 }
 
-/// The paths of what lies in a folder; empty when it cannot be read.
-std::vector<BasicString> ListFolder(const BasicString& folder)
+/// The paths of what lies in a folder under names that begin so; empty when it cannot be read.
+std::vector<BasicString> ListFolder(const BasicString& folder, std::string_view prefix)
 {
     std::vector<BasicString> paths;
     std::error_code error;
     std::filesystem::directory_iterator entry(folder, error);
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error))
     {
-        paths.push_back(entry->path().string());
+        if (entry->path().filename().native().starts_with(prefix))
+        {
+            paths.push_back(entry->path().string());
+        }
     }
     return paths;
 }
@@ -56,7 +59,7 @@ bool HoldsText(const BasicString& path, std::string_view text)
 std::vector<BasicString> FindDevices(const SensorAddress& address)
 {
     std::vector<BasicString> devices;
-    for (const auto& link : ListFolder(address.classFolder))
+    for (const auto& link : ListFolder(address.classFolder, address.devicePrefix))
     {
         std::error_code error;
         const std::filesystem::path device = std::filesystem::canonical(link, error);
@@ -72,12 +75,11 @@ std::vector<BasicString> FindDevices(const SensorAddress& address)
 /// Empty when the device has no such label.
 BasicString FindLabelledInput(const BasicString& device, std::string_view label)
 {
-    std::vector<BasicString> files = ListFolder(device);
+    std::vector<BasicString> files = ListFolder(device, "temp");
     SortNaturally(files);
     for (BasicString& file : files)
     {
-        const std::string_view name = std::string_view(file).substr(device.size() + 1);
-        if (name.starts_with("temp") && name.ends_with(labelSuffix) && HoldsText(file, label))
+        if (file.ends_with(labelSuffix) && HoldsText(file, label))
         {
             return file.replace(file.size() - labelSuffix.size(), labelSuffix.size(), inputSuffix);
         }

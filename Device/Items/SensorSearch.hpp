@@ -12,6 +12,8 @@ struct SensorAddress
 {
     /// The class's folder, for instance "/sys/class/hwmon".
     BasicString classFolder;
+    /// What the names of its devices begin with, for instance "hwmon"; the class may hold others.
+    BasicString devicePrefix;
     /// The file of a device that holds its name: "name" or "type".
     BasicString nameFile;
     BasicString name;

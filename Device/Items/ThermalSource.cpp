@@ -7,6 +7,7 @@ namespace Oxa::Device::Linux::Items
 
 ThermalSource::ThermalSource(BasicString classFolder, BasicString type, std::size_t index, SteadyClock clock)
     : file({.classFolder = std::move(classFolder),
+            .devicePrefix = "thermal_zone",
             .nameFile = "type",
             .name = std::move(type),
             .index = index,

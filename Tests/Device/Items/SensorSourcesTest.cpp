@@ -79,6 +79,7 @@ TEST_F(MachineWithSensors, FindsTheLabelOrTheFileOfTheChipOfTheName)
 
 TEST_F(MachineWithSensors, FollowsASensorToItsNewNumberAndNeverReadsAnother)
 {
+    Plug("fan", "cooling_device0", "type", "soc-thermal");
     Plug("soc", "thermal_zone0", "type", "soc-thermal");
     machine.Write("/sys/devices/soc/thermal_zone0/temp", "40000");
     ThermalSource source(thermal, "soc-thermal", 0, clock.Get());
