@@ -1,5 +1,7 @@
 #include "Device/Description/DescribedMachine.hpp"
 
+#include "Device/SteadyWaiter.hpp"
+
 #include <utility>
 
 namespace Oxa::Device::Linux::Description
@@ -21,7 +23,10 @@ std::shared_ptr<T> GetShared(std::map<BasicString, std::shared_ptr<T>>& all, con
 
 } // namespace
 
-DescribedMachine::DescribedMachine(MachineRoot root) : root(std::move(root)) {}
+DescribedMachine::DescribedMachine(MachineRoot root)
+    : root(std::move(root)), delayWaiter(std::make_shared<SteadyWaiter>())
+{
+}
 
 DescribedMachine::~DescribedMachine() = default;
 
@@ -62,6 +67,11 @@ const std::shared_ptr<Items::CpuLoads>& DescribedMachine::GetCpuLoads()
 const std::shared_ptr<Items::CpuLoads>& DescribedMachine::TryGetCpuLoads() const noexcept
 {
     return loads;
+}
+
+const std::shared_ptr<IWaiter>& DescribedMachine::GetDelayWaiter() const noexcept
+{
+    return delayWaiter;
 }
 
 std::size_t DescribedMachine::GetCore() const noexcept

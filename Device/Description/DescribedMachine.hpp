@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Device/IWaiter.hpp"
 #include "Device/Items/CpuLoads.hpp"
 #include "Device/Items/KeptFile.hpp"
 #include "Device/Items/MemoryProbe.hpp"
@@ -36,12 +37,16 @@ public:
     /// Null when nobody has asked for the loads.
     [[nodiscard]] const std::shared_ptr<Items::CpuLoads>& TryGetCpuLoads() const noexcept;
 
+    /// What simulated delays wait on; whoever stops the services cancels it. Never null.
+    [[nodiscard]] const std::shared_ptr<IWaiter>& GetDelayWaiter() const noexcept;
+
     /// The core whose items are being made, for an item that there is one of for each; 0 for all cores together.
     [[nodiscard]] std::size_t GetCore() const noexcept;
     void SetCore(std::size_t newCore) noexcept;
 
 private:
     const MachineRoot root;
+    const std::shared_ptr<IWaiter> delayWaiter;
     std::map<BasicString, std::shared_ptr<Items::KeptFile>> files;
     std::map<BasicString, std::shared_ptr<Items::PartitionProbe>> partitions;
     std::shared_ptr<Items::MemoryProbe> memory;

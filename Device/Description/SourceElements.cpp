@@ -22,10 +22,15 @@ constexpr SourceElement sourceElements[] = {
     {"devicetree", &ReadDeviceTree},
     {"dmi", &ReadDmi},
     {"file", &ReadFile},
+    {"gpio", &ReadGpio},
+    {"hwmon", &ReadHwmon},
+    {"led", &ReadLed},
     {"memory", &ReadMemory},
     {"osrelease", &ReadOsRelease},
     {"partition", &ReadPartition},
+    {"simulated", &ReadSimulated},
     {"text", &ReadText},
+    {"thermal", &ReadThermal},
     {"uptime", &ReadUptime},
 };
 

@@ -28,6 +28,15 @@ using ReadSourceFunction = SourceMaker (*)(DescriptionElement&);
 [[nodiscard]] SourceMaker ReadDeviceTree(DescriptionElement& element);
 [[nodiscard]] SourceMaker ReadOsRelease(DescriptionElement& element);
 
+// SensorElements.cpp
+[[nodiscard]] SourceMaker ReadGpio(DescriptionElement& element);
+[[nodiscard]] SourceMaker ReadHwmon(DescriptionElement& element);
+[[nodiscard]] SourceMaker ReadLed(DescriptionElement& element);
+[[nodiscard]] SourceMaker ReadThermal(DescriptionElement& element);
+
+// SimulatedElement.cpp
+[[nodiscard]] SourceMaker ReadSimulated(DescriptionElement& element);
+
 // SystemElements.cpp
 [[nodiscard]] SourceMaker ReadAbsent(DescriptionElement& element);
 [[nodiscard]] SourceMaker ReadBoardTemperature(DescriptionElement& element);

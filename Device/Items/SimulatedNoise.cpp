@@ -1,5 +1,6 @@
 #include "Device/Items/SimulatedNoise.hpp"
 
+#include "Device/Items/ItemConversion.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
 
 #include <cmath>
@@ -21,41 +22,15 @@ uint64 Mix(uint64 number) noexcept
     return number ^ (number >> 31U);
 }
 
-template <class T>
-double CopyNumber(const ItemValue& value) noexcept
+/// Of what is a number by its type; a text that looks like one is none.
+std::optional<double> GetNumber(const ItemValue& value)
 {
-    T number;
-    value.CopyTo(number);
-    return static_cast<double>(number);
-}
-
-std::optional<double> GetNumber(const ItemValue& value) noexcept
-{
-    switch (value.GetType())
+    if (value.GetType() == RscType::Bool || value.GetType() == RscType::String)
     {
-    case RscType::Int8:
-        return CopyNumber<int8>(value);
-    case RscType::Uint8:
-        return CopyNumber<uint8>(value);
-    case RscType::Int16:
-        return CopyNumber<int16>(value);
-    case RscType::Uint16:
-        return CopyNumber<uint16>(value);
-    case RscType::Int32:
-        return CopyNumber<int32>(value);
-    case RscType::Uint32:
-        return CopyNumber<uint32>(value);
-    case RscType::Int64:
-        return CopyNumber<int64>(value);
-    case RscType::Uint64:
-        return CopyNumber<uint64>(value);
-    case RscType::Real32:
-        return CopyNumber<float>(value);
-    case RscType::Real64:
-        return CopyNumber<double>(value);
-    default:
         return std::nullopt;
     }
+    const auto number = ItemConversion::GetNumber(value);
+    return number ? std::optional(static_cast<double>(*number)) : std::nullopt;
 }
 
 } // namespace
@@ -68,7 +43,7 @@ SimulatedNoise::SimulatedNoise(double amplitude, uint64 seed) : amplitude(amplit
     }
 }
 
-ItemValue SimulatedNoise::AddTo(const ItemValue& value) noexcept
+ItemValue SimulatedNoise::AddTo(const ItemValue& value)
 {
     if (amplitude == 0)
     {

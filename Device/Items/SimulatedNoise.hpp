@@ -17,7 +17,7 @@ public:
     SimulatedNoise(double amplitude, uint64 seed);
 
     /// A Real64 for a number when there is noise, else the value as it is.
-    [[nodiscard]] ItemValue AddTo(const ItemValue& value) noexcept;
+    [[nodiscard]] ItemValue AddTo(const ItemValue& value);
 
     [[nodiscard]] double GetAmplitude() const noexcept;
 

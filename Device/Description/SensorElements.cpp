@@ -1,0 +1,133 @@
+#include "Device/Description/SourceElements.hpp"
+#include "Device/Items/AbsentSource.hpp"
+#include "Device/Items/GpioSource.hpp"
+#include "Device/Items/HwmonSource.hpp"
+#include "Device/Items/ItemConversion.hpp"
+#include "Device/Items/LedSource.hpp"
+#include "Device/Items/ThermalSource.hpp"
+
+#include <optional>
+#include <utility>
+
+namespace Oxa::Device::Linux::Description
+{
+
+using Items::GpioSource;
+using Items::HwmonSource;
+
+namespace
+{
+
+// More devices of one name than any machine has.
+constexpr std::size_t maximumIndex = 1000;
+
+/// "temp1_input"
+bool IsTemperatureInput(std::string_view name) noexcept
+{
+    constexpr std::string_view prefix = "temp";
+    constexpr std::string_view suffix = "_input";
+    if (!name.starts_with(prefix) || !name.ends_with(suffix) || name.size() == prefix.size() + suffix.size())
+    {
+        return false;
+    }
+    name = name.substr(prefix.size(), name.size() - prefix.size() - suffix.size());
+    return name.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+void CheckSwitchText(DescriptionElement& element, std::string_view attributeName, const BasicString& text)
+{
+    const auto type = element.GetItemType();
+    if (type && !Items::ItemConversion::FromText(text, *type).HasValue())
+    {
+        element.ReportBadValue(attributeName, text, "a value of the item's type");
+    }
+}
+
+void ReadSwitchTexts(DescriptionElement& element, GpioSource::Line& line)
+{
+    if (!element.Has("activeText") && !element.Has("inactiveText"))
+    {
+        return;
+    }
+    element.ReadRequired("activeText", line.activeText);
+    element.ReadRequired("inactiveText", line.inactiveText);
+    CheckSwitchText(element, "activeText", line.activeText);
+    CheckSwitchText(element, "inactiveText", line.inactiveText);
+}
+
+} // namespace
+
+SourceMaker ReadHwmon(DescriptionElement& element)
+{
+    HwmonSource::Sensor sensor;
+    element.ReadRequired("chip", sensor.chip);
+    element.Read("index", sensor.index, 0, maximumIndex);
+    element.Read("label", sensor.label);
+    element.Read("input", sensor.input);
+    if (sensor.label.empty() == sensor.input.empty())
+    {
+        element.Report("the element '{0}' needs either the attribute 'label' or 'input'", element.GetName());
+    }
+    if (!sensor.input.empty() && !IsTemperatureInput(sensor.input))
+    {
+        element.ReportBadValue("input", sensor.input, "a file like 'temp1_input'");
+    }
+    return [sensor = std::move(sensor)](DescribedMachine& machine)
+    {
+        return std::make_unique<HwmonSource>(machine.GetRoot().Resolve("/sys/class/hwmon"), sensor);
+    };
+}
+
+SourceMaker ReadThermal(DescriptionElement& element)
+{
+    BasicString zone;
+    std::size_t index = 0;
+    element.ReadRequired("zone", zone);
+    element.Read("index", index, 0, maximumIndex);
+    return [zone = std::move(zone), index](DescribedMachine& machine)
+    {
+        return std::make_unique<Items::ThermalSource>(machine.GetRoot().Resolve("/sys/class/thermal"), zone, index);
+    };
+}
+
+SourceMaker ReadLed(DescriptionElement& element)
+{
+    BasicString name;
+    element.ReadRequired("name", name);
+    if (name.find('/') != BasicString::npos || name == "." || name == "..")
+    {
+        element.ReportBadValue("name", name, "the name of a class device");
+    }
+    auto colour = LedColour::Unknown;
+    const bool hasColour = element.ReadChoice("colour",
+                                              {{"green", LedColour::Green},
+                                               {"yellow", LedColour::Yellow},
+                                               {"red", LedColour::Red},
+                                               {"blue", LedColour::Blue},
+                                               {"white", LedColour::White}},
+                                              colour);
+    return
+        [name = std::move(name), colour = hasColour ? std::optional(colour) : std::nullopt](DescribedMachine& machine)
+    {
+        return std::make_unique<Items::LedSource>(machine.GetRoot().Resolve("/sys/class/leds/" + name), colour);
+    };
+}
+
+SourceMaker ReadGpio(DescriptionElement& element)
+{
+    GpioSource::Line line;
+    element.ReadRequired("chip", line.chip);
+    element.ReadRequired("line", line.line);
+    element.Read("activeLow", line.isActiveLow);
+    ReadSwitchTexts(element, line);
+    return [line = std::move(line)](DescribedMachine& machine) -> std::unique_ptr<Items::IItemSource>
+    {
+        if (!machine.GetRoot().IsRunningMachine())
+        {
+            return std::make_unique<Items::AbsentSource>("GPIO lines: it is a folder of files");
+        }
+        return std::make_unique<GpioSource>(line);
+    };
+}
+
+} // namespace Oxa::Device::Linux::Description

@@ -1,0 +1,178 @@
+#include "Device/Description/SourceElements.hpp"
+#include "Device/Items/DeviceText.hpp"
+#include "Device/Items/ItemConversion.hpp"
+#include "Device/Items/SimulatedFaultSource.hpp"
+#include "Device/Items/SimulatedSource.hpp"
+
+#include <limits>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace Oxa::Device::Linux::Description
+{
+
+using Items::ItemValue;
+using Items::SimulatedFaultSource;
+using Items::SimulatedSignal;
+using Items::SimulatedSource;
+using System::Rsc::RscType;
+
+namespace
+{
+
+enum class Form
+{
+    Constant,
+    Ramp,
+    Sine,
+    Steps
+};
+
+/// The text of an attribute that must be there but may be empty.
+BasicString ReadValueText(DescriptionElement& element, std::string_view attributeName)
+{
+    BasicString text;
+    element.Read(attributeName, text);
+    if (!element.Has(attributeName))
+    {
+        element.Report("the element '{0}' needs the attribute '{1}'", element.GetName(), attributeName);
+    }
+    return text;
+}
+
+/// The value of the item's type; not set when it is none, which is reported.
+ItemValue ParseValue(DescriptionElement& element, std::string_view attributeName, std::string_view text)
+{
+    const auto reading = Items::ItemConversion::FromText(text, element.GetItemType().value_or(RscType::String));
+    if (!reading.HasValue() && element.Has(attributeName))
+    {
+        element.ReportBadValue(attributeName, text, "a value of the item's type");
+    }
+    return reading.value;
+}
+
+SimulatedSignal::Seconds ReadSeconds(DescriptionElement& element, std::string_view attributeName)
+{
+    constexpr double shortest = 0.001;
+    constexpr double longest = 1e9;
+    double seconds = 60;
+    element.Read(attributeName, seconds, shortest, longest);
+    return SimulatedSignal::Seconds(seconds);
+}
+
+SimulatedSignal ReadConstant(DescriptionElement& element)
+{
+    const BasicString text = ReadValueText(element, "value");
+    return SimulatedSignal::MakeConstant(ParseValue(element, "value", text), text);
+}
+
+SimulatedSignal ReadRamp(DescriptionElement& element)
+{
+    double from = 0;
+    double to = 100;
+    element.Read("from", from);
+    element.Read("to", to);
+    return SimulatedSignal::MakeRamp(from, to, ReadSeconds(element, "periodSeconds"));
+}
+
+SimulatedSignal ReadSine(DescriptionElement& element)
+{
+    double mean = 0;
+    double amplitude = 1;
+    element.Read("mean", mean);
+    element.Read("amplitude", amplitude);
+    return SimulatedSignal::MakeSine(mean, amplitude, ReadSeconds(element, "periodSeconds"));
+}
+
+SimulatedSignal ReadSteps(DescriptionElement& element)
+{
+    const BasicString text = ReadValueText(element, "values");
+    std::vector<ItemValue> values;
+    std::string_view rest = text;
+    do
+    {
+        const std::string_view value = Items::DeviceText::Trim(Items::DeviceText::TakeUntil(rest, ';'));
+        values.push_back(ParseValue(element, "values", value));
+    } while (!rest.empty());
+    return SimulatedSignal::MakeSteps(std::move(values), ReadSeconds(element, "holdSeconds"));
+}
+
+SimulatedSignal ReadSignal(DescriptionElement& element)
+{
+    auto form = Form::Constant;
+    element.ReadChoice(
+        "form", {{"constant", Form::Constant}, {"ramp", Form::Ramp}, {"sine", Form::Sine}, {"steps", Form::Steps}},
+        form);
+    switch (form)
+    {
+    case Form::Ramp:
+        return ReadRamp(element);
+    case Form::Sine:
+        return ReadSine(element);
+    case Form::Steps:
+        return ReadSteps(element);
+    default:
+        return ReadConstant(element);
+    }
+}
+
+double ReadNoise(DescriptionElement& element)
+{
+    double amplitude = 0;
+    element.Read("noise", amplitude, 0, std::numeric_limits<double>::max());
+    const auto type = element.GetItemType();
+    if (amplitude > 0 && (type == RscType::String || type == RscType::Bool))
+    {
+        element.Report("the attribute 'noise' of the element '{0}' needs an item that is a number", element.GetName());
+    }
+    return amplitude;
+}
+
+std::optional<SimulatedFaultSource::Fault> ReadFault(DescriptionElement& element)
+{
+    using Kind = SimulatedFaultSource::Kind;
+    constexpr std::size_t longestDelay = 60'000;
+    SimulatedFaultSource::Fault fault;
+    if (!element.ReadChoice("fault",
+                            {{"delay", Kind::Delay},
+                             {"wrongType", Kind::WrongType},
+                             {"notSet", Kind::NotSet},
+                             {"dropConnection", Kind::DroppedConnection}},
+                            fault.kind))
+    {
+        return std::nullopt;
+    }
+    if (fault.kind == Kind::Delay)
+    {
+        std::size_t milliseconds = 1000;
+        element.Read("delayMilliseconds", milliseconds, 1, longestDelay);
+        fault.delay = std::chrono::milliseconds(milliseconds);
+    }
+    std::size_t every = 1;
+    element.Read("every", every, 1, std::numeric_limits<uint32>::max());
+    fault.every = every;
+    return fault;
+}
+
+} // namespace
+
+SourceMaker ReadSimulated(DescriptionElement& element)
+{
+    SimulatedSignal signal = ReadSignal(element);
+    const double noise = ReadNoise(element);
+    std::size_t seed = 0;
+    element.Read("seed", seed, 0, std::numeric_limits<uint32>::max());
+    return [signal = std::move(signal), noise, seed,
+            fault = ReadFault(element)](DescribedMachine& machine) -> std::unique_ptr<Items::IItemSource>
+    {
+        auto source = std::make_unique<SimulatedSource>(signal, noise, seed);
+        if (!fault)
+        {
+            return source;
+        }
+        return std::make_unique<SimulatedFaultSource>(std::move(source), *fault, machine.GetDelayWaiter());
+    };
+}
+
+} // namespace Oxa::Device::Linux::Description
