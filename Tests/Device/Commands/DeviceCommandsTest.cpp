@@ -1,0 +1,292 @@
+#include "Device/Commands/DeviceCommands.hpp"
+
+#include "Device/Commands/FakeSystem.hpp"
+#include "Device/Commands/UnitName.hpp"
+#include "Device/FakeTime.hpp"
+#include "Device/Services/DeviceControlService.hpp"
+#include "Oxa/System/Commons/ArgumentException.hpp"
+#include "Oxa/System/Rsc/RscCallContext.hpp"
+#include "Support/LogRecorder.hpp"
+
+#include <gmock/gmock.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <future>
+#include <memory>
+#include <thread>
+
+namespace Oxa::Tests::Device
+{
+
+using namespace Oxa::Device::Linux;
+using namespace Oxa::Device::Linux::Commands;
+using Oxa::Device::Interface::Services::AccessErrorCode;
+using Oxa::System::Rsc::RscCallContext;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace
+{
+
+constexpr std::chrono::milliseconds shortTime(50);
+
+const CommandSettings realSettings = {CommandSettings::RestartAction::Reboot, CommandSettings::FactoryResetAction::Unit,
+                                      "reset.service"};
+
+/// The commands of one machine, and time that passes when the test says so.
+struct Device
+{
+    explicit Device(const CommandTimes& times = {}, const CommandSettings& settings = realSettings)
+        : commands(std::make_shared<DeviceCommands>(settings,
+                                                    ServiceOutage::Actions{[] {},
+                                                                           [] {
+                                                                           }},
+                                                    time.MakeWaiter(), times))
+    {
+    }
+
+    void AwaitIdle()
+    {
+        while (service.Restart() == AccessErrorCode::Busy)
+        {
+            std::this_thread::yield();
+        }
+    }
+
+    FakeTime time;
+    const std::shared_ptr<DeviceCommands> commands;
+    Services::DeviceControlService service{commands};
+};
+
+BasicString RaiseCode(const BasicString& errorName)
+{
+    return "raise dbus.exceptions.DBusException('because', name='" + errorName + "')";
+}
+
+/// systemd tells of the end of another job and then of this one, once it has answered that this one began.
+BasicString EndJobCode(const BasicString& result)
+{
+    const BasicString tell = "GLib.idle_add(lambda m=self: m.EmitSignal('', 'JobRemoved', 'uoss', ";
+    return "from gi.repository import GLib\n" + tell + "[8, '/job/8', 'x', 'failed']))\n" + tell +
+           "[7, '/job/7', 'x', '" + result + "']))";
+}
+
+std::ptrdiff_t Count(const char* folder)
+{
+    return std::distance(std::filesystem::directory_iterator(folder), {});
+}
+
+bool HasEntry(const Support::LogRecorder& log, const BasicString& text)
+{
+    const auto entries = log.GetEntries();
+    return std::any_of(entries.begin(), entries.end(),
+                       [&text](const auto& entry) { return entry.message.find(text) != BasicString::npos; });
+}
+
+} // namespace
+
+TEST(RestartingTheMachine, TellsTheCallerWhatTheLoginManagerSays)
+{
+    const struct
+    {
+        BasicString code;
+        const char* signature;
+        AccessErrorCode expected;
+    } cases[] = {
+        {"ret = 'yes'", "s", AccessErrorCode::None},
+        {"ret = 'no'", "s", AccessErrorCode::AccessDenied},
+        {"ret = 'challenge'", "s", AccessErrorCode::AccessDenied},
+        {"ret = 'na'", "s", AccessErrorCode::NotSupported},
+        {"ret = 'perhaps'", "s", AccessErrorCode::DeviceFault},
+        {"ret = 1", "u", AccessErrorCode::DeviceFault},
+        {"", "", AccessErrorCode::DeviceFault},
+        {RaiseCode("org.freedesktop.DBus.Error.AccessDenied"), "s", AccessErrorCode::AccessDenied},
+        {RaiseCode("org.freedesktop.DBus.Error.InteractiveAuthorizationRequired"), "s", AccessErrorCode::AccessDenied},
+        {RaiseCode("org.freedesktop.DBus.Error.NoReply"), "s", AccessErrorCode::TimedOut},
+        {RaiseCode("org.freedesktop.DBus.Error.Spawn.ChildExited"), "s", AccessErrorCode::NotAvailable},
+        {RaiseCode("org.freedesktop.DBus.Error.Failed"), "s", AccessErrorCode::DeviceFault},
+    };
+
+    FakeSystem system;
+    for (const auto& [code, signature, expected] : cases)
+    {
+        system.LetLogin("CanReboot", signature, code);
+        Device device;
+        EXPECT_EQ(device.service.Restart(), expected) << code;
+        device.commands->Stop();
+        EXPECT_EQ(device.service.Restart(), AccessErrorCode::NotAvailable);
+    }
+    EXPECT_THAT(system.GetCalls(), Not(HasSubstr("Reboot False")));
+}
+
+TEST(RestartingTheMachine, EndsWhenWhatItNeedsIsMissingOrSilent)
+{
+    CommandTimes times;
+    times.call = shortTime;
+    FakeSystem system;
+    Device device(times);
+
+    kill(system.GetServices().GetNumber(), SIGSTOP);
+    EXPECT_EQ(device.service.Restart(), AccessErrorCode::TimedOut);
+    kill(system.GetServices().GetNumber(), SIGKILL);
+    system.GetServices().Wait();
+    EXPECT_EQ(device.service.Restart(), AccessErrorCode::NotAvailable);
+
+    // A bus that accepts and says nothing.
+    kill(system.GetBus().GetNumber(), SIGSTOP);
+    EXPECT_EQ(device.service.Restart(), AccessErrorCode::TimedOut);
+    kill(system.GetBus().GetNumber(), SIGKILL);
+    system.GetBus().Wait();
+    EXPECT_EQ(device.service.Restart(), AccessErrorCode::NotAvailable);
+}
+
+TEST(RestartingTheMachine, WaitsUntilTheAnswerHasBeenSent)
+{
+    FakeSystem system;
+    Device device;
+    {
+        RscCallContext context(getuid(), 1);
+        EXPECT_EQ(device.service.Restart(), AccessErrorCode::None);
+        device.time.Elapse();
+        EXPECT_EQ(device.service.FactoryReset(1), AccessErrorCode::Busy);
+        EXPECT_THAT(system.GetCalls(), Not(HasSubstr("\nReboot")));
+        context.RunAnswered();
+    }
+    EXPECT_EQ(system.GetServices().WaitForLine("Reboot"), " False");
+    EXPECT_EQ(device.service.Restart(), AccessErrorCode::Busy);
+}
+
+TEST(RestartingTheMachine, IsOverWhenItFailsAfterTheAnswer)
+{
+    const Support::LogRecorder log;
+    FakeSystem system;
+    system.LetLogin("Reboot", "", RaiseCode("org.freedesktop.DBus.Error.AccessDenied"));
+    Device device;
+    EXPECT_EQ(device.service.Restart(), AccessErrorCode::None);
+    EXPECT_TRUE(HasEntry(log, "A restart was asked for by this process: success"));
+    device.time.Elapse();
+    device.AwaitIdle();
+    EXPECT_TRUE(HasEntry(log, "Restart for this process: access denied: cannot call 'Reboot' of "
+                              "'org.freedesktop.login1': because (org.freedesktop.DBus.Error.AccessDenied)"));
+
+    // The machine accepts, and lives on.
+    system.LetLogin("Reboot", "", "");
+    device.time.Elapse();
+    device.time.AwaitWait(3);
+    device.time.Elapse();
+    device.AwaitIdle();
+    EXPECT_TRUE(HasEntry(log, "device fault: the machine has not rebooted within 180000 ms"));
+}
+
+TEST(ResettingTheMachine, TellsTheCallerHowTheUnitEnded)
+{
+    const std::pair<BasicString, AccessErrorCode> cases[] = {
+        {EndJobCode("done"), AccessErrorCode::None},
+        {EndJobCode("timeout"), AccessErrorCode::TimedOut},
+        {EndJobCode("dependency"), AccessErrorCode::DeviceFault},
+        {EndJobCode("failed"), AccessErrorCode::DeviceFault},
+        {EndJobCode("canceled"), AccessErrorCode::DeviceFault},
+        {RaiseCode("org.freedesktop.systemd1.NoSuchUnit"), AccessErrorCode::NotSupported},
+        {RaiseCode("org.freedesktop.systemd1.UnitMasked"), AccessErrorCode::DeviceFault},
+        {RaiseCode("org.freedesktop.DBus.Error.AccessDenied"), AccessErrorCode::AccessDenied},
+    };
+    FakeSystem system;
+    for (const auto& [code, expected] : cases)
+    {
+        system.LetStartUnit(code);
+        Device device;
+        EXPECT_EQ(device.service.FactoryReset(1), expected) << code;
+        EXPECT_EQ(device.service.FactoryReset(2), AccessErrorCode::NotSupported);
+    }
+    EXPECT_THAT(system.GetCalls(), HasSubstr("\nStartUnit \"reset.service\" \"fail\"\n"));
+    EXPECT_THAT(system.GetCalls(), Not(HasSubstr("\nReboot")));
+}
+
+TEST(ResettingTheMachine, ResetsNothingThatCouldNotBeRestarted)
+{
+    FakeSystem system;
+    system.LetLogin("CanReboot", "s", "ret = 'no'");
+    Device device;
+    EXPECT_EQ(device.service.FactoryReset(1), AccessErrorCode::AccessDenied);
+    EXPECT_THAT(system.GetCalls(), Not(HasSubstr("StartUnit")));
+}
+
+TEST(ResettingTheMachine, RestartsAlsoWhenTheUnitTakesLongerThanTheCallerWaits)
+{
+    CommandTimes times;
+    times.answer = shortTime;
+    FakeSystem system;
+    Device device(times);
+    device.time.Elapse();
+    EXPECT_EQ(device.service.FactoryReset(1), AccessErrorCode::TimedOut);
+    static_cast<void>(system.GetServices().WaitForLine("StartUnit"));
+    EXPECT_EQ(device.service.Restart(), AccessErrorCode::Busy);
+    EXPECT_THAT(system.GetCalls(), Not(HasSubstr("\nReboot")));
+    system.EndJob("/job/7", "done");
+    static_cast<void>(system.GetServices().WaitForLine("Reboot"));
+}
+
+TEST(ResettingTheMachine, LeavesNothingBehindWhenItIsStopped)
+{
+    FakeSystem system;
+    const auto threads = Count("/proc/self/task");
+    const auto descriptors = Count("/proc/self/fd");
+    {
+        Device device;
+        EXPECT_EQ(Count("/proc/self/task"), threads);
+        auto code = std::async(std::launch::async, [&device] { return device.service.FactoryReset(1); });
+        static_cast<void>(system.GetServices().WaitForLine("StartUnit"));
+        device.commands->Stop();
+        EXPECT_EQ(code.get(), AccessErrorCode::NotAvailable);
+    }
+    EXPECT_EQ(Count("/proc/self/fd"), descriptors);
+    EXPECT_EQ(Count("/proc/self/task"), threads);
+}
+
+TEST(ResettingTheMachine, TakesUnitsFromTheDescriptionOnlyByTheirWholeNames)
+{
+    const std::pair<BasicString, bool> cases[] = {{"reset.service", true},
+                                                  {"reset@all.target", true},
+                                                  {"a-b_c:d\\x2d.e.service", true},
+                                                  {"", false},
+                                                  {".service", false},
+                                                  {"reset", false},
+                                                  {"reset.socket", false},
+                                                  {"reset@.service", false},
+                                                  {"@all.service", false},
+                                                  {"../x.service", false},
+                                                  {"a b.service", false},
+                                                  {"a;b.service", false},
+                                                  {"a\nb.service", false},
+                                                  {BasicString("a\0.service", 10), false},
+                                                  {BasicString(248, 'a') + ".service", false},
+                                                  {"reset.service\n", false}};
+    for (const auto& [name, isStartable] : cases)
+    {
+        EXPECT_EQ(IsStartableUnitName(name), isStartable) << name;
+    }
+    CommandSettings settings = realSettings;
+    settings.factoryResetUnit = "reset.sh";
+    EXPECT_THROW(Device({}, settings), Oxa::System::Commons::ArgumentException);
+}
+
+TEST(ChoosingCommands, MixesWhatIsSimulatedAbsentAndReal)
+{
+    FakeSystem system;
+    Device none({}, {});
+    EXPECT_EQ(none.service.Restart(), AccessErrorCode::NotSupported);
+    EXPECT_EQ(none.service.FactoryReset(1), AccessErrorCode::NotSupported);
+
+    CommandSettings settings = realSettings;
+    settings.restart = CommandSettings::RestartAction::Simulate;
+    Device device({}, settings);
+    EXPECT_EQ(device.service.Restart(), AccessErrorCode::None);
+    EXPECT_EQ(device.service.FactoryReset(1), AccessErrorCode::Busy);
+    EXPECT_THAT(system.GetCalls(), Not(HasSubstr("Reboot")));
+}
+
+} // namespace Oxa::Tests::Device
