@@ -11,11 +11,11 @@ CommandExchange::CommandExchange() = default;
 
 CommandExchange::~CommandExchange() = default;
 
-void CommandExchange::Settle(AccessErrorCode settled)
+void CommandExchange::Settle(AccessErrorCode settledCode)
 {
     {
         const std::lock_guard lock(mutex);
-        code = settled;
+        code = settledCode;
     }
     condition.notify_all();
 }

@@ -19,7 +19,7 @@ public:
     ~CommandExchange();
 
     /// The command's thread: what the caller is told.
-    void Settle(Interface::Services::AccessErrorCode code);
+    void Settle(Interface::Services::AccessErrorCode settledCode);
 
     /// The caller: what the command's thread said, TimedOut when it did not say so in time, NotAvailable after `Stop`.
     [[nodiscard]] Interface::Services::AccessErrorCode AwaitCode(std::chrono::milliseconds timeout);
