@@ -1,16 +1,21 @@
-# What an installation holds beside the libraries and executables, which say so where they are made: the configuration,
-# and the package Oxa for modules that are built outside this tree.
+# What an installation holds beside the libraries and executables, which say so where they are made: what the services
+# need, and the package Oxa for modules that are built outside this tree.
 
 include(CMakePackageConfigHelpers)
 
 set(OXA_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/Oxa")
 
-foreach(configuration Host/Configuration Device/Configuration)
-  if(EXISTS "${PROJECT_SOURCE_DIR}/${configuration}")
-    install(DIRECTORY "${PROJECT_SOURCE_DIR}/${configuration}/" DESTINATION "${CMAKE_INSTALL_SYSCONFDIR}/oxa"
-      FILES_MATCHING PATTERN "*.xml")
-  endif()
-endforeach()
+# Host/Configuration is for a host that holds the device services itself, as ./run starts it; what is installed is for two
+# processes. Empty variables have the script's defaults.
+install(CODE "
+  set(OXA_BINDIR \"${CMAKE_INSTALL_BINDIR}\")
+  set(OXA_SYSCONFDIR \"${CMAKE_INSTALL_SYSCONFDIR}\")
+  set(OXA_DATADIR \"${CMAKE_INSTALL_DATADIR}\")
+  set(OXA_MANDIR \"${CMAKE_INSTALL_MANDIR}\")")
+install(SCRIPT "${PROJECT_SOURCE_DIR}/Packaging/InstallSystemFiles.cmake")
+
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/Device/Descriptions/"
+  DESTINATION "${CMAKE_INSTALL_SYSCONFDIR}/oxa/descriptions" FILES_MATCHING PATTERN "*.xml")
 
 # Folders named Internal are not for others, except these, whose names modules use.
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/Platform/Oxa" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
