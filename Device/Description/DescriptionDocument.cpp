@@ -1,5 +1,6 @@
 #include "Device/Description/DescriptionDocument.hpp"
 
+#include "Device/Commands/UnitName.hpp"
 #include "Device/Description/DescriptionCursor.hpp"
 #include "Device/Description/ItemTypes.hpp"
 #include "Device/Description/SourceReader.hpp"
@@ -91,7 +92,17 @@ private:
                            commands.factoryReset);
         if (commands.factoryReset == Action::Unit)
         {
-            element.ReadRequired("unit", commands.factoryResetUnit);
+            ReadUnit(element);
+        }
+    }
+
+    void ReadUnit(DescriptionElement& element)
+    {
+        BasicString& unit = content.commands.factoryResetUnit;
+        element.ReadRequired("unit", unit);
+        if (!unit.empty() && !Commands::IsStartableUnitName(unit))
+        {
+            element.ReportBadValue("unit", unit, "the name of a service or target of systemd");
         }
     }
 
