@@ -36,6 +36,12 @@ std::shared_ptr<IRscService> RscServiceSlot::TryAcquire() const
     return implementation;
 }
 
+bool RscServiceSlot::IsProvided() const
+{
+    const std::lock_guard lock(mutex);
+    return implementation != nullptr;
+}
+
 void RscServiceSlot::Provide(std::shared_ptr<IRscService> newImplementation)
 {
     {

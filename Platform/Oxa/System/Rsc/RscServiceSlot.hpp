@@ -37,6 +37,9 @@ public:
     /// What this process provides; null when that is nothing at the moment.
     [[nodiscard]] std::shared_ptr<IRscService> TryAcquire() const;
 
+    /// Whether that is something: without owning it, and so without destroying it.
+    [[nodiscard]] bool IsProvided() const;
+
     /// Null: nothing is provided any more. Calls under way finish with the implementation that they began with.
     void Provide(std::shared_ptr<IRscService> newImplementation);
 

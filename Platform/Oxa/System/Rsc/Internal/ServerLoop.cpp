@@ -1,0 +1,278 @@
+#include "Oxa/System/Rsc/Internal/ServerLoop.hpp"
+
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Rsc/Internal/UserNames.hpp"
+
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <systemd/sd-id128.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <exception>
+#include <limits>
+#include <system_error>
+#include <utility>
+
+namespace Oxa::System::Rsc::Internal
+{
+
+using System::Commons::InvalidOperationException;
+using System::Commons::Diagnostics::Logging::LogLevel;
+using System::Commons::Threading::LeaderTeam;
+
+namespace
+{
+
+constexpr unsigned maximumThreads = 32;
+constexpr std::chrono::seconds acceptPause{1};
+constexpr std::size_t descriptorsBeforeSockets = 2;
+
+[[nodiscard]] int MakeWakeDescriptor()
+{
+    const int made = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (made < 0)
+    {
+        throw InvalidOperationException::Create("cannot make an event descriptor: {0}",
+                                                std::generic_category().message(errno));
+    }
+    return made;
+}
+
+} // namespace
+
+ServerLoop::ServerLoop(const RscServerConfiguration& configuration)
+    : users(configuration.users),
+      catalog(ServerConnection::MakeCatalog()),
+      maximumConnections(configuration.maximumConnections),
+      wakeDescriptor(MakeWakeDescriptor()),
+      team(*this)
+{
+    if (configuration.listeningDescriptor >= 0)
+    {
+        sockets.push_back(std::make_unique<ServerSocket>(ServerDescriptor(configuration.listeningDescriptor)));
+    }
+    if (!configuration.socketPath.empty())
+    {
+        sockets.push_back(std::make_unique<ServerSocket>(configuration.socketPath));
+    }
+    if (!configuration.busAddress.empty())
+    {
+        bus = std::make_unique<ServerBus>(ServerConnection::Shared{users, catalog, calls}, configuration);
+    }
+    runner = std::thread([this] { team.Run(maximumThreads); });
+}
+
+ServerLoop::~ServerLoop()
+{
+    team.Stop();
+    runner.join();
+    for (const auto& connection : connections)
+    {
+        connection->Close();
+    }
+}
+
+void ServerLoop::RunOne()
+{
+    // The last thread carries out nothing: somebody must refuse what is too much.
+    if (!calls.empty() && executing < maximumThreads - 1)
+    {
+        ExecuteNextCall();
+        return;
+    }
+    WaitForEvents();
+    ProcessConnections();
+    AcceptConnections();
+}
+
+void ServerLoop::Wake()
+{
+    eventfd_write(wakeDescriptor.Get(), 1);
+}
+
+void ServerLoop::ExecuteNextCall()
+{
+    ServerCall call = std::move(calls.front());
+    calls.pop_front();
+    ++executing;
+    {
+        const LeaderTeam::ForeignCall foreign(team);
+        call.Execute();
+        // Before somebody waits for it who would not be woken.
+        --executing;
+    }
+}
+
+void ServerLoop::WaitForEvents()
+{
+    descriptors.clear();
+    descriptors.push_back({wakeDescriptor.Get(), POLLIN, 0});
+    descriptors.push_back(bus ? bus->GetPoll() : pollfd{-1, 0, 0});
+    const bool accepts = nextAccept == TimePoint() || std::chrono::steady_clock::now() >= nextAccept;
+    for (const auto& socket : sockets)
+    {
+        descriptors.push_back({accepts ? socket->GetDescriptor() : -1, POLLIN, 0});
+    }
+    for (const auto& connection : connections)
+    {
+        descriptors.push_back(connection->GetPoll());
+    }
+    if (poll(descriptors.data(), descriptors.size(), GetTimeout()) <= 0)
+    {
+        for (pollfd& descriptor : descriptors)
+        {
+            descriptor.revents = 0;
+        }
+    }
+    if (descriptors.front().revents != 0)
+    {
+        eventfd_t ignored = 0;
+        eventfd_read(wakeDescriptor.Get(), &ignored);
+    }
+}
+
+int ServerLoop::GetTimeout() const
+{
+    std::optional<TimePoint> next;
+    const auto consider = [&next](std::optional<TimePoint> time)
+    {
+        if (time && (!next || *time < *next))
+        {
+            next = time;
+        }
+    };
+    for (const auto& connection : connections)
+    {
+        consider(connection->GetDeadline());
+    }
+    if (bus)
+    {
+        consider(bus->GetDeadline());
+    }
+    if (nextAccept != TimePoint())
+    {
+        consider(nextAccept);
+    }
+    if (!next)
+    {
+        return -1;
+    }
+    const auto remaining =
+        std::chrono::ceil<std::chrono::milliseconds>(*next - std::chrono::steady_clock::now()).count();
+    return static_cast<int>(std::clamp<std::int64_t>(remaining, 0, std::numeric_limits<int>::max()));
+}
+
+void ServerLoop::ProcessConnections()
+{
+    const auto isDue = [now = std::chrono::steady_clock::now()](const pollfd& descriptor, const auto& deadline)
+    {
+        return descriptor.revents != 0 || (deadline && *deadline <= now);
+    };
+    if (bus && isDue(descriptors[1], bus->GetDeadline()))
+    {
+        bus->Process();
+    }
+    const pollfd* descriptor = descriptors.data() + descriptorsBeforeSockets + sockets.size();
+    std::erase_if(connections,
+                  [this, &descriptor, &isDue](const std::shared_ptr<ServerConnection>& connection)
+                  {
+                      if (!isDue(*descriptor++, connection->GetDeadline()) ||
+                          connection->Process() != ServerConnection::Stage::Ended)
+                      {
+                          return false;
+                      }
+                      LogEnd(*connection);
+                      connection->Close();
+                      return true;
+                  });
+}
+
+void ServerLoop::LogEnd(const ServerConnection& connection)
+{
+    if (!connection.HasLeft() && endings.Admits())
+    {
+        Log(LogLevel::Warning, "the connection of the user {0}, process {1}, is closed: {2}",
+            DescribeUser(connection.GetPeer()->userId), connection.GetPeer()->processId, connection.GetFailure());
+    }
+}
+
+void ServerLoop::AcceptConnections()
+{
+    for (std::size_t index = 0; index < sockets.size(); ++index)
+    {
+        if (descriptors[descriptorsBeforeSockets + index].revents == 0)
+        {
+            continue;
+        }
+        try
+        {
+            nextAccept = TimePoint();
+            if (auto accepted = sockets[index]->TryAccept())
+            {
+                Accept(std::move(*accepted));
+            }
+        }
+        catch (const std::exception& exception)
+        {
+            nextAccept = std::chrono::steady_clock::now() + acceptPause;
+            if (endings.Admits())
+            {
+                Log(LogLevel::Error, "{0}", exception.what());
+            }
+        }
+    }
+}
+
+void ServerLoop::Accept(ServerDescriptor descriptor)
+{
+    ucred peer = {};
+    socklen_t size = sizeof peer;
+    if (getsockopt(descriptor.Get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0)
+    {
+        return;
+    }
+    if (!users.MayCall(peer.uid))
+    {
+        users.LogStranger(peer.uid);
+        return;
+    }
+    if (connections.size() >= maximumConnections)
+    {
+        if (endings.Admits())
+        {
+            Log(LogLevel::Warning, "a connection of the user {0}, process {1}, is refused: there are {2} already",
+                DescribeUser(peer.uid), peer.pid, connections.size());
+        }
+        return;
+    }
+    connections.push_back(std::make_shared<ServerConnection>(ServerConnection::Shared{users, catalog, calls},
+                                                             MakePeerBus(std::move(descriptor)),
+                                                             ServerConnection::Peer{peer.uid, peer.pid}));
+}
+
+BusHandle ServerLoop::MakePeerBus(ServerDescriptor descriptor)
+{
+    sd_id128_t id = {};
+    sd_bus* made = nullptr;
+    int result = sd_bus_new(&made);
+    BusHandle bus(made);
+    if (result >= 0 && (result = sd_bus_set_fd(made, descriptor.Get(), descriptor.Get())) >= 0)
+    {
+        static_cast<void>(descriptor.Release());
+        // No descriptors are taken: nobody would close what nobody asked for.
+        if ((result = sd_id128_randomize(&id)) >= 0 && (result = sd_bus_set_server(made, 1, id)) >= 0 &&
+            (result = sd_bus_negotiate_fds(made, 0)) >= 0)
+        {
+            result = sd_bus_start(made);
+        }
+    }
+    if (result < 0)
+    {
+        throw InvalidOperationException::Create("cannot serve a connection: {0}",
+                                                std::generic_category().message(-result));
+    }
+    return bus;
+}
+
+} // namespace Oxa::System::Rsc::Internal

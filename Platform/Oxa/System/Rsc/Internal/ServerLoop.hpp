@@ -1,0 +1,72 @@
+#pragma once
+
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Commons/Threading/ILeaderWork.hpp"
+#include "Oxa/System/Commons/Threading/LeaderTeam.hpp"
+#include "Oxa/System/Rsc/Internal/ServerBus.hpp"
+#include "Oxa/System/Rsc/Internal/ServerConnection.hpp"
+#include "Oxa/System/Rsc/Internal/ServerDescriptor.hpp"
+#include "Oxa/System/Rsc/Internal/ServerSocket.hpp"
+
+#include <poll.h>
+
+#include <atomic>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace Oxa::System::Rsc::Internal
+{
+
+/// Waits for whatever comes in at the server's sockets and on its bus, and carries out the calls, one after the other:
+/// but while one lasts, another thread goes on, so that it stops nobody else.
+/// Owned by RscServer. Threads: made and destroyed on one; all else on the team's own threads.
+class ServerLoop final : private System::Commons::Threading::ILeaderWork,
+                         private System::Commons::Diagnostics::Logging::Loggable<ServerLoop>
+{
+public:
+    /// Throws InvalidOperationException, as RscServer does.
+    explicit ServerLoop(const RscServerConfiguration& configuration);
+    ServerLoop(const ServerLoop&) = delete;
+    ServerLoop& operator=(const ServerLoop&) = delete;
+    ~ServerLoop() override;
+
+private:
+    using TimePoint = ServerConnection::TimePoint;
+
+    void RunOne() override;
+    void Wake() override;
+
+    void ExecuteNextCall();
+    void WaitForEvents();
+    [[nodiscard]] int GetTimeout() const;
+    void ProcessConnections();
+    void LogEnd(const ServerConnection& connection);
+    void AcceptConnections();
+    void Accept(ServerDescriptor descriptor);
+    [[nodiscard]] static BusHandle MakePeerBus(ServerDescriptor descriptor);
+
+    ServerUsers users;
+    ServerCatalog catalog;
+    ServerLogLimit endings;
+    const std::size_t maximumConnections;
+    const ServerDescriptor wakeDescriptor;
+    std::vector<std::unique_ptr<ServerSocket>> sockets;
+    std::vector<std::shared_ptr<ServerConnection>> connections;
+    std::unique_ptr<ServerBus> bus;
+
+    /// Noted, not begun. Behind the connections: what is in them goes before.
+    std::deque<ServerCall> calls;
+    std::atomic<unsigned> executing = 0;
+    /// The wake-up, the bus, the sockets, the connections.
+    std::vector<pollfd> descriptors;
+    /// No connection is accepted before, because there was no descriptor for the last one.
+    TimePoint nextAccept;
+
+    System::Commons::Threading::LeaderTeam team;
+    std::thread runner;
+};
+
+} // namespace Oxa::System::Rsc::Internal

@@ -1,0 +1,166 @@
+#include "Oxa/System/Rsc/Internal/ServerSocket.hpp"
+
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+#include <utility>
+
+namespace Oxa::System::Rsc::Internal
+{
+
+using System::Commons::InvalidOperationException;
+
+namespace
+{
+
+constexpr int backlog = 16;
+constexpr mode_t everybody = 0666;
+
+[[noreturn]] void ThrowCannotListen(const BasicString& path, const BasicString& cause)
+{
+    throw InvalidOperationException::Create("cannot listen at '{0}': {1}", path, cause);
+}
+
+void Require(bool isDone, const BasicString& path)
+{
+    if (!isDone)
+    {
+        ThrowCannotListen(path, std::generic_category().message(errno));
+    }
+}
+
+[[nodiscard]] ServerDescriptor MakeSocket(const BasicString& path)
+{
+    ServerDescriptor made(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    Require(made.Get() >= 0, path);
+    return made;
+}
+
+[[nodiscard]] sockaddr_un MakeAddress(const BasicString& path)
+{
+    sockaddr_un address = {};
+    if (path.size() >= sizeof address.sun_path)
+    {
+        ThrowCannotListen(path, "the path is too long for a socket");
+    }
+    address.sun_family = AF_UNIX;
+    std::copy(path.begin(), path.end(), std::begin(address.sun_path));
+    return address;
+}
+
+[[nodiscard]] const sockaddr& AsGeneral(const sockaddr_un& address) noexcept
+{
+    return reinterpret_cast<const sockaddr&>(address);
+}
+
+/// Only a socket that nobody listens at may be replaced.
+void RequireFree(const BasicString& path)
+{
+    struct stat status = {};
+    if (lstat(path.c_str(), &status) != 0)
+    {
+        Require(errno == ENOENT, path);
+        return;
+    }
+    if (!S_ISSOCK(status.st_mode))
+    {
+        ThrowCannotListen(path, "there is something that is no socket");
+    }
+    const ServerDescriptor probe = MakeSocket(path);
+    const sockaddr_un address = MakeAddress(path);
+    if (connect(probe.Get(), &AsGeneral(address), sizeof address) == 0 || errno == EAGAIN)
+    {
+        ThrowCannotListen(path, "another process listens there");
+    }
+    Require(errno == ECONNREFUSED || errno == ENOENT, path);
+}
+
+/// Under a name of its own first, so that it can be connected to as soon as it is seen.
+[[nodiscard]] ServerDescriptor Listen(const BasicString& path)
+{
+    RequireFree(path);
+    ServerDescriptor made = MakeSocket(path);
+    const BasicString newPath = path + "." + std::to_string(getpid());
+    const sockaddr_un address = MakeAddress(newPath);
+    unlink(newPath.c_str());
+    Require(bind(made.Get(), &AsGeneral(address), sizeof address) == 0, path);
+    if (chmod(newPath.c_str(), everybody) != 0 || listen(made.Get(), backlog) != 0 ||
+        rename(newPath.c_str(), path.c_str()) != 0)
+    {
+        const int error = errno;
+        unlink(newPath.c_str());
+        ThrowCannotListen(path, std::generic_category().message(error));
+    }
+    return made;
+}
+
+[[nodiscard]] int GetOption(int descriptor, int option) noexcept
+{
+    int value = -1;
+    socklen_t size = sizeof value;
+    return getsockopt(descriptor, SOL_SOCKET, option, &value, &size) == 0 ? value : -1;
+}
+
+[[nodiscard]] ServerDescriptor TakeOver(ServerDescriptor given)
+{
+    const int number = given.Get();
+    if (GetOption(number, SO_DOMAIN) != AF_UNIX || GetOption(number, SO_TYPE) != SOCK_STREAM ||
+        GetOption(number, SO_ACCEPTCONN) != 1)
+    {
+        throw InvalidOperationException::Create("the descriptor {0} is no listening Unix stream socket", number);
+    }
+    fcntl(number, F_SETFD, FD_CLOEXEC);
+    fcntl(number, F_SETFL, fcntl(number, F_GETFL) | O_NONBLOCK);
+    return given;
+}
+
+} // namespace
+
+ServerSocket::ServerSocket(const BasicString& path) : descriptor(Listen(path)), path(path), identity(TryIdentify(path))
+{
+}
+
+ServerSocket::ServerSocket(ServerDescriptor listening) : descriptor(TakeOver(std::move(listening))) {}
+
+ServerSocket::~ServerSocket()
+{
+    if (identity && TryIdentify(path) == identity)
+    {
+        unlink(path.c_str());
+    }
+}
+
+std::optional<ServerDescriptor> ServerSocket::TryAccept() const
+{
+    ServerDescriptor accepted(accept4(descriptor.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (accepted.Get() >= 0)
+    {
+        return accepted;
+    }
+    if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM)
+    {
+        throw InvalidOperationException::Create("cannot accept a connection: {0}",
+                                                std::generic_category().message(errno));
+    }
+    return std::nullopt;
+}
+
+std::optional<ServerSocket::Identity> ServerSocket::TryIdentify(const BasicString& path) noexcept
+{
+    struct stat status = {};
+    if (lstat(path.c_str(), &status) != 0)
+    {
+        return std::nullopt;
+    }
+    return Identity{status.st_dev, status.st_ino};
+}
+
+} // namespace Oxa::System::Rsc::Internal

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Rsc/Internal/ServerLogLimit.hpp"
+#include "Oxa/System/Rsc/RscServerConfiguration.hpp"
+
+#include <map>
+#include <set>
+#include <vector>
+
+namespace Oxa::System::Rsc::Internal
+{
+
+/// Who may call the server, by the users' numbers. Owned by the server's loop. Threads: one at a time.
+class ServerUsers final : private System::Commons::Diagnostics::Logging::Loggable<ServerUsers>
+{
+public:
+    /// Users that the system does not know are logged and let go.
+    explicit ServerUsers(const std::vector<RscServerUser>& configured);
+
+    [[nodiscard]] bool MayCall(uint32 userId) const noexcept;
+    [[nodiscard]] bool MayCommand(uint32 userId) const noexcept;
+
+    /// Somebody else was turned away: logged once for each user, and for a bounded number of them.
+    void LogStranger(uint32 userId);
+    /// Somebody was refused a command.
+    void LogRefusedCommand(uint32 userId, const BasicString& operation);
+
+private:
+    /// Whether each may command.
+    std::map<uint32, bool> users;
+    std::set<uint32> loggedStrangers;
+    ServerLogLimit refusedCommands;
+};
+
+} // namespace Oxa::System::Rsc::Internal

@@ -1,0 +1,106 @@
+#pragma once
+
+#include "FakeEchoService.hpp"
+#include "Oxa/System/Rsc/Internal/BusHandles.hpp"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+
+namespace Oxa::Tests
+{
+
+/// Calls the echo service as any program can that speaks the protocol.
+class BusCaller final
+{
+public:
+    /// `busName`: empty when there is no message bus between.
+    explicit BusCaller(const std::string& address, std::string busName = {}) : busName(std::move(busName))
+    {
+        sd_bus* made = nullptr;
+        sd_bus_new(&made);
+        bus.reset(made);
+        sd_bus_set_address(made, address.c_str());
+        sd_bus_set_bus_client(made, this->busName.empty() ? 0 : 1);
+        sd_bus_set_method_call_timeout(made, std::chrono::microseconds(std::chrono::seconds(10)).count());
+        sd_bus_start(made);
+    }
+
+    /// Empty when the call was answered, else the error's name.
+    std::string Call(const char* member)
+    {
+        sd_bus_error error = SD_BUS_ERROR_NULL;
+        const int result = sd_bus_call_method(bus.get(), GetName(), FakeEchoFactory::path, FakeEchoFactory::interface,
+                                              member, &error, nullptr, "");
+        std::string name = result >= 0 ? "" : error.name != nullptr ? error.name : "?";
+        sd_bus_error_free(&error);
+        return name;
+    }
+
+    /// The number that comes back, or 0.
+    std::uint32_t Echo(std::uint32_t number)
+    {
+        sd_bus_message* answer = nullptr;
+        std::uint32_t echoed = 0;
+        if (sd_bus_call_method(bus.get(), GetName(), FakeEchoFactory::path, FakeEchoFactory::interface, "Echo", nullptr,
+                               &answer, "u", number) >= 0)
+        {
+            sd_bus_message_read(answer, "u", &echoed);
+            sd_bus_message_unref(answer);
+        }
+        return echoed;
+    }
+
+    std::string Introspect()
+    {
+        sd_bus_message* answer = nullptr;
+        const char* text = "";
+        if (sd_bus_call_method(bus.get(), GetName(), FakeEchoFactory::path, "org.freedesktop.DBus.Introspectable",
+                               "Introspect", nullptr, &answer, "") < 0)
+        {
+            return {};
+        }
+        const Oxa::System::Rsc::Internal::MessageHandle owner(answer);
+        sd_bus_message_read(answer, "s", &text);
+        return text;
+    }
+
+    /// Counted in `answers` when it is answered.
+    void CallLater(const char* member)
+    {
+        sd_bus_call_method_async(
+            bus.get(), nullptr, GetName(), FakeEchoFactory::path, FakeEchoFactory::interface, member,
+            [](sd_bus_message* answer, void* caller, sd_bus_error*)
+            {
+                static_cast<BusCaller*>(caller)->answers += sd_bus_message_is_method_error(answer, nullptr) > 0 ? 0 : 1;
+                return 1;
+            },
+            this, "");
+    }
+
+    void WaitForAnswers(int count)
+    {
+        while (answers < count && sd_bus_process(bus.get(), nullptr) >= 0)
+        {
+            sd_bus_wait(bus.get(), std::chrono::microseconds(std::chrono::milliseconds(20)).count());
+        }
+    }
+
+    [[nodiscard]] int GetDescriptor() const
+    {
+        return sd_bus_get_fd(bus.get());
+    }
+
+private:
+    [[nodiscard]] const char* GetName() const
+    {
+        return busName.empty() ? nullptr : busName.c_str();
+    }
+
+    const std::string busName;
+    Oxa::System::Rsc::Internal::BusHandle bus;
+    int answers = 0;
+};
+
+} // namespace Oxa::Tests

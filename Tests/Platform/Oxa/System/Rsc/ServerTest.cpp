@@ -1,0 +1,255 @@
+#include "BusCaller.hpp"
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Rsc/RscServer.hpp"
+#include "Support/LogRecorder.hpp"
+#include "Support/TemporaryFolder.hpp"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <optional>
+
+namespace Oxa::Tests
+{
+
+namespace
+{
+
+using namespace System::Rsc;
+
+int BindSocket(const BasicString& path, bool isListening)
+{
+    const int made = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::copy(path.begin(), path.end(), std::begin(address.sun_path));
+    EXPECT_EQ(bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    EXPECT_TRUE(!isListening || listen(made, 4) == 0);
+    return made;
+}
+
+/// Whether the other end closes the connection, whatever it sends before.
+bool IsClosed(int descriptor)
+{
+    pollfd closed = {descriptor, POLLRDHUP, 0};
+    return poll(&closed, 1, 10000) == 1;
+}
+
+std::ptrdiff_t CountOf(const char* folder)
+{
+    return std::distance(std::filesystem::directory_iterator(folder), {});
+}
+
+class Serving : public testing::Test
+{
+protected:
+    void Start(bool mayCommand = true)
+    {
+        RscServerConfiguration configuration;
+        configuration.socketPath = path;
+        configuration.users = {{std::to_string(getuid()), mayCommand}, {"nobody here", true}};
+        configuration.maximumConnections = 3;
+        server.emplace(configuration);
+    }
+
+    const Support::LogRecorder log;
+    const Support::TemporaryFolder folder;
+    const BasicString path = folder.GetPath("socket");
+    const BasicString address = "unix:path=" + path;
+    ProvidedEcho echo;
+    std::optional<RscServer> server;
+};
+
+TEST_F(Serving, AnswersWithResultsAndWithWhatWentWrong)
+{
+    Start();
+    BusCaller caller(address);
+    EXPECT_EQ(caller.Echo(4711), 4711U);
+    const std::pair<const char*, const char*> cases[] = {{"Fail", "Oxa.System.Commons.Exception"},
+                                                         {"Flood", "Oxa.System.Commons.InvalidOperationException"},
+                                                         {"Echo", "org.freedesktop.DBus.Error.InvalidArgs"},
+                                                         {"Nothing", "org.freedesktop.DBus.Error.UnknownMethod"},
+                                                         {"Change", ""}};
+    for (const auto& [member, error] : cases)
+    {
+        EXPECT_EQ(caller.Call(member), error) << member;
+    }
+    EXPECT_EQ(caller.Echo(1), 1U);
+    server.reset();
+    EXPECT_EQ(echo.service->answered, 1);
+}
+
+TEST_F(Serving, LetsOnlyConfiguredUsersInAndOnlySomeCommand)
+{
+    Start(false);
+    BusCaller reader(address);
+    EXPECT_EQ(reader.Echo(1), 1U);
+    EXPECT_EQ(reader.Call("Change"), "Oxa.System.Rsc.Error.Refused");
+    EXPECT_EQ(echo.service->changes, 0);
+
+    RscServerConfiguration configuration;
+    configuration.socketPath = folder.GetPath("other");
+    configuration.users = {{std::to_string(getuid() + 1), true}};
+    const RscServer other(configuration);
+    for (int index = 0; index < 2; ++index)
+    {
+        BusCaller stranger("unix:path=" + configuration.socketPath);
+        EXPECT_EQ(stranger.Echo(1), 0U);
+    }
+    const auto entries = log.GetEntries();
+    EXPECT_EQ(std::count_if(entries.begin(), entries.end(),
+                            [](const auto& entry) { return entry.message.find("turned away") != BasicString::npos; }),
+              1);
+}
+
+TEST_F(Serving, CarriesOutOtherCallsWhileOneLastsUpToABound)
+{
+    Start();
+    BusCaller caller(address);
+    BusCaller another(address);
+    constexpr int bound = RscServer::maximumCallsPerConnection;
+    for (int index = 0; index + 1 < bound; ++index)
+    {
+        caller.CallLater("Wait");
+    }
+    EXPECT_EQ(caller.Echo(2), 2U);
+    caller.CallLater("Wait");
+    EXPECT_EQ(caller.Call("Echo"), "org.freedesktop.DBus.Error.InvalidArgs");
+    EXPECT_EQ(caller.Call("Fail"), "Oxa.System.Rsc.Error.Refused");
+    EXPECT_EQ(another.Echo(3), 3U);
+    for (int index = 0; index < bound; ++index)
+    {
+        another.CallLater("Wait");
+    }
+    // More than there are threads for: nobody is left to carry this one out, but it is not forgotten.
+    EXPECT_EQ(another.Call("Fail"), "Oxa.System.Rsc.Error.Refused");
+    echo.service->letGo.set_value();
+    caller.WaitForAnswers(bound);
+    another.WaitForAnswers(bound);
+    EXPECT_EQ(another.Echo(5), 5U);
+}
+
+TEST_F(Serving, EndsWhileCallsLastAndLeavesNothingBehind)
+{
+    const auto descriptors = CountOf("/proc/self/fd");
+    const auto threads = CountOf("/proc/self/task");
+    {
+        Start();
+        std::optional<BusCaller> goesBefore(std::in_place, address);
+        goesBefore->CallLater("Wait");
+        EXPECT_EQ(goesBefore->Echo(1), 1U);
+        BusCaller stays(address);
+        stays.CallLater("Wait");
+        EXPECT_EQ(stays.Echo(1), 1U);
+        goesBefore.reset();
+        EXPECT_EQ(stays.Echo(2), 2U);
+        echo.service->letGo.set_value();
+        server.reset();
+    }
+    EXPECT_EQ(CountOf("/proc/self/fd"), descriptors);
+    EXPECT_EQ(CountOf("/proc/self/task"), threads);
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(Serving, FollowsServicesThatComeAndGo)
+{
+    ProvidedEcho::Withdraw();
+    Start();
+    BusCaller caller(address);
+    EXPECT_EQ(caller.Introspect().find("IEchoService"), std::string::npos);
+    EXPECT_NE(caller.Call("Change"), "");
+    echo.Provide();
+    EXPECT_NE(caller.Introspect().find("<method name=\"Echo\">"), std::string::npos);
+    EXPECT_EQ(caller.Call("Change"), "");
+}
+
+TEST_F(Serving, EndsTheConnectionThatSendsGarbageAndNoOther)
+{
+    Start();
+    BusCaller decent(address);
+    const std::string header = "l\1\0\1";
+    const std::pair<const char*, std::string> cases[] = {
+        {"garbage", std::string(64, 'x')},
+        {"too long", std::string("l\1\0\1\0\0\4\0\1\0\0\0\0\0\0\0", 16)},
+        {"half a header that stays so", std::string("l\1\0\1\0", 5)},
+        {"a message that stays incomplete", std::string("l\1\0\1\0\0\1\0\1\0\0\0\20\0\0\0\1\1", 18)}};
+    for (const auto& [name, bytes] : cases)
+    {
+        BusCaller hostile(address);
+        EXPECT_EQ(hostile.Echo(1), 1U) << name;
+        EXPECT_GT(write(hostile.GetDescriptor(), bytes.data(), bytes.size()), 0);
+        EXPECT_TRUE(IsClosed(hostile.GetDescriptor())) << name;
+        EXPECT_EQ(decent.Echo(2), 2U) << name;
+    }
+    BusCaller dropped(address);
+    EXPECT_EQ(dropped.Call("Drop"), "org.freedesktop.DBus.Error.Disconnected");
+    EXPECT_EQ(decent.Echo(2), 2U);
+}
+
+TEST_F(Serving, EndsConnectionsThatDoNotAuthenticateOrAreTooMany)
+{
+    Start();
+    const int mute = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un name = {};
+    name.sun_family = AF_UNIX;
+    std::copy(path.begin(), path.end(), std::begin(name.sun_path));
+    ASSERT_EQ(connect(mute, reinterpret_cast<const sockaddr*>(&name), sizeof name), 0);
+    BusCaller second(address);
+    BusCaller third(address);
+    EXPECT_EQ(second.Echo(1) + third.Echo(1), 2U);
+    BusCaller fourth(address);
+    EXPECT_EQ(fourth.Echo(1), 0U);
+    EXPECT_TRUE(IsClosed(mute));
+    close(mute);
+    BusCaller fifth(address);
+    EXPECT_EQ(fifth.Echo(1), 1U);
+}
+
+TEST_F(Serving, TakesOverAListeningSocketAndNothingElse)
+{
+    RscServerConfiguration configuration;
+    configuration.users = {{std::to_string(getuid()), true}};
+    configuration.listeningDescriptor = BindSocket(path, true);
+    {
+        const RscServer taking(configuration);
+        BusCaller caller(address);
+        EXPECT_EQ(caller.Echo(1), 1U);
+    }
+    EXPECT_TRUE(std::filesystem::exists(path)) << "it was made by another process";
+    configuration.listeningDescriptor = BindSocket(folder.GetPath("mute"), false);
+    EXPECT_THROW(RscServer{configuration}, System::Commons::InvalidOperationException);
+}
+
+TEST_F(Serving, ReplacesALeftOverSocketOnly)
+{
+    close(BindSocket(path, false));
+    Start();
+    BusCaller caller(address);
+    EXPECT_EQ(caller.Echo(1), 1U);
+    EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0666));
+
+    RscServerConfiguration configuration;
+    for (const BasicString& taken : {path, folder.Write("file", "text"), folder.GetPath("no folder/socket")})
+    {
+        configuration.socketPath = taken;
+        try
+        {
+            const RscServer second(configuration);
+            FAIL() << taken;
+        }
+        catch (const System::Commons::InvalidOperationException& exception)
+        {
+            EXPECT_NE(BasicString(exception.what()).find("'" + taken + "': "), BasicString::npos) << exception.what();
+        }
+    }
+    EXPECT_EQ(folder.Read("file"), "text");
+    EXPECT_EQ(caller.Echo(2), 2U);
+}
+
+} // namespace
+
+} // namespace Oxa::Tests
