@@ -1,49 +1,24 @@
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 
 #include "Oxa/System/Commons/ArgumentException.hpp"
-#include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Rsc/IRscServiceProxyFactory.hpp"
+#include "Oxa/System/Rsc/Internal/Endpoint.hpp"
+#include "Oxa/System/Rsc/Internal/EndpointTable.hpp"
+#include "Oxa/System/Rsc/Internal/SlotTable.hpp"
+#include "Oxa/System/Rsc/RscRemoteService.hpp"
 #include "Oxa/System/Rsc/RscServiceSlot.hpp"
 
-#include <map>
-#include <mutex>
 #include <utility>
 
 namespace Oxa::System::Rsc
 {
 
+using Internal::EndpointTable;
+using Internal::SlotTable;
+
 namespace
 {
-
-/// Every place where a service is or was provided; there are as many as interfaces.
-class SlotTable final
-{
-public:
-    /// Null when the service was never provided.
-    [[nodiscard]] std::shared_ptr<RscServiceSlot> TryFind(const BasicString& provider, const BasicString& interface)
-    {
-        const std::lock_guard lock(mutex);
-        const auto found = slots.find({provider, interface});
-        return found == slots.end() ? nullptr : found->second;
-    }
-
-    [[nodiscard]] std::shared_ptr<RscServiceSlot> FindOrCreate(const BasicString& provider,
-                                                               const BasicString& interface)
-    {
-        const std::lock_guard lock(mutex);
-        auto& slot = slots[{provider, interface}];
-        if (!slot)
-        {
-            slot = std::make_shared<RscServiceSlot>(provider, interface);
-        }
-        return slot;
-    }
-
-private:
-    System::Commons::Mutex mutex;
-    std::map<std::pair<BasicString, BasicString>, std::shared_ptr<RscServiceSlot>> slots;
-};
 
 SlotTable& GetSlotTable()
 {
@@ -51,12 +26,43 @@ SlotTable& GetSlotTable()
     return table;
 }
 
+EndpointTable& GetEndpointTable()
+{
+    // Never destroyed: whoever holds a proxy to the end may still call it.
+    static auto& table = *new EndpointTable;
+    return table;
+}
+
+/// Whether another process provides the slot's service now. From then on the slot leads there.
+bool TryReachRemote(RscServiceSlot& slot, IRscServiceProxyFactory& factory)
+{
+    if (factory.GetOperations().empty())
+    {
+        return false;
+    }
+    const auto endpoint = GetEndpointTable().TryFind(slot.GetProviderName());
+    if (!endpoint)
+    {
+        return false;
+    }
+    const auto service = std::make_shared<RscRemoteService>(endpoint, slot.GetInterfaceName());
+    auto remote = factory.CreateRemote(service);
+    if (!remote)
+    {
+        return false;
+    }
+    endpoint->NoteWanted(slot.GetInterfaceName());
+    slot.SetRemote(std::move(remote));
+    return service->IsProvided();
+}
+
 } // namespace
 
 IRscService* ServiceManager::GetService(const char* providerName, IRscServiceProxyFactory& factory)
 {
-    auto slot = GetSlotTable().TryFind(providerName, factory.GetServiceInterfaceName());
-    return slot && slot->TryAcquire() ? factory.CreateProxy(std::move(slot)) : nullptr;
+    auto slot = GetSlotTable().FindOrCreate(providerName, factory.GetServiceInterfaceName());
+    const bool isThere = slot->TryAcquire() || TryReachRemote(*slot, factory);
+    return isThere ? factory.CreateProxy(std::move(slot)) : nullptr;
 }
 
 void ServiceManager::RegisterService(IRscServiceProxyFactory& factory, std::shared_ptr<IRscService> implementation)
@@ -66,18 +72,49 @@ void ServiceManager::RegisterService(IRscServiceProxyFactory& factory, std::shar
         throw System::Commons::ArgumentException::Create("implementation", static_cast<const void*>(nullptr),
                                                          "A provider needs an implementation");
     }
-    GetSlotTable()
-        .FindOrCreate(factory.GetServiceProviderName(), factory.GetServiceInterfaceName())
-        ->Provide(std::move(implementation));
+    const auto slot = GetSlotTable().Register(factory);
+    slot->Provide(std::move(implementation));
+    if (GetSlotTable().IsProviderComplete(slot->GetProviderName()))
+    {
+        GetEndpointTable().GetListeners().ReportAvailable(slot->GetProviderName());
+    }
 }
 
 void ServiceManager::UnregisterService(IRscServiceProxyFactory& factory)
 {
-    const auto slot = GetSlotTable().TryFind(factory.GetServiceProviderName(), factory.GetServiceInterfaceName());
-    if (slot)
+    const auto slot = GetSlotTable().FindOrCreate(factory.GetServiceProviderName(), factory.GetServiceInterfaceName());
+    if (slot->TryAcquire())
     {
         slot->Provide(nullptr);
+        GetEndpointTable().GetListeners().ReportLost(slot->GetProviderName());
     }
+}
+
+void ServiceManager::SetEndpoints(const std::vector<RscEndpointConfiguration>& configurations)
+{
+    GetEndpointTable().Set(configurations);
+}
+
+void ServiceManager::ResetEndpoints()
+{
+    GetEndpointTable().Reset();
+    GetSlotTable().RemoveUnregistered();
+}
+
+void ServiceManager::AddListener(IRscServiceListener& listener)
+{
+    GetEndpointTable().AddListener(listener);
+}
+
+void ServiceManager::RemoveListener(IRscServiceListener& listener)
+{
+    GetEndpointTable().RemoveListener(listener);
+}
+
+void ServiceManager::ForEachRegistered(
+    const std::function<void(IRscServiceProxyFactory& factory, const std::shared_ptr<RscServiceSlot>& slot)>& use)
+{
+    GetSlotTable().ForEachRegistered(use);
 }
 
 } // namespace Oxa::System::Rsc

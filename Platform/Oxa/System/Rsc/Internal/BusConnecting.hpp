@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Rsc/Internal/BusHandles.hpp"
+
+#include <chrono>
+
+namespace Oxa::System::Rsc::Internal
+{
+
+using CallClock = std::chrono::steady_clock;
+using CallDeadline = CallClock::time_point;
+
+/// So many milliseconds until the deadline, rounded up, at most `most`, for poll.
+[[nodiscard]] int GetPollTimeout(CallDeadline deadline, int most) noexcept;
+
+/// Connects to the process that listens at a Unix socket, and authenticates. Throws RscServiceException with the cause
+/// alone: NotAvailable when nobody is there, TimedOut when nothing comes of it until the deadline.
+[[nodiscard]] BusHandle ConnectToSocket(const BasicString& path, CallDeadline deadline);
+
+/// Connects to a message bus: "system", "session" or an address in the notation of D-Bus. Throws as above.
+[[nodiscard]] BusHandle ConnectToBus(const BasicString& address, CallDeadline deadline);
+
+} // namespace Oxa::System::Rsc::Internal

@@ -1,0 +1,244 @@
+#include "Oxa/System/Rsc/Internal/ClientConnection.hpp"
+
+#include "Oxa/System/Rsc/RscServer.hpp"
+
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+namespace Oxa::System::Rsc::Internal
+{
+
+namespace
+{
+
+/// A request of another thread that could not be sent at once waits for the leader to look again.
+constexpr int maximumPollWait = 100;
+constexpr uint64 endless = UINT64_MAX;
+/// Requests that were given up lie there until the other end takes them.
+constexpr uint64 maximumQueuedRequests = RscServer::maximumCallsPerConnection;
+
+} // namespace
+
+ClientConnection::ClientConnection(BusHandle bus)
+    : stream(std::move(bus), RscServer::maximumMessageBytes), descriptor(stream.GetDescriptor())
+{
+    calls.reserve(RscServer::maximumCallsPerConnection);
+}
+
+ClientConnection::~ClientConnection() = default;
+
+bool ClientConnection::IsLost() const
+{
+    const std::lock_guard lock(mutex);
+    return loss.has_value();
+}
+
+bool ClientConnection::HasAnswered() const
+{
+    const std::lock_guard lock(mutex);
+    return hasAnswered;
+}
+
+void ClientConnection::Close(const char* cause)
+{
+    const std::lock_guard lock(mutex);
+    Lose(RscServiceException(RscFault::ConnectionLost, cause));
+}
+
+void ClientConnection::CloseUnlessWaiting()
+{
+    const std::lock_guard lock(mutex);
+    if (CountWaiting() == 0)
+    {
+        Lose(RscServiceException(RscFault::ConnectionLost, "the other process ended the connection"));
+    }
+}
+
+int ClientConnection::GetDescriptor() const noexcept
+{
+    return descriptor;
+}
+
+void ClientConnection::SetDestination(BasicString newDestination)
+{
+    destination = std::move(newDestination);
+}
+
+const char* ClientConnection::GetDestination() const noexcept
+{
+    return destination.empty() ? nullptr : destination.c_str();
+}
+
+void ClientConnection::Enter(ClientCall& call, const CallTarget& target)
+{
+    const std::lock_guard lock(mutex);
+    ThrowIfLost();
+    RequirePlace();
+    sd_bus_message* request = nullptr;
+    if (const int result =
+            sd_bus_message_new_method_call(&stream.GetBus(), &request, target.destination, target.objectPath,
+                                           target.interfaceName, target.operationName);
+        result < 0)
+    {
+        throw RscServiceException::Create(RscFault::Refused, "there can be no request: {0}",
+                                          std::generic_category().message(-result));
+    }
+    call.request.reset(request);
+    sd_bus_message_set_auto_start(request, 0);
+    calls.push_back(&call);
+}
+
+void ClientConnection::Leave(ClientCall& call) noexcept
+{
+    const std::lock_guard lock(mutex);
+    std::erase(calls, &call);
+    call.slot.reset();
+    call.request.reset();
+    call.answer.reset();
+    // The lead may just have been offered to this call, which took no notice.
+    HandOverLead();
+}
+
+sd_bus_message& ClientConnection::SendAndWait(ClientCall& call, CallDeadline deadline)
+{
+    std::unique_lock lock(mutex);
+    ThrowIfLost();
+    Send(call);
+    while (!call.answer)
+    {
+        ThrowIfLost();
+        if (CallClock::now() >= deadline)
+        {
+            throw RscServiceException(RscFault::TimedOut, "no answer came in time");
+        }
+        if (hasLeader)
+        {
+            call.changed.wait_until(lock, deadline);
+        }
+        else
+        {
+            Lead(lock, call, deadline);
+        }
+    }
+    return *call.answer;
+}
+
+void ClientConnection::Send(ClientCall& call)
+{
+    // Others may have sent since the call was begun.
+    RequirePlace();
+    sd_bus_slot* slot = nullptr;
+    const int result =
+        sd_bus_call_async(&stream.GetBus(), &slot, call.request.get(), &ClientCall::OnAnswer, &call, endless);
+    if (result >= 0)
+    {
+        call.slot.reset(slot);
+        return;
+    }
+    const auto cause = std::generic_category().message(-result);
+    if (sd_bus_is_open(&stream.GetBus()) <= 0 || result == -EPIPE || result == -ECONNRESET)
+    {
+        Lose(RscServiceException::Create(RscFault::ConnectionLost, "the connection is lost: {0}", cause));
+        ThrowIfLost();
+    }
+    throw RscServiceException::Create(RscFault::Refused, "the request cannot be sent: {0}", cause);
+}
+
+void ClientConnection::Lead(std::unique_lock<System::Commons::Mutex>& lock, ClientCall& call, CallDeadline deadline)
+{
+    hasLeader = true;
+    while (!call.answer && !loss && CallClock::now() < deadline)
+    {
+        WaitForInput(lock, deadline);
+        if (!loss)
+        {
+            Process();
+        }
+    }
+    hasLeader = false;
+    HandOverLead();
+}
+
+void ClientConnection::WaitForInput(std::unique_lock<System::Commons::Mutex>& lock, CallDeadline deadline) const
+{
+    const bool isPartial = progress == MessageStream::Progress::Partial;
+    pollfd waiting{descriptor, stream.GetPollEvents(), 0};
+    const int timeout = GetPollTimeout(deadline, isPartial ? MessageStream::partialHeaderWait : maximumPollWait);
+    lock.unlock();
+    // An interruption by a signal is as good as a timeout: the caller looks at its deadline.
+    poll(&waiting, isPartial ? 0 : 1, timeout);
+    lock.lock();
+}
+
+void ClientConnection::Process()
+{
+    try
+    {
+        progress = stream.Process();
+    }
+    catch (const RscServiceException& exception)
+    {
+        Lose(exception);
+    }
+}
+
+void ClientConnection::HandOverLead() noexcept
+{
+    if (hasLeader)
+    {
+        return;
+    }
+    const auto next =
+        std::find_if(calls.begin(), calls.end(), [](const ClientCall* call) { return call->IsWaiting(); });
+    if (next != calls.end())
+    {
+        (*next)->changed.notify_one();
+    }
+}
+
+void ClientConnection::RequirePlace()
+{
+    uint64 queued = 0;
+    if (CountWaiting() >= RscServer::maximumCallsPerConnection ||
+        (sd_bus_get_n_queued_write(&stream.GetBus(), &queued) >= 0 && queued >= maximumQueuedRequests))
+    {
+        throw RscServiceException::Create(RscFault::Refused, "{0} calls wait for an answer already",
+                                          RscServer::maximumCallsPerConnection);
+    }
+}
+
+void ClientConnection::ThrowIfLost() const
+{
+    if (loss)
+    {
+        throw RscServiceException(*loss);
+    }
+}
+
+void ClientConnection::Lose(const RscServiceException& newLoss)
+{
+    if (loss)
+    {
+        return;
+    }
+    loss = newLoss;
+    // Wakes the leader as well.
+    shutdown(descriptor, SHUT_RDWR);
+    for (ClientCall* call : calls)
+    {
+        call->changed.notify_one();
+    }
+}
+
+std::size_t ClientConnection::CountWaiting() const
+{
+    return static_cast<std::size_t>(
+        std::count_if(calls.begin(), calls.end(), [](const ClientCall* call) { return call->IsWaiting(); }));
+}
+
+} // namespace Oxa::System::Rsc::Internal

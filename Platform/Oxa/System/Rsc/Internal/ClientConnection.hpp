@@ -1,0 +1,76 @@
+#pragma once
+
+#include "Oxa/System/Commons/Mutex.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Rsc/Internal/ClientCall.hpp"
+#include "Oxa/System/Rsc/Internal/MessageStream.hpp"
+#include "Oxa/System/Rsc/RscServiceException.hpp"
+
+#include <mutex>
+#include <optional>
+#include <vector>
+
+namespace Oxa::System::Rsc::Internal
+{
+
+/// A connection to another process. Of the calls that wait for answers one leads: its thread waits at the descriptor
+/// and hands the others theirs; a single call needs no other thread and no wake-up. Once lost it stays lost. Shared by
+/// its endpoint, the calls under way and the watch; the last one closes the descriptor. Threads: safe from any thread.
+class ClientConnection final
+{
+public:
+    /// `bus`: connected and authenticated.
+    explicit ClientConnection(BusHandle bus);
+    ClientConnection(const ClientConnection&) = delete;
+    ClientConnection& operator=(const ClientConnection&) = delete;
+    ~ClientConnection();
+
+    [[nodiscard]] bool IsLost() const;
+    /// Whether any answer ever came.
+    [[nodiscard]] bool HasAnswered() const;
+
+    /// Ends the calls under way with ConnectionLost.
+    void Close(const char* cause);
+
+    /// For a connection whose other end hung up: closes it unless a call waits, which first gets what is still there.
+    void CloseUnlessWaiting();
+
+    /// Valid as long as this object.
+    [[nodiscard]] int GetDescriptor() const noexcept;
+
+    /// On a message bus, the unique name of the process that the connection is for. Requires: only the caller has the
+    /// connection yet.
+    void SetDestination(BasicString newDestination);
+    /// Null when the other end is that process itself.
+    [[nodiscard]] const char* GetDestination() const noexcept;
+
+private:
+    friend class ClientCall;
+
+    void Enter(ClientCall& call, const CallTarget& target);
+    void Leave(ClientCall& call) noexcept;
+    [[nodiscard]] sd_bus_message& SendAndWait(ClientCall& call, CallDeadline deadline);
+
+    // The rest under the lock.
+    void Send(ClientCall& call);
+    void Lead(std::unique_lock<System::Commons::Mutex>& lock, ClientCall& call, CallDeadline deadline);
+    void WaitForInput(std::unique_lock<System::Commons::Mutex>& lock, CallDeadline deadline) const;
+    void Process();
+    void HandOverLead() noexcept;
+    void RequirePlace();
+    void ThrowIfLost() const;
+    void Lose(const RscServiceException& newLoss);
+    [[nodiscard]] std::size_t CountWaiting() const;
+
+    mutable System::Commons::Mutex mutex;
+    MessageStream stream;
+    const int descriptor;
+    BasicString destination;
+    std::vector<ClientCall*> calls;
+    std::optional<RscServiceException> loss;
+    MessageStream::Progress progress = MessageStream::Progress::Idle;
+    bool hasLeader = false;
+    bool hasAnswered = false;
+};
+
+} // namespace Oxa::System::Rsc::Internal

@@ -1,0 +1,142 @@
+#include "Oxa/System/Rsc/Internal/EndpointWatch.hpp"
+
+#include "Oxa/System/Rsc/Internal/BusConnecting.hpp"
+#include "Oxa/System/Rsc/Internal/ClientConnection.hpp"
+#include "Oxa/System/Rsc/Internal/Endpoint.hpp"
+#include "Oxa/System/Rsc/Internal/ServiceListeners.hpp"
+#include "Oxa/System/Rsc/Internal/WakeSignal.hpp"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+namespace Oxa::System::Rsc::Internal
+{
+
+using System::Commons::Diagnostics::Logging::LogLevel;
+
+namespace
+{
+
+constexpr std::chrono::milliseconds lookPeriod{500};
+constexpr int hangUpPeriod = 10;
+constexpr int forever = -1;
+
+} // namespace
+
+EndpointWatch::EndpointWatch(std::vector<std::shared_ptr<Endpoint>> endpoints, ServiceListeners& listeners)
+    : endpoints(std::move(endpoints)), listeners(listeners), signal(std::make_shared<WakeSignal>())
+{
+    thread = std::thread([this] { Run(); });
+    for (const auto& endpoint : this->endpoints)
+    {
+        endpoint->SetWakeSignal(signal);
+    }
+    // Something may have happened before an endpoint knew the signal.
+    signal->Wake();
+}
+
+EndpointWatch::~EndpointWatch()
+{
+    for (const auto& endpoint : endpoints)
+    {
+        endpoint->SetWakeSignal(nullptr);
+    }
+    isStopping = true;
+    signal->Wake();
+    thread.join();
+}
+
+void EndpointWatch::Run() noexcept
+{
+    while (!isStopping)
+    {
+        try
+        {
+            RunOnce();
+        }
+        catch (const std::exception& exception)
+        {
+            Log(LogLevel::Error, "cannot watch the services of other processes: {0}", exception.what());
+            poll(nullptr, 0, static_cast<int>(lookPeriod.count()));
+        }
+    }
+}
+
+void EndpointWatch::RunOnce()
+{
+    CollectConnections();
+    WaitForChange();
+    NoteHangUps();
+    LookForAway();
+}
+
+void EndpointWatch::CollectConnections()
+{
+    connections.clear();
+    waiting.assign(1, {signal->GetDescriptor(), POLLIN, 0});
+    for (const auto& endpoint : endpoints)
+    {
+        connections.push_back(endpoint->TryGetConnection());
+        const auto& connection = connections.back();
+        // poll skips negative descriptors.
+        waiting.push_back({connection ? connection->GetDescriptor() : -1, POLLRDHUP, 0});
+    }
+}
+
+void EndpointWatch::WaitForChange()
+{
+    if (isHangUpPending)
+    {
+        poll(waiting.data(), 1, hangUpPeriod);
+        poll(waiting.data(), waiting.size(), 0);
+    }
+    else
+    {
+        poll(waiting.data(), waiting.size(), GetTimeout());
+    }
+    signal->Clear();
+}
+
+void EndpointWatch::NoteHangUps()
+{
+    isHangUpPending = false;
+    for (std::size_t index = 0; index < endpoints.size(); ++index)
+    {
+        if (connections[index] && waiting[index + 1].revents != 0)
+        {
+            endpoints[index]->NoteHangUp(connections[index]);
+            isHangUpPending = isHangUpPending || !connections[index]->IsLost();
+        }
+    }
+    connections.clear();
+}
+
+void EndpointWatch::LookForAway()
+{
+    if (Clock::now() < nextLook)
+    {
+        return;
+    }
+    for (const auto& endpoint : endpoints)
+    {
+        if (isStopping || !endpoint->IsAway())
+        {
+            continue;
+        }
+        nextLook = Clock::now() + lookPeriod;
+        if (endpoint->TryFindAway())
+        {
+            listeners.ReportAvailable(endpoint->GetProviderName());
+        }
+    }
+}
+
+int EndpointWatch::GetTimeout() const
+{
+    const bool isAnyAway =
+        std::any_of(endpoints.begin(), endpoints.end(), [](const auto& endpoint) { return endpoint->IsAway(); });
+    return isAnyAway ? GetPollTimeout(nextLook, static_cast<int>(lookPeriod.count())) : forever;
+}
+
+} // namespace Oxa::System::Rsc::Internal

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <poll.h>
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace Oxa::System::Rsc::Internal
+{
+
+class ClientConnection;
+class Endpoint;
+class ServiceListeners;
+class WakeSignal;
+
+/// A thread that notices when other processes go, while nobody calls them, and when they come. Sleeps while all is
+/// well; looks for what is away twice a second. Owned by the endpoint table while somebody listens.
+class EndpointWatch final : private System::Commons::Diagnostics::Logging::Loggable<EndpointWatch>
+{
+public:
+    /// Borrows the listeners. Throws InvalidOperationException or std::system_error when the system is short of
+    /// descriptors or threads.
+    EndpointWatch(std::vector<std::shared_ptr<Endpoint>> endpoints, ServiceListeners& listeners);
+    EndpointWatch(const EndpointWatch&) = delete;
+    EndpointWatch& operator=(const EndpointWatch&) = delete;
+    /// Waits for the thread. Requires: it is not the thread itself.
+    ~EndpointWatch();
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void Run() noexcept;
+    void RunOnce();
+    void CollectConnections();
+    void WaitForChange();
+    void NoteHangUps();
+    void LookForAway();
+    [[nodiscard]] int GetTimeout() const;
+
+    const std::vector<std::shared_ptr<Endpoint>> endpoints;
+    ServiceListeners& listeners;
+    const std::shared_ptr<WakeSignal> signal;
+    std::atomic<bool> isStopping = false;
+
+    // Only the thread's. The connections keep the descriptors open; null where there is none.
+    std::vector<std::shared_ptr<ClientConnection>> connections;
+    std::vector<pollfd> waiting;
+    /// Calls that wait on a connection that hung up get what is still there before it is closed.
+    bool isHangUpPending = false;
+    Clock::time_point nextLook;
+
+    std::thread thread;
+};
+
+} // namespace Oxa::System::Rsc::Internal

@@ -1,0 +1,33 @@
+#include "Oxa/System/Rsc/RscRemoteService.hpp"
+
+#include "Oxa/System/Rsc/Internal/Endpoint.hpp"
+
+#include <utility>
+
+namespace Oxa::System::Rsc
+{
+
+RscRemoteService::RscRemoteService(std::shared_ptr<Internal::Endpoint> endpoint, const BasicString& interfaceName)
+    : endpoint(std::move(endpoint)), interfaceName(interfaceName)
+{
+}
+
+RscRemoteService::~RscRemoteService() = default;
+
+void RscRemoteService::Call(const RscOperation& operation, const WriteFunction& writeArguments,
+                            const ReadFunction& readResults)
+{
+    endpoint->Call(interfaceName, operation, writeArguments, readResults);
+}
+
+bool RscRemoteService::IsProvided() noexcept
+{
+    return endpoint->IsProvided(interfaceName);
+}
+
+const BasicString& RscRemoteService::GetInterfaceName() const noexcept
+{
+    return interfaceName;
+}
+
+} // namespace Oxa::System::Rsc
