@@ -8,6 +8,7 @@
 #include "Oxa/System/Rsc/Internal/SlotTable.hpp"
 #include "Oxa/System/Rsc/RscRemoteService.hpp"
 #include "Oxa/System/Rsc/RscServiceSlot.hpp"
+#include "Oxa/System/Rsc/RscUsageRecorder.hpp"
 
 #include <utility>
 
@@ -60,6 +61,7 @@ bool TryReachRemote(RscServiceSlot& slot, IRscServiceProxyFactory& factory)
 
 IRscService* ServiceManager::GetService(const char* providerName, IRscServiceProxyFactory& factory)
 {
+    RscUsageRecorder::Note(providerName);
     auto slot = GetSlotTable().FindOrCreate(providerName, factory.GetServiceInterfaceName());
     const bool isThere = slot->TryAcquire() || TryReachRemote(*slot, factory);
     return isThere ? factory.CreateProxy(std::move(slot)) : nullptr;

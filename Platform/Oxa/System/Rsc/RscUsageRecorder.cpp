@@ -1,0 +1,36 @@
+#include "Oxa/System/Rsc/RscUsageRecorder.hpp"
+
+namespace Oxa::System::Rsc
+{
+
+namespace
+{
+
+thread_local RscUsageRecorder* current = nullptr;
+
+} // namespace
+
+RscUsageRecorder::RscUsageRecorder() noexcept : outer(current)
+{
+    current = this;
+}
+
+RscUsageRecorder::~RscUsageRecorder()
+{
+    current = outer;
+}
+
+void RscUsageRecorder::Note(const char* providerName)
+{
+    if (current != nullptr)
+    {
+        current->providerNames.emplace(providerName);
+    }
+}
+
+const std::set<BasicString>& RscUsageRecorder::GetProviderNames() const noexcept
+{
+    return providerNames;
+}
+
+} // namespace Oxa::System::Rsc

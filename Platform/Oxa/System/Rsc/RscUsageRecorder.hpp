@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Oxa/System/Commons/Export.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <set>
+
+namespace Oxa::System::Rsc
+{
+
+/// Writes down whose services the thread that makes it asks the service manager for, as long as it lives. A second one
+/// on the same thread takes over until it goes. Threads: the one that makes it.
+class OXA_EXPORT RscUsageRecorder final
+{
+public:
+    RscUsageRecorder() noexcept;
+    RscUsageRecorder(const RscUsageRecorder&) = delete;
+    RscUsageRecorder& operator=(const RscUsageRecorder&) = delete;
+    ~RscUsageRecorder();
+
+    /// Called by the service manager. Does nothing on a thread without a recorder.
+    static void Note(const char* providerName);
+
+    [[nodiscard]] const std::set<BasicString>& GetProviderNames() const noexcept;
+
+private:
+    RscUsageRecorder* const outer;
+    std::set<BasicString> providerNames;
+};
+
+} // namespace Oxa::System::Rsc
