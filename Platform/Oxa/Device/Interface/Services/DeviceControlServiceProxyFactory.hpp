@@ -17,6 +17,9 @@ public:
     [[nodiscard]] const char* GetServiceInterfaceName() const override;
     [[nodiscard]] const char* GetServiceProviderName() const override;
     [[nodiscard]] System::Rsc::IRscService* CreateProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot) override;
+    [[nodiscard]] std::span<const System::Rsc::RscOperation> GetOperations() const noexcept override;
+    [[nodiscard]] std::shared_ptr<System::Rsc::IRscService>
+    CreateRemote(std::shared_ptr<System::Rsc::RscRemoteService> service) override;
 
 private:
     DeviceControlServiceProxyFactory();

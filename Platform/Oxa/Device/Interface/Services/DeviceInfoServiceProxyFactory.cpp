@@ -1,6 +1,7 @@
 #include "Oxa/Device/Interface/Services/DeviceInfoServiceProxyFactory.hpp"
 
 #include "Oxa/Device/Interface/Services/IDeviceInfoService.hpp"
+#include "Oxa/Device/Interface/Services/Internal/RemoteItemService.hpp"
 
 #include <utility>
 
@@ -56,6 +57,17 @@ const char* DeviceInfoServiceProxyFactory::GetServiceProviderName() const
 System::Rsc::IRscService* DeviceInfoServiceProxyFactory::CreateProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot)
 {
     return new DeviceInfoServiceProxy(std::move(slot));
+}
+
+std::span<const System::Rsc::RscOperation> DeviceInfoServiceProxyFactory::GetOperations() const noexcept
+{
+    return Internal::RemoteItemService<IDeviceInfoService>::GetOperations();
+}
+
+std::shared_ptr<System::Rsc::IRscService>
+DeviceInfoServiceProxyFactory::CreateRemote(std::shared_ptr<System::Rsc::RscRemoteService> service)
+{
+    return std::make_shared<Internal::RemoteItemService<IDeviceInfoService>>(std::move(service));
 }
 
 } // namespace Oxa::Device::Interface::Services

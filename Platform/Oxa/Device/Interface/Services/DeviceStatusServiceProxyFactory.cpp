@@ -1,6 +1,7 @@
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
+#include "Oxa/Device/Interface/Services/Internal/RemoteItemService.hpp"
 
 #include <utility>
 
@@ -57,6 +58,17 @@ System::Rsc::IRscService*
 DeviceStatusServiceProxyFactory::CreateProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot)
 {
     return new DeviceStatusServiceProxy(std::move(slot));
+}
+
+std::span<const System::Rsc::RscOperation> DeviceStatusServiceProxyFactory::GetOperations() const noexcept
+{
+    return Internal::RemoteItemService<IDeviceStatusService>::GetOperations();
+}
+
+std::shared_ptr<System::Rsc::IRscService>
+DeviceStatusServiceProxyFactory::CreateRemote(std::shared_ptr<System::Rsc::RscRemoteService> service)
+{
+    return std::make_shared<Internal::RemoteItemService<IDeviceStatusService>>(std::move(service));
 }
 
 } // namespace Oxa::Device::Interface::Services
