@@ -14,9 +14,6 @@ install(CODE "
   set(OXA_MANDIR \"${CMAKE_INSTALL_MANDIR}\")")
 install(SCRIPT "${PROJECT_SOURCE_DIR}/Packaging/InstallSystemFiles.cmake")
 
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/Device/Descriptions/"
-  DESTINATION "${CMAKE_INSTALL_SYSCONFDIR}/oxa/descriptions" FILES_MATCHING PATTERN "*.xml")
-
 # Folders named Internal are not for others, except these, whose names modules use.
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/Platform/Oxa" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
   FILES_MATCHING PATTERN "*.hpp" PATTERN "Internal" EXCLUDE)
