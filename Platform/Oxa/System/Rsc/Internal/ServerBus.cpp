@@ -51,7 +51,15 @@ ServerBus::ServerBus(const ServerConnection::Shared& shared, const RscServerConf
         ThrowCannotServe("that is no name on a message bus");
     }
     Connect();
-    WaitForName();
+    try
+    {
+        WaitForName();
+    }
+    catch (...)
+    {
+        connection->Close();
+        throw;
+    }
 }
 
 ServerBus::~ServerBus()
