@@ -53,11 +53,11 @@ void RscServiceSlot::Provide(std::shared_ptr<IRscService> newImplementation)
 
 void RscServiceSlot::SetRemote(std::shared_ptr<IRscService> newRemote)
 {
-    const std::lock_guard lock(mutex);
-    if (!remote)
     {
-        remote = std::move(newRemote);
+        const std::lock_guard lock(mutex);
+        remote.swap(newRemote);
     }
+    // As in `Provide`.
 }
 
 const BasicString& RscServiceSlot::GetProviderName() const noexcept

@@ -43,7 +43,7 @@ public:
     /// Null: nothing is provided any more. Calls under way finish with the implementation that they began with.
     void Provide(std::shared_ptr<IRscService> newImplementation);
 
-    /// Sets, once, what stands in when this process provides nothing. Requires: `remote` calls another process.
+    /// What stands in when this process provides nothing; null: nothing. Requires: it calls another process.
     void SetRemote(std::shared_ptr<IRscService> newRemote);
 
     [[nodiscard]] const BasicString& GetProviderName() const noexcept;

@@ -101,6 +101,8 @@ void ServiceManager::ResetEndpoints()
 {
     GetEndpointTable().Reset();
     GetSlotTable().RemoveUnregistered();
+    GetSlotTable().ForEachRegistered([](IRscServiceProxyFactory&, const std::shared_ptr<RscServiceSlot>& slot)
+                                     { slot->SetRemote(nullptr); });
 }
 
 void ServiceManager::AddListener(IRscServiceListener& listener)
