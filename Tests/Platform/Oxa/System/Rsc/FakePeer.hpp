@@ -1,0 +1,195 @@
+#pragma once
+
+#include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Rsc/Internal/BusHandles.hpp"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace Oxa::Tests
+{
+
+/// The process at the other end of a socket, on a thread: answers some operations as it should, others badly.
+class FakePeer final
+{
+public:
+    explicit FakePeer(const BasicString& path)
+        : listening(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)), waking(eventfd(0, EFD_CLOEXEC))
+    {
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        std::copy(path.begin(), path.end(), address.sun_path);
+        unlink(path.c_str());
+        isListening = bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+                      listen(listening, 8) == 0;
+        thread = std::thread([this] { Run(); });
+    }
+
+    FakePeer(const FakePeer&) = delete;
+    FakePeer& operator=(const FakePeer&) = delete;
+
+    ~FakePeer()
+    {
+        isStopping = true;
+        Wake();
+        thread.join();
+        close(waking);
+        close(listening);
+    }
+
+    void Wake() const
+    {
+        eventfd_write(waking, 1);
+    }
+
+    std::atomic<bool> isListening = false;
+    std::atomic<bool> isHangingUp = false;
+    /// Ends connections before a word is said.
+    std::atomic<bool> isRefusing = false;
+    std::atomic<bool> isReleasing = false;
+    std::atomic<unsigned> connections = 0;
+    std::atomic<unsigned> keptCalls = 0;
+
+private:
+    void Run()
+    {
+        while (!isStopping)
+        {
+            pollfd waiting[] = {
+                {waking, POLLIN, 0}, {listening, POLLIN, 0}, {bus ? sd_bus_get_fd(bus.get()) : -1, POLLIN, 0}};
+            poll(waiting, std::size(waiting), -1);
+            if (waiting[0].revents != 0)
+            {
+                eventfd_t count = 0;
+                eventfd_read(waking, &count);
+            }
+            if (waiting[1].revents != 0)
+            {
+                Accept();
+            }
+            if (isReleasing.exchange(false))
+            {
+                Release();
+            }
+            while (bus && !isHangingUp && sd_bus_process(bus.get(), nullptr) > 0)
+            {
+            }
+            if (isHangingUp.exchange(false) || (bus && sd_bus_is_open(bus.get()) <= 0))
+            {
+                HangUp();
+            }
+        }
+        HangUp();
+    }
+
+    void Accept()
+    {
+        const int accepted = accept4(listening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        ++connections;
+        if (isRefusing)
+        {
+            close(accepted);
+            return;
+        }
+        HangUp();
+        sd_bus* made = nullptr;
+        sd_id128_t id = {};
+        sd_bus_new(&made);
+        bus.reset(made);
+        sd_bus_set_fd(made, accepted, accepted);
+        sd_bus_set_server(made, 1, id);
+        sd_bus_add_filter(made, nullptr, &OnMessage, this);
+        sd_bus_start(made);
+    }
+
+    static int OnMessage(sd_bus_message* message, void* peer, sd_bus_error* /*error*/)
+    {
+        static_cast<FakePeer*>(peer)->Answer(*message, sd_bus_message_get_member(message));
+        return 1;
+    }
+
+    void Answer(sd_bus_message& message, std::string_view operation)
+    {
+        if (operation == "Keep")
+        {
+            kept.emplace_back(sd_bus_message_ref(&message));
+            ++keptCalls;
+        }
+        else if (operation == "GetAll")
+        {
+            sd_bus_reply_method_return(&message, "a{sv}", 0);
+        }
+        else if (operation == "Missing")
+        {
+            sd_bus_reply_method_errorf(&message, SD_BUS_ERROR_UNKNOWN_INTERFACE, "no such thing");
+        }
+        else if (operation == "Retype")
+        {
+            sd_bus_reply_method_return(&message, "s", "text");
+        }
+        else if (operation == "HangUp")
+        {
+            isHangingUp = true;
+        }
+        else if (operation == "Garble")
+        {
+            Send("HTTP/1.1 400 Bad Request\r\n\r\n");
+        }
+        else if (operation == "Swell")
+        {
+            Send({"l\2\1\1\0\0\0\4\1\0\0\0\0\0\0\0", 16});
+        }
+        else
+        {
+            // An answer to a call that nobody made comes first, and those to calls that were given up.
+            Send({"l\2\1\1\4\0\0\0\1\0\0\0\17\0\0\0\5\1u\0\377\377\0\0\10\1g\0\1u\0\0\7\0\0\0", 36});
+            Release();
+            Echo(message);
+        }
+    }
+
+    static void Echo(sd_bus_message& message)
+    {
+        unsigned number = 0;
+        sd_bus_message_read(&message, "u", &number);
+        sd_bus_reply_method_return(&message, "u", number);
+    }
+
+    void Release()
+    {
+        for (const auto& message : kept)
+        {
+            Echo(*message);
+        }
+        kept.clear();
+    }
+
+    void Send(std::string_view bytes) const
+    {
+        [[maybe_unused]] const auto sent = send(sd_bus_get_fd(bus.get()), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    }
+
+    void HangUp()
+    {
+        kept.clear();
+        bus.reset();
+    }
+
+    const int listening;
+    const int waking;
+    std::atomic<bool> isStopping = false;
+    Oxa::System::Rsc::Internal::BusHandle bus;
+    std::vector<Oxa::System::Rsc::Internal::MessageHandle> kept;
+    std::thread thread;
+};
+
+} // namespace Oxa::Tests
