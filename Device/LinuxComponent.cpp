@@ -1,9 +1,11 @@
 #include "Device/LinuxComponent.hpp"
 
-#include "Device/MachineItems.hpp"
+#include "Device/Description/DeviceDescription.hpp"
+#include "Device/IdentityItems.hpp"
 #include "Device/MachineRoot.hpp"
 #include "Oxa/System/Acf/ComponentInfo.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
+#include "Oxa/System/Commons/XmlException.hpp"
 
 #include <exception>
 #include <utility>
@@ -11,7 +13,30 @@
 namespace Oxa::Device::Linux
 {
 
+using Commands::CommandSettings;
+using Description::DeviceDescription;
+using System::Commons::XmlException;
 using System::Commons::Diagnostics::Logging::LogLevel;
+
+namespace
+{
+
+/// Each with a comma in front.
+BasicString NameSimulatedCommands(const CommandSettings& settings)
+{
+    BasicString names;
+    if (settings.restart == CommandSettings::RestartAction::Simulate)
+    {
+        names += ", restart";
+    }
+    if (settings.factoryReset == CommandSettings::FactoryResetAction::Simulate)
+    {
+        names += ", factory reset";
+    }
+    return names;
+}
+
+} // namespace
 
 LinuxComponent::LinuxComponent(System::Commons::AppDomain& appDomain, std::unique_ptr<IWaiter> samplingWaiter,
                                std::unique_ptr<IWaiter> commandWaiter)
@@ -26,21 +51,30 @@ LinuxComponent::~LinuxComponent()
 
 void LinuxComponent::Setup(const System::Acf::ComponentInfo& componentInfo)
 {
-    if (!componentInfo.GetSettingsPath().empty())
+    if (componentInfo.GetSettingsPath().empty())
     {
-        Log(LogLevel::Warning, "The component has no settings, '{0}' is not used", componentInfo.GetSettingsPath());
+        throw XmlException::Create(
+            "The component '{0}' has no settings: they have to name a device description, a file "
+            "or a folder of files",
+            componentInfo.GetComponentName());
     }
+    const auto description = DeviceDescription::Load(componentInfo.GetSettingsPath());
     const MachineRoot root(appDomain.TryGetVariable("OXA_DEVICE_ROOT").value_or("/"));
+    machine = std::make_unique<Description::DescribedMachine>(root);
     bootIdentity = std::make_shared<BootIdentity>(root.Resolve("/proc/sys/kernel/random/boot_id"));
-    loads =
-        std::make_shared<Items::CpuLoads>(root.Resolve("/proc/stat"), root.Resolve("/sys/devices/system/cpu/online"));
-    items = MakeMachineItems(root, loads, bootIdentity);
+    auto table = description.MakeItems(*machine);
+    AddIdentityItems(*table, bootIdentity, description.GetContent().files);
+    items = std::move(table);
+    commandSettings = description.GetContent().commands;
 }
 
 void LinuxComponent::Start()
 {
     LogSources();
-    sampler = std::make_unique<CpuSampler>(loads, std::move(samplingWaiter));
+    if (const auto& loads = machine->TryGetCpuLoads())
+    {
+        sampler = std::make_unique<CpuSampler>(loads, std::move(samplingWaiter));
+    }
     commands = MakeCommands();
     services = std::make_unique<Services::DeviceServices>(items, commands);
     services->Offer();
@@ -55,6 +89,10 @@ void LinuxComponent::Stop() noexcept
         {
             commands->Stop();
         }
+        if (machine)
+        {
+            machine->GetDelayWaiter()->Cancel();
+        }
         services.reset();
         sampler.reset();
     }
@@ -66,15 +104,13 @@ void LinuxComponent::Stop() noexcept
 
 std::shared_ptr<Commands::DeviceCommands> LinuxComponent::MakeCommands()
 {
-    using Commands::CommandSettings;
-    const CommandSettings settings = {
-        CommandSettings::RestartAction::Simulate, CommandSettings::FactoryResetAction::Simulate, {}};
     ServiceOutage::Actions outageActions = {[this] { services->Withdraw(); },
                                             [this]
                                             {
                                                 ComeBack();
                                             }};
-    return std::make_shared<Commands::DeviceCommands>(settings, std::move(outageActions), std::move(commandWaiter));
+    return std::make_shared<Commands::DeviceCommands>(commandSettings, std::move(outageActions),
+                                                      std::move(commandWaiter));
 }
 
 void LinuxComponent::ComeBack()
@@ -85,16 +121,19 @@ void LinuxComponent::ComeBack()
 
 void LinuxComponent::LogSources() const
 {
-    BasicString simulated;
+    BasicString simulated = NameSimulatedCommands(commandSettings);
     for (const Items::DeviceItem* item : items->GetItems())
     {
         Log(LogLevel::Debug, "{0}: {1}", item->GetKey(), item->GetSource().Describe());
         if (item->GetSource().IsSimulated())
         {
-            simulated += (simulated.empty() ? "" : ", ") + item->GetKey();
+            simulated += ", " + item->GetKey();
         }
     }
-    Log(LogLevel::Information, "Simulated on this machine: restart, factory reset, {0}", simulated);
+    if (!simulated.empty())
+    {
+        Log(LogLevel::Information, "Simulated on this machine: {0}", simulated.substr(2));
+    }
 }
 
 } // namespace Oxa::Device::Linux

@@ -3,8 +3,8 @@
 #include "Device/BootIdentity.hpp"
 #include "Device/Commands/DeviceCommands.hpp"
 #include "Device/CpuSampler.hpp"
+#include "Device/Description/DescribedMachine.hpp"
 #include "Device/IWaiter.hpp"
-#include "Device/Items/CpuLoads.hpp"
 #include "Device/Items/ItemTable.hpp"
 #include "Device/Services/DeviceServices.hpp"
 #include "Oxa/System/Acf/IComponent.hpp"
@@ -20,9 +20,10 @@ class AppDomain;
 namespace Oxa::Device::Linux
 {
 
-/// The device services of a Linux machine: puts items, services, sampler and commands together. The machine
-/// is the folder that the application domain's variable OXA_DEVICE_ROOT names, else "/". Owned by the process that
-/// created it. Threads: as every component, one operation at a time.
+/// The device services of a Linux machine: puts items, services, sampler and commands together, as the device
+/// description says that the settings path names. The machine is the folder that the application domain's variable
+/// OXA_DEVICE_ROOT names, else "/". Owned by the process that created it. Threads: as every component, one operation at
+/// a time.
 class LinuxComponent final : public System::Acf::IComponent,
                              private System::Commons::Diagnostics::Logging::Loggable<LinuxComponent>
 {
@@ -33,8 +34,8 @@ public:
                    std::unique_ptr<IWaiter> commandWaiter);
     ~LinuxComponent() override;
 
-    /// Finds out what the machine has. Throws ArgumentException when the root is no folder. There are no settings; a
-    /// path is said to be unused.
+    /// Reads the description and finds out what the machine has. Throws XmlException when there is no description or
+    /// something is wrong with it, ArgumentException when the root is no folder.
     void Setup(const System::Acf::ComponentInfo& componentInfo) override;
 
     /// Offers the four services and starts the sampler. Requires: `Setup` was called.
@@ -52,9 +53,10 @@ private:
     std::unique_ptr<IWaiter> samplingWaiter;
     std::unique_ptr<IWaiter> commandWaiter;
 
+    std::unique_ptr<Description::DescribedMachine> machine;
     std::shared_ptr<BootIdentity> bootIdentity;
-    std::shared_ptr<Items::CpuLoads> loads;
     std::shared_ptr<const Items::ItemTable> items;
+    Commands::CommandSettings commandSettings;
 
     std::shared_ptr<Commands::DeviceCommands> commands;
     std::unique_ptr<Services::DeviceServices> services;

@@ -1,6 +1,7 @@
 #include "Device/Description/DeviceDescription.hpp"
 
 #include "Device/Description/DescriptionDocument.hpp"
+#include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/Xml/MultiXmlConfigDocument.hpp"
 
 #include <string_view>
@@ -10,6 +11,8 @@ namespace Oxa::Device::Linux::Description
 {
 
 using System::Commons::Xml::MultiXmlConfigDocument;
+using System::Commons::Xml::XmlReader;
+using System::Commons::Xml::XmlSerializationContext;
 
 namespace
 {
@@ -49,6 +52,23 @@ DeviceDescription DeviceDescription::Load(const BasicString& path)
 {
     DescriptionProblems problems(DescriptionProblems::Reaction::Throw);
     return DeviceDescription(Read(path, problems));
+}
+
+DeviceDescription DeviceDescription::Parse(BasicString text, BasicString fileName)
+{
+    XmlReader reader(std::move(text), std::move(fileName));
+    if (reader.GetElementLocalName() != DescriptionDocument::elementName)
+    {
+        throw System::Commons::XmlException::Create(reader, "the document element is '{0}', expected '{1}'",
+                                                    reader.GetElementLocalName(), DescriptionDocument::elementName);
+    }
+    DescriptionProblems problems(DescriptionProblems::Reaction::Throw);
+    XmlSerializationContext context(System::Commons::Singleton<System::Commons::AppDomain>::TryGetInstance());
+    DescriptionContent content;
+    DescriptionDocument(content, problems).ReadXml(reader, context);
+    reader.ReadToEnd();
+    content.files.clear();
+    return DeviceDescription(std::move(content));
 }
 
 const DescriptionContent& DeviceDescription::GetContent() const noexcept

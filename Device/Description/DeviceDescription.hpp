@@ -45,6 +45,9 @@ public:
     /// The first mistake is an XmlException with file and line.
     [[nodiscard]] static DeviceDescription Load(const BasicString& path);
 
+    /// The same for one document in memory; `fileName` is for messages only.
+    [[nodiscard]] static DeviceDescription Parse(BasicString text, BasicString fileName);
+
     [[nodiscard]] const DescriptionContent& GetContent() const noexcept;
 
     /// Never null. An item that is described by its own key wins over one of the items for each core.

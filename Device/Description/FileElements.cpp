@@ -6,7 +6,6 @@
 #include "Device/Items/FileSource.hpp"
 #include "Device/Items/ItemConversion.hpp"
 #include "Device/Items/OsReleaseSource.hpp"
-#include "Oxa/System/Commons/ArgumentException.hpp"
 
 #include <utility>
 #include <vector>
@@ -48,16 +47,13 @@ std::shared_ptr<const Items::LinePattern> ReadPattern(DescriptionElement& elemen
     {
         return nullptr;
     }
-    try
+    BasicString fault;
+    auto compiled = Items::LinePattern::TryMake(pattern, fault);
+    if (!compiled)
     {
-        return std::make_shared<const Items::LinePattern>(pattern);
+        element.ReportBadValue("pattern", pattern, "a regular expression: " + fault);
     }
-    catch (const System::Commons::ArgumentException& exception)
-    {
-        element.Report("the attribute 'pattern' of the element '{0}' is no pattern: {1}", element.GetName(),
-                       exception.GetMessage());
-        return nullptr;
-    }
+    return compiled;
 }
 
 RscType ReadType(DescriptionElement& element)

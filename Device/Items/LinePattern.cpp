@@ -1,12 +1,13 @@
 #include "Device/Items/LinePattern.hpp"
 
 #include "Device/Items/DeviceText.hpp"
-#include "Oxa/System/Commons/ArgumentException.hpp"
+
+#include <fmt/format.h>
+
+#include <utility>
 
 namespace Oxa::Device::Linux::Items
 {
-
-using System::Commons::ArgumentException;
 
 namespace
 {
@@ -17,31 +18,32 @@ constexpr std::size_t maximumLineBytes = 1024;
 /// it chooses another that is neither.
 constexpr auto boundedSearch = std::regex_constants::ECMAScript | std::regex_constants::__polynomial;
 
-std::regex Compile(const BasicString& expression)
+} // namespace
+
+std::shared_ptr<const LinePattern> LinePattern::TryMake(const BasicString& expression, BasicString& fault)
 {
-    if (expression.size() > LinePattern::maximumBytes)
+    if (expression.size() > maximumBytes)
     {
-        throw ArgumentException::Create("expression", expression.size(), "a regular expression of at most 256 bytes");
+        fault = fmt::format("at most {} bytes", maximumBytes);
+        return nullptr;
     }
     try
     {
-        return std::regex(expression, boundedSearch);
+        std::regex compiled(expression, boundedSearch);
+        if (compiled.mark_count() == 1)
+        {
+            return std::shared_ptr<const LinePattern>(new LinePattern(std::move(compiled)));
+        }
+        fault = "exactly one group";
     }
     catch (const std::regex_error& error)
     {
-        throw ArgumentException::Create("expression", expression, error.what());
+        fault = error.what();
     }
+    return nullptr;
 }
 
-} // namespace
-
-LinePattern::LinePattern(const BasicString& expression) : expression(Compile(expression))
-{
-    if (this->expression.mark_count() != 1)
-    {
-        throw ArgumentException::Create("expression", expression, "a regular expression with exactly one group");
-    }
-}
+LinePattern::LinePattern(std::regex expression) : expression(std::move(expression)) {}
 
 std::optional<std::string_view> LinePattern::Find(std::string_view text) const
 {

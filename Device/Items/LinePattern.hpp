@@ -3,6 +3,7 @@
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <regex>
 #include <string_view>
@@ -17,16 +18,18 @@ class LinePattern final
 public:
     static constexpr std::size_t maximumBytes = 256;
 
-    /// ECMAScript without back-references. Throws ArgumentException, saying what is wrong, when the expression is none,
-    /// is too long or has not exactly one group.
-    explicit LinePattern(const BasicString& expression);
+    /// ECMAScript without back-references. Null, and `fault` says why, when the expression is none, is too long or has
+    /// not exactly one group.
+    [[nodiscard]] static std::shared_ptr<const LinePattern> TryMake(const BasicString& expression, BasicString& fault);
 
     /// What the group matches in the first line that the expression matches a part of; none when there is no such line.
     /// Of a line of more than 1024 bytes, those are looked at. Valid as long as the text.
     [[nodiscard]] std::optional<std::string_view> Find(std::string_view text) const;
 
 private:
-    std::regex expression;
+    explicit LinePattern(std::regex expression);
+
+    const std::regex expression;
 };
 
 } // namespace Oxa::Device::Linux::Items

@@ -1,11 +1,11 @@
 #include "Device/BootIdentity.hpp"
+#include "Device/Commands/DeviceCommands.hpp"
 #include "Device/CpuSampler.hpp"
+#include "Device/Description/DeviceDescription.hpp"
 #include "Device/FakeMachine.hpp"
 #include "Device/FakeTime.hpp"
 #include "Device/ItemValueText.hpp"
-#include "Device/MachineItems.hpp"
 #include "Device/MultiReadClient.hpp"
-#include "Device/ServiceOutage.hpp"
 #include "Device/Services/DeviceServices.hpp"
 #include "Device/Services/ItemService.hpp"
 #include "Support/LogRecorder.hpp"
@@ -58,9 +58,11 @@ TEST(ReadingFromManyThreads, GivesEveryOneTheSameValues)
 {
     FakeMachine machine;
     machine.BecomePc();
-    const auto loads = std::make_shared<Items::CpuLoads>(machine.GetPath("/proc/stat"), machine.GetPath("/online"));
+    Description::DescribedMachine described(machine.GetRoot());
+    const auto loads = described.GetCpuLoads();
     const auto identity = std::make_shared<BootIdentity>(machine.GetPath("/proc/sys/kernel/random/boot_id"));
-    const std::shared_ptr<const Items::ItemTable> items = MakeMachineItems(machine.GetRoot(), loads, identity);
+    const std::shared_ptr<const Items::ItemTable> items =
+        Description::DeviceDescription::Load(OXA_DESCRIPTIONS "/pc.xml").MakeItems(described);
     Services::DeviceStatusService service(items);
     const Support::LogRecorder log;
     const std::vector<BasicString> keys = {
@@ -90,21 +92,23 @@ TEST(RestartingFromManyThreads, HappensOnceAtATime)
     const Support::LogRecorder log(Oxa::System::Commons::Diagnostics::Logging::LogLevel::Error);
     FakeTime time;
     std::atomic<int> gone = 0;
-    ServiceOutage outage({[&gone] { ++gone; },
-                          [] {
-                          }},
-                         std::chrono::seconds(3), time.MakeWaiter());
+    using Commands::CommandSettings;
+    Commands::DeviceCommands commands({.restart = CommandSettings::RestartAction::Simulate, .factoryResetUnit = {}},
+                                      {[&gone] { ++gone; },
+                                       [] {
+                                       }},
+                                      time.MakeWaiter());
     std::atomic<int> accepted = 0;
     RunInThreads(
-        [&outage, &accepted]
+        [&commands, &accepted]
         {
             for (int round = 0; round < roundCount; ++round)
             {
-                accepted += outage.Begin() == AccessErrorCode::None ? 1 : 0;
+                accepted += commands.Restart("test") == AccessErrorCode::None ? 1 : 0;
             }
         });
     time.AwaitWait(1);
-    RunInThreads([&outage] { outage.Stop(); });
+    RunInThreads([&commands] { commands.Stop(); });
     EXPECT_EQ(accepted, 1);
     EXPECT_EQ(gone, 1);
 }

@@ -14,6 +14,7 @@
 #include "Oxa/System/Acf/ComponentInfo.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
+#include "Oxa/System/Commons/XmlException.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Support/LogRecorder.hpp"
@@ -53,7 +54,7 @@ protected:
     {
         machine.BecomePc();
         appDomain.SetVariable("OXA_DEVICE_ROOT", machine.GetPath(""));
-        component.Setup(Oxa::System::Acf::ComponentInfo("Linux", ""));
+        component.Setup(Oxa::System::Acf::ComponentInfo("Linux", OXA_DESCRIPTIONS "/pc.xml"));
         EXPECT_EQ(getStatus(), nullptr);
         component.Start();
     }
@@ -128,10 +129,32 @@ TEST_F(RunningComponent, CanBeStoppedDuringAnOutage)
     EXPECT_EQ(getControl(), nullptr);
 }
 
+TEST_F(RunningComponent, TellsABuildByProgramAndDescription)
+{
+    machine.Write("/d/1.xml", "<DeviceDescriptionDocument/>");
+    const auto readBuildId = [this]
+    {
+        LinuxComponent other(appDomain, samplingTime.MakeWaiter(), outageTime.MakeWaiter());
+        other.Setup(Oxa::System::Acf::ComponentInfo("Linux", machine.GetPath("/d")));
+        other.Start();
+        return getInfo()->ReadItem(ItemKey("Status.System.BuildId")).ToString();
+    };
+    const BasicString before = readBuildId();
+    EXPECT_EQ(before.size(), 32U);
+    EXPECT_EQ(readBuildId(), before);
+    machine.Write("/d/2.xml", "<DeviceDescriptionDocument/>");
+    EXPECT_NE(readBuildId(), before);
+}
+
+TEST_F(RunningComponent, NeedsADescription)
+{
+    EXPECT_THROW(component.Setup(Oxa::System::Acf::ComponentInfo("Linux", "")), Oxa::System::Commons::XmlException);
+}
+
 TEST_F(RunningComponent, DoesNotStartOnARootThatIsNoFolder)
 {
     appDomain.SetVariable("OXA_DEVICE_ROOT", machine.GetPath("/missing"));
-    EXPECT_THROW(component.Setup(Oxa::System::Acf::ComponentInfo("Linux", "")),
+    EXPECT_THROW(component.Setup(Oxa::System::Acf::ComponentInfo("Linux", OXA_DESCRIPTIONS "/pc.xml")),
                  Oxa::System::Commons::ArgumentException);
 }
 

@@ -44,7 +44,7 @@ void UseComponent(ComponentLibraryBase& library)
     EXPECT_EQ(library.GetModuleFactory().CreateModule("Windows"), nullptr);
     const auto component = library.GetModuleFactory().CreateModule("Linux");
     ASSERT_NE(component, nullptr);
-    component->Setup(Oxa::System::Acf::ComponentInfo("Linux", ""));
+    component->Setup(Oxa::System::Acf::ComponentInfo("Linux", OXA_DESCRIPTIONS "/pc.xml"));
     component->Start();
     const auto status = GetStatusService();
     ASSERT_NE(status, nullptr);
@@ -85,7 +85,7 @@ TEST(TheSharedObject, ReadsTheMachineThatItRunsOn)
         reinterpret_cast<ComponentLibraryBase& (*)(AppDomain&)>(dlsym(handle, "CreateComponentLibrary"));
     {
         const auto component = create(appDomain).GetModuleFactory().CreateModule("Linux");
-        component->Setup(Oxa::System::Acf::ComponentInfo("Linux", ""));
+        component->Setup(Oxa::System::Acf::ComponentInfo("Linux", OXA_DESCRIPTIONS "/pc.xml"));
         component->Start();
         for (const char* key :
              {"Status.System.UpTime.Seconds", "Status.Memory.Usage.Percent.Actual", "Status.UserPartition.Total",

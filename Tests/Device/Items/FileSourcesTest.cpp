@@ -135,7 +135,9 @@ TEST(ReadingTextFiles, PassesAnyBytesOnButNoPlaceholders)
 TEST(ReadingNumbersFromFiles, ScalesAndStaysInTheTypesRange)
 {
     FileSource::Options options;
-    options.pattern = std::make_shared<LinePattern>("^volt: (-?[0-9.]+)");
+    BasicString fault;
+    options.pattern = LinePattern::TryMake("^volt: (-?[0-9.]+)", fault);
+    ASSERT_NE(options.pattern, nullptr) << fault;
     options.scale = 0.1;
     options.offset = 5;
     options.type = System::Rsc::RscType::Int8;

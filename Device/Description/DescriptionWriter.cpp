@@ -1,0 +1,204 @@
+#include "Device/Description/DescriptionWriter.hpp"
+
+#include "Device/Description/DescriptionDocument.hpp"
+#include "Device/Description/DeviceDescription.hpp"
+#include "Device/LedStatus.hpp"
+#include "Device/TemperatureSensor.hpp"
+#include "Oxa/System/Commons/Xml/XmlWriter.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace Oxa::Device::Linux::Description
+{
+
+using System::Commons::Xml::XmlWriter;
+
+namespace
+{
+
+/// One element of a source.
+struct Candidate
+{
+    BasicString element;
+    std::vector<std::pair<BasicString, BasicString>> attributes;
+};
+
+/// An item and where its value could come from.
+struct Plan
+{
+    BasicString key;
+    std::vector<Candidate> candidates;
+    /// Made up; empty: the item is left out.
+    BasicString simulatedValue;
+};
+
+void Write(XmlWriter& writer, const Candidate& candidate)
+{
+    writer.WriteStartElement(candidate.element);
+    for (const auto& [name, value] : candidate.attributes)
+    {
+        writer.WriteAttribute(name, value);
+    }
+    writer.WriteEndElement();
+}
+
+void Write(XmlWriter& writer, const BasicString& key, const Candidate& source)
+{
+    writer.WriteStartElement("Item");
+    writer.WriteAttribute("key", key);
+    Write(writer, source);
+    writer.WriteEndElement();
+}
+
+bool GivesValues(const BasicString& description, const MachineRoot& root)
+{
+    DescribedMachine machine(root);
+    const auto table = DeviceDescription::Parse(description, "probe").MakeItems(machine);
+    const auto items = table->GetItems();
+    return std::all_of(items.begin(), items.end(),
+                       [&table](const Items::DeviceItem* item)
+                       { return table->Read(item->GetKey()).GetType() != System::Rsc::RscType::NotSet; });
+}
+
+/// Tries it by a description of nothing else, so that what is tried is what will be read.
+bool IsUsable(const BasicString& key, const Candidate& candidate, const MachineRoot& root)
+{
+    XmlWriter writer;
+    writer.WriteStartElement(DescriptionDocument::elementName);
+    Write(writer, key, candidate);
+    writer.WriteEndElement();
+    return GivesValues(writer.GetText(), root);
+}
+
+void WriteItem(XmlWriter& writer, const Plan& plan, const MachineRoot& root)
+{
+    for (const Candidate& candidate : plan.candidates)
+    {
+        if (IsUsable(plan.key, candidate, root))
+        {
+            Write(writer, plan.key, candidate);
+            return;
+        }
+    }
+    if (plan.simulatedValue.empty())
+    {
+        writer.WriteComment(fmt::format(" {}: this machine does not tell. ", plan.key));
+        return;
+    }
+    writer.WriteComment(" Simulated, this machine has none: ");
+    Write(writer, plan.key, {"simulated", {{"value", plan.simulatedValue}}});
+}
+
+Candidate MakeTemperature(const TemperatureSensor& sensor)
+{
+    const BasicString fileName = std::filesystem::path(sensor.path).filename().string();
+    if (fileName == "temp")
+    {
+        return {"thermal", {{"zone", sensor.name}}};
+    }
+    return {"hwmon", {{"chip", sensor.name}, {"input", fileName}}};
+}
+
+std::vector<Plan> PlanIdentity()
+{
+    const auto dmi = [](const char* field)
+    {
+        return Candidate{"dmi", {{"field", field}}};
+    };
+    const auto tree = [](const char* property)
+    {
+        return Candidate{"devicetree", {{"property", property}}};
+    };
+    return {{"General.ArticleName", {dmi("product_name"), tree("model"), {"file", {{"path", "/etc/hostname"}}}}, {}},
+            {"General.ArticleNumber", {dmi("product_sku"), dmi("board_name"), tree("compatible")}, {}},
+            {"General.SerialNumber", {dmi("product_serial"), tree("serial-number")}, {}},
+            {"General.Firmware.Version", {{"osrelease", {{"field", "PRETTY_NAME VERSION NAME"}}}}, {}},
+            {"General.Hardware.Version", {dmi("product_version"), dmi("board_version")}, {}}};
+}
+
+std::vector<Plan> PlanStatus(const MachineRoot& root)
+{
+    const auto partition = [](const char* figure)
+    {
+        return std::vector<Candidate>{{"partition", {{"mount", "/"}, {"figure", figure}}}};
+    };
+    std::vector<Candidate> temperatures;
+    if (const auto sensor = FindBoardTemperatureSensor(root))
+    {
+        temperatures.push_back(MakeTemperature(*sensor));
+    }
+    return {{"Cpu.Cores.Count", {{"cpu", {{"figure", "count"}}}}, {}},
+            {"Status.Cpu.{0}.Load.Percent", {{"cpu", {{"core", "each"}}}}, {}},
+            {"Status.Memory.Usage.Percent.Actual", {{"memory", {{"figure", "percent"}}}}, {}},
+            {"Status.UserPartition.Total", partition("total"), {}},
+            {"Status.UserPartition.Usage", partition("usage"), {}},
+            {"Status.UserPartition.Usage.Percent", partition("percent"), {}},
+            {"Status.System.UpTime.Seconds", {{"uptime", {}}}, {}},
+            {"Status.Board.Temperature.Centigrade", temperatures, "45"},
+            {"Status.RunStopSwitch.Supported", {}, "true"},
+            {"Status.RunStopSwitch.Position", {}, "Run"}};
+}
+
+std::vector<Plan> PlanPanelLeds()
+{
+    const std::pair<const char*, LedColour> leds[] = {
+        {"Runtime.Run", LedColour::Green}, {"Runtime.Fail", LedColour::Red}, {"Runtime.Debug", LedColour::Yellow},
+        {"Runtime.Ext", LedColour::Green}, {"Pnio.Bf_C", LedColour::Red},    {"Pnio.Bf_D", LedColour::Red},
+        {"Pnio.Sf", LedColour::Red},       {"Zelo.D", LedColour::Green},     {"Zelo.E", LedColour::Red},
+        {"Safety.Run", LedColour::Green},  {"Safety.Fs", LedColour::Red}};
+    std::vector<Plan> plans;
+    for (const auto& [name, colour] : leds)
+    {
+        plans.push_back({fmt::format("Status.Leds.{}", name), {}, std::to_string(MakeLedWord(LedState::Off, colour))});
+    }
+    return plans;
+}
+
+/// The LEDs that the kernel drives, under keys of their own: which of the panel's they are, only people know.
+std::vector<Plan> PlanKernelLeds(const MachineRoot& root)
+{
+    std::vector<Plan> plans;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(root.Resolve("/sys/class/leds"), error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error))
+    {
+        const BasicString name = entry->path().filename().string();
+        plans.push_back({"Status.Leds.Board." + name, {{"led", {{"name", name}}}}, {}});
+    }
+    std::sort(plans.begin(), plans.end(), [](const Plan& left, const Plan& right) { return left.key < right.key; });
+    return plans;
+}
+
+void WriteItems(XmlWriter& writer, const std::vector<Plan>& plans, const MachineRoot& root)
+{
+    for (const Plan& plan : plans)
+    {
+        WriteItem(writer, plan, root);
+    }
+}
+
+} // namespace
+
+BasicString WriteDescription(const MachineRoot& root)
+{
+    XmlWriter writer;
+    writer.WriteStartElement(DescriptionDocument::elementName);
+    writer.WriteComment(" Commands are simulated until somebody decides otherwise. ");
+    Write(writer, {"Restart", {{"action", "simulate"}}});
+    Write(writer, {"FactoryReset", {{"action", "simulate"}}});
+    WriteItems(writer, PlanIdentity(), root);
+    WriteItems(writer, PlanStatus(root), root);
+    WriteItems(writer, PlanPanelLeds(), root);
+    WriteItems(writer, PlanKernelLeds(root), root);
+    writer.WriteEndElement();
+    return writer.GetText();
+}
+
+} // namespace Oxa::Device::Linux::Description

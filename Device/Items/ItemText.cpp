@@ -1,0 +1,26 @@
+#include "Device/Items/ItemText.hpp"
+
+#include "Device/Items/ItemConversion.hpp"
+#include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Rsc/RscType.hpp"
+
+#include <fmt/format.h>
+
+namespace Oxa::Device::Linux::Items
+{
+
+using System::Commons::Text::EscapeControlCharacters;
+using System::Rsc::RscType;
+
+BasicString FormatItem(std::string_view key, const ItemValue& value)
+{
+    const BasicString name = EscapeControlCharacters(key);
+    if (value.GetType() == RscType::NotSet)
+    {
+        return name + " has no value";
+    }
+    const ItemReading text = ItemConversion::Convert(value, RscType::String);
+    return fmt::format("{} = {} ({})", name, EscapeControlCharacters(text.value.GetText()), value.GetType());
+}
+
+} // namespace Oxa::Device::Linux::Items

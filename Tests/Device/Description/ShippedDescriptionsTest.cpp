@@ -1,0 +1,194 @@
+#include "Device/BootIdentity.hpp"
+#include "Device/Description/DescriptionWriter.hpp"
+#include "Device/Description/DeviceDescription.hpp"
+#include "Device/FakeMachine.hpp"
+#include "Device/ItemValueText.hpp"
+#include "Oxa/System/Commons/ArgumentException.hpp"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+namespace Oxa::Tests::Device
+{
+
+using namespace Oxa::Device::Linux;
+
+namespace
+{
+
+using Values = std::map<BasicString, BasicString>;
+
+std::unique_ptr<Items::ItemTable> MakeItems(const BasicString& fileName, const MachineRoot& root)
+{
+    Description::DescribedMachine machine(root);
+    return Description::DeviceDescription::Load(BasicString(OXA_DESCRIPTIONS) + "/" + fileName).MakeItems(machine);
+}
+
+void ExpectValues(const Items::ItemTable& items, const Values& values)
+{
+    for (const auto& [key, value] : values)
+    {
+        EXPECT_EQ(ToTypedText(items.Read(key)), value) << key;
+    }
+}
+
+} // namespace
+
+TEST(ReadingAMachine, KnowsAPc)
+{
+    FakeMachine machine;
+    machine.BecomePc();
+    const auto items = MakeItems("pc.xml", machine.GetRoot());
+    ExpectValues(*items, {
+                             {"General.ArticleName", "String Compact PC 7"},
+                             {"General.ArticleNumber", "String CB-7"},
+                             {"General.SerialNumber", "NotSet"},
+                             {"General.Firmware.Version", "String Plain \"Linux\" 12"},
+                             {"General.Hardware.Version", "String Rev 2.1"},
+                             {"General.Fpga.Version", "NotSet"},
+                             {"General.SPNS.Firmware.Version", "NotSet"},
+                             {"Cpu.Cores.Count", "Uint8 3"},
+                             {"Status.Cpu.0.Load.Percent", "Uint8 15"},
+                             {"Status.Cpu.1.Load.Percent", "Uint8 10"},
+                             {"Status.Cpu.2.Load.Percent", "Uint8 40"},
+                             {"Status.Cpu.3.Load.Percent", "Uint8 0"},
+                             {"Status.Cpu.4.Load.Percent", "NotSet"},
+                             {"Status.Memory.Usage.Percent.Actual", "Uint8 25"},
+                             {"Status.System.UpTime.Seconds", "Uint64 93784"},
+                             {"Status.Board.Temperature.Centigrade", "Int8 53"},
+                         });
+    EXPECT_EQ(items->TryFind("Status.Board.Temperature.Centigrade")->GetSource().Describe(),
+              "file " + machine.GetPath("/sys/class/hwmon/hwmon10/temp1_input") + " (sensor 'coretemp')");
+}
+
+TEST(ReadingAMachine, KnowsABoard)
+{
+    FakeMachine machine;
+    machine.BecomeBoard();
+    ExpectValues(*MakeItems("pc.xml", machine.GetRoot()), {
+                                                              {"General.ArticleName", "String Board Four Rev 1.2"},
+                                                              {"General.ArticleNumber", "String maker,board-four"},
+                                                              {"General.SerialNumber", "String 10000000abcdef01"},
+                                                              {"General.Firmware.Version", "String Board OS"},
+                                                              {"General.Hardware.Version", "NotSet"},
+                                                              {"Cpu.Cores.Count", "Uint8 1"},
+                                                              {"Status.Cpu.1.Load.Percent", "Uint8 0"},
+                                                              {"Status.Memory.Usage.Percent.Actual", "NotSet"},
+                                                              {"Status.System.UpTime.Seconds", "Uint64 7"},
+                                                              {"Status.Board.Temperature.Centigrade", "Int8 -5"},
+                                                          });
+}
+
+TEST(ReadingAMachine, SimulatesOnlyWhatAnEmptyFolderCanHave)
+{
+    const FakeMachine machine;
+    const auto items = MakeItems("pc.xml", machine.GetRoot());
+    ExpectValues(*items, {
+                             {"General.ArticleName", "NotSet"},
+                             {"General.SerialNumber", "NotSet"},
+                             {"Cpu.Cores.Count", "NotSet"},
+                             {"Status.Cpu.0.Load.Percent", "NotSet"},
+                             {"Status.System.UpTime.Seconds", "NotSet"},
+                             {"Status.Board.Temperature.Centigrade", "Int8 45"},
+                             {"Status.Leds.Runtime.Run", "Uint32 65537"},
+                             {"Status.Leds.Safety.Fs", "Uint32 196608"},
+                             {"Status.RunStopSwitch.Supported", "Bool true"},
+                             {"Status.RunStopSwitch.Position", "String Run"},
+                         });
+    EXPECT_EQ(items->TryFind("Status.Board.Temperature.Centigrade")->GetSource().Describe(), "simulated: constant 45");
+}
+
+TEST(ReadingAMachine, NeverMakesUpATemperatureForASensorThatFailsLater)
+{
+    FakeMachine machine;
+    machine.BecomeBoard();
+    const auto items = MakeItems("pc.xml", machine.GetRoot());
+    std::filesystem::remove(machine.GetPath("/sys/class/thermal/thermal_zone0/temp"));
+    EXPECT_EQ(ToTypedText(items->Read("Status.Board.Temperature.Centigrade")), "NotSet");
+}
+
+TEST(ReadingAMachine, IsASingleBoardComputerWithItsDeviceTree)
+{
+    const auto items = MakeItems("sbc.xml", MachineRoot(OXA_MACHINES "/sbc"));
+    ExpectValues(*items, {
+                             {"General.ArticleName", "String Single Board Computer 5 Rev 1.1"},
+                             {"General.ArticleNumber", "String example,sbc5"},
+                             {"General.SerialNumber", "String 100000004f2a91c3"},
+                             {"General.Firmware.Version", "String Board OS 12 (stable)"},
+                             {"General.Hardware.Version", "String 17"},
+                             {"Cpu.Cores.Count", "Uint8 4"},
+                             {"Status.Cpu.0.Load.Percent", "Uint8 20"},
+                             {"Status.Cpu.4.Load.Percent", "Uint8 50"},
+                             {"Status.Memory.Usage.Percent.Actual", "Uint8 25"},
+                             {"Status.System.UpTime.Seconds", "Uint64 3601"},
+                             {"Status.Board.Temperature.Centigrade", "Int8 48"},
+                             {"Status.Leds.Runtime.Run", "Uint32 65537"},
+                             {"Status.Leds.Runtime.Fail", "Uint32 196608"},
+                             {"Status.Leds.Runtime.Ext", "Uint32 65538"},
+                             {"Status.RunStopSwitch.Position", "String Run"},
+                             {"Board.Supply.Volts", "Real64 5.12"},
+                         });
+}
+
+TEST(ReadingAMachine, IsASimulatedControllerWithEveryItem)
+{
+    FakeMachine machine;
+    machine.BecomePc();
+    const auto items = MakeItems("controller.xml", machine.GetRoot());
+    EXPECT_EQ(items->GetItems().size(), 33U);
+    for (const Items::DeviceItem* item : items->GetItems())
+    {
+        EXPECT_NE(ToTypedText(items->Read(item->GetKey())), "NotSet") << item->GetKey();
+    }
+}
+
+TEST(DescribingAMachine, WritesWhatGivesAValueForEveryKey)
+{
+    FakeMachine pc;
+    pc.BecomePc();
+    const FakeMachine empty;
+    for (const MachineRoot& root : {pc.GetRoot(), MachineRoot(OXA_MACHINES "/sbc"), MachineRoot("/"), empty.GetRoot()})
+    {
+        const auto description = Description::DeviceDescription::Parse(Description::WriteDescription(root), "written");
+        Description::DescribedMachine machine(root);
+        const auto items = description.MakeItems(machine);
+        EXPECT_GE(items->GetItems().size(), 17U);
+        for (const Items::DeviceItem* item : items->GetItems())
+        {
+            EXPECT_NE(ToTypedText(items->Read(item->GetKey())), "NotSet")
+                << item->GetKey() << " of " << root.Resolve("");
+        }
+    }
+    const BasicString text = Description::WriteDescription(MachineRoot(OXA_MACHINES "/sbc"));
+    EXPECT_NE(text.find(R"(<hwmon chip="cpu_thermal" input="temp1_input"/>)"), BasicString::npos) << text;
+}
+
+TEST(ReadingAMachine, TakesNoBootIdThatIsNone)
+{
+    const FakeMachine machine;
+    for (const char* text :
+         {"", "0f6ffb1c", "0f6ffb1c-9a1e-4b9c-8d55-2c8a1f0d7e2\"", "0f6ffb1cx9a1e-4b9c-8d55-2c8a1f0d7e21"})
+    {
+        machine.Write("/boot_id", text);
+        BootIdentity identity(machine.GetPath("/boot_id"));
+        const BasicString first = identity.Get();
+        EXPECT_EQ(first.size(), 36U) << "text: '" << text << "'";
+        EXPECT_NE(first, text);
+        identity.Renew();
+        EXPECT_NE(identity.Get(), first);
+    }
+}
+
+TEST(ChoosingTheRoot, RefusesWhatIsNoFolder)
+{
+    const FakeMachine machine;
+    machine.Write("/file", "");
+    EXPECT_THROW(MachineRoot(machine.GetPath("/file")), Oxa::System::Commons::ArgumentException);
+    EXPECT_THROW(MachineRoot(machine.GetPath("/missing")), Oxa::System::Commons::ArgumentException);
+    EXPECT_THROW(MachineRoot(""), Oxa::System::Commons::ArgumentException);
+    EXPECT_EQ(MachineRoot("/").Resolve("/proc/stat"), "/proc/stat");
+    EXPECT_EQ(MachineRoot("/tmp//").Resolve("/proc/stat"), "/tmp/proc/stat");
+}
+
+} // namespace Oxa::Tests::Device
