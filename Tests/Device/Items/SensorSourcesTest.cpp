@@ -101,19 +101,4 @@ TEST_F(MachineWithSensors, FollowsASensorToItsNewNumberAndNeverReadsAnother)
     EXPECT_EQ(Read(source), "Real64 41");
 }
 
-TEST_F(MachineWithSensors, TakesNoNonsenseForATemperature)
-{
-    Plug("soc", "thermal_zone0", "type", "soc-thermal");
-    ThermalSource source(thermal, "soc-thermal", 0, clock.Get());
-    const BasicString path = machine.GetPath("/sys/devices/soc/thermal_zone0/temp");
-    EXPECT_EQ(Read(source), "cannot read '" + path + "': No such file or directory");
-    for (const char* content : {"", "hot", "45.5", "9223372036854775808"})
-    {
-        machine.Write("/sys/devices/soc/thermal_zone0/temp", content);
-        EXPECT_EQ(Read(source), "'" + path + "' holds no whole number") << content;
-    }
-    machine.Write("/sys/devices/soc/thermal_zone0/temp", "0\n");
-    EXPECT_EQ(Read(source), "Real64 0");
-}
-
 } // namespace Oxa::Tests::Device
