@@ -5,6 +5,7 @@
 #include "Support/TemporaryFolder.hpp"
 
 #include <optional>
+#include <thread>
 
 namespace Oxa::Tests
 {
