@@ -24,14 +24,17 @@ void AddActions(CLI::App& app, DeviceCommandLine& commandLine)
     actions->add_flag_callback(
         "--describe", [&commandLine] { commandLine.action = Action::DescribeMachine; },
         "Writes a description of the machine to standard output");
-    actions->add_option_function<std::vector<BasicString>>(
-        "--read",
-        [&commandLine](const std::vector<BasicString>& keys)
-        {
-            commandLine.action = Action::ReadItems;
-            commandLine.keys = keys;
-        },
-        "KEY…: prints items with their types");
+    actions->add_flag_callback(
+        "--read", [&commandLine] { commandLine.action = Action::ReadItems; },
+        "Prints the items of the given keys with their types");
+}
+
+void RequireKeysToRead(const DeviceCommandLine& commandLine)
+{
+    if ((commandLine.action == Action::ReadItems) == commandLine.keys.empty())
+    {
+        throw CLI::ValidationError("--read", "keys are needed for it, and for nothing else");
+    }
 }
 
 void SplitVariables(const std::vector<BasicString>& texts, DeviceCommandLine& commandLine)
@@ -61,10 +64,12 @@ std::optional<DeviceCommandLine> ParseDeviceCommandLine(int argc, const char* co
     app.add_option("--root", commandLine.rootFolder, "A folder of files that stands for the machine");
     app.add_option("--variable", variables, "NAME=VALUE: what ${NAME} in configuration files stands for")
         ->allow_extra_args(false);
+    app.add_option("KEY", commandLine.keys, "Keys of items, for --read");
     AddActions(app, commandLine);
     try
     {
         app.parse(argc, argv);
+        RequireKeysToRead(commandLine);
         SplitVariables(variables, commandLine);
         return commandLine;
     }

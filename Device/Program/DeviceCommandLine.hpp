@@ -22,7 +22,7 @@ struct DeviceCommandLine
 
     Action action = Action::Serve;
     BasicString configurationPath = "/etc/oxa/oxa-device.xml";
-    /// To check, or to read items by. Empty for the latter: the one of this machine as it describes itself.
+    /// To check, or to read items by. Empty for the latter: the one that the configuration names.
     BasicString descriptionPath;
     /// The folder that stands for the machine; empty: the machine that the program runs on.
     BasicString rootFolder;

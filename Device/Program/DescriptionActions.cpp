@@ -1,0 +1,84 @@
+#include "Device/Program/DescriptionActions.hpp"
+
+#include "Device/BootIdentity.hpp"
+#include "Device/Description/DescribedMachine.hpp"
+#include "Device/Description/DescriptionWriter.hpp"
+#include "Device/Description/DeviceDescription.hpp"
+#include "Device/IdentityItems.hpp"
+#include "Device/Items/ItemText.hpp"
+#include "Device/MachineRoot.hpp"
+#include "Device/Program/DeviceServerConfiguration.hpp"
+#include "Oxa/System/Commons/XmlException.hpp"
+
+#include <cstdlib>
+#include <memory>
+
+namespace Oxa::Device::Program
+{
+
+namespace
+{
+
+using Linux::MachineRoot;
+using Linux::Description::DeviceDescription;
+
+MachineRoot GetRoot(const DeviceCommandLine& commandLine)
+{
+    return MachineRoot(commandLine.rootFolder.empty() ? "/" : commandLine.rootFolder);
+}
+
+BasicString FindDescription(const DeviceCommandLine& commandLine)
+{
+    if (!commandLine.descriptionPath.empty())
+    {
+        return commandLine.descriptionPath;
+    }
+    const auto configuration = LoadDeviceServerConfiguration(commandLine.configurationPath);
+    if (configuration.components.empty() || configuration.components.front().settingsPath.empty())
+    {
+        throw System::Commons::XmlException::Create("'{0}' names no description; give one with --description",
+                                                    commandLine.configurationPath);
+    }
+    return configuration.components.front().settingsPath;
+}
+
+} // namespace
+
+int CheckDescription(const DeviceCommandLine& commandLine, std::ostream& output)
+{
+    const auto mistakes = Linux::Description::CheckDescription(commandLine.descriptionPath);
+    for (const BasicString& mistake : mistakes)
+    {
+        output << mistake << '\n';
+    }
+    if (mistakes.empty())
+    {
+        output << commandLine.descriptionPath << " is in order\n";
+    }
+    return mistakes.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+void DescribeMachine(const DeviceCommandLine& commandLine, std::ostream& output)
+{
+    output << Linux::Description::WriteDescription(GetRoot(commandLine));
+}
+
+int ReadItems(const DeviceCommandLine& commandLine, std::ostream& output)
+{
+    const auto description = DeviceDescription::Load(FindDescription(commandLine));
+    const MachineRoot root = GetRoot(commandLine);
+    Linux::Description::DescribedMachine machine(root);
+    const auto items = description.MakeItems(machine);
+    const auto bootIdentity = std::make_shared<Linux::BootIdentity>(root.Resolve("/proc/sys/kernel/random/boot_id"));
+    Linux::AddIdentityItems(*items, bootIdentity, description.GetContent().files);
+    bool hasAll = true;
+    for (const BasicString& key : commandLine.keys)
+    {
+        const auto value = items->Read(key);
+        hasAll = hasAll && value.GetType() != System::Rsc::RscType::NotSet;
+        output << Linux::Items::FormatItem(key, value) << '\n';
+    }
+    return hasAll ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+} // namespace Oxa::Device::Program
