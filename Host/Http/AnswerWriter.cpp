@@ -85,7 +85,9 @@ std::string_view GetReasonPhrase(unsigned status) noexcept
                                                                  {417, "Expectation Failed"},
                                                                  {431, "Request Header Fields Too Large"},
                                                                  {500, "Internal Server Error"},
-                                                                 {503, "Service Unavailable"}};
+                                                                 {502, "Bad Gateway"},
+                                                                 {503, "Service Unavailable"},
+                                                                 {504, "Gateway Timeout"}};
     for (const auto& [number, phrase] : phrases)
     {
         if (number == status)

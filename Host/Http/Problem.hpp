@@ -49,12 +49,22 @@ inline constexpr Problem unknownExpectation{417, "unknown-expectation",
 inline constexpr Problem headerTooLarge{431, "header-too-large", "The header has more than 8192 bytes."};
 inline constexpr Problem internalError{
     500, "internal-error", "The request could not be carried out. The log tells more under the request id."};
+inline constexpr Problem badServiceAnswer{502, "bad-service-answer",
+                                          "A service of the device gave an answer that makes no sense."};
 inline constexpr Problem notAvailable{503, "not-available", "The data provider is not available at the moment."};
 inline constexpr Problem serviceNotAvailable{503, "service-not-available",
                                              "A service of the device is not available at the moment."};
+inline constexpr Problem serviceLost{503, "service-lost",
+                                     "A service of the device went away before it answered; it may have carried the "
+                                     "request out."};
+inline constexpr Problem serviceRefused{503, "service-refused",
+                                        "A service of the device does not take requests of this server now."};
 inline constexpr Problem tooManyRequests{503, "too-many-requests", "Too many requests are waiting."};
 inline constexpr Problem tooManyConnections{503, "too-many-connections", "Too many connections are open."};
 inline constexpr Problem notReady{503, "not-ready", "Not everything that is configured is up."};
+inline constexpr Problem serviceTimeout{504, "service-timeout",
+                                        "A service of the device did not answer in time; it may still carry the "
+                                        "request out."};
 
 } // namespace Problems
 

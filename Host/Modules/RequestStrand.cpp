@@ -14,7 +14,30 @@ namespace Oxa::Host::Modules
 using Http::Handling;
 using Http::IHttpExchange;
 using System::Commons::Diagnostics::Logging::LogLevel;
+using System::Rsc::RscFault;
 using System::Rsc::RscServiceException;
+
+namespace
+{
+
+const Http::Problem& GetProblem(RscFault fault) noexcept
+{
+    switch (fault)
+    {
+    case RscFault::TimedOut:
+        return Http::Problems::serviceTimeout;
+    case RscFault::ConnectionLost:
+        return Http::Problems::serviceLost;
+    case RscFault::BadAnswer:
+        return Http::Problems::badServiceAnswer;
+    case RscFault::Refused:
+        return Http::Problems::serviceRefused;
+    default:
+        return Http::Problems::serviceNotAvailable;
+    }
+}
+
+} // namespace
 
 RequestStrand::RequestStrand(Threads::EventLoop& loop, BasicString name, std::size_t maximumWaiting)
     : loop(loop), name(std::move(name)), maximumWaiting(maximumWaiting)
@@ -40,7 +63,7 @@ Handling RequestStrand::Enqueue(const std::shared_ptr<IHttpExchange>& exchange, 
         std::unique_lock lock(mutex);
         if (isClosed || waiting.size() >= maximumWaiting)
         {
-            const auto& problem = isClosed ? Http::Problems::notAvailable : Http::Problems::tooManyRequests;
+            const auto& problem = isClosed ? Http::Problems::serviceNotAvailable : Http::Problems::tooManyRequests;
             lock.unlock();
             Http::SendProblem(*exchange, problem);
             return Handling::Answered;
@@ -126,7 +149,7 @@ void RequestStrand::ExecuteOrAnswerFault(IHttpExchange& exchange, void (*invoke)
     catch (const RscServiceException& exception)
     {
         Log(LogLevel::Warning, "{0}: {1}", name, exception.what());
-        Http::SendProblem(exchange, Http::Problems::serviceNotAvailable);
+        Http::SendProblem(exchange, GetProblem(exception.GetFault()));
     }
     catch (const std::exception& exception)
     {
@@ -159,7 +182,7 @@ void RequestStrand::Close()
         boost::asio::post(loop.GetContext(),
                           [exchange = std::move(each.first)]
                           {
-                              Http::SendProblem(*exchange, Http::Problems::notAvailable);
+                              Http::SendProblem(*exchange, Http::Problems::serviceNotAvailable);
                               exchange->Resume();
                           });
     }

@@ -19,9 +19,9 @@ namespace Oxa::Host::Modules
 {
 
 /// Runs tasks that call foreign code and answer a request, never two at the same time. A task that finds the strand
-/// idle runs at once on the calling thread; others wait, up to a bound. What a task throws becomes a problem: 503 when
-/// a service is away, else 500 with a request id under which the cause is logged once. Threads: safe from any thread of
-/// the event loop; `Close` from any.
+/// idle runs at once on the calling thread; others wait, up to a bound. What a task throws is logged once and becomes a
+/// problem: 502, 503 or 504 for a fault of the remote service call layer, else 500 with a request id, which the log
+/// names as well. Threads: safe from any thread of the event loop; `Close` from any.
 class RequestStrand final : public std::enable_shared_from_this<RequestStrand>,
                             private System::Commons::Diagnostics::Logging::Loggable<RequestStrand>
 {

@@ -9,12 +9,15 @@
 #include <future>
 #include <stdexcept>
 #include <thread>
+#include <tuple>
 
 namespace Oxa::Host::Modules
 {
 
 using Http::Handling;
 using Http::IHttpExchange;
+using System::Rsc::RscFault;
+using System::Rsc::RscServiceException;
 using Tests::Support::FakeExchange;
 
 namespace
@@ -79,11 +82,25 @@ TEST_F(Strands, TurnWhatATaskThrowsIntoAnAnswerWithoutItsText)
     EXPECT_THAT(log.GetEntries()[0].message, testing::HasSubstr("inner secret"));
 
     EXPECT_EQ(Ask([](IHttpExchange&) { throw 1; })->status, 500U);
-    const auto away =
-        Ask([](IHttpExchange&)
-            { throw System::Rsc::RscServiceException::Create(System::Rsc::RscFault::NotAvailable, "away"); });
-    EXPECT_EQ(away->status, 503U);
     EXPECT_EQ(Ask(Answer)->status, 200U) << "the strand goes on";
+}
+
+TEST_F(Strands, TellFaultsOfServicesApartAndLogEachOnce)
+{
+    const std::tuple<RscFault, unsigned, const char*> cases[] = {
+        {RscFault::NotAvailable, 503, "\"service-not-available\""},
+        {RscFault::TimedOut, 504, "\"service-timeout\""},
+        {RscFault::ConnectionLost, 503, "\"service-lost\""},
+        {RscFault::BadAnswer, 502, "\"bad-service-answer\""},
+        {RscFault::Refused, 503, "\"service-refused\""}};
+    for (const auto& [fault, status, code] : cases)
+    {
+        const auto exchange = Ask([&](IHttpExchange&) { throw RscServiceException::Create(fault, "of {0}", status); });
+        EXPECT_EQ(exchange->status, status) << code;
+        EXPECT_THAT(exchange->body, testing::HasSubstr(code));
+    }
+    ASSERT_EQ(log.GetEntries().size(), std::size(cases));
+    EXPECT_EQ(log.GetEntries()[1].message, "Dp: of 504");
 }
 
 TEST_F(Strands, GoOnWhenNotEvenTheFaultCanBeAnswered)
