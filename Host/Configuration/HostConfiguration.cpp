@@ -24,12 +24,17 @@ using System::Commons::Diagnostics::Logging::ParseLogLevel;
 using System::Commons::Xml::XmlElementReader;
 using System::Commons::Xml::XmlReader;
 using System::Commons::Xml::XmlSerializationContext;
+using System::Rsc::RscEndpointConfiguration;
 
 namespace
 {
 
 constexpr std::chrono::seconds longestTimeout{3600};
 constexpr std::chrono::seconds longestSession{30 * 24 * 3600};
+constexpr std::size_t shortestDeadlineMilliseconds = 10;
+constexpr std::size_t longestDeadlineMilliseconds = 60'000;
+/// What the address of a Unix socket has room for.
+constexpr std::size_t longestSocketPath = 107;
 
 LogLevel ReadLogLevel(const XmlElementReader& element, LogLevel fallback)
 {
@@ -64,6 +69,62 @@ LogConfiguration::Target ReadLogTarget(const XmlElementReader& element)
         element.ThrowBadValue("target", text, "console, syslog or file");
     }
     return LogConfiguration::Target::File;
+}
+
+void ReadDeadline(const XmlElementReader& element, std::string_view attributeName, std::chrono::milliseconds& value)
+{
+    auto count = static_cast<std::size_t>(value.count());
+    element.Read(attributeName, count, shortestDeadlineMilliseconds, longestDeadlineMilliseconds);
+    value = std::chrono::milliseconds(count);
+}
+
+/// A well-known name of D-Bus.
+bool IsBusName(std::string_view name)
+{
+    constexpr std::string_view allowed = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.";
+    return name.size() < 256 && name.find_first_not_of(allowed) == std::string_view::npos &&
+           name.find('.') != std::string_view::npos && name.find("..") == std::string_view::npos &&
+           name.front() != '.' && name.back() != '.';
+}
+
+void CheckSocket(const XmlElementReader& element, const RscEndpointConfiguration& endpoint)
+{
+    if (endpoint.socketPath.front() != '/' || endpoint.socketPath.size() > longestSocketPath)
+    {
+        element.ThrowBadValue("socket", endpoint.socketPath, "an absolute path of at most 107 bytes");
+    }
+}
+
+void ReadBusName(const XmlElementReader& element, RscEndpointConfiguration& endpoint)
+{
+    const BasicString& bus = endpoint.busAddress;
+    if (bus != "system" && bus != "session" && bus.find(':') == BasicString::npos)
+    {
+        element.ThrowBadValue("bus", bus, "system, session or an address such as unix:path=/run/bus");
+    }
+    element.ReadRequired("busName", endpoint.busName);
+    if (!IsBusName(endpoint.busName))
+    {
+        element.ThrowBadValue("busName", endpoint.busName, "a name such as com.example.Device");
+    }
+}
+
+/// At a socket or on a bus.
+void ReadPlace(const XmlElementReader& element, RscEndpointConfiguration& endpoint)
+{
+    element.Read("socket", endpoint.socketPath);
+    element.Read("bus", endpoint.busAddress);
+    if (endpoint.socketPath.empty() == endpoint.busAddress.empty())
+    {
+        element.ThrowBadValue("socket", endpoint.socketPath, "either a socket or a bus");
+    }
+    if (endpoint.socketPath.empty())
+    {
+        ReadBusName(element, endpoint);
+        return;
+    }
+    element.RequireOnly({"name", "socket", "readMilliseconds", "commandMilliseconds"});
+    CheckSocket(element, endpoint);
 }
 
 /// Fills a configuration from the document element's children.
@@ -112,6 +173,8 @@ private:
             {"Users", &ConfigurationDocument::ReadUsers},
             {"Sessions", &ConfigurationDocument::ReadSessions},
             {"Requests", &ConfigurationDocument::ReadRequests},
+            {"Services", &ConfigurationDocument::ReadList},
+            {"Services/Provider", &ConfigurationDocument::ReadServiceProvider},
             {"Components", &ConfigurationDocument::ReadList},
             {"Components/Component", &ConfigurationDocument::ReadComponent},
             {"Modules", &ConfigurationDocument::ReadList},
@@ -205,6 +268,23 @@ private:
     void ReadList(const XmlElementReader& element)
     {
         element.RequireOnly({});
+    }
+
+    void ReadServiceProvider(const XmlElementReader& element)
+    {
+        element.RequireOnly({"name", "socket", "bus", "busName", "readMilliseconds", "commandMilliseconds"});
+        RscEndpointConfiguration endpoint;
+        element.ReadRequired("name", endpoint.providerName);
+        ReadPlace(element, endpoint);
+        ReadDeadline(element, "readMilliseconds", endpoint.readTimeout);
+        ReadDeadline(element, "commandMilliseconds", endpoint.commandTimeout);
+        auto& endpoints = configuration.serviceEndpoints;
+        if (std::any_of(endpoints.begin(), endpoints.end(),
+                        [&endpoint](const auto& each) { return each.providerName == endpoint.providerName; }))
+        {
+            element.ThrowBadValue("name", endpoint.providerName, "a name that is not taken");
+        }
+        endpoints.push_back(std::move(endpoint));
     }
 
     void ReadComponent(const XmlElementReader& element)

@@ -3,6 +3,7 @@
 #include "Oxa/System/Acf/ComponentConfiguration.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogConfiguration.hpp"
 #include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Rsc/RscEndpointConfiguration.hpp"
 
 #include <chrono>
 #include <cstddef>
@@ -63,6 +64,8 @@ struct HostConfiguration
     BasicString usersDatabasePath;
     /// So many requests wait for one data provider.
     std::size_t maximumWaitingRequests = 16;
+    /// Where the services are that no component of this process provides.
+    std::vector<System::Rsc::RscEndpointConfiguration> serviceEndpoints;
     std::vector<System::Acf::ComponentConfiguration> components;
     std::vector<ModuleConfiguration> modules;
 };
