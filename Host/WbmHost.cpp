@@ -1,5 +1,6 @@
 #include "Host/WbmHost.hpp"
 
+#include "Host/Modules/ServiceListener.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationService.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationServiceProxyFactory.hpp"
@@ -38,14 +39,26 @@ WbmHost::AuthorizationProvider::~AuthorizationProvider()
     ServiceManager::UnregisterService(AuthorizationServiceProxyFactory::GetInstance());
 }
 
+WbmHost::ServiceEndpoints::ServiceEndpoints(const std::vector<System::Rsc::RscEndpointConfiguration>& configurations)
+{
+    ServiceManager::SetEndpoints(configurations);
+}
+
+WbmHost::ServiceEndpoints::~ServiceEndpoints()
+{
+    ServiceManager::ResetEndpoints();
+}
+
 WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
                  System::Um::UserManager& users)
     : configuration(configuration),
       auditLog(notifications),
+      serviceEndpoints(configuration.serviceEndpoints),
       authorizationProvider(users),
       components(appDomain),
       registry(loop, configuration),
-      modules(appDomain, registry, notifications),
+      renewer(loop, notifications),
+      modules(appDomain, registry, renewer, notifications),
       pageQuestions(std::make_shared<Modules::RequestStrand>(loop, "the pages", configuration.maximumWaitingRequests)),
       bootQuestions(
           std::make_shared<Modules::RequestStrand>(loop, "the boot id", configuration.maximumWaitingRequests)),
@@ -56,7 +69,7 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       dispatcher(registry, notifications),
       pages(registry, *pageQuestions),
       boot(*bootQuestions),
-      readiness(registry, *readinessQuestions),
+      readiness(modules, registry, *readinessQuestions),
       router({sessions, sessionRoute, dispatcher, pages, boot, readiness}),
       server(loop.GetContext(), configuration.http, router),
       signals(loop.GetContext(), SIGTERM, SIGINT),
@@ -72,18 +85,26 @@ WbmHost::~WbmHost()
 void WbmHost::Run(const std::function<void(uint16)>& ready)
 {
     StartComponents();
-    modules.StartAll(configuration.modules);
-    readiness.SetFailed(GetFailedComponents(), modules.GetFailedModules());
-    server.Listen();
-    WaitForSignal();
-    notifications.Publish({{}, NotificationKind::HostStarted, notificationSource, {}, "started", {}});
-    ready(server.GetPort());
-    // One for every strand and for the check of sessions, which may all hang, and one that goes on.
-    loop.Run(static_cast<unsigned>(registry.CountDataProviders()) + hostQuestions + 2);
+    Serve(ready);
     watchdog.Start(configuration.http.shutdownTimeout);
     modules.StopAll();
     components.StopAll();
     notifications.Publish({{}, NotificationKind::HostStopped, notificationSource, {}, "stopped", {}});
+}
+
+void WbmHost::Serve(const std::function<void(uint16)>& ready)
+{
+    // Not longer: that services go at the end is no loss.
+    const Modules::ServiceListener listener(renewer);
+    modules.StartAll(configuration.modules);
+    readiness.SetFailedComponents(GetFailedComponents());
+    server.Listen();
+    WaitForSignal();
+    notifications.Publish({{}, NotificationKind::HostStarted, notificationSource, {}, "started", {}});
+    ready(server.GetPort());
+    // One for every strand, every set-up of a module and the check of sessions, which may all hang, and one that goes
+    // on.
+    loop.Run(static_cast<unsigned>(registry.CountDataProviders() + modules.CountModules()) + hostQuestions + 2);
 }
 
 void WbmHost::StartComponents()
@@ -122,7 +143,13 @@ void WbmHost::BeginShutdown()
 {
     // A second signal then ends the process at once, as it does by default.
     signals.clear();
-    server.Stop([this] { loop.Stop(); });
+    server.Stop(
+        [this]
+        {
+            // A module that is being set up again may hang as well.
+            watchdog.Start(configuration.http.shutdownTimeout);
+            loop.Stop();
+        });
     shutdownTimer.expires_after(configuration.http.shutdownTimeout);
     shutdownTimer.async_wait(
         [this](const boost::system::error_code& error)

@@ -6,6 +6,7 @@
 #include "Host/Modules/Dispatcher.hpp"
 #include "Host/Modules/ModuleManager.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
+#include "Host/Modules/ModuleRenewer.hpp"
 #include "Host/Modules/PagesRoute.hpp"
 #include "Host/Modules/RequestStrand.hpp"
 #include "Host/Sessions/AuditLog.hpp"
@@ -24,6 +25,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace Oxa::System::Commons
 {
@@ -66,7 +68,18 @@ private:
         ~AuthorizationProvider();
     };
 
+    /// Tells this process where the services of others are, as long as it lives.
+    class ServiceEndpoints final
+    {
+    public:
+        explicit ServiceEndpoints(const std::vector<System::Rsc::RscEndpointConfiguration>& configurations);
+        ServiceEndpoints(const ServiceEndpoints&) = delete;
+        ServiceEndpoints& operator=(const ServiceEndpoints&) = delete;
+        ~ServiceEndpoints();
+    };
+
     void StartComponents();
+    void Serve(const std::function<void(uint16)>& ready);
     [[nodiscard]] std::vector<BasicString> GetFailedComponents() const;
     void WaitForSignal();
     void BeginShutdown();
@@ -77,10 +90,12 @@ private:
     Threads::Watchdog watchdog{"a module or a component does not stop: ending without it"};
     System::Nm::NotificationManager notifications;
     Sessions::AuditLog auditLog;
+    ServiceEndpoints serviceEndpoints;
     AuthorizationProvider authorizationProvider;
     System::Acf::ComponentManager components;
     Threads::EventLoop loop;
     Modules::ModuleRegistry registry;
+    Modules::ModuleRenewer renewer;
     Modules::ModuleManager modules;
     /// For questions of the host's own routes to modules and services: one that hangs holds up its own route only.
     std::shared_ptr<Modules::RequestStrand> pageQuestions;

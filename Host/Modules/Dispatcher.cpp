@@ -2,6 +2,7 @@
 
 #include "Host/Http/IHttpExchange.hpp"
 #include "Host/Http/Problem.hpp"
+#include "Host/Modules/ModuleGate.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
@@ -29,6 +30,16 @@ namespace
 bool IsAllowed(HttpMethod method, const DataProvider& provider) noexcept
 {
     return method == HttpMethod::Post || (provider.isSafe && Http::IsRead(method));
+}
+
+/// Null: the module may be called. Not for long, outside a visit.
+const Http::Problem* FindAbsence(const DataProvider& provider) noexcept
+{
+    if (!provider.gate->IsOpen())
+    {
+        return &Http::Problems::serviceNotAvailable;
+    }
+    return provider.isWithdrawn ? &Http::Problems::notAvailable : nullptr;
 }
 
 /// At most 64 bytes of the text, whole UTF-8 characters: a log is no place for whatever somebody sends.
@@ -64,12 +75,23 @@ Handling Dispatcher::Handle(const std::shared_ptr<IHttpExchange>& exchange, Prov
         Http::SendMethodNotAllowed(*exchange, provider->isSafe ? "GET, HEAD, POST" : "POST");
         return Handling::Answered;
     }
+    if (const Http::Problem* const absence = FindAbsence(*provider))
+    {
+        Http::SendProblem(*exchange, *absence);
+        return Handling::Answered;
+    }
     return provider->strand->Run(exchange, [this, provider, request = std::move(request)](IHttpExchange& each)
                                  { Answer(each, *provider, request); });
 }
 
 void Dispatcher::Answer(IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const
 {
+    const ModuleGate::Visit visit(*provider.gate);
+    if (!visit)
+    {
+        Http::SendProblem(exchange, Http::Problems::serviceNotAvailable);
+        return;
+    }
     if (const Http::Problem* const obstacle = FindObstacle(provider, request))
     {
         if (!provider.isSafe && obstacle->status == 403)

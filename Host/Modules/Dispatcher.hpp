@@ -40,7 +40,7 @@ struct ProviderRequest
 };
 
 /// Brings requests to the data providers and their answers back. In this order: unknown provider 404, method 405,
-/// provider away 503, no permission 403, unknown request 404, then the module's own answer.
+/// module's gate closed or provider away 503, no permission 403, unknown request 404, then the module's own answer.
 /// Requests by other methods than GET and HEAD to a provider that is not safe are commands, and published as such.
 /// Threads: the event loop's.
 class Dispatcher final

@@ -10,8 +10,7 @@ using Services::Commons::Wbm::Modules::IWbmModule;
 using WbmModuleLibrary = System::Commons::Extensibility::ModuleLibraryBase<IWbmModule>;
 using EntryFunction = WbmModuleLibrary&(System::Commons::AppDomain&);
 
-LoadedModule::LoadedModule(const Configuration::ModuleConfiguration& configuration,
-                           Services::Commons::Wbm::Modules::IWbmModuleHandler& registry)
+LoadedModule::LoadedModule(const Configuration::ModuleConfiguration& configuration, ModuleRegistry& registry)
     : configuration(configuration), library(configuration.libraryPath), registrations(registry)
 {
 }

@@ -23,8 +23,7 @@ class LoadedModule final
 public:
     /// Loads the library. Throws InvalidOperationException when that cannot be done. `registry` is borrowed: what the
     /// module registers goes there.
-    LoadedModule(const Configuration::ModuleConfiguration& configuration,
-                 Services::Commons::Wbm::Modules::IWbmModuleHandler& registry);
+    LoadedModule(const Configuration::ModuleConfiguration& configuration, ModuleRegistry& registry);
 
     /// Creates the module. Throws InvalidOperationException when the library has no entry function or no such module,
     /// and passes on what the library throws: that may be of a type whose code goes with this object.

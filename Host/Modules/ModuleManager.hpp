@@ -1,34 +1,28 @@
 #pragma once
 
 #include "Host/Configuration/HostConfiguration.hpp"
-#include "Host/Modules/LoadedModule.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Host/Modules/ManagedModule.hpp"
+#include "Host/Modules/ModuleBorder.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <cstddef>
 #include <memory>
 #include <vector>
-
-namespace Oxa::System::Nm
-{
-class NotificationManager;
-}
-
-namespace Oxa::Services::Commons::Wbm::Modules
-{
-class IWbmModuleHandler;
-}
 
 namespace Oxa::Host::Modules
 {
 
-/// Takes the configured modules through their life. A module that fails, in whatever way, is logged once with its
-/// library and the cause and left out; the others go on.
-/// Owned by the host's main part. Threads: one at a time.
-class ModuleManager final : private System::Commons::Diagnostics::Logging::Loggable<ModuleManager>
+class ModuleRegistry;
+class ModuleRenewer;
+
+/// Takes the configured modules through their life. A module that fails, in whatever way, is logged with its library
+/// and the cause and left out; the others go on.
+/// Owned by the host's main part. Threads: one at a time, except for `GetFailedModules`.
+class ModuleManager final
 {
 public:
     /// Everything is borrowed. `registry` must outlive this object.
-    ModuleManager(System::Commons::AppDomain& appDomain, Services::Commons::Wbm::Modules::IWbmModuleHandler& registry,
+    ModuleManager(System::Commons::AppDomain& appDomain, ModuleRegistry& registry, ModuleRenewer& renewer,
                   System::Nm::NotificationManager& notifications);
     ModuleManager(const ModuleManager&) = delete;
     ModuleManager& operator=(const ModuleManager&) = delete;
@@ -36,34 +30,31 @@ public:
     /// As `StopAll`.
     ~ModuleManager();
 
-    /// Creates, sets up and starts the modules in the order of the configuration. Throws XmlException when the settings
-    /// of a module cannot be read; that module is reset and gone by then, the ones before it go on until `StopAll`.
+    /// Creates, sets up and starts the modules in the order of the configuration; from then on the renewer sets them up
+    /// again when that is due. Throws XmlException when the settings of a module cannot be read; that module is reset
+    /// and gone by then, the ones before it go on until `StopAll`.
     void StartAll(const std::vector<Configuration::ModuleConfiguration>& configurations);
 
-    /// Stops, resets and destroys the modules and unloads their libraries, each in the reverse order.
+    /// Stops, resets and destroys the modules and unloads their libraries, each in the reverse order. Requires: the
+    /// renewer does nothing any more.
     void StopAll() noexcept;
 
-    /// The names of those that were left out.
-    [[nodiscard]] const std::vector<BasicString>& GetFailedModules() const noexcept
-    {
-        return failedModules;
-    }
+    /// The names of those that are left out now. After `StartAll` from any thread.
+    [[nodiscard]] std::vector<BasicString> GetFailedModules() const;
+
+    /// Of those that can be set up again.
+    [[nodiscard]] std::size_t CountModules() const noexcept;
 
 private:
-    [[nodiscard]] std::unique_ptr<LoadedModule> TryLoad(const Configuration::ModuleConfiguration& configuration);
-    [[nodiscard]] bool TrySetup(LoadedModule& module);
-    void Stop(LoadedModule& module);
-    void AddFailure(const Configuration::ModuleConfiguration& configuration, const char* operation,
-                    const BasicString& cause);
-    template <class Operation>
-    [[nodiscard]] bool TryCall(const Configuration::ModuleConfiguration& configuration, const char* operation,
-                               const Operation& call);
+    [[nodiscard]] std::unique_ptr<ManagedModule> TryLoad(const Configuration::ModuleConfiguration& configuration);
 
     System::Commons::AppDomain& appDomain;
-    Services::Commons::Wbm::Modules::IWbmModuleHandler& registry;
-    System::Nm::NotificationManager& notifications;
-    std::vector<std::unique_ptr<LoadedModule>> modules;
-    std::vector<BasicString> failedModules;
+    ModuleRegistry& registry;
+    ModuleRenewer& renewer;
+    const ModuleBorder border;
+    std::vector<std::unique_ptr<ManagedModule>> modules;
+    /// Those that cannot even be created.
+    std::vector<BasicString> unusableModules;
 };
 
 } // namespace Oxa::Host::Modules

@@ -1,5 +1,8 @@
 #include "Host/Modules/ModuleRegistrations.hpp"
 
+#include "Host/Modules/ModuleGate.hpp"
+#include "Host/Modules/ModuleRegistry.hpp"
+
 #include <algorithm>
 #include <utility>
 
@@ -25,12 +28,19 @@ bool RemoveOne(std::vector<BasicString>& names, const BasicString& name)
 
 } // namespace
 
-ModuleRegistrations::ModuleRegistrations(Services::Commons::Wbm::Modules::IWbmModuleHandler& registry)
-    : registry(registry)
+ModuleRegistrations::ModuleRegistrations(ModuleRegistry& registry)
+    : registry(registry), gate(std::make_shared<ModuleGate>())
 {
 }
 
 ModuleRegistrations::~ModuleRegistrations()
+{
+    TakeBackAll();
+    // Nothing may be left that leads into the module's library.
+    registry.DropWithdrawn(*gate);
+}
+
+void ModuleRegistrations::TakeBackAll()
 {
     TakeBack(dataProviders, &ModuleRegistrations::UnregisterDataProvider);
     TakeBack(pages, &ModuleRegistrations::UnregisterPage);
@@ -41,7 +51,7 @@ bool ModuleRegistrations::RegisterPage(const PageInfo& pageInfo, PageHandler han
 {
     // Noted first: nothing may be registered that is not noted.
     pages.push_back(pageInfo.GetPageName());
-    const bool isRegistered = registry.RegisterPage(pageInfo, std::move(handler));
+    const bool isRegistered = registry.RegisterPage(pageInfo, std::move(handler), gate);
     if (!isRegistered)
     {
         pages.pop_back();
@@ -60,7 +70,7 @@ void ModuleRegistrations::UnregisterPage(const BasicString& pageName)
 bool ModuleRegistrations::RegisterDataProvider(const DataProviderInfo& dataProviderInfo, RequestHandler handler)
 {
     dataProviders.push_back(dataProviderInfo.GetDataProviderName());
-    const bool isRegistered = registry.RegisterDataProvider(dataProviderInfo, std::move(handler));
+    const bool isRegistered = registry.RegisterDataProvider(dataProviderInfo, std::move(handler), gate);
     if (!isRegistered)
     {
         dataProviders.pop_back();
@@ -79,14 +89,14 @@ void ModuleRegistrations::UnregisterDataProvider(const BasicString& dataProvider
 void ModuleRegistrations::RegisterSupportedLanguage(const BasicString& language)
 {
     languages.push_back(language);
-    registry.RegisterSupportedLanguage(language);
+    registry.RegisterSupportedLanguage(language, gate);
 }
 
 void ModuleRegistrations::UnregisterSupportedLanguage(const BasicString& language)
 {
     if (RemoveOne(languages, language))
     {
-        registry.UnregisterSupportedLanguage(language);
+        registry.UnregisterSupportedLanguage(language, gate);
     }
 }
 

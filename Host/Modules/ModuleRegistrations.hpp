@@ -10,9 +10,12 @@
 namespace Oxa::Host::Modules
 {
 
+class ModuleGate;
+class ModuleRegistry;
+
 /// The host as one module sees it: passes on what the module registers, lets it take back its own only, and takes back
 /// in the end what the module did not. Owned together with the module's library, which must outlive it.
-/// Threads: one at a time.
+/// Threads: one at a time; the gate is safe from any.
 class ModuleRegistrations final : public Services::Commons::Wbm::Modules::IWbmModuleHandler,
                                   private System::Commons::Diagnostics::Logging::Loggable<ModuleRegistrations>
 {
@@ -23,7 +26,7 @@ public:
     using RequestHandler = std::shared_ptr<Services::Commons::Wbm::Modules::WbmRequestHandlerBase>;
 
     /// `registry` is borrowed.
-    explicit ModuleRegistrations(Services::Commons::Wbm::Modules::IWbmModuleHandler& registry);
+    explicit ModuleRegistrations(ModuleRegistry& registry);
     ModuleRegistrations(const ModuleRegistrations&) = delete;
     ModuleRegistrations& operator=(const ModuleRegistrations&) = delete;
     ~ModuleRegistrations() override;
@@ -35,13 +38,23 @@ public:
     void RegisterSupportedLanguage(const BasicString& language) override;
     void UnregisterSupportedLanguage(const BasicString& language) override;
 
+    /// Takes back what the module has left registered, and logs that.
+    void TakeBackAll();
+
+    /// Through which the module is called.
+    [[nodiscard]] ModuleGate& GetGate() noexcept
+    {
+        return *gate;
+    }
+
 private:
     using Names = std::vector<BasicString>;
     using Unregister = void (ModuleRegistrations::*)(const BasicString& name);
 
     void TakeBack(const Names& names, Unregister unregister);
 
-    Services::Commons::Wbm::Modules::IWbmModuleHandler& registry;
+    ModuleRegistry& registry;
+    const std::shared_ptr<ModuleGate> gate;
     Names pages;
     Names dataProviders;
     Names languages;

@@ -1,9 +1,11 @@
 #include "Host/Modules/ModuleRegistry.hpp"
 
+#include "Host/Modules/ModuleGate.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmPageHandlerBase.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
 
 #include <algorithm>
+#include <utility>
 
 namespace Oxa::Host::Modules
 {
@@ -17,6 +19,26 @@ bool CanBeReached(std::string_view name)
     constexpr std::string_view reserved[] = {"session", "pages", "boot"};
     return !name.empty() && name.find_first_not_of(allowed) == std::string_view::npos &&
            std::find(std::begin(reserved), std::end(reserved), name) == std::end(reserved);
+}
+
+auto FindPage(std::vector<std::shared_ptr<const RegisteredPage>>& pages, const BasicString& name)
+{
+    return std::find_if(pages.begin(), pages.end(),
+                        [&name](const auto& page) { return page->info.GetPageName() == name; });
+}
+
+/// Whether a module may put another entry into the place of this one.
+template <class Entry>
+bool IsFree(const Entry& entry, const std::shared_ptr<ModuleGate>& gate)
+{
+    return entry.isWithdrawn && entry.gate == gate;
+}
+
+/// Does not call a module whose gate is closed.
+bool MayBeAsked(const DataProvider& provider)
+{
+    const ModuleGate::Visit visit(*provider.gate);
+    return visit && !provider.isWithdrawn && provider.handler->IsAvailable();
 }
 
 } // namespace
@@ -35,21 +57,37 @@ ModuleRegistry::ModuleRegistry(Threads::EventLoop& loop, const Configuration::Ho
 
 ModuleRegistry::~ModuleRegistry() = default;
 
-bool ModuleRegistry::RegisterDataProvider(const DataProviderInfo& dataProviderInfo, RequestHandler handler)
+bool ModuleRegistry::RegisterDataProvider(const DataProviderInfo& dataProviderInfo, RequestHandler handler,
+                                          const Gate& gate)
 {
     const BasicString& name = dataProviderInfo.GetDataProviderName();
     if (!handler || !CanBeReached(name))
     {
         return false;
     }
+    // What it replaces goes outside the lock.
+    std::shared_ptr<const DataProvider> provider = MakeDataProvider(name, std::move(handler), gate);
+    const std::lock_guard lock(mutex);
+    auto& place = dataProviders[name];
+    if (place && !IsFree(*place, gate))
+    {
+        return false;
+    }
+    place.swap(provider);
+    return true;
+}
+
+std::shared_ptr<DataProvider> ModuleRegistry::MakeDataProvider(const BasicString& name, RequestHandler handler,
+                                                               const Gate& gate) const
+{
     const auto found = expected.find(name);
     auto provider = std::make_shared<DataProvider>();
     provider->name = name;
     provider->handler = std::move(handler);
     provider->strand = std::make_shared<RequestStrand>(loop, name, maximumWaiting);
+    provider->gate = gate;
     provider->isSafe = found != expected.end() && found->second;
-    const std::lock_guard lock(mutex);
-    return dataProviders.emplace(name, std::move(provider)).second;
+    return provider;
 }
 
 void ModuleRegistry::UnregisterDataProvider(const BasicString& dataProviderName)
@@ -62,50 +100,104 @@ void ModuleRegistry::UnregisterDataProvider(const BasicString& dataProviderName)
         {
             return;
         }
-        provider = std::move(found->second);
-        dataProviders.erase(found);
+        provider = found->second;
+        provider->isWithdrawn = true;
+        if (provider->gate->IsOpen())
+        {
+            dataProviders.erase(found);
+        }
     }
     provider->strand->Close();
 }
 
-bool ModuleRegistry::RegisterPage(const PageInfo& pageInfo, PageHandler handler)
+bool ModuleRegistry::RegisterPage(const PageInfo& pageInfo, PageHandler handler, const Gate& gate)
 {
+    // What it replaces goes outside the lock.
+    std::shared_ptr<const RegisteredPage> page;
     const std::lock_guard lock(mutex);
-    const bool isTaken =
-        std::any_of(pages.begin(), pages.end(),
-                    [&pageInfo](const Page& page) { return page.first.GetPageName() == pageInfo.GetPageName(); });
-    if (isTaken || !handler)
+    const auto found = FindPage(pages, pageInfo.GetPageName());
+    if (!handler || (found != pages.end() && !IsFree(**found, gate)))
     {
         return false;
     }
-    pages.emplace_back(pageInfo, std::move(handler));
+    page = std::make_shared<RegisteredPage>(pageInfo, std::move(handler), gate);
+    if (found == pages.end())
+    {
+        pages.push_back(page);
+    }
+    else
+    {
+        found->swap(page);
+    }
     return true;
 }
 
 void ModuleRegistry::UnregisterPage(const BasicString& pageName)
 {
-    std::vector<Page> removed;
+    // Destroyed outside the lock.
+    std::shared_ptr<const RegisteredPage> page;
     const std::lock_guard lock(mutex);
-    const auto end = std::stable_partition(
-        pages.begin(), pages.end(), [&pageName](const Page& page) { return page.first.GetPageName() != pageName; });
-    removed.assign(end, pages.end());
-    pages.erase(end, pages.end());
+    const auto found = FindPage(pages, pageName);
+    if (found == pages.end())
+    {
+        return;
+    }
+    page = *found;
+    page->isWithdrawn = true;
+    if (page->gate->IsOpen())
+    {
+        pages.erase(found);
+    }
 }
 
-void ModuleRegistry::RegisterSupportedLanguage(const BasicString& language)
+void ModuleRegistry::RegisterSupportedLanguage(const BasicString& language, const Gate& gate)
 {
     const std::lock_guard lock(mutex);
-    languages.push_back(language);
+    const auto found = std::find_if(languages.begin(), languages.end(),
+                                    [&language, &gate](const Language& each)
+                                    { return each.isWithdrawn && each.name == language && each.gate == gate; });
+    if (found == languages.end())
+    {
+        languages.push_back({language, gate});
+    }
+    else
+    {
+        found->isWithdrawn = false;
+    }
 }
 
-void ModuleRegistry::UnregisterSupportedLanguage(const BasicString& language)
+void ModuleRegistry::UnregisterSupportedLanguage(const BasicString& language, const Gate& gate)
 {
     const std::lock_guard lock(mutex);
-    const auto found = std::find(languages.begin(), languages.end(), language);
-    if (found != languages.end())
+    const auto found = std::find_if(languages.begin(), languages.end(),
+                                    [&language, &gate](const Language& each)
+                                    { return !each.isWithdrawn && each.name == language && each.gate == gate; });
+    if (found == languages.end())
+    {
+        return;
+    }
+    found->isWithdrawn = true;
+    if (gate->IsOpen())
     {
         languages.erase(found);
     }
+}
+
+void ModuleRegistry::DropWithdrawn(const ModuleGate& gate)
+{
+    // Handlers go outside the lock.
+    decltype(dataProviders) oldDataProviders;
+    decltype(pages) oldPages;
+    const auto isDropped = [&gate](const auto& each)
+    {
+        return each.gate.get() == &gate && each.isWithdrawn;
+    };
+    const std::lock_guard lock(mutex);
+    oldDataProviders = dataProviders;
+    oldPages = pages;
+    std::erase_if(dataProviders, [&isDropped](const auto& each) { return isDropped(*each.second); });
+    std::erase_if(pages, [&isDropped](const auto& each) { return isDropped(*each); });
+    std::erase_if(languages, isDropped);
 }
 
 std::shared_ptr<const DataProvider> ModuleRegistry::FindDataProvider(std::string_view name) const
@@ -118,7 +210,9 @@ std::shared_ptr<const DataProvider> ModuleRegistry::FindDataProvider(std::string
 std::size_t ModuleRegistry::CountDataProviders() const
 {
     const std::lock_guard lock(mutex);
-    return dataProviders.size();
+    return static_cast<std::size_t>(std::count_if(dataProviders.begin(), dataProviders.end(),
+                                                  [this](const auto& each) { return !IsExpected(each.first); })) +
+           expected.size();
 }
 
 bool ModuleRegistry::IsExpected(std::string_view name) const
@@ -143,7 +237,7 @@ std::vector<BasicString> ModuleRegistry::FindUnavailableDataProviders() const
     std::vector<BasicString> names;
     for (const auto& [name, provider] : asked)
     {
-        if (!provider || !provider->handler->IsAvailable())
+        if (!provider || !MayBeAsked(*provider))
         {
             names.push_back(name);
         }
@@ -151,7 +245,36 @@ std::vector<BasicString> ModuleRegistry::FindUnavailableDataProviders() const
     return names;
 }
 
-std::vector<ModuleRegistry::Page> ModuleRegistry::GetPages() const
+bool ModuleRegistry::IsAvailable(const ModuleGate& gate) const
+{
+    std::vector<RequestHandler> requestHandlers;
+    std::vector<PageHandler> pageHandlers;
+    {
+        const std::lock_guard lock(mutex);
+        for (const auto& [name, provider] : dataProviders)
+        {
+            if (provider->gate.get() == &gate && !provider->isWithdrawn)
+            {
+                requestHandlers.push_back(provider->handler);
+            }
+        }
+        for (const auto& page : pages)
+        {
+            if (page->gate.get() == &gate && !page->isWithdrawn)
+            {
+                pageHandlers.push_back(page->handler);
+            }
+        }
+    }
+    const auto isAvailable = [](const auto& handler)
+    {
+        return handler->IsAvailable();
+    };
+    return std::all_of(requestHandlers.begin(), requestHandlers.end(), isAvailable) &&
+           std::all_of(pageHandlers.begin(), pageHandlers.end(), isAvailable);
+}
+
+std::vector<std::shared_ptr<const RegisteredPage>> ModuleRegistry::GetPages() const
 {
     const std::lock_guard lock(mutex);
     return pages;
@@ -161,11 +284,11 @@ std::vector<BasicString> ModuleRegistry::GetSupportedLanguages() const
 {
     std::vector<BasicString> result;
     const std::lock_guard lock(mutex);
-    for (const BasicString& language : languages)
+    for (const Language& language : languages)
     {
-        if (std::find(result.begin(), result.end(), language) == result.end())
+        if (std::find(result.begin(), result.end(), language.name) == result.end())
         {
-            result.push_back(language);
+            result.push_back(language.name);
         }
     }
     return result;

@@ -2,9 +2,9 @@
 
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Modules/DataProvider.hpp"
+#include "Host/Modules/RegisteredPage.hpp"
 #include "Host/Threads/EventLoop.hpp"
-#include "Oxa/Services/Commons/Wbm/Modules/IWbmModuleHandler.hpp"
-#include "Oxa/Services/Commons/Wbm/Modules/Registration/PageInfo.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/Registration/DataProviderInfo.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <functional>
@@ -12,39 +12,47 @@
 #include <memory>
 #include <mutex>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace Oxa::Host::Modules
 {
 
-/// What the modules have registered. Safe from any thread; no module is called under its lock.
-class ModuleRegistry final : public Services::Commons::Wbm::Modules::IWbmModuleHandler
+/// What the modules have registered, each by its gate. What a module takes back while its gate is closed, because it is
+/// being set up again, is kept until `DropWithdrawn`, but not called: it is away rather than unknown, and its name
+/// stays the module's. Safe from any thread; no module is called under its lock.
+class ModuleRegistry final
 {
 public:
+    using Gate = std::shared_ptr<ModuleGate>;
     using PageInfo = Services::Commons::Wbm::Modules::Registration::PageInfo;
     using DataProviderInfo = Services::Commons::Wbm::Modules::Registration::DataProviderInfo;
     using PageHandler = std::shared_ptr<Services::Commons::Wbm::Modules::WbmPageHandlerBase>;
     using RequestHandler = std::shared_ptr<Services::Commons::Wbm::Modules::WbmRequestHandlerBase>;
-    using Page = std::pair<PageInfo, PageHandler>;
 
     ModuleRegistry(Threads::EventLoop& loop, const Configuration::HostConfiguration& configuration);
     ModuleRegistry(const ModuleRegistry&) = delete;
     ModuleRegistry& operator=(const ModuleRegistry&) = delete;
-    ~ModuleRegistry() override;
+    ~ModuleRegistry();
 
-    /// Also false for a name that cannot be reached: an empty one, one that is no plain path segment, a route of the
-    /// host.
-    [[nodiscard]] bool RegisterDataProvider(const DataProviderInfo& dataProviderInfo, RequestHandler handler) override;
-    void UnregisterDataProvider(const BasicString& dataProviderName) override;
-    [[nodiscard]] bool RegisterPage(const PageInfo& pageInfo, PageHandler handler) override;
-    void UnregisterPage(const BasicString& pageName) override;
-    void RegisterSupportedLanguage(const BasicString& language) override;
-    void UnregisterSupportedLanguage(const BasicString& language) override;
+    /// False for a name that is taken or cannot be reached: an empty one, one that is no plain path segment, a route of
+    /// the host.
+    [[nodiscard]] bool RegisterDataProvider(const DataProviderInfo& dataProviderInfo, RequestHandler handler,
+                                            const Gate& gate);
+    /// Returns when no request is under way. Questions are kept away by the gate.
+    void UnregisterDataProvider(const BasicString& dataProviderName);
+    /// False for a name that is taken.
+    [[nodiscard]] bool RegisterPage(const PageInfo& pageInfo, PageHandler handler, const Gate& gate);
+    void UnregisterPage(const BasicString& pageName);
+    void RegisterSupportedLanguage(const BasicString& language, const Gate& gate);
+    void UnregisterSupportedLanguage(const BasicString& language, const Gate& gate);
+
+    /// Forgets what the module has taken back and not registered again.
+    void DropWithdrawn(const ModuleGate& gate);
 
     /// Null when there is none of that name.
     [[nodiscard]] std::shared_ptr<const DataProvider> FindDataProvider(std::string_view name) const;
 
+    /// Of those that are configured or registered.
     [[nodiscard]] std::size_t CountDataProviders() const;
 
     /// Whether the configuration names it: then it is missing rather than unknown.
@@ -53,11 +61,25 @@ public:
     /// Names of data providers that are configured and not registered or registered and not available. Calls modules.
     [[nodiscard]] std::vector<BasicString> FindUnavailableDataProviders() const;
 
+    /// Whether everything that the module has registered says that it is available. Calls the module, whether its gate
+    /// is open or not: for the thread that sets it up.
+    [[nodiscard]] bool IsAvailable(const ModuleGate& gate) const;
+
     /// In the order of registration.
-    [[nodiscard]] std::vector<Page> GetPages() const;
+    [[nodiscard]] std::vector<std::shared_ptr<const RegisteredPage>> GetPages() const;
     [[nodiscard]] std::vector<BasicString> GetSupportedLanguages() const;
 
 private:
+    struct Language
+    {
+        BasicString name;
+        Gate gate;
+        bool isWithdrawn = false;
+    };
+
+    [[nodiscard]] std::shared_ptr<DataProvider> MakeDataProvider(const BasicString& name, RequestHandler handler,
+                                                                 const Gate& gate) const;
+
     Threads::EventLoop& loop;
     const std::size_t maximumWaiting;
     /// Configured names, and whether they are safe.
@@ -65,8 +87,8 @@ private:
 
     mutable std::mutex mutex;
     std::map<BasicString, std::shared_ptr<const DataProvider>, std::less<>> dataProviders;
-    std::vector<Page> pages;
-    std::vector<BasicString> languages;
+    std::vector<std::shared_ptr<const RegisteredPage>> pages;
+    std::vector<Language> languages;
 };
 
 } // namespace Oxa::Host::Modules

@@ -1,6 +1,7 @@
 #include "Host/Modules/PagesRoute.hpp"
 
 #include "Host/Http/IHttpExchange.hpp"
+#include "Host/Modules/ModuleGate.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmPageHandlerBase.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
@@ -12,6 +13,14 @@ using Services::Commons::Wbm::Modules::VisibilityAttribute;
 
 namespace
 {
+
+/// Of a module that must not be called: it is there, and cannot be opened now.
+VisibilityAttribute GetVisibility(const RegisteredPage& page, const System::Um::SecurityToken& securityToken)
+{
+    const ModuleGate::Visit visit(*page.gate);
+    return visit && !page.isWithdrawn ? page.handler->GetVisibilityAttribute(securityToken)
+                                      : VisibilityAttribute::Disabled;
+}
 
 const char* GetName(VisibilityAttribute visibility) noexcept
 {
@@ -41,13 +50,13 @@ void PagesRoute::Answer(Http::IHttpExchange& exchange, System::Um::SecurityToken
     System::Commons::Json::JsonWriter writer;
     writer.WriteStartObject();
     writer.WriteStartComplexArray("pages");
-    for (const auto& [page, handler] : registry.GetPages())
+    for (const auto& page : registry.GetPages())
     {
         writer.TryWriteStartComplexArrayItem();
-        writer.WriteValue("dataName", page.GetDataName());
-        writer.WriteValue("pageName", page.GetPageName());
-        writer.WriteValue("parentPageName", page.GetParentPageName());
-        writer.WriteValue("visibility", GetName(handler->GetVisibilityAttribute(securityToken)));
+        writer.WriteValue("dataName", page->info.GetDataName());
+        writer.WriteValue("pageName", page->info.GetPageName());
+        writer.WriteValue("parentPageName", page->info.GetParentPageName());
+        writer.WriteValue("visibility", GetName(GetVisibility(*page, securityToken)));
         writer.WriteEndComplexArrayItem();
     }
     writer.TryWriteEndComplexArray();

@@ -1,6 +1,7 @@
 #include "Host/Status/ReadinessRoute.hpp"
 
 #include "Host/Http/Problem.hpp"
+#include "Host/Modules/ModuleManager.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 
@@ -9,15 +10,15 @@
 namespace Oxa::Host::Status
 {
 
-ReadinessRoute::ReadinessRoute(const Modules::ModuleRegistry& registry, Modules::RequestStrand& strand)
-    : registry(registry), strand(strand)
+ReadinessRoute::ReadinessRoute(const Modules::ModuleManager& modules, const Modules::ModuleRegistry& registry,
+                               Modules::RequestStrand& strand)
+    : modules(modules), registry(registry), strand(strand)
 {
 }
 
-void ReadinessRoute::SetFailed(std::vector<BasicString> failedComponents, std::vector<BasicString> failedModules)
+void ReadinessRoute::SetFailedComponents(std::vector<BasicString> names)
 {
-    components = std::move(failedComponents);
-    modules = std::move(failedModules);
+    components = std::move(names);
 }
 
 Http::Handling ReadinessRoute::Handle(const std::shared_ptr<Http::IHttpExchange>& exchange) const
@@ -27,8 +28,9 @@ Http::Handling ReadinessRoute::Handle(const std::shared_ptr<Http::IHttpExchange>
 
 void ReadinessRoute::Answer(Http::IHttpExchange& exchange) const
 {
+    const std::vector<BasicString> failedModules = modules.GetFailedModules();
     const std::vector<BasicString> dataProviders = registry.FindUnavailableDataProviders();
-    if (components.empty() && modules.empty() && dataProviders.empty())
+    if (components.empty() && failedModules.empty() && dataProviders.empty())
     {
         exchange.Send({200, "application/json; charset=utf-8", {}}, R"({"status":"ready"})");
         return;
@@ -37,7 +39,7 @@ void ReadinessRoute::Answer(Http::IHttpExchange& exchange) const
     writer.WriteStartObject();
     Http::WriteProblemMembers(writer, Http::Problems::notReady);
     writer.WriteSimpleArray("components", components);
-    writer.WriteSimpleArray("modules", modules);
+    writer.WriteSimpleArray("modules", failedModules);
     writer.WriteSimpleArray("dataProviders", dataProviders);
     writer.WriteEndObject();
     exchange.Send({503, Http::problemMediaType, "Retry-After: 1\r\n"}, writer.GetText());

@@ -9,8 +9,9 @@
 
 namespace Oxa::Host::Modules
 {
+class ModuleManager;
 class ModuleRegistry;
-}
+} // namespace Oxa::Host::Modules
 
 namespace Oxa::Host::Status
 {
@@ -20,20 +21,21 @@ class ReadinessRoute final
 {
 public:
     /// `strand` is where the modules are asked.
-    ReadinessRoute(const Modules::ModuleRegistry& registry, Modules::RequestStrand& strand);
+    ReadinessRoute(const Modules::ModuleManager& modules, const Modules::ModuleRegistry& registry,
+                   Modules::RequestStrand& strand);
 
-    /// Components and modules that will not come up any more. Before the first request.
-    void SetFailed(std::vector<BasicString> failedComponents, std::vector<BasicString> failedModules);
+    /// Components that will not come up any more. Before the first request.
+    void SetFailedComponents(std::vector<BasicString> names);
 
     [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange) const;
 
 private:
     void Answer(Http::IHttpExchange& exchange) const;
 
+    const Modules::ModuleManager& modules;
     const Modules::ModuleRegistry& registry;
     Modules::RequestStrand& strand;
     std::vector<BasicString> components;
-    std::vector<BasicString> modules;
 };
 
 } // namespace Oxa::Host::Status
