@@ -78,7 +78,8 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv, i
     }
     catch (const CLI::ParseError& error)
     {
-        exitStatus = app.exit(error);
+        // EX_USAGE of sysexits.h.
+        exitStatus = app.exit(error) == 0 ? 0 : 64;
         return std::nullopt;
     }
 }

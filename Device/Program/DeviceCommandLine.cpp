@@ -75,7 +75,8 @@ std::optional<DeviceCommandLine> ParseDeviceCommandLine(int argc, const char* co
     }
     catch (const CLI::ParseError& error)
     {
-        exitStatus = app.exit(error);
+        // EX_USAGE of sysexits.h.
+        exitStatus = app.exit(error) == 0 ? 0 : 64;
         return std::nullopt;
     }
 }
