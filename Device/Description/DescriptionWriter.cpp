@@ -62,9 +62,10 @@ bool GivesValues(const BasicString& description, const MachineRoot& root)
     DescribedMachine machine(root);
     const auto table = DeviceDescription::Parse(description, "probe").MakeItems(machine);
     const auto items = table->GetItems();
+    const auto pass = Items::ReadPass::Begin();
     return std::all_of(items.begin(), items.end(),
-                       [&table](const Items::DeviceItem* item)
-                       { return table->Read(item->GetKey()).GetType() != System::Rsc::RscType::NotSet; });
+                       [&table, &pass](const Items::DeviceItem* item)
+                       { return table->TryFind(item->GetKey())->TryRead(pass).HasValue(); });
 }
 
 /// Tries it by a description of nothing else, so that what is tried is what will be read.

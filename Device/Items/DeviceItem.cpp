@@ -28,17 +28,23 @@ DeviceItem::DeviceItem(BasicString key, std::unique_ptr<IItemSource> source, std
 
 ItemValue DeviceItem::Read(const ReadPass& pass)
 {
-    ItemReading reading = ReadSource(pass);
-    if (type && reading.HasValue() && !reading.isTypeKept && reading.value.GetType() != *type)
-    {
-        ConvertToType(reading);
-    }
+    const ItemReading reading = TryRead(pass);
     if (!reading.HasValue() && IsNewCause(reading.cause))
     {
         Log(LogLevel::Warning, "The item '{0}' has no value: {1}", key,
             System::Commons::Text::EscapeControlCharacters(reading.cause));
     }
     return reading.value;
+}
+
+ItemReading DeviceItem::TryRead(const ReadPass& pass)
+{
+    ItemReading reading = ReadSource(pass);
+    if (type && reading.HasValue() && !reading.isTypeKept && reading.value.GetType() != *type)
+    {
+        ConvertToType(reading);
+    }
+    return reading;
 }
 
 const BasicString& DeviceItem::GetKey() const noexcept

@@ -25,6 +25,9 @@ public:
     /// logged once. Nothing that the source throws escapes.
     [[nodiscard]] ItemValue Read(const ReadPass& pass);
 
+    /// The same with the cause, and nothing is logged.
+    [[nodiscard]] ItemReading TryRead(const ReadPass& pass);
+
     [[nodiscard]] const BasicString& GetKey() const noexcept;
     [[nodiscard]] const IItemSource& GetSource() const noexcept;
 
