@@ -20,6 +20,7 @@ using Oxa::Device::Program::DeviceCommandLine;
 using Oxa::System::Commons::AppDomain;
 using Oxa::System::Commons::Singleton;
 using Oxa::System::Commons::XmlException;
+using Oxa::System::Commons::Diagnostics::Logging::LogLevel;
 using Oxa::System::Commons::Diagnostics::Logging::LogManager;
 
 /// EX_CONFIG of sysexits.h.
@@ -57,6 +58,8 @@ int Run(const DeviceCommandLine& commandLine, AppDomain& appDomain)
     case Action::CheckDescription:
         return Oxa::Device::Program::CheckDescription(commandLine, std::cout);
     case Action::DescribeMachine:
+        // What the machine has not got is said in the description.
+        LogManager::Configure({.level = LogLevel::Error});
         Oxa::Device::Program::DescribeMachine(commandLine, std::cout);
         return EXIT_SUCCESS;
     case Action::ReadItems:
