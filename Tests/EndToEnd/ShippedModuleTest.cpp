@@ -4,6 +4,7 @@
 
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 namespace Oxa::Tests::EndToEnd
 {
@@ -71,7 +72,11 @@ TEST_F(ShippedHost, ComesBackWithANewBootIdAfterARestart)
         after = GetMember(answer.body(), "bootId");
     }
     EXPECT_TRUE(wasAway);
-    EXPECT_EQ(Ask("GET", "/api/v1/DeviceInterfaceDp/GetDataSections?Health").result_int(), 200U);
+    // 503 until the module has read the device's identity again; the deadline is the test's.
+    while (Ask("GET", "/api/v1/DeviceInterfaceDp/GetDataSections?Health").result_int() != 200U)
+    {
+        std::this_thread::yield();
+    }
 }
 
 } // namespace
