@@ -20,6 +20,7 @@ using Oxa::Device::Program::DeviceCommandLine;
 using Oxa::System::Commons::AppDomain;
 using Oxa::System::Commons::Singleton;
 using Oxa::System::Commons::XmlException;
+using Oxa::System::Commons::Diagnostics::Logging::LogConfiguration;
 using Oxa::System::Commons::Diagnostics::Logging::LogLevel;
 using Oxa::System::Commons::Diagnostics::Logging::LogManager;
 
@@ -49,6 +50,13 @@ void Serve(const DeviceCommandLine& commandLine, AppDomain& appDomain)
     Oxa::Device::Program::ServeDevice(appDomain, configuration);
 }
 
+void LogErrorsOnly()
+{
+    LogConfiguration configuration;
+    configuration.level = LogLevel::Error;
+    LogManager::Configure(configuration);
+}
+
 int Run(const DeviceCommandLine& commandLine, AppDomain& appDomain)
 {
     using Action = DeviceCommandLine::Action;
@@ -59,7 +67,7 @@ int Run(const DeviceCommandLine& commandLine, AppDomain& appDomain)
         return Oxa::Device::Program::CheckDescription(commandLine, std::cout);
     case Action::DescribeMachine:
         // What the machine has not got is said in the description.
-        LogManager::Configure({.level = LogLevel::Error});
+        LogErrorsOnly();
         Oxa::Device::Program::DescribeMachine(commandLine, std::cout);
         return EXIT_SUCCESS;
     case Action::ReadItems:
