@@ -63,7 +63,7 @@ IRscService* ServiceManager::GetService(const char* providerName, IRscServicePro
 {
     RscUsageRecorder::Note(providerName);
     auto slot = GetSlotTable().FindOrCreate(providerName, factory.GetServiceInterfaceName());
-    const bool isThere = slot->TryAcquire() || TryReachRemote(*slot, factory);
+    const bool isThere = slot->IsProvided() || TryReachRemote(*slot, factory);
     return isThere ? factory.CreateProxy(std::move(slot)) : nullptr;
 }
 
@@ -85,7 +85,7 @@ void ServiceManager::RegisterService(IRscServiceProxyFactory& factory, std::shar
 void ServiceManager::UnregisterService(IRscServiceProxyFactory& factory)
 {
     const auto slot = GetSlotTable().FindOrCreate(factory.GetServiceProviderName(), factory.GetServiceInterfaceName());
-    if (slot->TryAcquire())
+    if (slot->IsProvided())
     {
         slot->Provide(nullptr);
         GetEndpointTable().GetListeners().ReportLost(slot->GetProviderName());

@@ -330,11 +330,11 @@ void Endpoint::NoteMissing(const BasicString& interfaceName)
 void Endpoint::NoteAway()
 {
     const std::lock_guard lock(mutex);
-    if (std::exchange(isAway, true))
+    ++losses;
+    if (!std::exchange(isAway, true))
     {
-        return;
+        Wake();
     }
-    Wake();
 }
 
 void Endpoint::Wake() const noexcept

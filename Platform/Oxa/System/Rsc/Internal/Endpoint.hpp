@@ -93,7 +93,7 @@ private:
     /// Why it failed. Only for the thread that connects, but for reading.
     BasicString lastCause;
     bool isAway = false;
-    /// How often something was lost.
+    /// How often something was lost or looked for in vain.
     uint64 losses = 0;
     std::set<BasicString> wanted;
     /// Of which the process said that it does not provide them.

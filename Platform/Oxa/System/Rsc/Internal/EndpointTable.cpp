@@ -58,7 +58,15 @@ std::shared_ptr<Endpoint> EndpointTable::TryFind(const BasicString& providerName
 void EndpointTable::AddListener(IRscServiceListener& listener)
 {
     listeners.Add(listener);
-    UpdateWatch();
+    try
+    {
+        UpdateWatch();
+    }
+    catch (...)
+    {
+        listeners.Remove(listener);
+        throw;
+    }
 }
 
 void EndpointTable::RemoveListener(IRscServiceListener& listener)

@@ -26,17 +26,10 @@ std::shared_ptr<RscServiceSlot> SlotTable::Register(IRscServiceProxyFactory& fac
 
 bool SlotTable::IsProviderComplete(const BasicString& provider) const
 {
-    // What is taken out of a slot may be destroyed with its last owner, which must not be under the lock.
-    std::vector<std::shared_ptr<IRscService>> services;
     const std::lock_guard lock(mutex);
-    for (const auto& [key, entry] : entries)
-    {
-        if (key.first == provider)
-        {
-            services.push_back(entry.slot->TryAcquire());
-        }
-    }
-    return std::find(services.begin(), services.end(), nullptr) == services.end();
+    return std::all_of(entries.begin(), entries.end(),
+                       [&provider](const auto& each)
+                       { return each.first.first != provider || each.second.slot->IsProvided(); });
 }
 
 void SlotTable::ForEachRegistered(const UseFunction& use) const
