@@ -53,6 +53,7 @@ Bytes FindBuildId(Bytes notes) noexcept
 
 const void* GetAddress(const dl_phdr_info& object, const ElfW(Phdr) & segment) noexcept
 {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the loader gives addresses as numbers.
     return reinterpret_cast<const void*>(object.dlpi_addr + segment.p_vaddr);
 }
 
