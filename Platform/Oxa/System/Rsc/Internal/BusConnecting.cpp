@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -36,6 +37,45 @@ void Require(int result)
         ThrowNotConnected(-result);
     }
 }
+
+/// Who is not allowed to connect is let in by the kernel and turned away by the other process, which says nothing.
+void RequireAccepted(int result)
+{
+    if (result == -EPERM || result == -EPIPE || result == -ECONNRESET)
+    {
+        throw RscServiceException(RscFault::Refused, "the other process turned the connection away");
+    }
+    Require(result);
+}
+
+/// sd-bus would read a message that follows the handshake together with it, before anybody could look at its length.
+class HandshakeGuard final
+{
+public:
+    explicit HandshakeGuard(int descriptor) noexcept : descriptor(descriptor) {}
+
+    /// Before the handshake goes on: what comes in ends with its last line.
+    void RequireNoMessage()
+    {
+        std::array<char, 256> bytes;
+        const ssize_t size = recv(descriptor, bytes.data(), bytes.size(), MSG_PEEK | MSG_DONTWAIT);
+        for (ssize_t index = 0; index < size; ++index)
+        {
+            if (lines == lineCount)
+            {
+                throw RscServiceException(RscFault::BadAnswer, "a message came in before the handshake was over");
+            }
+            lines += bytes.at(static_cast<std::size_t>(index)) == '\n' ? 1 : 0;
+        }
+    }
+
+private:
+    /// "DATA" and "OK".
+    static constexpr int lineCount = 2;
+
+    const int descriptor;
+    int lines = 0;
+};
 
 void RequireTime(CallDeadline deadline)
 {
@@ -102,14 +142,16 @@ void Connect(int descriptor, const BasicString& path, CallDeadline deadline)
     }
 }
 
-void ProcessUntilReady(sd_bus& bus, CallDeadline deadline)
+template <class BeforeReading>
+void ProcessUntilReady(sd_bus& bus, CallDeadline deadline, BeforeReading beforeReading)
 {
     for (;;)
     {
+        beforeReading();
         const int worked = sd_bus_process(&bus, nullptr);
-        Require(worked);
+        RequireAccepted(worked);
         const int isReady = sd_bus_is_ready(&bus);
-        Require(isReady);
+        RequireAccepted(isReady == -ENOTCONN ? -ECONNRESET : isReady);
         if (isReady > 0)
         {
             return;
@@ -168,15 +210,16 @@ BusHandle ConnectToSocket(const BasicString& path, CallDeadline deadline)
     BusHandle bus = MakeBus();
     Require(sd_bus_set_fd(bus.get(), socketOwner.Get(), socketOwner.Get()));
     socketOwner.Release();
-    Require(sd_bus_start(bus.get()));
-    ProcessUntilReady(*bus, deadline);
+    RequireAccepted(sd_bus_start(bus.get()));
+    HandshakeGuard guard(sd_bus_get_fd(bus.get()));
+    ProcessUntilReady(*bus, deadline, [&guard] { guard.RequireNoMessage(); });
     return bus;
 }
 
 BusHandle ConnectToBus(const BasicString& address, CallDeadline deadline)
 {
     BusHandle bus = OpenBus(address);
-    ProcessUntilReady(*bus, deadline);
+    ProcessUntilReady(*bus, deadline, [] {});
     return bus;
 }
 

@@ -15,7 +15,8 @@ using CallDeadline = CallClock::time_point;
 [[nodiscard]] int GetPollTimeout(CallDeadline deadline, int most) noexcept;
 
 /// Connects to the process that listens at a Unix socket, and authenticates. Throws RscServiceException with the cause
-/// alone: NotAvailable when nobody is there, TimedOut when nothing comes of it until the deadline.
+/// alone: NotAvailable when nobody is there, Refused when the other end turns the connection away, TimedOut when
+/// nothing comes of it until the deadline, BadAnswer when messages come too early.
 [[nodiscard]] BusHandle ConnectToSocket(const BasicString& path, CallDeadline deadline);
 
 /// Connects to a message bus: "system", "session" or an address in the notation of D-Bus. Throws as above.

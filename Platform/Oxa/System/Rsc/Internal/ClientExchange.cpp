@@ -1,6 +1,5 @@
 #include "Oxa/System/Rsc/Internal/ClientExchange.hpp"
 
-#include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Oxa/System/Rsc/Internal/BusErrors.hpp"
 #include "Oxa/System/Rsc/Internal/ClientCall.hpp"
 #include "Oxa/System/Rsc/Internal/ClientConnection.hpp"
@@ -93,10 +92,6 @@ void ReadResults(const ClientRequest& request, sd_bus_message& answer,
             throw;
         }
         ThrowFault(request, exception);
-    }
-    catch (const System::Commons::ArgumentException& exception)
-    {
-        ThrowFault(request, {RscFault::BadAnswer, exception.GetMessage()});
     }
 }
 

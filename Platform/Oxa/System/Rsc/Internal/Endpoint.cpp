@@ -201,7 +201,7 @@ Endpoint::Connection Endpoint::Reconnect(std::unique_lock<System::Commons::Mutex
     const auto now = CallClock::now();
     if (failures >= failuresUntilPause && now < lastAttempt + pauseBetweenAttempts)
     {
-        throw RscServiceException::Create(RscFault::NotAvailable, "a moment ago, {0}", lastCause);
+        throw RscServiceException::Create(lastFault, "a moment ago, {0}", lastCause);
     }
     lastAttempt = now;
     isConnecting = true;
@@ -212,9 +212,14 @@ Endpoint::Connection Endpoint::Reconnect(std::unique_lock<System::Commons::Mutex
     {
         made = Connect(deadline);
     }
-    catch (const std::exception& exception)
+    catch (const RscServiceException& exception)
     {
-        lastCause = exception.what();
+        lastCause = exception.GetMessage();
+        lastFault = exception.GetFault() == RscFault::Refused ? RscFault::Refused : RscFault::NotAvailable;
+        failure = std::current_exception();
+    }
+    catch (...)
+    {
         failure = std::current_exception();
     }
     lock.lock();

@@ -90,8 +90,9 @@ private:
     bool isClosed = false;
     unsigned failures = 0;
     CallClock::time_point lastAttempt;
-    /// Why it failed. Only for the thread that connects, but for reading.
+    /// Why it failed. Written by the thread that connects only, while nobody reads.
     BasicString lastCause;
+    RscFault lastFault = RscFault::NotAvailable;
     bool isAway = false;
     /// How often something was lost or looked for in vain.
     uint64 losses = 0;

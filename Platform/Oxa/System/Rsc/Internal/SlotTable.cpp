@@ -12,16 +12,19 @@ namespace Oxa::System::Rsc::Internal
 
 std::shared_ptr<RscServiceSlot> SlotTable::FindOrCreate(const BasicString& provider, const BasicString& interface)
 {
+    const Key key(provider, interface);
     const std::lock_guard lock(mutex);
-    return GetEntry(provider, interface).slot;
+    return GetSlot(key, entries[key]);
 }
 
 std::shared_ptr<RscServiceSlot> SlotTable::Register(IRscServiceProxyFactory& factory)
 {
+    const Key key(factory.GetServiceProviderName(), factory.GetServiceInterfaceName());
     const std::lock_guard lock(mutex);
-    Entry& entry = GetEntry(factory.GetServiceProviderName(), factory.GetServiceInterfaceName());
+    Entry& entry = entries[key];
+    entry.registeredSlot = GetSlot(key, entry);
     entry.factory = &factory;
-    return entry.slot;
+    return entry.registeredSlot;
 }
 
 bool SlotTable::IsProviderComplete(const BasicString& provider) const
@@ -29,7 +32,10 @@ bool SlotTable::IsProviderComplete(const BasicString& provider) const
     const std::lock_guard lock(mutex);
     return std::all_of(entries.begin(), entries.end(),
                        [&provider](const auto& each)
-                       { return each.first.first != provider || each.second.slot->IsProvided(); });
+                       {
+                           const auto& slot = each.second.registeredSlot;
+                           return each.first.first != provider || (slot && slot->IsProvided());
+                       });
 }
 
 void SlotTable::ForEachRegistered(const UseFunction& use) const
@@ -47,36 +53,25 @@ void SlotTable::ForEachRegistered(const UseFunction& use) const
     }
     for (const Entry& entry : registered)
     {
-        use(*entry.factory, entry.slot);
+        use(*entry.factory, entry.registeredSlot);
     }
 }
 
 void SlotTable::RemoveUnregistered()
 {
-    std::vector<Entry> removed;
     const std::lock_guard lock(mutex);
-    for (auto each = entries.begin(); each != entries.end();)
-    {
-        if (each->second.factory == nullptr)
-        {
-            removed.push_back(each->second);
-            each = entries.erase(each);
-        }
-        else
-        {
-            ++each;
-        }
-    }
+    std::erase_if(entries, [](const auto& each) { return each.second.factory == nullptr; });
 }
 
-SlotTable::Entry& SlotTable::GetEntry(const BasicString& provider, const BasicString& interface)
+std::shared_ptr<RscServiceSlot> SlotTable::GetSlot(const Key& key, Entry& entry)
 {
-    Entry& entry = entries[{provider, interface}];
-    if (!entry.slot)
+    auto slot = entry.slot.lock();
+    if (!slot)
     {
-        entry.slot = std::make_shared<RscServiceSlot>(provider, interface);
+        slot = std::make_shared<RscServiceSlot>(key.first, key.second);
+        entry.slot = slot;
     }
-    return entry;
+    return slot;
 }
 
 } // namespace Oxa::System::Rsc::Internal

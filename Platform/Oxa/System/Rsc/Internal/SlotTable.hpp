@@ -17,8 +17,9 @@ class RscServiceSlot;
 namespace Oxa::System::Rsc::Internal
 {
 
-/// Every place where a service is, was or should be provided; there are as many as interfaces. Owned by the service
-/// manager. Threads: safe from any thread.
+/// Every place where a service is, was or should be provided; there are as many as interfaces. A place that this
+/// process never provided anything at lives only as long as its proxies: what stands in there is code of the
+/// interface's library, which may be unloaded after them. Owned by the service manager. Threads: safe from any thread.
 class SlotTable final
 {
 public:
@@ -41,12 +42,14 @@ private:
 
     struct Entry
     {
-        std::shared_ptr<RscServiceSlot> slot;
+        std::weak_ptr<RscServiceSlot> slot;
         /// Null as long as this process never provided the service.
+        std::shared_ptr<RscServiceSlot> registeredSlot;
         IRscServiceProxyFactory* factory = nullptr;
     };
 
-    [[nodiscard]] Entry& GetEntry(const BasicString& provider, const BasicString& interface);
+    /// Requires: the lock is held.
+    [[nodiscard]] static std::shared_ptr<RscServiceSlot> GetSlot(const Key& key, Entry& entry);
 
     mutable System::Commons::Mutex mutex;
     std::map<Key, Entry> entries;

@@ -202,7 +202,7 @@ TEST_F(CallingAnotherProcess, PausesBetweenAttemptsAfterThreeFailures)
     const auto begin = std::chrono::steady_clock::now();
     for (int call = 0; call < 20; ++call)
     {
-        EXPECT_EQ(GetFault("Echo"), RscFault::NotAvailable);
+        EXPECT_EQ(GetFault("Echo"), RscFault::Refused);
     }
     const auto pauses = (std::chrono::steady_clock::now() - begin) / 500ms;
     EXPECT_LE(peer->connections, 1 + 3 + pauses);
