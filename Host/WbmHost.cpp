@@ -46,6 +46,11 @@ WbmHost::ServiceEndpoints::ServiceEndpoints(const std::vector<System::Rsc::RscEn
 
 WbmHost::ServiceEndpoints::~ServiceEndpoints()
 {
+    Reset();
+}
+
+void WbmHost::ServiceEndpoints::Reset()
+{
     ServiceManager::ResetEndpoints();
 }
 
@@ -53,12 +58,12 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
                  System::Um::UserManager& users)
     : configuration(configuration),
       auditLog(notifications),
-      serviceEndpoints(configuration.serviceEndpoints),
       authorizationProvider(users),
       components(appDomain),
       registry(loop, configuration),
       renewer(loop, notifications),
       modules(appDomain, registry, renewer, notifications),
+      serviceEndpoints(configuration.serviceEndpoints),
       pageQuestions(std::make_shared<Modules::RequestStrand>(loop, "the pages", configuration.maximumWaitingRequests)),
       bootQuestions(
           std::make_shared<Modules::RequestStrand>(loop, "the boot id", configuration.maximumWaitingRequests)),
@@ -80,6 +85,7 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
 WbmHost::~WbmHost()
 {
     watchdog.Start(configuration.http.shutdownTimeout);
+    modules.StopAll();
 }
 
 void WbmHost::Run(const std::function<void(uint16)>& ready)
@@ -88,6 +94,8 @@ void WbmHost::Run(const std::function<void(uint16)>& ready)
     Serve(ready);
     watchdog.Start(configuration.http.shutdownTimeout);
     modules.StopAll();
+    ServiceEndpoints::Reset();
+    modules.UnloadAll();
     components.StopAll();
     notifications.Publish({{}, NotificationKind::HostStopped, notificationSource, {}, "stopped", {}});
 }

@@ -68,7 +68,7 @@ private:
         ~AuthorizationProvider();
     };
 
-    /// Tells this process where the services of others are, as long as it lives.
+    /// Tells this process where the services of others are, until `Reset` or the end of its life.
     class ServiceEndpoints final
     {
     public:
@@ -76,6 +76,8 @@ private:
         ServiceEndpoints(const ServiceEndpoints&) = delete;
         ServiceEndpoints& operator=(const ServiceEndpoints&) = delete;
         ~ServiceEndpoints();
+
+        static void Reset();
     };
 
     void StartComponents();
@@ -90,13 +92,14 @@ private:
     Threads::Watchdog watchdog{"a module or a component does not stop: ending without it"};
     System::Nm::NotificationManager notifications;
     Sessions::AuditLog auditLog;
-    ServiceEndpoints serviceEndpoints;
     AuthorizationProvider authorizationProvider;
     System::Acf::ComponentManager components;
     Threads::EventLoop loop;
     Modules::ModuleRegistry registry;
     Modules::ModuleRenewer renewer;
     Modules::ModuleManager modules;
+    /// Goes before the modules: what calls other processes may need code of their libraries.
+    ServiceEndpoints serviceEndpoints;
     /// For questions of the host's own routes to modules and services: one that hangs holds up its own route only.
     std::shared_ptr<Modules::RequestStrand> pageQuestions;
     std::shared_ptr<Modules::RequestStrand> bootQuestions;

@@ -19,6 +19,7 @@ ModuleManager::ModuleManager(System::Commons::AppDomain& appDomain, ModuleRegist
 ModuleManager::~ModuleManager()
 {
     StopAll();
+    UnloadAll();
 }
 
 void ModuleManager::StartAll(const std::vector<ModuleConfiguration>& configurations)
@@ -28,8 +29,8 @@ void ModuleManager::StartAll(const std::vector<ModuleConfiguration>& configurati
         auto module = TryLoad(configuration);
         if (module)
         {
-            renewer.Add(*module);
             modules.push_back(std::move(module));
+            renewer.Add(*modules.back());
         }
         else
         {
@@ -54,6 +55,10 @@ std::unique_ptr<ManagedModule> ModuleManager::TryLoad(const ModuleConfiguration&
 void ModuleManager::StopAll() noexcept
 {
     std::for_each(modules.rbegin(), modules.rend(), [](const auto& module) { module->TakeDown(); });
+}
+
+void ModuleManager::UnloadAll() noexcept
+{
     while (!modules.empty())
     {
         modules.pop_back();

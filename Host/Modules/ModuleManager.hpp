@@ -27,17 +27,21 @@ public:
     ModuleManager(const ModuleManager&) = delete;
     ModuleManager& operator=(const ModuleManager&) = delete;
 
-    /// As `StopAll`.
+    /// As `StopAll` and `UnloadAll`.
     ~ModuleManager();
 
     /// Creates, sets up and starts the modules in the order of the configuration; from then on the renewer sets them up
     /// again when that is due. Throws XmlException when the settings of a module cannot be read; that module is reset
-    /// and gone by then, the ones before it go on until `StopAll`.
+    /// by then, the ones before it go on until `StopAll`.
     void StartAll(const std::vector<Configuration::ModuleConfiguration>& configurations);
 
-    /// Stops, resets and destroys the modules and unloads their libraries, each in the reverse order. Requires: the
-    /// renewer does nothing any more.
+    /// Stops and resets the modules in the reverse order. Requires: the renewer does nothing any more.
     void StopAll() noexcept;
+
+    /// Destroys the modules and unloads their libraries, each in the reverse order. Requires: they are stopped, and
+    /// nothing is left in the process whose code came with a module's library, such as what calls services in other
+    /// processes.
+    void UnloadAll() noexcept;
 
     /// The names of those that are left out now. After `StartAll` from any thread.
     [[nodiscard]] std::vector<BasicString> GetFailedModules() const;
