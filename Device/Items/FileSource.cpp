@@ -6,15 +6,35 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <span>
 #include <utility>
 
 namespace Oxa::Device::Linux::Items
 {
 
+namespace
+{
+
+// The kernel prepares a buffer as large as it is asked for.
+constexpr std::size_t numberBytes = 128;
+constexpr std::size_t textBytes = 1024;
+
+std::size_t GetReadBytes(const FileSource::Options& options) noexcept
+{
+    if (options.pattern)
+    {
+        return KeptFile::pageBytes;
+    }
+    return options.type == System::Rsc::RscType::String ? textBytes : numberBytes;
+}
+
+} // namespace
+
 FileSource::FileSource(std::shared_ptr<KeptFile> file, Options options)
     : file(std::move(file)),
       options(std::move(options)),
-      isScaled(this->options.scale != 1 || this->options.offset != 0)
+      isScaled(this->options.scale != 1 || this->options.offset != 0),
+      readBytes(GetReadBytes(this->options))
 {
 }
 
@@ -23,7 +43,7 @@ FileSource::~FileSource() = default;
 ItemReading FileSource::Read(const ReadPass&)
 {
     std::array<char, KeptFile::pageBytes> buffer;
-    const KeptFile::Content content = file->Read(buffer);
+    const KeptFile::Content content = file->Read(std::span(buffer).first(readBytes));
     if (content.error != 0)
     {
         return ItemReading::Missing(file->DescribeError(content.error));

@@ -5,13 +5,14 @@
 #include "Device/Items/LinePattern.hpp"
 #include "Oxa/System/Rsc/RscType.hpp"
 
+#include <cstddef>
 #include <memory>
 
 namespace Oxa::Device::Linux::Items
 {
 
-/// The content of a file of at most 4096 bytes without the blanks around it, or a piece of it, as a text or a number.
-/// Safe from any thread.
+/// The content of a file without the blanks around it, or a piece of it, as a text or a number. No more is looked at
+/// than 128 bytes for a number, 1024 for a text, and 4096 for a piece. Safe from any thread.
 class FileSource final : public IItemSource
 {
 public:
@@ -42,6 +43,7 @@ private:
     const std::shared_ptr<KeptFile> file;
     const Options options;
     const bool isScaled;
+    const std::size_t readBytes;
 };
 
 } // namespace Oxa::Device::Linux::Items
