@@ -1,5 +1,5 @@
 # What an installation holds beside the libraries and executables, which say so where they are made: what the services
-# need, and the package Oxa for modules that are built outside this tree.
+# need, and the package Oxa for modules and components that are built outside this tree.
 
 include(CMakePackageConfigHelpers)
 
@@ -29,6 +29,9 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/OxaConfigVersion.cmake" 
 install(FILES
   "${PROJECT_BINARY_DIR}/OxaConfig.cmake"
   "${PROJECT_BINARY_DIR}/OxaConfigVersion.cmake"
+  "${CMAKE_CURRENT_LIST_DIR}/OxaPlugin.cmake"
+  "${CMAKE_CURRENT_LIST_DIR}/OxaComponent.cmake"
+  "${CMAKE_CURRENT_LIST_DIR}/ComponentLibrary.map"
   "${CMAKE_CURRENT_LIST_DIR}/OxaWbmModule.cmake"
   "${CMAKE_CURRENT_LIST_DIR}/WbmModule.map"
   DESTINATION "${OXA_PACKAGE_DIR}")

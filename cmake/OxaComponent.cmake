@@ -1,0 +1,21 @@
+# Part of the package Oxa.
+include("${CMAKE_CURRENT_LIST_DIR}/OxaPlugin.cmake")
+
+# oxa_add_component(<target> SOURCES … [LINK …] [OUTPUT_NAME <name>]): a component library, lib<name>.so, that the
+# process of the device services or the host loads. It exports `CreateComponentLibrary` and nothing else.
+function(oxa_add_component target)
+  oxa_add_plugin(${target} MAP ComponentLibrary.map ${ARGN})
+  target_link_libraries(${target} PRIVATE Oxa::System.Acf)
+endfunction()
+
+# oxa_add_service_interface(<target> SOURCES … [LINK …]): the shared library of a service interface and its proxy
+# factory, for who provides the service and who calls it. Once loaded it stays: the service manager keeps what the
+# factory made for longer than a module or component lives.
+function(oxa_add_service_interface target)
+  cmake_parse_arguments(arg "" "" "SOURCES;LINK" ${ARGN})
+  add_library(${target} SHARED ${arg_SOURCES})
+  set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  target_link_libraries(${target} PUBLIC ${arg_LINK} Oxa::System.Rsc)
+  target_link_options(${target} PRIVATE -Wl,-z,nodelete -Wl,-z,defs -Wl,-z,relro -Wl,-z,now)
+endfunction()
