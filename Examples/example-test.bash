@@ -1,0 +1,90 @@
+# shellcheck shell=bash disable=SC2034
+# What the tests of the examples have in common; sourced by them, with their arguments:
+# CMAKE INSTALLED-PLATFORM WORK-FOLDER     (the work folder is emptied first)
+set -euo pipefail
+
+readonly cmake="$1" prefix="$2" work="$3"
+examples="$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)"
+readonly examples state="$work/state"
+processes=()
+
+fail()
+{
+    echo "FAILED: $1" >&2
+    tail -n +1 -- "$work"/*.log >&2 || true
+    exit 1
+}
+
+endAll()
+{
+    [ "${#processes[@]}" -eq 0 ] || kill -KILL "${processes[@]}" 2>/dev/null || true
+}
+trap endAll EXIT
+
+rm -rf -- "$work"
+mkdir -p -- "$work"
+
+# buildExample NAME: into $work/build.
+buildExample()
+{
+    "$cmake" -G Ninja -S "$examples/$1" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Debug
+    "$cmake" --build "$work/build"
+}
+
+# start NAME PATTERN COMMAND…: returns when the program has written a line that matches, and sets `started` to its
+# process and `match` to what the pattern's group matched.
+start()
+{
+    local name="$1" pattern="$2" line
+    shift 2
+    rm -f -- "$work/$name.output"
+    mkfifo -- "$work/$name.output"
+    "$@" >"$work/$name.output" 2>"$work/$name.log" &
+    started=$!
+    processes+=("$started")
+    exec 3<"$work/$name.output"
+    while read -r -t 60 line <&3; do
+        if [[ "$line" =~ $pattern ]]; then
+            match="${BASH_REMATCH[1]:-}"
+            # Read to the end, or the program could block on a full pipe.
+            cat <&3 >/dev/null &
+            exec 3<&-
+            return
+        fi
+    done
+    fail "$name did not say that it is ready"
+}
+
+# startHost CONFIGURATION: sets `host` to the process and `address` to where it listens.
+startHost()
+{
+    start host '^listening on (http://127\.0\.0\.1:[0-9]+)$' \
+        "$prefix/bin/oxa-wbm" --config "$1" --state "$state" --port 0
+    host="$started"
+    address="$match"
+}
+
+# Sets `token`.
+logIn()
+{
+    token="$(jq --null-input --rawfile password "$state/initial-password" \
+        '{user: "admin", password: ($password | rtrimstr("\n"))}' |
+        curl --silent --show-error --fail --max-time 20 --header 'Content-Type: application/json' --data-binary @- \
+            "$address/api/v1/session" | jq --raw-output .token)" || fail "admin cannot log in"
+}
+
+# ask METHOD PATH [OPTION…]
+ask()
+{
+    curl --silent --show-error --max-time 20 --request "$1" --header "Authorization: Bearer $token" "${@:3}" \
+        "$address/api/v1/$2"
+}
+
+# endWell PROCESS
+endWell()
+{
+    local status=0
+    kill -TERM "$1"
+    wait "$1" || status=$?
+    [ "$status" -eq 0 ] || fail "process $1 ended with status $status"
+}
