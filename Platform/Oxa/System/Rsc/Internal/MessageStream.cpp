@@ -3,8 +3,10 @@
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <system_error>
@@ -80,16 +82,24 @@ MessageStream::~MessageStream() = default;
 MessageStream::Progress MessageStream::Process()
 {
     uint64 queued = 0;
-    if (isInsideMessage || (sd_bus_get_n_queued_read(bus.get(), &queued) >= 0 && queued > 0))
+    if (isInsideMessage)
+    {
+        return ProcessMessage();
+    }
+    if (sd_bus_get_n_queued_read(bus.get(), &queued) >= 0 && queued > 0)
     {
         return ProcessBus();
     }
     const Header header = PeekHeader();
     isInsideMessage = header == Header::Whole;
+    if (isInsideMessage)
+    {
+        return ProcessMessage();
+    }
     // Without one, only what waits to be sent is of interest. Should a header come in at this very moment, it is not
     // looked at; the worst that can come of it is that the next one does not look like a header and the connection
     // ends.
-    if (isInsideMessage || (GetPollEvents() & POLLOUT) != 0)
+    if ((GetPollEvents() & POLLOUT) != 0)
     {
         return ProcessBus();
     }
@@ -125,6 +135,7 @@ MessageStream::Header MessageStream::PeekHeader()
     }
     if (size < static_cast<ssize_t>(header.size()))
     {
+        RequireMoreToCome();
         return Header::Partial;
     }
     if (!IsHeader(header))
@@ -136,7 +147,38 @@ MessageStream::Header MessageStream::PeekHeader()
         throw RscServiceException::Create(RscFault::BadAnswer, "a message of {0} bytes came in, at most {1} are taken",
                                           GetMessageBytes(header), maximumBytes);
     }
+    missingBytes = GetMessageBytes(header);
     return Header::Whole;
+}
+
+/// The end of what comes in does not show behind bytes that are only looked at.
+void MessageStream::RequireMoreToCome() const
+{
+    pollfd descriptor{GetDescriptor(), POLLRDHUP, 0};
+    if (poll(&descriptor, 1, 0) > 0)
+    {
+        ThrowLost(ECONNRESET);
+    }
+}
+
+/// sd-bus drops a message that it cannot understand without a word, and takes in what follows whatever its length.
+MessageStream::Progress MessageStream::ProcessMessage()
+{
+    uint64 queued = 0;
+    int available = 0;
+    // What waits to be sent goes before what can be read.
+    const bool isRead = sd_bus_get_n_queued_write(bus.get(), &queued) >= 0 && queued == 0 &&
+                        ioctl(GetDescriptor(), FIONREAD, &available) == 0;
+    const Progress progress = ProcessBus();
+    if (isInsideMessage && isRead)
+    {
+        missingBytes -= std::min(missingBytes, static_cast<uint64>(available));
+        if (missingBytes == 0)
+        {
+            throw RscServiceException::Create(RscFault::BadAnswer, "what came in cannot be understood");
+        }
+    }
+    return progress;
 }
 
 MessageStream::Progress MessageStream::ProcessBus()

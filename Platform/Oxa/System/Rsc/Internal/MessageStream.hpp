@@ -70,12 +70,16 @@ private:
     };
 
     [[nodiscard]] Header PeekHeader();
+    void RequireMoreToCome() const;
+    [[nodiscard]] Progress ProcessMessage();
     [[nodiscard]] Progress ProcessBus();
 
     const BusHandle bus;
     const std::size_t maximumBytes;
     SlotHandle filter;
     bool isInsideMessage = false;
+    /// Of the message that has begun to come in, at most.
+    uint64 missingBytes = 0;
 };
 
 } // namespace Oxa::System::Rsc::Internal
