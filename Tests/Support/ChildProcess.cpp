@@ -27,7 +27,7 @@ std::array<int, 2> MakePipe()
 
 } // namespace
 
-ChildProcess::ChildProcess(const std::vector<BasicString>& arguments, std::string_view inputText)
+ChildProcess::ChildProcess(const std::vector<BasicString>& arguments, std::string_view inputText, int handedOver)
 {
     std::vector<char*> pointers;
     for (const BasicString& argument : arguments)
@@ -44,6 +44,8 @@ ChildProcess::ChildProcess(const std::vector<BasicString>& arguments, std::strin
         dup2(input[0], STDIN_FILENO);
         dup2(out[1], STDOUT_FILENO);
         dup2(err[1], STDERR_FILENO);
+        // What is 3 already would be closed.
+        handedOver == 3 ? fcntl(handedOver, F_SETFD, 0) : dup2(handedOver, 3);
         execv(pointers.front(), pointers.data());
         _exit(127);
     }

@@ -17,8 +17,9 @@ class ChildProcess final
 public:
     static constexpr std::chrono::seconds deadline{20};
 
-    /// `arguments`: the program's path and what follows. `input` is what it reads.
-    explicit ChildProcess(const std::vector<BasicString>& arguments, std::string_view input = {});
+    /// `arguments`: the program's path and what follows. `input` is what it reads. `handedOver`: becomes its
+    /// descriptor 3.
+    explicit ChildProcess(const std::vector<BasicString>& arguments, std::string_view input = {}, int handedOver = -1);
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 

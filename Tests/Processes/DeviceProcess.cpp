@@ -1,0 +1,113 @@
+#include "Processes/DeviceProcess.hpp"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+
+namespace Oxa::Tests::Processes
+{
+
+namespace
+{
+
+BasicString MakeItem(const BasicString& key, const BasicString& attributes)
+{
+    return "<Item key=\"" + key + "\"><simulated value=\"" + key + "!\" " + attributes + "/></Item>\n";
+}
+
+} // namespace
+
+DeviceProcess::DeviceProcess(const Settings& settings)
+{
+    const BasicString server = settings.server.empty() ? "socket=\"" + socketPath + '"' : settings.server;
+    const BasicString own = "<User name=\"" + std::to_string(getuid()) + "\" commands=\"true\"/>";
+    folder.Write("device.conf", "<DeviceServerDocument><Log level=\"error\"/><Server " + server + '>' +
+                                    (settings.users.empty() ? own : settings.users) +
+                                    "</Server><Components><Component name=\"Linux\" library=\"" OXA_DEVICE_LIBRARY
+                                    "\" settings=\"" +
+                                    folder.GetPath("device.xml") + "\"/></Components></DeviceServerDocument>");
+    Describe("<Restart action=\"simulate\"/>");
+}
+
+DeviceProcess::~DeviceProcess()
+{
+    if (listening >= 0)
+    {
+        close(listening);
+    }
+}
+
+void DeviceProcess::Describe(const BasicString& content) const
+{
+    BasicString items;
+    for (int number = 0; number < itemsCount; ++number)
+    {
+        items += MakeItem(MakeKey(number), "");
+    }
+    items += MakeItem("Test.Slow", "fault=\"delay\" delayMilliseconds=\"" + std::to_string(slowness.count()) + '"') +
+             MakeItem("Test.Late", "fault=\"delay\" delayMilliseconds=\"900\"") +
+             MakeItem("Test.Dropped", "fault=\"dropConnection\"");
+    folder.Write("device.xml", "<DeviceDescriptionDocument>" + items + content + "</DeviceDescriptionDocument>");
+}
+
+void DeviceProcess::HandOverSocket()
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::copy(socketPath.begin(), socketPath.end(), address.sun_path);
+    listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 || listen(listening, 16) != 0)
+    {
+        throw std::runtime_error("cannot listen at " + socketPath);
+    }
+}
+
+void DeviceProcess::Start()
+{
+    std::vector<BasicString> arguments = {OXA_DEVICE, "--config", folder.GetPath("device.conf")};
+    if (listening >= 0)
+    {
+        // The process that is told its number has to be the one that serves.
+        arguments.insert(arguments.begin(), {"/bin/sh", "-c", "exec env LISTEN_FDS=1 LISTEN_PID=$$ \"$@\"", "systemd"});
+    }
+    process.emplace(arguments, "", listening);
+    static_cast<void>(process->WaitForLine("serving"));
+}
+
+void DeviceProcess::Kill()
+{
+    process->SendSignal(SIGKILL);
+    process->Wait();
+}
+
+void DeviceProcess::Suspend()
+{
+    process->SendSignal(SIGSTOP);
+    waitpid(process->GetNumber(), nullptr, WUNTRACED);
+}
+
+Support::ChildProcess& DeviceProcess::GetProcess()
+{
+    return *process;
+}
+
+System::Rsc::RscEndpointConfiguration DeviceProcess::GetEndpoint() const
+{
+    return {"Oxa.Device", socketPath, "", "", readTimeout, commandTimeout};
+}
+
+const Support::TemporaryFolder& DeviceProcess::GetFolder() const
+{
+    return folder;
+}
+
+BasicString MakeKey(int number)
+{
+    return "Test." + std::to_string(number);
+}
+
+} // namespace Oxa::Tests::Processes

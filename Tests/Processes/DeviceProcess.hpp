@@ -1,0 +1,65 @@
+#pragma once
+
+#include "Oxa/System/Rsc/RscEndpointConfiguration.hpp"
+#include "Support/ChildProcess.hpp"
+#include "Support/TemporaryFolder.hpp"
+
+#include <optional>
+#include <vector>
+
+namespace Oxa::Tests::Processes
+{
+
+/// The shipped program `oxa-device` with a folder, a description and a configuration of its own.
+class DeviceProcess final
+{
+public:
+    static constexpr std::chrono::milliseconds readTimeout{300};
+    static constexpr std::chrono::milliseconds commandTimeout{400};
+
+    /// The items "Test.0" to "Test.39", and "Test.Slow", which takes some time; each one's value is its key and '!'.
+    static constexpr int itemsCount = 40;
+    static constexpr std::chrono::milliseconds slowness{20};
+
+    struct Settings
+    {
+        /// Attributes of the element Server. By default the socket.
+        BasicString server;
+        /// Elements inside Server. By default the own user, who may command.
+        BasicString users;
+    };
+
+    explicit DeviceProcess(const Settings& settings = {});
+    DeviceProcess(const DeviceProcess&) = delete;
+    DeviceProcess& operator=(const DeviceProcess&) = delete;
+    ~DeviceProcess();
+
+    /// Describes the device: XML inside the document element, beside the items.
+    void Describe(const BasicString& content) const;
+
+    /// From now on the process gets a listening socket from the test, as from systemd.
+    void HandOverSocket();
+
+    /// Returns when it serves.
+    void Start();
+    void Kill();
+    /// Returns when it has stopped, until `SIGCONT`.
+    void Suspend();
+
+    [[nodiscard]] Support::ChildProcess& GetProcess();
+
+    [[nodiscard]] System::Rsc::RscEndpointConfiguration GetEndpoint() const;
+
+    [[nodiscard]] const Support::TemporaryFolder& GetFolder() const;
+
+private:
+    Support::TemporaryFolder folder;
+    const BasicString socketPath = folder.GetPath("socket");
+    int listening = -1;
+    std::optional<Support::ChildProcess> process;
+};
+
+/// "Test.7" for 7.
+[[nodiscard]] BasicString MakeKey(int number);
+
+} // namespace Oxa::Tests::Processes
