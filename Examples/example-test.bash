@@ -6,7 +6,8 @@ set -euo pipefail
 readonly cmake="$1" prefix="$2" work="$3"
 examples="$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)"
 readonly examples state="$work/state"
-processes=()
+# Those that have not ended.
+declare -A processes=()
 
 fail()
 {
@@ -17,7 +18,7 @@ fail()
 
 endAll()
 {
-    [ "${#processes[@]}" -eq 0 ] || kill -KILL "${processes[@]}" 2>/dev/null || true
+    [ "${#processes[@]}" -eq 0 ] || kill -KILL "${!processes[@]}" 2>/dev/null || true
 }
 trap endAll EXIT
 
@@ -41,7 +42,7 @@ start()
     mkfifo -- "$work/$name.output"
     "$@" >"$work/$name.output" 2>"$work/$name.log" &
     started=$!
-    processes+=("$started")
+    processes[$started]="$name"
     exec 3<"$work/$name.output"
     while read -r -t 60 line <&3; do
         if [[ "$line" =~ $pattern ]]; then
@@ -86,5 +87,6 @@ endWell()
     local status=0
     kill -TERM "$1"
     wait "$1" || status=$?
-    [ "$status" -eq 0 ] || fail "process $1 ended with status $status"
+    [ "$status" -eq 0 ] || fail "${processes[$1]} ended with status $status"
+    unset "processes[$1]"
 }
