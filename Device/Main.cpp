@@ -4,28 +4,20 @@
 #include "Device/Program/DeviceServerConfiguration.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
-#include "Oxa/System/Commons/InvalidOperationException.hpp"
-#include "Oxa/System/Commons/XmlException.hpp"
+#include "Oxa/System/Commons/ProgramMain.hpp"
 
 #include <csignal>
 #include <cstdlib>
-#include <exception>
 #include <iostream>
 
 namespace
 {
 
-using Oxa::BasicString;
 using Oxa::Device::Program::DeviceCommandLine;
 using Oxa::System::Commons::AppDomain;
-using Oxa::System::Commons::Singleton;
-using Oxa::System::Commons::XmlException;
 using Oxa::System::Commons::Diagnostics::Logging::LogConfiguration;
 using Oxa::System::Commons::Diagnostics::Logging::LogLevel;
 using Oxa::System::Commons::Diagnostics::Logging::LogManager;
-
-/// EX_CONFIG of sysexits.h.
-constexpr int configurationFaultStatus = 78;
 
 /// In all threads that will come; who ends the program waits for them.
 void BlockEndSignals()
@@ -79,52 +71,16 @@ int Run(const DeviceCommandLine& commandLine, AppDomain& appDomain)
     return EXIT_SUCCESS;
 }
 
-int Main(int argc, const char* const* argv)
-{
-    int exitStatus = EXIT_SUCCESS;
-    const auto commandLine = Oxa::Device::Program::ParseDeviceCommandLine(argc, argv, exitStatus);
-    if (!commandLine)
-    {
-        return exitStatus;
-    }
-    // Who reads the output may go away; that is no reason to end.
-    std::signal(SIGPIPE, SIG_IGN);
-    AppDomain appDomain("oxa-device");
-    Singleton<AppDomain>::TrySetInstance(appDomain);
-    try
-    {
-        exitStatus = Run(*commandLine, appDomain);
-    }
-    catch (...)
-    {
-        Singleton<AppDomain>::ClearInstance();
-        throw;
-    }
-    Singleton<AppDomain>::ClearInstance();
-    return exitStatus;
-}
-
 } // namespace
 
 int main(int argc, char** argv)
 {
-    try
-    {
-        return Main(argc, argv);
-    }
-    catch (const XmlException& exception)
-    {
-        const BasicString& position = exception.GetReadingPosition();
-        std::cerr << "oxa-device: " << position << (position.empty() ? "" : ": ") << exception.what() << std::endl;
-        return configurationFaultStatus;
-    }
-    catch (const std::exception& exception)
-    {
-        std::cerr << "oxa-device: " << exception.what() << std::endl;
-    }
-    catch (...)
-    {
-        std::cerr << "oxa-device: an exception of an unknown type" << std::endl;
-    }
-    return EXIT_FAILURE;
+    int exitStatus = EXIT_SUCCESS;
+    return Oxa::System::Commons::RunProgram("oxa-device",
+                                            [argc, argv, &exitStatus](AppDomain& appDomain)
+                                            {
+                                                const auto commandLine = Oxa::Device::Program::ParseDeviceCommandLine(
+                                                    argc, argv, exitStatus);
+                                                return commandLine ? Run(*commandLine, appDomain) : exitStatus;
+                                            });
 }

@@ -1,9 +1,12 @@
 #include "Host/CommandLine.hpp"
 
+#include "Oxa/System/Commons/ProgramMain.hpp"
+
 #include <CLI/CLI.hpp>
 
 #include <cstdlib>
 #include <string_view>
+#include <vector>
 
 namespace Oxa::Host
 {
@@ -19,14 +22,17 @@ BasicString GetDefaultStateFolder()
     return BasicString(first.empty() ? "/var/lib/oxa-wbm" : first.substr(0, first.find(':')));
 }
 
-std::pair<BasicString, BasicString> SplitVariable(const BasicString& text)
+void SplitVariables(const std::vector<BasicString>& texts, CommandLine& commandLine)
 {
-    const std::size_t equals = text.find('=');
-    if (equals == 0 || equals == BasicString::npos)
+    for (const BasicString& text : texts)
     {
-        throw CLI::ValidationError("--variable", "'" + text + "' is not NAME=VALUE");
+        const auto variable = System::Commons::SplitVariable(text);
+        if (!variable)
+        {
+            throw CLI::ValidationError("--variable", "'" + text + "' is not NAME=VALUE");
+        }
+        commandLine.variables.push_back(*variable);
     }
-    return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
 void AddUserCommands(CLI::App& app, CommandLine& commandLine)
@@ -70,16 +76,12 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv, i
     try
     {
         app.parse(argc, argv);
-        for (const BasicString& variable : variables)
-        {
-            commandLine.variables.push_back(SplitVariable(variable));
-        }
+        SplitVariables(variables, commandLine);
         return commandLine;
     }
     catch (const CLI::ParseError& error)
     {
-        // EX_USAGE of sysexits.h.
-        exitStatus = app.exit(error) == 0 ? 0 : 64;
+        exitStatus = app.exit(error) == 0 ? EXIT_SUCCESS : System::Commons::usageFaultStatus;
         return std::nullopt;
     }
 }

@@ -1,10 +1,9 @@
 #pragma once
 
+#include "Oxa/System/Commons/ProgramVariables.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <optional>
-#include <utility>
-#include <vector>
 
 namespace Oxa::Host
 {
@@ -26,7 +25,7 @@ struct CommandLine
     BasicString stateFolder;
     /// Instead of the configuration's.
     std::optional<uint16> port;
-    std::vector<std::pair<BasicString, BasicString>> variables;
+    System::Commons::ProgramVariables variables;
     bool printsExamples = false;
     BasicString userName;
     BasicString roleName;

@@ -1,6 +1,10 @@
 #include "Device/Program/DeviceCommandLine.hpp"
 
+#include "Oxa/System/Commons/ProgramMain.hpp"
+
 #include <CLI/CLI.hpp>
+
+#include <cstdlib>
 
 namespace Oxa::Device::Program
 {
@@ -75,8 +79,7 @@ std::optional<DeviceCommandLine> ParseDeviceCommandLine(int argc, const char* co
     }
     catch (const CLI::ParseError& error)
     {
-        // EX_USAGE of sysexits.h.
-        exitStatus = app.exit(error) == 0 ? 0 : 64;
+        exitStatus = app.exit(error) == 0 ? EXIT_SUCCESS : System::Commons::usageFaultStatus;
         return std::nullopt;
     }
 }

@@ -1,26 +1,24 @@
 #include "Host/Configuration/HostConfiguration.hpp"
 
-#include "Oxa/System/Commons/Diagnostics/Logging/LogLevel.hpp"
+#include "Oxa/System/Acf/ComponentConfigurationReader.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogConfigurationReader.hpp"
 #include "Oxa/System/Commons/NotSupportedException.hpp"
 #include "Oxa/System/Commons/Xml/IXmlSerializable.hpp"
 #include "Oxa/System/Commons/Xml/XmlConfigDocument.hpp"
 #include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
+#include "Oxa/System/Commons/Xml/XmlElementRules.hpp"
 #include "Oxa/System/Commons/Xml/XmlReader.hpp"
 
 #include <boost/asio/ip/address.hpp>
 
 #include <algorithm>
 #include <limits>
-#include <set>
 
 namespace Oxa::Host::Configuration
 {
 
 using System::Commons::NotSupportedException;
 using System::Commons::XmlException;
-using System::Commons::Diagnostics::Logging::LogConfiguration;
-using System::Commons::Diagnostics::Logging::LogLevel;
-using System::Commons::Diagnostics::Logging::ParseLogLevel;
 using System::Commons::Xml::XmlElementReader;
 using System::Commons::Xml::XmlReader;
 using System::Commons::Xml::XmlSerializationContext;
@@ -35,41 +33,6 @@ constexpr std::size_t shortestDeadlineMilliseconds = 10;
 constexpr std::size_t longestDeadlineMilliseconds = 60'000;
 /// What the address of a Unix socket has room for.
 constexpr std::size_t longestSocketPath = 107;
-
-LogLevel ReadLogLevel(const XmlElementReader& element, LogLevel fallback)
-{
-    BasicString text;
-    element.Read("level", text);
-    if (text.empty())
-    {
-        return fallback;
-    }
-    const auto level = ParseLogLevel(text);
-    if (!level)
-    {
-        element.ThrowBadValue("level", text, "error, warning, notice, information, debug or a digit from 0 to 7");
-    }
-    return *level;
-}
-
-LogConfiguration::Target ReadLogTarget(const XmlElementReader& element)
-{
-    BasicString text = "console";
-    element.Read("target", text);
-    if (text == "console")
-    {
-        return LogConfiguration::Target::Console;
-    }
-    if (text == "syslog")
-    {
-        return LogConfiguration::Target::Syslog;
-    }
-    if (text != "file")
-    {
-        element.ThrowBadValue("target", text, "console, syslog or file");
-    }
-    return LogConfiguration::Target::File;
-}
 
 void ReadDeadline(const XmlElementReader& element, std::string_view attributeName, std::chrono::milliseconds& value)
 {
@@ -131,18 +94,24 @@ void ReadPlace(const XmlElementReader& element, RscEndpointConfiguration& endpoi
 class ConfigurationDocument final : public System::Commons::Xml::IXmlSerializable
 {
 public:
-    explicit ConfigurationDocument(HostConfiguration& configuration) : configuration(configuration) {}
+    explicit ConfigurationDocument(HostConfiguration& configuration) : configuration(configuration)
+    {
+        AddLogRules(rules, configuration.log);
+        AddComponentRules(rules, configuration.components);
+        Add("Http", &ConfigurationDocument::ReadHttp);
+        Add("Users", &ConfigurationDocument::ReadUsers);
+        Add("Sessions", &ConfigurationDocument::ReadSessions);
+        Add("Requests", &ConfigurationDocument::ReadRequests);
+        Add("Services", &ConfigurationDocument::ReadList);
+        Add("Services/Provider", &ConfigurationDocument::ReadServiceProvider);
+        Add("Modules", &ConfigurationDocument::ReadList);
+        Add("Modules/Module", &ConfigurationDocument::ReadModule);
+        Add("Modules/Module/DataProvider", &ConfigurationDocument::ReadDataProvider);
+    }
 
     void ReadXml(XmlReader& reader, XmlSerializationContext& context) override
     {
-        XmlElementReader(reader, context).RequireOnly({});
-        while (reader.TryReadStartElement())
-        {
-            const int depth = reader.GetDepth();
-            parents.resize(static_cast<std::size_t>(depth - 1));
-            ReadElement(reader, XmlElementReader(reader, context));
-            parents.push_back(reader.GetElementLocalName());
-        }
+        rules.Read(reader, context);
         if (configuration.usersDatabasePath.empty())
         {
             throw XmlException::Create(reader, "the element 'Users' is missing");
@@ -155,69 +124,9 @@ public:
     }
 
 private:
-    using ReadFunction = void (ConfigurationDocument::*)(const XmlElementReader&);
-
-    struct Rule
+    void Add(const BasicString& path, void (ConfigurationDocument::*read)(const XmlElementReader&))
     {
-        /// Names of the elements around it and its own.
-        std::string_view path;
-        ReadFunction read;
-    };
-
-    void ReadElement(XmlReader& reader, const XmlElementReader& element)
-    {
-        static constexpr Rule rules[] = {
-            {"Log", &ConfigurationDocument::ReadLog},
-            {"Log/Level", &ConfigurationDocument::ReadPrefixLevel},
-            {"Http", &ConfigurationDocument::ReadHttp},
-            {"Users", &ConfigurationDocument::ReadUsers},
-            {"Sessions", &ConfigurationDocument::ReadSessions},
-            {"Requests", &ConfigurationDocument::ReadRequests},
-            {"Services", &ConfigurationDocument::ReadList},
-            {"Services/Provider", &ConfigurationDocument::ReadServiceProvider},
-            {"Components", &ConfigurationDocument::ReadList},
-            {"Components/Component", &ConfigurationDocument::ReadComponent},
-            {"Modules", &ConfigurationDocument::ReadList},
-            {"Modules/Module", &ConfigurationDocument::ReadModule},
-            {"Modules/Module/DataProvider", &ConfigurationDocument::ReadDataProvider},
-        };
-        BasicString path;
-        for (const BasicString& parent : parents)
-        {
-            path += parent + '/';
-        }
-        path += reader.GetElementLocalName();
-        const auto* const rule =
-            std::find_if(std::begin(rules), std::end(rules), [&path](const Rule& each) { return each.path == path; });
-        if (rule == std::end(rules))
-        {
-            element.ThrowUnknownElement();
-        }
-        // What two of them say might differ.
-        if (parents.empty() && !seen.insert(path).second)
-        {
-            element.ThrowRepeatedElement();
-        }
-        (this->*rule->read)(element);
-    }
-
-    void ReadLog(const XmlElementReader& element)
-    {
-        element.RequireOnly({"level", "target", "file"});
-        configuration.log.level = ReadLogLevel(element, configuration.log.level);
-        configuration.log.target = ReadLogTarget(element);
-        if (configuration.log.target == LogConfiguration::Target::File)
-        {
-            element.ReadRequired("file", configuration.log.filePath);
-        }
-    }
-
-    void ReadPrefixLevel(const XmlElementReader& element)
-    {
-        element.RequireOnly({"prefix", "level"});
-        BasicString prefix;
-        element.ReadRequired("prefix", prefix);
-        configuration.log.levelsByPrefix[prefix] = ReadLogLevel(element, configuration.log.level);
+        rules.Add(path, [this, read](const XmlElementReader& element) { (this->*read)(element); });
     }
 
     void ReadHttp(const XmlElementReader& element)
@@ -287,19 +196,6 @@ private:
         endpoints.push_back(std::move(endpoint));
     }
 
-    void ReadComponent(const XmlElementReader& element)
-    {
-        element.RequireOnly({"name", "library", "component", "settings"});
-        System::Acf::ComponentConfiguration component;
-        element.ReadRequired("name", component.name);
-        element.ReadRequired("library", component.libraryPath);
-        component.componentName = component.name;
-        element.Read("component", component.componentName);
-        element.Read("settings", component.settingsPath);
-        RequireNewName(element, component.name, configuration.components);
-        configuration.components.push_back(std::move(component));
-    }
-
     void ReadModule(const XmlElementReader& element)
     {
         element.RequireOnly({"name", "library", "settings"});
@@ -334,9 +230,7 @@ private:
     }
 
     HostConfiguration& configuration;
-    std::vector<BasicString> parents;
-    /// The document element's children so far.
-    std::set<BasicString> seen;
+    System::Commons::Xml::XmlElementRules rules;
 };
 
 } // namespace

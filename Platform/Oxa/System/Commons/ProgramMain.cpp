@@ -1,0 +1,63 @@
+#include "Oxa/System/Commons/ProgramMain.hpp"
+
+#include "Oxa/System/Commons/AppDomain.hpp"
+#include "Oxa/System/Commons/XmlException.hpp"
+
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+
+namespace Oxa::System::Commons
+{
+
+namespace
+{
+
+/// Makes the domain the process's one as long as it lives.
+class DomainOfProcess final
+{
+public:
+    explicit DomainOfProcess(AppDomain& appDomain)
+    {
+        Singleton<AppDomain>::TrySetInstance(appDomain);
+    }
+
+    DomainOfProcess(const DomainOfProcess&) = delete;
+    DomainOfProcess& operator=(const DomainOfProcess&) = delete;
+
+    ~DomainOfProcess()
+    {
+        Singleton<AppDomain>::ClearInstance();
+    }
+};
+
+} // namespace
+
+int RunProgram(const char* programName, const std::function<int(AppDomain&)>& run)
+{
+    try
+    {
+        std::signal(SIGPIPE, SIG_IGN);
+        AppDomain appDomain(programName);
+        const DomainOfProcess domain(appDomain);
+        return run(appDomain);
+    }
+    catch (const XmlException& exception)
+    {
+        const BasicString& position = exception.GetReadingPosition();
+        std::cerr << programName << ": " << position << (position.empty() ? "" : ": ") << exception.what() << std::endl;
+        return configurationFaultStatus;
+    }
+    catch (const std::exception& exception)
+    {
+        std::cerr << programName << ": " << exception.what() << std::endl;
+    }
+    catch (...)
+    {
+        std::cerr << programName << ": an exception of an unknown type" << std::endl;
+    }
+    return EXIT_FAILURE;
+}
+
+} // namespace Oxa::System::Commons
