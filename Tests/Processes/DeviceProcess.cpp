@@ -19,9 +19,14 @@ BasicString MakeItem(const BasicString& key, const BasicString& attributes)
     return "<Item key=\"" + key + "\"><simulated value=\"" + key + "!\" " + attributes + "/></Item>\n";
 }
 
+BasicString MakeDelayedItem(const BasicString& key, std::chrono::milliseconds delay)
+{
+    return MakeItem(key, "fault=\"delay\" delayMilliseconds=\"" + std::to_string(delay.count()) + '"');
+}
+
 } // namespace
 
-DeviceProcess::DeviceProcess(const Settings& settings)
+DeviceProcess::DeviceProcess(const DeviceSettings& settings)
 {
     const BasicString server = settings.server.empty() ? "socket=\"" + socketPath + '"' : settings.server;
     const BasicString own = "<User name=\"" + std::to_string(getuid()) + "\" commands=\"true\"/>";
@@ -48,8 +53,7 @@ void DeviceProcess::Describe(const BasicString& content) const
     {
         items += MakeItem(MakeKey(number), "");
     }
-    items += MakeItem("Test.Slow", "fault=\"delay\" delayMilliseconds=\"" + std::to_string(slowness.count()) + '"') +
-             MakeItem("Test.Late", "fault=\"delay\" delayMilliseconds=\"900\"") +
+    items += MakeDelayedItem("Test.Slow", slowness) + MakeDelayedItem("Test.Late", lateness) +
              MakeItem("Test.Dropped", "fault=\"dropConnection\"");
     folder.Write("device.xml", "<DeviceDescriptionDocument>" + items + content + "</DeviceDescriptionDocument>");
 }

@@ -10,6 +10,15 @@
 namespace Oxa::Tests::Processes
 {
 
+/// What differs from test to test.
+struct DeviceSettings
+{
+    /// Attributes of the element Server. By default the socket.
+    BasicString server = "";
+    /// Elements inside Server. By default the own user, who may command.
+    BasicString users = "";
+};
+
 /// The shipped program `oxa-device` with a folder, a description and a configuration of its own.
 class DeviceProcess final
 {
@@ -20,16 +29,10 @@ public:
     /// The items "Test.0" to "Test.39", and "Test.Slow", which takes some time; each one's value is its key and '!'.
     static constexpr int itemsCount = 40;
     static constexpr std::chrono::milliseconds slowness{20};
+    /// "Test.Late" takes longer than a read may.
+    static constexpr std::chrono::milliseconds lateness{900};
 
-    struct Settings
-    {
-        /// Attributes of the element Server. By default the socket.
-        BasicString server;
-        /// Elements inside Server. By default the own user, who may command.
-        BasicString users;
-    };
-
-    explicit DeviceProcess(const Settings& settings = {});
+    explicit DeviceProcess(const DeviceSettings& settings = {});
     DeviceProcess(const DeviceProcess&) = delete;
     DeviceProcess& operator=(const DeviceProcess&) = delete;
     ~DeviceProcess();

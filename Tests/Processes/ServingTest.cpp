@@ -1,0 +1,149 @@
+#include "Processes/DeviceClient.hpp"
+#include "Processes/DeviceProcess.hpp"
+#include "Processes/Readers.hpp"
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <future>
+#include <map>
+
+namespace Oxa::Tests::Processes
+{
+
+using namespace std::chrono_literals;
+using System::Rsc::RscEndpointConfiguration;
+
+namespace
+{
+
+const BasicString value = "Test.1!";
+
+RscEndpointConfiguration WithTimeout(RscEndpointConfiguration endpoint, std::chrono::milliseconds timeout)
+{
+    endpoint.readTimeout = timeout;
+    return endpoint;
+}
+
+TEST(Serving, IsFoundWhenItComesLate)
+{
+    DeviceProcess device;
+    DeviceClient client(device.GetEndpoint());
+    EXPECT_FALSE(client.TryFind());
+    device.Start();
+    EXPECT_TRUE(Eventually([&client] { return client.TryFind(); }, 2s));
+    EXPECT_EQ(client.Read("Test.1"), value);
+    EXPECT_EQ(client.Read("Test.Dropped"), "ConnectionLost");
+    EXPECT_EQ(client.Read("Test.1"), value);
+}
+
+TEST(Serving, TurnsStrangersAwayAndTakesCommandsOnlyFromThoseWhoMay)
+{
+    DeviceProcess toOthers({.users = "<User name=\"" + std::to_string(getuid() + 1) + "\" commands=\"true\"/>"});
+    toOthers.Start();
+    EXPECT_FALSE(DeviceClient(toOthers.GetEndpoint()).TryFind());
+    DeviceProcess toReaders({.users = "<User name=\"" + std::to_string(getuid()) + "\"/>"});
+    toReaders.Start();
+    DeviceClient reader(toReaders.GetEndpoint());
+    ASSERT_TRUE(reader.TryFind());
+    EXPECT_EQ(reader.Restart(), "Refused");
+    EXPECT_EQ(reader.Read("Test.1"), value);
+}
+
+TEST(Serving, AnswersOthersWhileSomeWaitAndRefusesTheSeventeenthCall)
+{
+    DeviceProcess device;
+    device.Start();
+    DeviceClient client(WithTimeout(device.GetEndpoint(), 10s));
+    ASSERT_TRUE(client.TryFind());
+    std::vector<std::future<Outcome>> waiting;
+    const auto wait = [&client]
+    {
+        return client.Read("Test.Late");
+    };
+    while (waiting.size() < 15)
+    {
+        waiting.push_back(std::async(std::launch::async, wait));
+        const Outcome outcome = client.Read("Test.1");
+        EXPECT_EQ(outcome, value);
+        EXPECT_LT(outcome.duration, DeviceProcess::lateness / 2);
+    }
+    waiting.push_back(std::async(std::launch::async, wait));
+    waiting.push_back(std::async(std::launch::async, wait));
+    std::map<BasicString, int> counts;
+    for (auto& each : waiting)
+    {
+        const Outcome outcome = each.get();
+        ++counts[outcome.text];
+        EXPECT_TRUE(outcome == "Test.Late!" || outcome.duration < DeviceProcess::lateness / 2);
+    }
+    EXPECT_EQ(counts, (std::map<BasicString, int>{{"Test.Late!", 16}, {"Refused", 1}}));
+    EXPECT_EQ(client.Read("Test.1"), value);
+}
+
+TEST(Serving, WorksThroughAMessageBus)
+{
+    const Support::TemporaryFolder folder;
+    const BasicString address = "unix:path=" + folder.GetPath("bus");
+    Support::ChildProcess bus(
+        {"/usr/bin/dbus-daemon", "--session", "--nofork", "--print-address", "--address=" + address});
+    static_cast<void>(bus.WaitForLine("unix:"));
+    DeviceProcess device({.server = "bus=\"" + address + "\" busName=\"Oxa.Device\""});
+    DeviceClient client({"Oxa.Device", "", address, "Oxa.Device", DeviceProcess::readTimeout, 1s});
+    EXPECT_FALSE(client.TryFind());
+    device.Start();
+    ASSERT_TRUE(Eventually([&client] { return client.TryFind(); }, 2s));
+    Support::ChildProcess inspector(
+        {"/usr/bin/busctl", "--address=" + address, "introspect", "Oxa.Device", "/Oxa/Device"});
+    EXPECT_EQ(inspector.Wait(), 0) << inspector.GetErrors();
+    EXPECT_THAT(inspector.GetOutput(), testing::HasSubstr(".ReadItems"));
+    for (int round = 0; round < 3; ++round)
+    {
+        EXPECT_EQ(client.Read("Test.1"), value);
+        auto waiting = std::async(std::launch::async, [&client] { return client.Read("Test.Late"); });
+        device.Kill();
+        EXPECT_THAT(waiting.get().text, testing::AnyOf("ConnectionLost", "NotAvailable", "TimedOut"));
+        EXPECT_THAT(client.Read("Test.1").text, testing::AnyOf("ConnectionLost", "NotAvailable"));
+        device.Start();
+        EXPECT_TRUE(Eventually([&client] { return client.Read("Test.1") == value; }, 2s));
+    }
+}
+
+struct Ended
+{
+    int status;
+    BasicString output;
+};
+
+Ended RunDevice(std::vector<BasicString> arguments)
+{
+    arguments.insert(arguments.begin(), OXA_DEVICE);
+    Support::ChildProcess process(arguments);
+    const int status = process.Wait();
+    return {status, process.GetOutput()};
+}
+
+TEST(DescribingADevice, SaysEveryMistakeAndReadsWhatTheProgramDescribed)
+{
+    const Support::TemporaryFolder folder;
+    const BasicString wrong = folder.Write("wrong.xml", "<DeviceDescriptionDocument>\n<Item/>\n<Itme key=\"a\"/>\n"
+                                                        "<Item key=\"b\"><text/></Item></DeviceDescriptionDocument>");
+    const Ended checked = RunDevice({"--check", wrong});
+    EXPECT_EQ(checked.status, 1);
+    for (const char* const line : {":2: ", ":3: ", ":4: "})
+    {
+        EXPECT_THAT(checked.output, testing::HasSubstr(wrong + line));
+    }
+    const BasicString path = folder.Write("own.xml", RunDevice({"--describe"}).output);
+    EXPECT_EQ(RunDevice({"--check", path}).status, 0);
+    const Ended read = RunDevice({"--description", path, "--read", "Status.System.UpTime.Seconds"});
+    EXPECT_EQ(read.status, 0);
+    EXPECT_THAT(read.output, testing::EndsWith(" (Uint64)\n"));
+    EXPECT_EQ(RunDevice({"--description", path, "--read", "No.Such.Item"}).status, 1);
+    EXPECT_EQ(RunDevice({"--read"}).status, 64);
+    EXPECT_EQ(RunDevice({"--config", wrong}).status, 78);
+}
+
+} // namespace
+
+} // namespace Oxa::Tests::Processes
