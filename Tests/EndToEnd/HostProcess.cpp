@@ -17,7 +17,8 @@ HostProcess::HostProcess(const HostSettings& settings) : fault(settings.fault)
         folder.Write("host.xml", "<WbmHostDocument><Log level=\"information\"/><Http port=\"0\" " + settings.http +
                                      "/><Users database=\"${OXA_STATE}/users.sqlite\"/><Sessions " + settings.sessions +
                                      "/><Requests " + settings.requests + "/><Components>" + settings.components +
-                                     "</Components><Modules>" + settings.modules + "</Modules></WbmHostDocument>");
+                                     "</Components><Services>" + settings.services + "</Services><Modules>" +
+                                     settings.modules + "</Modules></WbmHostDocument>");
 }
 
 std::vector<BasicString> HostProcess::MakeArguments() const

@@ -24,6 +24,8 @@ struct HostSettings
     BasicString modules = R"(<Module name="Fake" library="${FAKES}/libFakeModuleLibrary.so">
         <DataProvider name="FakeDp" safe="true"/><DataProvider name="FakeControlDp"/></Module>)";
     BasicString components = R"(<Component name="Fake" library="${FAKES}/libFakeComponentLibrary.so"/>)";
+    /// Elements inside Services.
+    BasicString services = "";
     BasicString fault = "";
 };
 

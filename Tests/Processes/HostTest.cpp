@@ -1,0 +1,108 @@
+#include "EndToEnd/HostProcess.hpp"
+#include "Processes/DeviceProcess.hpp"
+#include "Processes/Readers.hpp"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <fstream>
+#include <sstream>
+
+namespace Oxa::Tests::Processes
+{
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+
+namespace
+{
+
+constexpr const char* sections[] = {"GeneralData", "DateTime", "Health", "StatusIndicators", "Utilization"};
+
+/// The shipped host and the shipped device services, each in its process.
+class TwoProcesses : public testing::Test
+{
+protected:
+    /// The simulated controller under another name.
+    void StartDevice(const BasicString& articleName)
+    {
+        std::ostringstream text;
+        text << std::ifstream(OXA_DESCRIPTIONS "/controller.xml").rdbuf();
+        BasicString description = text.str();
+        const BasicString shippedName = "OXC 4000 S";
+        description.replace(description.find(shippedName), shippedName.size(), articleName);
+        device.GetFolder().Write("device.xml", description);
+        device.Start();
+    }
+
+    [[nodiscard]] Support::HttpClient::Answer Ask() const
+    {
+        BasicString target = "/api/v1/DeviceInterfaceDp/GetDataSections?";
+        for (const char* section : sections)
+        {
+            target += BasicString(section) + '&';
+        }
+        return host.Ask("GET", target, admin);
+    }
+
+    [[nodiscard]] bool ComesBack(const BasicString& text, std::chrono::milliseconds timeout) const
+    {
+        return Eventually(
+            [this, &text]
+            {
+                const auto answer = Ask();
+                return answer.result_int() == 200U && answer.body().find(text) != BasicString::npos;
+            },
+            timeout);
+    }
+
+    DeviceProcess device;
+    EndToEnd::HostProcess host{
+        {.modules =
+             R"(<Module name="Di" library="${OXA_LIBRARIES}/libOxa.Services.Modules.Wbm.Di.so" settings=")" OXA_CONFIGURATION
+             R"(/Di.xml"><DataProvider name="DeviceInterfaceDp" safe="true"/></Module>)",
+         .components = "",
+         .services = R"(<Provider name="Oxa.Device" readMilliseconds="300" socket=")" +
+                     device.GetEndpoint().socketPath + "\"/>"}};
+    BasicString admin;
+};
+
+TEST_F(TwoProcesses, AnswerWithTheValuesOfTheDeviceThatIsThere)
+{
+    StartDevice("First");
+    host.WaitUntilReady();
+    admin = host.LogIn();
+    const auto answer = Ask();
+    EXPECT_EQ(answer.result_int(), 200U) << answer.body();
+    EXPECT_THAT(answer.body(), HasSubstr("\"First\""));
+    for (const char* section : sections)
+    {
+        EXPECT_THAT(answer.body(), HasSubstr('"' + BasicString(section) + "\":"));
+    }
+
+    device.Suspend();
+    EXPECT_EQ(Ask().result_int(), 504U);
+    device.GetProcess().SendSignal(SIGCONT);
+    EXPECT_TRUE(ComesBack("\"First\"", 2s));
+
+    device.Kill();
+    const auto refusal = Ask();
+    EXPECT_EQ(refusal.result_int(), 503U) << refusal.body();
+    EXPECT_NE(refusal["Retry-After"], "");
+    StartDevice("Second");
+    EXPECT_TRUE(ComesBack("\"Second\"", 2s)) << Ask().body();
+    EXPECT_EQ(host.Stop(), 0);
+}
+
+TEST_F(TwoProcesses, StartInAnyOrder)
+{
+    host.WaitUntilReady();
+    admin = host.LogIn();
+    EXPECT_EQ(Ask().result_int(), 503U);
+    StartDevice("Late");
+    EXPECT_TRUE(ComesBack("\"Late\"", 4s));
+}
+
+} // namespace
+
+} // namespace Oxa::Tests::Processes
