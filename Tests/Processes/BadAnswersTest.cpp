@@ -3,6 +3,7 @@
 #include "Support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
+#include <poll.h>
 
 #include <atomic>
 #include <fstream>
@@ -29,7 +30,7 @@ BasicString MakeValue(char type, const BasicString& text)
 
 BasicString MakeResults(uint32 serial, const BasicString& body, const char* signature = "(yv)")
 {
-    return FakeBytePeer::MakeAnswer(serial, 2, "", signature, body);
+    return FakeBytePeer::MakeAnswer(serial, signature, body);
 }
 
 BasicString MakeRightAnswer(uint32 serial)
@@ -39,16 +40,25 @@ BasicString MakeRightAnswer(uint32 serial)
 
 BasicString MakeError(uint32 serial, const char* name)
 {
-    return FakeBytePeer::MakeAnswer(serial, 3, name, "s", BasicString({5, 0, 0, 0}) + "cause" + '\0');
+    return FakeBytePeer::MakeAnswer(serial, "s", BasicString({5, 0, 0, 0}) + "cause" + '\0', name);
+}
+
+void SendSlowly(const FakeBytePeer::Call& call, const BasicString& bytes)
+{
+    for (const char byte : bytes)
+    {
+        call.Send({&byte, 1});
+        poll(nullptr, 0, 1);
+    }
 }
 
 /// A header that announces so many bytes, and nothing after it.
 BasicString MakeHeader(uint32 fieldBytes, uint32 bodyBytes)
 {
-    BasicString header = MakeRightAnswer(1).substr(0, 16);
-    header.replace(4, 4, reinterpret_cast<const char*>(&bodyBytes), 4);
-    header.replace(12, 4, reinterpret_cast<const char*>(&fieldBytes), 4);
-    return header;
+    return MakeRightAnswer(1)
+        .replace(4, 4, FakeBytePeer::MakeNumber(bodyBytes))
+        .replace(12, 4, FakeBytePeer::MakeNumber(fieldBytes))
+        .substr(0, 16);
 }
 
 long GetPeakKilobytes()
@@ -171,7 +181,7 @@ TEST_F(CallingAStranger, TellsErrorsApart)
 TEST_F(CallingAStranger, PutsTogetherWhatComesInPiecesAndLosesWhatIsCut)
 {
     ASSERT_TRUE(client.TryFind());
-    EXPECT_EQ(ReadBad([](const FakeBytePeer::Call& call) { call.SendSlowly(MakeRightAnswer(call.GetSerial())); }),
+    EXPECT_EQ(ReadBad([](const FakeBytePeer::Call& call) { SendSlowly(call, MakeRightAnswer(call.GetSerial())); }),
               "right");
     const std::size_t size = MakeRightAnswer(0).size();
     for (std::size_t length = 0; length < size; length += 5)

@@ -1,13 +1,20 @@
 #pragma once
 
+#include "Device/MultiReadClient.hpp"
+#include "Oxa/Device/Interface/Services/DeviceControlServiceProxyFactory.hpp"
+#include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceControlService.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
-#include "Oxa/System/Rsc/RscEndpointConfiguration.hpp"
+#include "Oxa/System/Rsc/RscServiceException.hpp"
+#include "Oxa/System/Rsc/ServiceManager.hpp"
+
+#include <boost/core/demangle.hpp>
 
 #include <chrono>
-#include <functional>
+#include <concepts>
 #include <memory>
 #include <ostream>
+#include <typeinfo>
 #include <vector>
 
 namespace Oxa::Tests::Processes
@@ -16,7 +23,8 @@ namespace Oxa::Tests::Processes
 /// How a call ended, and after what time.
 struct Outcome
 {
-    /// What came back as text; several values with blanks between; else the name of the fault or of the exception.
+    /// What came back as text; several values with blanks between; else the name of the fault or of the exception's
+    /// type.
     BasicString text;
     std::chrono::milliseconds duration;
 
@@ -24,33 +32,105 @@ struct Outcome
     {
         return text == expected;
     }
+
+    friend std::ostream& operator<<(std::ostream& stream, const Outcome& outcome)
+    {
+        return stream << '\'' << outcome.text << "' after " << outcome.duration.count() << " ms";
+    }
 };
 
-std::ostream& operator<<(std::ostream& stream, const Outcome& outcome);
-
 /// The host's side: the device's services as they are to be had at an endpoint, as long as this object lives.
-/// Threads: safe from any thread.
+/// Threads: safe from any thread, but for `TryFind`.
 class DeviceClient final
 {
 public:
-    explicit DeviceClient(const System::Rsc::RscEndpointConfiguration& endpoint);
+    explicit DeviceClient(const System::Rsc::RscEndpointConfiguration& endpoint)
+    {
+        System::Rsc::ServiceManager::SetEndpoints({endpoint});
+    }
+
     DeviceClient(const DeviceClient&) = delete;
     DeviceClient& operator=(const DeviceClient&) = delete;
-    ~DeviceClient();
 
-    /// Whether both services are there now. Requires: only one thread calls.
-    bool TryFind();
+    ~DeviceClient()
+    {
+        System::Rsc::ServiceManager::ResetEndpoints();
+    }
 
-    /// Requires: `TryFind` was successful once.
-    [[nodiscard]] Outcome Read(const BasicString& key) const;
-    [[nodiscard]] Outcome ReadMany(const std::vector<BasicString>& keys) const;
-    [[nodiscard]] Outcome Restart() const;
+    /// Whether the services are there now.
+    bool TryFind()
+    {
+        using namespace Oxa::Device::Interface::Services;
+        return TryFindService(status, DeviceStatusServiceProxyFactory::GetInstance()) &&
+               TryFindService(control, DeviceControlServiceProxyFactory::GetInstance());
+    }
 
-    [[nodiscard]] static Outcome Measure(const std::function<BasicString()>& call);
+    // Require: `TryFind` was successful once.
+
+    [[nodiscard]] Outcome Read(const BasicString& key) const
+    {
+        return Measure([this, &key]
+                       { return status->ReadItem(Oxa::Device::Interface::Services::ItemKey(key)).ToString(); });
+    }
+
+    [[nodiscard]] Outcome ReadMany(const std::vector<BasicString>& keys) const
+    {
+        return Measure(
+            [this, &keys]
+            {
+                BasicString texts;
+                Tests::Device::MultiReadClient reader(keys);
+                for (const auto& value : reader.Read(*status))
+                {
+                    texts += (texts.empty() ? "" : " ") + value.ToString();
+                }
+                return texts;
+            });
+    }
+
+    [[nodiscard]] Outcome Restart() const
+    {
+        return Measure([this] { return Oxa::System::Commons::Text::Format("{0}", control->Restart()); });
+    }
+
+    template <std::invocable Function>
+    [[nodiscard]] static Outcome Measure(const Function& call)
+    {
+        using namespace std::chrono;
+        const auto begin = steady_clock::now();
+        const BasicString text = GetResult(call);
+        return {text, duration_cast<milliseconds>(steady_clock::now() - begin)};
+    }
 
 private:
-    std::unique_ptr<Device::Interface::Services::IDeviceStatusService> status;
-    std::unique_ptr<Device::Interface::Services::IDeviceControlService> control;
+    template <class Function>
+    static BasicString GetResult(const Function& call)
+    {
+        try
+        {
+            return call();
+        }
+        catch (const System::Rsc::RscServiceException& exception)
+        {
+            constexpr const char* names[] = {"NotAvailable", "TimedOut", "ConnectionLost", "BadAnswer", "Refused"};
+            return names[static_cast<std::size_t>(exception.GetFault())];
+        }
+        catch (const std::exception& exception)
+        {
+            const BasicString name = boost::core::demangle(typeid(exception).name());
+            return name.substr(name.rfind(':') + 1);
+        }
+    }
+
+    template <class T>
+    static bool TryFindService(std::unique_ptr<T>& service, System::Rsc::IRscServiceProxyFactory& factory)
+    {
+        service.reset(dynamic_cast<T*>(System::Rsc::ServiceManager::GetService("Oxa.Device", factory)));
+        return service != nullptr;
+    }
+
+    std::unique_ptr<Oxa::Device::Interface::Services::IDeviceStatusService> status;
+    std::unique_ptr<Oxa::Device::Interface::Services::IDeviceControlService> control;
 };
 
 } // namespace Oxa::Tests::Processes

@@ -1,11 +1,11 @@
 #include "Processes/DeviceProcess.hpp"
 
-#include <sys/socket.h>
-#include <sys/un.h>
+#include "Support/FakeBytePeer.hpp"
+
+#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <csignal>
 
 namespace Oxa::Tests::Processes
@@ -35,7 +35,7 @@ DeviceProcess::DeviceProcess(const DeviceSettings& settings)
                                     "</Server><Components><Component name=\"Linux\" library=\"" OXA_DEVICE_LIBRARY
                                     "\" settings=\"" +
                                     folder.GetPath("device.xml") + "\"/></Components></DeviceServerDocument>");
-    Describe("<Restart action=\"simulate\"/>");
+    Describe();
 }
 
 DeviceProcess::~DeviceProcess()
@@ -46,7 +46,7 @@ DeviceProcess::~DeviceProcess()
     }
 }
 
-void DeviceProcess::Describe(const BasicString& content) const
+void DeviceProcess::Describe() const
 {
     BasicString items;
     for (int number = 0; number < itemsCount; ++number)
@@ -55,19 +55,13 @@ void DeviceProcess::Describe(const BasicString& content) const
     }
     items += MakeDelayedItem("Test.Slow", slowness) + MakeDelayedItem("Test.Late", lateness) +
              MakeItem("Test.Dropped", "fault=\"dropConnection\"");
-    folder.Write("device.xml", "<DeviceDescriptionDocument>" + items + content + "</DeviceDescriptionDocument>");
+    folder.Write("device.xml",
+                 "<DeviceDescriptionDocument><Restart action=\"simulate\"/>" + items + "</DeviceDescriptionDocument>");
 }
 
 void DeviceProcess::HandOverSocket()
 {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::copy(socketPath.begin(), socketPath.end(), address.sun_path);
-    listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 || listen(listening, 16) != 0)
-    {
-        throw std::runtime_error("cannot listen at " + socketPath);
-    }
+    listening = Support::ListenAt(socketPath);
 }
 
 void DeviceProcess::Start()
@@ -107,6 +101,18 @@ System::Rsc::RscEndpointConfiguration DeviceProcess::GetEndpoint() const
 const Support::TemporaryFolder& DeviceProcess::GetFolder() const
 {
     return folder;
+}
+
+bool Eventually(const std::function<bool()>& condition, std::chrono::milliseconds timeout)
+{
+    const auto end = std::chrono::steady_clock::now() + timeout;
+    bool isTrue = condition();
+    while (!isTrue && std::chrono::steady_clock::now() < end)
+    {
+        poll(nullptr, 0, 1);
+        isTrue = condition();
+    }
+    return isTrue;
 }
 
 BasicString MakeKey(int number)

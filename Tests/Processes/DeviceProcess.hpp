@@ -4,6 +4,7 @@
 #include "Support/ChildProcess.hpp"
 #include "Support/TemporaryFolder.hpp"
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -37,9 +38,6 @@ public:
     DeviceProcess& operator=(const DeviceProcess&) = delete;
     ~DeviceProcess();
 
-    /// Describes the device: XML inside the document element, beside the items.
-    void Describe(const BasicString& content) const;
-
     /// From now on the process gets a listening socket from the test, as from systemd.
     void HandOverSocket();
 
@@ -56,11 +54,16 @@ public:
     [[nodiscard]] const Support::TemporaryFolder& GetFolder() const;
 
 private:
+    void Describe() const;
+
     Support::TemporaryFolder folder;
     const BasicString socketPath = folder.GetPath("socket");
     int listening = -1;
     std::optional<Support::ChildProcess> process;
 };
+
+/// Whether the condition comes true in time.
+[[nodiscard]] bool Eventually(const std::function<bool()>& condition, std::chrono::milliseconds timeout);
 
 /// "Test.7" for 7.
 [[nodiscard]] BasicString MakeKey(int number);

@@ -1,6 +1,5 @@
 #include "EndToEnd/HostProcess.hpp"
 #include "Processes/DeviceProcess.hpp"
-#include "Processes/Readers.hpp"
 
 #include <gmock/gmock.h>
 

@@ -1,10 +1,11 @@
+#include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Processes/DeviceClient.hpp"
 #include "Processes/DeviceProcess.hpp"
-#include "Processes/Readers.hpp"
 
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <future>
 #include <map>
 
@@ -79,6 +80,30 @@ TEST(Serving, AnswersOthersWhileSomeWaitAndRefusesTheSeventeenthCall)
     }
     EXPECT_EQ(counts, (std::map<BasicString, int>{{"Test.Late!", 16}, {"Refused", 1}}));
     EXPECT_EQ(client.Read("Test.1"), value);
+}
+
+std::ptrdiff_t CountDescriptors(DeviceProcess& device)
+{
+    const std::filesystem::directory_iterator folder("/proc/" + std::to_string(device.GetProcess().GetNumber()) +
+                                                     "/fd");
+    return std::distance(folder, std::filesystem::directory_iterator());
+}
+
+TEST(Serving, KeepsNothingOfCallersThatGoAway)
+{
+    DeviceProcess device;
+    device.Start();
+    const auto before = CountDescriptors(device);
+    for (int round = 0; round < 20; ++round)
+    {
+        DeviceClient client(WithTimeout(device.GetEndpoint(), 10s));
+        ASSERT_TRUE(client.TryFind());
+        auto waiting = std::async(std::launch::async, [&client] { return client.Read("Test.Late"); });
+        EXPECT_EQ(client.Read("Test.1"), value);
+        System::Rsc::ServiceManager::ResetEndpoints();
+        EXPECT_THAT(waiting.get().text, testing::AnyOf("ConnectionLost", "NotAvailable"));
+    }
+    EXPECT_TRUE(Eventually([&device, before] { return CountDescriptors(device) == before; }, 2s));
 }
 
 TEST(Serving, WorksThroughAMessageBus)
