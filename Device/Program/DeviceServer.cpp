@@ -1,5 +1,6 @@
 #include "Device/Program/DeviceServer.hpp"
 
+#include "Device/Program/StartupMemory.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
@@ -74,6 +75,7 @@ void ServeDevice(System::Commons::AppDomain& appDomain, const DeviceServerConfig
     ComponentManager components(appDomain);
     StartComponents(components, configuration);
     const System::Rsc::RscServer server(serverConfiguration);
+    ReleaseStartupMemory();
     std::cout << "serving" << std::endl;
     WaitForEnd();
 }
