@@ -1,6 +1,7 @@
 #include "Host/WbmHost.hpp"
 
 #include "Host/Modules/ServiceListener.hpp"
+#include "Oxa/System/Commons/StartupMemory.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationService.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationServiceProxyFactory.hpp"
@@ -109,6 +110,7 @@ void WbmHost::Serve(const std::function<void(uint16)>& ready)
     server.Listen();
     WaitForSignal();
     notifications.Publish({{}, NotificationKind::HostStarted, notificationSource, {}, "started", {}});
+    System::Commons::ReleaseStartupMemory();
     ready(server.GetPort());
     // One for every strand, every set-up of a module and the check of sessions, which may all hang, and one that goes
     // on.

@@ -1,8 +1,8 @@
 #include "Device/Program/DeviceServer.hpp"
 
-#include "Device/Program/StartupMemory.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Commons/StartupMemory.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 #include "Oxa/System/Rsc/RscServer.hpp"
 
@@ -75,7 +75,7 @@ void ServeDevice(System::Commons::AppDomain& appDomain, const DeviceServerConfig
     ComponentManager components(appDomain);
     StartComponents(components, configuration);
     const System::Rsc::RscServer server(serverConfiguration);
-    ReleaseStartupMemory();
+    System::Commons::ReleaseStartupMemory();
     std::cout << "serving" << std::endl;
     WaitForEnd();
 }

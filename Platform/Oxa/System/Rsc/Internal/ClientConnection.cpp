@@ -3,10 +3,12 @@
 #include "Oxa/System/Rsc/RscServer.hpp"
 
 #include <poll.h>
+#include <sched.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <system_error>
 #include <utility>
 
@@ -19,8 +21,26 @@ namespace
 /// A request of another thread that could not be sent at once waits for the leader to look again.
 constexpr int maximumPollWait = 100;
 constexpr uint64 endless = UINT64_MAX;
+/// As long as a process on another core needs to be woken and to answer. To sleep meanwhile would cost the same again,
+/// for being woken.
+constexpr std::chrono::microseconds awakeTime{50};
 /// Requests that were given up lie there until the other end takes them.
 constexpr uint64 maximumQueuedRequests = RscServer::maximumCallsPerConnection;
+
+/// Looks for a short while without sleeping. Lets others run: on a single core, the process that is to answer.
+bool IsReadySoon(pollfd& waiting) noexcept
+{
+    const auto end = CallClock::now() + awakeTime;
+    while (poll(&waiting, 1, 0) == 0)
+    {
+        if (CallClock::now() >= end)
+        {
+            return false;
+        }
+        sched_yield();
+    }
+    return true;
+}
 
 } // namespace
 
@@ -170,8 +190,11 @@ void ClientConnection::WaitForInput(std::unique_lock<System::Commons::Mutex>& lo
     pollfd waiting{descriptor, stream.GetPollEvents(), 0};
     const int timeout = GetPollTimeout(deadline, isPartial ? MessageStream::partialHeaderWait : maximumPollWait);
     lock.unlock();
-    // An interruption by a signal is as good as a timeout: the caller looks at its deadline.
-    poll(&waiting, isPartial ? 0 : 1, timeout);
+    if (isPartial || !IsReadySoon(waiting))
+    {
+        // An interruption by a signal is as good as a timeout: the caller looks at its deadline.
+        poll(&waiting, isPartial ? 0 : 1, timeout);
+    }
     lock.lock();
 }
 

@@ -1,4 +1,4 @@
-#include "Device/Program/StartupMemory.hpp"
+#include "Oxa/System/Commons/StartupMemory.hpp"
 
 #include <link.h>
 #include <malloc.h>
@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace Oxa::Device::Program
+namespace Oxa::System::Commons
 {
 
 namespace
@@ -41,4 +41,4 @@ void ReleaseStartupMemory() noexcept
     dl_iterate_phdr(&ReleaseSegments, nullptr);
 }
 
-} // namespace Oxa::Device::Program
+} // namespace Oxa::System::Commons

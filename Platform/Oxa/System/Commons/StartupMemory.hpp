@@ -1,11 +1,13 @@
 #pragma once
 
-namespace Oxa::Device::Program
+#include "Oxa/System/Commons/Export.hpp"
+
+namespace Oxa::System::Commons
 {
 
 /// Gives memory back that only the start of the program needed: what the allocator holds in reserve, and the parts of
 /// program and libraries in memory, of which reading the configuration touched far more than serving does. Whatever is
 /// used again is there again: the kernel takes it from its file. To be called once, when everything has started.
-void ReleaseStartupMemory() noexcept;
+OXA_EXPORT void ReleaseStartupMemory() noexcept;
 
-} // namespace Oxa::Device::Program
+} // namespace Oxa::System::Commons
