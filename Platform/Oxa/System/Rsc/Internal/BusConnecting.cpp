@@ -43,7 +43,7 @@ void RequireAccepted(int result)
 {
     if (result == -EPERM || result == -EPIPE || result == -ECONNRESET)
     {
-        throw RscServiceException(RscFault::Refused, "the other process turned the connection away");
+        throw RscServiceException(RscFault::Refused, "the other process turned the connection away, or went away");
     }
     Require(result);
 }
