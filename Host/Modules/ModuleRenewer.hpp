@@ -95,7 +95,7 @@ private:
     void StartWork(Care& care);
     void Work(Care& care) noexcept;
     void Settle(Care& care);
-    void GoOn(Care& care, const Providers& providers);
+    void GoOn(Care& care, const Providers& current);
     void SetUpAgain(Care& care);
     void FinishSetup(Care& care, const Providers& before);
 
