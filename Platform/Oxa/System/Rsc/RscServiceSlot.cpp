@@ -18,7 +18,9 @@ std::span<const RscOperation> IRscServiceProxyFactory::GetOperations() const noe
     return {};
 }
 
-std::shared_ptr<IRscService> IRscServiceProxyFactory::CreateRemote(std::shared_ptr<RscRemoteService> /*service*/)
+// Those who override it keep what they are given.
+std::shared_ptr<IRscService> IRscServiceProxyFactory::CreateRemote(
+    std::shared_ptr<RscRemoteService> /*service*/) // NOLINT(performance-unnecessary-value-param)
 {
     return nullptr;
 }

@@ -166,7 +166,7 @@ void ServerBus::TryConnectAgain()
 }
 
 /// `cause`: may be what the connection says, which goes.
-void ServerBus::Lose(BasicString cause)
+void ServerBus::Lose(BasicString cause) // NOLINT(performance-unnecessary-value-param)
 {
     if (connection)
     {
