@@ -51,7 +51,8 @@ std::vector<uint32> ReadOnlineNumbers(const BasicString& path)
 
 } // namespace
 
-CpuLoads::CpuLoads(BasicString statPath, const BasicString& onlinePath) : file(std::move(statPath)), buffer(statBytes)
+CpuLoads::CpuLoads(BasicString statPath, const BasicString& onlinePath, SteadyClock clock)
+    : file(std::move(statPath), KeptFile::Reopening::ByPath, std::move(clock)), buffer(statBytes)
 {
     coreNumbers = FindCoreNumbers(ReadFile());
     if (coreNumbers.empty())

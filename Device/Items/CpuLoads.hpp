@@ -2,6 +2,7 @@
 
 #include "Device/Items/CpuTimes.hpp"
 #include "Device/Items/KeptFile.hpp"
+#include "Device/Items/SteadyClock.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
@@ -26,7 +27,7 @@ public:
 
     /// Takes the first sample. `statPath`: a file like /proc/stat; `onlinePath`: a list of processors, asked when the
     /// first cannot be read.
-    CpuLoads(BasicString statPath, const BasicString& onlinePath);
+    CpuLoads(BasicString statPath, const BasicString& onlinePath, SteadyClock clock = &ReadSteadyClock);
 
     /// Ends the period that began with the last sample.
     void Sample();

@@ -44,7 +44,10 @@ KeptFile::Content ReadOnce(int descriptor, std::span<char> buffer) noexcept
 
 } // namespace
 
-KeptFile::KeptFile(BasicString path, Reopening reopening) : path(std::move(path)), reopening(reopening) {}
+KeptFile::KeptFile(BasicString path, Reopening reopening, SteadyClock clock)
+    : path(std::move(path)), reopening(reopening), clock(std::move(clock))
+{
+}
 
 KeptFile::~KeptFile()
 {
@@ -53,33 +56,21 @@ KeptFile::~KeptFile()
 
 KeptFile::Content KeptFile::Read(std::span<char> buffer) noexcept
 {
+    {
+        const std::lock_guard lock(mutex);
+        const Content content = ReadKept(buffer);
+        if (descriptor >= 0)
+        {
+            return content;
+        }
+    }
+    const SteadyTime now = clock();
     const std::lock_guard lock(mutex);
-    const bool wasOpen = descriptor >= 0;
-    const bool wasReplaced = wasOpen && isReplaceable && WasReplaced();
-    if (wasOpen && reopening == Reopening::Never)
+    if (descriptor < 0 && pace.TryBegin(now))
     {
-        return wasReplaced ? Content{{}, ENODEV} : ReadOnce(descriptor, buffer);
+        Open();
     }
-    if (wasReplaced)
-    {
-        Close();
-    }
-    if (const int error = EnsureOpen(); error != 0)
-    {
-        return {{}, error};
-    }
-    Content content = ReadOnce(descriptor, buffer);
-    if (content.error == 0)
-    {
-        return content;
-    }
-    Close();
-    if (!wasOpen)
-    {
-        return content;
-    }
-    const int error = EnsureOpen();
-    return error != 0 ? Content{{}, error} : ReadOnce(descriptor, buffer);
+    return ReadKept(buffer);
 }
 
 const BasicString& KeptFile::GetPath() const noexcept
@@ -92,19 +83,35 @@ BasicString KeptFile::DescribeError(int error) const
     return fmt::format("cannot read '{}': {}", path, std::generic_category().message(error));
 }
 
-int KeptFile::EnsureOpen() noexcept
+KeptFile::Content KeptFile::ReadKept(std::span<char> buffer) noexcept
 {
-    if (descriptor >= 0)
+    if (descriptor < 0)
     {
-        return 0;
+        return {{}, openingError};
     }
+    const Content content = isReplaceable && WasReplaced() ? Content{{}, ENODEV} : ReadOnce(descriptor, buffer);
+    if (content.error == 0)
+    {
+        // Whatever comes next is a new failure, and tried again at once.
+        pace = RetryPace();
+    }
+    else if (reopening == Reopening::ByPath)
+    {
+        Close();
+        openingError = content.error;
+    }
+    return content;
+}
+
+void KeptFile::Open() noexcept
+{
     descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
     if (descriptor < 0)
     {
-        return errno;
+        openingError = errno;
+        return;
     }
     isReplaceable = !IsKernelFile(descriptor);
-    return 0;
 }
 
 bool KeptFile::WasReplaced() const noexcept

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Device/Items/RetryPace.hpp"
+#include "Device/Items/SteadyClock.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
@@ -11,7 +13,8 @@ namespace Oxa::Device::Linux::Items
 {
 
 /// A file of the machine that is opened once and then read from its start again and again. It is opened anew when it
-/// was replaced by another file, or when reading fails as it does after a device was taken away and brought back.
+/// was replaced by another file, or when reading fails as it does after a device was taken away and brought back; one
+/// that fails then as well, or is not there, at most once a second, and what it failed with is the answer in between.
 /// Threads: safe from several threads; one reads at a time.
 class KeptFile final
 {
@@ -35,7 +38,7 @@ public:
     };
 
     /// Opens nothing yet.
-    explicit KeptFile(BasicString path, Reopening reopening = Reopening::ByPath);
+    explicit KeptFile(BasicString path, Reopening reopening = Reopening::ByPath, SteadyClock clock = &ReadSteadyClock);
     KeptFile(const KeptFile&) = delete;
     KeptFile& operator=(const KeptFile&) = delete;
     ~KeptFile();
@@ -49,14 +52,21 @@ public:
     [[nodiscard]] BasicString DescribeError(int error) const;
 
 private:
-    [[nodiscard]] int EnsureOpen() noexcept;
+    [[nodiscard]] Content ReadKept(std::span<char> buffer) noexcept;
+    void Open() noexcept;
     [[nodiscard]] bool WasReplaced() const noexcept;
     void Close() noexcept;
 
     const BasicString path;
     const Reopening reopening;
+    const SteadyClock clock;
+
+    /// Guards what follows.
     System::Commons::Mutex mutex;
+    RetryPace pace;
     int descriptor = -1;
+    /// Why it is not open.
+    int openingError = 0;
     bool isReplaceable = false;
 };
 

@@ -25,14 +25,20 @@ SensorFile::SensorFile(SensorAddress address, SteadyClock clock) : address(std::
 
 ItemReading SensorFile::ReadCelsius()
 {
+    {
+        const std::lock_guard lock(mutex);
+        ItemReading reading = ReadKept();
+        if (reading.HasValue())
+        {
+            return reading;
+        }
+    }
     const SteadyTime now = clock();
     const std::lock_guard lock(mutex);
-    ItemReading reading = ReadKept();
-    if (reading.HasValue() || !pace.TryBegin(now))
+    if (pace.TryBegin(now))
     {
-        return reading;
+        Search();
     }
-    Search();
     return ReadKept();
 }
 

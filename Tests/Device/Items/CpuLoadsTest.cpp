@@ -1,6 +1,7 @@
 #include "Device/Items/CpuLoads.hpp"
 
 #include "Device/CpuSampler.hpp"
+#include "Device/FakeClock.hpp"
 #include "Device/FakeMachine.hpp"
 #include "Device/FakeTime.hpp"
 
@@ -20,9 +21,9 @@ using Items::CpuTimes;
 namespace
 {
 
-std::shared_ptr<CpuLoads> MakeLoads(const FakeMachine& machine)
+std::shared_ptr<CpuLoads> MakeLoads(const FakeMachine& machine, Items::SteadyClock clock = &Items::ReadSteadyClock)
 {
-    return std::make_shared<CpuLoads>(machine.GetPath("/proc/stat"), machine.GetPath("/sys/online"));
+    return std::make_shared<CpuLoads>(machine.GetPath("/proc/stat"), machine.GetPath("/sys/online"), std::move(clock));
 }
 
 using Percents = std::vector<int>;
@@ -68,11 +69,13 @@ TEST(SamplingLoads, HasNoValueWhileTheCountersCannotBeRead)
 {
     const FakeMachine machine;
     machine.Write("/sys/online", "0-1,4\n");
-    const auto loads = MakeLoads(machine);
+    FakeClock clock;
+    const auto loads = MakeLoads(machine, clock.Get());
     EXPECT_EQ(GetPercents(*loads), (Percents{-1, -1, -1, -1}));
     EXPECT_EQ(loads->GetCause(), "cannot read '" + machine.GetPath("/proc/stat") + "': No such file or directory");
 
     machine.Write("/proc/stat", "cpu 1 0 0 1\ncpu0 1 0 0 1\ncpu1 1 0 0 1\ncpu4 1 0 0 1\n");
+    clock.Advance(Items::RetryPace::interval);
     loads->Sample();
     machine.Write("/proc/stat", "cpu 2 0 0 1\ncpu0 1 0 0 2\ncpu1 2 0 0 2\ncpu4 2 0 0 1\n");
     loads->Sample();

@@ -1,5 +1,6 @@
 #include "Device/Items/ItemTable.hpp"
 
+#include "Device/FakeClock.hpp"
 #include "Device/FakeMachine.hpp"
 #include "Device/ItemValueText.hpp"
 #include "Device/Items/FileSource.hpp"
@@ -38,14 +39,16 @@ TEST(ReadingItems, LogsEveryCauseOnce)
 {
     const Support::LogRecorder log;
     const FakeMachine machine;
+    FakeClock clock;
+    auto file = std::make_shared<KeptFile>(machine.GetPath("/name"), KeptFile::Reopening::ByPath, clock.Get());
     ItemTable table;
-    table.Add("Name", std::make_unique<FileSource>(std::make_shared<KeptFile>(machine.GetPath("/name")),
-                                                   FileSource::Options()));
+    table.Add("Name", std::make_unique<FileSource>(std::move(file), FileSource::Options()));
 
     for (int round = 0; round < 3; ++round)
     {
         EXPECT_EQ(ToTypedText(table.Read("Name")), "NotSet");
         machine.Write("/name", "Box");
+        clock.Advance(RetryPace::interval);
         EXPECT_EQ(ToTypedText(table.Read("Name")), "String Box");
         std::filesystem::remove(machine.GetPath("/name"));
     }

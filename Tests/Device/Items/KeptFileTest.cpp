@@ -1,5 +1,6 @@
 #include "Device/Items/KeptFile.hpp"
 
+#include "Device/FakeClock.hpp"
 #include "Device/FakeMachine.hpp"
 
 #include <gtest/gtest.h>
@@ -28,17 +29,22 @@ BasicString ReadText(KeptFile& file)
 TEST(KeepingAFileOpen, SeesWhatIsWrittenAndWhatIsPutInItsPlace)
 {
     const FakeMachine machine;
-    KeptFile file(machine.GetPath("/value"));
+    FakeClock clock;
+    KeptFile file(machine.GetPath("/value"), KeptFile::Reopening::ByPath, clock.Get());
+    const BasicString missing = "cannot read '" + file.GetPath() + "': No such file or directory";
 
-    EXPECT_EQ(ReadText(file), "cannot read '" + file.GetPath() + "': No such file or directory");
+    EXPECT_EQ(ReadText(file), missing);
     machine.Write("/value", "first");
+    clock.Advance(std::chrono::milliseconds(999));
+    EXPECT_EQ(ReadText(file), missing) << "it is looked for once a second";
+    clock.Advance(std::chrono::milliseconds(1));
     EXPECT_EQ(ReadText(file), "first");
     machine.Write("/value", "2nd");
     EXPECT_EQ(ReadText(file), "2nd");
     machine.Replace("/value", "third");
     EXPECT_EQ(ReadText(file), "third");
     std::filesystem::remove(file.GetPath());
-    EXPECT_EQ(ReadText(file), "cannot read '" + file.GetPath() + "': No such file or directory");
+    EXPECT_EQ(ReadText(file), missing);
 }
 
 TEST(KeepingAFileOpen, ReadsNoMoreThanItHasRoomFor)

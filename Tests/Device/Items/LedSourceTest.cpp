@@ -54,14 +54,15 @@ TEST(ReadingALed, MakesAStatusWordOfBrightnessAndTrigger)
         {"\n", "[none", "", "", "'"},
     };
     const FakeMachine machine;
-    LedSource source(machine.GetPath("/leds/board:green:run"));
-    EXPECT_EQ(ReadLed(machine, source), "cannot read '");
+    LedSource missing(machine.GetPath("/leds/board:green:run"));
+    EXPECT_EQ(ReadLed(machine, missing), "cannot read '");
     for (const auto& [brightness, trigger, delayOn, delayOff, expected] : cases)
     {
         machine.Write("/leds/board:green:run/brightness", brightness);
         machine.Write("/leds/board:green:run/trigger", trigger);
         machine.Write("/leds/board:green:run/delay_on", delayOn);
         machine.Write("/leds/board:green:run/delay_off", delayOff);
+        LedSource source(machine.GetPath("/leds/board:green:run"));
         EXPECT_EQ(ReadLed(machine, source), expected) << trigger << brightness << delayOn << delayOff;
     }
 }
