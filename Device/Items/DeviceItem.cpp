@@ -26,15 +26,15 @@ DeviceItem::DeviceItem(BasicString key, std::unique_ptr<IItemSource> source, std
 {
 }
 
-ItemValue DeviceItem::Read(const ReadPass& pass)
+void DeviceItem::Read(const ReadPass& pass, ItemValue& value)
 {
     const ItemReading reading = TryRead(pass);
+    value = reading.value;
     if (!reading.HasValue() && IsNewCause(reading.cause))
     {
         Log(LogLevel::Warning, "The item '{0}' has no value: {1}", key,
             System::Commons::Text::EscapeControlCharacters(reading.cause));
     }
-    return reading.value;
 }
 
 ItemReading DeviceItem::TryRead(const ReadPass& pass)

@@ -21,9 +21,9 @@ public:
     /// `type`: what values the readers expect; none for any type. Requires: `source` is not null.
     DeviceItem(BasicString key, std::unique_ptr<IItemSource> source, std::optional<System::Rsc::RscType> type);
 
-    /// The type NotSet when the source has no value or one that does not fit the item's type; every cause of that is
-    /// logged once. Nothing that the source throws escapes.
-    [[nodiscard]] ItemValue Read(const ReadPass& pass);
+    /// Sets the value, to the type NotSet when the source has none or one that does not fit the item's type; every
+    /// cause of that is logged once. Nothing that the source throws escapes.
+    void Read(const ReadPass& pass, ItemValue& value);
 
     /// The same with the cause, and nothing is logged.
     [[nodiscard]] ItemReading TryRead(const ReadPass& pass);

@@ -15,7 +15,9 @@ ItemTable::~ItemTable() = default;
 void ItemTable::Add(const BasicString& key, std::unique_ptr<IItemSource> source,
                     std::optional<System::Rsc::RscType> type)
 {
-    if (!items.try_emplace(key, std::make_unique<DeviceItem>(key, std::move(source), type)).second)
+    auto item = std::make_unique<DeviceItem>(key, std::move(source), type);
+    const std::string_view itemKey = item->GetKey();
+    if (!items.try_emplace(itemKey, std::move(item)).second)
     {
         throw System::Commons::ArgumentException::Create("key", key, "There is an item of this key already");
     }
@@ -29,8 +31,12 @@ DeviceItem* ItemTable::TryFind(std::string_view key) const
 
 ItemValue ItemTable::Read(std::string_view key) const
 {
-    DeviceItem* const item = TryFind(key);
-    return item != nullptr ? item->Read(ReadPass::Begin()) : ItemValue();
+    ItemValue value;
+    if (DeviceItem* const item = TryFind(key))
+    {
+        item->Read(ReadPass::Begin(), value);
+    }
+    return value;
 }
 
 std::vector<const DeviceItem*> ItemTable::GetItems() const

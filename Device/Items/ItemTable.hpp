@@ -5,8 +5,6 @@
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Rsc/RscType.hpp"
 
-#include <cstddef>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -41,17 +39,8 @@ public:
     [[nodiscard]] std::vector<const DeviceItem*> GetItems() const;
 
 private:
-    struct Hash
-    {
-        using is_transparent = void;
-
-        std::size_t operator()(std::string_view key) const noexcept
-        {
-            return std::hash<std::string_view>()(key);
-        }
-    };
-
-    std::unordered_map<BasicString, std::unique_ptr<DeviceItem>, Hash, std::equal_to<>> items;
+    /// By the key that the item itself holds.
+    std::unordered_map<std::string_view, std::unique_ptr<DeviceItem>> items;
 };
 
 } // namespace Oxa::Device::Linux::Items

@@ -43,14 +43,16 @@ SimulatedNoise::SimulatedNoise(double amplitude, uint64 seed) : amplitude(amplit
     }
 }
 
-ItemValue SimulatedNoise::AddTo(const ItemValue& value)
+void SimulatedNoise::AddTo(ItemValue& value)
 {
     if (amplitude == 0)
     {
-        return value;
+        return;
     }
-    const auto number = GetNumber(value);
-    return number ? ItemValue(*number + GetNext()) : value;
+    if (const auto number = GetNumber(value))
+    {
+        value = ItemValue(*number + GetNext());
+    }
 }
 
 double SimulatedNoise::GetAmplitude() const noexcept

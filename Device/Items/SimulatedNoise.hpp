@@ -16,8 +16,8 @@ public:
     /// Throws ArgumentException for an amplitude that is negative or not finite. 0: no noise.
     SimulatedNoise(double amplitude, uint64 seed);
 
-    /// A Real64 for a number when there is noise, else the value as it is.
-    [[nodiscard]] ItemValue AddTo(const ItemValue& value);
+    /// Makes a number a Real64 when there is noise; every other value stays as it is.
+    void AddTo(ItemValue& value);
 
     [[nodiscard]] double GetAmplitude() const noexcept;
 

@@ -75,6 +75,11 @@ ItemValue SimulatedSignal::GetValue(Seconds elapsed) const
     return std::visit([elapsed](const auto& present) { return present.GetValue(elapsed); }, form);
 }
 
+bool SimulatedSignal::IsConstant() const noexcept
+{
+    return std::holds_alternative<Constant>(form);
+}
+
 BasicString SimulatedSignal::Describe() const
 {
     return std::visit([](const auto& present) { return present.Describe(); }, form);

@@ -31,6 +31,8 @@ public:
     /// Requires: `elapsed` is not negative.
     [[nodiscard]] ItemValue GetValue(Seconds elapsed) const;
 
+    [[nodiscard]] bool IsConstant() const noexcept;
+
     /// For people, for instance "ramp from 0 to 100 in 60 s".
     [[nodiscard]] BasicString Describe() const;
 

@@ -21,7 +21,11 @@ SimulatedSource::~SimulatedSource() = default;
 
 ItemReading SimulatedSource::Read(const ReadPass&)
 {
-    return {noise.AddTo(signal.GetValue(clock() - begin)), {}};
+    // What never changes need not know the time.
+    const SimulatedSignal::Seconds elapsed = signal.IsConstant() ? SimulatedSignal::Seconds(0) : clock() - begin;
+    ItemReading reading = {signal.GetValue(elapsed), {}};
+    noise.AddTo(reading.value);
+    return reading;
 }
 
 BasicString SimulatedSource::Describe() const

@@ -69,8 +69,14 @@ public:
         {
             return false;
         }
-        DeviceItem* const item = items[next++];
-        value = item != nullptr ? item->Read(pass) : ItemValue();
+        if (DeviceItem* const item = items[next++])
+        {
+            item->Read(pass, value);
+        }
+        else
+        {
+            value.SetType(System::Rsc::RscType::NotSet);
+        }
         return true;
     }
 
