@@ -18,7 +18,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -419,16 +418,24 @@ void Measure(benchmark::State& state, Reader& reader, Values& values)
     }
 }
 
+double GetThreadSeconds()
+{
+    timespec time = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+/// Of processor time, so that other programs do not count.
 template <class Reader>
 double MeasureSeconds(Reader& reader, Values& values)
 {
-    const auto start = std::chrono::steady_clock::now();
+    const double start = GetThreadSeconds();
     for (int round = 0; round < 200; ++round)
     {
         reader.Read(values);
         benchmark::ClobberMemory();
     }
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return GetThreadSeconds() - start;
 }
 
 double GetMedian(std::vector<double> numbers)
