@@ -14,6 +14,9 @@ using Interface::Services::ItemValue;
 /// What a source gave: a value, or why there is none. A value type; a reading with a value allocates nothing.
 struct ItemReading
 {
+    // An aggregate would be cleared as a whole before it is filled, all the room for a text.
+    ItemReading(const ItemValue& value, BasicString cause) noexcept : value(value), cause(std::move(cause)) {}
+
     /// Of type NotSet exactly when there is a cause.
     ItemValue value;
     BasicString cause;
