@@ -66,8 +66,12 @@ int OnOtherMessage(sd_bus_message* /*message*/, void* stream, sd_bus_error* /*er
 
 } // namespace
 
-MessageStream::MessageStream(BusHandle newBus, std::size_t maximumBytes)
-    : bus(std::move(newBus)), maximumBytes(maximumBytes)
+MessageStream::MessageStream(BusHandle newBus, std::size_t maximumBytes, FirstMessage firstMessage)
+    : bus(std::move(newBus)),
+      maximumBytes(maximumBytes),
+      isFirstMessage(firstMessage == FirstMessage::MayHaveBegun),
+      isInsideMessage(isFirstMessage),
+      missingBytes(maximumBytes)
 {
     sd_bus_slot* slot = nullptr;
     if (sd_bus_add_filter(bus.get(), &slot, &OnOtherMessage, this) < 0)

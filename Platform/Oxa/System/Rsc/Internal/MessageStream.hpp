@@ -28,9 +28,17 @@ public:
     /// In milliseconds, as poll takes it.
     static constexpr int partialHeaderWait = 1;
 
-    /// Takes the bus over; it is authenticated and, on a message bus, has said hello, and no byte of a message was read
-    /// yet. Throws RscServiceException when there is no memory.
-    MessageStream(BusHandle bus, std::size_t maximumBytes);
+    enum class FirstMessage
+    {
+        NotBegun,
+        /// Clients may send it right behind the handshake, with which sd-bus may have read a part of it. Its header
+        /// cannot be looked at then: it is ended when more has come in than a message may have.
+        MayHaveBegun
+    };
+
+    /// Takes the bus over; it is authenticated and, on a message bus, has said hello. Throws RscServiceException when
+    /// there is no memory.
+    MessageStream(BusHandle bus, std::size_t maximumBytes, FirstMessage firstMessage = FirstMessage::NotBegun);
     MessageStream(const MessageStream&) = delete;
     MessageStream& operator=(const MessageStream&) = delete;
     ~MessageStream();
@@ -50,12 +58,13 @@ public:
     void NoteMessage() noexcept
     {
         isInsideMessage = false;
+        isFirstMessage = false;
     }
 
-    /// Whether a message has begun to come in and is not complete.
+    /// Whether a message is known to have begun and not to be complete.
     [[nodiscard]] bool IsInsideMessage() const noexcept
     {
-        return isInsideMessage;
+        return isInsideMessage && !(isFirstMessage && missingBytes == maximumBytes);
     }
 
     [[nodiscard]] int GetDescriptor() const noexcept;
@@ -77,9 +86,11 @@ private:
     const BusHandle bus;
     const std::size_t maximumBytes;
     SlotHandle filter;
-    bool isInsideMessage = false;
+    /// The next message is one that may have begun already.
+    bool isFirstMessage;
+    bool isInsideMessage;
     /// Of the message that has begun to come in, at most.
-    uint64 missingBytes = 0;
+    uint64 missingBytes;
 };
 
 } // namespace Oxa::System::Rsc::Internal

@@ -6,13 +6,9 @@
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 #include "Oxa/System/Rsc/RscServiceSlot.hpp"
 
-#include <sys/socket.h>
-
-#include <array>
 #include <cerrno>
 #include <exception>
 #include <mutex>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -275,10 +271,6 @@ int ServerConnection::OnName(sd_bus_message* answer, void* connection, sd_bus_er
 
 void ServerConnection::Start()
 {
-    if (peer)
-    {
-        RefuseEarlyMessages();
-    }
     const int result = sd_bus_process(startingBus.get(), nullptr);
     if (result == -ECONNRESET || result == -EPIPE || sd_bus_is_open(startingBus.get()) <= 0)
     {
@@ -292,35 +284,22 @@ void ServerConnection::Start()
     }
 }
 
-/// sd-bus would read what follows the handshake together with it, before the stream could look at it.
-void ServerConnection::RefuseEarlyMessages() const
-{
-    constexpr std::string_view end = "BEGIN\r\n";
-    std::array<char, 1024> bytes;
-    const ssize_t size = recv(sd_bus_get_fd(startingBus.get()), bytes.data(), bytes.size(), MSG_PEEK | MSG_DONTWAIT);
-    if (size <= 0)
-    {
-        return;
-    }
-    const std::string_view text(bytes.data(), static_cast<std::size_t>(size));
-    const std::size_t found = text.find(end);
-    if (found != std::string_view::npos && found + end.size() < text.size())
-    {
-        throw InvalidOperationException::Create("a message came in before the handshake was over");
-    }
-}
-
 void ServerConnection::Serve()
 {
-    stream = std::make_unique<MessageStream>(std::move(startingBus), RscServer::maximumMessageBytes);
+    using FirstMessage = MessageStream::FirstMessage;
+    stream = std::make_unique<MessageStream>(std::move(startingBus), RscServer::maximumMessageBytes,
+                                             peer ? FirstMessage::MayHaveBegun : FirstMessage::NotBegun);
     Require(sd_bus_add_filter(&GetBus(), nullptr, &OnMessage, this), "no filter can be set up");
     OfferNewServices();
     completion.reset();
-    if (!peer)
+    if (peer)
     {
-        Require(sd_bus_request_name_async(&GetBus(), nullptr, busName.c_str(), 0, &OnName, this),
-                "no name can be asked for");
+        // What was read together with the handshake makes the descriptor ready no more.
+        Step();
+        return;
     }
+    Require(sd_bus_request_name_async(&GetBus(), nullptr, busName.c_str(), 0, &OnName, this),
+            "no name can be asked for");
 }
 
 void ServerConnection::OfferNewServices()

@@ -104,7 +104,6 @@ private:
     static int OnName(sd_bus_message* answer, void* connection, sd_bus_error* error) noexcept;
 
     void Start();
-    void RefuseEarlyMessages() const;
     void Serve();
     void OfferNewServices();
     void Offer(const ServerCatalog::Service& service);
