@@ -8,6 +8,7 @@
 
 #include <sys/socket.h>
 #include <systemd/sd-daemon.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <iostream>
@@ -21,6 +22,9 @@ using System::Commons::XmlException;
 
 namespace
 {
+
+/// Shorter than the service manager waits.
+constexpr unsigned shutdownSeconds = 10;
 
 void StartComponents(ComponentManager& components, const DeviceServerConfiguration& configuration)
 {
@@ -78,6 +82,10 @@ void ServeDevice(System::Commons::AppDomain& appDomain, const DeviceServerConfig
     System::Commons::ReleaseStartupMemory();
     std::cout << "serving" << std::endl;
     WaitForEnd();
+    // A call that still hangs in the machine must not keep the process.
+    alarm(shutdownSeconds);
+    // First, so that calls under way which wait for the device end; the server waits for them.
+    components.StopAll();
 }
 
 } // namespace Oxa::Device::Program

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <exception>
 #include <system_error>
 #include <utility>
 
@@ -207,6 +208,10 @@ void ClientConnection::Process()
     catch (const RscServiceException& exception)
     {
         Lose(exception);
+    }
+    catch (const std::exception& exception)
+    {
+        Lose(RscServiceException(RscFault::ConnectionLost, exception.what()));
     }
 }
 

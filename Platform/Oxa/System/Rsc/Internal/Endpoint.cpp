@@ -71,6 +71,10 @@ bool Endpoint::IsProvided(const BasicString& interfaceName) noexcept
 {
     try
     {
+        if (IsSilent())
+        {
+            return false;
+        }
         const BasicString busInterfaceName = GetBusInterfaceName(interfaceName);
         // Whoever provides an interface knows its properties, even if there are none.
         const ClientRequest request{.destination = nullptr,
@@ -88,6 +92,15 @@ bool Endpoint::IsProvided(const BasicString& interfaceName) noexcept
             [](RscMessageReader&) {});
         NoteFound(interfaceName);
         return true;
+    }
+    catch (const RscServiceException& exception)
+    {
+        if (exception.GetFault() == RscFault::TimedOut)
+        {
+            NoteSilence();
+        }
+        NoteAway();
+        return false;
     }
     catch (const std::exception&)
     {
@@ -126,6 +139,33 @@ void Endpoint::SetWakeSignal(std::shared_ptr<WakeSignal> newSignal)
 {
     const std::lock_guard lock(mutex);
     signal.swap(newSignal);
+}
+
+void Endpoint::ForgetWakeSignal(const std::shared_ptr<WakeSignal>& oldSignal)
+{
+    const std::lock_guard lock(mutex);
+    if (signal == oldSignal)
+    {
+        signal.reset();
+    }
+}
+
+bool Endpoint::IsOnBus() const noexcept
+{
+    return configuration.socketPath.empty();
+}
+
+void Endpoint::LookAtOwner()
+{
+    std::unique_lock lock(mutex);
+    if (!connection || wanted.empty())
+    {
+        return;
+    }
+    const BasicString interfaceName = *wanted.begin();
+    lock.unlock();
+    // What it finds out is noted.
+    static_cast<void>(IsProvided(interfaceName));
 }
 
 Endpoint::Connection Endpoint::TryGetConnection() const
@@ -212,12 +252,6 @@ Endpoint::Connection Endpoint::Reconnect(std::unique_lock<System::Commons::Mutex
     {
         made = Connect(deadline);
     }
-    catch (const RscServiceException& exception)
-    {
-        lastCause = exception.GetMessage();
-        lastFault = exception.GetFault() == RscFault::Refused ? RscFault::Refused : RscFault::NotAvailable;
-        failure = std::current_exception();
-    }
     catch (...)
     {
         failure = std::current_exception();
@@ -227,7 +261,7 @@ Endpoint::Connection Endpoint::Reconnect(std::unique_lock<System::Commons::Mutex
     changed.notify_all();
     if (failure)
     {
-        ++failures;
+        NoteFailure(failure);
         std::rethrow_exception(failure);
     }
     if (isClosed)
@@ -237,6 +271,24 @@ Endpoint::Connection Endpoint::Reconnect(std::unique_lock<System::Commons::Mutex
     connection = made;
     Wake();
     return made;
+}
+
+void Endpoint::NoteFailure(const std::exception_ptr& failure)
+{
+    ++failures;
+    try
+    {
+        std::rethrow_exception(failure);
+    }
+    catch (const RscServiceException& exception)
+    {
+        lastFault = exception.GetFault() == RscFault::Refused ? RscFault::Refused : RscFault::NotAvailable;
+        lastCause = exception.GetMessage();
+    }
+    catch (...)
+    {
+        lastFault = RscFault::NotAvailable;
+    }
 }
 
 Endpoint::Connection Endpoint::Connect(CallDeadline deadline) const
@@ -348,6 +400,18 @@ void Endpoint::Wake() const noexcept
     {
         signal->Wake();
     }
+}
+
+void Endpoint::NoteSilence()
+{
+    const std::lock_guard lock(mutex);
+    silentUntil = CallClock::now() + pauseBetweenAttempts;
+}
+
+bool Endpoint::IsSilent() const
+{
+    const std::lock_guard lock(mutex);
+    return CallClock::now() < silentUntil;
 }
 
 void Endpoint::NoteFound(const BasicString& interfaceName)

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -47,8 +48,14 @@ public:
 
     // For the watch.
 
-    /// Woken when the connection changes or services are away; null: nobody watches.
+    /// Woken when the connection changes or services are away.
     void SetWakeSignal(std::shared_ptr<WakeSignal> newSignal);
+    /// Unless there is another one by now.
+    void ForgetWakeSignal(const std::shared_ptr<WakeSignal>& oldSignal);
+    /// Whether the other process is reached through a message bus, which does not say when that process ends.
+    [[nodiscard]] bool IsOnBus() const noexcept;
+    /// Notices a loss when the process at the other end of the connection is gone.
+    void LookAtOwner();
     /// Null when there is none.
     [[nodiscard]] std::shared_ptr<ClientConnection> TryGetConnection() const;
     /// For a connection whose other end hung up.
@@ -63,6 +70,8 @@ private:
 
     [[nodiscard]] Connection AcquireConnection(CallDeadline deadline);
     [[nodiscard]] Connection Reconnect(std::unique_lock<System::Commons::Mutex>& lock, CallDeadline deadline);
+    /// Requires: the lock is held.
+    void NoteFailure(const std::exception_ptr& failure);
     [[nodiscard]] Connection Connect(CallDeadline deadline) const;
     [[nodiscard]] BasicString FindOwner(ClientConnection& bus, CallDeadline deadline) const;
     [[nodiscard]] Connection AcquireFor(const ClientRequest& request, CallDeadline deadline);
@@ -74,6 +83,8 @@ private:
     void NoteMissing(const BasicString& interfaceName);
     void NoteAway();
     void NoteFound(const BasicString& interfaceName);
+    void NoteSilence();
+    [[nodiscard]] bool IsSilent() const;
     void Wake() const noexcept;
 
     const RscEndpointConfiguration configuration;
@@ -90,9 +101,11 @@ private:
     bool isClosed = false;
     unsigned failures = 0;
     CallClock::time_point lastAttempt;
-    /// Why it failed. Written by the thread that connects only, while nobody reads.
+    /// Why it failed.
     BasicString lastCause;
     RscFault lastFault = RscFault::NotAvailable;
+    /// A process that did not answer is not asked for its other services until then.
+    CallClock::time_point silentUntil;
     bool isAway = false;
     /// How often something was lost or looked for in vain.
     uint64 losses = 0;

@@ -19,6 +19,8 @@ namespace
 {
 
 constexpr std::chrono::milliseconds lookPeriod{500};
+/// A message bus goes on when the other process is gone.
+constexpr std::chrono::milliseconds busLookPeriod{1000};
 constexpr int hangUpPeriod = 10;
 constexpr int forever = -1;
 
@@ -40,7 +42,7 @@ EndpointWatch::~EndpointWatch()
 {
     for (const auto& endpoint : endpoints)
     {
-        endpoint->SetWakeSignal(nullptr);
+        endpoint->ForgetWakeSignal(signal);
     }
     isStopping = true;
     signal->Wake();
@@ -69,6 +71,7 @@ void EndpointWatch::RunOnce()
     WaitForChange();
     NoteHangUps();
     LookForAway();
+    LookAtBuses();
 }
 
 void EndpointWatch::CollectConnections()
@@ -118,25 +121,56 @@ void EndpointWatch::LookForAway()
     {
         return;
     }
+    bool hasLooked = false;
     for (const auto& endpoint : endpoints)
     {
         if (isStopping || !endpoint->IsAway())
         {
             continue;
         }
-        nextLook = Clock::now() + lookPeriod;
+        hasLooked = true;
         if (endpoint->TryFindAway())
         {
             listeners.ReportAvailable(endpoint->GetProviderName());
         }
     }
+    if (hasLooked)
+    {
+        nextLook = Clock::now() + lookPeriod;
+    }
+}
+
+void EndpointWatch::LookAtBuses()
+{
+    if (Clock::now() < nextBusLook)
+    {
+        return;
+    }
+    for (const auto& endpoint : endpoints)
+    {
+        if (!isStopping && endpoint->IsOnBus() && !endpoint->IsAway())
+        {
+            endpoint->LookAtOwner();
+        }
+    }
+    nextBusLook = Clock::now() + busLookPeriod;
+}
+
+bool EndpointWatch::HasPresentBus() const
+{
+    return std::any_of(endpoints.begin(), endpoints.end(),
+                       [](const auto& endpoint) { return endpoint->IsOnBus() && !endpoint->IsAway(); });
 }
 
 int EndpointWatch::GetTimeout() const
 {
     const bool isAnyAway =
         std::any_of(endpoints.begin(), endpoints.end(), [](const auto& endpoint) { return endpoint->IsAway(); });
-    return isAnyAway ? GetPollTimeout(nextLook, static_cast<int>(lookPeriod.count())) : forever;
+    if (isAnyAway)
+    {
+        return GetPollTimeout(nextLook, static_cast<int>(lookPeriod.count()));
+    }
+    return HasPresentBus() ? GetPollTimeout(nextBusLook, static_cast<int>(busLookPeriod.count())) : forever;
 }
 
 } // namespace Oxa::System::Rsc::Internal

@@ -20,7 +20,8 @@ class ServiceListeners;
 class WakeSignal;
 
 /// A thread that notices when other processes go, while nobody calls them, and when they come. Sleeps while all is
-/// well; looks for what is away twice a second. Owned by the endpoint table while somebody listens.
+/// well, but looks once a second whether services on a message bus are still there; looks for what is away twice a
+/// second. Owned by the endpoint table while somebody listens.
 class EndpointWatch final : private System::Commons::Diagnostics::Logging::Loggable<EndpointWatch>
 {
 public:
@@ -41,6 +42,8 @@ private:
     void WaitForChange();
     void NoteHangUps();
     void LookForAway();
+    void LookAtBuses();
+    [[nodiscard]] bool HasPresentBus() const;
     [[nodiscard]] int GetTimeout() const;
 
     const std::vector<std::shared_ptr<Endpoint>> endpoints;
@@ -54,6 +57,7 @@ private:
     /// Calls that wait on a connection that hung up get what is still there before it is closed.
     bool isHangUpPending = false;
     Clock::time_point nextLook;
+    Clock::time_point nextBusLook;
 
     std::thread thread;
 };

@@ -28,6 +28,24 @@ constexpr unsigned maximumThreads = 32;
 constexpr std::chrono::seconds acceptPause{1};
 constexpr std::size_t descriptorsBeforeSockets = 2;
 
+/// Counts down when it goes.
+class Decrement final
+{
+public:
+    explicit Decrement(std::atomic<unsigned>& counter) noexcept : counter(counter) {}
+
+    Decrement(const Decrement&) = delete;
+    Decrement& operator=(const Decrement&) = delete;
+
+    ~Decrement()
+    {
+        --counter;
+    }
+
+private:
+    std::atomic<unsigned>& counter;
+};
+
 [[nodiscard]] int MakeWakeDescriptor()
 {
     const int made = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
@@ -98,9 +116,9 @@ void ServerLoop::ExecuteNextCall()
     ++executing;
     {
         const LeaderTeam::ForeignCall foreign(team);
-        call.Execute();
         // Before somebody waits for it who would not be woken.
-        --executing;
+        const Decrement decrement(executing);
+        call.Execute();
     }
 }
 

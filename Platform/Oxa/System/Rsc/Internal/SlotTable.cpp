@@ -34,7 +34,8 @@ bool SlotTable::IsProviderComplete(const BasicString& provider) const
                        [&provider](const auto& each)
                        {
                            const auto& slot = each.second.registeredSlot;
-                           return each.first.first != provider || (slot && slot->IsProvided());
+                           // What this process never provided, it cannot be waited for to provide again.
+                           return each.first.first != provider || !slot || slot->IsProvided();
                        });
 }
 

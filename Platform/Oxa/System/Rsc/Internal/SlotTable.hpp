@@ -30,7 +30,7 @@ public:
     /// From now on the factory's service is a registered one.
     [[nodiscard]] std::shared_ptr<RscServiceSlot> Register(IRscServiceProxyFactory& factory);
 
-    /// Whether this process provides every service of the provider that is known.
+    /// Whether this process provides every service of the provider that it ever provided.
     [[nodiscard]] bool IsProviderComplete(const BasicString& provider) const;
     /// Calls `use` with every service that is or was registered, under no lock.
     void ForEachRegistered(const UseFunction& use) const;
