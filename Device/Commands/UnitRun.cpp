@@ -5,6 +5,8 @@
 
 #include <systemd/sd-bus.h>
 
+#include <string_view>
+
 namespace Oxa::Device::Linux::Commands
 {
 
@@ -18,6 +20,13 @@ namespace
 constexpr const char* service = "org.freedesktop.systemd1";
 constexpr const char* path = "/org/freedesktop/systemd1";
 constexpr const char* interface = "org.freedesktop.systemd1.Manager";
+
+/// The unique name that the bus put there; empty when there is none.
+std::string_view GetSender(sd_bus_message* message) noexcept
+{
+    const char* const sender = sd_bus_message_get_sender(message);
+    return sender != nullptr ? sender : std::string_view();
+}
 
 } // namespace
 
@@ -50,6 +59,11 @@ CommandResult UnitRun::WatchJobs()
         const char* removedUnit = nullptr;
         const char* result = nullptr;
         Job& watched = *static_cast<Job*>(userData);
+        // Anybody on the bus may send a signal to this connection alone; the match does not hold that back.
+        if (watched.manager != GetSender(signal))
+        {
+            return 0;
+        }
         const int read = sd_bus_message_read(signal, "uoss", &id, &removedPath, &removedUnit, &result);
         if (read > 0 && watched.path == removedPath)
         {
@@ -81,10 +95,12 @@ CommandResult UnitRun::StartJob()
         return isUnknown ? CommandResult{AccessErrorCode::NotSupported, answer.result.cause} : answer.result;
     }
     const char* started = nullptr;
-    if (sd_bus_message_read(answer.message.get(), "o", &started) <= 0)
+    const std::string_view manager = GetSender(answer.message.get());
+    if (manager.empty() || sd_bus_message_read(answer.message.get(), "o", &started) <= 0)
     {
         return {AccessErrorCode::DeviceFault, "the answer of systemd is not understood"};
     }
+    job.manager = manager;
     job.path = started;
     Log(LogLevel::Notice, "The unit '{0}' is being started", unit);
     return {};

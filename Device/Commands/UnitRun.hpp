@@ -25,9 +25,10 @@ public:
     CommandResult Carry();
 
 private:
-    /// The unit's job; once it has ended, with how.
+    /// The unit's job; once it has ended, with how. Its manager is the connection that alone may say so.
     struct Job
     {
+        BasicString manager;
         BasicString path;
         BasicString outcome;
     };
