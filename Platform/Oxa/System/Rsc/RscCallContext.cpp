@@ -36,8 +36,9 @@ BasicString RscCallContext::DescribeCaller()
     {
         return "this process";
     }
-    return System::Commons::Text::Format("user {0}, process {1}", Internal::DescribeUser(currentContext->userId),
-                                         currentContext->processId);
+    const BasicString user = "user " + Internal::DescribeUser(currentContext->userId);
+    const int32 process = currentContext->processId;
+    return process == 0 ? user : System::Commons::Text::Format("{0}, process {1}", user, process);
 }
 
 uint32 RscCallContext::GetUserId() const noexcept

@@ -23,7 +23,8 @@ public:
     /// Null when the thread carries out no call of another process: then the caller is the process itself.
     [[nodiscard]] static RscCallContext* TryGetCurrent() noexcept;
 
-    /// For logs: "user 'oxa-wbm' (998), process 4711", or "this process" without a context.
+    /// For logs: "user 'oxa-wbm' (998), process 4711", without the process when that is not known; "this
+    /// process" without a context.
     [[nodiscard]] static BasicString DescribeCaller();
 
     [[nodiscard]] uint32 GetUserId() const noexcept;
