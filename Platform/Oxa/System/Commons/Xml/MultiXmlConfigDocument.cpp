@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
-#include <vector>
 
 namespace Oxa::System::Commons::Xml
 {
@@ -19,7 +18,8 @@ std::vector<BasicString> ListXmlFiles(const BasicString& folder)
     std::error_code error;
     for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
     {
-        if (entry->path().extension() == ".xml")
+        const BasicString name = entry->path().filename().string();
+        if (name.ends_with(".xml") && !name.starts_with('.'))
         {
             files.push_back(entry->path().string());
         }
@@ -40,15 +40,15 @@ std::vector<BasicString> ListXmlFiles(const BasicString& folder)
 
 MultiXmlConfigDocument::~MultiXmlConfigDocument() = default;
 
-void MultiXmlConfigDocument::Load(const BasicString& path)
+std::vector<BasicString> MultiXmlConfigDocument::ListFiles(const BasicString& path)
 {
     std::error_code ignored;
-    if (!std::filesystem::is_directory(path, ignored))
-    {
-        XmlConfigDocument::Load(path);
-        return;
-    }
-    for (const BasicString& file : ListXmlFiles(path))
+    return std::filesystem::is_directory(path, ignored) ? ListXmlFiles(path) : std::vector{path};
+}
+
+void MultiXmlConfigDocument::Load(const BasicString& path)
+{
+    for (const BasicString& file : ListFiles(path))
     {
         XmlConfigDocument::Load(file);
     }

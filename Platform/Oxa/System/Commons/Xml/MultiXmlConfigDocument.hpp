@@ -2,6 +2,8 @@
 
 #include "Oxa/System/Commons/Xml/XmlConfigDocument.hpp"
 
+#include <vector>
+
 namespace Oxa::System::Commons::Xml
 {
 
@@ -12,8 +14,11 @@ public:
     using XmlConfigDocument::XmlConfigDocument;
     ~MultiXmlConfigDocument() override;
 
-    /// A file: that one. A folder: every *.xml in it in name order, each read into the same object. Throws as
-    /// `XmlConfigDocument::Load` does, also when a folder holds no such file.
+    /// The files that belong to a path. A file: that one. A folder: every *.xml in it in name order, but hidden ones,
+    /// whose names begin with '.'. Throws XmlException when a folder cannot be read or holds no such file.
+    [[nodiscard]] static std::vector<BasicString> ListFiles(const BasicString& path);
+
+    /// Reads each of these files into the same object. Throws as `XmlConfigDocument::Load` and `ListFiles` do.
     void Load(const BasicString& path) override;
 };
 

@@ -1,6 +1,9 @@
 #include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 
 #include <algorithm>
+#include <charconv>
+#include <system_error>
+#include <utility>
 
 namespace Oxa::System::Commons::Xml
 {
@@ -24,15 +27,9 @@ void XmlElementReader::RequireOnly(std::initializer_list<std::string_view> attri
 
 void XmlElementReader::Read(std::string_view attributeName, BasicString& value) const
 {
-    BasicString text;
-    if (!reader.TryGetAttributeValue(attributeName, text))
+    if (auto text = FindText(attributeName))
     {
-        return;
-    }
-    value = context.GetPlaceholderExpression().Resolve(text);
-    if (value.find("${") != BasicString::npos)
-    {
-        ThrowBadValue(attributeName, value, "variables that are known");
+        value = std::move(*text);
     }
 }
 
@@ -48,17 +45,33 @@ void XmlElementReader::ReadRequired(std::string_view attributeName, BasicString&
 
 void XmlElementReader::Read(std::string_view attributeName, bool& value) const
 {
-    reader.TryGetAttributeValue(attributeName, value);
+    const auto text = FindText(attributeName);
+    if (text && *text != "true" && *text != "false")
+    {
+        ThrowBadValue(attributeName, *text, "true or false");
+    }
+    value = text ? *text == "true" : value;
 }
 
 void XmlElementReader::Read(std::string_view attributeName, std::size_t& value, std::size_t minimum,
                             std::size_t maximum) const
 {
-    reader.TryGetAttributeValue(attributeName, value);
-    if (value < minimum || value > maximum)
+    const auto text = FindText(attributeName);
+    if (!text)
     {
-        ThrowBadValue(attributeName, std::to_string(value), Text::Format("a number from {0} to {1}", minimum, maximum));
+        return;
     }
+    std::size_t number = 0;
+    const auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), number);
+    if (error != std::errc() || end != text->data() + text->size())
+    {
+        ThrowBadValue(attributeName, *text, "a whole number in range");
+    }
+    if (number < minimum || number > maximum)
+    {
+        ThrowBadValue(attributeName, *text, Text::Format("a number from {0} to {1}", minimum, maximum));
+    }
+    value = number;
 }
 
 void XmlElementReader::Read(std::string_view attributeName, std::chrono::seconds& value,
@@ -67,6 +80,21 @@ void XmlElementReader::Read(std::string_view attributeName, std::chrono::seconds
     auto count = static_cast<std::size_t>(value.count());
     Read(attributeName, count, 1, static_cast<std::size_t>(maximum.count()));
     value = std::chrono::seconds(count);
+}
+
+std::optional<BasicString> XmlElementReader::FindText(std::string_view attributeName) const
+{
+    BasicString text;
+    if (!reader.TryGetAttributeValue(attributeName, text))
+    {
+        return std::nullopt;
+    }
+    text = context.GetPlaceholderExpression().Resolve(text);
+    if (text.find("${") != BasicString::npos)
+    {
+        ThrowBadValue(attributeName, text, "variables that are known");
+    }
+    return text;
 }
 
 void XmlElementReader::ThrowBadValue(std::string_view attributeName, std::string_view value,

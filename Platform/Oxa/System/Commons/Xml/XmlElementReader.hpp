@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <initializer_list>
+#include <optional>
 #include <string_view>
 
 namespace Oxa::System::Commons::Xml
@@ -27,6 +28,7 @@ public:
     void Read(std::string_view attributeName, BasicString& value) const;
     /// The same for an attribute that must be there and not be empty.
     void ReadRequired(std::string_view attributeName, BasicString& value) const;
+    /// The same for what the text then stands for: "true" or "false", or a whole number.
     void Read(std::string_view attributeName, bool& value) const;
     void Read(std::string_view attributeName, std::size_t& value, std::size_t minimum, std::size_t maximum) const;
     void Read(std::string_view attributeName, std::chrono::seconds& value, std::chrono::seconds maximum) const;
@@ -37,6 +39,9 @@ public:
     [[noreturn]] void ThrowRepeatedElement() const;
 
 private:
+    /// With its placeholders resolved; none when there is no such attribute.
+    [[nodiscard]] std::optional<BasicString> FindText(std::string_view attributeName) const;
+
     XmlReader& reader;
     XmlSerializationContext& context;
 };

@@ -64,10 +64,9 @@ struct XmlReader::Implementation
         }
         implementation.errorLine = error->line > 0 ? error->line : 1;
         implementation.errorText = error->message != nullptr ? error->message : "not well-formed";
-        while (!implementation.errorText.empty() && implementation.errorText.back() == '\n')
-        {
-            implementation.errorText.pop_back();
-        }
+        BasicString& text = implementation.errorText;
+        text.erase(text.find_last_not_of('\n') + 1);
+        std::replace(text.begin(), text.end(), '\n', ' ');
     }
 
     /// False at the end of the document.
