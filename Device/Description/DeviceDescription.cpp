@@ -11,6 +11,7 @@ namespace Oxa::Device::Linux::Description
 {
 
 using System::Commons::Xml::MultiXmlConfigDocument;
+using System::Commons::Xml::XmlConfigDocument;
 using System::Commons::Xml::XmlReader;
 using System::Commons::Xml::XmlSerializationContext;
 
@@ -21,14 +22,26 @@ DescriptionContent Read(const BasicString& path, DescriptionProblems& problems)
 {
     DescriptionContent content;
     DescriptionDocument document(content, problems);
-    problems.Try([&document, &path] { MultiXmlConfigDocument(DescriptionDocument::elementName, document).Load(path); });
+    XmlConfigDocument loader(DescriptionDocument::elementName, document);
+    std::vector<BasicString> files;
+    problems.Try([&files, &path] { files = MultiXmlConfigDocument::ListFiles(path); });
+    // One file that cannot be read does not hide what is wrong with the others.
+    for (const BasicString& file : files)
+    {
+        problems.Try([&loader, &file] { loader.Load(file); });
+    }
     return content;
 }
 
 BasicString MakeCoreKey(BasicString key, std::size_t core)
 {
     constexpr std::string_view place = "{0}";
-    return key.replace(key.find(place), place.size(), std::to_string(core));
+    const BasicString number = std::to_string(core);
+    for (std::size_t at = key.find(place); at != BasicString::npos; at = key.find(place, at + number.size()))
+    {
+        key.replace(at, place.size(), number);
+    }
+    return key;
 }
 
 void AddItemsOfCores(Items::ItemTable& table, const BasicString& key, const DescribedItem& item,

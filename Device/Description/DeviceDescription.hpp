@@ -60,7 +60,7 @@ private:
 };
 
 /// Every mistake in a description, each with file and line; empty when it can be used. Of a document that is not
-/// well-formed, those up to that place.
+/// well-formed, those up to that place; the other files of a folder are looked at all the same.
 [[nodiscard]] std::vector<BasicString> CheckDescription(const BasicString& path);
 
 } // namespace Oxa::Device::Linux::Description

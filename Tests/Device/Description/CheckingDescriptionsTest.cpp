@@ -100,6 +100,19 @@ TEST(CheckingADescription, BoundsWhatItTakes)
     }
 }
 
+TEST(CheckingADescription, GoesOnWithTheOtherFilesOfAFolder)
+{
+    const FakeMachine machine;
+    machine.Write("/d/1.xml", "<DeviceDescriptionDocument>");
+    machine.Write("/d/2.xml", "<Other/>");
+    machine.Write("/d/3.xml", "<DeviceDescriptionDocument><Itme/></DeviceDescriptionDocument>");
+    machine.Write("/d/.4.xml", "no description");
+    const Messages messages = CheckDescription(machine.GetPath("/d"));
+    ASSERT_EQ(messages.size(), 3U);
+    EXPECT_EQ(messages[0].find(machine.GetPath("/d/1.xml:1: ")), 0U) << messages[0];
+    EXPECT_EQ(messages[2], machine.GetPath("/d/3.xml:1: the element 'Itme' is not known here"));
+}
+
 TEST(LoadingADescription, StopsAtTheFirstMistake)
 {
     const FakeMachine machine;
