@@ -29,13 +29,13 @@ Sources MakeAll(const std::vector<SourceMaker>& makers, DescribedMachine& machin
     return sources;
 }
 
-/// The first that gives a value now; the last one when none does.
-std::unique_ptr<Items::IItemSource> ChooseNow(Sources sources)
+/// The first that gives a value of the type now; the last one when none does.
+std::unique_ptr<Items::IItemSource> ChooseNow(Sources sources, std::optional<System::Rsc::RscType> type)
 {
     const auto pass = Items::ReadPass::Begin();
     for (auto& source : sources)
     {
-        if (source->Read(pass).HasValue())
+        if (Items::FirstSource::ReadAs(type, *source, pass).HasValue())
         {
             return std::move(source);
         }
@@ -90,11 +90,12 @@ SourceMaker SourceReader::ReadFirst()
         cursor.Skip();
         return {};
     }
-    return [makers = ReadAlternatives(), choice](DescribedMachine& machine) -> std::unique_ptr<Items::IItemSource>
+    return [makers = ReadAlternatives(), choice,
+            type = itemType](DescribedMachine& machine) -> std::unique_ptr<Items::IItemSource>
     {
         Sources sources = MakeAll(makers, machine);
-        return choice == Choice::AtStart ? ChooseNow(std::move(sources))
-                                         : std::make_unique<Items::FirstSource>(std::move(sources));
+        return choice == Choice::AtStart ? ChooseNow(std::move(sources), type)
+                                         : std::make_unique<Items::FirstSource>(std::move(sources), type);
     };
 }
 

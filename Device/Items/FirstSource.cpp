@@ -1,11 +1,16 @@
 #include "Device/Items/FirstSource.hpp"
 
+#include "Device/Items/ItemConversion.hpp"
+
 #include <utility>
 
 namespace Oxa::Device::Linux::Items
 {
 
-FirstSource::FirstSource(std::vector<std::unique_ptr<IItemSource>> sources) : sources(std::move(sources)) {}
+FirstSource::FirstSource(std::vector<std::unique_ptr<IItemSource>> sources, std::optional<System::Rsc::RscType> type)
+    : sources(std::move(sources)), type(type)
+{
+}
 
 FirstSource::~FirstSource() = default;
 
@@ -14,7 +19,7 @@ ItemReading FirstSource::Read(const ReadPass& pass)
     BasicString causes;
     for (const auto& source : sources)
     {
-        ItemReading reading = source->Read(pass);
+        ItemReading reading = ReadAs(type, *source, pass);
         if (reading.HasValue())
         {
             return reading;
@@ -32,6 +37,21 @@ BasicString FirstSource::Describe() const
         text += (text.empty() ? "" : ", else ") + source->Describe();
     }
     return text;
+}
+
+ItemReading FirstSource::ReadAs(std::optional<System::Rsc::RscType> type, IItemSource& source, const ReadPass& pass)
+{
+    ItemReading reading = source.Read(pass);
+    if (!type || !reading.HasValue() || reading.isTypeKept || reading.value.GetType() == *type)
+    {
+        return reading;
+    }
+    reading = ItemConversion::Convert(reading.value, *type);
+    if (!reading.HasValue())
+    {
+        reading.cause += ", " + source.Describe();
+    }
+    return reading;
 }
 
 } // namespace Oxa::Device::Linux::Items

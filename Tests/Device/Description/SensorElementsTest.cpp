@@ -60,6 +60,9 @@ TEST(DescribingSensors, GivesItemsTheTypeThatTheirReadersExpect)
         {position, R"(<simulated value="Run" fault="wrongType"/>)", "Real64 0"},
         {position, R"(<simulated value="Run" fault="dropConnection" every="2"/>)", "String Run"},
         {position, R"(<first><simulated value="a" fault="notSet"/><text value="b"/></first>)", "String b"},
+        {temperature, R"(<first><simulated form="sine" mean="200"/><text value="7"/></first>)", "Int8 7"},
+        {temperature, R"(<first choice="start"><simulated form="sine" mean="200"/><text value="7"/></first>)",
+         "Int8 7"},
     };
     for (const auto& [key, source, value] : cases)
     {
