@@ -2,6 +2,7 @@
 
 #include "Device/Items/DeviceText.hpp"
 #include "Device/Items/KeptFile.hpp"
+#include "Device/Items/SensorSearch.hpp"
 #include "Device/Items/TemperatureSource.hpp"
 
 #include <algorithm>
@@ -51,12 +52,12 @@ std::vector<TemperatureSensor> ListSensors(const MachineRoot& root)
     {
         for (const auto& input : ListFolder(monitor, "temp", "_input"))
         {
-            sensors.push_back({input, ReadName(monitor + "/name")});
+            sensors.push_back({input, ReadName(monitor + "/name"), 0});
         }
     }
     for (const auto& zone : ListFolder(root.Resolve("/sys/class/thermal"), "thermal_zone", ""))
     {
-        sensors.push_back({zone + "/temp", ReadName(zone + "/type")});
+        sensors.push_back({zone + "/temp", ReadName(zone + "/type"), 0});
     }
     return sensors;
 }
@@ -82,6 +83,31 @@ bool GivesReading(const TemperatureSensor& sensor)
     return Items::TemperatureSource(sensor.path, sensor.name).Read(Items::ReadPass::Begin()).HasValue();
 }
 
+/// Which of the devices of its name it is; 0 when it is gone by now.
+std::size_t FindIndex(const TemperatureSensor& sensor)
+{
+    const std::filesystem::path path(sensor.path);
+    const bool isZone = path.filename() == "temp";
+    std::error_code error;
+    const std::filesystem::path device = std::filesystem::canonical(path.parent_path(), error);
+    Items::SensorAddress address = {.classFolder = path.parent_path().parent_path().string(),
+                                    .devicePrefix = isZone ? "thermal_zone" : "hwmon",
+                                    .nameFile = isZone ? "type" : "name",
+                                    .name = sensor.name,
+                                    .index = 0,
+                                    .inputFile = path.filename().string(),
+                                    .label = {}};
+    const BasicString file = (device / path.filename()).string();
+    for (;; ++address.index)
+    {
+        const BasicString found = Items::FindSensor(address).path;
+        if (found.empty() || found == file)
+        {
+            return found.empty() ? 0 : address.index;
+        }
+    }
+}
+
 } // namespace
 
 std::optional<TemperatureSensor> FindBoardTemperatureSensor(const MachineRoot& root)
@@ -91,7 +117,12 @@ std::optional<TemperatureSensor> FindBoardTemperatureSensor(const MachineRoot& r
                      [](const TemperatureSensor& left, const TemperatureSensor& right)
                      { return Rank(left) < Rank(right); });
     const auto found = std::find_if(sensors.begin(), sensors.end(), GivesReading);
-    return found == sensors.end() ? std::nullopt : std::optional(*found);
+    if (found == sensors.end())
+    {
+        return std::nullopt;
+    }
+    found->index = FindIndex(*found);
+    return *found;
 }
 
 } // namespace Oxa::Device::Linux

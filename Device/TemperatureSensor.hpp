@@ -3,6 +3,7 @@
 #include "Device/MachineRoot.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <cstddef>
 #include <optional>
 
 namespace Oxa::Device::Linux
@@ -14,6 +15,8 @@ struct TemperatureSensor
     /// Of a file with millidegrees Celsius.
     BasicString path;
     BasicString name;
+    /// Which of several devices of that name, from 0, in the order of their device paths.
+    std::size_t index = 0;
 };
 
 /// The sensor that tells most about the board: by its name a board's one, else a processor's, else any; among equals a

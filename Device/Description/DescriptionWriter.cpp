@@ -4,6 +4,7 @@
 #include "Device/Description/DeviceDescription.hpp"
 #include "Device/LedStatus.hpp"
 #include "Device/TemperatureSensor.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Xml/XmlWriter.hpp"
 
 #include <fmt/format.h>
@@ -68,14 +69,22 @@ bool GivesValues(const BasicString& description, const MachineRoot& root)
                        { return table->TryFind(item->GetKey())->TryRead(pass).HasValue(); });
 }
 
-/// Tries it by a description of nothing else, so that what is tried is what will be read.
+/// Tries it by a description of nothing else, so that what is tried is what will be read. What cannot be described,
+/// such as a chip without a name, is not usable.
 bool IsUsable(const BasicString& key, const Candidate& candidate, const MachineRoot& root)
 {
-    XmlWriter writer;
-    writer.WriteStartElement(DescriptionDocument::elementName);
-    Write(writer, key, candidate);
-    writer.WriteEndElement();
-    return GivesValues(writer.GetText(), root);
+    try
+    {
+        XmlWriter writer;
+        writer.WriteStartElement(DescriptionDocument::elementName);
+        Write(writer, key, candidate);
+        writer.WriteEndElement();
+        return GivesValues(writer.GetText(), root);
+    }
+    catch (const System::Commons::Exception&)
+    {
+        return false;
+    }
 }
 
 void WriteItem(XmlWriter& writer, const Plan& plan, const MachineRoot& root)
@@ -100,11 +109,13 @@ void WriteItem(XmlWriter& writer, const Plan& plan, const MachineRoot& root)
 Candidate MakeTemperature(const TemperatureSensor& sensor)
 {
     const BasicString fileName = std::filesystem::path(sensor.path).filename().string();
-    if (fileName == "temp")
+    Candidate candidate = fileName == "temp" ? Candidate{"thermal", {{"zone", sensor.name}}}
+                                             : Candidate{"hwmon", {{"chip", sensor.name}, {"input", fileName}}};
+    if (sensor.index > 0)
     {
-        return {"thermal", {{"zone", sensor.name}}};
+        candidate.attributes.emplace_back("index", std::to_string(sensor.index));
     }
-    return {"hwmon", {{"chip", sensor.name}, {"input", fileName}}};
+    return candidate;
 }
 
 std::vector<Plan> PlanIdentity()
@@ -135,6 +146,7 @@ std::vector<Plan> PlanStatus(const MachineRoot& root)
     {
         temperatures.push_back(MakeTemperature(*sensor));
     }
+    temperatures.push_back({"boardtemperature", {}});
     return {{"Cpu.Cores.Count", {{"cpu", {{"figure", "count"}}}}, {}},
             {"Status.Cpu.{0}.Load.Percent", {{"cpu", {{"core", "each"}}}}, {}},
             {"Status.Memory.Usage.Percent.Actual", {{"memory", {{"figure", "percent"}}}}, {}},

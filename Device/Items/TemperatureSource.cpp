@@ -4,10 +4,7 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <array>
-#include <limits>
-#include <optional>
 #include <utility>
 
 namespace Oxa::Device::Linux::Items
@@ -17,14 +14,6 @@ namespace
 {
 
 constexpr std::size_t maximumNumberBytes = 64;
-
-int8 ToDegrees(int64 millidegrees) noexcept
-{
-    using Limits = std::numeric_limits<int8>;
-    // Bounded first, so that adding half a degree cannot overflow.
-    const int64 bounded = std::clamp<int64>(millidegrees, Limits::min() * 1000, Limits::max() * 1000);
-    return static_cast<int8>((bounded + (bounded < 0 ? -500 : 500)) / 1000);
-}
 
 } // namespace
 
@@ -48,7 +37,7 @@ ItemReading TemperatureSource::Read(const ReadPass&)
     {
         return ItemReading::Missing(fmt::format("'{}' holds no whole number", file.GetPath()));
     }
-    return ItemReading::Of(ToDegrees(*millidegrees));
+    return ItemReading::Of(static_cast<double>(*millidegrees) / 1000);
 }
 
 BasicString TemperatureSource::Describe() const

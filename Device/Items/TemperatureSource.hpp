@@ -6,9 +6,8 @@
 namespace Oxa::Device::Linux::Items
 {
 
-/// A temperature that the kernel gives in millidegrees Celsius, as a signed 8-bit number of degrees: rounded to the
-/// nearest, halves away from zero, and beyond -128 or 127 that bound. 0 and below are readings like others.
-/// Safe from any thread.
+/// A temperature that the kernel gives in millidegrees Celsius, in degrees as a Real64. 0 and below are readings like
+/// others. Safe from any thread.
 class TemperatureSource final : public IItemSource
 {
 public:

@@ -164,6 +164,20 @@ TEST(DescribingAMachine, WritesWhatGivesAValueForEveryKey)
     EXPECT_NE(text.find(R"(<hwmon chip="cpu_thermal" input="temp1_input"/>)"), BasicString::npos) << text;
 }
 
+TEST(DescribingAMachine, TellsSensorsOfOneNameApartAndLeavesOutWhatHasNoUsableName)
+{
+    const FakeMachine machine;
+    machine.Write("/sys/class/thermal/thermal_zone0/type", "soc");
+    machine.Write("/sys/class/thermal/thermal_zone1/type", "soc");
+    machine.Write("/sys/class/thermal/thermal_zone1/temp", "41000");
+    machine.Write("/sys/class/leds/${X}/brightness", "1");
+    const BasicString text = Description::WriteDescription(machine.GetRoot());
+    EXPECT_NE(text.find(R"(<thermal zone="soc" index="1"/>)"), BasicString::npos) << text;
+    machine.Write("/sys/class/hwmon/hwmon0/temp1_input", "30000");
+    std::filesystem::remove_all(machine.GetPath("/sys/class/thermal"));
+    EXPECT_NE(Description::WriteDescription(machine.GetRoot()).find("<boardtemperature/>"), BasicString::npos);
+}
+
 TEST(ReadingAMachine, TakesNoBootIdThatIsNone)
 {
     const FakeMachine machine;
