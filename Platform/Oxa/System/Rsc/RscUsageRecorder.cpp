@@ -28,9 +28,22 @@ void RscUsageRecorder::Note(const char* providerName)
     }
 }
 
+void RscUsageRecorder::NoteMissing() noexcept
+{
+    if (current != nullptr)
+    {
+        current->isAnyMissing = true;
+    }
+}
+
 const std::set<BasicString>& RscUsageRecorder::GetProviderNames() const noexcept
 {
     return providerNames;
+}
+
+bool RscUsageRecorder::IsAnyMissing() const noexcept
+{
+    return isAnyMissing;
 }
 
 } // namespace Oxa::System::Rsc

@@ -8,8 +8,8 @@
 namespace Oxa::System::Rsc
 {
 
-/// Writes down whose services the thread that makes it asks the service manager for, as long as it lives. A second one
-/// on the same thread takes over until it goes. Threads: the one that makes it.
+/// Writes down whose services the thread that makes it asks the service manager for, and whether one was not there, as
+/// long as it lives. A second one on the same thread takes over until it goes. Threads: the one that makes it.
 class OXA_EXPORT RscUsageRecorder final
 {
 public:
@@ -18,14 +18,19 @@ public:
     RscUsageRecorder& operator=(const RscUsageRecorder&) = delete;
     ~RscUsageRecorder();
 
-    /// Called by the service manager. Does nothing on a thread without a recorder.
+    /// Called by the service manager. They do nothing on a thread without a recorder.
     static void Note(const char* providerName);
+    static void NoteMissing() noexcept;
 
     [[nodiscard]] const std::set<BasicString>& GetProviderNames() const noexcept;
+
+    /// Whether nobody provided one of the services.
+    [[nodiscard]] bool IsAnyMissing() const noexcept;
 
 private:
     RscUsageRecorder* const outer;
     std::set<BasicString> providerNames;
+    bool isAnyMissing = false;
 };
 
 } // namespace Oxa::System::Rsc

@@ -63,8 +63,12 @@ IRscService* ServiceManager::GetService(const char* providerName, IRscServicePro
 {
     RscUsageRecorder::Note(providerName);
     auto slot = GetSlotTable().FindOrCreate(providerName, factory.GetServiceInterfaceName());
-    const bool isThere = slot->IsProvided() || TryReachRemote(*slot, factory);
-    return isThere ? factory.CreateProxy(std::move(slot)) : nullptr;
+    if (!slot->IsProvided() && !TryReachRemote(*slot, factory))
+    {
+        RscUsageRecorder::NoteMissing();
+        return nullptr;
+    }
+    return factory.CreateProxy(std::move(slot));
 }
 
 void ServiceManager::RegisterService(IRscServiceProxyFactory& factory, std::shared_ptr<IRscService> implementation)
