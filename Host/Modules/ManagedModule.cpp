@@ -3,6 +3,7 @@
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/IWbmModule.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/ModuleInfo.hpp"
+#include "Oxa/System/Rsc/RscServiceException.hpp"
 #include "Oxa/System/Rsc/RscUsageRecorder.hpp"
 
 #include <utility>
@@ -12,6 +13,7 @@ namespace Oxa::Host::Modules
 
 using Services::Commons::Wbm::Modules::ModuleInfo;
 using System::Commons::XmlException;
+using System::Rsc::RscServiceException;
 using System::Rsc::RscUsageRecorder;
 
 ManagedModule::ManagedModule(std::unique_ptr<LoadedModule> loaded, ModuleRegistry& registry, const ModuleBorder& border)
@@ -23,6 +25,7 @@ void ManagedModule::SetUp()
 {
     // Until it is known better, and in case that something is thrown.
     hasFailed = true;
+    hasServiceFault = false;
     const RscUsageRecorder usage;
     try
     {
@@ -47,6 +50,7 @@ void ManagedModule::SetUp()
 void ManagedModule::NoteUsage(const RscUsageRecorder& usage)
 {
     providerNames.insert(usage.GetProviderNames().begin(), usage.GetProviderNames().end());
+    isServiceMissing = usage.IsAnyMissing();
 }
 
 bool ManagedModule::TrySetUp()
@@ -55,11 +59,30 @@ bool ManagedModule::TrySetUp()
     return border.TryCall(configuration, "cannot be set up",
                           [this, &configuration]
                           {
-                              loaded->GetModule().SetupModule(
-                                  ModuleInfo(configuration.name, configuration.settingsPath),
-                                  loaded->GetRegistrations());
+                              NoteFault(
+                                  [this, &configuration]
+                                  {
+                                      loaded->GetModule().SetupModule(
+                                          ModuleInfo(configuration.name, configuration.settingsPath),
+                                          loaded->GetRegistrations());
+                                  });
                           }) &&
-           border.TryCall(configuration, "cannot be started", [this] { loaded->GetModule().StartModule(); });
+           border.TryCall(configuration, "cannot be started",
+                          [this] { NoteFault([this] { loaded->GetModule().StartModule(); }); });
+}
+
+template <class Call>
+void ManagedModule::NoteFault(const Call& call)
+{
+    try
+    {
+        call();
+    }
+    catch (const RscServiceException&)
+    {
+        hasServiceFault = true;
+        throw;
+    }
 }
 
 void ManagedModule::SetUpAgain()
@@ -89,6 +112,11 @@ void ManagedModule::Reset()
 bool ManagedModule::HasFailed() const noexcept
 {
     return hasFailed;
+}
+
+bool ManagedModule::MayRecover() const noexcept
+{
+    return hasServiceFault || (isUp && !isServiceMissing);
 }
 
 bool ManagedModule::IsAvailable() const

@@ -41,6 +41,10 @@ public:
     /// Whether the last set-up failed. From any thread.
     [[nodiscard]] bool HasFailed() const noexcept;
 
+    /// Whether the module may do without a change of its services what it could not do at the last set-up: a call of
+    /// one failed, or all were there and something that it has registered is not available nevertheless.
+    [[nodiscard]] bool MayRecover() const noexcept;
+
     /// Whether everything that it has registered says that it is available. Calls the module.
     [[nodiscard]] bool IsAvailable() const;
 
@@ -54,6 +58,8 @@ public:
 
 private:
     [[nodiscard]] bool TrySetUp();
+    template <class Call>
+    void NoteFault(const Call& call);
     void NoteUsage(const System::Rsc::RscUsageRecorder& usage);
     void Reset();
 
@@ -62,6 +68,9 @@ private:
     const ModuleBorder& border;
     bool isUp = false;
     std::atomic<bool> hasFailed = false;
+    /// At the last set-up a call of a service failed, or a service was not there.
+    bool hasServiceFault = false;
+    bool isServiceMissing = false;
     std::set<BasicString> providerNames;
 };
 

@@ -51,6 +51,7 @@ void ModuleRenewer::Add(ManagedModule& module)
         throw;
     }
     FinishSetup(*care, before);
+    PostReview();
 }
 
 void ModuleRenewer::NoteLoss(const BasicString& providerName) noexcept
@@ -136,7 +137,8 @@ std::optional<ModuleRenewer::Clock::time_point> ModuleRenewer::FindDueTime(const
     {
         return care.nextSettling;
     }
-    return !care.isComplete && hasAppeared ? std::make_optional(care.nextSetup) : std::nullopt;
+    const bool isWorthIt = hasAppeared || (care.mayRecover && !care.known.empty());
+    return !care.isComplete && isWorthIt ? std::make_optional(care.nextSetup) : std::nullopt;
 }
 
 void ModuleRenewer::PostReview() noexcept
@@ -204,7 +206,6 @@ void ModuleRenewer::Work(Care& care) noexcept
         {
             const std::lock_guard lock(mutex);
             // In case that it fails: not again at once.
-            care.nextSetup = Clock::now() + lateInterval;
             care.nextSettling = Clock::now() + settlingInterval;
             isUnsettled = IsUnsettled(care);
         }
@@ -235,7 +236,7 @@ void ModuleRenewer::Settle(Care& care)
                                        });
     if (!canBeSame)
     {
-        SetUpAgain(care);
+        SetUpWhenDue(care);
         return;
     }
     const auto identity = TryReadDeviceIdentity();
@@ -245,8 +246,22 @@ void ModuleRenewer::Settle(Care& care)
     }
     else if (identity)
     {
-        SetUpAgain(care);
+        SetUpWhenDue(care);
     }
+}
+
+/// Services that die at each set-up must not make it one after the other.
+void ModuleRenewer::SetUpWhenDue(Care& care)
+{
+    {
+        const std::lock_guard lock(mutex);
+        if (Clock::now() < care.nextSetup)
+        {
+            care.nextSettling = care.nextSetup;
+            return;
+        }
+    }
+    SetUpAgain(care);
 }
 
 void ModuleRenewer::GoOn(Care& care, const Providers& current)
@@ -266,6 +281,10 @@ void ModuleRenewer::GoOn(Care& care, const Providers& current)
 
 void ModuleRenewer::SetUpAgain(Care& care)
 {
+    {
+        const std::lock_guard lock(mutex);
+        care.nextSetup = Clock::now() + lateInterval;
+    }
     care.module.GetGate().Close();
     care.module.GetGate().WaitUntilEmpty();
     const Providers before = GetProviders();
@@ -284,6 +303,7 @@ void ModuleRenewer::FinishSetup(Care& care, const Providers& before)
     // Of what came back meanwhile it would be the wrong one; then it is not compared, for that loss is not settled.
     auto identity = names.contains(GetIdentityProvider()) ? TryReadDeviceIdentity() : std::nullopt;
     const bool isComplete = care.module.IsAvailable();
+    const bool mayRecover = care.module.MayRecover();
     const std::lock_guard lock(mutex);
     for (const BasicString& name : names)
     {
@@ -293,6 +313,7 @@ void ModuleRenewer::FinishSetup(Care& care, const Providers& before)
     const bool isUnsettled = IsUnsettled(care);
     care.identity = isUnsettled ? std::nullopt : std::move(identity);
     care.isComplete = isComplete;
+    care.mayRecover = mayRecover;
     care.nextSetup = Clock::now() + lateInterval;
     care.nextSettling = Clock::now();
     if (isUnsettled)

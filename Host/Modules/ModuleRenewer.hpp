@@ -26,13 +26,14 @@ namespace Oxa::Host::Modules
 class ManagedModule;
 
 /// Sets modules up again when the services that they use come late or come back:
-/// - One that failed or is not available after its set-up, when services of a provider that it asked appear, at most
-///   once in `lateInterval`, until it is available.
+/// - One that failed or is not available after its set-up, when services of a provider that it asked appear, until it
+/// is
+///   available; without waiting for that when a call of a service failed, or none was missing.
 /// - One whose provider was lost and came back, once, unless the device's identity shows that it is the same run of the
 ///   same services. From the loss until that is settled its gate is closed.
-/// A module that asked no such provider is left alone. Each module is set up in a foreign call of its own on the event
-/// loop, so that one that hangs holds up nothing else.
-/// Owned by the host's main part. Threads: `Add` one at a time, before the loop runs; the others from any thread.
+/// At most once in `lateInterval`. A module that asked no such provider is left alone. Each module is set up in a
+/// foreign call of its own on the event loop, so that one that hangs holds up nothing else. Owned by the host's main
+/// part. Threads: `Add` one at a time, before the loop runs; the others from any thread.
 class ModuleRenewer final : private System::Commons::Diagnostics::Logging::Loggable<ModuleRenewer>
 {
 public:
@@ -80,9 +81,12 @@ private:
         std::optional<DeviceIdentity> identity;
         /// The last set-up was all that the module needs.
         bool isComplete = true;
+        /// Another one may be, also when no services appear.
+        bool mayRecover = false;
         /// Somebody is at it.
         bool isBusy = true;
         Clock::time_point nextSettling;
+        /// Not before, counted from the last one.
         Clock::time_point nextSetup;
     };
 
@@ -96,6 +100,7 @@ private:
     void Work(Care& care) noexcept;
     void Settle(Care& care);
     void GoOn(Care& care, const Providers& current);
+    void SetUpWhenDue(Care& care);
     void SetUpAgain(Care& care);
     void FinishSetup(Care& care, const Providers& before);
 

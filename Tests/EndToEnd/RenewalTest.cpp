@@ -127,6 +127,14 @@ TEST_F(Renewal, FindsServicesThatComeLate)
     EXPECT_EQ(host->Stop(), 0);
 }
 
+TEST_F(Renewal, TriesAgainAfterAReadThatTimedOut)
+{
+    StartHost("time-out");
+    EXPECT_EQ(Ask().result_int(), 503U);
+    WaitFor(200, "serial 1");
+    EXPECT_EQ(host->Stop(), 0);
+}
+
 TEST_F(Renewal, TriesAgainAfterSettingsThatCannotBeRead)
 {
     StartHost("");

@@ -4,6 +4,7 @@
 #include "Oxa/Device/Interface/Services/IDeviceInfoService.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/IRtcService.hpp"
+#include "Oxa/System/Rsc/RscServiceException.hpp"
 #include "Oxa/System/Um/Services/Internal/IAuthorizationService.hpp"
 
 #include <algorithm>
@@ -34,6 +35,12 @@ public:
     [[nodiscard]] ItemValue Read(const ItemKey& key)
     {
         readKeys.push_back(key.ToString());
+        if (timeOuts > 0)
+        {
+            --timeOuts;
+            throw System::Rsc::RscServiceException(System::Rsc::RscFault::TimedOut,
+                                                   "the device does not answer in time");
+        }
         if (isBroken)
         {
             throw std::runtime_error("the device does not answer");
@@ -44,6 +51,8 @@ public:
 
     std::map<BasicString, ItemValue, std::less<>> values;
     bool isBroken = false;
+    /// How many reads get no answer in time first.
+    std::size_t timeOuts = 0;
     /// How many values a multi-item read keeps back.
     std::size_t missingResults = 0;
 

@@ -60,7 +60,8 @@ struct DeviceRun
     Support::FakeItems status;
 };
 
-/// Offers its services as long as there is no file "away" beside the trace.
+/// Offers its services as long as there is no file "away" beside the trace. With the fault "time-out" the first read of
+/// each run gets no answer.
 class FakeDeviceComponent final : public System::Acf::IComponent
 {
 public:
@@ -75,6 +76,7 @@ public:
         const auto& appDomain = System::Commons::Singleton<System::Commons::AppDomain>::GetInstance();
         away = std::filesystem::path(*appDomain.TryGetVariable("FAKE_TRACE")).parent_path() / "away";
         isSame = GetFault(appDomain) == "same";
+        isSlow = GetFault(appDomain) == "time-out";
         inotify_add_watch(watch, away.parent_path().c_str(), IN_CREATE | IN_DELETE);
     }
 
@@ -120,6 +122,7 @@ private:
             ++runs;
             run = std::make_unique<DeviceRun>("serial " + std::to_string(runs),
                                               "boot " + std::to_string(isSame ? 1 : runs));
+            run->info.timeOuts = isSlow ? 1 : 0;
             run->Offer();
         }
         isOffered = !isAway;
@@ -127,6 +130,7 @@ private:
 
     std::filesystem::path away;
     bool isSame = false;
+    bool isSlow = false;
     bool isOffered = false;
     int runs = 0;
     std::unique_ptr<DeviceRun> run;
