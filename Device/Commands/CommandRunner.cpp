@@ -92,40 +92,45 @@ void CommandRunner::Stop() noexcept
 void CommandRunner::CarryOut(std::unique_ptr<ICommand> command, const BasicString& title,
                              const ExchangePointer& exchange) noexcept
 {
-    const AccessErrorCode code = Try(title, *command, &ICommand::Prepare).code;
-    if (code != AccessErrorCode::None)
+    const CommandResult prepared = Try(*command, &ICommand::Prepare);
+    if (!prepared.IsSuccess())
     {
+        if (logLimit.Admits(prepared.code))
+        {
+            LogFailure(title, prepared);
+        }
         // Before the caller is told, who may try again at once.
         EndCommand(std::move(command));
-        exchange->Settle(code);
+        exchange->Settle(prepared.code);
         return;
     }
-    exchange->Settle(code);
+    exchange->Settle(prepared.code);
     if (exchange->AwaitAnswered())
     {
-        // Whatever came of it has been logged, and nobody waits for it any more.
-        static_cast<void>(Try(title, *command, &ICommand::Complete));
+        const CommandResult completed = Try(*command, &ICommand::Complete);
+        if (!completed.IsSuccess())
+        {
+            LogFailure(title, completed);
+        }
     }
     EndCommand(std::move(command));
 }
 
-CommandResult CommandRunner::Try(const BasicString& title, ICommand& command,
-                                 CommandResult (ICommand::*step)()) const noexcept
+CommandResult CommandRunner::Try(ICommand& command, CommandResult (ICommand::*step)()) noexcept
 {
-    CommandResult result;
     try
     {
-        result = (command.*step)();
+        return (command.*step)();
     }
     catch (const std::exception& exception)
     {
-        result = {AccessErrorCode::DeviceFault, exception.what()};
+        return {AccessErrorCode::DeviceFault, exception.what()};
     }
-    if (!result.IsSuccess())
-    {
-        Log(LogLevel::Error, "{0}: {1}: {2}", title, result.code, result.cause);
-    }
-    return result;
+}
+
+void CommandRunner::LogFailure(const BasicString& title, const CommandResult& result) const noexcept
+{
+    Log(LogLevel::Error, "{0}: {1}: {2}", title, result.code, result.cause);
 }
 
 void CommandRunner::EndCommand(std::unique_ptr<ICommand> command) noexcept

@@ -2,6 +2,7 @@
 
 #include "Device/Commands/CommandExchange.hpp"
 #include "Device/Commands/ICommand.hpp"
+#include "Device/Commands/RefusalLogLimit.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 
@@ -12,8 +13,8 @@
 namespace Oxa::Device::Linux::Commands
 {
 
-/// Carries out one command at a time, on a thread that exists as long as the command. Logs every command that fails,
-/// also after its caller was answered. Safe from several threads.
+/// Carries out one command at a time, on a thread that exists as long as the command. Logs why commands fail: before
+/// the caller is answered within a limit, after that always. Safe from several threads.
 class CommandRunner final : private System::Commons::Diagnostics::Logging::Loggable<CommandRunner>
 {
 public:
@@ -46,7 +47,8 @@ private:
     static void NoteWhenAnswered(ExchangePointer exchange);
     void CarryOut(std::unique_ptr<ICommand> command, const BasicString& title,
                   const ExchangePointer& exchange) noexcept;
-    CommandResult Try(const BasicString& title, ICommand& command, CommandResult (ICommand::*step)()) const noexcept;
+    static CommandResult Try(ICommand& command, CommandResult (ICommand::*step)()) noexcept;
+    void LogFailure(const BasicString& title, const CommandResult& result) const noexcept;
     void EndCommand(std::unique_ptr<ICommand> command) noexcept;
 
     const std::chrono::milliseconds answerTimeout;
@@ -55,6 +57,7 @@ private:
     State state = State::Idle;
     ExchangePointer currentExchange;
     std::thread thread;
+    RefusalLogLimit logLimit;
 };
 
 } // namespace Oxa::Device::Linux::Commands

@@ -2,6 +2,7 @@
 
 #include "Oxa/System/Rsc/RscCallContext.hpp"
 
+#include <string>
 #include <utility>
 
 namespace Oxa::Device::Linux::Services
@@ -22,7 +23,7 @@ AccessErrorCode DeviceControlService::Restart()
 {
     const BasicString caller = RscCallContext::DescribeCaller();
     const AccessErrorCode result = commands->Restart(caller);
-    Log(LogLevel::Notice, "A restart was asked for by {0}: {1}", caller, result);
+    LogOutcome(result, "A restart", caller);
     return result;
 }
 
@@ -30,8 +31,16 @@ AccessErrorCode DeviceControlService::FactoryReset(uint16 resetKind)
 {
     const BasicString caller = RscCallContext::DescribeCaller();
     const AccessErrorCode result = commands->FactoryReset(resetKind, caller);
-    Log(LogLevel::Notice, "A factory reset of kind {0} was asked for by {1}: {2}", resetKind, caller, result);
+    LogOutcome(result, "A factory reset of kind " + std::to_string(resetKind), caller);
     return result;
+}
+
+void DeviceControlService::LogOutcome(AccessErrorCode result, const BasicString& what, const BasicString& caller)
+{
+    if (logLimit.Admits(result))
+    {
+        Log(LogLevel::Notice, "{0} was asked for by {1}: {2}", what, caller, result);
+    }
 }
 
 } // namespace Oxa::Device::Linux::Services

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Device/Commands/IDeviceCommands.hpp"
+#include "Device/Commands/RefusalLogLimit.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceControlService.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 
@@ -9,7 +10,8 @@
 namespace Oxa::Device::Linux::Services
 {
 
-/// The commands as others call them. Logs who asked for what, and what came of it. Safe from several threads.
+/// The commands as others call them. Logs who asked for what, and what came of it; refusals within a limit. Safe from
+/// several threads.
 class DeviceControlService final : public Interface::Services::IDeviceControlService,
                                    private System::Commons::Diagnostics::Logging::Loggable<DeviceControlService>
 {
@@ -25,7 +27,10 @@ public:
     [[nodiscard]] Interface::Services::AccessErrorCode FactoryReset(uint16 resetKind) override;
 
 private:
+    void LogOutcome(Interface::Services::AccessErrorCode result, const BasicString& what, const BasicString& caller);
+
     const std::shared_ptr<Commands::IDeviceCommands> commands;
+    Commands::RefusalLogLimit logLimit;
 };
 
 } // namespace Oxa::Device::Linux::Services

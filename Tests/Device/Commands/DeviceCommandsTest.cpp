@@ -90,11 +90,16 @@ void ExpectThreads(std::ptrdiff_t expected)
     EXPECT_LE(Count("/proc/self/task"), expected);
 }
 
-bool HasEntry(const Support::LogRecorder& log, const BasicString& text)
+std::ptrdiff_t CountEntries(const Support::LogRecorder& log, const BasicString& text)
 {
     const auto entries = log.GetEntries();
-    return std::any_of(entries.begin(), entries.end(),
-                       [&text](const auto& entry) { return entry.message.find(text) != BasicString::npos; });
+    return std::count_if(entries.begin(), entries.end(),
+                         [&text](const auto& entry) { return entry.message.find(text) != BasicString::npos; });
+}
+
+bool HasEntry(const Support::LogRecorder& log, const BasicString& text)
+{
+    return CountEntries(log, text) > 0;
 }
 
 } // namespace
@@ -296,6 +301,26 @@ TEST(ResettingTheMachine, TakesUnitsFromTheDescriptionOnlyByTheirWholeNames)
     CommandSettings settings = realSettings;
     settings.factoryResetUnit = "reset.sh";
     EXPECT_THROW(Device({}, settings), Oxa::System::Commons::ArgumentException);
+}
+
+TEST(LoggingCommands, IsBoundedForRefusalsAndNotForWhatIsCarriedOut)
+{
+    const Support::LogRecorder log;
+    FakeSystem system;
+    system.LetLogin("CanReboot", "s", "ret = 'no'");
+    Device device;
+    RscCallContext context(0, 0);
+    for (int round = 0; round < 20; ++round)
+    {
+        EXPECT_EQ(device.service.Restart(), AccessErrorCode::AccessDenied);
+    }
+    EXPECT_EQ(CountEntries(log, "A restart was asked for by user 'root' (0): access denied"), 10);
+    EXPECT_EQ(CountEntries(log, "Restart for user 'root' (0): access denied: "), 10);
+    system.LetLogin("CanReboot", "s", "ret = 'yes'");
+    EXPECT_EQ(device.service.Restart(), AccessErrorCode::None);
+    EXPECT_EQ(device.service.FactoryReset(1), AccessErrorCode::Busy);
+    EXPECT_TRUE(HasEntry(log, "by user 'root' (0): success"));
+    EXPECT_TRUE(HasEntry(log, "by user 'root' (0): busy"));
 }
 
 TEST(ChoosingCommands, MixesWhatIsSimulatedAbsentAndReal)
