@@ -25,7 +25,9 @@ std::size_t GetReadBytes(const FileSource::Options& options) noexcept
     {
         return KeptFile::pageBytes;
     }
-    return options.type == System::Rsc::RscType::String ? textBytes : numberBytes;
+    const bool isText = options.type == System::Rsc::RscType::String && options.scale == 1 && options.offset == 0;
+    // One more tells that there are too many.
+    return isText ? textBytes : numberBytes + 1;
 }
 
 } // namespace
@@ -48,7 +50,7 @@ ItemReading FileSource::Read(const ReadPass&)
     {
         return ItemReading::Missing(file->DescribeError(content.error));
     }
-    return ReadText(content.text);
+    return options.pattern ? ReadPiece(content.text) : ReadText(content.text);
 }
 
 BasicString FileSource::Describe() const
@@ -56,18 +58,27 @@ BasicString FileSource::Describe() const
     return "file " + file->GetPath();
 }
 
+ItemReading FileSource::ReadPiece(std::string_view text) const
+{
+    if (text.size() == readBytes)
+    {
+        // The rest of the last line is missing, and with it perhaps half of a number.
+        text = text.substr(0, text.rfind('\n') + 1);
+    }
+    const auto piece = options.pattern->Find(text);
+    return piece ? ReadText(*piece)
+                 : ItemReading::Missing(fmt::format("no line of '{}' fits the pattern", file->GetPath()));
+}
+
 ItemReading FileSource::ReadText(std::string_view text) const
 {
-    if (options.pattern)
-    {
-        const auto piece = options.pattern->Find(text);
-        if (!piece)
-        {
-            return ItemReading::Missing(fmt::format("no line of '{}' fits the pattern", file->GetPath()));
-        }
-        text = *piece;
-    }
+    const auto* const end = text.data() + text.size();
+    const bool isCut = readBytes == numberBytes + 1 && text.size() == readBytes;
     text = DeviceText::Trim(text);
+    if (isCut && text.data() + text.size() == end)
+    {
+        return ItemReading::Missing(fmt::format("'{}' is longer than {} bytes", file->GetPath(), numberBytes));
+    }
     if (text.empty() || (options.refusesPlaceholders && DeviceText::IsPlaceholder(text)))
     {
         return ItemReading::Missing(fmt::format("'{}' holds only '{}'", file->GetPath(), text));

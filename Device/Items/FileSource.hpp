@@ -12,7 +12,8 @@ namespace Oxa::Device::Linux::Items
 {
 
 /// The content of a file without the blanks around it, or a piece of it, as a text or a number. No more is looked at
-/// than 128 bytes for a number, 1024 for a text, and 4096 for a piece. Safe from any thread.
+/// than 1024 bytes for a text and the whole lines of 4096 for a piece; more than 128 are no number. Safe from any
+/// thread.
 class FileSource final : public IItemSource
 {
 public:
@@ -37,6 +38,7 @@ public:
     [[nodiscard]] BasicString Describe() const override;
 
 private:
+    [[nodiscard]] ItemReading ReadPiece(std::string_view text) const;
     [[nodiscard]] ItemReading ReadText(std::string_view text) const;
     [[nodiscard]] ItemReading MakeValue(std::string_view text) const;
 

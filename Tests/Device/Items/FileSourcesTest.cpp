@@ -47,19 +47,11 @@ auto MakeFile(FileSource::Options options)
 
 } // namespace
 
-TEST(ReadingTemperatures, RoundsToDegreesAndStaysWithinEightBits)
+TEST(ReadingTemperatures, MakesDegreesOfThousandths)
 {
-    ExpectReadings({{"45000\n", "Int8 45"},
-                    {"0\n", "Int8 0"},
-                    {"-499", "Int8 0"},
-                    {"-500", "Int8 -1"},
-                    {"44500", "Int8 45"},
-                    {"44499", "Int8 44"},
-                    {"127400", "Int8 127"},
-                    {"300000", "Int8 127"},
-                    {"-273150", "Int8 -128"},
-                    {"-9223372036854775808", "Int8 -128"},
-                    {"9223372036854775807", "Int8 127"},
+    ExpectReadings({{"45000\n", "Real64 45"},
+                    {"0\n", "Real64 0"},
+                    {"-44500", "Real64 -44.5"},
                     {"9223372036854775808", "NotSet"},
                     {"", "NotSet"},
                     {"45.5", "NotSet"},
@@ -146,8 +138,31 @@ TEST(ReadingNumbersFromFiles, ScalesAndStaysInTheTypesRange)
                     {"volt: 1224", "Int8 127"},
                     {"volt: 1225", "NotSet"},
                     {"volt: 1.2.3", "NotSet"},
-                    {"avolt: 1", "NotSet"}},
+                    {"avolt: 1", "NotSet"},
+                    {BasicString(4088, '\n') + "volt: 12", "NotSet"},
+                    {"volt: " + BasicString(121, '0') + "14", "NotSet"}},
                    MakeFile(options));
+    options.pattern = nullptr;
+    options.scale = 1;
+    ExpectReadings({{BasicString(127, '0') + "9", "Int8 14"}, {BasicString(127, '0') + "91", "NotSet"}},
+                   MakeFile(options));
+}
+
+TEST(MatchingLines, RefusesExpressionsThatCouldTakeSeconds)
+{
+    for (const BasicString expression : {"((?:a{1,99}){1,9})x", "(a{48})", "^(a{256})", "^(a){99}{9}", "(?=.*x)(a)",
+                                         "(.*.*.*.*.*.*.*.*.*.*.*.*.*.*"
+                                         ".*.*.*.*.*.*.*.*.*.*.*)x"})
+    {
+        BasicString fault;
+        EXPECT_EQ(LinePattern::TryMake(expression, fault), nullptr) << expression;
+    }
+    for (const BasicString expression :
+         {"([0-9a-f]{2}(?::[0-9a-f]{2}){5})", "^([0-9a-f]{8}(?:-[0-9a-f]{4}){3})", R"((a\{99})b)"})
+    {
+        BasicString fault;
+        EXPECT_NE(LinePattern::TryMake(expression, fault), nullptr) << fault;
+    }
 }
 
 TEST(ReadingTheDeviceTree, TakesOneTextOrNumberOfSeveral)
