@@ -4,6 +4,7 @@
 #include "Oxa/Services/Commons/Wbm/Internal/Json/BooleanResult.hpp"
 #include "Oxa/Services/Commons/Wbm/Internal/Json/JsonResponse.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/Json/IJsonSerializable.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 
@@ -14,6 +15,7 @@ namespace GuestBook
 
 using Oxa::BasicString;
 using Oxa::System::Commons::ArgumentException;
+using Oxa::System::Commons::InvalidOperationException;
 using namespace Oxa::Services::Commons::Wbm;
 using namespace Oxa::Services::Commons::Wbm::Internal::Json;
 using namespace Oxa::System::Commons::Json;
@@ -78,6 +80,10 @@ WbmResponse GuestBookHandler::Sign(const WbmRequest& request)
     catch (const ArgumentException&)
     {
         return Answer("InvalidInput", failure, ResultKind::Boolean);
+    }
+    catch (const InvalidOperationException&)
+    {
+        return Answer("BookFull", failure, ResultKind::Boolean);
     }
     return Answer("", success, ResultKind::Boolean);
 }
