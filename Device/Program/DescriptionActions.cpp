@@ -10,6 +10,7 @@
 #include "Device/Program/DeviceServerConfiguration.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 
@@ -33,13 +34,24 @@ BasicString FindDescription(const DeviceCommandLine& commandLine)
     {
         return commandLine.descriptionPath;
     }
-    const auto configuration = LoadDeviceServerConfiguration(commandLine.configurationPath);
-    if (configuration.components.empty() || configuration.components.front().settingsPath.empty())
+    const auto components = LoadDeviceServerConfiguration(commandLine.configurationPath).components;
+    const auto hasSettings = [](const auto& component)
+    {
+        return !component.settingsPath.empty();
+    };
+    auto found = std::find_if(components.begin(), components.end(),
+                              [&hasSettings](const auto& component)
+                              { return component.componentName == "Linux" && hasSettings(component); });
+    if (found == components.end())
+    {
+        found = std::find_if(components.begin(), components.end(), hasSettings);
+    }
+    if (found == components.end())
     {
         throw System::Commons::XmlException::Create("'{0}' names no description; give one with --description",
                                                     commandLine.configurationPath);
     }
-    return configuration.components.front().settingsPath;
+    return found->settingsPath;
 }
 
 } // namespace
@@ -74,6 +86,12 @@ int ReadItems(const DeviceCommandLine& commandLine, std::ostream& output)
     bool hasAll = true;
     for (const BasicString& key : commandLine.keys)
     {
+        if (items->TryFind(key) == nullptr)
+        {
+            output << key << " is not described\n";
+            hasAll = false;
+            continue;
+        }
         const auto value = items->Read(key);
         hasAll = hasAll && value.GetType() != System::Rsc::RscType::NotSet;
         output << Linux::Items::FormatItem(key, value) << '\n';
