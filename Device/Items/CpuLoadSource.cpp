@@ -16,8 +16,14 @@ CpuLoadSource::~CpuLoadSource() = default;
 
 ItemReading CpuLoadSource::Read(const ReadPass&)
 {
-    const auto percent = loads->GetPercent(core);
-    return percent ? ItemReading::Of(*percent) : ItemReading::Missing(loads->GetCause());
+    if (const auto percent = loads->GetPercent(core))
+    {
+        return ItemReading::Of(*percent);
+    }
+    const std::size_t coreCount = loads->GetCoreCount();
+    return ItemReading::Missing(core > coreCount && coreCount > 0
+                                    ? fmt::format("there are {} cores, none of number {}", coreCount, core)
+                                    : loads->GetCause());
 }
 
 BasicString CpuLoadSource::Describe() const
