@@ -186,6 +186,10 @@ private:
 
     void KeepItem(const BasicString& key, DescribedItem item)
     {
+        if (key.empty())
+        {
+            return;
+        }
         const auto found = content.items.find(key);
         if (found == content.items.end() && content.items.size() == DescriptionDocument::maximumItemCount)
         {

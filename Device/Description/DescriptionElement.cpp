@@ -1,6 +1,8 @@
 #include "Device/Description/DescriptionElement.hpp"
 
+#include "Device/Description/ItemTypes.hpp"
 #include "Device/Items/DeviceText.hpp"
+#include "Device/Items/ItemConversion.hpp"
 
 #include <fmt/format.h>
 
@@ -101,6 +103,33 @@ void DescriptionElement::Read(std::string_view attributeName, std::size_t& value
     Expect(attributeName);
     problems.Try([this, attributeName, &value, minimum, maximum]
                  { attributes.Read(attributeName, value, minimum, maximum); });
+}
+
+void DescriptionElement::ReadPath(std::string_view attributeName, BasicString& path)
+{
+    Expect(attributeName);
+    const bool isRead = problems.Try([this, attributeName, &path] { attributes.Read(attributeName, path); });
+    const BasicString closed = path + '/';
+    if (isRead && Has(attributeName) && (!path.starts_with('/') || closed.find("/../") != BasicString::npos))
+    {
+        ReportBadValue(attributeName, path, "an absolute path without '..'");
+    }
+}
+
+Items::ItemValue DescriptionElement::ParseValue(std::string_view attributeName, std::string_view text)
+{
+    const RscType type = itemType.value_or(RscType::String);
+    const auto reading = Items::ItemConversion::FromText(text, type);
+    if (!reading.HasValue() && Has(attributeName))
+    {
+        ReportBadValue(attributeName, text, fmt::format("a value of the item's type {}", GetItemTypeWord(type)));
+    }
+    if (type == RscType::String && text.size() > Items::ItemReading::maximumTextBytes)
+    {
+        Report("the attribute '{0}' of the element '{1}' has a text of {2} bytes, {3} are allowed", attributeName,
+               GetName(), text.size(), Items::ItemReading::maximumTextBytes);
+    }
+    return reading.value;
 }
 
 void DescriptionElement::ReportBadValue(std::string_view attributeName, std::string_view value,

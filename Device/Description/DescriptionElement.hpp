@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Device/Description/DescriptionProblems.hpp"
+#include "Device/Items/ItemReading.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 #include "Oxa/System/Commons/Xml/XmlReader.hpp"
@@ -75,6 +76,13 @@ public:
         }
         return false;
     }
+
+    /// An absolute path. One with ".." in it is a mistake: it could lead out of the folder that stands for the machine.
+    void ReadPath(std::string_view attributeName, BasicString& path);
+
+    /// What was read of an attribute as a value of the item's type, else as a text; not set when it is none or is too
+    /// long for a value.
+    [[nodiscard]] Items::ItemValue ParseValue(std::string_view attributeName, std::string_view text);
 
     /// "the attribute 'x' of the element 'y' is 'z', expected …"
     void ReportBadValue(std::string_view attributeName, std::string_view value, std::string_view expected);

@@ -23,6 +23,10 @@ void DescriptionProblems::Report(const System::Commons::XmlException& problem)
     {
         messages.push_back(problem.GetMessage());
     }
+    else if (messages.size() == maximumMessageCount)
+    {
+        messages.emplace_back("… and more");
+    }
 }
 
 } // namespace Oxa::Device::Linux::Description

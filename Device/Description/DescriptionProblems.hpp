@@ -21,7 +21,7 @@ public:
 
     explicit DescriptionProblems(Reaction reaction) noexcept : reaction(reaction) {}
 
-    /// Throws the problem or keeps its text; of very many, the first ones.
+    /// Throws the problem or keeps its text; of very many, the first ones, and that there are more.
     void Report(const System::Commons::XmlException& problem);
 
     /// Runs the action; what XmlException it throws is reported. False when there was one.

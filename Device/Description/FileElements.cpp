@@ -4,7 +4,6 @@
 #include "Device/Items/DeviceText.hpp"
 #include "Device/Items/DeviceTreeSource.hpp"
 #include "Device/Items/FileSource.hpp"
-#include "Device/Items/ItemConversion.hpp"
 #include "Device/Items/OsReleaseSource.hpp"
 
 #include <utility>
@@ -19,15 +18,6 @@ using System::Rsc::RscType;
 
 namespace
 {
-
-void ReadPath(DescriptionElement& element, BasicString& path)
-{
-    element.ReadRequired("path", path);
-    if (!path.empty() && !path.starts_with('/'))
-    {
-        element.ReportBadValue("path", path, "an absolute path");
-    }
-}
 
 /// A name below a folder that the kernel gives.
 void ReadNameBelow(DescriptionElement& element, std::string_view attributeName, BasicString& name)
@@ -101,13 +91,7 @@ SourceMaker ReadText(DescriptionElement& element)
     {
         element.Report("the element '{0}' needs the attribute 'value'", element.GetName());
     }
-    const Items::ItemReading reading =
-        Items::ItemConversion::FromText(text, element.GetItemType().value_or(RscType::String));
-    if (!reading.HasValue())
-    {
-        element.ReportBadValue("value", text, "a value of the item's type");
-    }
-    return [value = reading.value](DescribedMachine&)
+    return [value = element.ParseValue("value", text)](DescribedMachine&)
     {
         return std::make_unique<Items::ConstantSource>(value);
     };
@@ -117,7 +101,11 @@ SourceMaker ReadFile(DescriptionElement& element)
 {
     BasicString path;
     FileSource::Options options;
-    ReadPath(element, path);
+    if (!element.Has("path"))
+    {
+        element.Report("the element '{0}' needs the attribute 'path'", element.GetName());
+    }
+    element.ReadPath("path", path);
     options.pattern = ReadPattern(element);
     element.Read("scale", options.scale);
     element.Read("offset", options.offset);

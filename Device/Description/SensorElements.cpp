@@ -2,7 +2,6 @@
 #include "Device/Items/AbsentSource.hpp"
 #include "Device/Items/GpioSource.hpp"
 #include "Device/Items/HwmonSource.hpp"
-#include "Device/Items/ItemConversion.hpp"
 #include "Device/Items/LedSource.hpp"
 #include "Device/Items/ThermalSource.hpp"
 
@@ -34,15 +33,6 @@ bool IsTemperatureInput(std::string_view name) noexcept
     return name.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-void CheckSwitchText(DescriptionElement& element, std::string_view attributeName, const BasicString& text)
-{
-    const auto type = element.GetItemType();
-    if (type && !Items::ItemConversion::FromText(text, *type).HasValue())
-    {
-        element.ReportBadValue(attributeName, text, "a value of the item's type");
-    }
-}
-
 void ReadSwitchTexts(DescriptionElement& element, GpioSource::Line& line)
 {
     if (!element.Has("activeText") && !element.Has("inactiveText"))
@@ -51,8 +41,8 @@ void ReadSwitchTexts(DescriptionElement& element, GpioSource::Line& line)
     }
     element.ReadRequired("activeText", line.activeText);
     element.ReadRequired("inactiveText", line.inactiveText);
-    CheckSwitchText(element, "activeText", line.activeText);
-    CheckSwitchText(element, "inactiveText", line.inactiveText);
+    static_cast<void>(element.ParseValue("activeText", line.activeText));
+    static_cast<void>(element.ParseValue("inactiveText", line.inactiveText));
 }
 
 } // namespace

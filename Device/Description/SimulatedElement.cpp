@@ -1,9 +1,10 @@
 #include "Device/Description/SourceElements.hpp"
 #include "Device/Items/DeviceText.hpp"
-#include "Device/Items/ItemConversion.hpp"
 #include "Device/Items/SimulatedFaultSource.hpp"
 #include "Device/Items/SimulatedSource.hpp"
 
+#include <algorithm>
+#include <array>
 #include <limits>
 #include <optional>
 #include <utility>
@@ -29,6 +30,32 @@ enum class Form
     Steps
 };
 
+std::string_view GetWord(Form form) noexcept
+{
+    switch (form)
+    {
+    case Form::Ramp:
+        return "ramp";
+    case Form::Sine:
+        return "sine";
+    case Form::Steps:
+        return "steps";
+    default:
+        return "constant";
+    }
+}
+
+/// The attributes that only some forms have, and those forms, the last one perhaps twice.
+constexpr std::pair<std::string_view, std::array<Form, 2>> formAttributes[] = {
+    {"value", {Form::Constant, Form::Constant}},
+    {"from", {Form::Ramp, Form::Ramp}},
+    {"to", {Form::Ramp, Form::Ramp}},
+    {"mean", {Form::Sine, Form::Sine}},
+    {"amplitude", {Form::Sine, Form::Sine}},
+    {"periodSeconds", {Form::Ramp, Form::Sine}},
+    {"values", {Form::Steps, Form::Steps}},
+    {"holdSeconds", {Form::Steps, Form::Steps}}};
+
 /// The text of an attribute that must be there but may be empty.
 BasicString ReadValueText(DescriptionElement& element, std::string_view attributeName)
 {
@@ -39,17 +66,6 @@ BasicString ReadValueText(DescriptionElement& element, std::string_view attribut
         element.Report("the element '{0}' needs the attribute '{1}'", element.GetName(), attributeName);
     }
     return text;
-}
-
-/// The value of the item's type; not set when it is none, which is reported.
-ItemValue ParseValue(DescriptionElement& element, std::string_view attributeName, std::string_view text)
-{
-    const auto reading = Items::ItemConversion::FromText(text, element.GetItemType().value_or(RscType::String));
-    if (!reading.HasValue() && element.Has(attributeName))
-    {
-        element.ReportBadValue(attributeName, text, "a value of the item's type");
-    }
-    return reading.value;
 }
 
 SimulatedSignal::Seconds ReadSeconds(DescriptionElement& element, std::string_view attributeName)
@@ -64,7 +80,7 @@ SimulatedSignal::Seconds ReadSeconds(DescriptionElement& element, std::string_vi
 SimulatedSignal ReadConstant(DescriptionElement& element)
 {
     const BasicString text = ReadValueText(element, "value");
-    return SimulatedSignal::MakeConstant(ParseValue(element, "value", text), text);
+    return SimulatedSignal::MakeConstant(element.ParseValue("value", text), text);
 }
 
 SimulatedSignal ReadRamp(DescriptionElement& element)
@@ -93,17 +109,31 @@ SimulatedSignal ReadSteps(DescriptionElement& element)
     do
     {
         const std::string_view value = Items::DeviceText::Trim(Items::DeviceText::TakeUntil(rest, ';'));
-        values.push_back(ParseValue(element, "values", value));
+        values.push_back(element.ParseValue("values", value));
     } while (!rest.empty());
     return SimulatedSignal::MakeSteps(std::move(values), ReadSeconds(element, "holdSeconds"));
 }
 
-SimulatedSignal ReadSignal(DescriptionElement& element)
+Form ReadForm(DescriptionElement& element)
 {
     auto form = Form::Constant;
     element.ReadChoice(
         "form", {{"constant", Form::Constant}, {"ramp", Form::Ramp}, {"sine", Form::Sine}, {"steps", Form::Steps}},
         form);
+    for (const auto& [attributeName, forms] : formAttributes)
+    {
+        if (element.Has(attributeName) && std::find(forms.begin(), forms.end(), form) == forms.end())
+        {
+            BasicString ignored;
+            element.Read(attributeName, ignored);
+            element.Report("the attribute '{0}' does not belong to the form '{1}'", attributeName, GetWord(form));
+        }
+    }
+    return form;
+}
+
+SimulatedSignal ReadSignal(DescriptionElement& element, Form form)
+{
     switch (form)
     {
     case Form::Ramp:
@@ -117,11 +147,13 @@ SimulatedSignal ReadSignal(DescriptionElement& element)
     }
 }
 
-double ReadNoise(DescriptionElement& element)
+double ReadNoise(DescriptionElement& element, Form form)
 {
     double amplitude = 0;
     element.Read("noise", amplitude, 0, std::numeric_limits<double>::max());
-    const auto type = element.GetItemType();
+    // Without a type, what is written is a text.
+    const bool isWritten = form == Form::Constant || form == Form::Steps;
+    const auto type = element.GetItemType().value_or(isWritten ? RscType::String : RscType::Real64);
     if (amplitude > 0 && (type == RscType::String || type == RscType::Bool))
     {
         element.Report("the attribute 'noise' of the element '{0}' needs an item that is a number", element.GetName());
@@ -159,8 +191,9 @@ std::optional<SimulatedFaultSource::Fault> ReadFault(DescriptionElement& element
 
 SourceMaker ReadSimulated(DescriptionElement& element)
 {
-    SimulatedSignal signal = ReadSignal(element);
-    const double noise = ReadNoise(element);
+    const Form form = ReadForm(element);
+    SimulatedSignal signal = ReadSignal(element, form);
+    const double noise = ReadNoise(element, form);
     std::size_t seed = 0;
     element.Read("seed", seed, 0, std::numeric_limits<uint32>::max());
     return [signal = std::move(signal), noise, seed,

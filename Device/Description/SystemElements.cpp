@@ -102,11 +102,7 @@ SourceMaker ReadPartition(DescriptionElement& element)
     using Figure = PartitionSource::Figure;
     auto figure = Figure::UsagePercent;
     BasicString mount = "/";
-    element.Read("mount", mount);
-    if (!mount.starts_with('/'))
-    {
-        element.ReportBadValue("mount", mount, "an absolute path");
-    }
+    element.ReadPath("mount", mount);
     element.ReadChoice("figure",
                        {{"total", Figure::Total}, {"usage", Figure::Usage}, {"percent", Figure::UsagePercent}}, figure);
     return [mount = std::move(mount), figure](DescribedMachine& machine)

@@ -3,6 +3,7 @@
 #include "Oxa/Device/Interface/Services/DeviceItems.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <cstddef>
 #include <string_view>
 #include <utility>
 
@@ -14,6 +15,9 @@ using Interface::Services::ItemValue;
 /// What a source gave: a value, or why there is none. A value type; a reading with a value allocates nothing.
 struct ItemReading
 {
+    /// A value holds 512 bytes, one of them for the terminating NUL.
+    static constexpr std::size_t maximumTextBytes = 511;
+
     // An aggregate would be cleared as a whole before it is filled, all the room for a text.
     ItemReading(const ItemValue& value, BasicString cause) noexcept : value(value), cause(std::move(cause)) {}
 

@@ -49,7 +49,7 @@ TEST(CheckingADescription, SaysEveryMistakeWithItsLine)
             "2: the attribute 'type' of the element 'Item' is 'int9', expected bool, int8 to uint64, real32, "
             "real64 or string",
             "2: the element 'Item' has no attribute 'typo'",
-            "3: the attribute 'path' of the element 'file' is 'x', expected an absolute path",
+            "3: the attribute 'path' of the element 'file' is 'x', expected an absolute path without '..'",
             "3: the attribute 'pattern' of the element 'file' is '(', expected a regular expression: "
             "Mismatched '(' and ')' in regular expression",
             "3: the attribute 'scale' of the element 'file' is 'fast', expected a number",
@@ -62,7 +62,7 @@ TEST(CheckingADescription, SaysEveryMistakeWithItsLine)
             "6: the item '' has 2 sources, it needs one; several lie in an element 'first'",
             "7: the item 'General.ArticleName' is read as string, it cannot be of type 'uint8'",
             "7: the item 'General.ArticleName' has 0 sources, it needs one; several lie in an element 'first'",
-            "8: the attribute 'value' of the element 'text' is '300', expected a value of the item's type",
+            "8: the attribute 'value' of the element 'text' is '300', expected a value of the item's type uint8",
             "8: the key 'Status.Cpu.{0}.Load.Percent' has '{0}' in it, but no source is one for each core",
             "9: the element 'text' is not known here",
             "9: the key 'Load' needs '{0}' where the number of the core belongs",
