@@ -1,6 +1,5 @@
 #include "Host/WbmHost.hpp"
 
-#include "Host/Modules/ServiceListener.hpp"
 #include "Oxa/System/Commons/StartupMemory.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationService.hpp"
@@ -85,17 +84,16 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
 
 WbmHost::~WbmHost()
 {
-    watchdog.Start(configuration.http.shutdownTimeout);
-    modules.StopAll();
+    StopModules();
 }
 
 void WbmHost::Run(const std::function<void(uint16)>& ready)
 {
     StartComponents();
     Serve(ready);
-    watchdog.Start(configuration.http.shutdownTimeout);
-    modules.StopAll();
+    StopModules();
     ServiceEndpoints::Reset();
+    serviceListener.reset();
     modules.UnloadAll();
     components.StopAll();
     notifications.Publish({{}, NotificationKind::HostStopped, notificationSource, {}, "stopped", {}});
@@ -103,8 +101,7 @@ void WbmHost::Run(const std::function<void(uint16)>& ready)
 
 void WbmHost::Serve(const std::function<void(uint16)>& ready)
 {
-    // Not longer: that services go at the end is no loss.
-    const Modules::ServiceListener listener(renewer);
+    serviceListener.emplace(renewer);
     modules.StartAll(configuration.modules);
     readiness.SetFailedComponents(GetFailedComponents());
     server.Listen();
@@ -185,6 +182,16 @@ void WbmHost::HurryShutdown()
                 std::_Exit(EXIT_FAILURE);
             }
         });
+}
+
+void WbmHost::StopModules() noexcept
+{
+    watchdog.Start(configuration.http.shutdownTimeout);
+    if (serviceListener)
+    {
+        serviceListener->Ignore();
+    }
+    modules.StopAll();
 }
 
 } // namespace Oxa::Host

@@ -9,6 +9,7 @@
 #include "Host/Modules/ModuleRenewer.hpp"
 #include "Host/Modules/PagesRoute.hpp"
 #include "Host/Modules/RequestStrand.hpp"
+#include "Host/Modules/ServiceListener.hpp"
 #include "Host/Sessions/AuditLog.hpp"
 #include "Host/Sessions/SessionManager.hpp"
 #include "Host/Sessions/SessionRoute.hpp"
@@ -25,6 +26,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace Oxa::System::Commons
@@ -86,6 +88,7 @@ private:
     void WaitForSignal();
     void BeginShutdown();
     void HurryShutdown();
+    void StopModules() noexcept;
 
     const Configuration::HostConfiguration& configuration;
     /// Over everything below that goes.
@@ -98,6 +101,9 @@ private:
     Modules::ModuleRegistry registry;
     Modules::ModuleRenewer renewer;
     Modules::ModuleManager modules;
+    /// From the first set-up of a module on. Goes before the modules, and after the endpoints: those keep it as long as
+    /// another process is waited for.
+    std::optional<Modules::ServiceListener> serviceListener;
     /// Goes before the modules: what calls other processes may need code of their libraries.
     ServiceEndpoints serviceEndpoints;
     /// For questions of the host's own routes to modules and services: one that hangs holds up its own route only.

@@ -26,9 +26,8 @@ namespace Oxa::Host::Modules
 class ManagedModule;
 
 /// Sets modules up again when the services that they use come late or come back:
-/// - One that failed or is not available after its set-up, when services of a provider that it asked appear, until it
-/// is
-///   available; without waiting for that when a call of a service failed, or none was missing.
+/// - One that failed or is not available after its set-up, when services of a provider that it asked appear; without
+///   waiting for that when a call of a service failed, or none was missing.
 /// - One whose provider was lost and came back, once, unless the device's identity shows that it is the same run of the
 ///   same services. From the loss until that is settled its gate is closed.
 /// At most once in `lateInterval`. A module that asked no such provider is left alone. Each module is set up in a

@@ -18,14 +18,25 @@ ServiceListener::~ServiceListener()
     ServiceManager::RemoveListener(*this);
 }
 
+void ServiceListener::Ignore() noexcept
+{
+    isIgnoring = true;
+}
+
 void ServiceListener::OnServicesLost(const BasicString& providerName) noexcept
 {
-    renewer.NoteLoss(providerName);
+    if (!isIgnoring)
+    {
+        renewer.NoteLoss(providerName);
+    }
 }
 
 void ServiceListener::OnServicesAvailable(const BasicString& providerName) noexcept
 {
-    renewer.NoteAppearance(providerName);
+    if (!isIgnoring)
+    {
+        renewer.NoteAppearance(providerName);
+    }
 }
 
 } // namespace Oxa::Host::Modules

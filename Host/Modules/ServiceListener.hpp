@@ -2,12 +2,15 @@
 
 #include "Oxa/System/Rsc/IRscServiceListener.hpp"
 
+#include <atomic>
+
 namespace Oxa::Host::Modules
 {
 
 class ModuleRenewer;
 
-/// Tells the renewer when services go and come, as long as it lives. Threads: made and destroyed by one; called by any.
+/// Tells the renewer when services go and come, until `Ignore` or the end of its life.
+/// Threads: made and destroyed by one; called by any.
 class ServiceListener final : public System::Rsc::IRscServiceListener
 {
 public:
@@ -17,11 +20,15 @@ public:
     ServiceListener& operator=(const ServiceListener&) = delete;
     ~ServiceListener() override;
 
+    /// From now on: that services go at the end of the process is no loss.
+    void Ignore() noexcept;
+
     void OnServicesLost(const BasicString& providerName) noexcept override;
     void OnServicesAvailable(const BasicString& providerName) noexcept override;
 
 private:
     ModuleRenewer& renewer;
+    std::atomic<bool> isIgnoring = false;
 };
 
 } // namespace Oxa::Host::Modules

@@ -1,7 +1,10 @@
 #include "EndToEnd/HostProcess.hpp"
+#include "Support/FakeBytePeer.hpp"
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <array>
 #include <csignal>
 #include <filesystem>
 #include <thread>
@@ -69,6 +72,47 @@ TEST(Ending, DoesNotWaitForEverForAModuleThatDoesNotStop)
     host.WaitUntilReady();
     EXPECT_EQ(host.Stop(), 1);
     EXPECT_THAT(host.GetProcess().GetErrors(), testing::HasSubstr("a module or a component does not stop"));
+}
+
+/// Shakes hands with the next process that connects and takes its first question. Returns the connection.
+int TakeQuestion(int listening)
+{
+    constexpr std::string_view consent = "DATA\r\nOK 0123456789abcdef0123456789abcdef\r\n";
+    const int connection = accept(listening, nullptr, nullptr);
+    BasicString received;
+    const auto receiveUntil = [connection, &received](const char* end)
+    {
+        std::array<char, 1024> bytes = {};
+        ssize_t size = 1;
+        while (size > 0 && received.find(end) == BasicString::npos)
+        {
+            size = recv(connection, bytes.data(), bytes.size(), 0);
+            received.append(bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+        }
+    };
+    receiveUntil("BEGIN\r\n");
+    send(connection, consent.data(), consent.size(), MSG_NOSIGNAL);
+    receiveUntil("GetAll");
+    EXPECT_THAT(received, testing::HasSubstr("GetAll"));
+    return connection;
+}
+
+TEST(Ending, DoesNotWaitForAProcessThatIsLookedForAndSilent)
+{
+    const Support::TemporaryFolder folder;
+    const BasicString path = folder.GetPath("device.sock");
+    HostProcess host(
+        {.modules = R"(<Module name="Di" library="${OXA_LIBRARIES}/libOxa.Services.Modules.Wbm.Di.so" settings=")" +
+                    BasicString(OXA_CONFIGURATION) + "/Di.xml\"/>",
+         .components = "",
+         .services = R"(<Provider name="Oxa.Device" readMilliseconds="60000" socket=")" + path + "\"/>"});
+    host.WaitUntilReady();
+    const int listening = Support::ListenAt(path);
+    const int connection = TakeQuestion(listening);
+    EXPECT_EQ(host.Stop(), 0);
+    EXPECT_EQ(host.GetProcess().GetErrors().find("ServiceLost"), BasicString::npos);
+    close(connection);
+    close(listening);
 }
 
 TEST(Readiness, NamesAComponentThatFailed)
