@@ -2,6 +2,7 @@
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Processes/DeviceClient.hpp"
 #include "Processes/DeviceProcess.hpp"
+#include "Support/Possessions.hpp"
 
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -10,7 +11,6 @@
 #include <array>
 #include <atomic>
 #include <csignal>
-#include <filesystem>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -25,32 +25,6 @@ using System::Rsc::ServiceManager;
 
 namespace
 {
-
-struct Possessions
-{
-    std::ptrdiff_t descriptors;
-    std::ptrdiff_t threads;
-
-    bool operator==(const Possessions&) const = default;
-};
-
-std::ptrdiff_t CountEntries(const char* folder)
-{
-    return std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator());
-}
-
-Possessions CountPossessions()
-{
-    return {CountEntries("/proc/self/fd"), CountEntries("/proc/self/task")};
-}
-
-/// The kernel forgets threads that were joined a moment later.
-void ExpectPossessions(const Possessions& expected)
-{
-    EXPECT_TRUE(Eventually([&expected] { return CountPossessions() == expected; }, 2s))
-        << CountPossessions().descriptors << " instead of " << expected.descriptors << " descriptors, "
-        << CountPossessions().threads << " instead of " << expected.threads << " threads";
-}
 
 struct LossCounter final : System::Rsc::IRscServiceListener
 {
@@ -174,16 +148,14 @@ private:
 
 void KillAgainAndAgain(DeviceProcess& device, int rounds)
 {
-    // The thread sanitizer has one of its own from the first one on.
-    std::thread([] {}).join();
-    const Possessions atStart = CountPossessions();
+    const Support::Possessions atStart;
     std::optional<DeviceClient> client(device.GetEndpoint());
     std::optional<LossCounter> listener(std::in_place);
     device.Start();
     ASSERT_TRUE(client->TryFind());
     std::optional<Readers> readers(*client);
     readers->WaitUntilRight(1);
-    const Possessions whileServed = CountPossessions();
+    const Support::Possessions whileServed;
     std::chrono::milliseconds longestRecovery{0};
     for (int round = 0; round < rounds; ++round)
     {
@@ -193,7 +165,7 @@ void KillAgainAndAgain(DeviceProcess& device, int rounds)
         device.Start();
         longestRecovery = std::max(longestRecovery, readers->WaitUntilRight(1));
     }
-    ExpectPossessions(whileServed);
+    whileServed.ExpectSame();
     EXPECT_EQ(readers->GetWrongValue(), "");
     EXPECT_LE(readers->GetLongestCall(), DeviceProcess::readTimeout + 500ms);
     EXPECT_LE(longestRecovery, 2s);
@@ -204,7 +176,7 @@ void KillAgainAndAgain(DeviceProcess& device, int rounds)
     readers.reset();
     listener.reset();
     client.reset();
-    ExpectPossessions(atStart);
+    atStart.ExpectSame();
 }
 
 TEST(KillingTheService, DoesNoHarmToManyReadersWhenSystemdKeepsTheSocket)

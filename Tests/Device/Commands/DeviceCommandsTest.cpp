@@ -7,6 +7,7 @@
 #include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Oxa/System/Rsc/RscCallContext.hpp"
 #include "Support/LogRecorder.hpp"
+#include "Support/Possessions.hpp"
 
 #include <gmock/gmock.h>
 #include <sys/types.h>
@@ -14,7 +15,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <filesystem>
 #include <future>
 #include <memory>
 #include <thread>
@@ -72,22 +72,6 @@ BasicString RaiseCode(const BasicString& errorName)
 BasicString EndJobCode(const BasicString& result)
 {
     return "import __main__\n__main__.end_job(self, '" + result + "')";
-}
-
-std::ptrdiff_t Count(const char* folder)
-{
-    return std::distance(std::filesystem::directory_iterator(folder), {});
-}
-
-/// The kernel forgets threads that were joined a moment later.
-void ExpectThreads(std::ptrdiff_t expected)
-{
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (Count("/proc/self/task") > expected && std::chrono::steady_clock::now() < end)
-    {
-        std::this_thread::yield();
-    }
-    EXPECT_LE(Count("/proc/self/task"), expected);
 }
 
 std::ptrdiff_t CountEntries(const Support::LogRecorder& log, const BasicString& text)
@@ -257,11 +241,10 @@ TEST(ResettingTheMachine, RestartsAlsoWhenTheUnitTakesLongerThanTheCallerWaits)
 TEST(ResettingTheMachine, LeavesNothingBehindWhenItIsStopped)
 {
     FakeSystem system;
-    const auto threads = Count("/proc/self/task");
-    const auto descriptors = Count("/proc/self/fd");
+    const Support::Possessions before;
     {
         Device device;
-        ExpectThreads(threads);
+        before.ExpectSameThreads();
         auto code = std::async(std::launch::async, [&device] { return device.service.FactoryReset(1); });
         static_cast<void>(system.GetServices().WaitForLine("StartUnit"));
         device.commands->Stop();
@@ -272,8 +255,7 @@ TEST(ResettingTheMachine, LeavesNothingBehindWhenItIsStopped)
         Device unanswered;
         EXPECT_EQ(unanswered.service.Restart(), AccessErrorCode::None);
     }
-    EXPECT_EQ(Count("/proc/self/fd"), descriptors);
-    ExpectThreads(threads);
+    before.ExpectSame();
 }
 
 TEST(ResettingTheMachine, TakesUnitsFromTheDescriptionOnlyByTheirWholeNames)

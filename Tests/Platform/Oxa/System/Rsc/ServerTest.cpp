@@ -2,6 +2,7 @@
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Rsc/RscServer.hpp"
 #include "Support/LogRecorder.hpp"
+#include "Support/Possessions.hpp"
 #include "Support/TemporaryFolder.hpp"
 
 #include <poll.h>
@@ -12,7 +13,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <optional>
-#include <thread>
 
 namespace Oxa::Tests
 {
@@ -38,11 +38,6 @@ bool IsClosed(int descriptor)
 {
     pollfd closed = {descriptor, POLLRDHUP, 0};
     return poll(&closed, 1, 10000) == 1;
-}
-
-std::ptrdiff_t CountOf(const char* folder)
-{
-    return std::distance(std::filesystem::directory_iterator(folder), {});
 }
 
 class Serving : public testing::Test
@@ -136,8 +131,7 @@ TEST_F(Serving, CarriesOutOtherCallsWhileOneLastsUpToABound)
 
 TEST_F(Serving, EndsWhileCallsLastAndLeavesNothingBehind)
 {
-    const auto descriptors = CountOf("/proc/self/fd");
-    const auto threads = CountOf("/proc/self/task");
+    const Support::Possessions before;
     {
         Start();
         std::optional<BusCaller> goesBefore(std::in_place, address);
@@ -151,14 +145,7 @@ TEST_F(Serving, EndsWhileCallsLastAndLeavesNothingBehind)
         echo.service->letGo.set_value();
         server.reset();
     }
-    EXPECT_EQ(CountOf("/proc/self/fd"), descriptors);
-    // The kernel takes a moment to forget threads that were joined.
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (CountOf("/proc/self/task") > threads && std::chrono::steady_clock::now() < end)
-    {
-        std::this_thread::yield();
-    }
-    EXPECT_EQ(CountOf("/proc/self/task"), threads);
+    before.ExpectSame();
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
