@@ -16,9 +16,9 @@
 #include "Host/Status/BootRoute.hpp"
 #include "Host/Status/ReadinessRoute.hpp"
 #include "Host/Threads/EventLoop.hpp"
-#include "Host/Threads/Watchdog.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Commons/Threading/Watchdog.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
 
 #include <boost/asio/signal_set.hpp>
@@ -92,7 +92,7 @@ private:
 
     const Configuration::HostConfiguration& configuration;
     /// Over everything below that goes.
-    Threads::Watchdog watchdog{"a module or a component does not stop: ending without it"};
+    System::Commons::Threading::Watchdog watchdog{"a module or a component does not stop: ending without it"};
     System::Nm::NotificationManager notifications;
     Sessions::AuditLog auditLog;
     AuthorizationProvider authorizationProvider;

@@ -44,11 +44,6 @@ bool IsBlank(char character) noexcept
     return character == ' ' || (character >= '\t' && character <= '\r');
 }
 
-bool IsContinuation(char byte) noexcept
-{
-    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
-}
-
 } // namespace
 
 std::string_view Trim(std::string_view text) noexcept
@@ -63,21 +58,6 @@ std::string_view Trim(std::string_view text) noexcept
         text.remove_suffix(1);
     }
     return text;
-}
-
-std::string_view CutBetweenCharacters(std::string_view text, std::size_t maximumBytes) noexcept
-{
-    if (text.size() <= maximumBytes)
-    {
-        return text;
-    }
-    // A character has at most three continuation bytes; more of them are no UTF-8 and may be cut anywhere.
-    std::size_t end = maximumBytes;
-    for (int step = 0; step < 3 && end > 0 && IsContinuation(text[end]); ++step)
-    {
-        --end;
-    }
-    return text.substr(0, IsContinuation(text[end]) ? maximumBytes : end);
 }
 
 bool IsPlaceholder(std::string_view text) noexcept

@@ -17,9 +17,6 @@ namespace Oxa::Device::Linux::Items::DeviceText
 /// The text up to its first NUL without blanks and line ends around it.
 [[nodiscard]] std::string_view Trim(std::string_view text) noexcept;
 
-/// At most `maximumBytes` of the text; a UTF-8 character is kept whole or left out.
-[[nodiscard]] std::string_view CutBetweenCharacters(std::string_view text, std::size_t maximumBytes) noexcept;
-
 /// Whether a manufacturer left the field as the firmware's template had it, for instance "To Be Filled By O.E.M.".
 [[nodiscard]] bool IsPlaceholder(std::string_view text) noexcept;
 

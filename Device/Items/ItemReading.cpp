@@ -1,13 +1,13 @@
 #include "Device/Items/ItemReading.hpp"
 
-#include "Device/Items/DeviceText.hpp"
+#include "Oxa/System/Commons/Text.hpp"
 
 namespace Oxa::Device::Linux::Items
 {
 
 ItemReading ItemReading::OfText(std::string_view text)
 {
-    return {ItemValue(DeviceText::CutBetweenCharacters(text, maximumTextBytes)), {}};
+    return {ItemValue(System::Commons::Text::Truncate(text, maximumTextBytes)), {}};
 }
 
 } // namespace Oxa::Device::Linux::Items

@@ -5,9 +5,9 @@
 #include "Host/Modules/ModuleGate.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
+#include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
 
-#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -23,9 +23,13 @@ using Services::Commons::Wbm::RequestQuery;
 using Services::Commons::Wbm::WbmRequest;
 using Services::Commons::Wbm::WbmResponse;
 using System::Nm::NotificationKind;
+namespace Text = System::Commons::Text;
 
 namespace
 {
+
+/// A log is no place for whatever somebody sends.
+constexpr std::size_t maximumLoggedBytes = 64;
 
 bool IsAllowed(HttpMethod method, const DataProvider& provider) noexcept
 {
@@ -40,18 +44,6 @@ const Http::Problem* FindAbsence(const DataProvider& provider) noexcept
         return &Http::Problems::serviceNotAvailable;
     }
     return provider.isWithdrawn ? &Http::Problems::notAvailable : nullptr;
-}
-
-/// At most 64 bytes of the text, whole UTF-8 characters: a log is no place for whatever somebody sends.
-BasicString Cut(std::string_view text)
-{
-    constexpr std::size_t maximumBytes = 64;
-    std::size_t length = std::min(text.size(), maximumBytes);
-    while (length > 0 && length < text.size() && (static_cast<unsigned char>(text[length]) & 0xC0U) == 0x80U)
-    {
-        --length;
-    }
-    return BasicString(text.substr(0, length));
 }
 
 } // namespace
@@ -150,7 +142,7 @@ void Dispatcher::Publish(NotificationKind kind, const ProviderRequest& request) 
                            kind,
                            "Host.Modules",
                            request.userName,
-                           Cut(request.requestName),
+                           BasicString(Text::Truncate(request.requestName, maximumLoggedBytes)),
                            {{"dataProvider", request.providerName}}});
 }
 

@@ -10,23 +10,6 @@ namespace Oxa::Tests::Device
 namespace DeviceText = Oxa::Device::Linux::Items::DeviceText;
 using namespace std::string_view_literals;
 
-TEST(CuttingDeviceText, NeverSplitsACharacter)
-{
-    const std::pair<std::string_view, std::string_view> cases[] = {
-        {"abcd", "abcd"},           // fits
-        {"abcde", "abcd"},          // one byte too many
-        {"abc\xC3\xA9", "abc"},     // the last character has two bytes
-        {"ab\xE2\x82\xAC", "ab"},   // three
-        {"a\xF0\x9F\x98\x80", "a"}, // four
-        {"ab\xC3\xA9z", "ab\xC3\xA9"},
-        {"\x80\x80\x80\x80\x80\x80", "\x80\x80\x80\x80"}, // no UTF-8 at all
-    };
-    for (const auto& [text, cut] : cases)
-    {
-        EXPECT_EQ(DeviceText::CutBetweenCharacters(text, 4), cut) << "text: '" << text << "'";
-    }
-}
-
 TEST(TrimmingDeviceText, EndsAtTheFirstNul)
 {
     const std::pair<std::string_view, std::string_view> cases[] = {

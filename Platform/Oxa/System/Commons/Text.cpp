@@ -56,6 +56,11 @@ std::size_t CountLeadingAscii(std::string_view text) noexcept
     return position;
 }
 
+bool IsContinuation(char byte) noexcept
+{
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
 /// The length of the well-formed sequence at the start of `text`, 0 when there is none. Requires: not empty.
 std::size_t MeasureSequence(std::string_view text) noexcept
 {
@@ -127,6 +132,21 @@ BasicString EscapeControlCharacters(std::string_view text)
         fmt::format_to(std::back_inserter(result), "\\x{:02x}", byte);
     }
     return IsValidUtf8(result) ? result : ReplaceInvalidUtf8(result);
+}
+
+std::string_view Truncate(std::string_view text, std::size_t maximumBytes) noexcept
+{
+    if (text.size() <= maximumBytes)
+    {
+        return text;
+    }
+    // A character has at most three continuation bytes; more of them are no UTF-8 and may be cut anywhere.
+    std::size_t end = maximumBytes;
+    for (int step = 0; step < 3 && end > 0 && IsContinuation(text[end]); ++step)
+    {
+        --end;
+    }
+    return text.substr(0, IsContinuation(text[end]) ? maximumBytes : end);
 }
 
 BasicString GetTypeName(const std::type_info& type)

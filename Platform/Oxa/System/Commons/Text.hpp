@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include <cstddef>
 #include <string_view>
 #include <typeinfo>
 
@@ -28,6 +29,10 @@ template <class... Args>
 
 /// One line that can be logged: control characters become \xNN, bytes that are no UTF-8 become U+FFFD.
 [[nodiscard]] OXA_EXPORT BasicString EscapeControlCharacters(std::string_view text);
+
+/// At most the first `maximumBytes` of the text; a UTF-8 character is kept whole or left out. The view is one of
+/// `text`.
+[[nodiscard]] OXA_EXPORT std::string_view Truncate(std::string_view text, std::size_t maximumBytes) noexcept;
 
 /// The fully qualified name of a type as it is written in source code.
 [[nodiscard]] OXA_EXPORT BasicString GetTypeName(const std::type_info& type);

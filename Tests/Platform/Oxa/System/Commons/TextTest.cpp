@@ -42,4 +42,21 @@ TEST(MendingText, KeepsNulAndEscapesItForTheLog)
     EXPECT_EQ(Text::EscapeControlCharacters(text), "a\\x00b\\x0d\\x0a\\x1b[2J\\x7f");
 }
 
+TEST(TruncatingText, NeverSplitsACharacter)
+{
+    const std::pair<std::string_view, std::string_view> cases[] = {
+        {"abcd", "abcd"},           // fits
+        {"abcde", "abcd"},          // one byte too many
+        {"abc\xC3\xA9", "abc"},     // the last character has two bytes
+        {"ab\xE2\x82\xAC", "ab"},   // three
+        {"a\xF0\x9F\x98\x80", "a"}, // four
+        {"ab\xC3\xA9z", "ab\xC3\xA9"},
+        {"\x80\x80\x80\x80\x80\x80", "\x80\x80\x80\x80"}, // no UTF-8 at all
+    };
+    for (const auto& [text, truncated] : cases)
+    {
+        EXPECT_EQ(Text::Truncate(text, 4), truncated) << testing::PrintToString(text);
+    }
+}
+
 } // namespace

@@ -1,12 +1,12 @@
-#include "Host/Threads/Watchdog.hpp"
+#include "Oxa/System/Commons/Threading/Watchdog.hpp"
 
 #include <cstdlib>
 #include <exception>
 
-namespace Oxa::Host::Threads
+namespace Oxa::System::Commons::Threading
 {
 
-using System::Commons::Diagnostics::Logging::LogLevel;
+using Diagnostics::Logging::LogLevel;
 
 Watchdog::Watchdog(const char* message) : message(message) {}
 
@@ -49,4 +49,4 @@ void Watchdog::Watch(std::chrono::seconds timeout)
     }
 }
 
-} // namespace Oxa::Host::Threads
+} // namespace Oxa::System::Commons::Threading

@@ -1,17 +1,18 @@
 #pragma once
 
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Commons/Export.hpp"
 
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
 
-namespace Oxa::Host::Threads
+namespace Oxa::System::Commons::Threading
 {
 
 /// Ends the process when something that must not last for ever does. Threads: the owner's only.
-class Watchdog final : private System::Commons::Diagnostics::Logging::Loggable<Watchdog>
+class OXA_EXPORT Watchdog final : private Diagnostics::Logging::Loggable<Watchdog>
 {
 public:
     /// `message` is what the log says in the end; it must outlive this object.
@@ -36,4 +37,4 @@ private:
     std::thread thread;
 };
 
-} // namespace Oxa::Host::Threads
+} // namespace Oxa::System::Commons::Threading

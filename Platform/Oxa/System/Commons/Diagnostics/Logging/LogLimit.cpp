@@ -1,0 +1,32 @@
+#include "Oxa/System/Commons/Diagnostics/Logging/LogLimit.hpp"
+
+namespace Oxa::System::Commons::Diagnostics::Logging
+{
+
+namespace
+{
+
+constexpr std::chrono::minutes periodLength(1);
+constexpr unsigned maximumPerPeriod = 10;
+
+} // namespace
+
+bool LogLimit::Admits() noexcept
+{
+    const auto now = std::chrono::steady_clock::now();
+    const std::lock_guard lock(mutex);
+    if (count == 0 || now - periodBegin >= periodLength)
+    {
+        periodBegin = now;
+        count = 0;
+    }
+    // Stays at the bound, lest a flood makes it begin anew.
+    if (count == maximumPerPeriod)
+    {
+        return false;
+    }
+    ++count;
+    return true;
+}
+
+} // namespace Oxa::System::Commons::Diagnostics::Logging
