@@ -105,6 +105,25 @@ public:
         return message + BasicString(body);
     }
 
+    /// A call without arguments.
+    [[nodiscard]] static BasicString MakeCall(uint32 serial, std::string_view path, std::string_view interface,
+                                              std::string_view operation)
+    {
+        BasicString fields;
+        char number = 1;
+        for (const std::string_view text : {path, interface, operation})
+        {
+            fields.resize(AlignUp(fields.size()));
+            fields += BasicString({number, 1, number == 1 ? 'o' : 's', 0}) + MakeNumber(text.size()) +
+                      BasicString(text) + '\0';
+            ++number;
+        }
+        BasicString message =
+            BasicString({'l', 1, 0, 1}) + MakeNumber(0) + MakeNumber(serial) + MakeNumber(fields.size()) + fields;
+        message.resize(AlignUp(message.size()));
+        return message;
+    }
+
     /// As it lies in messages.
     [[nodiscard]] static BasicString MakeNumber(std::size_t number)
     {

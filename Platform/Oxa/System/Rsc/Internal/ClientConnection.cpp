@@ -25,7 +25,13 @@ constexpr uint64 endless = UINT64_MAX;
 /// As long as a process on another core needs to be woken and to answer. To sleep meanwhile would cost the same again,
 /// for being woken.
 constexpr std::chrono::microseconds awakeTime{50};
-/// Requests that were given up lie there until the other end takes them.
+/// A message that takes longer is announced longer than it is, or the other process stands still: what comes behind it
+/// would be taken for a part of it.
+constexpr std::chrono::milliseconds maximumIncompleteTime{250};
+/// Of calls that were given up. More would fill the buffers of a process that stands still, which would then carry out
+/// all of them when it goes on.
+constexpr std::size_t maximumUnanswered = RscServer::maximumCallsPerConnection;
+/// Requests whose callers timed out stay in the send queue until the other process reads them.
 constexpr uint64 maximumQueuedRequests = RscServer::maximumCallsPerConnection;
 
 /// Looks for a short while without sleeping. Lets others run: on a single core, the process that is to answer.
@@ -49,9 +55,30 @@ ClientConnection::ClientConnection(BusHandle bus)
     : stream(std::move(bus), RscServer::maximumMessageBytes), descriptor(stream.GetDescriptor())
 {
     calls.reserve(RscServer::maximumCallsPerConnection);
+    sd_bus_slot* slot = nullptr;
+    if (sd_bus_add_filter(&stream.GetBus(), &slot, &OnOtherMessage, this) < 0)
+    {
+        throw RscServiceException(RscFault::ConnectionLost, "there is no memory for the connection");
+    }
+    filter.reset(slot);
 }
 
 ClientConnection::~ClientConnection() = default;
+
+/// Under the lock, out of `Process`.
+int ClientConnection::OnOtherMessage(sd_bus_message* message, void* connection, sd_bus_error* /*error*/) noexcept
+{
+    auto& self = *static_cast<ClientConnection*>(connection);
+    self.stream.NoteMessage();
+    if (sd_bus_message_is_method_call(message, nullptr, nullptr) > 0)
+    {
+        // Without this, sd-bus would keep an error for every call that the other process may never take.
+        return 1;
+    }
+    const bool isAnswer = sd_bus_message_get_reply_cookie(message, nullptr) >= 0;
+    self.unanswered -= isAnswer && self.unanswered > 0 ? 1 : 0;
+    return 0;
+}
 
 bool ClientConnection::IsLost() const
 {
@@ -135,6 +162,7 @@ sd_bus_message& ClientConnection::SendAndWait(ClientCall& call, CallDeadline dea
         ThrowIfLost();
         if (CallClock::now() >= deadline)
         {
+            GiveUp(call);
             throw RscServiceException(RscFault::TimedOut, "no answer came in time");
         }
         if (hasLeader)
@@ -204,6 +232,11 @@ void ClientConnection::Process()
     try
     {
         progress = stream.Process();
+        const bool isIncomplete = progress == MessageStream::Progress::Partial || stream.IsInsideMessage();
+        if (isIncomplete != incompleteSince.has_value())
+        {
+            incompleteSince = isIncomplete ? std::optional(CallClock::now()) : std::nullopt;
+        }
     }
     catch (const RscServiceException& exception)
     {
@@ -229,14 +262,32 @@ void ClientConnection::HandOverLead() noexcept
     }
 }
 
+/// A connection that nothing useful can come out of any more is lost, so that the next call makes another one.
+void ClientConnection::GiveUp(ClientCall& call)
+{
+    call.slot.reset();
+    ++unanswered;
+    if (incompleteSince && CallClock::now() - *incompleteSince >= maximumIncompleteTime)
+    {
+        Lose(RscServiceException(RscFault::BadAnswer, "what came in stays incomplete"));
+    }
+    else if (unanswered >= maximumUnanswered)
+    {
+        Lose(RscServiceException::Create(RscFault::ConnectionLost, "{0} calls had no answer", unanswered));
+    }
+}
+
 void ClientConnection::RequirePlace()
 {
-    uint64 queued = 0;
-    if (CountWaiting() >= RscServer::maximumCallsPerConnection ||
-        (sd_bus_get_n_queued_write(&stream.GetBus(), &queued) >= 0 && queued >= maximumQueuedRequests))
+    if (CountWaiting() >= RscServer::maximumCallsPerConnection)
     {
         throw RscServiceException::Create(RscFault::Refused, "{0} calls wait for an answer already",
                                           RscServer::maximumCallsPerConnection);
+    }
+    uint64 queued = 0;
+    if (sd_bus_get_n_queued_write(&stream.GetBus(), &queued) >= 0 && queued >= maximumQueuedRequests)
+    {
+        throw RscServiceException::Create(RscFault::Refused, "{0} requests wait to be sent already", queued);
     }
 }
 

@@ -15,7 +15,8 @@ namespace Oxa::System::Rsc::Internal
 
 /// A connection to another process. Of the calls that wait for answers one leads: its thread waits at the descriptor
 /// and hands the others theirs; a single call needs no other thread and no wake-up. Once lost it stays lost. Shared by
-/// its endpoint, the calls under way and the watch; the last one closes the descriptor. Threads: safe from any thread.
+/// its endpoint, the calls under way and the watch; the last one closes the descriptor. Calls from the other process
+/// are dropped: this one has nothing to offer. Threads: safe from any thread.
 class ClientConnection final
 {
 public:
@@ -47,6 +48,8 @@ public:
 private:
     friend class ClientCall;
 
+    static int OnOtherMessage(sd_bus_message* message, void* connection, sd_bus_error* error) noexcept;
+
     void Enter(ClientCall& call, const CallTarget& target);
     void Leave(ClientCall& call) noexcept;
     [[nodiscard]] sd_bus_message& SendAndWait(ClientCall& call, CallDeadline deadline);
@@ -57,6 +60,7 @@ private:
     void WaitForInput(std::unique_lock<System::Commons::Mutex>& lock, CallDeadline deadline) const;
     void Process();
     void HandOverLead() noexcept;
+    void GiveUp(ClientCall& call);
     void RequirePlace();
     void ThrowIfLost() const;
     void Lose(const RscServiceException& newLoss);
@@ -64,11 +68,16 @@ private:
 
     mutable System::Commons::Mutex mutex;
     MessageStream stream;
+    SlotHandle filter;
     const int descriptor;
     BasicString destination;
     std::vector<ClientCall*> calls;
     std::optional<RscServiceException> loss;
     MessageStream::Progress progress = MessageStream::Progress::Idle;
+    /// Since when a message has been coming in that is not complete.
+    std::optional<CallDeadline> incompleteSince;
+    /// Calls that were given up and whose answers have not come in since.
+    std::size_t unanswered = 0;
     bool hasLeader = false;
     bool hasAnswered = false;
 };

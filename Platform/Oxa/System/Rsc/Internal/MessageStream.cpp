@@ -47,6 +47,11 @@ uint64 GetMessageBytes(const HeaderBytes& header) noexcept
     return headerBytes + fieldBytes + GetNumber(header, 4);
 }
 
+ssize_t Peek(int descriptor, HeaderBytes& header) noexcept
+{
+    return recv(descriptor, header.data(), header.size(), MSG_PEEK | MSG_DONTWAIT);
+}
+
 [[noreturn]] void ThrowLost(int error)
 {
     throw RscServiceException::Create(RscFault::ConnectionLost, "the connection is lost: {0}",
@@ -69,8 +74,7 @@ int OnOtherMessage(sd_bus_message* /*message*/, void* stream, sd_bus_error* /*er
 MessageStream::MessageStream(BusHandle newBus, std::size_t maximumBytes, FirstMessage firstMessage)
     : bus(std::move(newBus)),
       maximumBytes(maximumBytes),
-      isFirstMessage(firstMessage == FirstMessage::MayHaveBegun),
-      isInsideMessage(isFirstMessage),
+      isFramed(firstMessage == FirstMessage::NotBegun),
       missingBytes(maximumBytes)
 {
     sd_bus_slot* slot = nullptr;
@@ -85,11 +89,16 @@ MessageStream::~MessageStream() = default;
 
 MessageStream::Progress MessageStream::Process()
 {
-    uint64 queued = 0;
+    if (!isFramed && !(isDrained && StartsWithHeader()))
+    {
+        return ProcessUnframed();
+    }
+    isFramed = true;
     if (isInsideMessage)
     {
         return ProcessMessage();
     }
+    uint64 queued = 0;
     if (sd_bus_get_n_queued_read(bus.get(), &queued) >= 0 && queued > 0)
     {
         return ProcessBus();
@@ -121,10 +130,31 @@ short MessageStream::GetPollEvents() const noexcept
     return static_cast<short>(events < 0 ? POLLIN : events | POLLIN);
 }
 
+/// A message that sd-bus has in part goes on with anything; what looks like a header then is none once in a while,
+/// which ends the connection.
+bool MessageStream::StartsWithHeader() const noexcept
+{
+    HeaderBytes header;
+    return Peek(GetDescriptor(), header) == static_cast<ssize_t>(header.size()) && IsHeader(header);
+}
+
+MessageStream::Progress MessageStream::ProcessUnframed()
+{
+    Progress progress = Progress::Worked;
+    int available = 0;
+    // What sd-bus has read does not make the descriptor ready any more.
+    while (progress == Progress::Worked && available == 0)
+    {
+        progress = ProcessCounted(available);
+    }
+    isDrained = progress == Progress::Idle;
+    return progress;
+}
+
 MessageStream::Header MessageStream::PeekHeader()
 {
     HeaderBytes header;
-    const ssize_t size = recv(GetDescriptor(), header.data(), header.size(), MSG_PEEK | MSG_DONTWAIT);
+    const ssize_t size = Peek(GetDescriptor(), header);
     if (size == 0)
     {
         ThrowLost(ECONNRESET);
@@ -165,16 +195,27 @@ void MessageStream::RequireMoreToCome() const
     }
 }
 
-/// sd-bus drops a message that it cannot understand without a word, and takes in what follows whatever its length.
 MessageStream::Progress MessageStream::ProcessMessage()
 {
-    uint64 queued = 0;
     int available = 0;
+    return ProcessCounted(available);
+}
+
+/// sd-bus drops a message that it cannot understand without a word, and takes in what follows whatever its length.
+/// `available`: what lay in the socket before.
+MessageStream::Progress MessageStream::ProcessCounted(int& available)
+{
+    uint64 queued = 0;
     // What waits to be sent goes before what can be read.
-    const bool isRead = sd_bus_get_n_queued_write(bus.get(), &queued) >= 0 && queued == 0 &&
-                        ioctl(GetDescriptor(), FIONREAD, &available) == 0;
+    const bool isRead = sd_bus_get_n_queued_write(bus.get(), &queued) >= 0 && queued == 0;
+    if (ioctl(GetDescriptor(), FIONREAD, &available) != 0)
+    {
+        ThrowLost(errno);
+    }
+    const uint64 messagesBefore = messageCount;
     const Progress progress = ProcessBus();
-    if (isInsideMessage && isRead)
+    // No message became complete of all that was there.
+    if (isRead && messageCount == messagesBefore)
     {
         missingBytes -= std::min(missingBytes, static_cast<uint64>(available));
         if (missingBytes == 0)

@@ -31,8 +31,9 @@ public:
     enum class FirstMessage
     {
         NotBegun,
-        /// Clients may send it right behind the handshake, with which sd-bus may have read a part of it. Its header
-        /// cannot be looked at then: it is ended when more has come in than a message may have.
+        /// Clients may send it, and more, right behind the handshake, and sd-bus may have read a part of that together
+        /// with the handshake. Until what was read so is used up, nobody knows where messages begin in the socket, and
+        /// no header can be looked at: the connection ends when more has come in than a message may have.
         MayHaveBegun
     };
 
@@ -48,7 +49,8 @@ public:
         return *bus;
     }
 
-    /// Sends what waits and handles at most one message: calls back whoever it is for. Throws RscServiceException when
+    /// Sends what waits and handles at most one message, or all that sd-bus read together with the handshake: calls
+    /// back whoever it is for. Throws RscServiceException when
     /// the connection is of no use any more: ConnectionLost when the other end is gone, BadAnswer when what it sent is
     /// no message or too long. Its message is the cause alone, for a sentence of the caller's.
     [[nodiscard]] Progress Process();
@@ -57,14 +59,15 @@ public:
     /// are noticed without.
     void NoteMessage() noexcept
     {
+        ++messageCount;
         isInsideMessage = false;
-        isFirstMessage = false;
+        missingBytes = maximumBytes;
     }
 
     /// Whether a message is known to have begun and not to be complete.
     [[nodiscard]] bool IsInsideMessage() const noexcept
     {
-        return isInsideMessage && !(isFirstMessage && missingBytes == maximumBytes);
+        return isInsideMessage || (!isFramed && missingBytes < maximumBytes);
     }
 
     [[nodiscard]] int GetDescriptor() const noexcept;
@@ -78,17 +81,23 @@ private:
         Whole
     };
 
+    [[nodiscard]] Progress ProcessUnframed();
+    [[nodiscard]] bool StartsWithHeader() const noexcept;
     [[nodiscard]] Header PeekHeader();
     void RequireMoreToCome() const;
     [[nodiscard]] Progress ProcessMessage();
+    [[nodiscard]] Progress ProcessCounted(int& available);
     [[nodiscard]] Progress ProcessBus();
 
     const BusHandle bus;
     const std::size_t maximumBytes;
     SlotHandle filter;
-    /// The next message is one that may have begun already.
-    bool isFirstMessage;
-    bool isInsideMessage;
+    /// What comes next in the socket is the beginning of a message, unless `isInsideMessage`.
+    bool isFramed;
+    /// sd-bus found nothing more to do with what it has read; only while not framed.
+    bool isDrained = false;
+    bool isInsideMessage = false;
+    uint64 messageCount = 0;
     /// Of the message that has begun to come in, at most.
     uint64 missingBytes;
 };

@@ -1,6 +1,7 @@
 #include "BusCaller.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Rsc/RscServer.hpp"
+#include "Support/FakeBytePeer.hpp"
 #include "Support/LogRecorder.hpp"
 #include "Support/Possessions.hpp"
 #include "Support/TemporaryFolder.hpp"
@@ -11,8 +12,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <optional>
+#include <thread>
 
 namespace Oxa::Tests
 {
@@ -22,14 +25,28 @@ namespace
 
 using namespace System::Rsc;
 
-int BindSocket(const BasicString& path, bool isListening)
+sockaddr_un MakeAddress(const BasicString& path)
 {
-    const int made = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     std::copy(path.begin(), path.end(), std::begin(address.sun_path));
+    return address;
+}
+
+int BindSocket(const BasicString& path, bool isListening)
+{
+    const int made = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const sockaddr_un address = MakeAddress(path);
     EXPECT_EQ(bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     EXPECT_TRUE(!isListening || listen(made, 4) == 0);
+    return made;
+}
+
+int Connect(const BasicString& path)
+{
+    const int made = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const sockaddr_un address = MakeAddress(path);
+    EXPECT_EQ(connect(made, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     return made;
 }
 
@@ -186,11 +203,7 @@ TEST_F(Serving, EndsTheConnectionThatSendsGarbageAndNoOther)
 TEST_F(Serving, EndsConnectionsThatDoNotAuthenticateOrAreTooMany)
 {
     Start();
-    const int mute = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un name = {};
-    name.sun_family = AF_UNIX;
-    std::copy(path.begin(), path.end(), std::begin(name.sun_path));
-    ASSERT_EQ(connect(mute, reinterpret_cast<const sockaddr*>(&name), sizeof name), 0);
+    const int mute = Connect(path);
     BusCaller second(address);
     BusCaller third(address);
     EXPECT_EQ(second.Echo(1) + third.Echo(1), 2U);
@@ -200,6 +213,29 @@ TEST_F(Serving, EndsConnectionsThatDoNotAuthenticateOrAreTooMany)
     close(mute);
     BusCaller fifth(address);
     EXPECT_EQ(fifth.Echo(1), 1U);
+}
+
+TEST_F(Serving, TakesCallsThatComeRightBehindTheHandshake)
+{
+    Start();
+    for (int count = 1; count <= 8; ++count)
+    {
+        BasicString bytes("\0AUTH EXTERNAL\r\nDATA\r\nBEGIN\r\n", 29);
+        for (int serial = 1; serial <= count; ++serial)
+        {
+            bytes += Support::FakeBytePeer::MakeCall(static_cast<uint32>(serial), FakeEchoFactory::path,
+                                                     FakeEchoFactory::interface, "Change");
+        }
+        const int connection = Connect(path);
+        EXPECT_EQ(write(connection, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (echo.service->changes < count && std::chrono::steady_clock::now() < end)
+        {
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(echo.service->changes.exchange(0), count);
+        close(connection);
+    }
 }
 
 TEST_F(Serving, TakesOverAListeningSocketAndNothingElse)
