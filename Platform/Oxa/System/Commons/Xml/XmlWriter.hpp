@@ -9,7 +9,8 @@
 namespace Oxa::System::Commons::Xml
 {
 
-/// Writes one indented XML document in UTF-8 from front to back.
+/// Writes one indented XML document in UTF-8 from front to back. Characters that XML has not got, and bytes that are no
+/// UTF-8, become U+FFFD: every text can be written, and the document can be read again.
 /// Threads: one at a time. Throws InvalidOperationException when an element is closed that is not open.
 class OXA_EXPORT XmlWriter final
 {
@@ -23,6 +24,7 @@ public:
     /// Requires: nothing has been written into the element yet.
     void WriteAttribute(std::string_view name, std::string_view value);
     void WriteText(std::string_view text);
+    /// Hyphens in a row are written with blanks between them, a last hyphen with one behind it.
     void WriteComment(std::string_view text);
     void WriteEndElement();
 

@@ -164,18 +164,20 @@ TEST(ResolvingPlaceholders, PrefersTheDomainAndKeepsWhatIsUnknown)
     }
 }
 
-TEST(WritingXml, EscapesWhatHasAMeaning)
+TEST(WritingXml, WritesTextsSoThatTheyCanBeReadAgain)
 {
     XmlWriter writer;
     writer.WriteStartElement("Root");
-    writer.WriteAttribute("a", "<\"&\xFF");
+    writer.WriteAttribute("a", "<\"&\xFF\x01\xEF\xBF\xBF\t");
+    writer.WriteComment("---a--b\x01-");
     writer.WriteText("1 < 2");
     writer.WriteEndElement();
     EXPECT_THROW(writer.WriteEndElement(), Exception);
     XmlReader reader(writer.GetText(), "written.xml");
     BasicString value;
     EXPECT_TRUE(reader.TryGetAttributeValue("a", value));
-    EXPECT_EQ(value, "<\"&\xEF\xBF\xBD");
+    EXPECT_EQ(value, "<\"&\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\t");
+    EXPECT_NE(writer.GetText().find("<!--- - -a- -b\xEF\xBF\xBD- -->"), BasicString::npos) << writer.GetText();
 }
 
 } // namespace
