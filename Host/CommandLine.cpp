@@ -1,7 +1,5 @@
 #include "Host/CommandLine.hpp"
 
-#include "Oxa/System/Commons/ProgramMain.hpp"
-
 #include <CLI/CLI.hpp>
 
 #include <cstdlib>
@@ -22,19 +20,6 @@ BasicString GetDefaultStateFolder()
     return BasicString(first.empty() ? "/var/lib/oxa-wbm" : first.substr(0, first.find(':')));
 }
 
-void SplitVariables(const std::vector<BasicString>& texts, CommandLine& commandLine)
-{
-    for (const BasicString& text : texts)
-    {
-        const auto variable = System::Commons::SplitVariable(text);
-        if (!variable)
-        {
-            throw CLI::ValidationError("--variable", "'" + text + "' is not NAME=VALUE");
-        }
-        commandLine.variables.push_back(*variable);
-    }
-}
-
 void AddUserCommands(CLI::App& app, CommandLine& commandLine)
 {
     using Action = CommandLine::Action;
@@ -50,7 +35,7 @@ void AddUserCommands(CLI::App& app, CommandLine& commandLine)
         return command;
     };
     addCommand("add", "Adds a user; the password is read from standard input.", Action::AddUser, true)
-        ->add_option("--role", commandLine.roleName, "Admin, Engineer, Viewer or a role of this machine")
+        ->add_option("--role", commandLine.roleName, "Admin, Engineer or Viewer")
         ->required();
     addCommand("list", "Lists the users and their roles.", Action::ListUsers, false);
     addCommand("remove", "Removes a user.", Action::RemoveUser, true);
@@ -59,30 +44,32 @@ void AddUserCommands(CLI::App& app, CommandLine& commandLine)
 
 } // namespace
 
-std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv, int& exitStatus)
+System::Commons::CommandLineOrStatus<CommandLine> ParseCommandLine(int argc, const char* const* argv)
 {
     CommandLine commandLine;
     commandLine.stateFolder = GetDefaultStateFolder();
     std::vector<BasicString> variables;
 
-    CLI::App app("The web-based management's host.", "oxa-wbm");
-    app.add_option("--config", commandLine.configurationPath, "The configuration file")->required();
-    app.add_option("--state", commandLine.stateFolder, "The folder of what is kept: users, the first password");
+    CLI::App app("The web-based management's host. Without a command it serves until SIGTERM or SIGINT.", "oxa-wbm");
+    app.set_version_flag("--version", OXA_VERSION);
+    app.add_option("--config", commandLine.configurationPath, "The configuration file")->capture_default_str();
+    app.add_option("--state", commandLine.stateFolder, "The folder of what is kept: users, the first password")
+        ->capture_default_str();
     app.add_option("--port", commandLine.port, "Listens there; 0: the system picks a port");
     app.add_option("--variable", variables, "NAME=VALUE: what ${NAME} in configuration files stands for")
-        ->allow_extra_args(false);
+        ->allow_extra_args(false)
+        ->check(&System::Commons::FindVariableMistake);
     app.add_flag("--examples", commandLine.printsExamples, "Prints commands to try");
     AddUserCommands(app, commandLine);
     try
     {
         app.parse(argc, argv);
-        SplitVariables(variables, commandLine);
+        commandLine.variables = System::Commons::SplitVariables(variables);
         return commandLine;
     }
     catch (const CLI::ParseError& error)
     {
-        exitStatus = app.exit(error) == 0 ? EXIT_SUCCESS : System::Commons::usageFaultStatus;
-        return std::nullopt;
+        return app.exit(error) == 0 ? EXIT_SUCCESS : System::Commons::usageFaultStatus;
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/ProgramVariables.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
@@ -21,7 +22,7 @@ struct CommandLine
     };
 
     Action action = Action::Serve;
-    BasicString configurationPath;
+    BasicString configurationPath = "/etc/oxa/oxa-wbm.xml";
     BasicString stateFolder;
     /// Instead of the configuration's.
     std::optional<uint16> port;
@@ -31,7 +32,7 @@ struct CommandLine
     BasicString roleName;
 };
 
-/// Nothing when the command line only asked for help or is wrong: that has been told, and `exitStatus` is set.
-[[nodiscard]] std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv, int& exitStatus);
+/// Tells the user what is wrong with the command line, or what it asks for itself: help, version.
+[[nodiscard]] System::Commons::CommandLineOrStatus<CommandLine> ParseCommandLine(int argc, const char* const* argv);
 
 } // namespace Oxa::Host

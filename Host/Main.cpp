@@ -9,7 +9,6 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
-#include "Oxa/System/Commons/XmlException.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
 #include <sodium.h>
@@ -28,23 +27,9 @@ using Oxa::Host::CommandLine;
 using Oxa::Host::Configuration::HostConfiguration;
 using Oxa::System::Commons::AppDomain;
 using Oxa::System::Commons::InvalidOperationException;
-using Oxa::System::Commons::XmlException;
+using Oxa::System::Commons::UseConfigured;
 using Oxa::System::Commons::Diagnostics::Logging::LogManager;
 using Oxa::System::Um::UserManager;
-
-/// What a configuration names and cannot be used is a fault of the configuration.
-template <class Use>
-auto UseConfigured(const Use& use)
-{
-    try
-    {
-        return use();
-    }
-    catch (const InvalidOperationException& exception)
-    {
-        throw XmlException::Create("{0}", exception.what());
-    }
-}
 
 /// The password itself only to somebody who looks on, not into a log.
 void ReportInitialUser(const CommandLine& commandLine, const BasicString& password, const BasicString& path)
@@ -92,7 +77,9 @@ int Run(const CommandLine& commandLine, AppDomain& appDomain)
     const auto users = UseConfigured([&] { return std::make_unique<UserManager>(configuration.usersDatabasePath); });
     if (commandLine.action != CommandLine::Action::Serve)
     {
-        return RunUserCommand(commandLine, *users, stateFolder);
+        const int status = RunUserCommand(commandLine, *users, stateFolder);
+        Oxa::System::Commons::FlushOutput();
+        return status;
     }
     Serve(commandLine, configuration, appDomain, *users, stateFolder);
     return EXIT_SUCCESS;
@@ -102,12 +89,6 @@ int Run(const CommandLine& commandLine, AppDomain& appDomain)
 
 int main(int argc, char** argv)
 {
-    int exitStatus = EXIT_SUCCESS;
-    return Oxa::System::Commons::RunProgram("oxa-wbm",
-                                            [argc, argv, &exitStatus](AppDomain& appDomain)
-                                            {
-                                                const auto commandLine =
-                                                    Oxa::Host::ParseCommandLine(argc, argv, exitStatus);
-                                                return commandLine ? Run(*commandLine, appDomain) : exitStatus;
-                                            });
+    return Oxa::System::Commons::RunProgram(
+        "oxa-wbm", [argc, argv] { return Oxa::Host::ParseCommandLine(argc, argv); }, &Run);
 }

@@ -3,10 +3,12 @@
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <system_error>
 
 namespace Oxa::System::Commons
 {
@@ -49,6 +51,11 @@ int RunProgram(const char* programName, const std::function<int(AppDomain&)>& ru
         std::cerr << programName << ": " << position << (position.empty() ? "" : ": ") << exception.what() << std::endl;
         return configurationFaultStatus;
     }
+    catch (const ConfigurationException& exception)
+    {
+        std::cerr << programName << ": " << exception.what() << std::endl;
+        return configurationFaultStatus;
+    }
     catch (const std::exception& exception)
     {
         std::cerr << programName << ": " << exception.what() << std::endl;
@@ -58,6 +65,18 @@ int RunProgram(const char* programName, const std::function<int(AppDomain&)>& ru
         std::cerr << programName << ": an exception of an unknown type" << std::endl;
     }
     return EXIT_FAILURE;
+}
+
+void FlushOutput()
+{
+    errno = 0;
+    std::cout.flush();
+    if (!std::cout)
+    {
+        // A write before this one may have failed; its cause is no longer known.
+        const BasicString cause = errno != 0 ? ": " + std::generic_category().message(errno) : BasicString();
+        throw InvalidOperationException::Create("cannot write to standard output{0}", cause);
+    }
 }
 
 } // namespace Oxa::System::Commons

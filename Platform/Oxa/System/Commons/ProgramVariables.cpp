@@ -28,6 +28,23 @@ std::optional<std::pair<BasicString, BasicString>> SplitVariable(const BasicStri
     return std::pair(text.substr(0, equals), text.substr(equals + 1));
 }
 
+BasicString FindVariableMistake(const BasicString& text)
+{
+    const std::size_t equals = text.find('=');
+    return equals == 0 || equals == BasicString::npos ? "'" + text + "' is not NAME=VALUE" : BasicString();
+}
+
+ProgramVariables SplitVariables(const std::vector<BasicString>& texts)
+{
+    ProgramVariables variables;
+    for (const BasicString& text : texts)
+    {
+        const std::size_t equals = text.find('=');
+        variables.emplace_back(text.substr(0, equals), text.substr(equals + 1));
+    }
+    return variables;
+}
+
 void SetProgramVariables(AppDomain& appDomain, const BasicString& configurationPath, const ProgramVariables& variables)
 {
     appDomain.SetVariable("OXA_CONFIG", std::filesystem::absolute(configurationPath).parent_path().string());
