@@ -8,7 +8,7 @@
 #include "Device/Description/DeviceDescription.hpp"
 #include "Device/Services/ItemService.hpp"
 #include "Device/Services/RtcService.hpp"
-#include "Device/TemperatureSensor.hpp"
+#include "Device/Sources/TemperatureSensor.hpp"
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -123,7 +123,7 @@ class ServiceRefresh final
 {
 public:
     ServiceRefresh(const BasicString& root, const BasicString& descriptionName)
-        : machine(MachineRoot(root)),
+        : machine(Machine::MachineRoot(root)),
           service(std::shared_ptr<const Items::ItemTable>(
               Description::DeviceDescription::Load(OXA_DESCRIPTIONS "/" + descriptionName).MakeItems(machine))),
           keys(std::begin(singleKeys), std::end(singleKeys))
@@ -330,7 +330,7 @@ class PcFloor final
 public:
     explicit PcFloor(std::size_t coreCount) : common("", coreCount)
     {
-        if (const auto sensor = FindBoardTemperatureSensor(MachineRoot("/")))
+        if (const auto sensor = Sources::FindBoardTemperatureSensor(Machine::MachineRoot("/")))
         {
             temperatureFile = std::make_unique<BareFile>(sensor->path);
         }

@@ -13,7 +13,7 @@
 namespace
 {
 
-using Oxa::Device::Program::DeviceCommandLine;
+using Oxa::Device::Linux::Program::DeviceCommandLine;
 using Oxa::System::Commons::AppDomain;
 using Oxa::System::Commons::Diagnostics::Logging::LogConfiguration;
 using Oxa::System::Commons::Diagnostics::Logging::LogLevel;
@@ -36,10 +36,11 @@ void Serve(const DeviceCommandLine& commandLine, AppDomain& appDomain)
     {
         appDomain.SetVariable("OXA_DEVICE_ROOT", commandLine.rootFolder);
     }
-    const auto configuration = Oxa::Device::Program::LoadDeviceServerConfiguration(commandLine.configurationPath);
+    const auto configuration =
+        Oxa::Device::Linux::Program::LoadDeviceServerConfiguration(commandLine.configurationPath);
     LogManager::AssignAppDomain(appDomain);
     LogManager::Configure(configuration.log);
-    Oxa::Device::Program::ServeDevice(appDomain, configuration);
+    Oxa::Device::Linux::Program::ServeDevice(appDomain, configuration);
 }
 
 void LogErrorsOnly()
@@ -56,14 +57,14 @@ int Run(const DeviceCommandLine& commandLine, AppDomain& appDomain)
     switch (commandLine.action)
     {
     case Action::CheckDescription:
-        return Oxa::Device::Program::CheckDescription(commandLine, std::cout);
+        return Oxa::Device::Linux::Program::CheckDescription(commandLine, std::cout);
     case Action::DescribeMachine:
         // What the machine has not got is said in the description.
         LogErrorsOnly();
-        Oxa::Device::Program::DescribeMachine(commandLine, std::cout);
+        Oxa::Device::Linux::Program::DescribeMachine(commandLine, std::cout);
         return EXIT_SUCCESS;
     case Action::ReadItems:
-        return Oxa::Device::Program::ReadItems(commandLine, std::cout);
+        return Oxa::Device::Linux::Program::ReadItems(commandLine, std::cout);
     case Action::Serve:
         break;
     }
@@ -76,11 +77,11 @@ int Run(const DeviceCommandLine& commandLine, AppDomain& appDomain)
 int main(int argc, char** argv)
 {
     int exitStatus = EXIT_SUCCESS;
-    return Oxa::System::Commons::RunProgram("oxa-device",
-                                            [argc, argv, &exitStatus](AppDomain& appDomain)
-                                            {
-                                                const auto commandLine = Oxa::Device::Program::ParseDeviceCommandLine(
-                                                    argc, argv, exitStatus);
-                                                return commandLine ? Run(*commandLine, appDomain) : exitStatus;
-                                            });
+    return Oxa::System::Commons::RunProgram(
+        "oxa-device",
+        [argc, argv, &exitStatus](AppDomain& appDomain)
+        {
+            const auto commandLine = Oxa::Device::Linux::Program::ParseDeviceCommandLine(argc, argv, exitStatus);
+            return commandLine ? Run(*commandLine, appDomain) : exitStatus;
+        });
 }

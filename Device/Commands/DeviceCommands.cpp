@@ -32,7 +32,7 @@ CommandSettings Checked(CommandSettings settings)
 IDeviceCommands::~IDeviceCommands() = default;
 
 DeviceCommands::DeviceCommands(CommandSettings settings, ServiceOutage::Actions outageActions,
-                               std::unique_ptr<IWaiter> waiter, const CommandTimes& times)
+                               std::unique_ptr<Machine::IWaiter> waiter, const CommandTimes& times)
     : settings(Checked(std::move(settings))),
       outageActions(std::move(outageActions)),
       times(times),

@@ -4,9 +4,9 @@
 #include "Device/Commands/CommandSettings.hpp"
 #include "Device/Commands/CommandTimes.hpp"
 #include "Device/Commands/IDeviceCommands.hpp"
+#include "Device/Commands/ServiceOutage.hpp"
 #include "Device/Commands/StopEvent.hpp"
-#include "Device/IWaiter.hpp"
-#include "Device/ServiceOutage.hpp"
+#include "Device/Machine/IWaiter.hpp"
 
 #include <memory>
 
@@ -20,8 +20,8 @@ class DeviceCommands final : public IDeviceCommands
 public:
     /// The waiter gives the outage and the time around a reboot. Throws ArgumentException when the settings name a unit
     /// that cannot be one. Requires: both actions have a target, `waiter` is not null.
-    DeviceCommands(CommandSettings settings, ServiceOutage::Actions outageActions, std::unique_ptr<IWaiter> waiter,
-                   const CommandTimes& times = {});
+    DeviceCommands(CommandSettings settings, ServiceOutage::Actions outageActions,
+                   std::unique_ptr<Machine::IWaiter> waiter, const CommandTimes& times = {});
     ~DeviceCommands() override;
 
     [[nodiscard]] Interface::Services::AccessErrorCode Restart(const BasicString& caller) override;
@@ -38,7 +38,7 @@ private:
     const CommandSettings settings;
     const ServiceOutage::Actions outageActions;
     const CommandTimes times;
-    const std::unique_ptr<IWaiter> waiter;
+    const std::unique_ptr<Machine::IWaiter> waiter;
     StopEvent stop;
     CommandRunner runner;
 };

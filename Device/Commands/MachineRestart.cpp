@@ -2,7 +2,7 @@
 
 #include "Device/Commands/CommandTimes.hpp"
 #include "Device/Commands/SystemBus.hpp"
-#include "Device/IWaiter.hpp"
+#include "Device/Machine/IWaiter.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <systemd/sd-bus.h>
@@ -40,7 +40,7 @@ CommandResult Judge(std::string_view ability)
 
 } // namespace
 
-MachineRestart::MachineRestart(SystemBus& bus, IWaiter& waiter, const CommandTimes& times)
+MachineRestart::MachineRestart(SystemBus& bus, Machine::IWaiter& waiter, const CommandTimes& times)
     : bus(bus), waiter(waiter), times(times)
 {
 }

@@ -3,7 +3,7 @@
 #include "Device/Commands/CommandResult.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 
-namespace Oxa::Device::Linux
+namespace Oxa::Device::Linux::Machine
 {
 class IWaiter;
 }
@@ -19,7 +19,7 @@ class MachineRestart final : private System::Commons::Diagnostics::Logging::Logg
 {
 public:
     /// Requires: all three outlive the object; a cancelled waiter means that the process stops.
-    MachineRestart(SystemBus& bus, IWaiter& waiter, const CommandTimes& times);
+    MachineRestart(SystemBus& bus, Machine::IWaiter& waiter, const CommandTimes& times);
 
     /// Whether this process may reboot the machine: AccessDenied, NotSupported, or as `SystemBus::Call`.
     CommandResult Check();
@@ -29,7 +29,7 @@ public:
 
 private:
     SystemBus& bus;
-    IWaiter& waiter;
+    Machine::IWaiter& waiter;
     const CommandTimes& times;
 };
 

@@ -1,6 +1,6 @@
 #include "Device/Description/DescribedMachine.hpp"
 
-#include "Device/SteadyWaiter.hpp"
+#include "Device/Machine/SteadyWaiter.hpp"
 
 #include <utility>
 
@@ -23,53 +23,53 @@ std::shared_ptr<T> GetShared(std::map<BasicString, std::shared_ptr<T>>& all, con
 
 } // namespace
 
-DescribedMachine::DescribedMachine(MachineRoot root)
-    : root(std::move(root)), delayWaiter(std::make_shared<SteadyWaiter>())
+DescribedMachine::DescribedMachine(Machine::MachineRoot root)
+    : root(std::move(root)), delayWaiter(std::make_shared<Machine::SteadyWaiter>())
 {
 }
 
 DescribedMachine::~DescribedMachine() = default;
 
-const MachineRoot& DescribedMachine::GetRoot() const noexcept
+const Machine::MachineRoot& DescribedMachine::GetRoot() const noexcept
 {
     return root;
 }
 
-std::shared_ptr<Items::KeptFile> DescribedMachine::GetFile(const BasicString& path)
+std::shared_ptr<Machine::KeptFile> DescribedMachine::GetFile(const BasicString& path)
 {
     return GetShared(files, root.Resolve(path));
 }
 
-std::shared_ptr<Items::MemoryProbe> DescribedMachine::GetMemory()
+std::shared_ptr<Sources::MemoryProbe> DescribedMachine::GetMemory()
 {
     if (!memory)
     {
-        memory = std::make_shared<Items::MemoryProbe>(root.Resolve("/proc/meminfo"));
+        memory = std::make_shared<Sources::MemoryProbe>(root.Resolve("/proc/meminfo"));
     }
     return memory;
 }
 
-std::shared_ptr<Items::PartitionProbe> DescribedMachine::GetPartition(const BasicString& mountPoint)
+std::shared_ptr<Sources::PartitionProbe> DescribedMachine::GetPartition(const BasicString& mountPoint)
 {
     return GetShared(partitions, root.Resolve(mountPoint));
 }
 
-const std::shared_ptr<Items::CpuLoads>& DescribedMachine::GetCpuLoads()
+const std::shared_ptr<Sources::CpuLoads>& DescribedMachine::GetCpuLoads()
 {
     if (!loads)
     {
-        loads = std::make_shared<Items::CpuLoads>(root.Resolve("/proc/stat"),
-                                                  root.Resolve("/sys/devices/system/cpu/online"));
+        loads = std::make_shared<Sources::CpuLoads>(root.Resolve("/proc/stat"),
+                                                    root.Resolve("/sys/devices/system/cpu/online"));
     }
     return loads;
 }
 
-const std::shared_ptr<Items::CpuLoads>& DescribedMachine::TryGetCpuLoads() const noexcept
+const std::shared_ptr<Sources::CpuLoads>& DescribedMachine::TryGetCpuLoads() const noexcept
 {
     return loads;
 }
 
-const std::shared_ptr<IWaiter>& DescribedMachine::GetDelayWaiter() const noexcept
+const std::shared_ptr<Machine::IWaiter>& DescribedMachine::GetDelayWaiter() const noexcept
 {
     return delayWaiter;
 }

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "Device/IWaiter.hpp"
-#include "Device/Items/CpuLoads.hpp"
-#include "Device/Items/KeptFile.hpp"
-#include "Device/Items/MemoryProbe.hpp"
-#include "Device/Items/PartitionProbe.hpp"
-#include "Device/MachineRoot.hpp"
+#include "Device/Machine/IWaiter.hpp"
+#include "Device/Machine/KeptFile.hpp"
+#include "Device/Machine/MachineRoot.hpp"
+#include "Device/Sources/CpuLoads.hpp"
+#include "Device/Sources/MemoryProbe.hpp"
+#include "Device/Sources/PartitionProbe.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <map>
@@ -21,36 +21,36 @@ namespace Oxa::Device::Linux::Description
 class DescribedMachine final
 {
 public:
-    explicit DescribedMachine(MachineRoot root);
+    explicit DescribedMachine(Machine::MachineRoot root);
     DescribedMachine(const DescribedMachine&) = delete;
     DescribedMachine& operator=(const DescribedMachine&) = delete;
     ~DescribedMachine();
 
-    [[nodiscard]] const MachineRoot& GetRoot() const noexcept;
+    [[nodiscard]] const Machine::MachineRoot& GetRoot() const noexcept;
 
-    [[nodiscard]] std::shared_ptr<Items::KeptFile> GetFile(const BasicString& path);
-    [[nodiscard]] std::shared_ptr<Items::MemoryProbe> GetMemory();
-    [[nodiscard]] std::shared_ptr<Items::PartitionProbe> GetPartition(const BasicString& mountPoint);
+    [[nodiscard]] std::shared_ptr<Machine::KeptFile> GetFile(const BasicString& path);
+    [[nodiscard]] std::shared_ptr<Sources::MemoryProbe> GetMemory();
+    [[nodiscard]] std::shared_ptr<Sources::PartitionProbe> GetPartition(const BasicString& mountPoint);
 
     /// Takes the first sample when it is asked for the first time; never null.
-    [[nodiscard]] const std::shared_ptr<Items::CpuLoads>& GetCpuLoads();
+    [[nodiscard]] const std::shared_ptr<Sources::CpuLoads>& GetCpuLoads();
     /// Null when nobody has asked for the loads.
-    [[nodiscard]] const std::shared_ptr<Items::CpuLoads>& TryGetCpuLoads() const noexcept;
+    [[nodiscard]] const std::shared_ptr<Sources::CpuLoads>& TryGetCpuLoads() const noexcept;
 
     /// What simulated delays wait on; whoever stops the services cancels it. Never null.
-    [[nodiscard]] const std::shared_ptr<IWaiter>& GetDelayWaiter() const noexcept;
+    [[nodiscard]] const std::shared_ptr<Machine::IWaiter>& GetDelayWaiter() const noexcept;
 
     /// The core whose items are being made, for an item that there is one of for each; 0 for all cores together.
     [[nodiscard]] std::size_t GetCore() const noexcept;
     void SetCore(std::size_t newCore) noexcept;
 
 private:
-    const MachineRoot root;
-    const std::shared_ptr<IWaiter> delayWaiter;
-    std::map<BasicString, std::shared_ptr<Items::KeptFile>> files;
-    std::map<BasicString, std::shared_ptr<Items::PartitionProbe>> partitions;
-    std::shared_ptr<Items::MemoryProbe> memory;
-    std::shared_ptr<Items::CpuLoads> loads;
+    const Machine::MachineRoot root;
+    const std::shared_ptr<Machine::IWaiter> delayWaiter;
+    std::map<BasicString, std::shared_ptr<Machine::KeptFile>> files;
+    std::map<BasicString, std::shared_ptr<Sources::PartitionProbe>> partitions;
+    std::shared_ptr<Sources::MemoryProbe> memory;
+    std::shared_ptr<Sources::CpuLoads> loads;
     std::size_t core = 0;
 };
 

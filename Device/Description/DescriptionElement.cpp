@@ -1,8 +1,8 @@
 #include "Device/Description/DescriptionElement.hpp"
 
 #include "Device/Description/ItemTypes.hpp"
-#include "Device/Items/DeviceText.hpp"
 #include "Device/Items/ItemConversion.hpp"
+#include "Device/Machine/DeviceText.hpp"
 
 #include <fmt/format.h>
 
@@ -82,7 +82,7 @@ void DescriptionElement::Read(std::string_view attributeName, double& value, dou
     {
         return;
     }
-    const auto number = Items::DeviceText::ParseReal(text);
+    const auto number = Machine::DeviceText::ParseReal(text);
     if (!number)
     {
         ReportBadValue(attributeName, text, "a number");

@@ -2,8 +2,8 @@
 
 #include "Device/Description/DescriptionDocument.hpp"
 #include "Device/Description/DeviceDescription.hpp"
-#include "Device/LedStatus.hpp"
-#include "Device/TemperatureSensor.hpp"
+#include "Device/Sources/LedStatus.hpp"
+#include "Device/Sources/TemperatureSensor.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Xml/XmlWriter.hpp"
 
@@ -58,7 +58,7 @@ void Write(XmlWriter& writer, const BasicString& key, const Candidate& source)
     writer.WriteEndElement();
 }
 
-bool GivesValues(const BasicString& description, const MachineRoot& root)
+bool GivesValues(const BasicString& description, const Machine::MachineRoot& root)
 {
     DescribedMachine machine(root);
     const auto table = DeviceDescription::Parse(description, "probe").MakeItems(machine);
@@ -71,7 +71,7 @@ bool GivesValues(const BasicString& description, const MachineRoot& root)
 
 /// Tries it by a description of nothing else, so that what is tried is what will be read. What cannot be described,
 /// such as a chip without a name, is not usable.
-bool IsUsable(const BasicString& key, const Candidate& candidate, const MachineRoot& root)
+bool IsUsable(const BasicString& key, const Candidate& candidate, const Machine::MachineRoot& root)
 {
     try
     {
@@ -87,7 +87,7 @@ bool IsUsable(const BasicString& key, const Candidate& candidate, const MachineR
     }
 }
 
-void WriteItem(XmlWriter& writer, const Plan& plan, const MachineRoot& root)
+void WriteItem(XmlWriter& writer, const Plan& plan, const Machine::MachineRoot& root)
 {
     for (const Candidate& candidate : plan.candidates)
     {
@@ -106,7 +106,7 @@ void WriteItem(XmlWriter& writer, const Plan& plan, const MachineRoot& root)
     Write(writer, plan.key, {"simulated", {{"value", plan.simulatedValue}}});
 }
 
-Candidate MakeTemperature(const TemperatureSensor& sensor)
+Candidate MakeTemperature(const Sources::TemperatureSensor& sensor)
 {
     const BasicString fileName = std::filesystem::path(sensor.path).filename().string();
     Candidate candidate = fileName == "temp" ? Candidate{"thermal", {{"zone", sensor.name}}}
@@ -135,14 +135,14 @@ std::vector<Plan> PlanIdentity()
             {"General.Hardware.Version", {dmi("product_version"), dmi("board_version")}, {}}};
 }
 
-std::vector<Plan> PlanStatus(const MachineRoot& root)
+std::vector<Plan> PlanStatus(const Machine::MachineRoot& root)
 {
     const auto partition = [](const char* figure)
     {
         return std::vector<Candidate>{{"partition", {{"mount", "/"}, {"figure", figure}}}};
     };
     std::vector<Candidate> temperatures;
-    if (const auto sensor = FindBoardTemperatureSensor(root))
+    if (const auto sensor = Sources::FindBoardTemperatureSensor(root))
     {
         temperatures.push_back(MakeTemperature(*sensor));
     }
@@ -161,21 +161,25 @@ std::vector<Plan> PlanStatus(const MachineRoot& root)
 
 std::vector<Plan> PlanPanelLeds()
 {
-    const std::pair<const char*, LedColour> leds[] = {
-        {"Runtime.Run", LedColour::Green}, {"Runtime.Fail", LedColour::Red}, {"Runtime.Debug", LedColour::Yellow},
-        {"Runtime.Ext", LedColour::Green}, {"Pnio.Bf_C", LedColour::Red},    {"Pnio.Bf_D", LedColour::Red},
-        {"Pnio.Sf", LedColour::Red},       {"Zelo.D", LedColour::Green},     {"Zelo.E", LedColour::Red},
-        {"Safety.Run", LedColour::Green},  {"Safety.Fs", LedColour::Red}};
+    const std::pair<const char*, Sources::LedColour> leds[] = {
+        {"Runtime.Run", Sources::LedColour::Green},    {"Runtime.Fail", Sources::LedColour::Red},
+        {"Runtime.Debug", Sources::LedColour::Yellow}, {"Runtime.Ext", Sources::LedColour::Green},
+        {"Pnio.Bf_C", Sources::LedColour::Red},        {"Pnio.Bf_D", Sources::LedColour::Red},
+        {"Pnio.Sf", Sources::LedColour::Red},          {"Zelo.D", Sources::LedColour::Green},
+        {"Zelo.E", Sources::LedColour::Red},           {"Safety.Run", Sources::LedColour::Green},
+        {"Safety.Fs", Sources::LedColour::Red}};
     std::vector<Plan> plans;
     for (const auto& [name, colour] : leds)
     {
-        plans.push_back({fmt::format("Status.Leds.{}", name), {}, std::to_string(MakeLedWord(LedState::Off, colour))});
+        plans.push_back({fmt::format("Status.Leds.{}", name),
+                         {},
+                         std::to_string(Sources::MakeLedWord(Sources::LedState::Off, colour))});
     }
     return plans;
 }
 
 /// The LEDs that the kernel drives, under keys of their own: which of the panel's they are, only people know.
-std::vector<Plan> PlanKernelLeds(const MachineRoot& root)
+std::vector<Plan> PlanKernelLeds(const Machine::MachineRoot& root)
 {
     std::vector<Plan> plans;
     std::error_code error;
@@ -189,7 +193,7 @@ std::vector<Plan> PlanKernelLeds(const MachineRoot& root)
     return plans;
 }
 
-void WriteItems(XmlWriter& writer, const std::vector<Plan>& plans, const MachineRoot& root)
+void WriteItems(XmlWriter& writer, const std::vector<Plan>& plans, const Machine::MachineRoot& root)
 {
     for (const Plan& plan : plans)
     {
@@ -199,7 +203,7 @@ void WriteItems(XmlWriter& writer, const std::vector<Plan>& plans, const Machine
 
 } // namespace
 
-BasicString WriteDescription(const MachineRoot& root)
+BasicString WriteDescription(const Machine::MachineRoot& root)
 {
     XmlWriter writer;
     writer.WriteStartElement(DescriptionDocument::elementName);

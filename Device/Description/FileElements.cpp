@@ -1,10 +1,10 @@
 #include "Device/Description/ItemTypes.hpp"
 #include "Device/Description/SourceElements.hpp"
-#include "Device/Items/ConstantSource.hpp"
-#include "Device/Items/DeviceText.hpp"
-#include "Device/Items/DeviceTreeSource.hpp"
-#include "Device/Items/FileSource.hpp"
-#include "Device/Items/OsReleaseSource.hpp"
+#include "Device/Machine/DeviceText.hpp"
+#include "Device/Sources/ConstantSource.hpp"
+#include "Device/Sources/DeviceTreeSource.hpp"
+#include "Device/Sources/FileSource.hpp"
+#include "Device/Sources/OsReleaseSource.hpp"
 
 #include <utility>
 #include <vector>
@@ -12,8 +12,8 @@
 namespace Oxa::Device::Linux::Description
 {
 
-using Items::DeviceTreeSource;
-using Items::FileSource;
+using Sources::DeviceTreeSource;
+using Sources::FileSource;
 using System::Rsc::RscType;
 
 namespace
@@ -29,7 +29,7 @@ void ReadNameBelow(DescriptionElement& element, std::string_view attributeName, 
     }
 }
 
-std::shared_ptr<const Items::LinePattern> ReadPattern(DescriptionElement& element)
+std::shared_ptr<const Sources::LinePattern> ReadPattern(DescriptionElement& element)
 {
     BasicString pattern;
     element.Read("pattern", pattern);
@@ -38,7 +38,7 @@ std::shared_ptr<const Items::LinePattern> ReadPattern(DescriptionElement& elemen
         return nullptr;
     }
     BasicString fault;
-    auto compiled = Items::LinePattern::TryMake(pattern, fault);
+    auto compiled = Sources::LinePattern::TryMake(pattern, fault);
     if (!compiled)
     {
         element.ReportBadValue("pattern", pattern, "a regular expression: " + fault);
@@ -73,8 +73,8 @@ SourceMaker MakeFile(BasicString path, FileSource::Options options)
 std::vector<BasicString> SplitWords(std::string_view text)
 {
     std::vector<BasicString> words;
-    for (std::string_view word = Items::DeviceText::TakeWord(text); !word.empty();
-         word = Items::DeviceText::TakeWord(text))
+    for (std::string_view word = Machine::DeviceText::TakeWord(text); !word.empty();
+         word = Machine::DeviceText::TakeWord(text))
     {
         words.emplace_back(word);
     }
@@ -93,7 +93,7 @@ SourceMaker ReadText(DescriptionElement& element)
     }
     return [value = element.ParseValue("value", text)](DescribedMachine&)
     {
-        return std::make_unique<Items::ConstantSource>(value);
+        return std::make_unique<Sources::ConstantSource>(value);
     };
 }
 
@@ -147,9 +147,9 @@ SourceMaker ReadOsRelease(DescriptionElement& element)
     }
     return [fields = std::move(fields)](DescribedMachine& machine)
     {
-        std::vector<std::shared_ptr<Items::KeptFile>> files = {machine.GetFile("/etc/os-release"),
-                                                               machine.GetFile("/usr/lib/os-release")};
-        return std::make_unique<Items::OsReleaseSource>(std::move(files), fields);
+        std::vector<std::shared_ptr<Machine::KeptFile>> files = {machine.GetFile("/etc/os-release"),
+                                                                 machine.GetFile("/usr/lib/os-release")};
+        return std::make_unique<Sources::OsReleaseSource>(std::move(files), fields);
     };
 }
 

@@ -1,9 +1,9 @@
 #include "Device/Description/SourceElements.hpp"
-#include "Device/Items/AbsentSource.hpp"
-#include "Device/Items/GpioSource.hpp"
-#include "Device/Items/HwmonSource.hpp"
-#include "Device/Items/LedSource.hpp"
-#include "Device/Items/ThermalSource.hpp"
+#include "Device/Sources/AbsentSource.hpp"
+#include "Device/Sources/GpioSource.hpp"
+#include "Device/Sources/HwmonSource.hpp"
+#include "Device/Sources/LedSource.hpp"
+#include "Device/Sources/ThermalSource.hpp"
 
 #include <optional>
 #include <utility>
@@ -11,8 +11,8 @@
 namespace Oxa::Device::Linux::Description
 {
 
-using Items::GpioSource;
-using Items::HwmonSource;
+using Sources::GpioSource;
+using Sources::HwmonSource;
 
 namespace
 {
@@ -76,7 +76,7 @@ SourceMaker ReadThermal(DescriptionElement& element)
     element.Read("index", index, 0, maximumIndex);
     return [zone = std::move(zone), index](DescribedMachine& machine)
     {
-        return std::make_unique<Items::ThermalSource>(machine.GetRoot().Resolve("/sys/class/thermal"), zone, index);
+        return std::make_unique<Sources::ThermalSource>(machine.GetRoot().Resolve("/sys/class/thermal"), zone, index);
     };
 }
 
@@ -88,18 +88,18 @@ SourceMaker ReadLed(DescriptionElement& element)
     {
         element.ReportBadValue("name", name, "the name of a class device");
     }
-    auto colour = LedColour::Unknown;
+    auto colour = Sources::LedColour::Unknown;
     const bool hasColour = element.ReadChoice("colour",
-                                              {{"green", LedColour::Green},
-                                               {"yellow", LedColour::Yellow},
-                                               {"red", LedColour::Red},
-                                               {"blue", LedColour::Blue},
-                                               {"white", LedColour::White}},
+                                              {{"green", Sources::LedColour::Green},
+                                               {"yellow", Sources::LedColour::Yellow},
+                                               {"red", Sources::LedColour::Red},
+                                               {"blue", Sources::LedColour::Blue},
+                                               {"white", Sources::LedColour::White}},
                                               colour);
     return
         [name = std::move(name), colour = hasColour ? std::optional(colour) : std::nullopt](DescribedMachine& machine)
     {
-        return std::make_unique<Items::LedSource>(machine.GetRoot().Resolve("/sys/class/leds/" + name), colour);
+        return std::make_unique<Sources::LedSource>(machine.GetRoot().Resolve("/sys/class/leds/" + name), colour);
     };
 }
 
@@ -114,7 +114,7 @@ SourceMaker ReadGpio(DescriptionElement& element)
     {
         if (!machine.GetRoot().IsRunningMachine())
         {
-            return std::make_unique<Items::AbsentSource>("GPIO lines: it is a folder of files");
+            return std::make_unique<Sources::AbsentSource>("GPIO lines: it is a folder of files");
         }
         return std::make_unique<GpioSource>(line);
     };

@@ -1,7 +1,7 @@
 #include "Device/Description/SourceElements.hpp"
-#include "Device/Items/DeviceText.hpp"
-#include "Device/Items/SimulatedFaultSource.hpp"
-#include "Device/Items/SimulatedSource.hpp"
+#include "Device/Machine/DeviceText.hpp"
+#include "Device/Sources/SimulatedFaultSource.hpp"
+#include "Device/Sources/SimulatedSource.hpp"
 
 #include <algorithm>
 #include <array>
@@ -14,9 +14,9 @@ namespace Oxa::Device::Linux::Description
 {
 
 using Items::ItemValue;
-using Items::SimulatedFaultSource;
-using Items::SimulatedSignal;
-using Items::SimulatedSource;
+using Sources::SimulatedFaultSource;
+using Sources::SimulatedSignal;
+using Sources::SimulatedSource;
 using System::Rsc::RscType;
 
 namespace
@@ -108,7 +108,7 @@ SimulatedSignal ReadSteps(DescriptionElement& element)
     std::string_view rest = text;
     do
     {
-        const std::string_view value = Items::DeviceText::Trim(Items::DeviceText::TakeUntil(rest, ';'));
+        const std::string_view value = Machine::DeviceText::Trim(Machine::DeviceText::TakeUntil(rest, ';'));
         values.push_back(element.ParseValue("values", value));
     } while (!rest.empty());
     return SimulatedSignal::MakeSteps(std::move(values), ReadSeconds(element, "holdSeconds"));

@@ -1,14 +1,14 @@
 #include "Device/Description/SourceReader.hpp"
 
 #include "Device/Description/DescriptionDocument.hpp"
-#include "Device/Items/FirstSource.hpp"
+#include "Device/Sources/FirstSource.hpp"
 
 #include <utility>
 
 namespace Oxa::Device::Linux::Description
 {
 
-using Sources = std::vector<std::unique_ptr<Items::IItemSource>>;
+using SourceList = std::vector<std::unique_ptr<Items::IItemSource>>;
 
 namespace
 {
@@ -19,9 +19,9 @@ enum class Choice
     AtStart
 };
 
-Sources MakeAll(const std::vector<SourceMaker>& makers, DescribedMachine& machine)
+SourceList MakeAll(const std::vector<SourceMaker>& makers, DescribedMachine& machine)
 {
-    Sources sources;
+    SourceList sources;
     for (const SourceMaker& make : makers)
     {
         sources.push_back(make(machine));
@@ -30,12 +30,12 @@ Sources MakeAll(const std::vector<SourceMaker>& makers, DescribedMachine& machin
 }
 
 /// The first that gives a value of the type now; the last one when none does.
-std::unique_ptr<Items::IItemSource> ChooseNow(Sources sources, std::optional<System::Rsc::RscType> type)
+std::unique_ptr<Items::IItemSource> ChooseNow(SourceList sources, std::optional<System::Rsc::RscType> type)
 {
     const auto pass = Items::ReadPass::Begin();
     for (auto& source : sources)
     {
-        if (Items::FirstSource::ReadAs(type, *source, pass).HasValue())
+        if (Sources::FirstSource::ReadAs(type, *source, pass).HasValue())
         {
             return std::move(source);
         }
@@ -93,9 +93,9 @@ SourceMaker SourceReader::ReadFirst()
     return [makers = ReadAlternatives(), choice,
             type = itemType](DescribedMachine& machine) -> std::unique_ptr<Items::IItemSource>
     {
-        Sources sources = MakeAll(makers, machine);
+        SourceList sources = MakeAll(makers, machine);
         return choice == Choice::AtStart ? ChooseNow(std::move(sources), type)
-                                         : std::make_unique<Items::FirstSource>(std::move(sources), type);
+                                         : std::make_unique<Sources::FirstSource>(std::move(sources), type);
     };
 }
 

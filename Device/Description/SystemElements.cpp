@@ -1,21 +1,21 @@
 #include "Device/Description/SourceElements.hpp"
-#include "Device/Items/AbsentSource.hpp"
-#include "Device/Items/BootClockSource.hpp"
-#include "Device/Items/CpuCountSource.hpp"
-#include "Device/Items/CpuLoadSource.hpp"
-#include "Device/Items/MemorySource.hpp"
-#include "Device/Items/PartitionSource.hpp"
-#include "Device/Items/TemperatureSource.hpp"
-#include "Device/Items/UptimeFileSource.hpp"
-#include "Device/TemperatureSensor.hpp"
+#include "Device/Sources/AbsentSource.hpp"
+#include "Device/Sources/BootClockSource.hpp"
+#include "Device/Sources/CpuCountSource.hpp"
+#include "Device/Sources/CpuLoadSource.hpp"
+#include "Device/Sources/MemorySource.hpp"
+#include "Device/Sources/PartitionSource.hpp"
+#include "Device/Sources/TemperatureSensor.hpp"
+#include "Device/Sources/TemperatureSource.hpp"
+#include "Device/Sources/UptimeFileSource.hpp"
 
 #include <utility>
 
 namespace Oxa::Device::Linux::Description
 {
 
-using Items::MemorySource;
-using Items::PartitionSource;
+using Sources::MemorySource;
+using Sources::PartitionSource;
 
 namespace
 {
@@ -35,14 +35,14 @@ SourceMaker ReadCpuLoad(DescriptionElement& element)
         element.SetForEachCore();
         return [](DescribedMachine& machine)
         {
-            return std::make_unique<Items::CpuLoadSource>(machine.GetCpuLoads(), machine.GetCore());
+            return std::make_unique<Sources::CpuLoadSource>(machine.GetCpuLoads(), machine.GetCore());
         };
     }
     std::size_t core = 0;
-    element.Read("core", core, 0, Items::CpuLoads::maximumCoreCount);
+    element.Read("core", core, 0, Sources::CpuLoads::maximumCoreCount);
     return [core](DescribedMachine& machine)
     {
-        return std::make_unique<Items::CpuLoadSource>(machine.GetCpuLoads(), core);
+        return std::make_unique<Sources::CpuLoadSource>(machine.GetCpuLoads(), core);
     };
 }
 
@@ -54,7 +54,7 @@ SourceMaker ReadAbsent(DescriptionElement& element)
     element.ReadRequired("part", part);
     return [part = std::move(part)](DescribedMachine&)
     {
-        return std::make_unique<Items::AbsentSource>(part);
+        return std::make_unique<Sources::AbsentSource>(part);
     };
 }
 
@@ -62,12 +62,12 @@ SourceMaker ReadBoardTemperature(DescriptionElement&)
 {
     return [](DescribedMachine& machine) -> std::unique_ptr<Items::IItemSource>
     {
-        auto sensor = FindBoardTemperatureSensor(machine.GetRoot());
+        auto sensor = Sources::FindBoardTemperatureSensor(machine.GetRoot());
         if (!sensor)
         {
-            return std::make_unique<Items::AbsentSource>("temperature sensor");
+            return std::make_unique<Sources::AbsentSource>("temperature sensor");
         }
-        return std::make_unique<Items::TemperatureSource>(std::move(sensor->path), std::move(sensor->name));
+        return std::make_unique<Sources::TemperatureSource>(std::move(sensor->path), std::move(sensor->name));
     };
 }
 
@@ -81,7 +81,7 @@ SourceMaker ReadCpu(DescriptionElement& element)
     }
     return [](DescribedMachine& machine)
     {
-        return std::make_unique<Items::CpuCountSource>(machine.GetCpuLoads());
+        return std::make_unique<Sources::CpuCountSource>(machine.GetCpuLoads());
     };
 }
 
@@ -117,9 +117,9 @@ SourceMaker ReadUptime(DescriptionElement&)
     {
         if (machine.GetRoot().IsRunningMachine())
         {
-            return std::make_unique<Items::BootClockSource>();
+            return std::make_unique<Sources::BootClockSource>();
         }
-        return std::make_unique<Items::UptimeFileSource>(machine.GetRoot().Resolve("/proc/uptime"));
+        return std::make_unique<Sources::UptimeFileSource>(machine.GetRoot().Resolve("/proc/uptime"));
     };
 }
 

@@ -1,6 +1,6 @@
 #include "Device/Items/ItemConversion.hpp"
 
-#include "Device/Items/DeviceText.hpp"
+#include "Device/Machine/DeviceText.hpp"
 
 #include <fmt/format.h>
 
@@ -96,7 +96,7 @@ std::optional<long double> GetNumber(const ItemValue& value)
     case RscType::Real64:
         return Read<double>(value);
     case RscType::String:
-        return DeviceText::ParseReal(DeviceText::Trim(value.GetText()));
+        return Machine::DeviceText::ParseReal(Machine::DeviceText::Trim(value.GetText()));
     default:
         return std::nullopt;
     }
@@ -145,7 +145,7 @@ ItemReading FromText(std::string_view text, RscType type)
     {
         return ItemReading::Of(text == "true");
     }
-    const auto number = DeviceText::ParseReal(text);
+    const auto number = Machine::DeviceText::ParseReal(text);
     return number ? FromNumber(*number, type) : ItemReading::Missing(fmt::format("a text is no {}", type));
 }
 
@@ -157,7 +157,7 @@ ItemReading Convert(const ItemValue& value, RscType type)
     }
     if (value.GetType() == RscType::String)
     {
-        return FromText(DeviceText::Trim(value.GetText()), type);
+        return FromText(Machine::DeviceText::Trim(value.GetText()), type);
     }
     if (value.GetType() == RscType::Bool && type == RscType::String)
     {

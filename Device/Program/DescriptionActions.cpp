@@ -1,12 +1,12 @@
 #include "Device/Program/DescriptionActions.hpp"
 
-#include "Device/BootIdentity.hpp"
 #include "Device/Description/DescribedMachine.hpp"
 #include "Device/Description/DescriptionWriter.hpp"
 #include "Device/Description/DeviceDescription.hpp"
-#include "Device/IdentityItems.hpp"
+#include "Device/Identity/BootIdentity.hpp"
+#include "Device/Identity/IdentityItems.hpp"
 #include "Device/Items/ItemText.hpp"
-#include "Device/MachineRoot.hpp"
+#include "Device/Machine/MachineRoot.hpp"
 #include "Device/Program/DeviceServerConfiguration.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 
@@ -14,14 +14,14 @@
 #include <cstdlib>
 #include <memory>
 
-namespace Oxa::Device::Program
+namespace Oxa::Device::Linux::Program
 {
 
 namespace
 {
 
-using Linux::MachineRoot;
 using Linux::Description::DeviceDescription;
+using Linux::Machine::MachineRoot;
 
 MachineRoot GetRoot(const DeviceCommandLine& commandLine)
 {
@@ -81,8 +81,9 @@ int ReadItems(const DeviceCommandLine& commandLine, std::ostream& output)
     const MachineRoot root = GetRoot(commandLine);
     Linux::Description::DescribedMachine machine(root);
     const auto items = description.MakeItems(machine);
-    const auto bootIdentity = std::make_shared<Linux::BootIdentity>(root.Resolve("/proc/sys/kernel/random/boot_id"));
-    Linux::AddIdentityItems(*items, bootIdentity, description.GetContent().files);
+    const auto bootIdentity =
+        std::make_shared<Linux::Identity::BootIdentity>(root.Resolve("/proc/sys/kernel/random/boot_id"));
+    Linux::Identity::AddIdentityItems(*items, bootIdentity, description.GetContent().files);
     bool hasAll = true;
     for (const BasicString& key : commandLine.keys)
     {
@@ -99,4 +100,4 @@ int ReadItems(const DeviceCommandLine& commandLine, std::ostream& output)
     return hasAll ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
-} // namespace Oxa::Device::Program
+} // namespace Oxa::Device::Linux::Program

@@ -4,7 +4,7 @@
 
 #include <ostream>
 
-namespace Oxa::Device::Program
+namespace Oxa::Device::Linux::Program
 {
 
 /// Writes every mistake of the description on a line of its own; "… is in order" when there is none. The exit status: 0
@@ -20,4 +20,4 @@ void DescribeMachine(const DeviceCommandLine& commandLine, std::ostream& output)
 /// description or configuration cannot be used. Requires: the process's application domain has its variables.
 [[nodiscard]] int ReadItems(const DeviceCommandLine& commandLine, std::ostream& output);
 
-} // namespace Oxa::Device::Program
+} // namespace Oxa::Device::Linux::Program

@@ -6,7 +6,7 @@
 
 #include <cstdlib>
 
-namespace Oxa::Device::Program
+namespace Oxa::Device::Linux::Program
 {
 
 namespace
@@ -84,4 +84,4 @@ std::optional<DeviceCommandLine> ParseDeviceCommandLine(int argc, const char* co
     }
 }
 
-} // namespace Oxa::Device::Program
+} // namespace Oxa::Device::Linux::Program

@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-namespace Oxa::Device::Program
+namespace Oxa::Device::Linux::Program
 {
 
 /// What `oxa-device` is asked to do.
@@ -34,4 +34,4 @@ struct DeviceCommandLine
 [[nodiscard]] std::optional<DeviceCommandLine> ParseDeviceCommandLine(int argc, const char* const* argv,
                                                                       int& exitStatus);
 
-} // namespace Oxa::Device::Program
+} // namespace Oxa::Device::Linux::Program

@@ -13,7 +13,7 @@
 #include <csignal>
 #include <iostream>
 
-namespace Oxa::Device::Program
+namespace Oxa::Device::Linux::Program
 {
 
 using System::Acf::ComponentManager;
@@ -88,4 +88,4 @@ void ServeDevice(System::Commons::AppDomain& appDomain, const DeviceServerConfig
     components.StopAll();
 }
 
-} // namespace Oxa::Device::Program
+} // namespace Oxa::Device::Linux::Program

@@ -7,7 +7,7 @@ namespace Oxa::System::Commons
 class AppDomain;
 }
 
-namespace Oxa::Device::Program
+namespace Oxa::Device::Linux::Program
 {
 
 /// A listening socket that systemd handed to the process; -1: none. Throws InvalidOperationException when what it
@@ -19,4 +19,4 @@ namespace Oxa::Device::Program
 /// Threads: the main thread only.
 void ServeDevice(System::Commons::AppDomain& appDomain, const DeviceServerConfiguration& configuration);
 
-} // namespace Oxa::Device::Program
+} // namespace Oxa::Device::Linux::Program

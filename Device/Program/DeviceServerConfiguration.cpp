@@ -7,7 +7,7 @@
 #include "Oxa/System/Commons/Xml/XmlConfigDocument.hpp"
 #include "Oxa/System/Commons/Xml/XmlElementRules.hpp"
 
-namespace Oxa::Device::Program
+namespace Oxa::Device::Linux::Program
 {
 
 using System::Commons::NotSupportedException;
@@ -79,4 +79,4 @@ DeviceServerConfiguration LoadDeviceServerConfiguration(const BasicString& path)
     return configuration;
 }
 
-} // namespace Oxa::Device::Program
+} // namespace Oxa::Device::Linux::Program

@@ -7,7 +7,7 @@
 
 #include <vector>
 
-namespace Oxa::Device::Program
+namespace Oxa::Device::Linux::Program
 {
 
 /// Everything that `oxa-device` is told by its configuration file. A value type.
@@ -22,4 +22,4 @@ struct DeviceServerConfiguration
 /// Placeholders resolve from the process's application domain and the environment.
 [[nodiscard]] DeviceServerConfiguration LoadDeviceServerConfiguration(const BasicString& path);
 
-} // namespace Oxa::Device::Program
+} // namespace Oxa::Device::Linux::Program

@@ -1,13 +1,13 @@
-#include "Device/BootIdentity.hpp"
 #include "Device/Commands/DeviceCommands.hpp"
-#include "Device/CpuSampler.hpp"
 #include "Device/Description/DeviceDescription.hpp"
 #include "Device/FakeMachine.hpp"
 #include "Device/FakeTime.hpp"
+#include "Device/Identity/BootIdentity.hpp"
 #include "Device/ItemValueText.hpp"
 #include "Device/MultiReadClient.hpp"
 #include "Device/Services/DeviceServices.hpp"
 #include "Device/Services/ItemService.hpp"
+#include "Device/Sources/CpuSampler.hpp"
 #include "Support/LogRecorder.hpp"
 
 #include <gtest/gtest.h>
@@ -60,7 +60,7 @@ TEST(ReadingFromManyThreads, GivesEveryOneTheSameValues)
     machine.BecomePc();
     Description::DescribedMachine described(machine.GetRoot());
     const auto loads = described.GetCpuLoads();
-    const auto identity = std::make_shared<BootIdentity>(machine.GetPath("/proc/sys/kernel/random/boot_id"));
+    const auto identity = std::make_shared<Identity::BootIdentity>(machine.GetPath("/proc/sys/kernel/random/boot_id"));
     const std::shared_ptr<const Items::ItemTable> items =
         Description::DeviceDescription::Load(OXA_DESCRIPTIONS "/pc.xml").MakeItems(described);
     Services::DeviceStatusService service(items);

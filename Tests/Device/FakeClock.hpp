@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Device/Items/SteadyClock.hpp"
+#include "Device/Machine/SteadyClock.hpp"
 
 #include <chrono>
 
@@ -11,7 +11,7 @@ namespace Oxa::Tests::Device
 class FakeClock final
 {
 public:
-    [[nodiscard]] Oxa::Device::Linux::Items::SteadyClock Get() const
+    [[nodiscard]] Oxa::Device::Linux::Machine::SteadyClock Get() const
     {
         return [this]
         {
@@ -25,7 +25,7 @@ public:
     }
 
 private:
-    Oxa::Device::Linux::Items::SteadyTime now = {};
+    Oxa::Device::Linux::Machine::SteadyTime now = {};
 };
 
 } // namespace Oxa::Tests::Device

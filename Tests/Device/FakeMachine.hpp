@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Device/MachineRoot.hpp"
+#include "Device/Machine/MachineRoot.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <cstdlib>
@@ -92,9 +92,9 @@ public:
         return folder + BasicString(path);
     }
 
-    [[nodiscard]] Oxa::Device::Linux::MachineRoot GetRoot() const
+    [[nodiscard]] Oxa::Device::Linux::Machine::MachineRoot GetRoot() const
     {
-        return Oxa::Device::Linux::MachineRoot(folder);
+        return Oxa::Device::Linux::Machine::MachineRoot(folder);
     }
 
 private:

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Device/IWaiter.hpp"
+#include "Device/Machine/IWaiter.hpp"
 
 #include <chrono>
 #include <condition_variable>
@@ -14,7 +14,7 @@ namespace Oxa::Tests::Device
 class FakeTime final
 {
 public:
-    [[nodiscard]] std::unique_ptr<Oxa::Device::Linux::IWaiter> MakeWaiter()
+    [[nodiscard]] std::unique_ptr<Oxa::Device::Linux::Machine::IWaiter> MakeWaiter()
     {
         return std::make_unique<Waiter>(*this);
     }
@@ -43,7 +43,7 @@ public:
     }
 
 private:
-    class Waiter final : public Oxa::Device::Linux::IWaiter
+    class Waiter final : public Oxa::Device::Linux::Machine::IWaiter
     {
     public:
         explicit Waiter(FakeTime& time) : time(time) {}

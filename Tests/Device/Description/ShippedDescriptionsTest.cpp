@@ -1,7 +1,7 @@
-#include "Device/BootIdentity.hpp"
 #include "Device/Description/DescriptionWriter.hpp"
 #include "Device/Description/DeviceDescription.hpp"
 #include "Device/FakeMachine.hpp"
+#include "Device/Identity/BootIdentity.hpp"
 #include "Device/ItemValueText.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
 
@@ -19,7 +19,7 @@ namespace
 
 using Values = std::map<BasicString, BasicString>;
 
-std::unique_ptr<Items::ItemTable> MakeItems(const BasicString& fileName, const MachineRoot& root)
+std::unique_ptr<Items::ItemTable> MakeItems(const BasicString& fileName, const Machine::MachineRoot& root)
 {
     Description::DescribedMachine machine(root);
     return Description::DeviceDescription::Load(BasicString(OXA_DESCRIPTIONS) + "/" + fileName).MakeItems(machine);
@@ -110,7 +110,7 @@ TEST(ReadingAMachine, NeverMakesUpATemperatureForASensorThatFailsLater)
 
 TEST(ReadingAMachine, IsASingleBoardComputerWithItsDeviceTree)
 {
-    const auto items = MakeItems("sbc.xml", MachineRoot(OXA_MACHINES "/sbc"));
+    const auto items = MakeItems("sbc.xml", Machine::MachineRoot(OXA_MACHINES "/sbc"));
     ExpectValues(*items, {
                              {"General.ArticleName", "String Single Board Computer 5 Rev 1.1"},
                              {"General.ArticleNumber", "String example,sbc5"},
@@ -148,7 +148,8 @@ TEST(DescribingAMachine, WritesWhatGivesAValueForEveryKey)
     FakeMachine pc;
     pc.BecomePc();
     const FakeMachine empty;
-    for (const MachineRoot& root : {pc.GetRoot(), MachineRoot(OXA_MACHINES "/sbc"), MachineRoot("/"), empty.GetRoot()})
+    for (const Machine::MachineRoot& root :
+         {pc.GetRoot(), Machine::MachineRoot(OXA_MACHINES "/sbc"), Machine::MachineRoot("/"), empty.GetRoot()})
     {
         const auto description = Description::DeviceDescription::Parse(Description::WriteDescription(root), "written");
         Description::DescribedMachine machine(root);
@@ -160,7 +161,7 @@ TEST(DescribingAMachine, WritesWhatGivesAValueForEveryKey)
                 << item->GetKey() << " of " << root.Resolve("");
         }
     }
-    const BasicString text = Description::WriteDescription(MachineRoot(OXA_MACHINES "/sbc"));
+    const BasicString text = Description::WriteDescription(Machine::MachineRoot(OXA_MACHINES "/sbc"));
     EXPECT_NE(text.find(R"(<hwmon chip="cpu_thermal" input="temp1_input"/>)"), BasicString::npos) << text;
 }
 
@@ -185,7 +186,7 @@ TEST(ReadingAMachine, TakesNoBootIdThatIsNone)
          {"", "0f6ffb1c", "0f6ffb1c-9a1e-4b9c-8d55-2c8a1f0d7e2\"", "0f6ffb1cx9a1e-4b9c-8d55-2c8a1f0d7e21"})
     {
         machine.Write("/boot_id", text);
-        BootIdentity identity(machine.GetPath("/boot_id"));
+        Identity::BootIdentity identity(machine.GetPath("/boot_id"));
         const BasicString first = identity.Get();
         EXPECT_EQ(first.size(), 36U) << "text: '" << text << "'";
         EXPECT_NE(first, text);
@@ -198,11 +199,11 @@ TEST(ChoosingTheRoot, RefusesWhatIsNoFolder)
 {
     const FakeMachine machine;
     machine.Write("/file", "");
-    EXPECT_THROW(MachineRoot(machine.GetPath("/file")), Oxa::System::Commons::ArgumentException);
-    EXPECT_THROW(MachineRoot(machine.GetPath("/missing")), Oxa::System::Commons::ArgumentException);
-    EXPECT_THROW(MachineRoot(""), Oxa::System::Commons::ArgumentException);
-    EXPECT_EQ(MachineRoot("/").Resolve("/proc/stat"), "/proc/stat");
-    EXPECT_EQ(MachineRoot("/tmp//").Resolve("/proc/stat"), "/tmp/proc/stat");
+    EXPECT_THROW(Machine::MachineRoot(machine.GetPath("/file")), Oxa::System::Commons::ArgumentException);
+    EXPECT_THROW(Machine::MachineRoot(machine.GetPath("/missing")), Oxa::System::Commons::ArgumentException);
+    EXPECT_THROW(Machine::MachineRoot(""), Oxa::System::Commons::ArgumentException);
+    EXPECT_EQ(Machine::MachineRoot("/").Resolve("/proc/stat"), "/proc/stat");
+    EXPECT_EQ(Machine::MachineRoot("/tmp//").Resolve("/proc/stat"), "/tmp/proc/stat");
 }
 
 } // namespace Oxa::Tests::Device

@@ -1,9 +1,9 @@
 #include "Device/Items/ItemConversion.hpp"
 
 #include "Device/ItemValueText.hpp"
-#include "Device/Items/ConstantSource.hpp"
 #include "Device/Items/ItemTable.hpp"
 #include "Device/Items/ItemText.hpp"
+#include "Device/Sources/ConstantSource.hpp"
 #include "Support/LogRecorder.hpp"
 
 #include <gtest/gtest.h>

@@ -3,7 +3,7 @@
 #include "Device/FakeClock.hpp"
 #include "Device/FakeMachine.hpp"
 #include "Device/ItemValueText.hpp"
-#include "Device/Items/FileSource.hpp"
+#include "Device/Sources/FileSource.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Support/LogRecorder.hpp"
 
@@ -15,6 +15,8 @@ namespace Oxa::Tests::Device
 {
 
 using namespace Oxa::Device::Linux::Items;
+using namespace Oxa::Device::Linux::Machine;
+using namespace Oxa::Device::Linux::Sources;
 
 namespace
 {

@@ -1,9 +1,9 @@
 #include "Device/Services/ItemService.hpp"
 
 #include "Device/ItemValueText.hpp"
-#include "Device/Items/SimulatedSource.hpp"
 #include "Device/MultiReadClient.hpp"
 #include "Device/Services/MultiItemRead.hpp"
+#include "Device/Sources/SimulatedSource.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
 
 #include <gtest/gtest.h>
@@ -20,8 +20,8 @@ namespace
 std::shared_ptr<const Items::ItemTable> MakeItems()
 {
     auto items = std::make_shared<Items::ItemTable>();
-    items->Add("A", std::make_unique<Items::SimulatedSource>(Items::ItemValue("a"), "a"));
-    items->Add("B", std::make_unique<Items::SimulatedSource>(Items::ItemValue(uint8(7)), "7"));
+    items->Add("A", std::make_unique<Sources::SimulatedSource>(Items::ItemValue("a"), "a"));
+    items->Add("B", std::make_unique<Sources::SimulatedSource>(Items::ItemValue(uint8(7)), "7"));
     return items;
 }
 

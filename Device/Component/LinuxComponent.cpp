@@ -1,0 +1,139 @@
+#include "Device/Component/LinuxComponent.hpp"
+
+#include "Device/Description/DeviceDescription.hpp"
+#include "Device/Identity/IdentityItems.hpp"
+#include "Device/Machine/MachineRoot.hpp"
+#include "Oxa/System/Acf/ComponentInfo.hpp"
+#include "Oxa/System/Commons/AppDomain.hpp"
+#include "Oxa/System/Commons/XmlException.hpp"
+
+#include <exception>
+#include <utility>
+
+namespace Oxa::Device::Linux::Component
+{
+
+using Commands::CommandSettings;
+using Description::DeviceDescription;
+using System::Commons::XmlException;
+using System::Commons::Diagnostics::Logging::LogLevel;
+
+namespace
+{
+
+/// Each with a comma in front.
+BasicString NameSimulatedCommands(const CommandSettings& settings)
+{
+    BasicString names;
+    if (settings.restart == CommandSettings::RestartAction::Simulate)
+    {
+        names += ", restart";
+    }
+    if (settings.factoryReset == CommandSettings::FactoryResetAction::Simulate)
+    {
+        names += ", factory reset";
+    }
+    return names;
+}
+
+} // namespace
+
+LinuxComponent::LinuxComponent(System::Commons::AppDomain& appDomain, std::unique_ptr<Machine::IWaiter> samplingWaiter,
+                               std::unique_ptr<Machine::IWaiter> commandWaiter)
+    : appDomain(appDomain), samplingWaiter(std::move(samplingWaiter)), commandWaiter(std::move(commandWaiter))
+{
+}
+
+LinuxComponent::~LinuxComponent()
+{
+    Stop();
+}
+
+void LinuxComponent::Setup(const System::Acf::ComponentInfo& componentInfo)
+{
+    if (componentInfo.GetSettingsPath().empty())
+    {
+        throw XmlException::Create(
+            "The component '{0}' has no settings: they have to name a device description, a file "
+            "or a folder of files",
+            componentInfo.GetComponentName());
+    }
+    const auto description = DeviceDescription::Load(componentInfo.GetSettingsPath());
+    const Machine::MachineRoot root(appDomain.TryGetVariable("OXA_DEVICE_ROOT").value_or("/"));
+    machine = std::make_unique<Description::DescribedMachine>(root);
+    bootIdentity = std::make_shared<Identity::BootIdentity>(root.Resolve("/proc/sys/kernel/random/boot_id"));
+    auto table = description.MakeItems(*machine);
+    Identity::AddIdentityItems(*table, bootIdentity, description.GetContent().files);
+    items = std::move(table);
+    commandSettings = description.GetContent().commands;
+}
+
+void LinuxComponent::Start()
+{
+    LogSources();
+    if (const auto& loads = machine->TryGetCpuLoads())
+    {
+        sampler = std::make_unique<Sources::CpuSampler>(loads, std::move(samplingWaiter));
+    }
+    commands = MakeCommands();
+    services = std::make_unique<Services::DeviceServices>(items, commands);
+    services->Offer();
+}
+
+void LinuxComponent::Stop() noexcept
+{
+    try
+    {
+        // First of all, lest the end of an outage offers again what is withdrawn here.
+        if (commands)
+        {
+            commands->Stop();
+        }
+        if (machine)
+        {
+            machine->GetDelayWaiter()->Cancel();
+        }
+        services.reset();
+        sampler.reset();
+    }
+    catch (const std::exception& exception)
+    {
+        Log(LogLevel::Error, "The device services could not be stopped: {0}", exception.what());
+    }
+}
+
+std::shared_ptr<Commands::DeviceCommands> LinuxComponent::MakeCommands()
+{
+    Commands::ServiceOutage::Actions outageActions = {[this] { services->Withdraw(); },
+                                                      [this]
+                                                      {
+                                                          ComeBack();
+                                                      }};
+    return std::make_shared<Commands::DeviceCommands>(commandSettings, std::move(outageActions),
+                                                      std::move(commandWaiter));
+}
+
+void LinuxComponent::ComeBack()
+{
+    bootIdentity->Renew();
+    services->Offer();
+}
+
+void LinuxComponent::LogSources() const
+{
+    BasicString simulated = NameSimulatedCommands(commandSettings);
+    for (const Items::DeviceItem* item : items->GetItems())
+    {
+        Log(LogLevel::Debug, "{0}: {1}", item->GetKey(), item->GetSource().Describe());
+        if (item->GetSource().IsSimulated())
+        {
+            simulated += ", " + item->GetKey();
+        }
+    }
+    if (!simulated.empty())
+    {
+        Log(LogLevel::Information, "Simulated on this machine: {0}", simulated.substr(2));
+    }
+}
+
+} // namespace Oxa::Device::Linux::Component

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Device/Items/IItemSource.hpp"
+#include "Device/Machine/KeptFile.hpp"
+#include "Device/Sources/LedStatus.hpp"
+
+#include <optional>
+#include <string_view>
+
+namespace Oxa::Device::Linux::Sources
+{
+
+/// The status word of a LED that the kernel drives. It blinks by its triggers "timer" (period below 500 ms: fast),
+/// "heartbeat" and "pattern" (slow); by any other, and without one, it is on when its brightness is above 0.
+/// Safe from any thread.
+class LedSource final : public Items::IItemSource
+{
+public:
+    /// `folder`: of the class device, for instance "/sys/class/leds/board:green:run". Without a colour, that of the
+    /// name.
+    explicit LedSource(const BasicString& folder, std::optional<LedColour> colour = std::nullopt);
+    ~LedSource() override;
+
+    /// The first of the name's parts, which ':' separates, that is a colour; amber and orange count as yellow.
+    [[nodiscard]] static LedColour GetColourOfName(std::string_view name) noexcept;
+
+    [[nodiscard]] Items::ItemReading Read(const Items::ReadPass& pass) override;
+    [[nodiscard]] BasicString Describe() const override;
+
+private:
+    [[nodiscard]] Items::ItemReading MakeReading(LedState state) const;
+    [[nodiscard]] Items::ItemReading ReadByTimer();
+    [[nodiscard]] Items::ItemReading ReadByBrightness();
+
+    const BasicString folder;
+    const LedColour colour;
+    Machine::KeptFile brightnessFile;
+    Machine::KeptFile triggerFile;
+    Machine::KeptFile delayOnFile;
+    Machine::KeptFile delayOffFile;
+};
+
+} // namespace Oxa::Device::Linux::Sources

@@ -1,0 +1,185 @@
+#include "Device/FakeMachine.hpp"
+#include "Device/ItemValueText.hpp"
+#include "Device/Sources/DeviceTreeSource.hpp"
+#include "Device/Sources/FileSource.hpp"
+#include "Device/Sources/MemorySource.hpp"
+#include "Device/Sources/OsReleaseSource.hpp"
+#include "Device/Sources/TemperatureSource.hpp"
+#include "Device/Sources/UptimeFileSource.hpp"
+
+#include <gtest/gtest.h>
+
+#include <utility>
+
+namespace Oxa::Tests::Device
+{
+
+using namespace Oxa::Device::Linux::Items;
+using namespace Oxa::Device::Linux::Machine;
+using namespace Oxa::Device::Linux::Sources;
+using namespace std::string_view_literals;
+
+namespace
+{
+
+using Cases = std::vector<std::pair<std::string_view, BasicString>>;
+
+/// Content of the source's file → typed value. `makeSource` gets the file's path.
+template <class MakeSource>
+void ExpectReadings(const Cases& cases, const MakeSource& makeSource)
+{
+    const FakeMachine machine;
+    auto source = makeSource(machine.GetPath("/file"));
+    for (const auto& [content, expected] : cases)
+    {
+        machine.Write("/file", content);
+        const ItemReading reading = source->Read(ReadPass::Begin());
+        EXPECT_EQ(ToTypedText(reading.value), expected) << "content: '" << content << "'";
+        EXPECT_EQ(reading.HasValue(), expected != "NotSet") << "content: '" << content << "'";
+    }
+}
+
+auto MakeFile(FileSource::Options options)
+{
+    return [options](const BasicString& path)
+    {
+        return std::make_unique<FileSource>(std::make_shared<KeptFile>(path), options);
+    };
+}
+
+} // namespace
+
+TEST(ReadingTemperatures, MakesDegreesOfThousandths)
+{
+    ExpectReadings({{"45000\n", "Real64 45"},
+                    {"0\n", "Real64 0"},
+                    {"-44500", "Real64 -44.5"},
+                    {"9223372036854775808", "NotSet"},
+                    {"", "NotSet"},
+                    {"45.5", "NotSet"},
+                    {"hot", "NotSet"}},
+                   [](const BasicString& path) { return std::make_unique<TemperatureSource>(path, "board"); });
+}
+
+TEST(ReadingMemory, IsTheShareThatIsNotAvailable)
+{
+    ExpectReadings({{"MemTotal: 1000 kB\nMemAvailable: 250 kB\n", "Uint8 75"},
+                    {"MemTotal: 1000 kB\nMemAvailable: 0 kB\n", "Uint8 100"},
+                    {"MemTotal: 1000 kB\nMemAvailable: 1000 kB\n", "Uint8 0"},
+                    {"MemTotal: 1000 kB\nMemAvailable: 2000 kB\n", "Uint8 0"},
+                    {"MemTotal: 18446744073709551615 kB\nMemAvailable: 1 kB\n", "Uint8 100"},
+                    {"MemTotal: 0 kB\nMemAvailable: 0 kB\n", "NotSet"},
+                    {"MemTotal: 1000 kB\nMemFree: 250 kB\n", "NotSet"},
+                    {"MemTotal: 1000\nMemAvailable: 250\n", "NotSet"},
+                    {"MemTotal: -5 kB\nMemAvailable: 1 kB\n", "NotSet"},
+                    {"", "NotSet"}},
+                   [](const BasicString& path) {
+                       return std::make_unique<MemorySource>(std::make_shared<MemoryProbe>(path),
+                                                             MemorySource::Figure::UsagePercent);
+                   });
+}
+
+TEST(ReadingUptime, CountsWholeSeconds)
+{
+    ExpectReadings({{"0.00 0.00\n", "Uint64 0"},
+                    {"59.99 1.0\n", "Uint64 59"},
+                    {"12", "Uint64 12"},
+                    {"-1.0 0", "NotSet"},
+                    {"1e9 0", "NotSet"},
+                    {"1.x 0", "NotSet"},
+                    {"", "NotSet"}},
+                   [](const BasicString& path) { return std::make_unique<UptimeFileSource>(path); });
+}
+
+TEST(ReadingOsRelease, UnderstandsShellQuotes)
+{
+    ExpectReadings({{"NAME=Plain\n", "String Plain"},
+                    {"A=1\nNAME=\"Two Words\"\n", "String Two Words"},
+                    {"NAME='it is'", "String it is"},
+                    {"NAME=\"a \\\"b\\\" \\$c\"", "String a \"b\" $c"},
+                    {"NAME=1\nNAME=2\n", "String 2"},
+                    {"NAME=\"open\n", "String \"open"},
+                    {"NAME=\"", "String \""},
+                    {"#NAME=x\nXNAME=y\n", "NotSet"},
+                    {"NAME=\n", "NotSet"},
+                    {"NAME=\"\"\n", "NotSet"},
+                    {"", "NotSet"}},
+                   [](const BasicString& path)
+                   {
+                       return std::make_unique<OsReleaseSource>(std::vector{std::make_shared<KeptFile>(path)},
+                                                                std::vector<BasicString>{"LONG", "NAME"});
+                   });
+}
+
+TEST(ReadingTextFiles, PassesAnyBytesOnButNoPlaceholders)
+{
+    const BasicString longText(600, 'a');
+    ExpectReadings({{"Compact PC\n", "String Compact PC"},
+                    {"model\0next\0"sv, "String model"},
+                    {"\xFF\xFE\"</script>", "String \xFF\xFE\"</script>"},
+                    {longText, "String " + longText.substr(0, 511)},
+                    {BasicString(510, 'a') + "\xC3\xA9", "String " + BasicString(510, 'a')},
+                    {"To Be Filled By O.E.M.\n", "NotSet"},
+                    {" Not Specified ", "NotSet"},
+                    {"\0\0\0"sv, "NotSet"},
+                    {"", "NotSet"}},
+                   MakeFile({.pattern = nullptr, .refusesPlaceholders = true}));
+}
+
+TEST(ReadingNumbersFromFiles, ScalesAndStaysInTheTypesRange)
+{
+    FileSource::Options options;
+    BasicString fault;
+    options.pattern = LinePattern::TryMake("^volt: (-?[0-9.]+)", fault);
+    ASSERT_NE(options.pattern, nullptr) << fault;
+    options.scale = 0.1;
+    options.offset = 5;
+    options.type = System::Rsc::RscType::Int8;
+    ExpectReadings({{"x\nvolt: 14\n", "Int8 6"},
+                    {"volt: -155", "Int8 -11"}, // -10.5
+                    {"volt: 1224", "Int8 127"},
+                    {"volt: 1225", "NotSet"},
+                    {"volt: 1.2.3", "NotSet"},
+                    {"avolt: 1", "NotSet"},
+                    {BasicString(4088, '\n') + "volt: 12", "NotSet"},
+                    {"volt: " + BasicString(121, '0') + "14", "NotSet"}},
+                   MakeFile(options));
+    options.pattern = nullptr;
+    options.scale = 1;
+    ExpectReadings({{BasicString(127, '0') + "9", "Int8 14"}, {BasicString(127, '0') + "91", "NotSet"}},
+                   MakeFile(options));
+}
+
+TEST(MatchingLines, RefusesExpressionsThatCouldTakeSeconds)
+{
+    for (const BasicString expression : {"((?:a{1,99}){1,9})x", "(a{48})", "^(a{256})", "^(a){99}{9}", "(?=.*x)(a)",
+                                         "(.*.*.*.*.*.*.*.*.*.*.*.*.*.*"
+                                         ".*.*.*.*.*.*.*.*.*.*.*)x"})
+    {
+        BasicString fault;
+        EXPECT_EQ(LinePattern::TryMake(expression, fault), nullptr) << expression;
+    }
+    for (const BasicString expression :
+         {"([0-9a-f]{2}(?::[0-9a-f]{2}){5})", "^([0-9a-f]{8}(?:-[0-9a-f]{4}){3})", R"((a\{99})b)"})
+    {
+        BasicString fault;
+        EXPECT_NE(LinePattern::TryMake(expression, fault), nullptr) << fault;
+    }
+}
+
+TEST(ReadingTheDeviceTree, TakesOneTextOrNumberOfSeveral)
+{
+    const auto make = [](DeviceTreeSource::Options options)
+    {
+        return [options](const BasicString& path)
+        {
+            return std::make_unique<DeviceTreeSource>(std::make_shared<KeptFile>(path), options);
+        };
+    };
+    ExpectReadings({{"a,b\0c\0"sv, "String c"}, {"a,b\0"sv, "NotSet"}}, make({.index = 1, .cells = 0}));
+    ExpectReadings({{"\0\0\1\2\377\0\0\3"sv, "Uint32 4278190083"}, {"\0\0\1\2\0\0\0"sv, "NotSet"}},
+                   make({.index = 1, .cells = 1}));
+    ExpectReadings({{"\0\0\0\1\0\0\0\2"sv, "Uint64 4294967298"}}, make({.index = 0, .cells = 2}));
+}
+
+} // namespace Oxa::Tests::Device

@@ -1,0 +1,31 @@
+#include "Device/Sources/GpioSource.hpp"
+
+#include "Device/FakeClock.hpp"
+
+#include <gtest/gtest.h>
+
+namespace Oxa::Tests::Device
+{
+
+using namespace Oxa::Device::Linux::Items;
+using namespace Oxa::Device::Linux::Machine;
+using namespace Oxa::Device::Linux::Sources;
+
+TEST(ReadingAGpioLine, SaysWhichChipAndLineAreMissing)
+{
+    const FakeClock clock;
+    const std::pair<BasicString, BasicString> cases[] = {
+        {"/dev/no-such-chip", "No such file or directory"},
+        {"no-such-label", "No such file or directory"},
+        {"/dev/null", "Inappropriate ioctl for device"},
+    };
+    for (const auto& [chip, error] : cases)
+    {
+        GpioSource source({.chip = chip, .line = "run-stop", .activeText = "Run", .inactiveText = "Stop"}, clock.Get());
+        const BasicString cause = "cannot open the chip (GPIO chip '" + chip + "', line 'run-stop'): " + error;
+        EXPECT_EQ(source.Read(ReadPass::Begin()).cause, cause);
+        EXPECT_EQ(source.Read(ReadPass::Begin()).cause, cause) << "between two attempts";
+    }
+}
+
+} // namespace Oxa::Tests::Device
