@@ -52,7 +52,7 @@ bool TryReachRemote(RscServiceSlot& slot, IRscServiceProxyFactory& factory)
     {
         return false;
     }
-    endpoint->NoteWanted(slot.GetInterfaceName());
+    endpoint->NoteRequired(slot.GetInterfaceName());
     slot.SetRemote(std::move(remote));
     return service->IsProvided();
 }

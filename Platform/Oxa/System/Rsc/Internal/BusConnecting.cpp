@@ -81,7 +81,7 @@ void RequireTime(CallDeadline deadline)
 {
     if (CallClock::now() >= deadline)
     {
-        throw RscServiceException(RscFault::TimedOut, "the connection was not made in time");
+        throw RscServiceException(RscFault::TimedOut, connectingTimedOutText);
     }
 }
 

@@ -11,6 +11,9 @@ namespace Oxa::System::Rsc::Internal
 using CallClock = std::chrono::steady_clock;
 using CallDeadline = CallClock::time_point;
 
+/// Of RscServiceException, TimedOut, when a connection is not made before the deadline.
+inline constexpr const char* connectingTimedOutText = "the connection was not made in time";
+
 /// So many milliseconds until the deadline, rounded up, at most `most`, for poll.
 [[nodiscard]] int GetPollTimeout(CallDeadline deadline, int most) noexcept;
 

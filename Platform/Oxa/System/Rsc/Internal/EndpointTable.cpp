@@ -80,7 +80,7 @@ ServiceListeners& EndpointTable::GetListeners() noexcept
     return listeners;
 }
 
-// Endpoints first: a watch that waits for an answer is through at once.
+// Endpoints are closed before the watch is destroyed, so that a watch thread that waits for an answer returns at once.
 void EndpointTable::Replace(Endpoints newEndpoints)
 {
     std::unique_ptr<EndpointWatch> oldWatch;

@@ -18,9 +18,9 @@ using System::Commons::Diagnostics::Logging::LogLevel;
 namespace
 {
 
-constexpr std::chrono::milliseconds lookPeriod{500};
+constexpr std::chrono::milliseconds probePeriod{500};
 /// A message bus goes on when the other process is gone.
-constexpr std::chrono::milliseconds busLookPeriod{1000};
+constexpr std::chrono::milliseconds ownerProbePeriod{1000};
 constexpr int hangUpPeriod = 10;
 constexpr int forever = -1;
 
@@ -32,7 +32,7 @@ EndpointWatch::EndpointWatch(std::vector<std::shared_ptr<Endpoint>> endpoints, S
     thread = std::thread([this] { Run(); });
     for (const auto& endpoint : this->endpoints)
     {
-        endpoint->SetWakeSignal(signal);
+        endpoint->GetSignal().Connect(signal);
     }
     // Something may have happened before an endpoint knew the signal.
     signal->Wake();
@@ -42,7 +42,7 @@ EndpointWatch::~EndpointWatch()
 {
     for (const auto& endpoint : endpoints)
     {
-        endpoint->ForgetWakeSignal(signal);
+        endpoint->GetSignal().Disconnect(signal);
     }
     isStopping = true;
     signal->Wake();
@@ -60,7 +60,7 @@ void EndpointWatch::Run() noexcept
         catch (const std::exception& exception)
         {
             Log(LogLevel::Error, "cannot watch the services of other processes: {0}", exception.what());
-            poll(nullptr, 0, static_cast<int>(lookPeriod.count()));
+            poll(nullptr, 0, static_cast<int>(probePeriod.count()));
         }
     }
 }
@@ -70,8 +70,8 @@ void EndpointWatch::RunOnce()
     CollectConnections();
     WaitForChange();
     NoteHangUps();
-    LookForAway();
-    LookAtBuses();
+    ProbeUnavailable();
+    ProbeOwners();
 }
 
 void EndpointWatch::CollectConnections()
@@ -115,62 +115,62 @@ void EndpointWatch::NoteHangUps()
     connections.clear();
 }
 
-void EndpointWatch::LookForAway()
+void EndpointWatch::ProbeUnavailable()
 {
-    if (Clock::now() < nextLook)
+    if (Clock::now() < nextProbe)
     {
         return;
     }
-    bool hasLooked = false;
+    bool hasProbed = false;
     for (const auto& endpoint : endpoints)
     {
-        if (isStopping || !endpoint->IsAway())
+        if (isStopping || !endpoint->IsUnavailable())
         {
             continue;
         }
-        hasLooked = true;
-        if (endpoint->TryFindAway())
+        hasProbed = true;
+        if (endpoint->TryRecover())
         {
             listeners.ReportAvailable(endpoint->GetProviderName());
         }
     }
-    if (hasLooked)
+    if (hasProbed)
     {
-        nextLook = Clock::now() + lookPeriod;
+        nextProbe = Clock::now() + probePeriod;
     }
 }
 
-void EndpointWatch::LookAtBuses()
+void EndpointWatch::ProbeOwners()
 {
-    if (Clock::now() < nextBusLook)
+    if (Clock::now() < nextOwnerProbe)
     {
         return;
     }
     for (const auto& endpoint : endpoints)
     {
-        if (!isStopping && endpoint->IsOnBus() && !endpoint->IsAway())
+        if (!isStopping && endpoint->IsOnBus() && !endpoint->IsUnavailable())
         {
-            endpoint->LookAtOwner();
+            endpoint->ProbeOwner();
         }
     }
-    nextBusLook = Clock::now() + busLookPeriod;
+    nextOwnerProbe = Clock::now() + ownerProbePeriod;
 }
 
 bool EndpointWatch::HasPresentBus() const
 {
     return std::any_of(endpoints.begin(), endpoints.end(),
-                       [](const auto& endpoint) { return endpoint->IsOnBus() && !endpoint->IsAway(); });
+                       [](const auto& endpoint) { return endpoint->IsOnBus() && !endpoint->IsUnavailable(); });
 }
 
 int EndpointWatch::GetTimeout() const
 {
-    const bool isAnyAway =
-        std::any_of(endpoints.begin(), endpoints.end(), [](const auto& endpoint) { return endpoint->IsAway(); });
-    if (isAnyAway)
+    const bool isAnyUnavailable =
+        std::any_of(endpoints.begin(), endpoints.end(), [](const auto& endpoint) { return endpoint->IsUnavailable(); });
+    if (isAnyUnavailable)
     {
-        return GetPollTimeout(nextLook, static_cast<int>(lookPeriod.count()));
+        return GetPollTimeout(nextProbe, static_cast<int>(probePeriod.count()));
     }
-    return HasPresentBus() ? GetPollTimeout(nextBusLook, static_cast<int>(busLookPeriod.count())) : forever;
+    return HasPresentBus() ? GetPollTimeout(nextOwnerProbe, static_cast<int>(ownerProbePeriod.count())) : forever;
 }
 
 } // namespace Oxa::System::Rsc::Internal

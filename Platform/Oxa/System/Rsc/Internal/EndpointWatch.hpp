@@ -20,7 +20,7 @@ class ServiceListeners;
 class WakeSignal;
 
 /// A thread that notices when other processes go, while nobody calls them, and when they come. Sleeps while all is
-/// well, but looks once a second whether services on a message bus are still there; looks for what is away twice a
+/// well, but asks once a second whether services on a message bus are still there; asks for what is unavailable twice a
 /// second. Owned by the endpoint table while somebody listens.
 class EndpointWatch final : private System::Commons::Diagnostics::Logging::Loggable<EndpointWatch>
 {
@@ -41,8 +41,8 @@ private:
     void CollectConnections();
     void WaitForChange();
     void NoteHangUps();
-    void LookForAway();
-    void LookAtBuses();
+    void ProbeUnavailable();
+    void ProbeOwners();
     [[nodiscard]] bool HasPresentBus() const;
     [[nodiscard]] int GetTimeout() const;
 
@@ -56,8 +56,8 @@ private:
     std::vector<pollfd> waiting;
     /// Calls that wait on a connection that hung up get what is still there before it is closed.
     bool isHangUpPending = false;
-    Clock::time_point nextLook;
-    Clock::time_point nextBusLook;
+    Clock::time_point nextProbe;
+    Clock::time_point nextOwnerProbe;
 
     std::thread thread;
 };
