@@ -43,7 +43,7 @@ Handling ApiRouter::Handle(const Exchange& exchange)
         return HandleRead(exchange,
                           [](const Exchange& each)
                           {
-                              each->Send({200, "application/json; charset=utf-8", {}}, R"({"status":"ok"})");
+                              each->Send({200, Http::jsonMediaType, {}}, R"({"status":"ok"})");
                               return Handling::Answered;
                           });
     }

@@ -7,6 +7,11 @@
 namespace Oxa::Host::Http
 {
 
+inline constexpr std::string_view jsonMediaType = "application/json; charset=utf-8";
+
+/// With a 503: what is not there now may be there in a second.
+inline constexpr std::string_view retryAfterField = "Retry-After: 1\r\n";
+
 /// The head of an answer; what every answer carries is added when it is written.
 struct HttpAnswer
 {

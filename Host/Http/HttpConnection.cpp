@@ -1,16 +1,14 @@
 #include "Host/Http/HttpConnection.hpp"
 
 #include "Host/Http/AnswerWriter.hpp"
+#include "Host/Http/FaultReport.hpp"
+#include "Host/Http/KeptStorage.hpp"
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/core/string.hpp>
-#include <boost/beast/http/error.hpp>
-#include <sodium.h>
 #include <sys/socket.h>
 
-#include <cstring>
-#include <exception>
 #include <limits>
 #include <utility>
 
@@ -18,9 +16,7 @@ namespace Oxa::Host::Http
 {
 
 namespace asio = boost::asio;
-namespace http = boost::beast::http;
 using boost::system::error_code;
-using System::Commons::Diagnostics::Logging::LogLevel;
 
 namespace
 {
@@ -28,16 +24,6 @@ namespace
 constexpr uint32 noDeadline = std::numeric_limits<uint32>::max();
 constexpr std::chrono::seconds lingerTimeout{2};
 constexpr std::size_t maximumLingeredBytes = std::size_t{1024} * 1024;
-// What one large body or answer needed is not kept for ever.
-constexpr std::size_t maximumKeptBytes = std::size_t{16} * 1024;
-
-void Shrink(BasicString& text)
-{
-    if (text.capacity() > maximumKeptBytes)
-    {
-        BasicString().swap(text);
-    }
-}
 
 } // namespace
 
@@ -48,14 +34,11 @@ HttpConnection::HttpConnection(HttpServer& server, HttpServer::Socket socket)
 
 HttpConnection::~HttpConnection()
 {
-    readBytes = 0;
-    WipeBody();
     Close();
 }
 
 void HttpConnection::Start()
 {
-    BeginRequest();
     SetDeadline(server.GetConfiguration().idleTimeout);
     Read();
 }
@@ -63,7 +46,8 @@ void HttpConnection::Start()
 void HttpConnection::Refuse()
 {
     const BasicString text = FormatProblem(Problems::tooManyConnections);
-    WriteAnswer(output, {503, problemMediaType, "Retry-After: 1\r\n"}, text, {false, false, false});
+    WriteAnswer(output, {.status = 503, .mediaType = problemMediaType, .fields = retryAfterField}, text,
+                {.keepsConnection = false});
     error_code ignored;
     socket.write_some(asio::buffer(output), ignored);
     socket.shutdown(HttpServer::Socket::shutdown_send, ignored);
@@ -93,35 +77,12 @@ void HttpConnection::End() noexcept
 
 const HttpRequest& HttpConnection::GetRequest() const noexcept
 {
-    return parser->GetRequest();
-}
-
-/// What was read beyond the last request is the beginning of the next one.
-void HttpConnection::BeginRequest()
-{
-    std::memmove(buffer.data(), buffer.data() + parsedBytes, readBytes - parsedBytes);
-    readBytes -= parsedBytes;
-    parsedBytes = 0;
-    bodyOffset = 0;
-    isHeaderStarted = false;
-    WipeBody();
-    Shrink(body);
-    parser.emplace(body);
-}
-
-/// A body may hold a password.
-void HttpConnection::WipeBody() noexcept
-{
-    if (!body.empty())
-    {
-        sodium_memzero(body.data(), body.size());
-        sodium_memzero(buffer.data() + readBytes, bufferBytes - readBytes);
-    }
+    return reader.GetParser().GetRequest();
 }
 
 void HttpConnection::Read()
 {
-    socket.async_read_some(asio::buffer(buffer.data() + readBytes, bufferBytes - readBytes),
+    socket.async_read_some(asio::buffer(reader.GetSpace(), reader.GetSpaceBytes()),
                            [self = shared_from_this()](const error_code& error, std::size_t count)
                            {
                                if (error)
@@ -129,131 +90,49 @@ void HttpConnection::Read()
                                    self->Close();
                                    return;
                                }
-                               self->OnRead(count);
+                               self->reader.Add(count);
+                               self->Process();
                            });
-}
-
-void HttpConnection::OnRead(std::size_t count)
-{
-    readBytes += count;
-    Process();
 }
 
 void HttpConnection::Process()
 {
     while (true)
     {
-        switch (Parse())
+        switch (reader.Parse())
         {
-        case ParseResult::NeedsMore:
+        case RequestReader::Progress::NeedsMore:
             Read();
             return;
-        case ParseResult::Complete:
-            if (HandleRequest() == Handling::Deferred)
+        case RequestReader::Progress::HeaderBegins:
+            isIdle.store(false, std::memory_order_relaxed);
+            SetDeadline(server.GetConfiguration().headerTimeout);
+            break;
+        case RequestReader::Progress::HeaderEnds:
+            if (!TryBeginBody())
             {
                 return;
             }
             break;
-        case ParseResult::Failed:
+        case RequestReader::Progress::RequestEnds:
+            if (HandleRequest() == Handling::Deferred || !Flush())
+            {
+                return;
+            }
             break;
-        }
-        if (!Flush())
-        {
+        case RequestReader::Progress::Failed:
+            Fail(reader.GetProblem());
             return;
         }
     }
 }
 
-HttpConnection::ParseResult HttpConnection::Parse()
+/// The time for the body begins, and a client that asks is told to go on.
+bool HttpConnection::TryBeginBody()
 {
-    if (!isHeaderStarted)
-    {
-        SkipEmptyLines();
-    }
-    if (parsedBytes < readBytes && !isHeaderStarted)
-    {
-        isHeaderStarted = true;
-        isIdle.store(false, std::memory_order_relaxed);
-        SetDeadline(server.GetConfiguration().headerTimeout);
-    }
-    while (parsedBytes < readBytes || parser->is_header_done())
-    {
-        const bool wasHeaderDone = parser->is_header_done();
-        error_code error;
-        parsedBytes += parser->put(asio::buffer(buffer.data() + parsedBytes, readBytes - parsedBytes), error);
-        if (error && error != http::error::need_more)
-        {
-            return OnParseError(error);
-        }
-        if (!wasHeaderDone && IsHeaderTooLarge())
-        {
-            return OnParseError(http::error::header_limit);
-        }
-        if (parser->is_done())
-        {
-            keepsConnection = parser->keep_alive() && !server.IsStopping();
-            return ParseResult::Complete;
-        }
-        if (!wasHeaderDone && parser->is_header_done() && !TryPrepareBody())
-        {
-            return ParseResult::Failed;
-        }
-        if (error == http::error::need_more || parsedBytes == readBytes)
-        {
-            break;
-        }
-    }
-    if (parser->is_header_done())
-    {
-        // Pieces of the body take turns in the room behind the header.
-        std::memmove(buffer.data() + bodyOffset, buffer.data() + parsedBytes, readBytes - parsedBytes);
-        readBytes -= parsedBytes - bodyOffset;
-        parsedBytes = bodyOffset;
-    }
-    return readBytes < bufferBytes ? ParseResult::NeedsMore : OnParseError(http::error::header_limit);
-}
-
-/// Some clients send one behind a body.
-void HttpConnection::SkipEmptyLines() noexcept
-{
-    while (parsedBytes < readBytes && (buffer[parsedBytes] == '\r' || buffer[parsedBytes] == '\n'))
-    {
-        ++parsedBytes;
-    }
-    if (parsedBytes == readBytes)
-    {
-        parsedBytes = 0;
-        readBytes = 0;
-    }
-}
-
-/// The parser's own limit depends on the pieces in which the header comes.
-bool HttpConnection::IsHeaderTooLarge() const noexcept
-{
-    return parser->is_header_done() ? parsedBytes > RequestParser::maximumHeaderBytes
-                                    : readBytes >= RequestParser::maximumHeaderBytes;
-}
-
-HttpConnection::ParseResult HttpConnection::OnParseError(const error_code& error)
-{
-    if (error == http::error::header_limit)
-    {
-        Fail(Problems::headerTooLarge);
-    }
-    else
-    {
-        Fail(error == http::error::body_limit ? Problems::bodyTooLarge : Problems::malformedRequest);
-    }
-    return ParseResult::Failed;
-}
-
-/// Between header and body: the time for the body begins, and a client that asks is told to go on.
-bool HttpConnection::TryPrepareBody()
-{
-    bodyOffset = parsedBytes;
     SetDeadline(server.GetConfiguration().bodyTimeout);
-    const std::string_view expectation = parser->GetExpectation();
-    if (expectation.empty() || parser->IsHttp10())
+    const std::string_view expectation = reader.GetParser().GetExpectation();
+    if (expectation.empty() || reader.GetParser().IsHttp10())
     {
         return true;
     }
@@ -262,7 +141,7 @@ bool HttpConnection::TryPrepareBody()
         Fail(Problems::unknownExpectation);
         return false;
     }
-    if (parsedBytes == readBytes)
+    if (!reader.HasMore())
     {
         constexpr std::string_view text = "HTTP/1.1 100 Continue\r\n\r\n";
         error_code ignored;
@@ -274,19 +153,14 @@ bool HttpConnection::TryPrepareBody()
 Handling HttpConnection::HandleRequest()
 {
     ClearDeadline();
+    keepsConnection = reader.GetParser().keep_alive() && !server.IsStopping();
     try
     {
         return server.GetHandler().Handle(shared_from_this());
     }
-    catch (const std::exception& exception)
-    {
-        const BasicString requestId = CreateRequestId();
-        Log(LogLevel::Error, "request {0}: {1}", requestId, exception.what());
-        SendProblem(*this, Problems::internalError, requestId);
-    }
     catch (...)
     {
-        SendProblem(*this, Problems::internalError);
+        FaultReport::Answer(*this, "a client");
     }
     return Handling::Answered;
 }
@@ -296,11 +170,12 @@ void HttpConnection::Fail(const Problem& problem)
 {
     keepsConnection = false;
     SendProblem(*this, problem);
+    (void)Flush();
 }
 
 void HttpConnection::Send(const HttpAnswer& answer, std::string_view answerBody)
 {
-    const AnswerForm form{GetRequest().method == HttpMethod::Head, parser->IsHttp10(), keepsConnection};
+    const AnswerForm form{GetRequest().method == HttpMethod::Head, reader.GetParser().IsHttp10(), keepsConnection};
     WriteAnswer(output, answer, answerBody, form);
 }
 
@@ -355,9 +230,10 @@ bool HttpConnection::OnWritten()
         return false;
     }
     Shrink(output);
-    BeginRequest();
+    reader.BeginRequest();
     SetDeadline(server.GetConfiguration().idleTimeout);
-    // In this order: a server that stops sets its flag first and looks at idle connections then.
+    // The order matters: `Stop` sets isStopping first and then looks for idle connections, so one of the two checks
+    // sees the other.
     isIdle = true;
     if (server.IsStopping())
     {
@@ -370,7 +246,7 @@ bool HttpConnection::OnWritten()
 void HttpConnection::EndAfterAnswer()
 {
     // A server that ends waits for nobody who has his answer and has sent nothing more.
-    if (server.IsStopping() && parsedBytes == readBytes)
+    if (server.IsStopping() && !reader.HasMore())
     {
         Close();
         return;
@@ -386,8 +262,9 @@ void HttpConnection::Linger()
     {
         socket.shutdown(HttpServer::Socket::shutdown_send, ignored);
         SetDeadline(lingerTimeout);
+        reader.DropAll();
     }
-    socket.async_read_some(asio::buffer(buffer),
+    socket.async_read_some(asio::buffer(reader.GetSpace(), reader.GetSpaceBytes()),
                            [self = shared_from_this()](const error_code& error, std::size_t count)
                            {
                                self->lingeredBytes += count;

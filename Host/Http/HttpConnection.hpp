@@ -4,15 +4,14 @@
 #include "Host/Http/IHttpExchange.hpp"
 #include "Host/Http/IHttpHandler.hpp"
 #include "Host/Http/Problem.hpp"
-#include "Host/Http/RequestParser.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Host/Http/RequestReader.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
-#include <array>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <memory>
-#include <optional>
+#include <string_view>
 
 namespace Oxa::Host::Http
 {
@@ -20,9 +19,7 @@ namespace Oxa::Host::Http
 /// One client's connection: reads a request, has it answered, writes the answer, and so on, in order. At any time there
 /// is either one operation of the socket or one request under way, so nothing of it is locked.
 /// Kept alive by that operation or request. Threads: as the server's handlers; `End…` from any.
-class HttpConnection final : public IHttpExchange,
-                             public std::enable_shared_from_this<HttpConnection>,
-                             private System::Commons::Diagnostics::Logging::Loggable<HttpConnection>
+class HttpConnection final : public IHttpExchange, public std::enable_shared_from_this<HttpConnection>
 {
 public:
     HttpConnection(HttpServer& server, HttpServer::Socket socket);
@@ -45,26 +42,9 @@ public:
     void Resume() override;
 
 private:
-    enum class ParseResult : uint8
-    {
-        NeedsMore,
-        Complete,
-        Failed
-    };
-
-    // Room for the largest header, and behind it for pieces of a body.
-    static constexpr std::size_t bufferBytes = 2 * RequestParser::maximumHeaderBytes;
-
-    void BeginRequest();
-    void WipeBody() noexcept;
     void Read();
-    void OnRead(std::size_t count);
     void Process();
-    [[nodiscard]] ParseResult Parse();
-    void SkipEmptyLines() noexcept;
-    [[nodiscard]] bool IsHeaderTooLarge() const noexcept;
-    [[nodiscard]] ParseResult OnParseError(const boost::system::error_code& error);
-    [[nodiscard]] bool TryPrepareBody();
+    [[nodiscard]] bool TryBeginBody();
     [[nodiscard]] Handling HandleRequest();
     void Fail(const Problem& problem);
     [[nodiscard]] bool Flush();
@@ -78,19 +58,12 @@ private:
 
     HttpServer& server;
     HttpServer::Socket socket;
-    std::optional<RequestParser> parser;
-    BasicString body;
+    RequestReader reader;
     BasicString output;
-    std::size_t parsedBytes = 0;
-    std::size_t readBytes = 0;
-    /// Where bytes behind the header go.
-    std::size_t bodyOffset = 0;
     std::size_t lingeredBytes = 0;
-    bool isHeaderStarted = false;
     bool keepsConnection = true;
     std::atomic<uint32> deadline;
     std::atomic<bool> isIdle = true;
-    std::array<char, bufferBytes> buffer;
 };
 
 } // namespace Oxa::Host::Http

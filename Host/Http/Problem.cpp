@@ -2,13 +2,15 @@
 
 #include "Host/Http/AnswerWriter.hpp"
 #include "Host/Http/IHttpExchange.hpp"
+#include "Host/Http/RequestParser.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
-#include <sodium.h>
-
 namespace Oxa::Host::Http
 {
+
+static_assert(RequestParser::maximumHeaderBytes == 8192, "the text of headerTooLarge names the limit");
+static_assert(RequestParser::maximumBodyBytes == 65536, "the text of bodyTooLarge names the limit");
 
 void WriteProblemMembers(System::Commons::Json::JsonWriter& writer, const Problem& problem)
 {
@@ -37,7 +39,7 @@ void SendProblem(IHttpExchange& exchange, const Problem& problem, std::string_vi
     HttpAnswer answer{problem.status, problemMediaType, {}};
     if (problem.status == 503)
     {
-        answer.fields = "Retry-After: 1\r\n";
+        answer.fields = retryAfterField;
     }
     else if (problem.status == 401)
     {
@@ -50,11 +52,6 @@ void SendMethodNotAllowed(IHttpExchange& exchange, std::string_view allowedMetho
 {
     const BasicString fields = System::Commons::Text::Format("Allow: {0}\r\n", allowedMethods);
     exchange.Send({405, problemMediaType, fields}, FormatProblem(Problems::methodNotAllowed));
-}
-
-BasicString CreateRequestId()
-{
-    return System::Commons::Text::Format("{0:08x}{1:08x}", randombytes_random(), randombytes_random());
 }
 
 } // namespace Oxa::Host::Http

@@ -82,7 +82,4 @@ void SendProblem(IHttpExchange& exchange, const Problem& problem, std::string_vi
 /// 405 with the header field Allow.
 void SendMethodNotAllowed(IHttpExchange& exchange, std::string_view allowedMethods);
 
-/// Not guessable, unique enough to find one line in a log.
-[[nodiscard]] BasicString CreateRequestId();
-
 } // namespace Oxa::Host::Http

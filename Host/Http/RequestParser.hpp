@@ -5,6 +5,8 @@
 #include <boost/beast/http/basic_parser.hpp>
 
 #include <cstddef>
+#include <cstdint>
+#include <string_view>
 
 namespace Oxa::Host::Http
 {

@@ -1,10 +1,9 @@
 #pragma once
 
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
-
-#include <exception>
 
 namespace Oxa::System::Nm
 {
@@ -33,7 +32,6 @@ public:
     [[nodiscard]] bool TryCall(const Configuration::ModuleConfiguration& configuration, const char* operation,
                                const Operation& call) const
     {
-        BasicString cause = "an exception of unknown type";
         try
         {
             call();
@@ -43,15 +41,10 @@ public:
         {
             throw;
         }
-        catch (const std::exception& exception)
-        {
-            cause = exception.what();
-        }
         catch (...)
         {
-            // There is nothing to tell about it.
+            Report(configuration, operation, System::Commons::DescribeCurrentException());
         }
-        Report(configuration, operation, cause);
         return false;
     }
 

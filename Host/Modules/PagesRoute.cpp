@@ -62,7 +62,7 @@ void PagesRoute::Answer(Http::IHttpExchange& exchange, System::Um::SecurityToken
     writer.TryWriteEndComplexArray();
     writer.WriteSimpleArray("languages", registry.GetSupportedLanguages());
     writer.WriteEndObject();
-    exchange.Send({200, "application/json; charset=utf-8", {}}, writer.GetText());
+    exchange.Send({200, Http::jsonMediaType, {}}, writer.GetText());
 }
 
 } // namespace Oxa::Host::Modules

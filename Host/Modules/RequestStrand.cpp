@@ -1,11 +1,11 @@
 #include "Host/Modules/RequestStrand.hpp"
 
+#include "Host/Http/FaultReport.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
 #include <boost/asio/post.hpp>
 
-#include <exception>
 #include <utility>
 
 namespace Oxa::Host::Modules
@@ -151,21 +151,10 @@ void RequestStrand::ExecuteOrAnswerFault(IHttpExchange& exchange, void (*invoke)
         Log(LogLevel::Warning, "{0}: {1}", name, exception.what());
         Http::SendProblem(exchange, GetProblem(exception.GetFault()));
     }
-    catch (const std::exception& exception)
-    {
-        AnswerFault(exchange, exception.what());
-    }
     catch (...)
     {
-        AnswerFault(exchange, "an exception of unknown type");
+        Http::FaultReport::Answer(exchange, name);
     }
-}
-
-void RequestStrand::AnswerFault(IHttpExchange& exchange, const char* cause)
-{
-    const BasicString requestId = Http::CreateRequestId();
-    Log(LogLevel::Error, "request {0} of {1} failed: {2}", requestId, name, cause);
-    Http::SendProblem(exchange, Http::Problems::internalError, requestId);
 }
 
 void RequestStrand::Close()

@@ -76,7 +76,6 @@ private:
     void Leave() noexcept;
     [[nodiscard]] std::optional<Waiting> TakeNext();
     void PostNext(Waiting next);
-    void AnswerFault(Http::IHttpExchange& exchange, const char* cause);
 
     template <class F>
     void Execute(Http::IHttpExchange& exchange, const F& task)

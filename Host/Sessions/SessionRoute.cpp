@@ -1,5 +1,6 @@
 #include "Host/Sessions/SessionRoute.hpp"
 
+#include "Host/Http/FaultReport.hpp"
 #include "Host/Http/IHttpExchange.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Host/Sessions/RequestOrigin.hpp"
@@ -14,7 +15,6 @@
 #include <sodium.h>
 
 #include <chrono>
-#include <exception>
 #include <locale>
 
 namespace Oxa::Host::Sessions
@@ -23,7 +23,6 @@ namespace Oxa::Host::Sessions
 using Http::Handling;
 using Http::HttpMethod;
 using Http::IHttpExchange;
-using System::Commons::Diagnostics::Logging::LogLevel;
 using System::Commons::Json::JsonReader;
 using System::Commons::Json::JsonTokenType;
 using System::Commons::Json::JsonWriter;
@@ -32,7 +31,6 @@ namespace
 {
 
 constexpr std::size_t maximumWaitingLogIns = 8;
-constexpr std::string_view jsonMediaType = "application/json; charset=utf-8";
 
 bool IsJson(std::string_view contentType)
 {
@@ -183,7 +181,6 @@ void SessionRoute::Finish(const std::shared_ptr<IHttpExchange>& exchange, const 
 
 void SessionRoute::Answer(IHttpExchange& exchange, const LogInRequest& request)
 {
-    BasicString cause = "an exception of an unknown type";
     try
     {
         const auto session = sessions.LogIn(request.userName, request.password);
@@ -195,19 +192,11 @@ void SessionRoute::Answer(IHttpExchange& exchange, const LogInRequest& request)
         {
             Http::SendProblem(exchange, Http::Problems::logInFailed);
         }
-        return;
-    }
-    catch (const std::exception& exception)
-    {
-        cause = exception.what();
     }
     catch (...)
     {
-        // The cause stays unknown.
+        Http::FaultReport::Answer(exchange, "the log-in");
     }
-    const BasicString requestId = Http::CreateRequestId();
-    Log(LogLevel::Error, "log-in {0} failed: {1}", requestId, cause);
-    Http::SendProblem(exchange, Http::Problems::internalError, requestId);
 }
 
 void SessionRoute::SendNewSession(IHttpExchange& exchange, const SessionManager::NewSession& session) const
@@ -220,7 +209,7 @@ void SessionRoute::SendNewSession(IHttpExchange& exchange, const SessionManager:
     writer.WriteEndObject();
     const BasicString cookie = System::Commons::Text::Format(
         "Set-Cookie: {0}={1}; Path=/; HttpOnly; SameSite=Strict\r\n", SessionManager::cookieName, session.key);
-    exchange.Send({200, jsonMediaType, cookie}, writer.GetText());
+    exchange.Send({200, Http::jsonMediaType, cookie}, writer.GetText());
 }
 
 void SessionRoute::Look(IHttpExchange& exchange)
@@ -236,7 +225,7 @@ void SessionRoute::Look(IHttpExchange& exchange)
     WriteSession(writer, caller->userName, sessions.GetRoleName(caller->securityToken),
                  sessions.GetConfiguration().idleTimeout, caller->remainingLifetime);
     writer.WriteEndObject();
-    exchange.Send({200, jsonMediaType, {}}, writer.GetText());
+    exchange.Send({200, Http::jsonMediaType, {}}, writer.GetText());
 }
 
 void SessionRoute::LogOut(IHttpExchange& exchange)

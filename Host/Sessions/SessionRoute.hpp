@@ -3,19 +3,19 @@
 #include "Host/Http/IHttpHandler.hpp"
 #include "Host/Sessions/SessionManager.hpp"
 #include "Host/Threads/TaskWorker.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <boost/asio/io_context.hpp>
 
 #include <memory>
+#include <string_view>
 
 namespace Oxa::Host::Sessions
 {
 
 /// POST logs in, GET looks, DELETE logs out. Passwords are compared by a worker, one at a time, since that takes long
 /// on purpose. Threads: the event loop's.
-class SessionRoute final : private System::Commons::Diagnostics::Logging::Loggable<SessionRoute>
+class SessionRoute final
 {
 public:
     /// Everything is borrowed.

@@ -22,7 +22,7 @@ void Answer(Http::IHttpExchange& exchange)
     writer.WriteStartObject();
     writer.WriteValue("bootId", bootId);
     writer.WriteEndObject();
-    exchange.Send({200, "application/json; charset=utf-8", {}}, writer.GetText());
+    exchange.Send({200, Http::jsonMediaType, {}}, writer.GetText());
 }
 
 } // namespace

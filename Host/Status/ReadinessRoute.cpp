@@ -32,7 +32,7 @@ void ReadinessRoute::Answer(Http::IHttpExchange& exchange) const
     const std::vector<BasicString> dataProviders = registry.FindUnavailableDataProviders();
     if (components.empty() && failedModules.empty() && dataProviders.empty())
     {
-        exchange.Send({200, "application/json; charset=utf-8", {}}, R"({"status":"ready"})");
+        exchange.Send({200, Http::jsonMediaType, {}}, R"({"status":"ready"})");
         return;
     }
     System::Commons::Json::JsonWriter writer;
@@ -42,7 +42,7 @@ void ReadinessRoute::Answer(Http::IHttpExchange& exchange) const
     writer.WriteSimpleArray("modules", failedModules);
     writer.WriteSimpleArray("dataProviders", dataProviders);
     writer.WriteEndObject();
-    exchange.Send({503, Http::problemMediaType, "Retry-After: 1\r\n"}, writer.GetText());
+    exchange.Send({503, Http::problemMediaType, Http::retryAfterField}, writer.GetText());
 }
 
 } // namespace Oxa::Host::Status

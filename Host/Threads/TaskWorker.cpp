@@ -1,6 +1,7 @@
 #include "Host/Threads/TaskWorker.hpp"
 
-#include <exception>
+#include "Oxa/System/Commons/Exception.hpp"
+
 #include <utility>
 
 namespace Oxa::Host::Threads
@@ -63,13 +64,9 @@ void TaskWorker::RunGuarded(const Task& task) const
     {
         task();
     }
-    catch (const std::exception& exception)
-    {
-        Log(LogLevel::Error, "a task failed: {0}", exception.what());
-    }
     catch (...)
     {
-        Log(LogLevel::Error, "a task failed with an exception of unknown type");
+        Log(LogLevel::Error, "a task failed: {0}", System::Commons::DescribeCurrentException());
     }
 }
 

@@ -49,4 +49,37 @@ BasicString Exception::GetStackTrace() const
     return boost::stacktrace::to_string(content->stackTrace);
 }
 
+namespace
+{
+
+BasicString RethrowAndDescribe()
+{
+    try
+    {
+        throw;
+    }
+    catch (const std::exception& exception)
+    {
+        return exception.what();
+    }
+    catch (...)
+    {
+        return "an exception of unknown type";
+    }
+}
+
+} // namespace
+
+BasicString DescribeCurrentException() noexcept
+{
+    try
+    {
+        return RethrowAndDescribe();
+    }
+    catch (...)
+    {
+        return {};
+    }
+}
+
 } // namespace Oxa::System::Commons

@@ -34,4 +34,8 @@ private:
     std::shared_ptr<const Content> content;
 };
 
+/// What there is to tell about the exception that is being handled: its text, or that its type is unknown. Empty
+/// when there is no memory even for that. Requires: called inside a catch block.
+[[nodiscard]] OXA_EXPORT BasicString DescribeCurrentException() noexcept;
+
 } // namespace Oxa::System::Commons
