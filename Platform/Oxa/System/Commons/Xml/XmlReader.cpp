@@ -2,124 +2,61 @@
 
 #include "Oxa/System/Commons/Xml/IXmlSerializable.hpp"
 #include "Oxa/System/Commons/Xml/Internal/LimitedFile.hpp"
-
-#include <libxml/xmlreader.h>
+#include "Oxa/System/Commons/Xml/Internal/XmlNodes.hpp"
 
 #include <algorithm>
-#include <cstddef>
 #include <utility>
 
 namespace Oxa::System::Commons::Xml
 {
 
+using Internal::XmlNode;
+
 IXmlSerializable::~IXmlSerializable() = default;
 
-namespace
-{
-
-struct FreeTextReader
-{
-    void operator()(xmlTextReader* reader) const noexcept
-    {
-        xmlFreeTextReader(reader);
-    }
-};
-
-struct FreeXmlText
-{
-    void operator()(xmlChar* text) const noexcept
-    {
-        xmlFree(text);
-    }
-};
-
-std::string_view ToView(const xmlChar* text) noexcept
-{
-    return text == nullptr ? std::string_view() : std::string_view(reinterpret_cast<const char*>(text));
-}
-
-} // namespace
-
+/// Stands on one node after the other; what the document holds before a place that is not well-formed can be read.
 struct XmlReader::Implementation
 {
-    Implementation(BasicString documentText, BasicString documentName)
-        : text(std::move(documentText)), fileName(std::move(documentName))
+    Implementation(std::string_view text, BasicString documentName)
+        : fileName(std::move(documentName)), document(Internal::ParseXml(text, fileName))
     {
-        reader.reset(
-            xmlReaderForMemory(text.data(), static_cast<int>(text.size()), fileName.c_str(), nullptr,
-                               XML_PARSE_NONET | XML_PARSE_NOBLANKS | XML_PARSE_NOCDATA | XML_PARSE_BIG_LINES));
-        if (!reader)
+        if (document.nodes.empty())
         {
-            throw std::bad_alloc();
+            throw XmlException(*document.fault);
         }
-        xmlTextReaderSetStructuredErrorHandler(reader.get(), &KeepFirstError, this);
     }
 
-    static void KeepFirstError(void* self, xmlErrorPtr error) noexcept
+    /// Null at the end of the document element.
+    const XmlNode* TryMoveOn()
     {
-        auto& implementation = *static_cast<Implementation*>(self);
-        if (implementation.errorLine != 0 || error->level < XML_ERR_ERROR)
+        if (position + 1 < document.nodes.size())
         {
-            return;
+            return &document.nodes[++position];
         }
-        implementation.errorLine = error->line > 0 ? error->line : 1;
-        implementation.errorText = error->message != nullptr ? error->message : "not well-formed";
-        BasicString& text = implementation.errorText;
-        text.erase(text.find_last_not_of('\n') + 1);
-        std::replace(text.begin(), text.end(), '\n', ' ');
-    }
-
-    /// False at the end of the document.
-    bool Read()
-    {
-        const int result = xmlTextReaderRead(reader.get());
-        if (result < 0 || errorLine != 0)
+        if (!IsDocumentElementClosed())
         {
-            throw XmlException::CreateAt(fileName, errorLine != 0 ? errorLine : 1,
-                                         errorLine != 0 ? errorText : "not well-formed XML");
+            throw XmlException(*document.fault);
         }
-        if (result == 1 && GetNodeType() == XML_READER_TYPE_DOCUMENT_TYPE)
-        {
-            throw XmlException::CreateAt(fileName, GetDocumentTypeLine(), "document type declarations are not allowed");
-        }
-        return result == 1;
+        return nullptr;
     }
 
-    /// The parser itself is behind the declaration already.
-    [[nodiscard]] int GetDocumentTypeLine() const
+    [[nodiscard]] bool IsDocumentElementClosed() const noexcept
     {
-        const auto start = text.begin() + static_cast<std::ptrdiff_t>(std::min(text.find("<!DOCTYPE"), text.size()));
-        return static_cast<int>(1 + std::count(text.begin(), start, '\n'));
+        return document.nodes.back().kind == XmlNode::Kind::EndTag && document.nodes.back().depth == 0;
     }
 
-    void ReadDocumentElement()
+    [[nodiscard]] const XmlNode& GetElement() const noexcept
     {
-        while (Read())
-        {
-            if (GetNodeType() == XML_READER_TYPE_ELEMENT)
-            {
-                return;
-            }
-        }
-        throw XmlException::CreateAt(fileName, 1, "the document has no element");
+        return document.nodes[element];
     }
 
-    [[nodiscard]] int GetNodeType() const
-    {
-        return xmlTextReaderNodeType(reader.get());
-    }
-
-    [[nodiscard]] int GetDepth() const
-    {
-        return xmlTextReaderDepth(reader.get());
-    }
-
-    // The reader borrows the text.
-    BasicString text;
     BasicString fileName;
-    std::unique_ptr<xmlTextReader, FreeTextReader> reader;
-    int errorLine = 0;
-    BasicString errorText;
+    Internal::XmlNodes document;
+    /// Indices of the present node and of the present element's start tag.
+    std::size_t position = 0;
+    std::size_t element = 0;
+    /// The first text that the last move passed over; null: none.
+    const XmlNode* skippedText = nullptr;
 };
 
 XmlReader::XmlReader(const BasicString& fileName)
@@ -127,90 +64,98 @@ XmlReader::XmlReader(const BasicString& fileName)
 {
 }
 
-XmlReader::XmlReader(BasicString text, BasicString fileName)
+XmlReader::XmlReader(const BasicString& text, BasicString fileName)
 {
     if (text.size() > maximumBytes)
     {
         throw XmlException::Create("cannot read '{0}': it has {1} bytes, {2} are allowed", fileName, text.size(),
                                    maximumBytes);
     }
-    implementation = std::make_unique<Implementation>(std::move(text), std::move(fileName));
-    implementation->ReadDocumentElement();
+    implementation = std::make_unique<Implementation>(text, std::move(fileName));
 }
 
 XmlReader::~XmlReader() = default;
 
 bool XmlReader::IsEmptyElement() const
 {
-    return xmlTextReaderIsEmptyElement(implementation->reader.get()) == 1;
+    return implementation->GetElement().isEmptyElement;
 }
 
 bool XmlReader::TryReadStartElement(std::string_view name)
 {
-    while (implementation->Read())
+    implementation->skippedText = nullptr;
+    while (const XmlNode* const node = implementation->TryMoveOn())
     {
-        if (implementation->GetDepth() == 0)
+        if (node->kind == XmlNode::Kind::Text && implementation->skippedText == nullptr)
         {
-            return false;
+            implementation->skippedText = node;
         }
-        if (implementation->GetNodeType() == XML_READER_TYPE_ELEMENT &&
-            (name.empty() || name == ToView(xmlTextReaderConstLocalName(implementation->reader.get()))))
+        if (node->kind == XmlNode::Kind::StartTag)
         {
-            return true;
+            implementation->element = implementation->position;
+            if (name.empty() || name == GetElementLocalName())
+            {
+                return true;
+            }
         }
     }
+    implementation->element = 0;
     return false;
 }
 
 void XmlReader::ReadEndElement()
 {
-    if (implementation->GetNodeType() != XML_READER_TYPE_ELEMENT || IsEmptyElement())
+    if (implementation->position != implementation->element)
     {
         return;
     }
-    const int depth = implementation->GetDepth();
-    while (implementation->Read())
+    const int depth = GetDepth();
+    while (const XmlNode* const node = implementation->TryMoveOn())
     {
-        if (implementation->GetDepth() == depth && implementation->GetNodeType() == XML_READER_TYPE_END_ELEMENT)
+        if (node->kind == XmlNode::Kind::EndTag && node->depth == depth)
         {
             return;
         }
     }
 }
 
+BasicString XmlReader::GetElementName() const
+{
+    return implementation->GetElement().text;
+}
+
 BasicString XmlReader::GetElementLocalName() const
 {
-    return BasicString(ToView(xmlTextReaderConstLocalName(implementation->reader.get())));
+    const BasicString& name = implementation->GetElement().text;
+    return name.substr(name.find(':') + 1);
 }
 
 int XmlReader::GetDepth() const
 {
-    return implementation->GetDepth();
+    return implementation->GetElement().depth;
 }
 
 bool XmlReader::TryGetAttributeText(std::string_view attributeName, BasicString& text) const
 {
-    const BasicString name(attributeName);
-    const std::unique_ptr<xmlChar, FreeXmlText> value(
-        xmlTextReaderGetAttribute(implementation->reader.get(), reinterpret_cast<const xmlChar*>(name.c_str())));
-    if (!value)
+    const auto& attributes = implementation->GetElement().attributes;
+    const auto found =
+        std::find_if(attributes.begin(), attributes.end(),
+                     [attributeName](const auto& attribute) { return attribute.first == attributeName; });
+    if (found == attributes.end())
     {
         return false;
     }
-    text = ToView(value.get());
+    text = found->second;
     return true;
 }
 
 std::vector<BasicString> XmlReader::GetAttributeNames() const
 {
     std::vector<BasicString> names;
-    xmlTextReader* const reader = implementation->reader.get();
-    for (int found = xmlTextReaderMoveToFirstAttribute(reader); found == 1;
-         found = xmlTextReaderMoveToNextAttribute(reader))
+    for (const auto& [name, value] : implementation->GetElement().attributes)
     {
-        names.emplace_back(ToView(xmlTextReaderConstLocalName(reader)));
+        names.push_back(name);
     }
-    xmlTextReaderMoveToElement(reader);
     return names;
 }
 
@@ -218,21 +163,32 @@ void XmlReader::ThrowBadAttribute(std::string_view attributeName, const BasicStr
                                   std::string_view expected) const
 {
     throw XmlException::Create(*this, "the attribute '{0}' of the element '{1}' is '{2}', expected {3}", attributeName,
-                               GetElementLocalName(), text, expected);
+                               GetElementName(), text, expected);
+}
+
+std::string_view XmlReader::GetSkippedText() const noexcept
+{
+    const XmlNode* const node = implementation->skippedText;
+    return node != nullptr ? std::string_view(node->text) : std::string_view();
+}
+
+int XmlReader::GetSkippedTextLine() const noexcept
+{
+    const XmlNode* const node = implementation->skippedText;
+    return node != nullptr ? node->line : 0;
 }
 
 void XmlReader::ReadToEnd()
 {
-    while (implementation->Read())
+    if (implementation->document.fault)
     {
+        throw XmlException(*implementation->document.fault);
     }
 }
 
 int XmlReader::GetLineNumber() const
 {
-    const xmlNode* const node = xmlTextReaderCurrentNode(implementation->reader.get());
-    const long line = node != nullptr ? xmlGetLineNo(node) : 0;
-    return line > 0 ? static_cast<int>(line) : xmlTextReaderGetParserLineNumber(implementation->reader.get());
+    return implementation->GetElement().line;
 }
 
 const BasicString& XmlReader::GetFileName() const noexcept

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <concepts>
 #include <cstddef>
+#include <limits>
 #include <memory>
 #include <string_view>
 #include <type_traits>
@@ -17,7 +18,8 @@ namespace Oxa::System::Commons::Xml
 
 /// Reads one XML document from front to back, forwards only. Document type declarations are refused, so there are no
 /// entities but the predefined ones, and nothing is ever fetched.
-/// Threads: one at a time. Throws XmlException, with file and line, when the text is not well-formed.
+/// Threads: one at a time. When the text is not well-formed, all that lies before that place can be read; the function
+/// that would have to go beyond it throws XmlException, with file and line.
 class OXA_EXPORT XmlReader final
 {
 public:
@@ -28,7 +30,7 @@ public:
     explicit XmlReader(const BasicString& fileName);
 
     /// The same for a text in memory; `fileName` is for messages only.
-    XmlReader(BasicString text, BasicString fileName);
+    XmlReader(const BasicString& text, BasicString fileName);
 
     XmlReader(const XmlReader&) = delete;
     XmlReader& operator=(const XmlReader&) = delete;
@@ -44,12 +46,17 @@ public:
     /// On an element: leaves it with all it holds.
     void ReadEndElement();
 
+    /// Without its prefix. At the end of the document element, what is said of the current element is said of that one.
     [[nodiscard]] BasicString GetElementLocalName() const;
+
+    /// As it is written, with its prefix.
+    [[nodiscard]] BasicString GetElementName() const;
 
     /// How many elements the current one lies in: 0 for the document element.
     [[nodiscard]] int GetDepth() const;
 
-    /// False, and `value` is unchanged, when the current element has no such attribute. `T`: BasicString, bool ("true"
+    /// `attributeName`: as it is written. False, and `value` is unchanged, when the current element has no such
+    /// attribute. `T`: BasicString, bool ("true"
     /// or "false") or an integer type, for which a text that does not fit throws XmlException.
     template <class T>
     bool TryGetAttributeValue(std::string_view attributeName, T& value) const
@@ -77,19 +84,27 @@ public:
             const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
             if (error != std::errc() || end != text.data() + text.size())
             {
-                ThrowBadAttribute(attributeName, text, "a whole number in range");
+                ThrowBadAttribute(attributeName, text,
+                                  Text::Format("a number from {0} to {1}", std::numeric_limits<T>::min(),
+                                               std::numeric_limits<T>::max()));
             }
         }
         return true;
     }
 
-    /// The local names of the current element's attributes, in the order in which they are written.
+    /// The names of the current element's attributes as they are written, with their prefixes: first the declarations
+    /// of namespaces, then all others, in the order in which they are written.
     [[nodiscard]] std::vector<BasicString> GetAttributeNames() const;
 
-    /// Reads to the end of the document, so that what follows the document element has been checked as well.
+    /// The beginning of the first text, blanks do not count, that the last call of `TryReadStartElement` has passed
+    /// over, and the line that it begins in; empty and 0 when there was none. Valid as long as the reader.
+    [[nodiscard]] std::string_view GetSkippedText() const noexcept;
+    [[nodiscard]] int GetSkippedTextLine() const noexcept;
+
+    /// Throws when anything in the document is not well-formed, what follows the document element included.
     void ReadToEnd();
 
-    /// First line 1.
+    /// Where the start tag of the current element begins. First line 1.
     [[nodiscard]] int GetLineNumber() const;
     [[nodiscard]] const BasicString& GetFileName() const noexcept;
 

@@ -104,17 +104,39 @@ TEST(ReadingXml, VisitsStartTagsAndLeavesElementsWithAllTheyHold)
     EXPECT_FALSE(reader.TryReadStartElement());
 }
 
+TEST(ReadingXml, ReadsAllThatLiesBeforeAPlaceThatIsNotWellFormed)
+{
+    XmlReader reader("<Root>\n<A\n  xml:x='&amp;lt;'\n  x='2'>\n\n text\n </A><B></Root>", "test.xml");
+    ASSERT_TRUE(reader.TryReadStartElement());
+    EXPECT_EQ(reader.GetLineNumber(), 2);
+    EXPECT_EQ(reader.GetAttributeNames(), (std::vector<BasicString>{"xml:x", "x"}));
+    BasicString value;
+    EXPECT_TRUE(reader.TryGetAttributeValue("xml:x", value));
+    EXPECT_EQ(value, "&lt;");
+    ASSERT_TRUE(reader.TryReadStartElement());
+    EXPECT_EQ(reader.GetElementLocalName(), "B");
+    EXPECT_EQ(reader.GetSkippedText(), "text");
+    EXPECT_EQ(reader.GetSkippedTextLine(), 6);
+    EXPECT_THROW(reader.TryReadStartElement(), XmlException);
+}
+
 TEST_F(LoadingDocuments, NamesFileLineAndCauseOfEveryFault)
 {
     const std::tuple<BasicString, BasicString, BasicString> cases[] = {
         {"other.xml", "\n<Other/>", ":2: the document element is 'Other', expected 'Root'"},
         {"open.xml", "<Root>\n<A>\n</Root>", ":3: Opening and ending tag mismatch"},
-        {"empty.xml", "", ":1: "},
+        {"empty.xml", "", ":1: the document is empty"},
+        {"nul.xml", BasicString(100, '\0'), ":1: the document is empty"},
+        {"blank.xml", "<?xml version='1.0'?>\n", ":2: the document is empty"},
+        {"cut.xml", "<Root>\n<A>\n", ":3: the document ends before its element is closed"},
+        {"tag.xml", "<Root>\n<A b='1", ":2: the document ends before its element is closed"},
+        {"tail.xml", "<Root>\n" + BasicString(100, '\0'), ":2: the document ends before its element is closed"},
         {"text.xml", "10 MB of nonsense", ":1: "},
-        {"after.xml", "<Root>\n</Root>\nrest", ":3: "},
+        {"after.xml", "<Root>\n</Root>\nrest", ":3: Extra content"},
         {"doctype.xml", "<!DOCTYPE Root [<!ENTITY e 'x'>]>\n<Root>&e;</Root>",
          ":1: document type declarations are not allowed"},
-        {"entity.xml", "<Root>\n&unknown;</Root>", ":2: "},
+        {"entity.xml", "<Root>\n&unknown;</Root>", ":2: Entity 'unknown' not defined"},
+        {"prefix.xml", "<Root>\n<a:A/></Root>", ":2: Namespace prefix a on A is not defined"},
     };
     for (const auto& [name, text, message] : cases)
     {
