@@ -14,6 +14,8 @@ struct CommandTimes
     std::chrono::milliseconds answer = std::chrono::seconds(8);
     /// The unit that resets the device.
     std::chrono::milliseconds unit = std::chrono::minutes(10);
+    /// Between two looks at a unit that was started and has not ended yet.
+    std::chrono::milliseconds unitPoll = std::chrono::milliseconds(200);
     /// From the answer to the reboot, so that the caller can pass the answer on.
     std::chrono::milliseconds beforeReboot = std::chrono::milliseconds(500);
     /// From the reboot until the machine must have ended this process; longer than units are given to stop.

@@ -20,6 +20,10 @@ namespace
 constexpr const char* service = "org.freedesktop.systemd1";
 constexpr const char* path = "/org/freedesktop/systemd1";
 constexpr const char* interface = "org.freedesktop.systemd1.Manager";
+constexpr const char* unitInterface = "org.freedesktop.systemd1.Unit";
+constexpr const char* serviceInterface = "org.freedesktop.systemd1.Service";
+
+using Clock = std::chrono::steady_clock;
 
 /// The unique name that the bus put there; empty when there is none.
 std::string_view GetSender(sd_bus_message* message) noexcept
@@ -39,7 +43,8 @@ UnitRun::~UnitRun() = default;
 
 CommandResult UnitRun::Carry()
 {
-    for (CommandResult (UnitRun::*const step)() : {&UnitRun::WatchJobs, &UnitRun::StartJob, &UnitRun::AwaitJob})
+    for (CommandResult (UnitRun::*const step)() : {&UnitRun::FindUnit, &UnitRun::RefuseWhenActive, &UnitRun::WatchJobs,
+                                                   &UnitRun::StartJob, &UnitRun::AwaitJob, &UnitRun::AwaitEnd})
     {
         CommandResult result = (this->*step)();
         if (!result.IsSuccess())
@@ -47,7 +52,40 @@ CommandResult UnitRun::Carry()
             return result;
         }
     }
-    return Judge();
+    Log(LogLevel::Notice, "The unit '{0}' has done its work", unit);
+    return {};
+}
+
+CommandResult UnitRun::FindUnit()
+{
+    const BusAnswer answer = bus.Call({service, path, interface, "LoadUnit"}, "s", unit.c_str());
+    if (!answer.result.IsSuccess())
+    {
+        return answer.result;
+    }
+    const char* found = nullptr;
+    if (sd_bus_message_read(answer.message.get(), "o", &found) <= 0)
+    {
+        return {AccessErrorCode::DeviceFault, "the answer of systemd is not understood"};
+    }
+    unitPath = found;
+    return {};
+}
+
+CommandResult UnitRun::RefuseWhenActive()
+{
+    UnitState state;
+    CommandResult result = ReadState(state);
+    if (!result.IsSuccess() || state.active == "inactive" || state.active == "failed")
+    {
+        return result;
+    }
+    // What is active is not started a second time: systemd would say "done" at once, and nothing would be reset.
+    return {
+        state.active == "active" ? AccessErrorCode::NotAvailable : AccessErrorCode::Busy,
+        Text::Format("the unit '{0}' is '{1}' ({2}) before it is started; it has to be a service that ends, without "
+                     "RemainAfterExit=",
+                     unit, state.active, state.sub)};
 }
 
 CommandResult UnitRun::WatchJobs()
@@ -108,23 +146,107 @@ CommandResult UnitRun::StartJob()
 
 CommandResult UnitRun::AwaitJob()
 {
-    CommandResult result = bus.ProcessUntil([this] { return !job.outcome.empty(); }, times.unit);
-    if (!result.IsSuccess())
+    deadline = Clock::now() + times.unit;
+    const CommandResult result = bus.ProcessUntil([this] { return !job.outcome.empty(); }, times.unit);
+    return result.IsSuccess() ? JudgeJob() : CommandResult{result.code, MakeUnknown(result.cause)};
+}
+
+CommandResult UnitRun::AwaitEnd()
+{
+    while (true)
     {
-        result.cause = Text::Format("how the unit '{0}' ends is not known: {1}", unit, result.cause);
+        UnitState state;
+        const CommandResult read = ReadState(state);
+        if (!read.IsSuccess())
+        {
+            return {read.code, MakeUnknown(read.cause)};
+        }
+        if (HasEnded(state))
+        {
+            return Judge(state);
+        }
+        if (Clock::now() >= deadline)
+        {
+            return {AccessErrorCode::TimedOut, Text::Format("the unit '{0}' is still '{1}' ({2}) after {3} ms", unit,
+                                                            state.active, state.sub, times.unit.count())};
+        }
+        const CommandResult paused = bus.ProcessUntil([] { return false; }, times.unitPoll);
+        // TimedOut says that the time until the next look is over.
+        if (paused.code != AccessErrorCode::TimedOut)
+        {
+            return {paused.code, MakeUnknown(paused.cause)};
+        }
+    }
+}
+
+bool UnitRun::IsTarget() const noexcept
+{
+    return unit.ends_with(".target");
+}
+
+bool UnitRun::HasEnded(const UnitState& state) const noexcept
+{
+    // "exited" is how RemainAfterExit=yes leaves a service whose processes have ended.
+    return state.active == "inactive" || state.active == "failed" ||
+           (state.active == "active" && (IsTarget() || state.sub == "exited"));
+}
+
+CommandResult UnitRun::ReadState(UnitState& state)
+{
+    CommandResult result = ReadProperty(unitInterface, "ActiveState", state.active);
+    if (result.IsSuccess())
+    {
+        result = ReadProperty(unitInterface, "SubState", state.sub);
+    }
+    if (result.IsSuccess() && !IsTarget())
+    {
+        result = ReadProperty(serviceInterface, "Result", state.result);
     }
     return result;
 }
 
-CommandResult UnitRun::Judge() const
+CommandResult UnitRun::ReadProperty(const char* propertyInterface, const char* property, BasicString& value)
+{
+    const BusAnswer answer = bus.Call({service, unitPath.c_str(), "org.freedesktop.DBus.Properties", "Get"}, "ss",
+                                      propertyInterface, property);
+    if (!answer.result.IsSuccess())
+    {
+        return answer.result;
+    }
+    const char* text = nullptr;
+    if (sd_bus_message_read(answer.message.get(), "v", "s", &text) <= 0)
+    {
+        return {AccessErrorCode::DeviceFault,
+                Text::Format("what systemd says of '{0}' of the unit '{1}' is not understood", property, unit)};
+    }
+    value = text;
+    return {};
+}
+
+CommandResult UnitRun::JudgeJob() const
 {
     if (job.outcome == "done")
     {
-        Log(LogLevel::Notice, "The unit '{0}' has done its work", unit);
         return {};
     }
     return {job.outcome == "timeout" ? AccessErrorCode::TimedOut : AccessErrorCode::DeviceFault,
             Text::Format("the unit '{0}' ended with '{1}'", unit, job.outcome)};
+}
+
+CommandResult UnitRun::Judge(const UnitState& state) const
+{
+    const bool isSuccess = state.active != "failed" && (IsTarget() || state.result == "success");
+    if (isSuccess)
+    {
+        return {};
+    }
+    return {state.result == "timeout" ? AccessErrorCode::TimedOut : AccessErrorCode::DeviceFault,
+            Text::Format("the unit '{0}' ended as '{1}' with the result '{2}'", unit, state.active, state.result)};
+}
+
+BasicString UnitRun::MakeUnknown(const BasicString& cause) const
+{
+    return Text::Format("how the unit '{0}' ends is not known: {1}", unit, cause);
 }
 
 } // namespace Oxa::Device::Linux::Commands

@@ -214,6 +214,58 @@ TEST(ResettingTheMachine, TellsTheCallerHowTheUnitEnded)
     EXPECT_THAT(system.GetCalls(), Not(HasSubstr("\nReboot")));
 }
 
+TEST(ResettingTheMachine, RefusesAUnitThatIsActiveBeforeItIsStarted)
+{
+    const std::pair<const char*, AccessErrorCode> cases[] = {{"active", AccessErrorCode::NotAvailable},
+                                                             {"activating", AccessErrorCode::Busy},
+                                                             {"deactivating", AccessErrorCode::Busy}};
+    FakeSystem system;
+    for (const auto& [active, expected] : cases)
+    {
+        system.SetUnit(active, "exited", "success");
+        Device device;
+        EXPECT_EQ(device.service.FactoryReset(1), expected) << active;
+    }
+    EXPECT_THAT(system.GetCalls(), Not(HasSubstr("StartUnit")));
+}
+
+TEST(ResettingTheMachine, WaitsForTheEndOfAUnitThatRunsOnAfterItsStart)
+{
+    const struct
+    {
+        std::chrono::milliseconds time;
+        const char* active;
+        const char* sub;
+        const char* result;
+        AccessErrorCode expected;
+    } ends[] = {
+        {2 * shortTime, "active", "running", "success", AccessErrorCode::TimedOut},
+        {longTime, "inactive", "dead", "success", AccessErrorCode::None},
+        {longTime, "active", "exited", "success", AccessErrorCode::None},
+        {longTime, "failed", "failed", "exit-code", AccessErrorCode::DeviceFault},
+        {longTime, "failed", "failed", "timeout", AccessErrorCode::TimedOut},
+        {longTime, "inactive", "dead", "exit-code", AccessErrorCode::DeviceFault},
+    };
+
+    const Support::LogRecorder log;
+    for (const auto& [time, active, sub, result, expected] : ends)
+    {
+        FakeSystem system;
+        // What has been forked is running when systemd says that the job is done.
+        system.LetStartUnit("import __main__\n__main__.set_unit('active', 'running', 'success')\n" +
+                            EndJobCode("done"));
+        CommandTimes times;
+        times.unit = time;
+        times.unitPoll = shortTime;
+        Device device(times);
+        auto code = std::async(std::launch::async, [&device] { return device.service.FactoryReset(1); });
+        static_cast<void>(system.GetServices().WaitForLine("StartUnit"));
+        system.SetUnit(active, sub, result);
+        EXPECT_EQ(code.get(), expected) << active << " " << sub << " " << result;
+    }
+    EXPECT_TRUE(HasEntry(log, "the unit 'reset.service' is still 'active' (running) after 100 ms"));
+}
+
 TEST(ResettingTheMachine, ResetsNothingThatCouldNotBeRestarted)
 {
     FakeSystem system;

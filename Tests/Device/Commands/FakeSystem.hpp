@@ -52,6 +52,12 @@ public:
         Tell("systemd1", "AddMethod", "sssss", "", "StartUnit", "ss", "o", (code + "\nret = '/job/7'").c_str());
     }
 
+    /// How the unit is from now on: `ActiveState`, `SubState` and `Result`.
+    void SetUnit(const char* active, const char* sub, const char* result)
+    {
+        Tell("systemd1", "SetUnit", "sss", active, sub, result);
+    }
+
     /// systemd says that the job has ended.
     void EndJob(const char* job, const char* result)
     {
@@ -87,7 +93,9 @@ private:
         const int called =
             opened < 0 ? opened
                        : sd_bus_call_method(connection, ("org.freedesktop." + service).c_str(),
-                                            ("/org/freedesktop/" + service).c_str(), "org.freedesktop.DBus.Mock",
+                                            ("/org/freedesktop/" + service).c_str(),
+                                            BasicString(method) == "SetUnit" ? "org.freedesktop.systemd1.Manager"
+                                                                             : "org.freedesktop.DBus.Mock",
                                             method, nullptr, nullptr, types, arguments...);
         sd_bus_flush_close_unref(connection);
         if (called < 0)

@@ -16,6 +16,7 @@ from gi.repository import GLib
 
 LOGIN = "org.freedesktop.login1"
 SYSTEMD = "org.freedesktop.systemd1"
+UNIT = "/unit"
 
 
 def claim_done():
@@ -43,6 +44,13 @@ def end_job(systemd, result):
     GLib.idle_add(tell)
 
 
+def set_unit(active, sub, result):
+    """How the unit is from now on."""
+    unit = dbusmock.mockobject.objects[UNIT]
+    unit.props[SYSTEMD + ".Unit"] = {"ActiveState": active, "SubState": sub}
+    unit.props[SYSTEMD + ".Service"] = {"Result": result}
+
+
 def main():
     dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
     dbusmock.mockobject.DBusMockObject.log = lambda _, message: print(message, flush=True)
@@ -54,7 +62,11 @@ def main():
         mocks[name] = dbusmock.mockobject.DBusMockObject(bus_name, path, name + ".Manager", {})
         dbusmock.mockobject.objects[path] = mocks[name]
     mocks[LOGIN].AddTemplate("logind", {})
-    mocks[SYSTEMD].AddMethods("", [("Subscribe", "", "", ""), ("StartUnit", "ss", "o", 'ret = "/job/7"')])
+    mocks[SYSTEMD].AddMethods("", [("Subscribe", "", "", ""), ("StartUnit", "ss", "o", 'ret = "/job/7"'),
+                                   ("LoadUnit", "s", "o", f'ret = "{UNIT}"'),
+                                   ("SetUnit", "sss", "", "import __main__\n__main__.set_unit(*args)")])
+    mocks[SYSTEMD].AddObject(UNIT, SYSTEMD + ".Unit", {"Id": "reset.service"}, [])
+    set_unit("inactive", "dead", "success")
     print("ready", flush=True)
     GLib.MainLoop().run()
 
