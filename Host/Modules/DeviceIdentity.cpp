@@ -52,12 +52,11 @@ std::optional<DeviceIdentity> TryReadDeviceIdentity() noexcept
         {
             return std::nullopt;
         }
-        DeviceIdentity identity{ReadText(*service, bootIdKey), ReadText(*service, buildIdKey)};
-        return identity.bootId.empty() ? std::nullopt : std::make_optional(std::move(identity));
+        return DeviceIdentity{ReadText(*service, bootIdKey), ReadText(*service, buildIdKey)};
     }
     catch (...)
     {
-        // Whatever it is: the device does not tell.
+        // Whatever it is: the device cannot be asked.
         return std::nullopt;
     }
 }

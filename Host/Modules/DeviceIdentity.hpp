@@ -10,6 +10,7 @@ namespace Oxa::Host::Modules
 /// Tells one run of the device's services from another one. A value type.
 struct DeviceIdentity
 {
+    /// Empty when the device has none; then nothing can be told.
     BasicString bootId;
     /// Empty when the device has none.
     BasicString buildId;
@@ -20,7 +21,7 @@ struct DeviceIdentity
 /// Empty when the device does not tell at the moment. Throws RscServiceException when its services go away meanwhile.
 [[nodiscard]] BasicString ReadBootId();
 
-/// Nothing when the device does not tell, for whatever reason.
+/// Nothing when the device cannot be asked, for whatever reason.
 [[nodiscard]] std::optional<DeviceIdentity> TryReadDeviceIdentity() noexcept;
 
 /// Whose identity that is: the provider of the device status service.

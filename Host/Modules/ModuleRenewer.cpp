@@ -2,12 +2,12 @@
 
 #include "Host/Modules/ManagedModule.hpp"
 #include "Host/Modules/ModuleGate.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
 
 #include <boost/asio/post.hpp>
 
 #include <algorithm>
-#include <exception>
 #include <utility>
 
 namespace Oxa::Host::Modules
@@ -19,8 +19,12 @@ using System::Nm::NotificationKind;
 namespace
 {
 
-/// A device that has come back and does not tell its identity yet is asked again after this time.
+/// A device that has come back and cannot be asked for its identity yet is asked again after this time, and taken for
+/// another one after so many times.
 constexpr std::chrono::milliseconds settlingInterval{500};
+constexpr unsigned maximumUnansweredQuestions = 4;
+/// The longest time between two attempts is `lateInterval` doubled so many times.
+constexpr unsigned maximumDoublings = 5;
 
 } // namespace
 
@@ -51,6 +55,10 @@ void ModuleRenewer::Add(ManagedModule& module)
         throw;
     }
     FinishSetup(*care, before);
+    {
+        const std::lock_guard lock(mutex);
+        care->isBusy = false;
+    }
     PostReview();
 }
 
@@ -137,8 +145,15 @@ std::optional<ModuleRenewer::Clock::time_point> ModuleRenewer::FindDueTime(const
     {
         return care.nextSettling;
     }
-    const bool isWorthIt = hasAppeared || (care.mayRecover && !care.known.empty());
-    return !care.isComplete && isWorthIt ? std::make_optional(care.nextSetup) : std::nullopt;
+    if (care.isComplete || care.known.empty())
+    {
+        return std::nullopt;
+    }
+    if (hasAppeared || care.mayRecover)
+    {
+        return care.nextSetup;
+    }
+    return care.failures > 0 ? std::make_optional(care.nextRetry) : std::nullopt;
 }
 
 void ModuleRenewer::PostReview() noexcept
@@ -147,9 +162,9 @@ void ModuleRenewer::PostReview() noexcept
     {
         boost::asio::post(loop.GetContext(), [this] { Review(); });
     }
-    catch (const std::exception& exception)
+    catch (...)
     {
-        Log(LogLevel::Error, "modules are not looked after: {0}", exception.what());
+        Log(LogLevel::Error, "modules are not looked after: {0}", System::Commons::DescribeCurrentException());
     }
 }
 
@@ -211,9 +226,10 @@ void ModuleRenewer::Work(Care& care) noexcept
         }
         isUnsettled ? Settle(care) : SetUpAgain(care);
     }
-    catch (const std::exception& exception)
+    catch (...)
     {
-        Log(LogLevel::Error, "the module '{0}' is not set up again: {1}", care.module.GetName(), exception.what());
+        Log(LogLevel::Error, "the module '{0}' is not set up again: {1}", care.module.GetName(),
+            System::Commons::DescribeCurrentException());
     }
     {
         const std::lock_guard lock(mutex);
@@ -240,11 +256,11 @@ void ModuleRenewer::Settle(Care& care)
         return;
     }
     const auto identity = TryReadDeviceIdentity();
-    if (identity == care.identity)
+    if (identity && identity == care.identity)
     {
         GoOn(care, current);
     }
-    else if (identity)
+    else if (identity || ++care.unansweredQuestions >= maximumUnansweredQuestions)
     {
         SetUpWhenDue(care);
     }
@@ -268,6 +284,7 @@ void ModuleRenewer::GoOn(Care& care, const Providers& current)
 {
     Log(LogLevel::Notice, "the module '{0}' goes on with the same services", care.module.GetName());
     const std::lock_guard lock(mutex);
+    care.unansweredQuestions = 0;
     for (auto& [name, counts] : care.known)
     {
         const auto found = current.find(name);
@@ -302,6 +319,10 @@ void ModuleRenewer::FinishSetup(Care& care, const Providers& before)
     const auto& names = care.module.GetProviderNames();
     // Of what came back meanwhile it would be the wrong one; then it is not compared, for that loss is not settled.
     auto identity = names.contains(GetIdentityProvider()) ? TryReadDeviceIdentity() : std::nullopt;
+    if (identity && identity->bootId.empty())
+    {
+        identity.reset();
+    }
     const bool isComplete = care.module.IsAvailable();
     const bool mayRecover = care.module.MayRecover();
     const std::lock_guard lock(mutex);
@@ -314,7 +335,10 @@ void ModuleRenewer::FinishSetup(Care& care, const Providers& before)
     care.identity = isUnsettled ? std::nullopt : std::move(identity);
     care.isComplete = isComplete;
     care.mayRecover = mayRecover;
+    care.failures = care.module.HasFailed() ? care.failures + 1 : 0;
+    care.unansweredQuestions = 0;
     care.nextSetup = Clock::now() + lateInterval;
+    care.nextRetry = Clock::now() + lateInterval * (1U << std::min(care.failures, maximumDoublings));
     care.nextSettling = Clock::now();
     if (isUnsettled)
     {
@@ -324,7 +348,6 @@ void ModuleRenewer::FinishSetup(Care& care, const Providers& before)
     {
         care.module.GetGate().Open();
     }
-    care.isBusy = false;
 }
 
 } // namespace Oxa::Host::Modules

@@ -27,7 +27,8 @@ class ManagedModule;
 
 /// Sets modules up again when the services that they use come late or come back:
 /// - One that failed or is not available after its set-up, when services of a provider that it asked appear; without
-///   waiting for that when a call of a service failed, or none was missing.
+///   waiting for that when a call of a service failed, or none was missing. One that failed otherwise is tried again
+///   too, since a service may throw anything while it starts, but more and more seldom.
 /// - One whose provider was lost and came back, once, unless the device's identity shows that it is the same run of the
 ///   same services. From the loss until that is settled its gate is closed.
 /// At most once in `lateInterval`. A module that asked no such provider is left alone. Each module is set up in a
@@ -76,7 +77,7 @@ private:
         ManagedModule& module;
         /// The providers that it has asked for services, as they were when it was set up or settled with them.
         Providers known;
-        /// Of the device at the set-up; nothing when it could not tell.
+        /// Of the device at the set-up; nothing when it has none or could not be asked.
         std::optional<DeviceIdentity> identity;
         /// The last set-up was all that the module needs.
         bool isComplete = true;
@@ -84,9 +85,15 @@ private:
         bool mayRecover = false;
         /// Somebody is at it.
         bool isBusy = true;
+        /// How often in a row the set-up failed.
+        unsigned failures = 0;
+        /// How often in a row a device that was back could not be asked for its identity.
+        unsigned unansweredQuestions = 0;
         Clock::time_point nextSettling;
         /// Not before, counted from the last one.
         Clock::time_point nextSetup;
+        /// The same when nothing has changed since.
+        Clock::time_point nextRetry;
     };
 
     void Note(System::Nm::NotificationKind kind, const BasicString& providerName, bool isNew) noexcept;

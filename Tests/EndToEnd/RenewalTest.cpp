@@ -95,7 +95,8 @@ protected:
 
 TEST_F(Renewal, ReadsTheIdentityAgainOnlyOfADeviceThatIsAnotherOne)
 {
-    const std::tuple<BasicString, BasicString, std::size_t> cases[] = {{"", "serial 2", 1}, {"same", "serial 1", 0}};
+    const std::tuple<BasicString, BasicString, std::size_t> cases[] = {
+        {"", "serial 2", 1}, {"same", "serial 1", 0}, {"no boot id", "serial 2", 1}};
     for (const auto& [fault, serialNumber, renewals] : cases)
     {
         StartHost(fault);
@@ -127,12 +128,15 @@ TEST_F(Renewal, FindsServicesThatComeLate)
     EXPECT_EQ(host->Stop(), 0);
 }
 
-TEST_F(Renewal, TriesAgainAfterAReadThatTimedOut)
+TEST_F(Renewal, TriesAgainAfterAReadThatFailed)
 {
-    StartHost("time-out");
-    EXPECT_EQ(Ask().result_int(), 503U);
-    WaitFor(200, "serial 1");
-    EXPECT_EQ(host->Stop(), 0);
+    for (const char* fault : {"time-out", "exception"})
+    {
+        StartHost(fault);
+        EXPECT_EQ(Ask().result_int(), 503U);
+        WaitFor(200, "serial 1");
+        EXPECT_EQ(host->Stop(), 0);
+    }
 }
 
 TEST_F(Renewal, TriesAgainAfterSettingsThatCannotBeRead)

@@ -4,11 +4,11 @@
 #include "Oxa/Device/Interface/Services/IDeviceInfoService.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/IRtcService.hpp"
-#include "Oxa/System/Rsc/RscServiceException.hpp"
 #include "Oxa/System/Um/Services/Internal/IAuthorizationService.hpp"
 
 #include <algorithm>
 #include <cstddef>
+#include <exception>
 #include <functional>
 #include <map>
 #include <stdexcept>
@@ -35,11 +35,9 @@ public:
     [[nodiscard]] ItemValue Read(const ItemKey& key)
     {
         readKeys.push_back(key.ToString());
-        if (timeOuts > 0)
+        if (nextFailure)
         {
-            --timeOuts;
-            throw System::Rsc::RscServiceException(System::Rsc::RscFault::TimedOut,
-                                                   "the device does not answer in time");
+            std::rethrow_exception(std::exchange(nextFailure, nullptr));
         }
         if (isBroken)
         {
@@ -51,8 +49,8 @@ public:
 
     std::map<BasicString, ItemValue, std::less<>> values;
     bool isBroken = false;
-    /// How many reads get no answer in time first.
-    std::size_t timeOuts = 0;
+    /// What the next read throws, once.
+    std::exception_ptr nextFailure;
     /// How many values a multi-item read keeps back.
     std::size_t missingResults = 0;
 

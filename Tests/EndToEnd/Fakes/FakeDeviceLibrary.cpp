@@ -4,6 +4,8 @@
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/RtcServiceProxyFactory.hpp"
 #include "Oxa/System/Acf/IComponent.hpp"
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Rsc/RscServiceException.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Support/FakeDeviceServices.hpp"
 
@@ -13,6 +15,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <exception>
 #include <filesystem>
 #include <memory>
 #include <thread>
@@ -27,7 +30,7 @@ using System::Rsc::ServiceManager;
 namespace
 {
 
-/// The device between two outages: has a serial number and, unless the fault is "same", a boot id of its own.
+/// The device between two outages: has a serial number and a boot id of its own.
 struct DeviceRun
 {
     DeviceRun(const BasicString& serialNumber, const BasicString& bootId)
@@ -60,8 +63,9 @@ struct DeviceRun
     Support::FakeItems status;
 };
 
-/// Offers its services as long as there is no file "away" beside the trace. With the fault "time-out" the first read of
-/// each run gets no answer.
+/// Offers its services as long as there is no file "away" beside the trace. The first read of each run fails with the
+/// fault "time-out" or "exception". With the fault "same" all runs have the same boot id; with "no boot id" all but the
+/// first have none.
 class FakeDeviceComponent final : public System::Acf::IComponent
 {
 public:
@@ -75,8 +79,7 @@ public:
     {
         const auto& appDomain = System::Commons::Singleton<System::Commons::AppDomain>::GetInstance();
         away = std::filesystem::path(*appDomain.TryGetVariable("FAKE_TRACE")).parent_path() / "away";
-        isSame = GetFault(appDomain) == "same";
-        isSlow = GetFault(appDomain) == "time-out";
+        fault = GetFault(appDomain);
         inotify_add_watch(watch, away.parent_path().c_str(), IN_CREATE | IN_DELETE);
     }
 
@@ -120,17 +123,34 @@ private:
         else if (!isAway && !isOffered)
         {
             ++runs;
-            run = std::make_unique<DeviceRun>("serial " + std::to_string(runs),
-                                              "boot " + std::to_string(isSame ? 1 : runs));
-            run->info.timeOuts = isSlow ? 1 : 0;
+            run = std::make_unique<DeviceRun>("serial " + std::to_string(runs), GetBootId());
+            run->info.nextFailure = MakeFailure();
             run->Offer();
         }
         isOffered = !isAway;
     }
 
+    [[nodiscard]] BasicString GetBootId() const
+    {
+        if (fault == "no boot id" && runs > 1)
+        {
+            return {};
+        }
+        return "boot " + std::to_string(fault == "same" ? 1 : runs);
+    }
+
+    [[nodiscard]] std::exception_ptr MakeFailure() const
+    {
+        if (fault == "time-out")
+        {
+            return std::make_exception_ptr(System::Rsc::RscServiceException(System::Rsc::RscFault::TimedOut, "fake"));
+        }
+        return fault == "exception" ? std::make_exception_ptr(System::Commons::InvalidOperationException("fake"))
+                                    : nullptr;
+    }
+
     std::filesystem::path away;
-    bool isSame = false;
-    bool isSlow = false;
+    BasicString fault;
     bool isOffered = false;
     int runs = 0;
     std::unique_ptr<DeviceRun> run;
