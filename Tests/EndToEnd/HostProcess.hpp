@@ -2,6 +2,7 @@
 
 #include "Oxa/System/Commons/Types.hpp"
 #include "Support/ChildProcess.hpp"
+#include "Support/Eventually.hpp"
 #include "Support/HttpClient.hpp"
 #include "Support/TemporaryFolder.hpp"
 

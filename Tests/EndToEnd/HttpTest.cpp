@@ -162,18 +162,89 @@ TEST(Http, RefusesConnectionsOverTheBound)
     EXPECT_EQ(first.Ask("GET", "/healthz").result_int(), 200U);
 }
 
-TEST(Http, EndsConnectionsThatKeepItWaiting)
+/// Whether the server ends the connection although a byte comes ten times a second.
+bool EndsInSpiteOfDrips(Support::HttpClient& client)
 {
-    HostProcess host({.http = "idleSeconds=\"1\" headerSeconds=\"1\" bodySeconds=\"1\""});
+    for (int drip = 0; drip < 100; ++drip)
+    {
+        if (client.WaitForInput(std::chrono::milliseconds(100)))
+        {
+            return client.IsEnded();
+        }
+        client.Write("x");
+    }
+    return false;
+}
+
+TEST(Http, EndsConnectionsThatKeepItWaitingEachByALimitOfItsOwn)
+{
+    struct Slow
+    {
+        const char* limit;
+        BasicString begin;
+        BasicString rest;
+    };
+
+    const BasicString whole = "GET /healthz HTTP/1.1\r\nHost: test\r\n\r\n";
+    const Slow cases[] = {{"idle", "", whole},
+                          {"header", "GET /healthz HTTP/1.1\r\nHost: test\r\nX: ", "\r\n\r\n"},
+                          {"body", "POST /api/v1/session HTTP/1.1\r\nHost: test\r\nContent-Length: 5000\r\n\r\n",
+                           BasicString(5000, 'x')}};
+    for (const Slow& late : cases)
+    {
+        BasicString limits;
+        for (const Slow& each : cases)
+        {
+            limits += each.limit + BasicString("Seconds=\"") + (&each == &late ? "1" : "3600") + "\" ";
+        }
+        HostProcess host({.http = limits});
+        host.WaitUntilReady();
+        Support::HttpClient clients[] = {host.Connect(), host.Connect(), host.Connect()};
+        for (std::size_t index = 0; index < std::size(cases); ++index)
+        {
+            clients[index].Write(cases[index].begin);
+        }
+        Support::HttpClient& ending = clients[&late - cases];
+        EXPECT_TRUE(late.begin.empty() ? ending.IsEnded() : EndsInSpiteOfDrips(ending)) << late.limit;
+        if (late.begin.empty())
+        {
+            auto used = host.Connect();
+            EXPECT_EQ(used.Ask("GET", "/healthz").result_int(), 200U);
+            EXPECT_TRUE(used.IsEnded());
+        }
+        for (std::size_t index = 0; index < std::size(cases); ++index)
+        {
+            if (&clients[index] != &ending)
+            {
+                clients[index].Write(cases[index].rest);
+                EXPECT_NE(clients[index].Read().result_int(), 0U) << limits;
+            }
+        }
+    }
+}
+
+TEST(Http, EndsAConnectionThatDoesNotTakeItsAnswer)
+{
+    HostProcess host({.http = R"(maximumConnections="1" writeSeconds="1")"});
     host.WaitUntilReady();
-    auto idle = host.Connect();
-    auto header = host.Connect();
-    auto body = host.Connect();
-    header.Write("GET /healthz HTTP/1.1\r\nHo");
-    body.Write("POST /api/v1/session HTTP/1.1\r\nHost: test\r\nContent-Length: 5\r\n\r\nab");
-    EXPECT_TRUE(idle.IsEnded());
-    EXPECT_TRUE(header.IsEnded());
-    EXPECT_TRUE(body.IsEnded());
+    auto client = host.Connect();
+    const auto session = client.Ask("POST", "/api/v1/session", "Content-Type: application/json\r\n",
+                                    R"({"user":"admin","password":")" + host.GetInitialPassword() + "\"}");
+    client.Write("GET /api/v1/FakeDp/Fill?8000000 HTTP/1.1\r\nHost: test\r\nAuthorization: Bearer " +
+                 GetMember(session.body(), "token") + "\r\n\r\n");
+    const auto isFree = [&host]
+    {
+        try
+        {
+            return host.Ask("GET", "/healthz").result_int() == 200U;
+        }
+        catch (const std::exception&)
+        {
+            return false;
+        }
+    };
+    EXPECT_TRUE(Support::Eventually(isFree));
+    EXPECT_ANY_THROW((void)client.Read());
 }
 
 } // namespace

@@ -7,7 +7,6 @@
 #include <array>
 #include <csignal>
 #include <filesystem>
-#include <thread>
 
 namespace Oxa::Tests::EndToEnd
 {
@@ -25,10 +24,7 @@ TEST(Ending, LetsRequestsFinishAndTakesEverythingDownInOrder)
     const BasicString lock = host.GetFolder().GetPath("hang");
     auto client = host.Connect();
     client.Write("GET /api/v1/FakeDp/Hang?" + lock + " HTTP/1.1\r\nHost: test\r\n" + admin + "\r\n");
-    while (!std::filesystem::exists(lock))
-    {
-        std::this_thread::yield();
-    }
+    ASSERT_TRUE(Support::Eventually([&lock] { return std::filesystem::exists(lock); }));
     host.GetProcess().SendSignal(SIGTERM);
     EXPECT_TRUE(idle.IsEnded());
     EXPECT_THROW((void)host.Connect(), std::exception);
@@ -41,6 +37,19 @@ TEST(Ending, LetsRequestsFinishAndTakesEverythingDownInOrder)
               "module destroyed\nmodule library unloaded\ncomponent stopped\ncomponent destroyed\n");
 }
 
+TEST(Ending, DoesNotWaitForEverForAClientThatDoesNotFinishItsRequest)
+{
+    HostProcess host({.http = "shutdownSeconds=\"1\""});
+    host.WaitUntilReady();
+    auto client = host.Connect();
+    // In one piece, so that the second one has begun when the first is answered.
+    client.Write("GET /healthz HTTP/1.1\r\nHost: test\r\n\r\nGET /healthz HT");
+    EXPECT_EQ(client.Read().result_int(), 200U);
+    EXPECT_EQ(host.Stop(), 0);
+    EXPECT_TRUE(client.IsEnded());
+    EXPECT_THAT(host.GetFolder().Read("trace"), testing::HasSubstr("component stopped\ncomponent destroyed\n"));
+}
+
 TEST(Ending, DoesNotWaitForEverForAModuleThatHangs)
 {
     HostProcess host({.http = "shutdownSeconds=\"1\""});
@@ -48,10 +57,7 @@ TEST(Ending, DoesNotWaitForEverForAModuleThatHangs)
     const BasicString lock = host.GetFolder().GetPath("hang");
     auto client = host.Connect();
     client.Write("GET /api/v1/FakeDp/Hang?" + lock + " HTTP/1.1\r\nHost: test\r\n" + host.LogIn() + "\r\n");
-    while (!std::filesystem::exists(lock))
-    {
-        std::this_thread::yield();
-    }
+    ASSERT_TRUE(Support::Eventually([&lock] { return std::filesystem::exists(lock); }));
     host.GetProcess().SendSignal(SIGINT);
     EXPECT_EQ(host.GetProcess().Wait(), 1);
     EXPECT_THAT(host.GetProcess().GetErrors(), testing::HasSubstr("a request is still in progress"));

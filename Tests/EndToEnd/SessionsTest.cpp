@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <tuple>
+
 namespace Oxa::Tests::EndToEnd
 {
 
@@ -44,7 +46,8 @@ TEST(LoggingIn, RefusesWithoutTellingWhy)
 {
     HostProcess host;
     host.WaitUntilReady();
-    const BasicString bodies[] = {R"({"user":"admin","password":"wrong"})", R"({"user":"nobody","password":"wrong"})"};
+    const BasicString bodies[] = {R"({"user":"admin","password":"wrong"})", R"({"user":"nobody","password":"wrong"})",
+                                  R"({"user":"x' text='forged","password":"wrong"})"};
     BasicString first;
     for (const BasicString& body : bodies)
     {
@@ -55,6 +58,7 @@ TEST(LoggingIn, RefusesWithoutTellingWhy)
     }
     host.Stop();
     EXPECT_THAT(host.GetProcess().GetErrors(), HasSubstr("LogInFailed source='Host.Sessions' user='nobody'"));
+    EXPECT_THAT(host.GetProcess().GetErrors(), HasSubstr(R"(user='x\' text=\'forged' text='user name or)"));
 }
 
 TEST(LoggingIn, TakesNothingButAJsonObjectWithTwoTextsThatSomebodyCanHaveAndAuditsNothingElse)
@@ -108,17 +112,21 @@ TEST(Sessions, AreNotUsedByOtherSites)
     EXPECT_EQ(host.Ask("DELETE", "/api/v1/session", cookie + "Origin: http://evil\r\n").result_int(), 403U);
 }
 
-TEST(Sessions, EndWhenTheUserIsRemoved)
+TEST(Sessions, EndWhenTheUserIsRemovedOrGetsAnotherPassword)
 {
     HostProcess host;
     host.WaitUntilReady();
     ASSERT_EQ(host.RunUserCommand({"add", "eve", "--role", "Viewer"}, "secret word\n"), 0);
-    const BasicString viewer = host.LogIn("eve", "secret word");
-    ASSERT_EQ(host.Ask("GET", "/api/v1/session", viewer).result_int(), 200U);
-    ASSERT_EQ(host.RunUserCommand({"remove", "eve"}), 0);
-    // Within a second; the test's deadline ends the waiting.
-    while (host.Ask("GET", "/api/v1/pages", viewer).result_int() != 401U)
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"set-password", "secret word", "another word\n"}, {"remove", "another word", ""}};
+    for (const auto& [command, password, input] : cases)
     {
+        const BasicString viewer = host.LogIn("eve", password);
+        ASSERT_EQ(host.Ask("GET", "/api/v1/session", viewer).result_int(), 200U) << command;
+        ASSERT_EQ(host.RunUserCommand({command, "eve"}, input), 0);
+        EXPECT_TRUE(Support::Eventually([&host, &viewer]
+                                        { return host.Ask("GET", "/api/v1/pages", viewer).result_int() == 401U; }))
+            << command;
     }
     EXPECT_EQ(host.RunUserCommand({"remove", "eve"}), 1);
 }

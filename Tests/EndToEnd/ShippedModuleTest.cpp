@@ -4,7 +4,6 @@
 
 #include <fstream>
 #include <sstream>
-#include <thread>
 
 namespace Oxa::Tests::EndToEnd
 {
@@ -63,20 +62,19 @@ TEST_F(ShippedHost, ComesBackWithANewBootIdAfterARestart)
     EXPECT_EQ(before.size(), 36U);
     EXPECT_THAT(Ask("POST", "/api/v1/DeviceInterfaceControlDp/RestartController").body(),
                 HasSubstr(R"("result":true)"));
-    BasicString after = before;
     bool wasAway = false;
-    while (after == before || after.empty())
-    {
-        const auto answer = Ask("GET", "/api/v1/boot");
-        wasAway = wasAway || answer.result_int() == 503U;
-        after = GetMember(answer.body(), "bootId");
-    }
+    EXPECT_TRUE(Support::Eventually(
+        [this, &before, &wasAway]
+        {
+            const auto answer = Ask("GET", "/api/v1/boot");
+            wasAway = wasAway || answer.result_int() == 503U;
+            const BasicString after = GetMember(answer.body(), "bootId");
+            return !after.empty() && after != before;
+        }));
     EXPECT_TRUE(wasAway);
-    // 503 until the module has read the device's identity again; the deadline is the test's.
-    while (Ask("GET", "/api/v1/DeviceInterfaceDp/GetDataSections?Health").result_int() != 200U)
-    {
-        std::this_thread::yield();
-    }
+    // 503 until the module has read the device's identity again.
+    EXPECT_TRUE(Support::Eventually(
+        [this] { return Ask("GET", "/api/v1/DeviceInterfaceDp/GetDataSections?Health").result_int() == 200U; }));
 }
 
 } // namespace

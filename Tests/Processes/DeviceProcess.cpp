@@ -2,7 +2,6 @@
 
 #include "Support/FakeBytePeer.hpp"
 
-#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -101,18 +100,6 @@ System::Rsc::RscEndpointConfiguration DeviceProcess::GetEndpoint() const
 const Support::TemporaryFolder& DeviceProcess::GetFolder() const
 {
     return folder;
-}
-
-bool Eventually(const std::function<bool()>& condition, std::chrono::milliseconds timeout)
-{
-    const auto end = std::chrono::steady_clock::now() + timeout;
-    bool isTrue = condition();
-    while (!isTrue && std::chrono::steady_clock::now() < end)
-    {
-        poll(nullptr, 0, 1);
-        isTrue = condition();
-    }
-    return isTrue;
 }
 
 BasicString MakeKey(int number)

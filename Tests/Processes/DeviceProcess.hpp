@@ -2,9 +2,10 @@
 
 #include "Oxa/System/Rsc/RscEndpointConfiguration.hpp"
 #include "Support/ChildProcess.hpp"
+#include "Support/Eventually.hpp"
 #include "Support/TemporaryFolder.hpp"
 
-#include <functional>
+#include <chrono>
 #include <optional>
 #include <vector>
 
@@ -62,8 +63,7 @@ private:
     std::optional<Support::ChildProcess> process;
 };
 
-/// Whether the condition comes true in time.
-[[nodiscard]] bool Eventually(const std::function<bool()>& condition, std::chrono::milliseconds timeout);
+using Support::Eventually;
 
 /// "Test.7" for 7.
 [[nodiscard]] BasicString MakeKey(int number);

@@ -1,9 +1,10 @@
 #include "Support/HttpClient.hpp"
 
-#include <boost/asio/write.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/read.hpp>
-#include <sys/socket.h>
+#include <poll.h>
+
+#include <stdexcept>
 
 namespace Oxa::Tests::Support
 {
@@ -11,25 +12,80 @@ namespace Oxa::Tests::Support
 namespace asio = boost::asio;
 namespace http = boost::beast::http;
 
+namespace
+{
+
+constexpr std::chrono::seconds deadline{20};
+
+} // namespace
+
+/// The socket for those who read from it by themselves.
+class HttpClient::Stream final
+{
+public:
+    explicit Stream(HttpClient& client) : client(client) {}
+
+    template <class Buffers>
+    std::size_t read_some(const Buffers& buffers) // NOLINT(readability-identifier-naming): expected by the reader
+    {
+        client.Expect(POLLIN);
+        return client.socket.read_some(buffers);
+    }
+
+    template <class Buffers>
+    std::size_t read_some(const Buffers& buffers,
+                          boost::system::error_code& error) // NOLINT(readability-identifier-naming)
+    {
+        client.Expect(POLLIN);
+        return client.socket.read_some(buffers, error);
+    }
+
+private:
+    HttpClient& client;
+};
+
 HttpClient::HttpClient(uint16 port) : socket(context)
 {
     socket.connect({asio::ip::address_v4::loopback(), port});
-    const timeval timeout{20, 0};
-    setsockopt(socket.native_handle(), SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
-    setsockopt(socket.native_handle(), SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout);
     socket.set_option(asio::ip::tcp::no_delay(true));
+    // Limits of the socket's own have no effect: a synchronous call would wait on, for ever.
+    socket.non_blocking(true);
+}
+
+bool HttpClient::WaitFor(short event, std::chrono::milliseconds timeout)
+{
+    pollfd polled{socket.native_handle(), event, 0};
+    return poll(&polled, 1, static_cast<int>(timeout.count())) > 0;
+}
+
+void HttpClient::Expect(short event)
+{
+    if (!WaitFor(event, deadline))
+    {
+        throw std::runtime_error(event == POLLIN ? "the server sends nothing" : "the server takes nothing");
+    }
+}
+
+bool HttpClient::WaitForInput(std::chrono::milliseconds timeout)
+{
+    return buffer.size() > 0 || WaitFor(POLLIN, timeout);
 }
 
 void HttpClient::Write(std::string_view bytes)
 {
-    asio::write(socket, asio::buffer(bytes));
+    while (!bytes.empty())
+    {
+        Expect(POLLOUT);
+        bytes.remove_prefix(socket.write_some(asio::buffer(bytes)));
+    }
 }
 
 HttpClient::Answer HttpClient::Read(bool isToHead)
 {
     http::response_parser<http::string_body> parser;
     parser.skip(isToHead);
-    http::read(socket, buffer, parser);
+    Stream stream(*this);
+    http::read(stream, buffer, parser);
     return parser.release();
 }
 
@@ -47,6 +103,7 @@ bool HttpClient::IsEnded()
 {
     char byte = 0;
     boost::system::error_code error;
+    Expect(POLLIN);
     return buffer.size() == 0 && socket.read_some(asio::buffer(&byte, 1), error) == 0 &&
            (error == asio::error::eof || error == asio::error::connection_reset);
 }

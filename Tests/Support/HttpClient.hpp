@@ -8,12 +8,13 @@
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/http/string_body.hpp>
 
+#include <chrono>
 #include <string_view>
 
 namespace Oxa::Tests::Support
 {
 
-/// One connection to a server on loopback. Every wait has a deadline; what goes wrong throws.
+/// One connection to a server on loopback. Every wait ends after 20 s; what goes wrong throws.
 class HttpClient final
 {
 public:
@@ -32,10 +33,18 @@ public:
     Answer Ask(std::string_view method, std::string_view target, std::string_view fields = {},
                std::string_view body = {});
 
+    /// Whether bytes or the end of the connection come in time.
+    [[nodiscard]] bool WaitForInput(std::chrono::milliseconds timeout);
+
     /// True when the server ends the connection without another byte; false when a byte comes.
     [[nodiscard]] bool IsEnded();
 
 private:
+    class Stream;
+
+    [[nodiscard]] bool WaitFor(short event, std::chrono::milliseconds timeout);
+    void Expect(short event);
+
     boost::asio::io_context context;
     boost::asio::ip::tcp::socket socket;
     boost::beast::flat_buffer buffer;

@@ -39,13 +39,14 @@ private:
 };
 
 /// Only for users who may execute.
-class FakeControlHandler final : public FakeHandler
+class FakeControlHandler : public FakeHandler
 {
 public:
     [[nodiscard]] bool HasPermissions(const System::Um::SecurityToken& token) const override;
 };
 
-class FakeAwayHandler final : public FakeHandler
+/// Would refuse as well, if it were asked.
+class FakeAwayHandler final : public FakeControlHandler
 {
 public:
     [[nodiscard]] bool IsAvailable() const override;
