@@ -29,17 +29,10 @@ namespace
 
 constexpr std::chrono::seconds longestTimeout{3600};
 constexpr std::chrono::seconds longestSession{30 * 24 * 3600};
-constexpr std::size_t shortestDeadlineMilliseconds = 10;
-constexpr std::size_t longestDeadlineMilliseconds = 60'000;
+constexpr std::chrono::milliseconds shortestDeadline{10};
+constexpr std::chrono::milliseconds longestDeadline{60'000};
 /// What the address of a Unix socket has room for.
 constexpr std::size_t longestSocketPath = 107;
-
-void ReadDeadline(const XmlElementReader& element, std::string_view attributeName, std::chrono::milliseconds& value)
-{
-    auto count = static_cast<std::size_t>(value.count());
-    element.Read(attributeName, count, shortestDeadlineMilliseconds, longestDeadlineMilliseconds);
-    value = std::chrono::milliseconds(count);
-}
 
 /// A well-known name of D-Bus.
 bool IsBusName(std::string_view name)
@@ -185,8 +178,8 @@ private:
         RscEndpointConfiguration endpoint;
         element.ReadRequired("name", endpoint.providerName);
         ReadPlace(element, endpoint);
-        ReadDeadline(element, "readMilliseconds", endpoint.readTimeout);
-        ReadDeadline(element, "commandMilliseconds", endpoint.commandTimeout);
+        element.Read("readMilliseconds", endpoint.readTimeout, shortestDeadline, longestDeadline);
+        element.Read("commandMilliseconds", endpoint.commandTimeout, shortestDeadline, longestDeadline);
         auto& endpoints = configuration.serviceEndpoints;
         if (std::any_of(endpoints.begin(), endpoints.end(),
                         [&endpoint](const auto& each) { return each.providerName == endpoint.providerName; }))

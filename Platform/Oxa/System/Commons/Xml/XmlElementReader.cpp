@@ -19,9 +19,19 @@ void XmlElementReader::RequireOnly(std::initializer_list<std::string_view> attri
     {
         if (std::find(attributeNames.begin(), attributeNames.end(), name) == attributeNames.end())
         {
-            throw XmlException::Create(reader, "the element '{0}' has no attribute '{1}'", reader.GetElementLocalName(),
+            throw XmlException::Create(reader, "the element '{0}' has no attribute '{1}'", reader.GetElementName(),
                                        name);
         }
+    }
+}
+
+void XmlElementReader::RequireNoSkippedText() const
+{
+    if (reader.GetSkippedTextLine() > 0)
+    {
+        throw XmlException::CreateAt(
+            reader.GetFileName(), reader.GetSkippedTextLine(),
+            Text::Format("the text '{0}' does not belong here: values are attributes", reader.GetSkippedText()));
     }
 }
 
@@ -38,7 +48,7 @@ void XmlElementReader::ReadRequired(std::string_view attributeName, BasicString&
     Read(attributeName, value);
     if (value.empty())
     {
-        throw XmlException::Create(reader, "the element '{0}' needs the attribute '{1}'", reader.GetElementLocalName(),
+        throw XmlException::Create(reader, "the element '{0}' needs the attribute '{1}'", reader.GetElementName(),
                                    attributeName);
     }
 }
@@ -65,7 +75,8 @@ void XmlElementReader::Read(std::string_view attributeName, std::size_t& value, 
     const auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), number);
     if (error != std::errc() || end != text->data() + text->size())
     {
-        ThrowBadValue(attributeName, *text, "a whole number in range");
+        ThrowBadValue(attributeName, *text,
+                      Text::Format("a whole number from {0} to {1} in decimal digits", minimum, maximum));
     }
     if (number < minimum || number > maximum)
     {
@@ -80,6 +91,14 @@ void XmlElementReader::Read(std::string_view attributeName, std::chrono::seconds
     auto count = static_cast<std::size_t>(value.count());
     Read(attributeName, count, 1, static_cast<std::size_t>(maximum.count()));
     value = std::chrono::seconds(count);
+}
+
+void XmlElementReader::Read(std::string_view attributeName, std::chrono::milliseconds& value,
+                            std::chrono::milliseconds minimum, std::chrono::milliseconds maximum) const
+{
+    auto count = static_cast<std::size_t>(value.count());
+    Read(attributeName, count, static_cast<std::size_t>(minimum.count()), static_cast<std::size_t>(maximum.count()));
+    value = std::chrono::milliseconds(count);
 }
 
 std::optional<BasicString> XmlElementReader::FindText(std::string_view attributeName) const
@@ -101,17 +120,17 @@ void XmlElementReader::ThrowBadValue(std::string_view attributeName, std::string
                                      std::string_view expected) const
 {
     throw XmlException::Create(reader, "the attribute '{0}' of the element '{1}' is '{2}', expected {3}", attributeName,
-                               reader.GetElementLocalName(), value, expected);
+                               reader.GetElementName(), value, expected);
 }
 
 void XmlElementReader::ThrowUnknownElement() const
 {
-    throw XmlException::Create(reader, "the element '{0}' is not known here", reader.GetElementLocalName());
+    throw XmlException::Create(reader, "the element '{0}' is not known here", reader.GetElementName());
 }
 
 void XmlElementReader::ThrowRepeatedElement() const
 {
-    throw XmlException::Create(reader, "the element '{0}' occurs twice", reader.GetElementLocalName());
+    throw XmlException::Create(reader, "the element '{0}' occurs twice", reader.GetElementName());
 }
 
 } // namespace Oxa::System::Commons::Xml

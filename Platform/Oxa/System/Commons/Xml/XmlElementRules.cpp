@@ -7,6 +7,18 @@
 namespace Oxa::System::Commons::Xml
 {
 
+namespace
+{
+
+bool TryMoveOn(XmlReader& reader, const XmlElementReader& element)
+{
+    const bool isOnElement = reader.TryReadStartElement();
+    element.RequireNoSkippedText();
+    return isOnElement;
+}
+
+} // namespace
+
 void XmlElementRules::Add(const BasicString& path, ReadFunction read)
 {
     rules[path] = std::move(read);
@@ -18,10 +30,10 @@ void XmlElementRules::Read(XmlReader& reader, XmlSerializationContext& context) 
     element.RequireOnly({});
     std::vector<BasicString> paths;
     std::set<BasicString> seen;
-    while (reader.TryReadStartElement())
+    while (TryMoveOn(reader, element))
     {
         paths.resize(static_cast<std::size_t>(reader.GetDepth() - 1));
-        paths.push_back((paths.empty() ? "" : paths.back() + '/') + reader.GetElementLocalName());
+        paths.push_back((paths.empty() ? "" : paths.back() + '/') + reader.GetElementName());
         const auto rule = rules.find(paths.back());
         if (rule == rules.end())
         {

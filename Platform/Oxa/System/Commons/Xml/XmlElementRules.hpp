@@ -21,7 +21,8 @@ public:
     void Add(const BasicString& path, ReadFunction read);
 
     /// Requires: the reader stands on the document element, which may have no attributes. Throws XmlException, with
-    /// file and line, for elements that no rule is for and for children of the document element that occur twice.
+    /// file and line, for elements that no rule is for, for children of the document element that occur twice, and for
+    /// texts that are more than blanks.
     void Read(XmlReader& reader, XmlSerializationContext& context) const;
 
 private:
