@@ -7,7 +7,9 @@
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
+#include <system_error>
 
 namespace Oxa::System::Rsc::Internal
 {
@@ -128,6 +130,14 @@ void ThrowBusError(const sd_bus_error& error, const BasicString& subject)
     }
     throw RscServiceException::Create(RscFault::BadAnswer, "{0} failed: {1} ({2})", subject, message,
                                       Text::EscapeControlCharacters(name));
+}
+
+void RequireSuccess(int result, std::string_view what)
+{
+    if (result < 0)
+    {
+        throw InvalidOperationException::Create("{0}: {1}", what, std::generic_category().message(-result));
+    }
 }
 
 } // namespace Oxa::System::Rsc::Internal

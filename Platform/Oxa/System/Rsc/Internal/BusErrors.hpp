@@ -5,6 +5,7 @@
 #include <systemd/sd-bus.h>
 
 #include <exception>
+#include <string_view>
 
 namespace Oxa::System::Rsc::Internal
 {
@@ -27,5 +28,8 @@ struct BusError
 /// Throws what an error answer stands for: the service's exception as what it was, or a fault of the layer whose
 /// message begins with `subject` ("The call of 'ReadItem' of the service '…'").
 [[noreturn]] void ThrowBusError(const sd_bus_error& error, const BasicString& subject);
+
+/// For what a function of sd-bus returns: throws InvalidOperationException, "what: cause", when it is negative.
+void RequireSuccess(int result, std::string_view what);
 
 } // namespace Oxa::System::Rsc::Internal

@@ -4,19 +4,16 @@
 #include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Rsc/RscServer.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
-#include "Oxa/System/Rsc/RscServiceSlot.hpp"
 
 #include <cerrno>
 #include <exception>
 #include <mutex>
-#include <system_error>
 #include <utility>
 
 namespace Oxa::System::Rsc::Internal
 {
 
 using System::Commons::InvalidOperationException;
-using System::Commons::Diagnostics::Logging::LogLevel;
 using System::Commons::Text::Format;
 
 namespace
@@ -25,66 +22,63 @@ namespace
 /// For the handshake, and for a message from its first byte to its last.
 constexpr std::chrono::seconds completionTimeout{2};
 
-BasicString GetErrorText(int error)
-{
-    return std::generic_category().message(error);
-}
-
-void Require(int result, const char* what)
-{
-    if (result < 0)
-    {
-        throw InvalidOperationException::Create("{0}: {1}", what, GetErrorText(-result));
-    }
-}
-
 } // namespace
 
 ServerConnection::ServerConnection(const Shared& shared, BusHandle bus, const Peer& peer)
-    : shared(shared),
-      peer(peer),
-      callers([this](ServerCall call, std::optional<uint32> userId) { Admit(std::move(call), userId); }),
-      startingBus(std::move(bus)),
-      completion(std::chrono::steady_clock::now() + completionTimeout)
+    : ServerConnection(shared, std::move(bus), std::optional(peer), {})
 {
 }
 
 ServerConnection::ServerConnection(const Shared& shared, BusHandle bus, BasicString busName)
-    : shared(shared),
+    : ServerConnection(shared, std::move(bus), std::nullopt, std::move(busName))
+{
+}
+
+ServerConnection::ServerConnection(const Shared& shared, BusHandle bus, std::optional<Peer> peer, BasicString busName)
+    : peer(peer),
       busName(std::move(busName)),
-      callers([this](ServerCall call, std::optional<uint32> userId) { Admit(std::move(call), userId); }),
+      admission(shared.users, shared.calls),
+      methods(shared.catalog,
+              [this](sd_bus_message& message, const ServerCatalog::Service& service, const RscOperation& operation) {
+                  OnCallReceived(
+                      {shared_from_this(), MessageHandle(sd_bus_message_ref(&message)), &service, &operation, 0, 0});
+              }),
+      callers([this](ServerCall call, std::optional<uint32> userId) { admission.Admit(std::move(call), userId); }),
       startingBus(std::move(bus)),
-      completion(std::chrono::steady_clock::now() + completionTimeout)
+      completionDeadline(std::chrono::steady_clock::now() + completionTimeout)
 {
 }
 
 ServerConnection::~ServerConnection() = default;
-
-ServerCatalog ServerConnection::MakeCatalog()
-{
-    return {&OnCall, sizeof(Method)};
-}
 
 ServerConnection::Stage ServerConnection::Process()
 {
     const std::lock_guard lock(mutex);
     try
     {
-        if (!hasEnded)
+        if (!endCause)
         {
-            stream ? Step() : Start();
+            if (stream)
+            {
+                ProcessStream();
+            }
+            else
+            {
+                ContinueHandshake();
+            }
             RequireProgress();
         }
     }
     catch (const RscServiceException& exception)
     {
-        End(exception.GetMessage(), exception.GetFault() == RscFault::ConnectionLost);
+        const bool hasLeft = exception.GetFault() == RscFault::ConnectionLost;
+        End(exception.GetMessage(), hasLeft ? EndCause::PeerLeft : EndCause::ClosedByServer);
     }
     catch (const std::exception& exception)
     {
-        End(exception.what(), false);
+        End(exception.what(), EndCause::ClosedByServer);
     }
-    if (hasEnded)
+    if (endCause)
     {
         return Stage::Ended;
     }
@@ -108,9 +102,9 @@ const BasicString& ServerConnection::GetFailure() const noexcept
     return failure;
 }
 
-bool ServerConnection::HasLeft() const noexcept
+std::optional<ServerConnection::EndCause> ServerConnection::GetEndCause() const noexcept
 {
-    return hasLeft;
+    return endCause;
 }
 
 const std::optional<ServerConnection::Peer>& ServerConnection::GetPeer() const noexcept
@@ -121,7 +115,7 @@ const std::optional<ServerConnection::Peer>& ServerConnection::GetPeer() const n
 pollfd ServerConnection::GetPoll() const
 {
     const std::lock_guard lock(mutex);
-    if (hasEnded)
+    if (endCause)
     {
         return {-1, 0, 0};
     }
@@ -138,7 +132,7 @@ pollfd ServerConnection::GetPoll() const
 std::optional<ServerConnection::TimePoint> ServerConnection::GetDeadline() const noexcept
 {
     const std::lock_guard lock(mutex);
-    if (hasEnded)
+    if (endCause)
     {
         return TimePoint();
     }
@@ -146,7 +140,7 @@ std::optional<ServerConnection::TimePoint> ServerConnection::GetDeadline() const
     {
         return nextLook;
     }
-    return completion;
+    return completionDeadline;
 }
 
 MessageHandle ServerConnection::CreateAnswer(sd_bus_message& request)
@@ -165,8 +159,8 @@ void ServerConnection::Answer(MessageHandle request, MessageHandle answer, const
     const std::lock_guard lock(mutex);
     const MessageHandle ownRequest = std::move(request);
     const MessageHandle ownAnswer = std::move(answer);
-    --callsUnderWay;
-    if (isClosed || hasEnded)
+    admission.End();
+    if (isClosed || endCause)
     {
         return;
     }
@@ -174,12 +168,12 @@ void ServerConnection::Answer(MessageHandle request, MessageHandle answer, const
                              : sd_bus_send(&GetBus(), ownAnswer.get(), nullptr);
     try
     {
-        Require(result, "an answer cannot be sent");
+        RequireSuccess(result, "an answer cannot be sent");
         RequireTakenAnswers();
     }
     catch (const std::exception& exception)
     {
-        End(exception.what(), false);
+        End(exception.what(), EndCause::ClosedByServer);
     }
 }
 
@@ -188,8 +182,8 @@ void ServerConnection::Drop(MessageHandle request, MessageHandle answer)
     const std::lock_guard lock(mutex);
     const MessageHandle ownRequest = std::move(request);
     const MessageHandle ownAnswer = std::move(answer);
-    --callsUnderWay;
-    End("a service wants it closed", false);
+    admission.End();
+    End("a service wants it closed", EndCause::ClosedByServer);
     // The other end is to notice it at once, not when the loop comes by.
     CloseBus();
 }
@@ -198,47 +192,11 @@ void ServerConnection::Drop(MessageHandle request, MessageHandle answer)
 
 int ServerConnection::OnMessage(sd_bus_message* message, void* connection, sd_bus_error* /*error*/) noexcept
 {
-    const char* const path = sd_bus_message_get_path(message);
-    const char* const interface = sd_bus_message_get_interface(message);
     auto& self = *static_cast<ServerConnection*>(connection);
     try
     {
-        // Only what is not known yet can have been registered since.
-        if (path != nullptr && interface != nullptr && sd_bus_message_is_method_call(message, nullptr, nullptr) > 0 &&
-            !self.shared.catalog.Contains(path, interface))
-        {
-            self.OfferNewServices();
-        }
+        self.methods.OfferWhatIsCalled(self.GetBus(), *message);
         return 0;
-    }
-    catch (...)
-    {
-        return -ENOMEM;
-    }
-}
-
-int ServerConnection::OnFind(sd_bus* /*bus*/, const char* path, const char* /*interface*/, void* methods, void** found,
-                             sd_bus_error* /*error*/) noexcept
-{
-    const ServerCatalog::Service& service = *static_cast<Method*>(methods)->service;
-    // The object is all there is, nothing lies below it.
-    if (service.path != path || !service.slot->IsProvided())
-    {
-        return 0;
-    }
-    *found = methods;
-    return 1;
-}
-
-int ServerConnection::OnCall(sd_bus_message* message, void* method, sd_bus_error* /*error*/) noexcept
-{
-    const Method& called = *static_cast<Method*>(method);
-    ServerConnection& self = *called.connection;
-    try
-    {
-        self.Note({self.shared_from_this(), MessageHandle(sd_bus_message_ref(message)), called.service,
-                   called.operation, 0, 0});
-        return 1;
     }
     catch (...)
     {
@@ -255,29 +213,29 @@ int ServerConnection::OnName(sd_bus_message* answer, void* connection, sd_bus_er
     if (const sd_bus_error* const error = sd_bus_message_get_error(answer))
     {
         self.End(Format("the name '{0}' is refused: {1}", self.busName, error->message ? error->message : error->name),
-                 false);
+                 EndCause::ClosedByServer);
     }
     else if (sd_bus_message_read_basic(answer, 'u', &result) <= 0 || result != isOwner)
     {
-        self.End(Format("the name '{0}' is taken", self.busName), false);
+        self.End(Format("the name '{0}' is taken", self.busName), EndCause::ClosedByServer);
     }
     else
     {
         self.hasBusName = true;
-        self.completion.reset();
+        self.completionDeadline.reset();
     }
     return 1;
 }
 
-void ServerConnection::Start()
+void ServerConnection::ContinueHandshake()
 {
     const int result = sd_bus_process(startingBus.get(), nullptr);
     if (result == -ECONNRESET || result == -EPIPE || sd_bus_is_open(startingBus.get()) <= 0)
     {
-        End("it went away during the handshake", true);
+        End("it went away during the handshake", EndCause::PeerLeft);
         return;
     }
-    Require(result, "the handshake failed");
+    RequireSuccess(result, "the handshake failed");
     if (sd_bus_is_ready(startingBus.get()) > 0)
     {
         Serve();
@@ -289,60 +247,34 @@ void ServerConnection::Serve()
     using FirstMessage = MessageStream::FirstMessage;
     stream = std::make_unique<MessageStream>(std::move(startingBus), RscServer::maximumMessageBytes,
                                              peer ? FirstMessage::MayHaveBegun : FirstMessage::NotBegun);
-    Require(sd_bus_add_filter(&GetBus(), nullptr, &OnMessage, this), "no filter can be set up");
-    OfferNewServices();
-    completion.reset();
+    RequireSuccess(sd_bus_add_filter(&GetBus(), nullptr, &OnMessage, this), "no filter can be set up");
+    methods.OfferNew(GetBus());
+    completionDeadline.reset();
     if (peer)
     {
-        // What was read together with the handshake makes the descriptor ready no more.
-        Step();
+        // sd-bus may have read the first message together with the handshake; poll would not report it, so process it
+        // now.
+        ProcessStream();
         return;
     }
-    Require(sd_bus_request_name_async(&GetBus(), nullptr, busName.c_str(), 0, &OnName, this),
-            "no name can be asked for");
+    RequireSuccess(sd_bus_request_name_async(&GetBus(), nullptr, busName.c_str(), 0, &OnName, this),
+                   "no name can be asked for");
 }
 
-void ServerConnection::OfferNewServices()
-{
-    shared.catalog.Refresh();
-    const auto& services = shared.catalog.GetServices();
-    while (methods.size() < services.size())
-    {
-        Offer(services[methods.size()]);
-    }
-}
-
-void ServerConnection::Offer(const ServerCatalog::Service& service)
-{
-    auto& ownMethods = methods.emplace_back();
-    for (const RscOperation& operation : service.operations)
-    {
-        ownMethods.push_back({this, &service, &operation});
-    }
-    const int result =
-        sd_bus_add_fallback_vtable(&GetBus(), nullptr, service.path.c_str(), service.busInterfaceName.c_str(),
-                                   service.vtable.data(), &OnFind, ownMethods.data());
-    if (result < 0)
-    {
-        Log(LogLevel::Error, "the interface '{0}' at '{1}' cannot be offered to other processes: {2}",
-            service.busInterfaceName, service.path, GetErrorText(-result));
-    }
-}
-
-void ServerConnection::Step()
+void ServerConnection::ProcessStream()
 {
     isPartial = stream->Process() == MessageStream::Progress::Partial;
     RequireTakenAnswers();
     if (!isPartial && !stream->IsInsideMessage())
     {
-        completion.reset();
+        completionDeadline.reset();
         return;
     }
     const auto now = std::chrono::steady_clock::now();
     nextLook = now + std::chrono::milliseconds(MessageStream::partialHeaderWait);
-    if (!completion)
+    if (!completionDeadline)
     {
-        completion = now + completionTimeout;
+        completionDeadline = now + completionTimeout;
     }
 }
 
@@ -358,18 +290,17 @@ void ServerConnection::RequireTakenAnswers()
 
 void ServerConnection::RequireProgress() const
 {
-    if (completion && std::chrono::steady_clock::now() >= *completion)
+    if (completionDeadline && std::chrono::steady_clock::now() >= *completionDeadline)
     {
         throw InvalidOperationException::Create(stream ? "a message stays incomplete"
                                                        : "the handshake stays incomplete");
     }
 }
 
-void ServerConnection::Note(ServerCall call)
+void ServerConnection::OnCallReceived(ServerCall call)
 {
-    if (++callsUnderWay > RscServer::maximumCallsPerConnection)
+    if (!admission.TryBegin(call))
     {
-        Refuse(call, Format("the connection has {0} calls under way", RscServer::maximumCallsPerConnection));
         return;
     }
     if (!peer)
@@ -378,46 +309,14 @@ void ServerConnection::Note(ServerCall call)
         return;
     }
     call.processId = peer->processId;
-    Admit(std::move(call), peer->userId);
+    admission.Admit(std::move(call), peer->userId);
 }
 
-void ServerConnection::Admit(ServerCall call, std::optional<uint32> userId)
+void ServerConnection::End(BasicString why, EndCause cause)
 {
-    if (!userId)
+    if (!endCause)
     {
-        Refuse(call, "the message bus does not know the caller");
-    }
-    else if (!shared.users.MayCall(*userId))
-    {
-        shared.users.LogStranger(*userId);
-        Refuse(call, "the user may not call services");
-    }
-    else if (call.operation->kind == RscOperationKind::Command && !shared.users.MayCommand(*userId))
-    {
-        shared.users.LogRefusedCommand(*userId, call.Describe());
-        Refuse(call, "the user may not call commands");
-    }
-    else
-    {
-        call.userId = *userId;
-        shared.calls.push_back(std::move(call));
-    }
-}
-
-void ServerConnection::Refuse(const ServerCall& call, const BasicString& reason)
-{
-    --callsUnderWay;
-    const BasicString message = Format("The call of {0} is refused: {1}", call.Describe(), reason);
-    Require(sd_bus_reply_method_errorf(call.request.get(), refusedErrorName, "%s", message.c_str()),
-            "a refusal cannot be sent");
-}
-
-void ServerConnection::End(BasicString why, bool newHasLeft)
-{
-    if (!hasEnded)
-    {
-        hasEnded = true;
-        hasLeft = newHasLeft;
+        endCause = cause;
         failure = std::move(why);
     }
 }

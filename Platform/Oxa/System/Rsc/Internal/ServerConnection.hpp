@@ -1,8 +1,9 @@
 #pragma once
 
-#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Rsc/Internal/MessageStream.hpp"
+#include "Oxa/System/Rsc/Internal/OfferedMethods.hpp"
+#include "Oxa/System/Rsc/Internal/ServerAdmission.hpp"
 #include "Oxa/System/Rsc/Internal/ServerCall.hpp"
 #include "Oxa/System/Rsc/Internal/ServerCallers.hpp"
 #include "Oxa/System/Rsc/Internal/ServerCatalog.hpp"
@@ -14,17 +15,15 @@
 #include <deque>
 #include <memory>
 #include <optional>
-#include <vector>
 
 namespace Oxa::System::Rsc::Internal
 {
 
-/// One connection of the server, to a caller or to a message bus, from the handshake to its end. It only notes the
-/// calls that come in; they are carried out later, by whatever thread. Owned by the server's loop and by the calls
-/// under way. Threads: `CreateAnswer`, `Answer` and `Drop` are safe from any thread; everything else is for the one
-/// that runs the loop.
-class ServerConnection final : public std::enable_shared_from_this<ServerConnection>,
-                               private System::Commons::Diagnostics::Logging::Loggable<ServerConnection>
+/// One connection of the server, to a caller or to a message bus, from the handshake to its end. The calls that come in
+/// are only added to the server's list; they are carried out later, by whatever thread. Owned by the server's loop and
+/// by the calls under way. Threads: `CreateAnswer`, `Answer` and `Drop` are safe from any thread; everything else is
+/// for the one that runs the loop.
+class ServerConnection final : public std::enable_shared_from_this<ServerConnection>
 {
 public:
     using TimePoint = std::chrono::steady_clock::time_point;
@@ -53,6 +52,12 @@ public:
         Ended
     };
 
+    enum class EndCause
+    {
+        PeerLeft,
+        ClosedByServer
+    };
+
     /// With a caller. `bus`: started.
     ServerConnection(const Shared& shared, BusHandle bus, const Peer& peer);
     /// With a message bus, on which `busName` is to be owned.
@@ -62,9 +67,6 @@ public:
     /// Requires: no call of it is under way.
     ~ServerConnection();
 
-    /// A catalog for connections: with the handler that notes the calls.
-    [[nodiscard]] static ServerCatalog MakeCatalog();
-
     /// Does what can be done without waiting.
     Stage Process();
     /// Closes the descriptor. Calls under way finish, without an answer.
@@ -73,8 +75,8 @@ public:
     /// Whether the name on the message bus is owned.
     [[nodiscard]] bool HasBusName() const noexcept;
     [[nodiscard]] const BasicString& GetFailure() const noexcept;
-    /// Whether the other end went, rather than was sent away.
-    [[nodiscard]] bool HasLeft() const noexcept;
+    /// None before the end.
+    [[nodiscard]] std::optional<EndCause> GetEndCause() const noexcept;
     [[nodiscard]] const std::optional<Peer>& GetPeer() const noexcept;
 
     [[nodiscard]] pollfd GetPoll() const;
@@ -89,57 +91,41 @@ public:
     void Drop(MessageHandle request, MessageHandle answer);
 
 private:
-    /// What sd-bus hands back for one operation.
-    struct Method
-    {
-        ServerConnection* connection;
-        const ServerCatalog::Service* service;
-        const RscOperation* operation;
-    };
+    /// `peer`: none on a message bus. `busName`: empty without one.
+    ServerConnection(const Shared& shared, BusHandle bus, std::optional<Peer> peer, BasicString busName);
 
     static int OnMessage(sd_bus_message* message, void* connection, sd_bus_error* error) noexcept;
-    static int OnFind(sd_bus* bus, const char* path, const char* interface, void* methods, void** found,
-                      sd_bus_error* error) noexcept;
-    static int OnCall(sd_bus_message* message, void* method, sd_bus_error* error) noexcept;
     static int OnName(sd_bus_message* answer, void* connection, sd_bus_error* error) noexcept;
 
-    void Start();
+    void ContinueHandshake();
     void Serve();
-    void OfferNewServices();
-    void Offer(const ServerCatalog::Service& service);
-    void Step();
+    void ProcessStream();
     void RequireTakenAnswers();
     void RequireProgress() const;
-
-    void Note(ServerCall call);
-    void Admit(ServerCall call, std::optional<uint32> userId);
-    void Refuse(const ServerCall& call, const BasicString& reason);
-
-    void End(BasicString why, bool hasLeft);
+    void OnCallReceived(ServerCall call);
+    void End(BasicString why, EndCause cause);
     void CloseBus() noexcept;
     [[nodiscard]] sd_bus& GetBus() const noexcept;
 
-    const Shared shared;
     const std::optional<Peer> peer;
     const BasicString busName;
 
     mutable System::Commons::Mutex mutex;
-    /// For each service that is offered here; before the bus, which points into them.
-    std::deque<std::vector<Method>> methods;
+    ServerAdmission admission;
+    /// Declared before the bus, which points into it.
+    OfferedMethods methods;
     ServerCallers callers;
     BusHandle startingBus;
     std::unique_ptr<MessageStream> stream;
-    std::size_t callsUnderWay = 0;
     bool isClosed = false;
-    bool hasEnded = false;
-    bool hasLeft = false;
+    std::optional<EndCause> endCause;
     bool hasBusName = false;
-    /// A header has come in part; look again then.
+    /// A header has come in part: the descriptor says nothing of the rest, which is looked for at `nextLook`.
     bool isPartial = false;
     TimePoint nextLook;
     BasicString failure;
-    /// For the handshake, or for a message to be complete.
-    std::optional<TimePoint> completion;
+    /// Until then the handshake, or the message that has begun, must be complete.
+    std::optional<TimePoint> completionDeadline;
 };
 
 } // namespace Oxa::System::Rsc::Internal

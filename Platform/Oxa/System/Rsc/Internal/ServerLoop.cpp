@@ -61,7 +61,7 @@ private:
 
 ServerLoop::ServerLoop(const RscServerConfiguration& configuration)
     : users(configuration.users),
-      catalog(ServerConnection::MakeCatalog()),
+      catalog(OfferedMethods::MakeCatalog()),
       maximumConnections(configuration.maximumConnections),
       wakeDescriptor(MakeWakeDescriptor()),
       team(*this)
@@ -208,7 +208,7 @@ void ServerLoop::ProcessConnections()
 
 void ServerLoop::LogEnd(const ServerConnection& connection)
 {
-    if (!connection.HasLeft() && endings.Admits())
+    if (connection.GetEndCause() == ServerConnection::EndCause::ClosedByServer && endings.Admits())
     {
         Log(LogLevel::Warning, "the connection of the user {0}, process {1}, is closed: {2}",
             DescribeUser(connection.GetPeer()->userId), connection.GetPeer()->processId, connection.GetFailure());
@@ -271,25 +271,18 @@ void ServerLoop::Accept(ServerDescriptor descriptor)
 
 BusHandle ServerLoop::MakePeerBus(ServerDescriptor descriptor)
 {
+    constexpr const char* failure = "cannot serve a connection";
     sd_id128_t id = {};
     sd_bus* made = nullptr;
-    int result = sd_bus_new(&made);
+    RequireSuccess(sd_bus_new(&made), failure);
     BusHandle bus(made);
-    if (result >= 0 && (result = sd_bus_set_fd(made, descriptor.Get(), descriptor.Get())) >= 0)
-    {
-        static_cast<void>(descriptor.Release());
-        // No descriptors are taken: nobody would close what nobody asked for.
-        if ((result = sd_id128_randomize(&id)) >= 0 && (result = sd_bus_set_server(made, 1, id)) >= 0 &&
-            (result = sd_bus_negotiate_fds(made, 0)) >= 0)
-        {
-            result = sd_bus_start(made);
-        }
-    }
-    if (result < 0)
-    {
-        throw InvalidOperationException::Create("cannot serve a connection: {0}",
-                                                std::generic_category().message(-result));
-    }
+    RequireSuccess(sd_bus_set_fd(made, descriptor.Get(), descriptor.Get()), failure);
+    static_cast<void>(descriptor.Release());
+    RequireSuccess(sd_id128_randomize(&id), failure);
+    RequireSuccess(sd_bus_set_server(made, 1, id), failure);
+    // File descriptors in messages are refused: no operation takes any.
+    RequireSuccess(sd_bus_negotiate_fds(made, 0), failure);
+    RequireSuccess(sd_bus_start(made), failure);
     return bus;
 }
 
