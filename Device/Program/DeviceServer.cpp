@@ -1,30 +1,34 @@
 #include "Device/Program/DeviceServer.hpp"
 
 #include "Oxa/System/Acf/ComponentManager.hpp"
+#include "Oxa/System/Commons/ConfigurationException.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/StartupMemory.hpp"
-#include "Oxa/System/Commons/XmlException.hpp"
+#include "Oxa/System/Commons/Threading/Watchdog.hpp"
 #include "Oxa/System/Rsc/RscServer.hpp"
 
 #include <sys/socket.h>
 #include <systemd/sd-daemon.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <iostream>
+#include <utility>
 
 namespace Oxa::Device::Linux::Program
 {
 
 using System::Acf::ComponentManager;
+using System::Commons::ConfigurationException;
+using System::Commons::FileDescriptor;
 using System::Commons::InvalidOperationException;
-using System::Commons::XmlException;
 
 namespace
 {
 
 /// Shorter than the service manager waits.
-constexpr unsigned shutdownSeconds = 10;
+constexpr std::chrono::seconds shutdownTimeout(10);
 
 void StartComponents(ComponentManager& components, const DeviceServerConfiguration& configuration)
 {
@@ -36,7 +40,7 @@ void StartComponents(ComponentManager& components, const DeviceServerConfigurati
     components.StartAll();
     if (components.GetFailures().size() >= configuration.components.size())
     {
-        throw XmlException::Create("no component came up, there is nothing to offer");
+        throw ConfigurationException::Create("no component came up, there is nothing to offer");
     }
 }
 
@@ -52,12 +56,12 @@ void WaitForEnd()
 
 } // namespace
 
-int TakeActivationSocket()
+FileDescriptor TakeActivationSocket()
 {
     const int count = sd_listen_fds(1);
     if (count == 0)
     {
-        return -1;
+        return {};
     }
     const bool isUsable = count == 1 && sd_is_socket_unix(SD_LISTEN_FDS_START, SOCK_STREAM, 1, nullptr, 0) > 0;
     if (!isUsable)
@@ -65,26 +69,29 @@ int TakeActivationSocket()
         throw InvalidOperationException::Create(
             "the service manager handed over {0} descriptors, expected one listening Unix socket", count);
     }
-    return SD_LISTEN_FDS_START;
+    return FileDescriptor(SD_LISTEN_FDS_START);
 }
 
 void ServeDevice(System::Commons::AppDomain& appDomain, const DeviceServerConfiguration& configuration)
 {
+    // Declared first, so that it watches the ends of all others.
+    System::Commons::Threading::Watchdog watchdog("The device services do not end, so the process ends itself");
     System::Rsc::RscServerConfiguration serverConfiguration = configuration.server;
-    serverConfiguration.listeningDescriptor = TakeActivationSocket();
-    if (serverConfiguration.listeningDescriptor >= 0)
+    FileDescriptor activationSocket = TakeActivationSocket();
+    if (activationSocket.IsOpen())
     {
         serverConfiguration.socketPath.clear();
     }
     ComponentManager components(appDomain);
     StartComponents(components, configuration);
-    const System::Rsc::RscServer server(serverConfiguration);
+    const System::Rsc::RscServer server(serverConfiguration, std::move(activationSocket));
     System::Commons::ReleaseStartupMemory();
     std::cout << "serving" << std::endl;
     WaitForEnd();
     // A call that still hangs in the machine must not keep the process.
-    alarm(shutdownSeconds);
-    // First, so that calls under way which wait for the device end; the server waits for them.
+    watchdog.Start(shutdownTimeout);
+    // This is done before the server is destroyed: the server waits for calls in progress, and stopping the components
+    // ends those calls that wait for the device.
     components.StopAll();
 }
 

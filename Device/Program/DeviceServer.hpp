@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Device/Program/DeviceServerConfiguration.hpp"
+#include "Oxa/System/Commons/FileDescriptor.hpp"
 
 namespace Oxa::System::Commons
 {
@@ -10,9 +11,9 @@ class AppDomain;
 namespace Oxa::Device::Linux::Program
 {
 
-/// A listening socket that systemd handed to the process; -1: none. Throws InvalidOperationException when what it
+/// A listening socket that systemd handed to the process, or none. Throws InvalidOperationException when what it
 /// handed over is not exactly one listening Unix socket.
-[[nodiscard]] int TakeActivationSocket();
+[[nodiscard]] System::Commons::FileDescriptor TakeActivationSocket();
 
 /// Loads the components and offers what they provide until SIGTERM or SIGINT, which must be blocked in all threads.
 /// Throws XmlException when no component came up, InvalidOperationException when nothing can be offered.

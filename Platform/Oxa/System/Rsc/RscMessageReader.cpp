@@ -1,7 +1,7 @@
 #include "Oxa/System/Rsc/RscMessageReader.hpp"
 
 #include "Oxa/System/Rsc/Internal/RemoteArrays.hpp"
-#include "Oxa/System/Rsc/Internal/ValueSignatures.hpp"
+#include "Oxa/System/Rsc/Internal/ValueEncoding.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
 #include <systemd/sd-bus.h>
@@ -9,6 +9,7 @@
 #include <array>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace Oxa::System::Rsc
 {
@@ -19,9 +20,8 @@ using Internal::RemoteArrays;
 namespace
 {
 
-// Each takes many times the memory that it takes in the message.
+/// Each takes many times the memory that it takes in the message.
 constexpr std::size_t maximumSubarrays = 1024;
-constexpr std::size_t maximumSubarrayBytes = 512;
 
 [[noreturn]] void ThrowUnexpected()
 {
@@ -112,7 +112,7 @@ std::span<const char> ReadRaw(sd_bus_message& message, RscType type, Payload& pa
 /// The text or, when it is no UTF-8, its bytes.
 std::span<const char> ReadTextOrBytes(sd_bus_message& message, std::string_view contents)
 {
-    if (contents == "ay")
+    if (contents == Internal::bytesSignature)
     {
         return ReadBytes(message);
     }
@@ -240,7 +240,7 @@ void RscMessageReader::KeepArraysForThisThread()
 
 void RscMessageReader::ReadPayload(AssignFunction assign, void* variant, std::size_t maximumBytes)
 {
-    Require(sd_bus_message_enter_container(&message, 'r', "yv"));
+    Require(sd_bus_message_enter_container(&message, 'r', Internal::valueMembersSignature));
     const auto type = static_cast<RscType>(ReadBasic<uint8>(message, 'y'));
     const char* contents = nullptr;
     Require(sd_bus_message_peek_type(&message, nullptr, &contents));
@@ -269,10 +269,10 @@ RemoteArray& RscMessageReader::ReadArray()
     Require(sd_bus_message_enter_container(&message, 'r', Internal::arrayMembersSignature));
     Require(sd_bus_message_read(&message, "yyu", &elementType, &array.dimensions, &array.elementCount));
     array.elementType = static_cast<RscType>(elementType);
-    EnterArray("(yv)");
+    EnterArray(Internal::valueSignature);
     while (!TryLeaveArray())
     {
-        ReadPayload(array.dimensions > 1 ? &AddSubarray : &AddScalar, &array, maximumSubarrayBytes);
+        ReadPayload(array.dimensions > 1 ? &AddSubarray : &AddScalar, &array, Internal::subarrayBytes);
     }
     Check(sd_bus_message_exit_container(&message));
     const std::size_t count = array.scalars.size() + array.subarrays.size();

@@ -2,7 +2,8 @@
 
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/Text.hpp"
-#include "Oxa/System/Rsc/Internal/ValueSignatures.hpp"
+#include "Oxa/System/Rsc/Internal/ProtocolLimits.hpp"
+#include "Oxa/System/Rsc/Internal/ValueEncoding.hpp"
 #include "Oxa/System/Rsc/RscArrayReader.hpp"
 
 #include <systemd/sd-bus.h>
@@ -14,13 +15,12 @@
 namespace Oxa::System::Rsc
 {
 
+using Internal::maximumBodyBytes;
 using System::Commons::InvalidOperationException;
 
 namespace
 {
 
-// What a message may hold at most beside its header, which names object, interface and operation.
-constexpr std::size_t maximumBodyBytes = 256 * 1024 - 4096;
 /// More than tags, lengths, signatures and padding of one value take.
 constexpr std::size_t valueOverhead = 24;
 
@@ -43,9 +43,9 @@ template <class T>
 
 void AppendBytes(sd_bus_message& message, RscType type, std::span<const char> bytes)
 {
-    Check(sd_bus_message_open_container(&message, 'r', "yv"));
+    Check(sd_bus_message_open_container(&message, 'r', Internal::valueMembersSignature));
     Check(sd_bus_message_append(&message, "y", static_cast<uint8>(type)));
-    Check(sd_bus_message_open_container(&message, 'v', "ay"));
+    Check(sd_bus_message_open_container(&message, 'v', Internal::bytesSignature));
     Check(sd_bus_message_append_array(&message, 'y', bytes.data(), bytes.size()));
     Check(sd_bus_message_close_container(&message));
     Check(sd_bus_message_close_container(&message));
@@ -195,7 +195,7 @@ void RscMessageWriter::WriteVersion(const RscVersion& version)
 
 void RscMessageWriter::WriteArray(const RscArrayInformation& information)
 {
-    Check(sd_bus_message_open_container(&message, 'r', "yv"));
+    Check(sd_bus_message_open_container(&message, 'r', Internal::valueMembersSignature));
     Check(sd_bus_message_append(&message, "y", static_cast<uint8>(RscType::Array)));
     Check(sd_bus_message_open_container(&message, 'v', Internal::arraySignature));
     Check(sd_bus_message_open_container(&message, 'r', Internal::arrayMembersSignature));
@@ -221,7 +221,7 @@ void RscMessageWriter::WriteElements(const RscArrayInformation& information)
     {
         if (hasSubarrays)
         {
-            RscVariant<512> element;
+            RscVariant<Internal::subarrayBytes> element;
             reader->ReadNextArray(element);
             WriteValue(element);
         }

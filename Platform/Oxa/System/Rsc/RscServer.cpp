@@ -2,11 +2,13 @@
 
 #include "Oxa/System/Rsc/Internal/ServerLoop.hpp"
 
+#include <utility>
+
 namespace Oxa::System::Rsc
 {
 
-RscServer::RscServer(const RscServerConfiguration& configuration)
-    : loop(std::make_unique<Internal::ServerLoop>(configuration))
+RscServer::RscServer(const RscServerConfiguration& configuration, System::Commons::FileDescriptor listeningSocket)
+    : loop(std::make_unique<Internal::ServerLoop>(configuration, std::move(listeningSocket)))
 {
 }
 

@@ -22,8 +22,6 @@ struct RscServerConfiguration
 {
     /// Of a Unix socket; empty: none. A socket that is left over from another process is replaced.
     BasicString socketPath;
-    /// A listening Unix socket that the process was given, for instance by systemd; -1: none. The server closes it.
-    int listeningDescriptor = -1;
     /// "system", "session" or an address in the notation of D-Bus; empty: no bus.
     BasicString busAddress;
     /// The well-known name that is asked for on the bus.

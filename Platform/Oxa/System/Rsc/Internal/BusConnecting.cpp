@@ -1,21 +1,22 @@
 #include "Oxa/System/Rsc/Internal/BusConnecting.hpp"
 
+#include "Oxa/System/Commons/FileDescriptor.hpp"
+#include "Oxa/System/Rsc/Internal/BusOpening.hpp"
+#include "Oxa/System/Rsc/Internal/PollTimeout.hpp"
+#include "Oxa/System/Rsc/Internal/SocketAddress.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
-#include <memory>
 #include <system_error>
 
 namespace Oxa::System::Rsc::Internal
 {
+
+using System::Commons::FileDescriptor;
 
 namespace
 {
@@ -38,7 +39,8 @@ void Require(int result)
     }
 }
 
-/// Who is not allowed to connect is let in by the kernel and turned away by the other process, which says nothing.
+/// The kernel lets every user connect. The server closes the connection of a user it does not accept without a message;
+/// that shows as one of these errors.
 void RequireAccepted(int result)
 {
     if (result == -EPERM || result == -EPIPE || result == -ECONNRESET)
@@ -85,53 +87,14 @@ void RequireTime(CallDeadline deadline)
     }
 }
 
-/// Closes the descriptor unless it was given away.
-class SocketOwner final
+void Connect(int descriptor, const BasicString& path, CallDeadline deadline)
 {
-public:
-    explicit SocketOwner(int descriptor) : descriptor(descriptor) {}
-
-    SocketOwner(const SocketOwner&) = delete;
-    SocketOwner& operator=(const SocketOwner&) = delete;
-
-    ~SocketOwner()
-    {
-        if (descriptor >= 0)
-        {
-            close(descriptor);
-        }
-    }
-
-    [[nodiscard]] int Get() const noexcept
-    {
-        return descriptor;
-    }
-
-    void Release() noexcept
-    {
-        descriptor = -1;
-    }
-
-private:
-    int descriptor;
-};
-
-sockaddr_un MakeAddress(const BasicString& path)
-{
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path)
+    const auto address = TryMakeSocketAddress(path);
+    if (!address)
     {
         ThrowNotConnected(ENAMETOOLONG);
     }
-    std::copy(path.begin(), path.end(), address.sun_path);
-    return address;
-}
-
-void Connect(int descriptor, const BasicString& path, CallDeadline deadline)
-{
-    const sockaddr_un address = MakeAddress(path);
-    while (connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+    while (connect(descriptor, AsGeneralAddress(*address), sizeof *address) != 0)
     {
         if (errno != EAGAIN && errno != EINTR)
         {
@@ -167,49 +130,32 @@ void ProcessUntilReady(sd_bus& bus, CallDeadline deadline, BeforeReading beforeR
     }
 }
 
-BusHandle MakeBus()
+template <class Function>
+auto RequireMade(Function make)
 {
-    sd_bus* made = nullptr;
-    Require(sd_bus_new(&made));
-    BusHandle bus(made);
-    Require(sd_bus_negotiate_fds(made, 0));
-    return bus;
-}
-
-BusHandle OpenBus(const BasicString& address)
-{
-    sd_bus* opened = nullptr;
-    if (address == "system" || address == "session")
+    try
     {
-        Require(address == "system" ? sd_bus_open_system(&opened) : sd_bus_open_user(&opened));
-        return BusHandle(opened);
+        return make();
     }
-    BusHandle bus = MakeBus();
-    Require(sd_bus_set_address(bus.get(), address.c_str()));
-    Require(sd_bus_set_bus_client(bus.get(), 1));
-    Require(sd_bus_start(bus.get()));
-    return bus;
+    catch (const std::system_error& error)
+    {
+        ThrowNotConnected(error.code().value());
+    }
 }
 
 } // namespace
 
-int GetPollTimeout(CallDeadline deadline, int most) noexcept
-{
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - CallClock::now()).count();
-    return static_cast<int>(std::clamp<std::int64_t>(left, 0, most));
-}
-
 BusHandle ConnectToSocket(const BasicString& path, CallDeadline deadline)
 {
-    SocketOwner socketOwner(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (socketOwner.Get() < 0)
+    FileDescriptor connected(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!connected.IsOpen())
     {
         ThrowNotConnected(errno);
     }
-    Connect(socketOwner.Get(), path, deadline);
-    BusHandle bus = MakeBus();
-    Require(sd_bus_set_fd(bus.get(), socketOwner.Get(), socketOwner.Get()));
-    socketOwner.Release();
+    Connect(connected.Get(), path, deadline);
+    BusHandle bus = RequireMade([] { return MakeBus(); });
+    Require(sd_bus_set_fd(bus.get(), connected.Get(), connected.Get()));
+    static_cast<void>(connected.Release());
     RequireAccepted(sd_bus_start(bus.get()));
     HandshakeGuard guard(sd_bus_get_fd(bus.get()));
     ProcessUntilReady(*bus, deadline, [&guard] { guard.RequireNoMessage(); });
@@ -218,7 +164,7 @@ BusHandle ConnectToSocket(const BasicString& path, CallDeadline deadline)
 
 BusHandle ConnectToBus(const BasicString& address, CallDeadline deadline)
 {
-    BusHandle bus = OpenBus(address);
+    BusHandle bus = RequireMade([&address] { return OpenMessageBus(ResolveBusAddress(address)); });
     ProcessUntilReady(*bus, deadline, [] {});
     return bus;
 }

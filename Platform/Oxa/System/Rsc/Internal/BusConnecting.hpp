@@ -14,9 +14,6 @@ using CallDeadline = CallClock::time_point;
 /// Of RscServiceException, TimedOut, when a connection is not made before the deadline.
 inline constexpr const char* connectingTimedOutText = "the connection was not made in time";
 
-/// So many milliseconds until the deadline, rounded up, at most `most`, for poll.
-[[nodiscard]] int GetPollTimeout(CallDeadline deadline, int most) noexcept;
-
 /// Connects to the process that listens at a Unix socket, and authenticates. Throws RscServiceException with the cause
 /// alone: NotAvailable when nobody is there, Refused when the other end turns the connection away, TimedOut when
 /// nothing comes of it until the deadline, BadAnswer when messages come too early.

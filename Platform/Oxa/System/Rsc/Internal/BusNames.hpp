@@ -7,6 +7,14 @@
 namespace Oxa::System::Rsc::Internal
 {
 
+/// The message bus itself, as a service that it offers.
+inline constexpr const char* busDaemonName = "org.freedesktop.DBus";
+inline constexpr const char* busDaemonPath = "/org/freedesktop/DBus";
+inline constexpr const char* busDaemonInterface = "org.freedesktop.DBus";
+
+/// Answered by every service on whatever connection.
+inline constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
+
 /// "/Oxa/Device" for the provider "Oxa.Device". Throws ArgumentException when that is no path of D-Bus.
 [[nodiscard]] BasicString GetObjectPath(std::string_view providerName);
 

@@ -1,6 +1,7 @@
 #include "Oxa/System/Rsc/Internal/ClientConnection.hpp"
 
-#include "Oxa/System/Rsc/RscServer.hpp"
+#include "Oxa/System/Rsc/Internal/PollTimeout.hpp"
+#include "Oxa/System/Rsc/Internal/ProtocolLimits.hpp"
 
 #include <poll.h>
 #include <sched.h>
@@ -30,9 +31,9 @@ constexpr std::chrono::microseconds awakeTime{50};
 constexpr std::chrono::milliseconds maximumIncompleteTime{250};
 /// Of calls that were given up. More would fill the buffers of a process that stands still, which would then carry out
 /// all of them when it goes on.
-constexpr std::size_t maximumUnanswered = RscServer::maximumCallsPerConnection;
+constexpr std::size_t maximumUnanswered = maximumCallsPerConnection;
 /// Requests whose callers timed out stay in the send queue until the other process reads them.
-constexpr uint64 maximumQueuedRequests = RscServer::maximumCallsPerConnection;
+constexpr uint64 maximumQueuedRequests = maximumCallsPerConnection;
 
 /// Looks for a short while without sleeping. Lets others run: on a single core, the process that is to answer.
 bool IsReadySoon(pollfd& waiting) noexcept
@@ -52,9 +53,9 @@ bool IsReadySoon(pollfd& waiting) noexcept
 } // namespace
 
 ClientConnection::ClientConnection(BusHandle bus)
-    : stream(std::move(bus), RscServer::maximumMessageBytes), descriptor(stream.GetDescriptor())
+    : stream(std::move(bus), maximumMessageBytes), descriptor(stream.GetDescriptor())
 {
-    calls.reserve(RscServer::maximumCallsPerConnection);
+    calls.reserve(maximumCallsPerConnection);
     sd_bus_slot* slot = nullptr;
     if (sd_bus_add_filter(&stream.GetBus(), &slot, &OnOtherMessage, this) < 0)
     {
@@ -75,7 +76,8 @@ int ClientConnection::OnOtherMessage(sd_bus_message* message, void* connection, 
         // Without this, sd-bus would keep an error for every call that the other process may never take.
         return 1;
     }
-    const bool isAnswer = sd_bus_message_get_reply_cookie(message, nullptr) >= 0;
+    uint64 serial = 0;
+    const bool isAnswer = sd_bus_message_get_reply_cookie(message, &serial) >= 0;
     self.unanswered -= isAnswer && self.unanswered > 0 ? 1 : 0;
     return 0;
 }
@@ -279,10 +281,10 @@ void ClientConnection::GiveUp(ClientCall& call)
 
 void ClientConnection::RequirePlace()
 {
-    if (CountWaiting() >= RscServer::maximumCallsPerConnection)
+    if (CountWaiting() >= maximumCallsPerConnection)
     {
         throw RscServiceException::Create(RscFault::Refused, "{0} calls wait for an answer already",
-                                          RscServer::maximumCallsPerConnection);
+                                          maximumCallsPerConnection);
     }
     uint64 queued = 0;
     if (sd_bus_get_n_queued_write(&stream.GetBus(), &queued) >= 0 && queued >= maximumQueuedRequests)

@@ -1,6 +1,7 @@
 #include "Oxa/System/Rsc/Internal/ClientExchange.hpp"
 
 #include "Oxa/System/Rsc/Internal/BusErrors.hpp"
+#include "Oxa/System/Rsc/Internal/BusNames.hpp"
 #include "Oxa/System/Rsc/Internal/ClientCall.hpp"
 #include "Oxa/System/Rsc/Internal/ClientConnection.hpp"
 #include "Oxa/System/Rsc/RscMessageReader.hpp"
@@ -13,8 +14,6 @@ namespace Oxa::System::Rsc::Internal
 
 namespace
 {
-
-constexpr std::string_view busDaemonName = "org.freedesktop.DBus";
 
 BasicString Describe(const ClientRequest& request)
 {

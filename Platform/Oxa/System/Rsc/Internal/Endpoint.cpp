@@ -22,6 +22,13 @@ BasicString DescribePlace(const RscEndpointConfiguration& configuration)
     return configuration.socketPath.empty() ? configuration.busName : configuration.socketPath;
 }
 
+/// The watch looks at one endpoint after the other: one that is silent must not hide for long that another is back.
+std::chrono::milliseconds GetProbeTimeout(const RscEndpointConfiguration& configuration)
+{
+    constexpr std::chrono::milliseconds longest{1000};
+    return std::min(configuration.readTimeout, longest);
+}
+
 } // namespace
 
 Endpoint::Endpoint(RscEndpointConfiguration configuration, ServiceListeners& listeners)
@@ -68,30 +75,39 @@ void Endpoint::Call(const BasicString& interfaceName, const RscOperation& operat
 
 bool Endpoint::IsProvided(const BasicString& interfaceName) noexcept
 {
+    return Probe(interfaceName, configuration.readTimeout) == Presence::Found;
+}
+
+Endpoint::Presence Endpoint::Probe(const BasicString& interfaceName, std::chrono::milliseconds timeout) noexcept
+{
     try
     {
         if (availability.IsSilent())
         {
-            return false;
+            return Presence::Unreachable;
         }
-        AskForProperties(interfaceName);
+        AskForProperties(interfaceName, timeout);
         availability.NoteFound(interfaceName);
-        return true;
+        return Presence::Found;
     }
     catch (const RscServiceException& exception)
     {
+        if (exception.GetFault() == RscFault::NotAvailable && connector.TryGet())
+        {
+            availability.NoteAbsent(interfaceName);
+            return Presence::Absent;
+        }
         if (exception.GetFault() == RscFault::TimedOut)
         {
             availability.NoteSilence();
         }
-        availability.NoteUnavailable();
-        return false;
     }
     catch (const std::exception&)
     {
-        availability.NoteUnavailable();
-        return false;
+        // Out of memory, for instance: nothing is known about the service.
     }
+    availability.NoteUnavailable();
+    return Presence::Unreachable;
 }
 
 void Endpoint::NoteRequired(const BasicString& interfaceName)
@@ -125,7 +141,7 @@ void Endpoint::ProbeOwner()
     if (interfaceName && connector.TryGet())
     {
         // What it finds out is noted.
-        static_cast<void>(IsProvided(*interfaceName));
+        static_cast<void>(Probe(*interfaceName, GetProbeTimeout(configuration)));
     }
 }
 
@@ -151,10 +167,14 @@ bool Endpoint::IsUnavailable() const
 bool Endpoint::TryRecover()
 {
     const auto recovery = availability.BeginRecovery();
-    const auto& sought = recovery.requiredInterfaces;
-    const bool isComplete =
-        std::all_of(sought.begin(), sought.end(), [this](const BasicString& name) { return IsProvided(name); });
-    return isComplete && availability.TryEndRecovery(recovery);
+    for (const BasicString& interfaceName : recovery.soughtInterfaces)
+    {
+        if (Probe(interfaceName, GetProbeTimeout(configuration)) == Presence::Unreachable)
+        {
+            return false;
+        }
+    }
+    return availability.TryEndRecovery(recovery);
 }
 
 Endpoint::Connection Endpoint::AcquireFor(const ClientRequest& request, CallDeadline deadline)
@@ -189,17 +209,17 @@ void Endpoint::ExchangeOn(const Connection& connection, const ClientRequest& req
 }
 
 /// Whoever provides an interface knows its properties, even if there are none.
-void Endpoint::AskForProperties(const BasicString& interfaceName)
+void Endpoint::AskForProperties(const BasicString& interfaceName, std::chrono::milliseconds timeout)
 {
     const BasicString busInterfaceName = GetBusInterfaceName(interfaceName);
     const ClientRequest request{.destination = nullptr,
                                 .objectPath = objectPath.c_str(),
-                                .interfaceName = "org.freedesktop.DBus.Properties",
+                                .interfaceName = propertiesInterface,
                                 .operationName = "GetAll",
                                 .resultsSignature = "a{sv}",
                                 .serviceName = interfaceName,
                                 .place = place,
-                                .timeout = configuration.readTimeout};
+                                .timeout = timeout};
     const auto deadline = CallClock::now() + request.timeout;
     ExchangeOn(
         AcquireFor(request, deadline), request, deadline,
@@ -221,7 +241,7 @@ void Endpoint::ReportLost(const Connection& lost)
 
 void Endpoint::ReportAbsent(const BasicString& interfaceName)
 {
-    if (availability.NoteAbsent(interfaceName))
+    if (availability.NoteLost(interfaceName))
     {
         listeners.ReportLost(configuration.providerName);
     }

@@ -8,6 +8,7 @@
 #include "Oxa/System/Rsc/RscEndpointConfiguration.hpp"
 #include "Oxa/System/Rsc/RscRemoteService.hpp"
 
+#include <chrono>
 #include <memory>
 
 namespace Oxa::System::Rsc::Internal
@@ -35,7 +36,7 @@ public:
               const RscRemoteService::WriteFunction& writeArguments, const RscRemoteService::ReadFunction& readResults);
     [[nodiscard]] bool IsProvided(const BasicString& interfaceName) noexcept;
 
-    /// From now on the provider is available only when it provides this service, too.
+    /// The service is one that this process uses: the watch looks for it when it is not there.
     void NoteRequired(const BasicString& interfaceName);
 
     /// Ends the connection for good. Calls fail from now on.
@@ -55,9 +56,10 @@ public:
     [[nodiscard]] Connection TryGetConnection() const;
     /// For a connection whose other end hung up.
     void NoteHangUp(const Connection& hungUp);
-    /// Whether a service was lost or not found, and there was no recovery since.
+    /// Whether a required service is not there.
     [[nodiscard]] bool IsUnavailable() const;
-    /// Asks for all required services. True when they are there, and have not been lost meanwhile.
+    /// Asks for the required services that are not there. True when this was news: see
+    /// EndpointAvailability::TryEndRecovery.
     [[nodiscard]] bool TryRecover();
 
 private:
@@ -65,7 +67,16 @@ private:
     void ExchangeOn(const Connection& connection, const ClientRequest& request, CallDeadline deadline,
                     const RscRemoteService::WriteFunction& writeArguments,
                     const RscRemoteService::ReadFunction& readResults);
-    void AskForProperties(const BasicString& interfaceName);
+    enum class Presence
+    {
+        Found,
+        /// The process says that it does not provide the service.
+        Absent,
+        Unreachable
+    };
+
+    [[nodiscard]] Presence Probe(const BasicString& interfaceName, std::chrono::milliseconds timeout) noexcept;
+    void AskForProperties(const BasicString& interfaceName, std::chrono::milliseconds timeout);
     void ReportLost(const Connection& lost);
     void ReportAbsent(const BasicString& interfaceName);
 

@@ -4,24 +4,25 @@
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Rsc/Internal/BusConnecting.hpp"
 
+#include <map>
 #include <optional>
-#include <set>
+#include <vector>
 
 namespace Oxa::System::Rsc::Internal
 {
 
 class EndpointSignal;
 
-/// Which services an endpoint is asked for, and whether all of them were there when they were called or probed last.
-/// Owned by the endpoint, whose signal it borrows: wakes the watch when services become unavailable.
+/// Which services an endpoint is asked for, and which of them were there when they were called or probed last. Owned by
+/// the endpoint, whose signal it borrows: wakes the watch when services become unavailable.
 /// Threads: safe from any thread.
 class EndpointAvailability final
 {
 public:
-    /// What has to be found before the endpoint counts as available again.
+    /// An attempt to find the services that are not there.
     struct Recovery
     {
-        std::set<BasicString> requiredInterfaces;
+        std::vector<BasicString> soughtInterfaces;
         uint64 losses;
     };
 
@@ -30,25 +31,28 @@ public:
     EndpointAvailability& operator=(const EndpointAvailability&) = delete;
     ~EndpointAvailability();
 
-    /// From now on the endpoint is available only when it provides this service, too.
+    /// The service is one that this process uses.
     void NoteRequired(const BasicString& interfaceName);
     /// None when no service was asked for yet.
     [[nodiscard]] std::optional<BasicString> TryGetAnyRequired() const;
 
     /// The connection was lost. Does not wake the watch: it could not connect before the loss has been reported.
     void NoteLost();
-    /// A service could not be reached.
+    /// The process could not be reached.
     void NoteUnavailable();
-    /// The process said that it does not provide the service. False when it was known to be absent already.
-    [[nodiscard]] bool NoteAbsent(const BasicString& interfaceName);
+    /// The process said that it does not provide the service.
+    void NoteAbsent(const BasicString& interfaceName);
+    /// The same, of a service that was called. False when this was known already.
+    [[nodiscard]] bool NoteLost(const BasicString& interfaceName);
     void NoteFound(const BasicString& interfaceName);
 
-    /// Whether a service was lost or not found, and there was no recovery since.
+    /// Whether a service is not there that is to be looked for.
     [[nodiscard]] bool IsUnavailable() const;
 
     [[nodiscard]] Recovery BeginRecovery() const;
-    /// For when all services that are required were found. False, and nothing changes, when one was lost or required
-    /// in the meantime.
+    /// For when the process has answered for every service that was sought. True when services were found since the
+    /// last time and none is awaited: that is one which was there once and may still come, for the process has said
+    /// a few times only that it is not there.
     [[nodiscard]] bool TryEndRecovery(const Recovery& recovery);
 
     /// The process did not answer in time: for a moment it is not to be asked for other services, each of which would
@@ -57,14 +61,26 @@ public:
     [[nodiscard]] bool IsSilent() const;
 
 private:
+    struct Service
+    {
+        bool isFound = false;
+        bool wasEverFound = false;
+        bool isLossKnown = false;
+        /// In how many attempts in a row the process said that it is not there.
+        unsigned absences = 0;
+    };
+
+    void LoseAll();
+    [[nodiscard]] bool IsComplete() const;
+
     EndpointSignal& signal;
     mutable System::Commons::Mutex mutex;
     bool isUnavailable = false;
-    /// How often something was lost or not found.
+    /// Services were found since the last recovery.
+    bool isNewsDue = false;
+    /// How often something was lost.
     uint64 losses = 0;
-    std::set<BasicString> requiredInterfaces;
-    /// Of which the process said that it does not provide them.
-    std::set<BasicString> absentInterfaces;
+    std::map<BasicString, Service> services;
     CallClock::time_point silentUntil;
 };
 

@@ -1,5 +1,6 @@
 #include "Oxa/System/Rsc/Internal/EndpointConnector.hpp"
 
+#include "Oxa/System/Rsc/Internal/BusNames.hpp"
 #include "Oxa/System/Rsc/Internal/ClientConnection.hpp"
 #include "Oxa/System/Rsc/Internal/ClientExchange.hpp"
 #include "Oxa/System/Rsc/Internal/EndpointSignal.hpp"
@@ -94,9 +95,7 @@ void EndpointConnector::Close()
 EndpointConnector::Connection EndpointConnector::Reconnect(std::unique_lock<System::Commons::Mutex>& lock,
                                                            CallDeadline deadline)
 {
-    const auto now = CallClock::now();
-    RequirePause(now);
-    lastAttempt = now;
+    RequirePause(CallClock::now());
     isConnecting = true;
     lock.unlock();
     Connection made;
@@ -111,6 +110,7 @@ EndpointConnector::Connection EndpointConnector::Reconnect(std::unique_lock<Syst
     }
     lock.lock();
     isConnecting = false;
+    lastAttempt = CallClock::now();
     changed.notify_all();
     if (failure)
     {
@@ -136,10 +136,10 @@ EndpointConnector::Connection EndpointConnector::Connect(CallDeadline deadline) 
 
 BasicString EndpointConnector::FindOwner(ClientConnection& bus, CallDeadline deadline) const
 {
-    const BasicString serviceName = "org.freedesktop.DBus";
-    const ClientRequest request{.destination = serviceName.c_str(),
-                                .objectPath = "/org/freedesktop/DBus",
-                                .interfaceName = serviceName.c_str(),
+    const BasicString serviceName = busDaemonName;
+    const ClientRequest request{.destination = busDaemonName,
+                                .objectPath = busDaemonPath,
+                                .interfaceName = busDaemonInterface,
                                 .operationName = "GetNameOwner",
                                 .resultsSignature = "s",
                                 .serviceName = serviceName,

@@ -4,10 +4,13 @@
 
 #include <memory>
 
+namespace Oxa::System::Commons::Threading
+{
+class WakeEvent;
+}
+
 namespace Oxa::System::Rsc::Internal
 {
-
-class WakeSignal;
 
 /// The way from an endpoint to the thread that watches it: wakes that thread while there is one. Owned by the endpoint.
 /// Threads: safe from any thread, also under the locks of the endpoint's parts.
@@ -20,16 +23,16 @@ public:
     ~EndpointSignal();
 
     /// From now on wakes the thread that waits for this one.
-    void Connect(std::shared_ptr<WakeSignal> newTarget);
+    void Connect(std::shared_ptr<System::Commons::Threading::WakeEvent> newTarget);
     /// Wakes nobody any more, unless another thread took over meanwhile.
-    void Disconnect(const std::shared_ptr<WakeSignal>& oldTarget);
+    void Disconnect(const std::shared_ptr<System::Commons::Threading::WakeEvent>& oldTarget);
 
     void Wake() noexcept;
 
 private:
     System::Commons::Mutex mutex;
     /// Null while nobody watches.
-    std::shared_ptr<WakeSignal> target;
+    std::shared_ptr<System::Commons::Threading::WakeEvent> target;
 };
 
 } // namespace Oxa::System::Rsc::Internal

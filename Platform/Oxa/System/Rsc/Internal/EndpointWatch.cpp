@@ -1,10 +1,10 @@
 #include "Oxa/System/Rsc/Internal/EndpointWatch.hpp"
 
-#include "Oxa/System/Rsc/Internal/BusConnecting.hpp"
+#include "Oxa/System/Commons/Threading/WakeEvent.hpp"
 #include "Oxa/System/Rsc/Internal/ClientConnection.hpp"
 #include "Oxa/System/Rsc/Internal/Endpoint.hpp"
+#include "Oxa/System/Rsc/Internal/PollTimeout.hpp"
 #include "Oxa/System/Rsc/Internal/ServiceListeners.hpp"
-#include "Oxa/System/Rsc/Internal/WakeSignal.hpp"
 
 #include <algorithm>
 #include <exception>
@@ -14,6 +14,7 @@ namespace Oxa::System::Rsc::Internal
 {
 
 using System::Commons::Diagnostics::Logging::LogLevel;
+using System::Commons::Threading::WakeEvent;
 
 namespace
 {
@@ -27,7 +28,7 @@ constexpr int forever = -1;
 } // namespace
 
 EndpointWatch::EndpointWatch(std::vector<std::shared_ptr<Endpoint>> endpoints, ServiceListeners& listeners)
-    : endpoints(std::move(endpoints)), listeners(listeners), signal(std::make_shared<WakeSignal>())
+    : endpoints(std::move(endpoints)), listeners(listeners), signal(std::make_shared<WakeEvent>())
 {
     thread = std::thread([this] { Run(); });
     for (const auto& endpoint : this->endpoints)
@@ -35,7 +36,7 @@ EndpointWatch::EndpointWatch(std::vector<std::shared_ptr<Endpoint>> endpoints, S
         endpoint->GetSignal().Connect(signal);
     }
     // Something may have happened before an endpoint knew the signal.
-    signal->Wake();
+    signal->Set();
 }
 
 EndpointWatch::~EndpointWatch()
@@ -45,7 +46,7 @@ EndpointWatch::~EndpointWatch()
         endpoint->GetSignal().Disconnect(signal);
     }
     isStopping = true;
-    signal->Wake();
+    signal->Set();
     thread.join();
 }
 

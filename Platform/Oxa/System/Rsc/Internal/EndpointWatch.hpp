@@ -11,13 +11,17 @@
 #include <thread>
 #include <vector>
 
+namespace Oxa::System::Commons::Threading
+{
+class WakeEvent;
+}
+
 namespace Oxa::System::Rsc::Internal
 {
 
 class ClientConnection;
 class Endpoint;
 class ServiceListeners;
-class WakeSignal;
 
 /// A thread that notices when other processes go, while nobody calls them, and when they come. Sleeps while all is
 /// well, but asks once a second whether services on a message bus are still there; asks for what is unavailable twice a
@@ -48,7 +52,7 @@ private:
 
     const std::vector<std::shared_ptr<Endpoint>> endpoints;
     ServiceListeners& listeners;
-    const std::shared_ptr<WakeSignal> signal;
+    const std::shared_ptr<System::Commons::Threading::WakeEvent> signal;
     std::atomic<bool> isStopping = false;
 
     // Only the thread's. The connections keep the descriptors open; null where there is none.

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Rsc/Internal/ValueEncoding.hpp"
 #include "Oxa/System/Rsc/RscArrayInformation.hpp"
+#include "Oxa/System/Rsc/RscArrayReader.hpp"
 #include "Oxa/System/Rsc/RscVariant.hpp"
 
 #include <array>
@@ -17,9 +19,8 @@ namespace Oxa::System::Rsc::Internal
 struct RemoteArray
 {
     /// As wide as the widest primitive element; a narrower one is at its beginning.
-    using Scalar = std::array<std::byte, 8>;
-    /// The only width in which arrays of arrays can be read.
-    using Subarray = RscVariant<512>;
+    using Scalar = std::array<std::byte, RscArrayReader::maximumPrimitiveBytes>;
+    using Subarray = RscVariant<subarrayBytes>;
 
     uint32 elementCount = 0;
     uint8 dimensions = 0;

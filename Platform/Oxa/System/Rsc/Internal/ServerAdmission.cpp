@@ -1,8 +1,8 @@
 #include "Oxa/System/Rsc/Internal/ServerAdmission.hpp"
 
 #include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Rsc/Internal/ProtocolLimits.hpp"
 #include "Oxa/System/Rsc/Internal/ServerUsers.hpp"
-#include "Oxa/System/Rsc/RscServer.hpp"
 
 #include <utility>
 
@@ -20,11 +20,11 @@ ServerAdmission::~ServerAdmission() = default;
 
 bool ServerAdmission::TryBegin(const ServerCall& call)
 {
-    if (++callsUnderWay <= RscServer::maximumCallsPerConnection)
+    if (++callsUnderWay <= maximumCallsPerConnection)
     {
         return true;
     }
-    Refuse(call, Format("the connection has {0} calls under way", RscServer::maximumCallsPerConnection));
+    Refuse(call, Format("the connection has {0} calls under way", maximumCallsPerConnection));
     return false;
 }
 

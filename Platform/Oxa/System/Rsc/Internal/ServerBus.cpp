@@ -1,12 +1,10 @@
 #include "Oxa/System/Rsc/Internal/ServerBus.hpp"
 
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Rsc/Internal/BusOpening.hpp"
+#include "Oxa/System/Rsc/Internal/PollTimeout.hpp"
 
-#include <algorithm>
-#include <cerrno>
-#include <cstdlib>
 #include <exception>
-#include <system_error>
 #include <utility>
 
 namespace Oxa::System::Rsc::Internal
@@ -21,30 +19,13 @@ namespace
 /// Until the bus must have given the name.
 constexpr std::chrono::seconds nameTimeout{5};
 constexpr std::chrono::seconds retryPeriod{3};
-
-BasicString GetVariable(const char* name, const BasicString& otherwise)
-{
-    const char* const value = secure_getenv(name);
-    return value != nullptr && *value != '\0' ? value : otherwise;
-}
-
-BasicString ResolveAddress(const BasicString& address)
-{
-    if (address == "system")
-    {
-        return GetVariable("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/run/dbus/system_bus_socket");
-    }
-    if (address == "session")
-    {
-        return GetVariable("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + GetVariable("XDG_RUNTIME_DIR", "") + "/bus");
-    }
-    return address;
-}
+/// A step that was done may make another one possible that the descriptor does not tell of.
+constexpr int longestNameWait = 50;
 
 } // namespace
 
 ServerBus::ServerBus(const ServerConnection::Shared& shared, const RscServerConfiguration& configuration)
-    : shared(shared), address(ResolveAddress(configuration.busAddress)), name(configuration.busName)
+    : shared(shared), address(ResolveBusAddress(configuration.busAddress)), name(configuration.busName)
 {
     if (sd_bus_service_name_is_valid(name.c_str()) <= 0)
     {
@@ -98,28 +79,11 @@ std::optional<ServerBus::TimePoint> ServerBus::GetDeadline() const noexcept
     return connection ? connection->GetDeadline() : nextAttempt;
 }
 
-BusHandle ServerBus::Open() const
-{
-    sd_bus* made = nullptr;
-    int result = sd_bus_new(&made);
-    BusHandle bus(made);
-    if (result >= 0 && (result = sd_bus_set_address(made, address.c_str())) >= 0 &&
-        (result = sd_bus_set_bus_client(made, 1)) >= 0 && (result = sd_bus_negotiate_fds(made, 0)) >= 0)
-    {
-        result = sd_bus_start(made);
-    }
-    if (result < 0)
-    {
-        throw InvalidOperationException(std::generic_category().message(-result));
-    }
-    return bus;
-}
-
 void ServerBus::Connect()
 {
     try
     {
-        connection = std::make_shared<ServerConnection>(shared, Open(), name);
+        connection = std::make_shared<ServerConnection>(shared, OpenMessageBus(address), name);
     }
     catch (const std::exception& exception)
     {
@@ -129,23 +93,20 @@ void ServerBus::Connect()
 
 void ServerBus::WaitForName()
 {
-    const auto end = std::chrono::steady_clock::now() + nameTimeout;
+    const auto deadline = std::chrono::steady_clock::now() + nameTimeout;
     while (!connection->HasBusName())
     {
         if (connection->Process() == ServerConnection::Stage::Ended)
         {
             ThrowCannotServe(connection->GetFailure());
         }
-        const auto remaining =
-            std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now()).count();
-        if (remaining <= 0)
+        const int timeout = GetPollTimeout(deadline, longestNameWait);
+        if (timeout == 0)
         {
             ThrowCannotServe("no answer in time");
         }
         pollfd descriptor = connection->GetPoll();
-        // A step that was done may make another one possible that the descriptor does not tell of.
-        constexpr decltype(remaining) longestWait = 50;
-        poll(&descriptor, 1, static_cast<int>(std::min(remaining, longestWait)));
+        poll(&descriptor, 1, timeout);
     }
 }
 

@@ -31,7 +31,6 @@ public:
     [[nodiscard]] std::optional<TimePoint> GetDeadline() const noexcept;
 
 private:
-    [[nodiscard]] BusHandle Open() const;
     void Connect();
     void WaitForName();
     void TryConnectAgain();

@@ -1,5 +1,6 @@
 #include "Oxa/System/Rsc/Internal/ServerCallers.hpp"
 
+#include "Oxa/System/Rsc/Internal/BusNames.hpp"
 #include "Oxa/System/Rsc/Internal/MessageStream.hpp"
 
 #include <cerrno>
@@ -90,9 +91,8 @@ void ServerCallers::Settle(Caller& caller, sd_bus_message& answer)
 
 bool ServerCallers::Ask(Caller& caller, const BasicString& name)
 {
-    return sd_bus_call_method_async(&caller.stream.GetBus(), nullptr, "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                    "org.freedesktop.DBus", "GetConnectionUnixUser", &OnAnswer, &caller, "s",
-                                    name.c_str()) >= 0;
+    return sd_bus_call_method_async(&caller.stream.GetBus(), nullptr, busDaemonName, busDaemonPath, busDaemonInterface,
+                                    "GetConnectionUnixUser", &OnAnswer, &caller, "s", name.c_str()) >= 0;
 }
 
 /// Those that the bus is being asked about stay; there are no more of them than calls under way.

@@ -2,7 +2,7 @@
 
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/Text.hpp"
-#include "Oxa/System/Rsc/RscServer.hpp"
+#include "Oxa/System/Rsc/Internal/ProtocolLimits.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
 #include <cerrno>
@@ -245,7 +245,7 @@ void ServerConnection::ContinueHandshake()
 void ServerConnection::Serve()
 {
     using FirstMessage = MessageStream::FirstMessage;
-    stream = std::make_unique<MessageStream>(std::move(startingBus), RscServer::maximumMessageBytes,
+    stream = std::make_unique<MessageStream>(std::move(startingBus), maximumMessageBytes,
                                              peer ? FirstMessage::MayHaveBegun : FirstMessage::NotBegun);
     RequireSuccess(sd_bus_add_filter(&GetBus(), nullptr, &OnMessage, this), "no filter can be set up");
     methods.OfferNew(GetBus());
@@ -282,7 +282,7 @@ void ServerConnection::ProcessStream()
 void ServerConnection::RequireTakenAnswers()
 {
     uint64 queued = 0;
-    if (sd_bus_get_n_queued_write(&GetBus(), &queued) >= 0 && queued > RscServer::maximumCallsPerConnection)
+    if (sd_bus_get_n_queued_write(&GetBus(), &queued) >= 0 && queued > maximumCallsPerConnection)
     {
         throw InvalidOperationException::Create("{0} answers are not taken", queued);
     }

@@ -1,23 +1,20 @@
 #include "Oxa/System/Rsc/Internal/ServerLoop.hpp"
 
-#include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Rsc/Internal/BusOpening.hpp"
+#include "Oxa/System/Rsc/Internal/PollTimeout.hpp"
 #include "Oxa/System/Rsc/Internal/UserNames.hpp"
 
-#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <systemd/sd-id128.h>
 
-#include <algorithm>
-#include <cerrno>
 #include <exception>
 #include <limits>
-#include <system_error>
 #include <utility>
 
 namespace Oxa::System::Rsc::Internal
 {
 
-using System::Commons::InvalidOperationException;
+using System::Commons::FileDescriptor;
 using System::Commons::Diagnostics::Logging::LogLevel;
 using System::Commons::Threading::LeaderTeam;
 
@@ -46,29 +43,17 @@ private:
     std::atomic<unsigned>& counter;
 };
 
-[[nodiscard]] int MakeWakeDescriptor()
-{
-    const int made = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (made < 0)
-    {
-        throw InvalidOperationException::Create("cannot make an event descriptor: {0}",
-                                                std::generic_category().message(errno));
-    }
-    return made;
-}
-
 } // namespace
 
-ServerLoop::ServerLoop(const RscServerConfiguration& configuration)
+ServerLoop::ServerLoop(const RscServerConfiguration& configuration, FileDescriptor listeningSocket)
     : users(configuration.users),
       catalog(OfferedMethods::MakeCatalog()),
       maximumConnections(configuration.maximumConnections),
-      wakeDescriptor(MakeWakeDescriptor()),
       team(*this)
 {
-    if (configuration.listeningDescriptor >= 0)
+    if (listeningSocket.IsOpen())
     {
-        sockets.push_back(std::make_unique<ServerSocket>(ServerDescriptor(configuration.listeningDescriptor)));
+        sockets.push_back(std::make_unique<ServerSocket>(std::move(listeningSocket)));
     }
     if (!configuration.socketPath.empty())
     {
@@ -106,7 +91,7 @@ void ServerLoop::RunOne()
 
 void ServerLoop::Wake()
 {
-    eventfd_write(wakeDescriptor.Get(), 1);
+    wakeUp.Set();
 }
 
 void ServerLoop::ExecuteNextCall()
@@ -116,7 +101,8 @@ void ServerLoop::ExecuteNextCall()
     ++executing;
     {
         const LeaderTeam::ForeignCall foreign(team);
-        // Before somebody waits for it who would not be woken.
+        // Destroyed before `foreign`: the counter must be down when another thread takes over the loop, because nothing
+        // wakes that thread when the counter changes.
         const Decrement decrement(executing);
         call.Execute();
     }
@@ -125,7 +111,7 @@ void ServerLoop::ExecuteNextCall()
 void ServerLoop::WaitForEvents()
 {
     descriptors.clear();
-    descriptors.push_back({wakeDescriptor.Get(), POLLIN, 0});
+    descriptors.push_back({wakeUp.GetDescriptor(), POLLIN, 0});
     descriptors.push_back(bus ? bus->GetPoll() : pollfd{-1, 0, 0});
     const bool accepts = nextAccept == TimePoint() || std::chrono::steady_clock::now() >= nextAccept;
     for (const auto& socket : sockets)
@@ -145,8 +131,7 @@ void ServerLoop::WaitForEvents()
     }
     if (descriptors.front().revents != 0)
     {
-        eventfd_t ignored = 0;
-        eventfd_read(wakeDescriptor.Get(), &ignored);
+        wakeUp.Clear();
     }
 }
 
@@ -176,9 +161,7 @@ int ServerLoop::GetTimeout() const
     {
         return -1;
     }
-    const auto remaining =
-        std::chrono::ceil<std::chrono::milliseconds>(*next - std::chrono::steady_clock::now()).count();
-    return static_cast<int>(std::clamp<std::int64_t>(remaining, 0, std::numeric_limits<int>::max()));
+    return GetPollTimeout(*next, std::numeric_limits<int>::max());
 }
 
 void ServerLoop::ProcessConnections()
@@ -242,7 +225,7 @@ void ServerLoop::AcceptConnections()
     }
 }
 
-void ServerLoop::Accept(ServerDescriptor descriptor)
+void ServerLoop::Accept(FileDescriptor descriptor)
 {
     ucred peer = {};
     socklen_t size = sizeof peer;
@@ -269,20 +252,16 @@ void ServerLoop::Accept(ServerDescriptor descriptor)
                                                              ServerConnection::Peer{peer.uid, peer.pid}));
 }
 
-BusHandle ServerLoop::MakePeerBus(ServerDescriptor descriptor)
+BusHandle ServerLoop::MakePeerBus(FileDescriptor descriptor)
 {
     constexpr const char* failure = "cannot serve a connection";
     sd_id128_t id = {};
-    sd_bus* made = nullptr;
-    RequireSuccess(sd_bus_new(&made), failure);
-    BusHandle bus(made);
-    RequireSuccess(sd_bus_set_fd(made, descriptor.Get(), descriptor.Get()), failure);
+    BusHandle bus = MakeBus();
+    RequireSuccess(sd_bus_set_fd(bus.get(), descriptor.Get(), descriptor.Get()), failure);
     static_cast<void>(descriptor.Release());
     RequireSuccess(sd_id128_randomize(&id), failure);
-    RequireSuccess(sd_bus_set_server(made, 1, id), failure);
-    // File descriptors in messages are refused: no operation takes any.
-    RequireSuccess(sd_bus_negotiate_fds(made, 0), failure);
-    RequireSuccess(sd_bus_start(made), failure);
+    RequireSuccess(sd_bus_set_server(bus.get(), 1, id), failure);
+    RequireSuccess(sd_bus_start(bus.get()), failure);
     return bus;
 }
 

@@ -1,19 +1,21 @@
 #pragma once
 
+#include "Oxa/System/Commons/Diagnostics/Logging/LogLimit.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/Threading/ILeaderWork.hpp"
 #include "Oxa/System/Commons/Threading/LeaderTeam.hpp"
+#include "Oxa/System/Commons/Threading/WakeEvent.hpp"
 #include "Oxa/System/Rsc/Internal/ServerBus.hpp"
 #include "Oxa/System/Rsc/Internal/ServerConnection.hpp"
-#include "Oxa/System/Rsc/Internal/ServerDescriptor.hpp"
 #include "Oxa/System/Rsc/Internal/ServerSocket.hpp"
 
 #include <poll.h>
 
 #include <atomic>
+#include <cstddef>
 #include <deque>
 #include <memory>
-#include <optional>
 #include <thread>
 #include <vector>
 
@@ -28,7 +30,7 @@ class ServerLoop final : private System::Commons::Threading::ILeaderWork,
 {
 public:
     /// Throws InvalidOperationException, as RscServer does.
-    explicit ServerLoop(const RscServerConfiguration& configuration);
+    ServerLoop(const RscServerConfiguration& configuration, System::Commons::FileDescriptor listeningSocket);
     ServerLoop(const ServerLoop&) = delete;
     ServerLoop& operator=(const ServerLoop&) = delete;
     ~ServerLoop() override;
@@ -45,19 +47,20 @@ private:
     void ProcessConnections();
     void LogEnd(const ServerConnection& connection);
     void AcceptConnections();
-    void Accept(ServerDescriptor descriptor);
-    [[nodiscard]] static BusHandle MakePeerBus(ServerDescriptor descriptor);
+    void Accept(System::Commons::FileDescriptor descriptor);
+    [[nodiscard]] static BusHandle MakePeerBus(System::Commons::FileDescriptor descriptor);
 
     ServerUsers users;
     ServerCatalog catalog;
-    ServerLogLimit endings;
+    System::Commons::Diagnostics::Logging::LogLimit endings;
     const std::size_t maximumConnections;
-    const ServerDescriptor wakeDescriptor;
+    System::Commons::Threading::WakeEvent wakeUp;
     std::vector<std::unique_ptr<ServerSocket>> sockets;
     std::vector<std::shared_ptr<ServerConnection>> connections;
     std::unique_ptr<ServerBus> bus;
 
-    /// Noted, not begun. Behind the connections: what is in them goes before.
+    /// Calls received, not yet executed. Declared after `connections`, so that they are destroyed first: a call holds
+    /// messages of its connection's bus.
     std::deque<ServerCall> calls;
     std::atomic<unsigned> executing = 0;
     /// The wake-up, the bus, the sockets, the connections.

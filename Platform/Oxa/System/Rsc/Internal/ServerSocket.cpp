@@ -1,21 +1,23 @@
 #include "Oxa/System/Rsc/Internal/ServerSocket.hpp"
 
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Rsc/Internal/SocketAddress.hpp"
 
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
+#include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <string>
 #include <system_error>
 #include <utility>
 
 namespace Oxa::System::Rsc::Internal
 {
 
+using System::Commons::FileDescriptor;
 using System::Commons::InvalidOperationException;
 
 namespace
@@ -37,28 +39,21 @@ void Require(bool isDone, const BasicString& path)
     }
 }
 
-[[nodiscard]] ServerDescriptor MakeSocket(const BasicString& path)
+[[nodiscard]] FileDescriptor MakeSocket(const BasicString& path)
 {
-    ServerDescriptor made(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    Require(made.Get() >= 0, path);
+    FileDescriptor made(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    Require(made.IsOpen(), path);
     return made;
 }
 
 [[nodiscard]] sockaddr_un MakeAddress(const BasicString& path)
 {
-    sockaddr_un address = {};
-    if (path.size() >= sizeof address.sun_path)
+    const auto address = TryMakeSocketAddress(path);
+    if (!address)
     {
         ThrowCannotListen(path, "the path is too long for a socket");
     }
-    address.sun_family = AF_UNIX;
-    std::copy(path.begin(), path.end(), std::begin(address.sun_path));
-    return address;
-}
-
-[[nodiscard]] const sockaddr& AsGeneral(const sockaddr_un& address) noexcept
-{
-    return reinterpret_cast<const sockaddr&>(address);
+    return *address;
 }
 
 /// Only a socket that nobody listens at may be replaced.
@@ -74,9 +69,9 @@ void RequireFree(const BasicString& path)
     {
         ThrowCannotListen(path, "there is something that is no socket");
     }
-    const ServerDescriptor probe = MakeSocket(path);
+    const FileDescriptor probe = MakeSocket(path);
     const sockaddr_un address = MakeAddress(path);
-    if (connect(probe.Get(), &AsGeneral(address), sizeof address) == 0 || errno == EAGAIN)
+    if (connect(probe.Get(), AsGeneralAddress(address), sizeof address) == 0 || errno == EAGAIN)
     {
         ThrowCannotListen(path, "another process listens there");
     }
@@ -84,14 +79,14 @@ void RequireFree(const BasicString& path)
 }
 
 /// Under a name of its own first, so that it can be connected to as soon as it is seen.
-[[nodiscard]] ServerDescriptor Listen(const BasicString& path)
+[[nodiscard]] FileDescriptor Listen(const BasicString& path)
 {
     RequireFree(path);
-    ServerDescriptor made = MakeSocket(path);
+    FileDescriptor made = MakeSocket(path);
     const BasicString newPath = path + "." + std::to_string(getpid());
     const sockaddr_un address = MakeAddress(newPath);
     unlink(newPath.c_str());
-    Require(bind(made.Get(), &AsGeneral(address), sizeof address) == 0, path);
+    Require(bind(made.Get(), AsGeneralAddress(address), sizeof address) == 0, path);
     if (chmod(newPath.c_str(), everybody) != 0 || listen(made.Get(), backlog) != 0 ||
         rename(newPath.c_str(), path.c_str()) != 0)
     {
@@ -109,7 +104,7 @@ void RequireFree(const BasicString& path)
     return getsockopt(descriptor, SOL_SOCKET, option, &value, &size) == 0 ? value : -1;
 }
 
-[[nodiscard]] ServerDescriptor TakeOver(ServerDescriptor given)
+[[nodiscard]] FileDescriptor TakeOver(FileDescriptor given)
 {
     const int number = given.Get();
     if (GetOption(number, SO_DOMAIN) != AF_UNIX || GetOption(number, SO_TYPE) != SOCK_STREAM ||
@@ -128,7 +123,7 @@ ServerSocket::ServerSocket(const BasicString& path) : descriptor(Listen(path)), 
 {
 }
 
-ServerSocket::ServerSocket(ServerDescriptor listening) : descriptor(TakeOver(std::move(listening))) {}
+ServerSocket::ServerSocket(FileDescriptor listening) : descriptor(TakeOver(std::move(listening))) {}
 
 ServerSocket::~ServerSocket()
 {
@@ -138,10 +133,10 @@ ServerSocket::~ServerSocket()
     }
 }
 
-std::optional<ServerDescriptor> ServerSocket::TryAccept() const
+std::optional<FileDescriptor> ServerSocket::TryAccept() const
 {
-    ServerDescriptor accepted(accept4(descriptor.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-    if (accepted.Get() >= 0)
+    FileDescriptor accepted(accept4(descriptor.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (accepted.IsOpen())
     {
         return accepted;
     }

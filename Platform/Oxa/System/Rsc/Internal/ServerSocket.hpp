@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/Types.hpp"
-#include "Oxa/System/Rsc/Internal/ServerDescriptor.hpp"
 
 #include <sys/types.h>
 
@@ -19,7 +19,7 @@ public:
     /// InvalidOperationException with path and cause.
     explicit ServerSocket(const BasicString& path);
     /// Takes one over. Throws InvalidOperationException, and closes it, when it is none.
-    explicit ServerSocket(ServerDescriptor listening);
+    explicit ServerSocket(System::Commons::FileDescriptor listening);
     ServerSocket(const ServerSocket&) = delete;
     ServerSocket& operator=(const ServerSocket&) = delete;
     ~ServerSocket();
@@ -30,7 +30,7 @@ public:
     }
 
     /// The next connection; none when nobody waits. Throws InvalidOperationException when there is no descriptor left.
-    [[nodiscard]] std::optional<ServerDescriptor> TryAccept() const;
+    [[nodiscard]] std::optional<System::Commons::FileDescriptor> TryAccept() const;
 
 private:
     struct Identity
@@ -43,7 +43,7 @@ private:
 
     [[nodiscard]] static std::optional<Identity> TryIdentify(const BasicString& path) noexcept;
 
-    const ServerDescriptor descriptor;
+    const System::Commons::FileDescriptor descriptor;
     /// Empty when it was taken over.
     const BasicString path;
     std::optional<Identity> identity;

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Oxa/System/Commons/Diagnostics/Logging/LogLimit.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
-#include "Oxa/System/Rsc/Internal/ServerLogLimit.hpp"
 #include "Oxa/System/Rsc/RscServerConfiguration.hpp"
 
 #include <map>
@@ -30,7 +30,7 @@ private:
     /// Whether each may command.
     std::map<uint32, bool> users;
     std::set<uint32> loggedStrangers;
-    ServerLogLimit refusedCommands;
+    System::Commons::Diagnostics::Logging::LogLimit refusedCommands;
 };
 
 } // namespace Oxa::System::Rsc::Internal

@@ -2,10 +2,10 @@
 #include "Oxa/System/Rsc/IRscService.hpp"
 #include "Oxa/System/Rsc/IRscServiceListener.hpp"
 #include "Oxa/System/Rsc/IRscServiceProxyFactory.hpp"
+#include "Oxa/System/Rsc/Internal/ProtocolLimits.hpp"
 #include "Oxa/System/Rsc/RscMessageReader.hpp"
 #include "Oxa/System/Rsc/RscMessageWriter.hpp"
 #include "Oxa/System/Rsc/RscRemoteService.hpp"
-#include "Oxa/System/Rsc/RscServer.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Support/TemporaryFolder.hpp"
@@ -52,9 +52,11 @@ struct EchoProxy final : IRscService
 
 struct EchoFactory final : IRscServiceProxyFactory
 {
+    explicit EchoFactory(const char* interfaceName = "Oxa::Tests::IEcho") : interfaceName(interfaceName) {}
+
     const char* GetServiceInterfaceName() const override
     {
-        return "Oxa::Tests::IEcho";
+        return interfaceName;
     }
 
     const char* GetServiceProviderName() const override
@@ -77,6 +79,8 @@ struct EchoFactory final : IRscServiceProxyFactory
     {
         return std::make_shared<RemoteEcho>(std::move(service));
     }
+
+    const char* const interfaceName;
 };
 
 class CallingAnotherProcess : public testing::Test
@@ -168,7 +172,7 @@ TEST_F(CallingAnotherProcess, HandsEveryThreadItsOwnAnswerAndRefusesTheOneTooMan
 {
     Connect(30s);
     std::vector<std::future<bool>> threads;
-    for (uint32 number = 0; number < RscServer::maximumCallsPerConnection; ++number)
+    for (uint32 number = 0; number < Internal::maximumCallsPerConnection; ++number)
     {
         threads.push_back(std::async(std::launch::async,
                                      [this, number]
@@ -181,7 +185,7 @@ TEST_F(CallingAnotherProcess, HandsEveryThreadItsOwnAnswerAndRefusesTheOneTooMan
                                          return isRight;
                                      }));
     }
-    while (peer->keptCalls < RscServer::maximumCallsPerConnection)
+    while (peer->keptCalls < Internal::maximumCallsPerConnection)
     {
         std::this_thread::yield();
     }
@@ -237,6 +241,9 @@ struct WaitingListener final : IRscServiceListener
 TEST_F(CallingAnotherProcess, TellsOfADeathThatNoCallNoticedBeforeAnybodyConnectsAgain)
 {
     Connect(10s);
+    // A service that was never there is not waited for.
+    EchoFactory missing("Oxa::Tests::IMissing");
+    EXPECT_EQ(std::unique_ptr<IRscService>(ServiceManager::GetService(providerName, missing)), nullptr);
     WaitingListener listener;
     listener.getConnections = [this]
     {

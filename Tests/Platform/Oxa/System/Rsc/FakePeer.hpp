@@ -126,7 +126,11 @@ private:
         }
         else if (operation == "GetAll")
         {
-            sd_bus_reply_method_return(&message, "a{sv}", 0);
+            const char* interface = nullptr;
+            sd_bus_message_read(&message, "s", &interface);
+            std::string_view(interface).ends_with("IMissing")
+                ? sd_bus_reply_method_errorf(&message, SD_BUS_ERROR_UNKNOWN_INTERFACE, "no such thing")
+                : sd_bus_reply_method_return(&message, "a{sv}", 0);
         }
         else if (operation == "Missing")
         {

@@ -1,5 +1,6 @@
 #include "BusCaller.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Rsc/Internal/ProtocolLimits.hpp"
 #include "Oxa/System/Rsc/RscServer.hpp"
 #include "Support/FakeBytePeer.hpp"
 #include "Support/LogRecorder.hpp"
@@ -24,6 +25,7 @@ namespace
 {
 
 using namespace System::Rsc;
+using System::Commons::FileDescriptor;
 
 sockaddr_un MakeAddress(const BasicString& path)
 {
@@ -124,7 +126,7 @@ TEST_F(Serving, CarriesOutOtherCallsWhileOneLastsUpToABound)
     Start();
     BusCaller caller(address);
     BusCaller another(address);
-    constexpr int bound = RscServer::maximumCallsPerConnection;
+    constexpr int bound = Internal::maximumCallsPerConnection;
     for (int index = 0; index + 1 < bound; ++index)
     {
         caller.CallLater("Wait");
@@ -242,15 +244,14 @@ TEST_F(Serving, TakesOverAListeningSocketAndNothingElse)
 {
     RscServerConfiguration configuration;
     configuration.users = {{std::to_string(getuid()), true}};
-    configuration.listeningDescriptor = BindSocket(path, true);
     {
-        const RscServer taking(configuration);
+        const RscServer taking(configuration, FileDescriptor(BindSocket(path, true)));
         BusCaller caller(address);
         EXPECT_EQ(caller.Echo(1), 1U);
     }
     EXPECT_TRUE(std::filesystem::exists(path)) << "it was made by another process";
-    configuration.listeningDescriptor = BindSocket(folder.GetPath("mute"), false);
-    EXPECT_THROW(RscServer{configuration}, System::Commons::InvalidOperationException);
+    EXPECT_THROW(RscServer(configuration, FileDescriptor(BindSocket(folder.GetPath("mute"), false))),
+                 System::Commons::InvalidOperationException);
 }
 
 TEST_F(Serving, ReplacesALeftOverSocketOnly)

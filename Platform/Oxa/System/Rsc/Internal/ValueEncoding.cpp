@@ -1,4 +1,4 @@
-#include "Oxa/System/Rsc/Internal/ValueSignatures.hpp"
+#include "Oxa/System/Rsc/Internal/ValueEncoding.hpp"
 
 #include "Oxa/System/Rsc/RscVariant.hpp"
 #include "Oxa/System/Rsc/SecureString.hpp"
@@ -41,7 +41,7 @@ std::size_t GetPayloadBytes(RscType type, std::span<const char> payload) noexcep
     case RscType::Struct:
         return payload.size();
     default:
-        // The widest of the rest.
+        // As many as the widest of the other types has.
         return sizeof(RscGuid);
     }
 }
