@@ -14,6 +14,7 @@ namespace Oxa::Tests::Device
 {
 
 using namespace Oxa::Device::Linux::Items;
+using namespace Oxa::Device::Linux::Sources;
 using System::Rsc::RscType;
 
 TEST(ConvertingValues, NeverWrapsAroundNorCutsOff)
@@ -61,7 +62,7 @@ TEST(ConvertingValues, SaysOncePerItemWhatDoesNotFit)
     }
     ASSERT_EQ(log.GetEntries().size(), 1U);
     EXPECT_EQ(log.GetEntries()[0].message,
-              "The item 'Load' has no value: a number is out of the range of Uint8, fixed value");
+              "The item 'Load' has no value: a number is out of the range of uint8, fixed value");
 }
 
 } // namespace Oxa::Tests::Device
