@@ -3,6 +3,9 @@
 #include "Device/Description/DescriptionDocument.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/Xml/MultiXmlConfigDocument.hpp"
+#include "Oxa/System/Commons/Xml/XmlReader.hpp"
+#include "Oxa/System/Commons/Xml/XmlSerializationContext.hpp"
+#include "Oxa/System/Commons/XmlException.hpp"
 
 #include <string_view>
 #include <utility>
