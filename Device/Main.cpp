@@ -15,6 +15,7 @@ namespace
 
 using Oxa::Device::Linux::Program::DeviceCommandLine;
 using Oxa::System::Commons::AppDomain;
+using Oxa::System::Commons::UseConfigured;
 using Oxa::System::Commons::Diagnostics::Logging::LogConfiguration;
 using Oxa::System::Commons::Diagnostics::Logging::LogLevel;
 using Oxa::System::Commons::Diagnostics::Logging::LogManager;
@@ -39,7 +40,7 @@ void Serve(const DeviceCommandLine& commandLine, AppDomain& appDomain)
     const auto configuration =
         Oxa::Device::Linux::Program::LoadDeviceServerConfiguration(commandLine.configurationPath);
     LogManager::AssignAppDomain(appDomain);
-    LogManager::Configure(configuration.log);
+    UseConfigured([&configuration] { LogManager::Configure(configuration.log); });
     Oxa::Device::Linux::Program::ServeDevice(appDomain, configuration);
 }
 
@@ -50,38 +51,40 @@ void LogErrorsOnly()
     LogManager::Configure(configuration);
 }
 
-int Run(const DeviceCommandLine& commandLine, AppDomain& appDomain)
+int Act(const DeviceCommandLine& commandLine)
 {
     using Action = DeviceCommandLine::Action;
-    SetProgramVariables(appDomain, commandLine.configurationPath, commandLine.variables);
     switch (commandLine.action)
     {
     case Action::CheckDescription:
         return Oxa::Device::Linux::Program::CheckDescription(commandLine, std::cout);
-    case Action::DescribeMachine:
+    case Action::ReadItems:
+        return Oxa::Device::Linux::Program::ReadItems(commandLine, std::cout);
+    default:
         // What the machine has not got is said in the description.
         LogErrorsOnly();
         Oxa::Device::Linux::Program::DescribeMachine(commandLine, std::cout);
         return EXIT_SUCCESS;
-    case Action::ReadItems:
-        return Oxa::Device::Linux::Program::ReadItems(commandLine, std::cout);
-    case Action::Serve:
-        break;
     }
-    Serve(commandLine, appDomain);
-    return EXIT_SUCCESS;
+}
+
+int Run(const DeviceCommandLine& commandLine, AppDomain& appDomain)
+{
+    SetProgramVariables(appDomain, commandLine.configurationPath, commandLine.variables);
+    if (commandLine.action == DeviceCommandLine::Action::Serve)
+    {
+        Serve(commandLine, appDomain);
+        return EXIT_SUCCESS;
+    }
+    const int status = Act(commandLine);
+    Oxa::System::Commons::FlushOutput();
+    return status;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    int exitStatus = EXIT_SUCCESS;
     return Oxa::System::Commons::RunProgram(
-        "oxa-device",
-        [argc, argv, &exitStatus](AppDomain& appDomain)
-        {
-            const auto commandLine = Oxa::Device::Linux::Program::ParseDeviceCommandLine(argc, argv, exitStatus);
-            return commandLine ? Run(*commandLine, appDomain) : exitStatus;
-        });
+        "oxa-device", [argc, argv] { return Oxa::Device::Linux::Program::ParseDeviceCommandLine(argc, argv); }, &Run);
 }

@@ -8,7 +8,7 @@
 #include "Device/Items/ItemText.hpp"
 #include "Device/Machine/MachineRoot.hpp"
 #include "Device/Program/DeviceServerConfiguration.hpp"
-#include "Oxa/System/Commons/XmlException.hpp"
+#include "Oxa/System/Commons/ConfigurationException.hpp"
 
 #include <algorithm>
 #include <cstdlib>
@@ -48,8 +48,8 @@ BasicString FindDescription(const DeviceCommandLine& commandLine)
     }
     if (found == components.end())
     {
-        throw System::Commons::XmlException::Create("'{0}' names no description; give one with --description",
-                                                    commandLine.configurationPath);
+        throw System::Commons::ConfigurationException::Create("'{0}' names no description; give one with --description",
+                                                              commandLine.configurationPath);
     }
     return found->settingsPath;
 }

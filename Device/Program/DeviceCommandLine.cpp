@@ -1,7 +1,5 @@
 #include "Device/Program/DeviceCommandLine.hpp"
 
-#include "Oxa/System/Commons/ProgramMain.hpp"
-
 #include <CLI/CLI.hpp>
 
 #include <cstdlib>
@@ -41,22 +39,28 @@ void RequireKeysToRead(const DeviceCommandLine& commandLine)
     }
 }
 
-void SplitVariables(const std::vector<BasicString>& texts, DeviceCommandLine& commandLine)
+/// What an action has no use for must not be passed over without a word.
+void RefuseUnused(const CLI::App& app, const DeviceCommandLine& commandLine)
 {
-    for (const BasicString& text : texts)
+    if (app.count("--description") > 0 && commandLine.action != Action::ReadItems)
     {
-        const auto variable = System::Commons::SplitVariable(text);
-        if (!variable)
-        {
-            throw CLI::ValidationError("--variable", "'" + text + "' is not NAME=VALUE");
-        }
-        commandLine.variables.push_back(*variable);
+        throw CLI::ValidationError("--description", "it is for --read only");
     }
+    if (app.count("--root") > 0 && commandLine.action == Action::CheckDescription)
+    {
+        throw CLI::ValidationError("--root", "a description is checked without looking at a machine");
+    }
+}
+
+/// An empty name is a variable of a script that is not set, and not the machine that the program runs on.
+BasicString FindFolderMistake(const BasicString& name)
+{
+    return name.empty() ? "the name of the folder is empty" : BasicString();
 }
 
 } // namespace
 
-std::optional<DeviceCommandLine> ParseDeviceCommandLine(int argc, const char* const* argv, int& exitStatus)
+System::Commons::CommandLineOrStatus<DeviceCommandLine> ParseDeviceCommandLine(int argc, const char* const* argv)
 {
     DeviceCommandLine commandLine;
     std::vector<BasicString> variables;
@@ -65,22 +69,24 @@ std::optional<DeviceCommandLine> ParseDeviceCommandLine(int argc, const char* co
     app.set_version_flag("--version", OXA_VERSION);
     app.add_option("--config", commandLine.configurationPath, "The configuration file")->capture_default_str();
     app.add_option("--description", commandLine.descriptionPath, "The description that --read uses, a file or folder");
-    app.add_option("--root", commandLine.rootFolder, "A folder of files that stands for the machine");
+    app.add_option("--root", commandLine.rootFolder, "A folder of files that stands for the machine")
+        ->check(&FindFolderMistake);
     app.add_option("--variable", variables, "NAME=VALUE: what ${NAME} in configuration files stands for")
-        ->allow_extra_args(false);
+        ->allow_extra_args(false)
+        ->check(&System::Commons::FindVariableMistake);
     app.add_option("KEY", commandLine.keys, "Keys of items, for --read");
     AddActions(app, commandLine);
     try
     {
         app.parse(argc, argv);
         RequireKeysToRead(commandLine);
-        SplitVariables(variables, commandLine);
+        RefuseUnused(app, commandLine);
+        commandLine.variables = System::Commons::SplitVariables(variables);
         return commandLine;
     }
     catch (const CLI::ParseError& error)
     {
-        exitStatus = app.exit(error) == 0 ? EXIT_SUCCESS : System::Commons::usageFaultStatus;
-        return std::nullopt;
+        return app.exit(error) == 0 ? EXIT_SUCCESS : System::Commons::usageFaultStatus;
     }
 }
 

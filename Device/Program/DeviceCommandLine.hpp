@@ -1,9 +1,9 @@
 #pragma once
 
+#include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/ProgramVariables.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
-#include <optional>
 #include <vector>
 
 namespace Oxa::Device::Linux::Program
@@ -30,8 +30,8 @@ struct DeviceCommandLine
     System::Commons::ProgramVariables variables;
 };
 
-/// Nothing when the command line only asked for help or is wrong: that has been told, and `exitStatus` is set.
-[[nodiscard]] std::optional<DeviceCommandLine> ParseDeviceCommandLine(int argc, const char* const* argv,
-                                                                      int& exitStatus);
+/// Tells the user what is wrong with the command line, or what it asks for itself: help, version.
+[[nodiscard]] System::Commons::CommandLineOrStatus<DeviceCommandLine> ParseDeviceCommandLine(int argc,
+                                                                                             const char* const* argv);
 
 } // namespace Oxa::Device::Linux::Program

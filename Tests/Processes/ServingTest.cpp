@@ -165,8 +165,23 @@ TEST(DescribingADevice, SaysEveryMistakeAndReadsWhatTheProgramDescribed)
     EXPECT_EQ(read.status, 0);
     EXPECT_THAT(read.output, testing::EndsWith(" (Uint64)\n"));
     EXPECT_EQ(RunDevice({"--description", path, "--read", "No.Such.Item"}).status, 1);
-    EXPECT_EQ(RunDevice({"--read"}).status, 64);
-    EXPECT_EQ(RunDevice({"--config", wrong}).status, 78);
+    const BasicString noLog = folder.Write(
+        "log.conf", R"(<DeviceServerDocument><Log target="file" file="/proc/no"/></DeviceServerDocument>)");
+    const std::pair<std::vector<BasicString>, int> refused[] = {
+        {{"--read"}, 64},
+        {{"--check", path, "--root", "/"}, 64},
+        {{"--check", path, "--description", path}, 64},
+        {{"--describe", "--root", ""}, 64},
+        {{"--variable", "=value"}, 64},
+        {{"--config", wrong}, 78},
+        {{"--config", noLog}, 78},
+    };
+    for (const auto& [arguments, status] : refused)
+    {
+        EXPECT_EQ(RunDevice(arguments).status, status) << testing::PrintToString(arguments);
+    }
+    EXPECT_EQ(Support::ChildProcess({"/bin/sh", "-c", "\"$@\" >/dev/full", "sh", OXA_DEVICE, "--check", path}).Wait(),
+              1);
 }
 
 } // namespace

@@ -18,16 +18,6 @@ BasicString GetLibraryFolder()
 
 } // namespace
 
-std::optional<std::pair<BasicString, BasicString>> SplitVariable(const BasicString& text)
-{
-    const std::size_t equals = text.find('=');
-    if (equals == 0 || equals == BasicString::npos)
-    {
-        return std::nullopt;
-    }
-    return std::pair(text.substr(0, equals), text.substr(equals + 1));
-}
-
 BasicString FindVariableMistake(const BasicString& text)
 {
     const std::size_t equals = text.find('=');

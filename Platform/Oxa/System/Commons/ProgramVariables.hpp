@@ -3,7 +3,6 @@
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
-#include <optional>
 #include <utility>
 #include <vector>
 
@@ -14,9 +13,6 @@ class AppDomain;
 
 /// What configuration documents of a program can name.
 using ProgramVariables = std::vector<std::pair<BasicString, BasicString>>;
-
-/// The parts of "NAME=VALUE"; none when there is no name.
-[[nodiscard]] OXA_EXPORT std::optional<std::pair<BasicString, BasicString>> SplitVariable(const BasicString& text);
 
 /// What is wrong with a text of the command line that has to be "NAME=VALUE"; empty when nothing is.
 [[nodiscard]] OXA_EXPORT BasicString FindVariableMistake(const BasicString& text);
