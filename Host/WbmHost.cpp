@@ -64,11 +64,10 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       renewer(loop, notifications),
       modules(appDomain, registry, renewer, notifications),
       serviceEndpoints(configuration.serviceEndpoints),
-      pageQuestions(std::make_shared<Modules::RequestStrand>(loop, "the pages", configuration.maximumWaitingRequests)),
-      bootQuestions(
-          std::make_shared<Modules::RequestStrand>(loop, "the boot id", configuration.maximumWaitingRequests)),
+      pageQuestions(std::make_shared<Http::RequestStrand>(loop, "the pages", configuration.maximumWaitingRequests)),
+      bootQuestions(std::make_shared<Http::RequestStrand>(loop, "the boot id", configuration.maximumWaitingRequests)),
       readinessQuestions(
-          std::make_shared<Modules::RequestStrand>(loop, "the readiness", configuration.maximumWaitingRequests)),
+          std::make_shared<Http::RequestStrand>(loop, "the readiness", configuration.maximumWaitingRequests)),
       sessions(configuration.sessions, users, notifications, loop),
       sessionRoute(sessions, loop.GetContext()),
       dispatcher(registry, notifications),
@@ -93,7 +92,7 @@ void WbmHost::Run(const std::function<void(uint16)>& ready)
     Serve(ready);
     StopModules();
     ServiceEndpoints::Reset();
-    serviceListener.reset();
+    renewalTrigger.reset();
     modules.UnloadAll();
     components.StopAll();
     notifications.Publish({{}, NotificationKind::HostStopped, notificationSource, {}, "stopped", {}});
@@ -101,7 +100,7 @@ void WbmHost::Run(const std::function<void(uint16)>& ready)
 
 void WbmHost::Serve(const std::function<void(uint16)>& ready)
 {
-    serviceListener.emplace(renewer);
+    renewalTrigger.emplace(renewer);
     modules.StartAll(configuration.modules);
     readiness.SetFailedComponents(GetFailedComponents());
     server.Listen();
@@ -187,9 +186,9 @@ void WbmHost::HurryShutdown()
 void WbmHost::StopModules() noexcept
 {
     watchdog.Start(configuration.http.shutdownTimeout);
-    if (serviceListener)
+    if (renewalTrigger)
     {
-        serviceListener->Ignore();
+        renewalTrigger->Ignore();
     }
     modules.StopAll();
 }

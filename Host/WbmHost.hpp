@@ -1,16 +1,16 @@
 #pragma once
 
 #include "Host/ApiRouter.hpp"
+#include "Host/Audit/AuditLog.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Http/HttpServer.hpp"
+#include "Host/Http/RequestStrand.hpp"
 #include "Host/Modules/Dispatcher.hpp"
 #include "Host/Modules/ModuleManager.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Host/Modules/ModuleRenewer.hpp"
 #include "Host/Modules/PagesRoute.hpp"
-#include "Host/Modules/RequestStrand.hpp"
-#include "Host/Modules/ServiceListener.hpp"
-#include "Host/Sessions/AuditLog.hpp"
+#include "Host/Modules/RenewalTrigger.hpp"
 #include "Host/Sessions/SessionManager.hpp"
 #include "Host/Sessions/SessionRoute.hpp"
 #include "Host/Status/BootRoute.hpp"
@@ -91,10 +91,10 @@ private:
     void StopModules() noexcept;
 
     const Configuration::HostConfiguration& configuration;
-    /// Over everything below that goes.
+    /// Declared first, so destroyed last: it supervises the destruction of all members below.
     System::Commons::Threading::Watchdog watchdog{"a module or a component does not stop: ending without it"};
     System::Nm::NotificationManager notifications;
-    Sessions::AuditLog auditLog;
+    Audit::AuditLog auditLog;
     AuthorizationProvider authorizationProvider;
     System::Acf::ComponentManager components;
     Threads::EventLoop loop;
@@ -103,13 +103,13 @@ private:
     Modules::ModuleManager modules;
     /// From the first set-up of a module on. Goes before the modules, and after the endpoints: those keep it as long as
     /// another process is waited for.
-    std::optional<Modules::ServiceListener> serviceListener;
+    std::optional<Modules::RenewalTrigger> renewalTrigger;
     /// Goes before the modules: what calls other processes may need code of their libraries.
     ServiceEndpoints serviceEndpoints;
     /// For questions of the host's own routes to modules and services: one that hangs holds up its own route only.
-    std::shared_ptr<Modules::RequestStrand> pageQuestions;
-    std::shared_ptr<Modules::RequestStrand> bootQuestions;
-    std::shared_ptr<Modules::RequestStrand> readinessQuestions;
+    std::shared_ptr<Http::RequestStrand> pageQuestions;
+    std::shared_ptr<Http::RequestStrand> bootQuestions;
+    std::shared_ptr<Http::RequestStrand> readinessQuestions;
     Sessions::SessionManager sessions;
     Sessions::SessionRoute sessionRoute;
     Modules::Dispatcher dispatcher;

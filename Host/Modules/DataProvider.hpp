@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Host/Modules/RequestStrand.hpp"
+#include "Host/Http/RequestStrand.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <atomic>
@@ -22,7 +22,7 @@ struct DataProvider
     BasicString name;
     /// Called inside a visit of the gate only, and only when it is not withdrawn.
     std::shared_ptr<Services::Commons::Wbm::Modules::WbmRequestHandlerBase> handler;
-    std::shared_ptr<RequestStrand> strand;
+    std::shared_ptr<Http::RequestStrand> strand;
     /// The module's.
     std::shared_ptr<ModuleGate> gate;
     /// GET may ask it.

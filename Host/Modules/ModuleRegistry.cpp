@@ -84,7 +84,7 @@ std::shared_ptr<DataProvider> ModuleRegistry::MakeDataProvider(const BasicString
     auto provider = std::make_shared<DataProvider>();
     provider->name = name;
     provider->handler = std::move(handler);
-    provider->strand = std::make_shared<RequestStrand>(loop, name, maximumWaiting);
+    provider->strand = std::make_shared<Http::RequestStrand>(loop, name, maximumWaiting);
     provider->gate = gate;
     provider->isSafe = found != expected.end() && found->second;
     return provider;

@@ -37,7 +37,9 @@ const char* GetName(VisibilityAttribute visibility) noexcept
 
 } // namespace
 
-PagesRoute::PagesRoute(const ModuleRegistry& registry, RequestStrand& strand) : registry(registry), strand(strand) {}
+PagesRoute::PagesRoute(const ModuleRegistry& registry, Http::RequestStrand& strand) : registry(registry), strand(strand)
+{
+}
 
 Http::Handling PagesRoute::Handle(const std::shared_ptr<Http::IHttpExchange>& exchange,
                                   System::Um::SecurityToken securityToken) const

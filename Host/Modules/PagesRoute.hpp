@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Host/Http/IHttpHandler.hpp"
-#include "Host/Modules/RequestStrand.hpp"
+#include "Host/Http/RequestStrand.hpp"
 #include "Oxa/System/Um/SecurityToken.hpp"
 
 #include <memory>
@@ -16,7 +16,7 @@ class PagesRoute final
 {
 public:
     /// `strand` is where modules are asked, so that one that hangs holds up one thread only.
-    PagesRoute(const ModuleRegistry& registry, RequestStrand& strand);
+    PagesRoute(const ModuleRegistry& registry, Http::RequestStrand& strand);
 
     [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange,
                                         System::Um::SecurityToken securityToken) const;
@@ -25,7 +25,7 @@ private:
     void Answer(Http::IHttpExchange& exchange, System::Um::SecurityToken securityToken) const;
 
     const ModuleRegistry& registry;
-    RequestStrand& strand;
+    Http::RequestStrand& strand;
 };
 
 } // namespace Oxa::Host::Modules

@@ -27,7 +27,7 @@ void Answer(Http::IHttpExchange& exchange)
 
 } // namespace
 
-BootRoute::BootRoute(Modules::RequestStrand& strand) : strand(strand) {}
+BootRoute::BootRoute(Http::RequestStrand& strand) : strand(strand) {}
 
 Http::Handling BootRoute::Handle(const std::shared_ptr<Http::IHttpExchange>& exchange) const
 {

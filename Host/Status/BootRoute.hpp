@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Host/Http/IHttpHandler.hpp"
-#include "Host/Modules/RequestStrand.hpp"
+#include "Host/Http/RequestStrand.hpp"
 
 #include <memory>
 
@@ -13,12 +13,12 @@ class BootRoute final
 {
 public:
     /// `strand` is where the device is asked.
-    explicit BootRoute(Modules::RequestStrand& strand);
+    explicit BootRoute(Http::RequestStrand& strand);
 
     [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange) const;
 
 private:
-    Modules::RequestStrand& strand;
+    Http::RequestStrand& strand;
 };
 
 } // namespace Oxa::Host::Status

@@ -11,7 +11,7 @@ namespace Oxa::Host::Status
 {
 
 ReadinessRoute::ReadinessRoute(const Modules::ModuleManager& modules, const Modules::ModuleRegistry& registry,
-                               Modules::RequestStrand& strand)
+                               Http::RequestStrand& strand)
     : modules(modules), registry(registry), strand(strand)
 {
 }

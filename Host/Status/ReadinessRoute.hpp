@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Host/Http/IHttpHandler.hpp"
-#include "Host/Modules/RequestStrand.hpp"
+#include "Host/Http/RequestStrand.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <memory>
@@ -22,7 +22,7 @@ class ReadinessRoute final
 public:
     /// `strand` is where the modules are asked.
     ReadinessRoute(const Modules::ModuleManager& modules, const Modules::ModuleRegistry& registry,
-                   Modules::RequestStrand& strand);
+                   Http::RequestStrand& strand);
 
     /// Components that will not come up any more. Before the first request.
     void SetFailedComponents(std::vector<BasicString> names);
@@ -34,7 +34,7 @@ private:
 
     const Modules::ModuleManager& modules;
     const Modules::ModuleRegistry& registry;
-    Modules::RequestStrand& strand;
+    Http::RequestStrand& strand;
     std::vector<BasicString> components;
 };
 

@@ -11,7 +11,7 @@ class NotificationManager;
 struct Notification;
 } // namespace Oxa::System::Nm
 
-namespace Oxa::Host::Sessions
+namespace Oxa::Host::Audit
 {
 
 /// Writes every notification to the log: who did what. Owned by the host's main part; writes on a thread of its own and
@@ -30,4 +30,4 @@ private:
     std::unique_ptr<System::Nm::Subscription> subscription;
 };
 
-} // namespace Oxa::Host::Sessions
+} // namespace Oxa::Host::Audit

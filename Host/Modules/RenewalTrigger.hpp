@@ -11,14 +11,14 @@ class ModuleRenewer;
 
 /// Tells the renewer when services go and come, until `Ignore` or the end of its life.
 /// Threads: made and destroyed by one; called by any.
-class ServiceListener final : public System::Rsc::IRscServiceListener
+class RenewalTrigger final : public System::Rsc::IRscServiceListener
 {
 public:
     /// Borrowed.
-    explicit ServiceListener(ModuleRenewer& renewer);
-    ServiceListener(const ServiceListener&) = delete;
-    ServiceListener& operator=(const ServiceListener&) = delete;
-    ~ServiceListener() override;
+    explicit RenewalTrigger(ModuleRenewer& renewer);
+    RenewalTrigger(const RenewalTrigger&) = delete;
+    RenewalTrigger& operator=(const RenewalTrigger&) = delete;
+    ~RenewalTrigger() override;
 
     /// From now on: that services go at the end of the process is no loss.
     void Ignore() noexcept;

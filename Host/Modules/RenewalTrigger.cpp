@@ -1,4 +1,4 @@
-#include "Host/Modules/ServiceListener.hpp"
+#include "Host/Modules/RenewalTrigger.hpp"
 
 #include "Host/Modules/ModuleRenewer.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
@@ -8,22 +8,22 @@ namespace Oxa::Host::Modules
 
 using System::Rsc::ServiceManager;
 
-ServiceListener::ServiceListener(ModuleRenewer& renewer) : renewer(renewer)
+RenewalTrigger::RenewalTrigger(ModuleRenewer& renewer) : renewer(renewer)
 {
     ServiceManager::AddListener(*this);
 }
 
-ServiceListener::~ServiceListener()
+RenewalTrigger::~RenewalTrigger()
 {
     ServiceManager::RemoveListener(*this);
 }
 
-void ServiceListener::Ignore() noexcept
+void RenewalTrigger::Ignore() noexcept
 {
     isIgnoring = true;
 }
 
-void ServiceListener::OnServicesLost(const BasicString& providerName) noexcept
+void RenewalTrigger::OnServicesLost(const BasicString& providerName) noexcept
 {
     if (!isIgnoring)
     {
@@ -31,7 +31,7 @@ void ServiceListener::OnServicesLost(const BasicString& providerName) noexcept
     }
 }
 
-void ServiceListener::OnServicesAvailable(const BasicString& providerName) noexcept
+void RenewalTrigger::OnServicesAvailable(const BasicString& providerName) noexcept
 {
     if (!isIgnoring)
     {

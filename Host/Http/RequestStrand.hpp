@@ -4,6 +4,7 @@
 #include "Host/Http/IHttpHandler.hpp"
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <condition_variable>
@@ -11,11 +12,10 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <utility>
 
-namespace Oxa::Host::Modules
+namespace Oxa::Host::Http
 {
 
 /// Runs tasks that call foreign code and answer a request, never two at the same time. A task that finds the strand
@@ -26,7 +26,7 @@ class RequestStrand final : public std::enable_shared_from_this<RequestStrand>,
                             private System::Commons::Diagnostics::Logging::Loggable<RequestStrand>
 {
 public:
-    using Task = std::function<void(Http::IHttpExchange&)>;
+    using Task = std::function<void(IHttpExchange&)>;
 
     /// `name` is for the log.
     RequestStrand(Threads::EventLoop& loop, BasicString name, std::size_t maximumWaiting);
@@ -36,13 +36,13 @@ public:
 
     /// `task(exchange)` calls the exchange's `Send`. Over the bound the answer is 503.
     template <class F>
-    [[nodiscard]] Http::Handling Run(const std::shared_ptr<Http::IHttpExchange>& exchange, F&& task)
+    [[nodiscard]] Handling Run(const std::shared_ptr<IHttpExchange>& exchange, F&& task)
     {
         if (TryEnter())
         {
             const Visit visit(*this);
             Execute(*exchange, task);
-            return Http::Handling::Answered;
+            return Handling::Answered;
         }
         return Enqueue(exchange, Task(std::forward<F>(task)));
     }
@@ -51,7 +51,7 @@ public:
     void Close();
 
 private:
-    using Waiting = std::pair<std::shared_ptr<Http::IHttpExchange>, Task>;
+    using Waiting = std::pair<std::shared_ptr<IHttpExchange>, Task>;
 
     /// Leaves a strand that was entered.
     class Visit final
@@ -72,33 +72,34 @@ private:
     };
 
     [[nodiscard]] bool TryEnter();
-    [[nodiscard]] Http::Handling Enqueue(const std::shared_ptr<Http::IHttpExchange>& exchange, Task task);
+    [[nodiscard]] Handling Enqueue(const std::shared_ptr<IHttpExchange>& exchange, Task task);
     void Leave() noexcept;
     [[nodiscard]] std::optional<Waiting> TakeNext();
     void PostNext(Waiting next);
 
+    // Refers to the task instead of making a `Task` of it: a request that runs at once needs no allocation for it.
     template <class F>
-    void Execute(Http::IHttpExchange& exchange, const F& task)
+    void Execute(IHttpExchange& exchange, const F& task)
     {
         const Threads::EventLoop::ForeignCall call(loop);
         ExecuteGuarded(
-            exchange, [](const void* function, Http::IHttpExchange& each) { (*static_cast<const F*>(function))(each); },
+            exchange, [](const void* function, IHttpExchange& each) { (*static_cast<const F*>(function))(each); },
             &task);
     }
 
-    void ExecuteGuarded(Http::IHttpExchange& exchange, void (*invoke)(const void*, Http::IHttpExchange&),
+    void ExecuteGuarded(IHttpExchange& exchange, void (*invoke)(const void*, IHttpExchange&),
                         const void* function) noexcept;
-    void ExecuteOrAnswerFault(Http::IHttpExchange& exchange, void (*invoke)(const void*, Http::IHttpExchange&),
+    void ExecuteOrAnswerFault(IHttpExchange& exchange, void (*invoke)(const void*, IHttpExchange&),
                               const void* function);
 
     Threads::EventLoop& loop;
     const BasicString name;
     const std::size_t maximumWaiting;
-    std::mutex mutex;
+    System::Commons::Mutex mutex;
     std::condition_variable becameIdle;
     bool isBusy = false;
     bool isClosed = false;
     std::deque<Waiting> waiting;
 };
 
-} // namespace Oxa::Host::Modules
+} // namespace Oxa::Host::Http

@@ -1,4 +1,4 @@
-#include "Host/Modules/RequestStrand.hpp"
+#include "Host/Http/RequestStrand.hpp"
 
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 #include "Support/FakeExchange.hpp"
@@ -11,11 +11,9 @@
 #include <thread>
 #include <tuple>
 
-namespace Oxa::Host::Modules
+namespace Oxa::Host::Http
 {
 
-using Http::Handling;
-using Http::IHttpExchange;
 using System::Rsc::RscFault;
 using System::Rsc::RscServiceException;
 using Tests::Support::FakeExchange;
@@ -109,12 +107,12 @@ TEST_F(Strands, GoOnWhenNotEvenTheFaultCanBeAnswered)
     class FullExchange final : public IHttpExchange
     {
     public:
-        [[nodiscard]] const Http::HttpRequest& GetRequest() const noexcept override
+        [[nodiscard]] const HttpRequest& GetRequest() const noexcept override
         {
             return request;
         }
 
-        void Send(const Http::HttpAnswer& /*answer*/, std::string_view /*body*/) override
+        void Send(const HttpAnswer& /*answer*/, std::string_view /*body*/) override
         {
             throw std::bad_alloc();
         }
@@ -122,7 +120,7 @@ TEST_F(Strands, GoOnWhenNotEvenTheFaultCanBeAnswered)
         void Resume() override {}
 
     private:
-        Http::HttpRequest request;
+        HttpRequest request;
     };
 
     EXPECT_EQ(strand->Run(std::make_shared<FullExchange>(), RequestStrand::Task(Answer)), Handling::Answered);
@@ -163,4 +161,4 @@ TEST_F(Strands, CloseWhenTheTaskUnderWayHasEnded)
 
 } // namespace
 
-} // namespace Oxa::Host::Modules
+} // namespace Oxa::Host::Http

@@ -1,4 +1,4 @@
-#include "Host/Modules/RequestStrand.hpp"
+#include "Host/Http/RequestStrand.hpp"
 
 #include "Host/Http/FaultReport.hpp"
 #include "Host/Http/Problem.hpp"
@@ -8,11 +8,9 @@
 
 #include <utility>
 
-namespace Oxa::Host::Modules
+namespace Oxa::Host::Http
 {
 
-using Http::Handling;
-using Http::IHttpExchange;
 using System::Commons::Diagnostics::Logging::LogLevel;
 using System::Rsc::RscFault;
 using System::Rsc::RscServiceException;
@@ -20,20 +18,20 @@ using System::Rsc::RscServiceException;
 namespace
 {
 
-const Http::Problem& GetProblem(RscFault fault) noexcept
+const Problem& GetProblem(RscFault fault) noexcept
 {
     switch (fault)
     {
     case RscFault::TimedOut:
-        return Http::Problems::serviceTimeout;
+        return Problems::serviceTimeout;
     case RscFault::ConnectionLost:
-        return Http::Problems::serviceLost;
+        return Problems::serviceLost;
     case RscFault::BadAnswer:
-        return Http::Problems::badServiceAnswer;
+        return Problems::badServiceAnswer;
     case RscFault::Refused:
-        return Http::Problems::serviceRefused;
+        return Problems::serviceRefused;
     default:
-        return Http::Problems::serviceNotAvailable;
+        return Problems::serviceNotAvailable;
     }
 }
 
@@ -63,9 +61,9 @@ Handling RequestStrand::Enqueue(const std::shared_ptr<IHttpExchange>& exchange, 
         std::unique_lock lock(mutex);
         if (isClosed || waiting.size() >= maximumWaiting)
         {
-            const auto& problem = isClosed ? Http::Problems::serviceNotAvailable : Http::Problems::tooManyRequests;
+            const auto& problem = isClosed ? Problems::serviceNotAvailable : Problems::tooManyRequests;
             lock.unlock();
-            Http::SendProblem(*exchange, problem);
+            SendProblem(*exchange, problem);
             return Handling::Answered;
         }
         if (isBusy)
@@ -149,11 +147,11 @@ void RequestStrand::ExecuteOrAnswerFault(IHttpExchange& exchange, void (*invoke)
     catch (const RscServiceException& exception)
     {
         Log(LogLevel::Warning, "{0}: {1}", name, exception.what());
-        Http::SendProblem(exchange, GetProblem(exception.GetFault()));
+        SendProblem(exchange, GetProblem(exception.GetFault()));
     }
     catch (...)
     {
-        Http::FaultReport::Answer(exchange, name);
+        FaultReport::Answer(exchange, name);
     }
 }
 
@@ -171,10 +169,10 @@ void RequestStrand::Close()
         boost::asio::post(loop.GetContext(),
                           [exchange = std::move(each.first)]
                           {
-                              Http::SendProblem(*exchange, Http::Problems::serviceNotAvailable);
+                              SendProblem(*exchange, Problems::serviceNotAvailable);
                               exchange->Resume();
                           });
     }
 }
 
-} // namespace Oxa::Host::Modules
+} // namespace Oxa::Host::Http

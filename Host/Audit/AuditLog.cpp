@@ -1,11 +1,11 @@
-#include "Host/Sessions/AuditLog.hpp"
+#include "Host/Audit/AuditLog.hpp"
 
 #include "Oxa/System/Nm/Notification.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
 
 #include <string_view>
 
-namespace Oxa::Host::Sessions
+namespace Oxa::Host::Audit
 {
 
 using System::Commons::Diagnostics::Logging::LogLevel;
@@ -50,4 +50,4 @@ void AuditLog::Write(const System::Nm::Notification& notification) const
         Quote(notification.text), details);
 }
 
-} // namespace Oxa::Host::Sessions
+} // namespace Oxa::Host::Audit
