@@ -4,6 +4,7 @@
 #include "Host/Http/Problem.hpp"
 #include "Host/Modules/Dispatcher.hpp"
 #include "Host/Modules/PagesRoute.hpp"
+#include "Host/RouteNames.hpp"
 #include "Host/Sessions/RequestOrigin.hpp"
 #include "Host/Sessions/SessionManager.hpp"
 #include "Host/Sessions/SessionRoute.hpp"
@@ -60,15 +61,15 @@ Handling ApiRouter::HandleApi(const Exchange& exchange, std::string_view path)
     {
         return HandleProvider(exchange, path);
     }
-    if (path == "session")
+    if (path == RouteNames::session)
     {
         return routes.session.Handle(exchange);
     }
-    if (path == "pages")
+    if (path == RouteNames::pages)
     {
         return HandleRead(exchange, [this](const Exchange& each) { return HandlePages(each); });
     }
-    if (path == "boot")
+    if (path == RouteNames::boot)
     {
         return HandleRead(exchange, [this](const Exchange& each) { return routes.boot.Handle(each); });
     }

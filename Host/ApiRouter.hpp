@@ -2,6 +2,7 @@
 
 #include "Host/Http/IHttpHandler.hpp"
 
+#include <memory>
 #include <string_view>
 
 namespace Oxa::Host

@@ -17,6 +17,7 @@
 namespace Oxa::Host
 {
 
+using System::Commons::FileDescriptor;
 using System::Commons::InvalidOperationException;
 
 namespace
@@ -28,64 +29,33 @@ namespace
                                             std::generic_category().message(cause));
 }
 
-/// A file that is open as long as it lives.
-class OpenFile final
+FileDescriptor Open(const BasicString& path, int flags)
 {
-public:
-    OpenFile(const BasicString& path, int flags) : number(open(path.c_str(), flags | O_CLOEXEC, S_IRUSR | S_IWUSR)) {}
+    return FileDescriptor(open(path.c_str(), flags | O_CLOEXEC, S_IRUSR | S_IWUSR));
+}
 
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-
-    ~OpenFile()
+/// Waits until the disk has it. False with errno.
+bool TryWrite(const FileDescriptor& file, std::string_view text) noexcept
+{
+    while (!text.empty())
     {
-        if (number >= 0)
+        const ssize_t count = write(file.Get(), text.data(), text.size());
+        if (count >= 0)
         {
-            close(number);
+            text.remove_prefix(static_cast<std::size_t>(count));
+        }
+        else if (errno != EINTR)
+        {
+            return false;
         }
     }
-
-    [[nodiscard]] bool IsOpen() const noexcept
-    {
-        return number >= 0;
-    }
-
-    /// False with errno.
-    [[nodiscard]] bool TryWrite(std::string_view text) const noexcept
-    {
-        while (!text.empty())
-        {
-            const ssize_t count = write(number, text.data(), text.size());
-            if (count >= 0)
-            {
-                text.remove_prefix(static_cast<std::size_t>(count));
-            }
-            else if (errno != EINTR)
-            {
-                return false;
-            }
-        }
-        return true;
-    }
-
-    /// Waits until the disk has it. False with errno.
-    [[nodiscard]] bool TryFlush() const noexcept
-    {
-        return fsync(number) == 0;
-    }
-
-private:
-    const int number;
-};
+    return fsync(file.Get()) == 0;
+}
 
 } // namespace
 
-StateFolder::Lock::~Lock()
-{
-    close(number);
-}
-
-StateFolder::StateFolder(BasicString newPath) : path(std::move(newPath))
+StateFolder::StateFolder(BasicString newPath)
+    : path(std::move(newPath)), initialPasswordPath(path + "/initial-password")
 {
     const auto parent = std::filesystem::absolute(path).parent_path();
     std::error_code error;
@@ -100,20 +70,14 @@ StateFolder::StateFolder(BasicString newPath) : path(std::move(newPath))
     }
 }
 
-BasicString StateFolder::GetInitialPasswordPath() const
+FileDescriptor StateFolder::TakeLock() const
 {
-    return path + "/initial-password";
-}
-
-std::unique_ptr<StateFolder::Lock> StateFolder::TakeLock() const
-{
-    const int number = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (number < 0)
+    FileDescriptor lock = Open(path, O_RDONLY | O_DIRECTORY);
+    if (!lock.IsOpen())
     {
         ThrowErrno("open", path, errno);
     }
-    auto lock = std::make_unique<Lock>(number);
-    while (flock(number, LOCK_EX) != 0)
+    while (flock(lock.Get(), LOCK_EX) != 0)
     {
         if (errno != EINTR)
         {
@@ -125,23 +89,23 @@ std::unique_ptr<StateFolder::Lock> StateFolder::TakeLock() const
 
 void StateFolder::WriteInitialPassword(const BasicString& password) const
 {
-    const BasicString newPath = GetInitialPasswordPath() + ".new";
+    const BasicString newPath = initialPasswordPath + ".new";
     // Left by a process that was cut off.
     unlink(newPath.c_str());
-    const OpenFile file(newPath, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW);
-    const OpenFile folder(path, O_RDONLY | O_DIRECTORY);
-    if (!file.IsOpen() || !file.TryWrite(password + '\n') || !file.TryFlush() ||
-        rename(newPath.c_str(), GetInitialPasswordPath().c_str()) != 0 || !folder.TryFlush())
+    const FileDescriptor file = Open(newPath, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW);
+    const FileDescriptor folder = Open(path, O_RDONLY | O_DIRECTORY);
+    if (!file.IsOpen() || !TryWrite(file, password + '\n') ||
+        rename(newPath.c_str(), initialPasswordPath.c_str()) != 0 || fsync(folder.Get()) != 0)
     {
         const int cause = errno;
         unlink(newPath.c_str());
-        ThrowErrno("write", GetInitialPasswordPath(), cause);
+        ThrowErrno("write", initialPasswordPath, cause);
     }
 }
 
 void StateFolder::RemoveInitialPassword() const noexcept
 {
-    unlink((path + "/initial-password").c_str());
+    unlink(initialPasswordPath.c_str());
 }
 
 } // namespace Oxa::Host

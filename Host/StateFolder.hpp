@@ -1,8 +1,7 @@
 #pragma once
 
+#include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/Types.hpp"
-
-#include <memory>
 
 namespace Oxa::Host
 {
@@ -11,27 +10,16 @@ namespace Oxa::Host
 class StateFolder final
 {
 public:
-    /// Keeps other processes from changing the folder as long as it lives.
-    class Lock final
-    {
-    public:
-        explicit Lock(int number) noexcept : number(number) {}
-
-        Lock(const Lock&) = delete;
-        Lock& operator=(const Lock&) = delete;
-        ~Lock();
-
-    private:
-        int number;
-    };
-
     /// Makes the folder, for its owner only, when there is none.
     explicit StateFolder(BasicString newPath);
 
-    [[nodiscard]] BasicString GetInitialPasswordPath() const;
+    [[nodiscard]] const BasicString& GetInitialPasswordPath() const noexcept
+    {
+        return initialPasswordPath;
+    }
 
-    /// Waits for other processes that hold it.
-    [[nodiscard]] std::unique_ptr<Lock> TakeLock() const;
+    /// Keeps other processes from changing the folder until the result is closed. Waits for those that hold it.
+    [[nodiscard]] System::Commons::FileDescriptor TakeLock() const;
 
     /// Readable by the owner only, from the first moment, and on the disk when this returns. Replaces an earlier one,
     /// at once and as a whole. Requires: the lock.
@@ -41,7 +29,8 @@ public:
     void RemoveInitialPassword() const noexcept;
 
 private:
-    BasicString path;
+    const BasicString path;
+    const BasicString initialPasswordPath;
 };
 
 } // namespace Oxa::Host

@@ -26,7 +26,7 @@ struct HttpConfiguration
     std::chrono::seconds bodyTimeout{20};
     /// An answer that the client does not take.
     std::chrono::seconds writeTimeout{20};
-    /// For requests in progress when the host ends.
+    /// When the host ends: for requests in progress, and then once more for modules and components to stop.
     std::chrono::seconds shutdownTimeout{10};
 };
 

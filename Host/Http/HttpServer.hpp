@@ -2,6 +2,7 @@
 
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <boost/asio/io_context.hpp>
@@ -10,7 +11,6 @@
 
 #include <atomic>
 #include <functional>
-#include <mutex>
 #include <unordered_set>
 
 namespace Oxa::Host::Http
@@ -94,7 +94,7 @@ private:
     bool isSweeping = false;
     std::function<void()> drained;
 
-    std::mutex mutex;
+    System::Commons::Mutex mutex;
     std::unordered_set<HttpConnection*> connections;
 };
 

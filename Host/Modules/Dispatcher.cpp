@@ -36,7 +36,7 @@ bool IsAllowed(HttpMethod method, const DataProvider& provider) noexcept
     return method == HttpMethod::Post || (provider.isSafe && Http::IsRead(method));
 }
 
-/// Null: the module may be called. Not for long, outside a visit.
+/// Null when the module may be called now; outside a visit this can change at any time.
 const Http::Problem* FindAbsence(const DataProvider& provider) noexcept
 {
     if (!provider.gate->IsOpen())

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "Oxa/System/Commons/Mutex.hpp"
+
 #include <condition_variable>
 #include <cstddef>
-#include <mutex>
 
 namespace Oxa::Host::Modules
 {
@@ -57,7 +58,7 @@ private:
     [[nodiscard]] bool TryEnter() noexcept;
     void Leave() noexcept;
 
-    mutable std::mutex mutex;
+    mutable System::Commons::Mutex mutex;
     std::condition_variable becameEmpty;
     bool isOpen = true;
     std::size_t callsUnderWay = 0;

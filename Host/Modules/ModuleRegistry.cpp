@@ -1,6 +1,7 @@
 #include "Host/Modules/ModuleRegistry.hpp"
 
 #include "Host/Modules/ModuleGate.hpp"
+#include "Host/RouteNames.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmPageHandlerBase.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
 
@@ -16,22 +17,7 @@ namespace
 bool CanBeReached(std::string_view name)
 {
     constexpr std::string_view allowed = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
-    constexpr std::string_view reserved[] = {"session", "pages", "boot"};
-    return !name.empty() && name.find_first_not_of(allowed) == std::string_view::npos &&
-           std::find(std::begin(reserved), std::end(reserved), name) == std::end(reserved);
-}
-
-auto FindPage(std::vector<std::shared_ptr<const RegisteredPage>>& pages, const BasicString& name)
-{
-    return std::find_if(pages.begin(), pages.end(),
-                        [&name](const auto& page) { return page->info.GetPageName() == name; });
-}
-
-/// Whether a module may put another entry into the place of this one.
-template <class Entry>
-bool IsFree(const Entry& entry, const std::shared_ptr<ModuleGate>& gate)
-{
-    return entry.isWithdrawn && entry.gate == gate;
+    return !name.empty() && name.find_first_not_of(allowed) == std::string_view::npos && !RouteNames::IsReserved(name);
 }
 
 /// Does not call a module whose gate is closed.
@@ -66,15 +52,9 @@ bool ModuleRegistry::RegisterDataProvider(const DataProviderInfo& dataProviderIn
         return false;
     }
     // What it replaces goes outside the lock.
-    std::shared_ptr<const DataProvider> provider = MakeDataProvider(name, std::move(handler), gate);
+    auto provider = MakeDataProvider(name, std::move(handler), gate);
     const std::lock_guard lock(mutex);
-    auto& place = dataProviders[name];
-    if (place && !IsFree(*place, gate))
-    {
-        return false;
-    }
-    place.swap(provider);
-    return true;
+    return dataProviders.TryAdd(provider);
 }
 
 std::shared_ptr<DataProvider> ModuleRegistry::MakeDataProvider(const BasicString& name, RequestHandler handler,
@@ -92,62 +72,37 @@ std::shared_ptr<DataProvider> ModuleRegistry::MakeDataProvider(const BasicString
 
 void ModuleRegistry::UnregisterDataProvider(const BasicString& dataProviderName)
 {
-    std::shared_ptr<const DataProvider> provider;
+    std::shared_ptr<DataProvider> provider;
     {
         const std::lock_guard lock(mutex);
-        const auto found = dataProviders.find(dataProviderName);
-        if (found == dataProviders.end())
-        {
-            return;
-        }
-        provider = found->second;
-        provider->isWithdrawn = true;
-        if (provider->gate->IsOpen())
-        {
-            dataProviders.erase(found);
-        }
+        provider = dataProviders.Withdraw(dataProviderName);
     }
-    provider->strand->Close();
+    if (provider)
+    {
+        provider->strand->Close();
+    }
 }
 
 bool ModuleRegistry::RegisterPage(const PageInfo& pageInfo, PageHandler handler, const Gate& gate)
 {
-    // What it replaces goes outside the lock.
-    std::shared_ptr<const RegisteredPage> page;
-    const std::lock_guard lock(mutex);
-    const auto found = FindPage(pages, pageInfo.GetPageName());
-    if (!handler || (found != pages.end() && !IsFree(**found, gate)))
+    if (!handler)
     {
         return false;
     }
-    page = std::make_shared<RegisteredPage>(pageInfo, std::move(handler), gate);
-    if (found == pages.end())
-    {
-        pages.push_back(page);
-    }
-    else
-    {
-        found->swap(page);
-    }
-    return true;
+    // What it replaces goes outside the lock.
+    auto page = std::make_shared<RegisteredPage>(pageInfo);
+    page->handler = std::move(handler);
+    page->gate = gate;
+    const std::lock_guard lock(mutex);
+    return pages.TryAdd(page);
 }
 
 void ModuleRegistry::UnregisterPage(const BasicString& pageName)
 {
-    // Destroyed outside the lock.
-    std::shared_ptr<const RegisteredPage> page;
+    // Goes outside the lock.
+    std::shared_ptr<RegisteredPage> page;
     const std::lock_guard lock(mutex);
-    const auto found = FindPage(pages, pageName);
-    if (found == pages.end())
-    {
-        return;
-    }
-    page = *found;
-    page->isWithdrawn = true;
-    if (page->gate->IsOpen())
-    {
-        pages.erase(found);
-    }
+    page = pages.Withdraw(pageName);
 }
 
 void ModuleRegistry::RegisterSupportedLanguage(const BasicString& language, const Gate& gate)
@@ -186,33 +141,27 @@ void ModuleRegistry::UnregisterSupportedLanguage(const BasicString& language, co
 void ModuleRegistry::DropWithdrawn(const ModuleGate& gate)
 {
     // Handlers go outside the lock.
-    decltype(dataProviders) oldDataProviders;
-    decltype(pages) oldPages;
-    const auto isDropped = [&gate](const auto& each)
-    {
-        return each.gate.get() == &gate && each.isWithdrawn;
-    };
+    RegisteredList<DataProvider>::Entries oldDataProviders;
+    RegisteredList<RegisteredPage>::Entries oldPages;
     const std::lock_guard lock(mutex);
-    oldDataProviders = dataProviders;
-    oldPages = pages;
-    std::erase_if(dataProviders, [&isDropped](const auto& each) { return isDropped(*each.second); });
-    std::erase_if(pages, [&isDropped](const auto& each) { return isDropped(*each); });
-    std::erase_if(languages, isDropped);
+    oldDataProviders = dataProviders.TakeWithdrawn(gate);
+    oldPages = pages.TakeWithdrawn(gate);
+    std::erase_if(languages,
+                  [&gate](const Language& language) { return language.gate.get() == &gate && language.isWithdrawn; });
 }
 
 std::shared_ptr<const DataProvider> ModuleRegistry::FindDataProvider(std::string_view name) const
 {
     const std::lock_guard lock(mutex);
-    const auto found = dataProviders.find(name);
-    return found == dataProviders.end() ? nullptr : found->second;
+    return dataProviders.Find(name);
 }
 
 std::size_t ModuleRegistry::CountDataProviders() const
 {
     const std::lock_guard lock(mutex);
-    return static_cast<std::size_t>(std::count_if(dataProviders.begin(), dataProviders.end(),
-                                                  [this](const auto& each) { return !IsExpected(each.first); })) +
-           expected.size();
+    const auto& all = dataProviders.GetAll();
+    return expected.size() + static_cast<std::size_t>(std::count_if(
+                                 all.begin(), all.end(), [this](const auto& each) { return !IsExpected(each->name); }));
 }
 
 bool ModuleRegistry::IsExpected(std::string_view name) const
@@ -229,9 +178,9 @@ std::vector<BasicString> ModuleRegistry::FindUnavailableDataProviders() const
     }
     {
         const std::lock_guard lock(mutex);
-        for (const auto& [name, provider] : dataProviders)
+        for (const auto& provider : dataProviders.GetAll())
         {
-            asked.insert_or_assign(name, provider);
+            asked.insert_or_assign(provider->name, provider);
         }
     }
     std::vector<BasicString> names;
@@ -247,37 +196,25 @@ std::vector<BasicString> ModuleRegistry::FindUnavailableDataProviders() const
 
 bool ModuleRegistry::IsAvailable(const ModuleGate& gate) const
 {
-    std::vector<RequestHandler> requestHandlers;
-    std::vector<PageHandler> pageHandlers;
+    std::vector<std::shared_ptr<const DataProvider>> ownProviders;
+    std::vector<std::shared_ptr<const RegisteredPage>> ownPages;
     {
         const std::lock_guard lock(mutex);
-        for (const auto& [name, provider] : dataProviders)
-        {
-            if (provider->gate.get() == &gate && !provider->isWithdrawn)
-            {
-                requestHandlers.push_back(provider->handler);
-            }
-        }
-        for (const auto& page : pages)
-        {
-            if (page->gate.get() == &gate && !page->isWithdrawn)
-            {
-                pageHandlers.push_back(page->handler);
-            }
-        }
+        ownProviders = dataProviders.GetAllOf(gate);
+        ownPages = pages.GetAllOf(gate);
     }
-    const auto isAvailable = [](const auto& handler)
+    const auto isAvailable = [](const auto& entry)
     {
-        return handler->IsAvailable();
+        return entry->handler->IsAvailable();
     };
-    return std::all_of(requestHandlers.begin(), requestHandlers.end(), isAvailable) &&
-           std::all_of(pageHandlers.begin(), pageHandlers.end(), isAvailable);
+    return std::all_of(ownProviders.begin(), ownProviders.end(), isAvailable) &&
+           std::all_of(ownPages.begin(), ownPages.end(), isAvailable);
 }
 
 std::vector<std::shared_ptr<const RegisteredPage>> ModuleRegistry::GetPages() const
 {
     const std::lock_guard lock(mutex);
-    return pages;
+    return {pages.GetAll().begin(), pages.GetAll().end()};
 }
 
 std::vector<BasicString> ModuleRegistry::GetSupportedLanguages() const

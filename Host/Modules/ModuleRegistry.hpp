@@ -2,15 +2,17 @@
 
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Modules/DataProvider.hpp"
+#include "Host/Modules/RegisteredList.hpp"
 #include "Host/Modules/RegisteredPage.hpp"
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/Registration/DataProviderInfo.hpp"
+#include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string_view>
 #include <vector>
 
@@ -34,8 +36,7 @@ public:
     ModuleRegistry& operator=(const ModuleRegistry&) = delete;
     ~ModuleRegistry();
 
-    /// False for a name that is taken or cannot be reached: an empty one, one that is no plain path segment, a route of
-    /// the host.
+    /// False for a name that is taken, that is no plain path segment or that is reserved for the host's own routes.
     [[nodiscard]] bool RegisterDataProvider(const DataProviderInfo& dataProviderInfo, RequestHandler handler,
                                             const Gate& gate);
     /// Returns when no request is under way. Questions are kept away by the gate.
@@ -85,9 +86,9 @@ private:
     /// Configured names, and whether they are safe.
     std::map<BasicString, bool, std::less<>> expected;
 
-    mutable std::mutex mutex;
-    std::map<BasicString, std::shared_ptr<const DataProvider>, std::less<>> dataProviders;
-    std::vector<std::shared_ptr<const RegisteredPage>> pages;
+    mutable System::Commons::Mutex mutex;
+    RegisteredList<DataProvider> dataProviders;
+    RegisteredList<RegisteredPage> pages;
     std::vector<Language> languages;
 };
 

@@ -1,14 +1,15 @@
 #pragma once
 
 #include "Host/Configuration/HostConfiguration.hpp"
+#include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Um/SecurityToken.hpp"
 
 #include <array>
 #include <chrono>
+#include <cstddef>
 #include <cstring>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
@@ -87,7 +88,7 @@ private:
 
     const Configuration::SessionConfiguration configuration;
     const Clock clock;
-    std::mutex mutex;
+    System::Commons::Mutex mutex;
     Sessions sessions;
     std::vector<Session> ended;
 };

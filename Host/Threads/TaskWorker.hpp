@@ -1,12 +1,12 @@
 #pragma once
 
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Commons/Mutex.hpp"
 
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <thread>
 
 namespace Oxa::Host::Threads
@@ -34,7 +34,7 @@ private:
     void RunGuarded(const Task& task) const;
 
     const std::size_t maximumWaiting;
-    std::mutex mutex;
+    System::Commons::Mutex mutex;
     std::condition_variable changed;
     std::deque<Task> tasks;
     bool isStopping = false;
