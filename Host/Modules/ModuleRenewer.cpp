@@ -8,6 +8,9 @@
 #include <boost/asio/post.hpp>
 
 #include <algorithm>
+#include <chrono>
+#include <mutex>
+#include <optional>
 #include <utility>
 
 namespace Oxa::Host::Modules
@@ -21,10 +24,10 @@ namespace
 
 /// A device that has come back and cannot be asked for its identity yet is asked again after this time, and taken for
 /// another one after so many times.
-constexpr std::chrono::milliseconds settlingInterval{500};
+constexpr std::chrono::milliseconds confirmationInterval{500};
 constexpr unsigned maximumUnansweredQuestions = 4;
-/// The longest time between two attempts is `lateInterval` doubled so many times.
-constexpr unsigned maximumDoublings = 5;
+
+using Clock = RenewalState::Clock;
 
 } // namespace
 
@@ -37,12 +40,12 @@ ModuleRenewer::~ModuleRenewer() = default;
 
 void ModuleRenewer::Add(ManagedModule& module)
 {
-    Care* care = nullptr;
-    Providers before;
+    RenewalState* state = nullptr;
+    ServiceHistory before;
     {
         const std::lock_guard lock(mutex);
-        care = &cares.emplace_back(module);
-        before = providers;
+        state = &states.emplace_back(module);
+        before = services;
     }
     try
     {
@@ -51,15 +54,15 @@ void ModuleRenewer::Add(ManagedModule& module)
     catch (...)
     {
         const std::lock_guard lock(mutex);
-        cares.pop_back();
+        states.pop_back();
         throw;
     }
-    FinishSetup(*care, before);
+    FinishSetup(*state, before);
     {
         const std::lock_guard lock(mutex);
-        care->isBusy = false;
+        state->isBusy = false;
     }
-    PostReview();
+    PostDueWork();
 }
 
 void ModuleRenewer::NoteLoss(const BasicString& providerName) noexcept
@@ -67,18 +70,19 @@ void ModuleRenewer::NoteLoss(const BasicString& providerName) noexcept
     bool isNew = false;
     {
         const std::lock_guard lock(mutex);
-        Counts& counts = providers[providerName];
-        ++counts.losses;
-        isNew = !std::exchange(counts.isAway, true);
-        for (Care& care : cares)
+        isNew = services.AddLoss(providerName);
+        for (RenewalState& state : states)
         {
-            if (care.known.contains(providerName))
+            if (state.confirmedProviders.contains(providerName))
             {
-                care.module.GetGate().Close();
+                state.module.GetGate().Close();
             }
         }
     }
-    Note(NotificationKind::ServiceLost, providerName, isNew);
+    if (isNew)
+    {
+        ReportChange(NotificationKind::ServiceLost, providerName);
+    }
 }
 
 void ModuleRenewer::NoteAppearance(const BasicString& providerName) noexcept
@@ -86,81 +90,34 @@ void ModuleRenewer::NoteAppearance(const BasicString& providerName) noexcept
     bool isNew = false;
     {
         const std::lock_guard lock(mutex);
-        Counts& counts = providers[providerName];
-        ++counts.appearances;
-        isNew = std::exchange(counts.isAway, false);
+        isNew = services.AddAppearance(providerName);
     }
-    Note(NotificationKind::ServiceBack, providerName, isNew);
-    PostReview();
+    if (isNew)
+    {
+        ReportChange(NotificationKind::ServiceBack, providerName);
+    }
+    PostDueWork();
 }
 
-void ModuleRenewer::Note(NotificationKind kind, const BasicString& providerName, bool isNew) noexcept
+void ModuleRenewer::ReportChange(NotificationKind kind, const BasicString& providerName) noexcept
 {
-    if (!isNew)
-    {
-        return;
-    }
     const bool isLoss = kind == NotificationKind::ServiceLost;
     Log(isLoss ? LogLevel::Warning : LogLevel::Notice, "the services of '{0}' {1}", providerName,
         isLoss ? "are lost" : "are back");
     notifications.Publish({{}, kind, "Host.Modules", {}, providerName, {}});
 }
 
-ModuleRenewer::Providers ModuleRenewer::GetProviders() const
+ServiceHistory ModuleRenewer::GetServices() const
 {
     const std::lock_guard lock(mutex);
-    return providers;
+    return services;
 }
 
-/// Whether a provider was lost since the module was settled with it. Requires: the mutex is held.
-bool ModuleRenewer::IsUnsettled(const Care& care) const
-{
-    return std::any_of(care.known.begin(), care.known.end(),
-                       [this](const auto& known)
-                       {
-                           const auto found = providers.find(known.first);
-                           return found != providers.end() && found->second.losses != known.second.losses;
-                       });
-}
-
-/// When something is to be done about the module; nothing: not before the next event. Requires: the mutex is held.
-std::optional<ModuleRenewer::Clock::time_point> ModuleRenewer::FindDueTime(const Care& care) const
-{
-    bool isAway = false;
-    bool hasAppeared = false;
-    for (const auto& [name, counts] : care.known)
-    {
-        const auto found = providers.find(name);
-        if (found != providers.end())
-        {
-            isAway = isAway || found->second.isAway;
-            hasAppeared = hasAppeared || found->second.appearances != counts.appearances;
-        }
-    }
-    if (care.isBusy || isAway)
-    {
-        return std::nullopt;
-    }
-    if (IsUnsettled(care))
-    {
-        return care.nextSettling;
-    }
-    if (care.isComplete || care.known.empty())
-    {
-        return std::nullopt;
-    }
-    if (hasAppeared || care.mayRecover)
-    {
-        return care.nextSetup;
-    }
-    return care.failures > 0 ? std::make_optional(care.nextRetry) : std::nullopt;
-}
-
-void ModuleRenewer::PostReview() noexcept
+void ModuleRenewer::PostDueWork() noexcept
 {
     try
     {
-        boost::asio::post(loop.GetContext(), [this] { Review(); });
+        boost::asio::post(loop.GetContext(), [this] { StartDueWork(); });
     }
     catch (...)
     {
@@ -169,17 +126,17 @@ void ModuleRenewer::PostReview() noexcept
 }
 
 /// Puts to work whatever is due, and wakes up again for the rest.
-void ModuleRenewer::Review()
+void ModuleRenewer::StartDueWork()
 {
     const std::lock_guard lock(mutex);
     const Clock::time_point now = Clock::now();
     auto next = Clock::time_point::max();
-    for (Care& care : cares)
+    for (RenewalState& state : states)
     {
-        const auto due = FindDueTime(care);
+        const auto due = state.FindDueTime(services);
         if (due && *due <= now)
         {
-            StartWork(care);
+            StartWork(state);
         }
         else if (due)
         {
@@ -196,157 +153,131 @@ void ModuleRenewer::Review()
         {
             if (!error)
             {
-                Review();
+                StartDueWork();
             }
         });
 }
 
 /// Requires: the mutex is held.
-void ModuleRenewer::StartWork(Care& care)
+void ModuleRenewer::StartWork(RenewalState& state)
 {
     boost::asio::post(loop.GetContext(),
-                      [this, &care]
+                      [this, &state]
                       {
                           const Threads::EventLoop::ForeignCall call(loop);
-                          Work(care);
+                          Work(state);
                       });
-    care.isBusy = true;
+    state.isBusy = true;
 }
 
-void ModuleRenewer::Work(Care& care) noexcept
+void ModuleRenewer::Work(RenewalState& state) noexcept
 {
     try
     {
-        bool isUnsettled = false;
+        bool hasLoss = false;
         {
             const std::lock_guard lock(mutex);
             // In case that it fails: not again at once.
-            care.nextSettling = Clock::now() + settlingInterval;
-            isUnsettled = IsUnsettled(care);
+            state.nextConfirmation = Clock::now() + confirmationInterval;
+            hasLoss = state.HasUnconfirmedLoss(services);
         }
-        isUnsettled ? Settle(care) : SetUpAgain(care);
+        hasLoss ? ConfirmIdentity(state) : SetUpAgain(state);
     }
     catch (...)
     {
-        Log(LogLevel::Error, "the module '{0}' is not set up again: {1}", care.module.GetName(),
+        Log(LogLevel::Error, "the module '{0}' is not set up again: {1}", state.module.GetName(),
             System::Commons::DescribeCurrentException());
     }
     {
         const std::lock_guard lock(mutex);
-        care.isBusy = false;
+        state.isBusy = false;
     }
-    PostReview();
+    PostDueWork();
 }
 
 /// Finds out whether the services that are back are the same.
-void ModuleRenewer::Settle(Care& care)
+void ModuleRenewer::ConfirmIdentity(RenewalState& state)
 {
-    const Providers current = GetProviders();
-    const bool canBeSame = std::all_of(care.known.begin(), care.known.end(),
-                                       [&current, &care](const auto& known)
-                                       {
-                                           const auto found = current.find(known.first);
-                                           return found == current.end() ||
-                                                  found->second.losses == known.second.losses ||
-                                                  (known.first == GetIdentityProvider() && care.identity);
-                                       });
-    if (!canBeSame)
+    const ServiceHistory current = GetServices();
+    if (!state.CanBeConfirmed(current))
     {
-        SetUpWhenDue(care);
+        SetUpWhenDue(state);
         return;
     }
     const auto identity = TryReadDeviceIdentity();
-    if (identity && identity == care.identity)
+    if (identity && identity == state.identity)
     {
-        GoOn(care, current);
+        ResumeWithSameServices(state, current);
     }
-    else if (identity || ++care.unansweredQuestions >= maximumUnansweredQuestions)
+    else if (identity || ++state.unansweredQuestions >= maximumUnansweredQuestions)
     {
-        SetUpWhenDue(care);
+        SetUpWhenDue(state);
     }
 }
 
 /// Services that die at each set-up must not make it one after the other.
-void ModuleRenewer::SetUpWhenDue(Care& care)
+void ModuleRenewer::SetUpWhenDue(RenewalState& state)
 {
     {
         const std::lock_guard lock(mutex);
-        if (Clock::now() < care.nextSetup)
+        if (Clock::now() < state.nextSetup)
         {
-            care.nextSettling = care.nextSetup;
+            state.nextConfirmation = state.nextSetup;
             return;
         }
     }
-    SetUpAgain(care);
+    SetUpAgain(state);
 }
 
-void ModuleRenewer::GoOn(Care& care, const Providers& current)
+void ModuleRenewer::ResumeWithSameServices(RenewalState& state, const ServiceHistory& current)
 {
-    Log(LogLevel::Notice, "the module '{0}' goes on with the same services", care.module.GetName());
+    Log(LogLevel::Notice, "the module '{0}' goes on with the same services", state.module.GetName());
     const std::lock_guard lock(mutex);
-    care.unansweredQuestions = 0;
-    for (auto& [name, counts] : care.known)
+    state.Confirm(current);
+    if (!state.HasUnconfirmedLoss(services))
     {
-        const auto found = current.find(name);
-        counts.losses = found != current.end() ? found->second.losses : counts.losses;
-    }
-    if (!IsUnsettled(care))
-    {
-        care.module.GetGate().Open();
+        state.module.GetGate().Open();
     }
 }
 
-void ModuleRenewer::SetUpAgain(Care& care)
+void ModuleRenewer::SetUpAgain(RenewalState& state)
 {
     {
         const std::lock_guard lock(mutex);
-        care.nextSetup = Clock::now() + lateInterval;
+        state.nextSetup = Clock::now() + RenewalState::minimumSetupInterval;
     }
-    care.module.GetGate().Close();
-    care.module.GetGate().WaitUntilEmpty();
-    const Providers before = GetProviders();
-    care.module.SetUpAgain();
-    FinishSetup(care, before);
-    if (!care.module.HasFailed())
+    state.module.GetGate().Close();
+    state.module.GetGate().WaitUntilEmpty();
+    const ServiceHistory before = GetServices();
+    state.module.SetUpAgain();
+    FinishSetup(state, before);
+    if (!state.module.HasFailed())
     {
-        Log(LogLevel::Notice, "the module '{0}' was set up again", care.module.GetName());
+        Log(LogLevel::Notice, "the module '{0}' was set up again", state.module.GetName());
     }
 }
 
-/// `before`: as it was before the set-up. What was lost meanwhile is settled next.
-void ModuleRenewer::FinishSetup(Care& care, const Providers& before)
+/// `before`: as it was before the set-up. For what was lost meanwhile the identity is checked next.
+void ModuleRenewer::FinishSetup(RenewalState& state, const ServiceHistory& before)
 {
-    const auto& names = care.module.GetProviderNames();
-    // Of what came back meanwhile it would be the wrong one; then it is not compared, for that loss is not settled.
-    auto identity = names.contains(GetIdentityProvider()) ? TryReadDeviceIdentity() : std::nullopt;
-    if (identity && identity->bootId.empty())
-    {
-        identity.reset();
-    }
-    const bool isComplete = care.module.IsAvailable();
-    const bool mayRecover = care.module.MayRecover();
+    const bool usesDevice = state.module.GetProviderNames().contains(GetIdentityProvider());
+    auto identity = usesDevice ? TryReadDeviceIdentity() : std::nullopt;
+    const bool isComplete = state.module.IsAvailable();
+    const bool mayRecover = state.module.MayRecover();
     const std::lock_guard lock(mutex);
-    for (const BasicString& name : names)
+    state.RecordSetup(before);
+    const bool hasLoss = state.HasUnconfirmedLoss(services);
+    // After a loss during the set-up the identity may be of a device that the module has not seen.
+    state.identity = hasLoss || !identity || identity->bootId.empty() ? std::nullopt : std::move(identity);
+    state.isComplete = isComplete;
+    state.mayRecover = mayRecover;
+    if (hasLoss)
     {
-        const auto found = before.find(name);
-        care.known[name] = found != before.end() ? found->second : Counts();
-    }
-    const bool isUnsettled = IsUnsettled(care);
-    care.identity = isUnsettled ? std::nullopt : std::move(identity);
-    care.isComplete = isComplete;
-    care.mayRecover = mayRecover;
-    care.failures = care.module.HasFailed() ? care.failures + 1 : 0;
-    care.unansweredQuestions = 0;
-    care.nextSetup = Clock::now() + lateInterval;
-    care.nextRetry = Clock::now() + lateInterval * (1U << std::min(care.failures, maximumDoublings));
-    care.nextSettling = Clock::now();
-    if (isUnsettled)
-    {
-        care.module.GetGate().Close();
+        state.module.GetGate().Close();
     }
     else
     {
-        care.module.GetGate().Open();
+        state.module.GetGate().Open();
     }
 }
 
