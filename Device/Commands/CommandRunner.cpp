@@ -95,7 +95,7 @@ void CommandRunner::CarryOut(std::unique_ptr<ICommand> command, const BasicStrin
     const CommandResult prepared = Try(*command, &ICommand::Prepare);
     if (!prepared.IsSuccess())
     {
-        if (logLimit.Admits(prepared.code))
+        if (logLimits.Admits(prepared.code))
         {
             LogFailure(title, prepared);
         }
@@ -125,6 +125,10 @@ CommandResult CommandRunner::Try(ICommand& command, CommandResult (ICommand::*st
     catch (const std::exception& exception)
     {
         return {AccessErrorCode::DeviceFault, exception.what()};
+    }
+    catch (...)
+    {
+        return {AccessErrorCode::DeviceFault, "unknown exception"};
     }
 }
 

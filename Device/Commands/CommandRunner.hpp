@@ -2,7 +2,7 @@
 
 #include "Device/Commands/CommandExchange.hpp"
 #include "Device/Commands/ICommand.hpp"
-#include "Device/Commands/RefusalLogLimit.hpp"
+#include "Device/Commands/RefusalLogLimits.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 
@@ -57,7 +57,7 @@ private:
     State state = State::Idle;
     ExchangePointer currentExchange;
     std::thread thread;
-    RefusalLogLimit logLimit;
+    RefusalLogLimits logLimits;
 };
 
 } // namespace Oxa::Device::Linux::Commands

@@ -5,8 +5,8 @@
 #include "Device/Commands/CommandTimes.hpp"
 #include "Device/Commands/IDeviceCommands.hpp"
 #include "Device/Commands/ServiceOutage.hpp"
-#include "Device/Commands/StopEvent.hpp"
 #include "Device/Machine/IWaiter.hpp"
+#include "Oxa/System/Commons/Threading/WakeEvent.hpp"
 
 #include <memory>
 
@@ -39,7 +39,7 @@ private:
     const ServiceOutage::Actions outageActions;
     const CommandTimes times;
     const std::unique_ptr<Machine::IWaiter> waiter;
-    StopEvent stop;
+    System::Commons::Threading::WakeEvent stop;
     CommandRunner runner;
 };
 

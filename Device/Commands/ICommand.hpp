@@ -11,7 +11,7 @@ class ICommand
 public:
     virtual ~ICommand();
 
-    /// Until it is settled what the caller is told; None: the command is carried out.
+    /// Does everything that decides the answer to the caller. None means that the command goes on with `Complete`.
     virtual CommandResult Prepare() = 0;
 
     /// What follows when the answer has been sent. Called after `Prepare` gave None only.

@@ -7,8 +7,8 @@
 namespace Oxa::Device::Linux::Commands
 {
 
-MachineCommand::MachineCommand(const StopEvent& stop, Machine::IWaiter& waiter, const CommandTimes& times,
-                               BasicString resetUnit)
+MachineCommand::MachineCommand(const System::Commons::Threading::WakeEvent& stop, Machine::IWaiter& waiter,
+                               const CommandTimes& times, BasicString resetUnit)
     : times(times), resetUnit(std::move(resetUnit)), bus(stop, times.call), restart(bus, waiter, this->times)
 {
 }

@@ -15,7 +15,8 @@ class MachineCommand final : public ICommand
 {
 public:
     /// `resetUnit`: empty for a reboot only. Requires: `stop` and `waiter` outlive the command.
-    MachineCommand(const StopEvent& stop, Machine::IWaiter& waiter, const CommandTimes& times, BasicString resetUnit);
+    MachineCommand(const System::Commons::Threading::WakeEvent& stop, Machine::IWaiter& waiter,
+                   const CommandTimes& times, BasicString resetUnit);
     ~MachineCommand() override;
 
     CommandResult Prepare() override;

@@ -1,15 +1,12 @@
 #include "Device/Commands/SystemBus.hpp"
 
-#include "Device/Commands/StopEvent.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <poll.h>
-#include <systemd/sd-bus.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdarg>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -100,7 +97,7 @@ CommandResult DescribeBusFault(int error, const BasicString& what)
             Text::Format("cannot {0}: {1}", what, std::generic_category().message(error))};
 }
 
-SystemBus::SystemBus(const StopEvent& stop, std::chrono::milliseconds callTimeout)
+SystemBus::SystemBus(const System::Commons::Threading::WakeEvent& stop, std::chrono::milliseconds callTimeout)
     : stop(stop), callTimeout(callTimeout)
 {
 }
@@ -115,24 +112,21 @@ CommandResult SystemBus::Open()
     return result < 0 ? DescribeBusFault(-result, "open the system bus") : CommandResult();
 }
 
-BusAnswer SystemBus::Call(const BusMethod& method, const char* types, ...)
+int SystemBus::Make(const BusMethod& method, BusMessagePointer& call)
 {
     sd_bus_message* created = nullptr;
-    int result =
+    const int result =
         sd_bus_message_new_method_call(bus.get(), &created, method.service, method.path, method.interface, method.name);
-    const BusMessagePointer call(created);
-    if (result >= 0)
-    {
-        va_list arguments;
-        va_start(arguments, types);
-        result = sd_bus_message_appendv(created, types, arguments);
-        va_end(arguments);
-    }
-    return result < 0 ? BusAnswer{DescribeBusFault(-result, Describe(method)), nullptr} : Call(method, created);
+    call.reset(created);
+    return result;
 }
 
-BusAnswer SystemBus::Call(const BusMethod& method, sd_bus_message* call)
+BusAnswer SystemBus::Send(const BusMethod& method, sd_bus_message* call, int made)
 {
+    if (made < 0)
+    {
+        return {DescribeBusFault(-made, Describe(method)), nullptr};
+    }
     BusMessagePointer answer;
     sd_bus_slot* pending = nullptr;
     const int sent = sd_bus_call_async(bus.get(), &pending, call, &KeepAnswer, &answer, UINT64_MAX);

@@ -1,19 +1,17 @@
 #pragma once
 
 #include "Device/Commands/CommandResult.hpp"
+#include "Oxa/System/Commons/Threading/WakeEvent.hpp"
+
+#include <systemd/sd-bus.h>
 
 #include <chrono>
 #include <functional>
 #include <memory>
-
-struct sd_bus;
-struct sd_bus_message;
-struct sd_bus_slot;
+#include <utility>
 
 namespace Oxa::Device::Linux::Commands
 {
-
-class StopEvent;
 
 struct BusReleaser
 {
@@ -48,7 +46,7 @@ class SystemBus final
 {
 public:
     /// Not open yet. Requires: `stop` outlives the bus.
-    SystemBus(const StopEvent& stop, std::chrono::milliseconds callTimeout);
+    SystemBus(const System::Commons::Threading::WakeEvent& stop, std::chrono::milliseconds callTimeout);
     SystemBus(const SystemBus&) = delete;
     SystemBus& operator=(const SystemBus&) = delete;
     ~SystemBus();
@@ -56,9 +54,19 @@ public:
     /// NotAvailable when there is no bus, AccessDenied when it is not for this process.
     CommandResult Open();
 
-    /// Calls with the arguments that `types` tells of, as `sd_bus_message_append` takes them. Requires: is open.
+    /// Calls with the arguments that `types` tells of, each as `sd_bus_message_append` takes it. Requires: is open.
     /// NotAvailable: no such service or no bus any more; AccessDenied; TimedOut: no answer; DeviceFault: other errors.
-    [[nodiscard]] BusAnswer Call(const BusMethod& method, const char* types, ...);
+    template <class... Args>
+    [[nodiscard]] BusAnswer Call(const BusMethod& method, const char* types, Args... arguments)
+    {
+        BusMessagePointer call;
+        int result = Make(method, call);
+        if constexpr (sizeof...(arguments) > 0)
+        {
+            result = result < 0 ? result : sd_bus_message_append(call.get(), types, arguments...);
+        }
+        return Send(method, call.get(), result);
+    }
 
     /// Handles what comes until `isDone`; TimedOut when it is not done by then. Requires: is open.
     CommandResult ProcessUntil(const std::function<bool()>& isDone, std::chrono::milliseconds timeout);
@@ -70,10 +78,13 @@ public:
     }
 
 private:
-    [[nodiscard]] BusAnswer Call(const BusMethod& method, sd_bus_message* call);
+    /// Sets `call`; a negative errno when there is none.
+    int Make(const BusMethod& method, BusMessagePointer& call);
+    /// `made`: how making the call ended.
+    [[nodiscard]] BusAnswer Send(const BusMethod& method, sd_bus_message* call, int made);
     CommandResult AwaitMore(std::chrono::milliseconds timeout) const;
 
-    const StopEvent& stop;
+    const System::Commons::Threading::WakeEvent& stop;
     const std::chrono::milliseconds callTimeout;
     BusPointer bus;
 };

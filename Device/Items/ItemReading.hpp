@@ -18,7 +18,7 @@ struct ItemReading
     /// A value holds 512 bytes, one of them for the terminating NUL.
     static constexpr std::size_t maximumTextBytes = 511;
 
-    // An aggregate would be cleared as a whole before it is filled, all the room for a text.
+    // A constructor makes this no aggregate: aggregate initialisation would first set all 512 bytes of a text to zero.
     ItemReading(const ItemValue& value, BasicString cause) noexcept : value(value), cause(std::move(cause)) {}
 
     /// Of type NotSet exactly when there is a cause.

@@ -49,24 +49,21 @@ KeptFile::KeptFile(BasicString path, Reopening reopening, SteadyClock clock)
 {
 }
 
-KeptFile::~KeptFile()
-{
-    Close();
-}
+KeptFile::~KeptFile() = default;
 
 KeptFile::Content KeptFile::Read(std::span<char> buffer) noexcept
 {
     {
         const std::lock_guard lock(mutex);
         const Content content = ReadKept(buffer);
-        if (descriptor >= 0)
+        if (descriptor.IsOpen())
         {
             return content;
         }
     }
     const SteadyTime now = clock();
     const std::lock_guard lock(mutex);
-    if (descriptor < 0 && pace.TryBegin(now))
+    if (!descriptor.IsOpen() && pace.TryBegin(now))
     {
         Open();
     }
@@ -85,11 +82,11 @@ BasicString KeptFile::DescribeError(int error) const
 
 KeptFile::Content KeptFile::ReadKept(std::span<char> buffer) noexcept
 {
-    if (descriptor < 0)
+    if (!descriptor.IsOpen())
     {
         return {{}, openingError};
     }
-    const Content content = isReplaceable && WasReplaced() ? Content{{}, ENODEV} : ReadOnce(descriptor, buffer);
+    const Content content = isReplaceable && WasReplaced() ? Content{{}, ENODEV} : ReadOnce(descriptor.Get(), buffer);
     if (content.error == 0)
     {
         // Whatever comes next is a new failure, and tried again at once.
@@ -97,7 +94,7 @@ KeptFile::Content KeptFile::ReadKept(std::span<char> buffer) noexcept
     }
     else if (reopening == Reopening::ByPath)
     {
-        Close();
+        descriptor.Close();
         openingError = content.error;
     }
     return content;
@@ -105,28 +102,19 @@ KeptFile::Content KeptFile::ReadKept(std::span<char> buffer) noexcept
 
 void KeptFile::Open() noexcept
 {
-    descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-    if (descriptor < 0)
+    descriptor = System::Commons::FileDescriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    if (!descriptor.IsOpen())
     {
         openingError = errno;
         return;
     }
-    isReplaceable = !IsKernelFile(descriptor);
+    isReplaceable = !IsKernelFile(descriptor.Get());
 }
 
 bool KeptFile::WasReplaced() const noexcept
 {
     struct stat status = {};
-    return fstat(descriptor, &status) != 0 || status.st_nlink == 0;
-}
-
-void KeptFile::Close() noexcept
-{
-    if (descriptor >= 0)
-    {
-        close(descriptor);
-        descriptor = -1;
-    }
+    return fstat(descriptor.Get(), &status) != 0 || status.st_nlink == 0;
 }
 
 } // namespace Oxa::Device::Linux::Machine

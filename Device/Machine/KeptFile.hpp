@@ -2,6 +2,7 @@
 
 #include "Device/Machine/RetryPace.hpp"
 #include "Device/Machine/SteadyClock.hpp"
+#include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
@@ -33,7 +34,8 @@ public:
     enum class Reopening
     {
         ByPath,
-        /// The path may be another device's by then: it stays as it is.
+        /// The file is not opened a second time, because another device may have the path by then; every later read
+        /// fails.
         Never
     };
 
@@ -55,7 +57,6 @@ private:
     [[nodiscard]] Content ReadKept(std::span<char> buffer) noexcept;
     void Open() noexcept;
     [[nodiscard]] bool WasReplaced() const noexcept;
-    void Close() noexcept;
 
     const BasicString path;
     const Reopening reopening;
@@ -64,7 +65,7 @@ private:
     /// Guards what follows.
     System::Commons::Mutex mutex;
     RetryPace pace;
-    int descriptor = -1;
+    System::Commons::FileDescriptor descriptor;
     /// Why it is not open.
     int openingError = 0;
     bool isReplaceable = false;

@@ -37,7 +37,7 @@ AccessErrorCode DeviceControlService::FactoryReset(uint16 resetKind)
 
 void DeviceControlService::LogOutcome(AccessErrorCode result, const BasicString& what, const BasicString& caller)
 {
-    if (logLimit.Admits(result))
+    if (logLimits.Admits(result))
     {
         Log(LogLevel::Notice, "{0} was asked for by {1}: {2}", what, caller, result);
     }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Device/Commands/IDeviceCommands.hpp"
-#include "Device/Commands/RefusalLogLimit.hpp"
+#include "Device/Commands/RefusalLogLimits.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceControlService.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 
@@ -30,7 +30,7 @@ private:
     void LogOutcome(Interface::Services::AccessErrorCode result, const BasicString& what, const BasicString& caller);
 
     const std::shared_ptr<Commands::IDeviceCommands> commands;
-    Commands::RefusalLogLimit logLimit;
+    Commands::RefusalLogLimits logLimits;
 };
 
 } // namespace Oxa::Device::Linux::Services

@@ -32,6 +32,10 @@ void CpuSampler::Run() noexcept
     {
         Log(LogLevel::Error, "The processor loads are no longer sampled: {0}", exception.what());
     }
+    catch (...)
+    {
+        Log(LogLevel::Error, "The processor loads are no longer sampled: unknown exception");
+    }
 }
 
 } // namespace Oxa::Device::Linux::Sources

@@ -22,7 +22,7 @@ public:
     CpuSampler(const CpuSampler&) = delete;
     CpuSampler& operator=(const CpuSampler&) = delete;
 
-    /// Waits for the thread's end, which does not wait for the period's.
+    /// Ends the thread at once, without waiting for the end of the period.
     ~CpuSampler();
 
 private:

@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 namespace Oxa::Tests::Device
 {
@@ -20,10 +21,10 @@ public:
     }
 
     /// Returns when the thread has begun to wait for the `count`th time.
-    void AwaitWait(int count)
+    void AwaitWait(std::size_t count)
     {
         std::unique_lock lock(mutex);
-        condition.wait(lock, [this, count] { return waits >= count; });
+        condition.wait(lock, [this, count] { return durations.size() >= count; });
     }
 
     /// Ends one wait.
@@ -39,7 +40,14 @@ public:
     [[nodiscard]] std::chrono::milliseconds GetLastDuration()
     {
         const std::lock_guard lock(mutex);
-        return lastDuration;
+        return durations.empty() ? std::chrono::milliseconds() : durations.back();
+    }
+
+    /// How long the first wait was to last. Requires: the thread has waited.
+    [[nodiscard]] std::chrono::milliseconds GetFirstDuration()
+    {
+        const std::lock_guard lock(mutex);
+        return durations.at(0);
     }
 
 private:
@@ -51,8 +59,7 @@ private:
         [[nodiscard]] bool Wait(std::chrono::milliseconds duration) override
         {
             std::unique_lock lock(time.mutex);
-            time.lastDuration = duration;
-            ++time.waits;
+            time.durations.push_back(duration);
             time.condition.notify_all();
             time.condition.wait(lock, [this] { return time.elapsed > 0 || time.isCancelled; });
             if (time.isCancelled)
@@ -78,10 +85,9 @@ private:
 
     std::mutex mutex;
     std::condition_variable condition;
-    int waits = 0;
     int elapsed = 0;
     bool isCancelled = false;
-    std::chrono::milliseconds lastDuration = {};
+    std::vector<std::chrono::milliseconds> durations;
 };
 
 } // namespace Oxa::Tests::Device

@@ -165,6 +165,7 @@ TEST(RestartingTheMachine, WaitsUntilTheAnswerHasBeenSent)
         context.RunAnswered();
     }
     EXPECT_EQ(system.GetServices().WaitForLine("Reboot"), " False");
+    EXPECT_EQ(device.time.GetFirstDuration(), std::chrono::milliseconds(500)) << "the answer needs time to leave";
     EXPECT_EQ(device.service.Restart(), AccessErrorCode::Busy);
 }
 
