@@ -47,7 +47,7 @@ void RscArrayReader::ReadNext(std::span<std::byte> element)
     assert(element.size() >= maximumPrimitiveBytes);
     if (!IsPrimitive(information.elementType))
     {
-        // Not a slip to be mended: users and tools search logs for this very text.
+        // The misspelling stays: users and tools search logs for exactly this text.
         throw InvalidOperationException::Create("This method can only be used with primitve Types");
     }
     if (information.dimensions > 1)

@@ -32,7 +32,7 @@ public:
     /// Runs on this thread when the answer has been sent or could not be sent. May throw nothing.
     void RunAfterAnswer(std::function<void()> function);
 
-    /// Makes the server close the connection instead of answering: for tests of those who call.
+    /// Makes the server close the connection instead of answering: for simulated faults.
     void DropConnection() noexcept;
 
     /// For the server.

@@ -244,7 +244,7 @@ void RscMessageReader::ReadPayload(AssignFunction assign, void* variant, std::si
     const auto type = static_cast<RscType>(ReadBasic<uint8>(message, 'y'));
     const char* contents = nullptr;
     Require(sd_bus_message_peek_type(&message, nullptr, &contents));
-    // The same text is valid inside, too: it lies in the message.
+    // `contents` points into the message, so it stays valid inside the container.
     Require(sd_bus_message_enter_container(&message, 'v', contents));
     Payload payload;
     const std::span<const char> bytes = type == RscType::Array ? payload.Of(ReadArray().GetInformation())

@@ -1,6 +1,11 @@
 #pragma once
 
 #include "Oxa/System/Commons/Exception.hpp"
+#include "Oxa/System/Commons/Export.hpp"
+#include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <string_view>
 
 namespace Oxa::System::Rsc
 {

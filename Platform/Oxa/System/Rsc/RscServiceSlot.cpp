@@ -1,6 +1,5 @@
 #include "Oxa/System/Rsc/RscServiceSlot.hpp"
 
-#include "Oxa/System/Rsc/IRscServiceProxyFactory.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
 #include <mutex>
@@ -8,22 +7,6 @@
 
 namespace Oxa::System::Rsc
 {
-
-IRscService::~IRscService() = default;
-
-IRscServiceProxyFactory::~IRscServiceProxyFactory() = default;
-
-std::span<const RscOperation> IRscServiceProxyFactory::GetOperations() const noexcept
-{
-    return {};
-}
-
-// Those who override it keep what they are given.
-std::shared_ptr<IRscService> IRscServiceProxyFactory::CreateRemote(
-    std::shared_ptr<RscRemoteService> /*service*/) // NOLINT(performance-unnecessary-value-param)
-{
-    return nullptr;
-}
 
 RscServiceSlot::RscServiceSlot(BasicString providerName, BasicString interfaceName)
     : providerName(std::move(providerName)), interfaceName(std::move(interfaceName))
@@ -59,7 +42,7 @@ void RscServiceSlot::SetRemote(std::shared_ptr<IRscService> newRemote)
         const std::lock_guard lock(mutex);
         remote.swap(newRemote);
     }
-    // As in `Provide`.
+    // The previous one, if this was its last owner, is destroyed here, outside the lock.
 }
 
 const BasicString& RscServiceSlot::GetProviderName() const noexcept

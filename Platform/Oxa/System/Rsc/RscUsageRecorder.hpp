@@ -18,16 +18,18 @@ public:
     RscUsageRecorder& operator=(const RscUsageRecorder&) = delete;
     ~RscUsageRecorder();
 
-    /// Called by the service manager. They do nothing on a thread without a recorder.
-    static void Note(const char* providerName);
-    static void NoteMissing() noexcept;
-
     [[nodiscard]] const std::set<BasicString>& GetProviderNames() const noexcept;
 
     /// Whether nobody provided one of the services.
     [[nodiscard]] bool IsAnyMissing() const noexcept;
 
 private:
+    friend class ServiceManager;
+
+    // They do nothing on a thread without a recorder.
+    static void Note(const char* providerName);
+    static void NoteMissing() noexcept;
+
     RscUsageRecorder* const outer;
     std::set<BasicString> providerNames;
     bool isAnyMissing = false;

@@ -28,7 +28,7 @@ using RscGuid = std::array<uint8, 16>;
 namespace Internal
 {
 
-/// The texts of values that need more than a cast. `payload` holds a value of the type.
+/// "1.2.3.4", and "00112233-4455-6677-8899-aabbccddeeff".
 [[nodiscard]] OXA_EXPORT BasicString FormatVersion(const RscVersion& version);
 [[nodiscard]] OXA_EXPORT BasicString FormatGuid(const RscGuid& guid);
 
@@ -244,7 +244,8 @@ private:
         }
     }
 
-    // The rest of a text's room is never read before it is written; clearing it would cost more than all else.
+    // The bytes behind the used part of a text are never read before they are written. Clearing them would cost more
+    // than everything else that a variant does.
     static constexpr std::size_t initializedBytes = sizeof(RscArrayInformation);
 
     alignas(RscArrayInformation) std::array<char, N> payload;

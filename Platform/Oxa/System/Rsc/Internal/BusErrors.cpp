@@ -61,7 +61,7 @@ const char* GetErrorName(const RscServiceException& exception) noexcept
     case RscFault::NotAvailable:
         return notAvailableErrorName;
     case RscFault::BadAnswer:
-        // The arguments could not be read.
+        // Inside the server this fault means that the arguments of a call could not be read.
         return SD_BUS_ERROR_INVALID_ARGS;
     default:
         return operationErrorName;

@@ -4,7 +4,6 @@
 #include "Oxa/System/Rsc/Internal/BusHandles.hpp"
 
 #include <condition_variable>
-#include <memory>
 
 namespace Oxa::System::Rsc::Internal
 {

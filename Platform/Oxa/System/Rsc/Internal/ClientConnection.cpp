@@ -150,7 +150,7 @@ void ClientConnection::Leave(ClientCall& call) noexcept
     call.slot.reset();
     call.request.reset();
     call.answer.reset();
-    // The lead may just have been offered to this call, which took no notice.
+    // This call may have been woken to become the leader and timed out instead; wake another one.
     HandOverLead();
 }
 

@@ -20,7 +20,7 @@ namespace
 {
 
 constexpr std::chrono::milliseconds probePeriod{500};
-/// A message bus goes on when the other process is gone.
+/// The connection to a message bus stays open when the process at the other end of it ends, so that process is asked.
 constexpr std::chrono::milliseconds ownerProbePeriod{1000};
 constexpr int hangUpPeriod = 10;
 constexpr int forever = -1;
@@ -35,7 +35,7 @@ EndpointWatch::EndpointWatch(std::vector<std::shared_ptr<Endpoint>> endpoints, S
     {
         endpoint->GetSignal().Connect(signal);
     }
-    // Something may have happened before an endpoint knew the signal.
+    // An endpoint may have changed before it was connected to the signal.
     signal->Set();
 }
 

@@ -58,7 +58,7 @@ private:
     // Only the thread's. The connections keep the descriptors open; null where there is none.
     std::vector<std::shared_ptr<ClientConnection>> connections;
     std::vector<pollfd> waiting;
-    /// Calls that wait on a connection that hung up get what is still there before it is closed.
+    /// A connection has hung up, but calls still wait on it: they read what has come in before it is closed.
     bool isHangUpPending = false;
     Clock::time_point nextProbe;
     Clock::time_point nextOwnerProbe;

@@ -7,8 +7,8 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
-#include <cstring>
 #include <system_error>
 #include <utility>
 
@@ -185,7 +185,7 @@ MessageStream::Header MessageStream::PeekHeader()
     return Header::Whole;
 }
 
-/// The end of what comes in does not show behind bytes that are only looked at.
+/// MSG_PEEK does not report end-of-file while unread bytes are left, so ask poll whether the peer has closed its side.
 void MessageStream::RequireMoreToCome() const
 {
     pollfd descriptor{GetDescriptor(), POLLRDHUP, 0};
@@ -206,7 +206,7 @@ MessageStream::Progress MessageStream::ProcessMessage()
 MessageStream::Progress MessageStream::ProcessCounted(int& available)
 {
     uint64 queued = 0;
-    // What waits to be sent goes before what can be read.
+    // sd-bus reads only when nothing is left to be sent; only then do the bytes that are there count as read.
     const bool isRead = sd_bus_get_n_queued_write(bus.get(), &queued) >= 0 && queued == 0;
     if (ioctl(GetDescriptor(), FIONREAD, &available) != 0)
     {
@@ -229,7 +229,7 @@ MessageStream::Progress MessageStream::ProcessCounted(int& available)
 MessageStream::Progress MessageStream::ProcessBus()
 {
     const int result = sd_bus_process(bus.get(), nullptr);
-    // Seen at once: sd-bus would go on to tell every waiting call, one after the other, that there is no answer.
+    // The loss is noticed here at once. Otherwise sd-bus would tell each waiting call in turn that it has no answer.
     if (IsLoss(-result) || sd_bus_is_open(bus.get()) <= 0)
     {
         ThrowLost(IsLoss(-result) ? -result : ECONNRESET);

@@ -3,7 +3,6 @@
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Rsc/Internal/BusHandles.hpp"
 
-#include <array>
 #include <cstddef>
 
 namespace Oxa::System::Rsc::Internal
@@ -55,8 +54,8 @@ public:
     /// no message or too long. Its message is the cause alone, for a sentence of the caller's.
     [[nodiscard]] Progress Process();
 
-    /// Must be called, before anything else, by every handler of an answer (`sd_bus_call_async`); all other messages
-    /// are noticed without.
+    /// A message has come in completely. Must be called first by every handler of an answer (`sd_bus_call_async`); all
+    /// other messages are noticed by this class's own filter.
     void NoteMessage() noexcept
     {
         ++messageCount;

@@ -53,7 +53,8 @@ RscArrayInformation RemoteArray::GetInformation() noexcept
     information.elementCount = elementCount;
     information.dimensions = dimensions;
     information.elementType = elementType;
-    // Without a source at the other end there is none here either.
+    // No elements although some are announced: the array had no source in the process that sent it, and so it has none
+    // here. For types that are not primitive no elements are sent, so their source says so when they are read.
     const bool hasSource = elementCount == 0 || !scalars.empty() || !subarrays.empty() || !IsPrimitive(elementType);
     information.readRemoteElement = hasSource ? &ReadElement : nullptr;
     information.remotingSource = hasSource ? this : nullptr;
@@ -63,16 +64,6 @@ RscArrayInformation RemoteArray::GetInformation() noexcept
 RemoteArray& RemoteArrays::Add()
 {
     return arrays.emplace_back();
-}
-
-void RemoteArrays::Clear() noexcept
-{
-    arrays.clear();
-}
-
-bool RemoteArrays::IsEmpty() const noexcept
-{
-    return arrays.empty();
 }
 
 } // namespace Oxa::System::Rsc::Internal

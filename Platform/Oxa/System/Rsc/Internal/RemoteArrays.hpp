@@ -38,8 +38,6 @@ class RemoteArrays final
 {
 public:
     [[nodiscard]] RemoteArray& Add();
-    void Clear() noexcept;
-    [[nodiscard]] bool IsEmpty() const noexcept;
 
 private:
     std::list<RemoteArray> arrays;

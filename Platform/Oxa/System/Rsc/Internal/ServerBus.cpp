@@ -19,7 +19,7 @@ namespace
 /// Until the bus must have given the name.
 constexpr std::chrono::seconds nameTimeout{5};
 constexpr std::chrono::seconds retryPeriod{3};
-/// A step that was done may make another one possible that the descriptor does not tell of.
+/// In milliseconds. After one step sd-bus may be able to do another one without new input, which poll does not report.
 constexpr int longestNameWait = 50;
 
 } // namespace
@@ -126,7 +126,7 @@ void ServerBus::TryConnectAgain()
     }
 }
 
-/// `cause`: may be what the connection says, which goes.
+/// `cause` is passed by value: it may be a member of the connection, which is destroyed here.
 void ServerBus::Lose(BasicString cause) // NOLINT(performance-unnecessary-value-param)
 {
     if (connection)

@@ -43,7 +43,7 @@ private:
     /// Null while the bus is away.
     std::shared_ptr<ServerConnection> connection;
     TimePoint nextAttempt;
-    /// The loss was logged, and no way back yet.
+    /// The loss was logged, and the name has not been owned again since.
     bool isLost = false;
 };
 

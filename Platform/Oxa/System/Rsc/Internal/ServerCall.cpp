@@ -35,7 +35,7 @@ BasicString ServerCall::Describe() const
                                          service->slot->GetInterfaceName());
 }
 
-/// The border of services: whatever they throw is an answer.
+/// Whatever a service throws becomes an error answer.
 std::optional<BusError> ServerCall::Invoke(sd_bus_message& answer) const
 {
     try

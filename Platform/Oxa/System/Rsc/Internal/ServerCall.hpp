@@ -22,7 +22,7 @@ struct ServerCall final
     [[nodiscard]] BasicString Describe() const;
 
     std::shared_ptr<ServerConnection> connection;
-    /// Goes under the connection's lock.
+    /// Must be released under the connection's lock.
     MessageHandle request;
     const ServerCatalog::Service* service;
     const RscOperation* operation;

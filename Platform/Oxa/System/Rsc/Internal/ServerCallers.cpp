@@ -4,6 +4,8 @@
 #include "Oxa/System/Rsc/Internal/MessageStream.hpp"
 
 #include <cerrno>
+#include <cstddef>
+#include <string_view>
 #include <utility>
 
 namespace Oxa::System::Rsc::Internal
@@ -95,7 +97,7 @@ bool ServerCallers::Ask(Caller& caller, const BasicString& name)
                                     "GetConnectionUnixUser", &OnAnswer, &caller, "s", name.c_str()) >= 0;
 }
 
-/// Those that the bus is being asked about stay; there are no more of them than calls under way.
+/// Callers about whom the bus is being asked stay. There are at most as many of them as calls under way.
 void ServerCallers::ForgetSome()
 {
     if (known.size() >= maximumKnown)

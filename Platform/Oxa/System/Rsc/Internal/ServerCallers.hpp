@@ -5,7 +5,6 @@
 #include <functional>
 #include <map>
 #include <optional>
-#include <string_view>
 #include <vector>
 
 namespace Oxa::System::Rsc::Internal

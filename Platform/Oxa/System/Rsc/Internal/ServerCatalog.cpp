@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <utility>
 
 namespace Oxa::System::Rsc::Internal
 {

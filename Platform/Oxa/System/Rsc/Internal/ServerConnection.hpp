@@ -120,7 +120,8 @@ private:
     bool isClosed = false;
     std::optional<EndCause> endCause;
     bool hasBusName = false;
-    /// A header has come in part: the descriptor says nothing of the rest, which is looked for at `nextLook`.
+    /// A message's header has come in part. The descriptor stays ready then, so it is not waited for; the rest is
+    /// looked for at `nextLook`.
     bool isPartial = false;
     TimePoint nextLook;
     BasicString failure;

@@ -78,7 +78,7 @@ ServerLoop::~ServerLoop()
 
 void ServerLoop::RunOne()
 {
-    // The last thread carries out nothing: somebody must refuse what is too much.
+    // The last thread carries out no call: it has to stay free to refuse calls that are too many.
     if (!calls.empty() && executing < maximumThreads - 1)
     {
         ExecuteNextCall();

@@ -22,8 +22,8 @@
 namespace Oxa::System::Rsc::Internal
 {
 
-/// Waits for whatever comes in at the server's sockets and on its bus, and carries out the calls, one after the other:
-/// but while one lasts, another thread goes on, so that it stops nobody else.
+/// Waits for whatever comes in at the server's sockets and on its bus, and carries out the calls one after the other.
+/// While a call lasts, another thread takes over the loop, so that a slow service delays nobody else.
 /// Owned by RscServer. Threads: made and destroyed on one; all else on the team's own threads.
 class ServerLoop final : private System::Commons::Threading::ILeaderWork,
                          private System::Commons::Diagnostics::Logging::Loggable<ServerLoop>
@@ -65,7 +65,7 @@ private:
     std::atomic<unsigned> executing = 0;
     /// The wake-up, the bus, the sockets, the connections.
     std::vector<pollfd> descriptors;
-    /// No connection is accepted before, because there was no descriptor for the last one.
+    /// No connection is accepted before this time: there was no descriptor left for the last one.
     TimePoint nextAccept;
 
     System::Commons::Threading::LeaderTeam team;

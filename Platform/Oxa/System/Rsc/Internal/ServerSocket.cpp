@@ -78,7 +78,7 @@ void RequireFree(const BasicString& path)
     Require(errno == ECONNREFUSED || errno == ENOENT, path);
 }
 
-/// Under a name of its own first, so that it can be connected to as soon as it is seen.
+/// Bound under another name and renamed when it listens, so that whoever sees the path can connect.
 [[nodiscard]] FileDescriptor Listen(const BasicString& path)
 {
     RequireFree(path);

@@ -5,13 +5,6 @@
 #include <algorithm>
 #include <mutex>
 
-namespace Oxa::System::Rsc
-{
-
-IRscServiceListener::~IRscServiceListener() = default;
-
-} // namespace Oxa::System::Rsc
-
 namespace Oxa::System::Rsc::Internal
 {
 
@@ -52,7 +45,7 @@ void ServiceListeners::ReportAvailable(const BasicString& providerName) noexcept
     Report(providerName, &IRscServiceListener::OnServicesAvailable);
 }
 
-// An entry that is being called stays in the list, so that its place is known also after the lock was given up.
+/// An entry that is being called stays in the list, so that its iterator stays valid while the lock is released.
 void ServiceListeners::Report(const BasicString& providerName, ReportFunction function) noexcept
 {
     std::unique_lock lock(mutex);

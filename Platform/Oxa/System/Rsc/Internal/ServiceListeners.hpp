@@ -5,7 +5,6 @@
 
 #include <condition_variable>
 #include <list>
-#include <vector>
 
 namespace Oxa::System::Rsc
 {

@@ -34,7 +34,7 @@ bool SlotTable::IsProviderComplete(const BasicString& provider) const
                        [&provider](const auto& each)
                        {
                            const auto& slot = each.second.registeredSlot;
-                           // What this process never provided, it cannot be waited for to provide again.
+                           // Services that this process never provided do not count.
                            return each.first.first != provider || !slot || slot->IsProvided();
                        });
 }

@@ -4,9 +4,12 @@
 
 #include <pwd.h>
 
-#include <array>
+#include <cerrno>
 #include <charconv>
+#include <cstddef>
+#include <string>
 #include <system_error>
+#include <vector>
 
 namespace Oxa::System::Rsc::Internal
 {
@@ -14,21 +17,44 @@ namespace Oxa::System::Rsc::Internal
 namespace
 {
 
-// As much as the entry of one user needs anywhere.
-constexpr std::size_t entryBytes = 16384;
+constexpr std::size_t firstBufferBytes = 1024;
+/// Far more than any entry needs, so that a broken directory service cannot take all memory.
+constexpr std::size_t lastBufferBytes = 1024 * 1024;
+
+struct User
+{
+    BasicString name;
+    uint32 number;
+};
+
+/// `query` is getpwuid_r or getpwnam_r with the user. Entries of directory services may have any size, so the buffer
+/// grows until the entry has room.
+template <class Query>
+std::optional<User> TryQuery(Query query)
+{
+    std::vector<char> buffer(firstBufferBytes);
+    passwd entry = {};
+    passwd* found = nullptr;
+    int error = query(entry, buffer, found);
+    while (error == ERANGE && buffer.size() < lastBufferBytes)
+    {
+        buffer.resize(2 * buffer.size());
+        error = query(entry, buffer, found);
+    }
+    if (error != 0 || found == nullptr)
+    {
+        return std::nullopt;
+    }
+    return User{entry.pw_name, entry.pw_uid};
+}
 
 } // namespace
 
 BasicString DescribeUser(uint32 userId)
 {
-    std::array<char, entryBytes> buffer;
-    passwd entry = {};
-    passwd* found = nullptr;
-    if (getpwuid_r(userId, &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr)
-    {
-        return std::to_string(userId);
-    }
-    return System::Commons::Text::Format("'{0}' ({1})", entry.pw_name, userId);
+    const auto user = TryQuery([userId](passwd& entry, std::vector<char>& buffer, passwd*& found)
+                               { return getpwuid_r(userId, &entry, buffer.data(), buffer.size(), &found); });
+    return user ? System::Commons::Text::Format("'{0}' ({1})", user->name, userId) : std::to_string(userId);
 }
 
 std::optional<uint32> TryFindUser(const BasicString& nameOrNumber)
@@ -40,14 +66,10 @@ std::optional<uint32> TryFindUser(const BasicString& nameOrNumber)
     {
         return number;
     }
-    std::array<char, entryBytes> buffer;
-    passwd entry = {};
-    passwd* found = nullptr;
-    if (getpwnam_r(nameOrNumber.c_str(), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr)
-    {
-        return std::nullopt;
-    }
-    return entry.pw_uid;
+    const auto user =
+        TryQuery([&nameOrNumber](passwd& entry, std::vector<char>& buffer, passwd*& found)
+                 { return getpwnam_r(nameOrNumber.c_str(), &entry, buffer.data(), buffer.size(), &found); });
+    return user ? std::optional(user->number) : std::nullopt;
 }
 
 } // namespace Oxa::System::Rsc::Internal

@@ -26,6 +26,8 @@ struct FakeEchoService final : System::Rsc::IRscService
     std::promise<void> letGo;
     const std::shared_future<void> isLetGo = letGo.get_future().share();
     std::atomic<int> changes = 0;
+    /// Who changed last.
+    std::atomic<uint32> userId = 0;
     std::atomic<int> answered = 0;
 };
 
@@ -76,6 +78,7 @@ public:
              {
                  auto& echo = FakeEchoService::From(service);
                  ++echo.changes;
+                 echo.userId = RscCallContext::TryGetCurrent()->GetUserId();
                  RscCallContext::TryGetCurrent()->RunAfterAnswer([&echo] { ++echo.answered; });
              }},
             {"Fail", RscOperationKind::Read, "", "",

@@ -180,12 +180,28 @@ TEST_F(Messages, CarryEveryTypeUnchanged)
     }
 }
 
+TEST_F(Messages, CarryWhatIsNoVariant)
+{
+    Write(
+        [](RscMessageWriter& writer)
+        {
+            writer.WriteBool(true);
+            writer.WriteBool(false);
+            writer.WriteText("no UTF-8: \xFF");
+        });
+    RscMessageReader plain(*message);
+    EXPECT_TRUE(plain.ReadBool());
+    EXPECT_FALSE(plain.ReadBool());
+    EXPECT_EQ(plain.ReadText(), "");
+}
+
 TEST_F(Messages, CarryTheElementsOfArrays)
 {
     FakeArray<int8> numbers{{-1, 2, -3}};
     Value value = Cross(numbers.Describe(RscType::Int8, 1));
     RscArrayReader array(value);
     ASSERT_EQ(array.GetElementCount(), 3U);
+    EXPECT_EQ(array.GetElementType(), RscType::Int8);
     EXPECT_EQ(ReadNext<int8>(array), -1);
     EXPECT_EQ(ReadNext<int8>(array), 2);
     EXPECT_EQ(ReadNext<int8>(array), -3);

@@ -96,6 +96,7 @@ TEST_F(Serving, AnswersWithResultsAndWithWhatWentWrong)
     EXPECT_EQ(caller.Echo(1), 1U);
     server.reset();
     EXPECT_EQ(echo.service->answered, 1);
+    EXPECT_EQ(echo.service->userId, getuid());
 }
 
 TEST_F(Serving, LetsOnlyConfiguredUsersInAndOnlySomeCommand)
