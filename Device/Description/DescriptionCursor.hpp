@@ -2,6 +2,7 @@
 
 #include "Device/Description/DescriptionElement.hpp"
 #include "Device/Description/DescriptionProblems.hpp"
+#include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 #include "Oxa/System/Commons/Xml/XmlReader.hpp"
 #include "Oxa/System/Commons/Xml/XmlSerializationContext.hpp"
 
@@ -44,7 +45,7 @@ public:
     void ForEachChild(const ReadChild& readChild)
     {
         const int depth = reader.GetDepth();
-        isOnElement = reader.TryReadStartElement();
+        MoveOn();
         while (isOnElement && reader.GetDepth() > depth)
         {
             readChild();
@@ -65,11 +66,8 @@ public:
     /// Moves on behind the present element with all it holds.
     void Skip()
     {
-        const int depth = reader.GetDepth();
-        do
-        {
-            isOnElement = reader.TryReadStartElement();
-        } while (isOnElement && reader.GetDepth() > depth);
+        reader.ReadEndElement();
+        MoveOn();
     }
 
     /// What is wrong with an element that has been left.
@@ -81,6 +79,12 @@ public:
     }
 
 private:
+    void MoveOn()
+    {
+        isOnElement = reader.TryReadStartElement();
+        problems.Try([this] { System::Commons::Xml::XmlElementReader(reader, context).RequireNoSkippedText(); });
+    }
+
     System::Commons::Xml::XmlReader& reader;
     System::Commons::Xml::XmlSerializationContext& context;
     DescriptionProblems& problems;
