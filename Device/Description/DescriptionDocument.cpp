@@ -4,6 +4,7 @@
 #include "Device/Description/DescriptionCursor.hpp"
 #include "Device/Description/ItemTypes.hpp"
 #include "Device/Description/SourceReader.hpp"
+#include "Device/Items/ItemTypeWords.hpp"
 #include "Oxa/System/Commons/NotSupportedException.hpp"
 
 #include <set>
@@ -75,7 +76,7 @@ private:
     {
         using Action = CommandSettings::RestartAction;
         content.commands.restart = Action::None;
-        RequireAction(element);
+        element.RequirePresent("action");
         element.ReadChoice("action",
                            {{"simulate", Action::Simulate}, {"reboot", Action::Reboot}, {"none", Action::None}},
                            content.commands.restart);
@@ -87,12 +88,21 @@ private:
         CommandSettings& commands = content.commands;
         commands.factoryReset = Action::None;
         commands.factoryResetUnit.clear();
-        RequireAction(element);
-        element.ReadChoice("action", {{"simulate", Action::Simulate}, {"unit", Action::Unit}, {"none", Action::None}},
-                           commands.factoryReset);
-        if (commands.factoryReset == Action::Unit)
+        element.RequirePresent("action");
+        const bool isChosen = element.ReadChoice(
+            "action", {{"simulate", Action::Simulate}, {"unit", Action::Unit}, {"none", Action::None}},
+            commands.factoryReset);
+        if (!isChosen)
+        {
+            element.Accept({"unit"});
+        }
+        else if (commands.factoryReset == Action::Unit)
         {
             ReadUnit(element);
+        }
+        else
+        {
+            element.RefuseWith("action", commands.factoryReset == Action::None ? "none" : "simulate", {"unit"});
         }
     }
 
@@ -103,14 +113,6 @@ private:
         if (!unit.empty() && !Commands::IsStartableUnitName(unit))
         {
             element.ReportBadValue("unit", unit, "the name of a service or target of systemd");
-        }
-    }
-
-    static void RequireAction(DescriptionElement& element)
-    {
-        if (!element.Has("action"))
-        {
-            element.Report("the element '{0}' needs the attribute 'action'", element.GetName());
         }
     }
 
@@ -149,18 +151,18 @@ private:
 
     static std::optional<RscType> ReadType(DescriptionElement& element, const BasicString& key)
     {
-        BasicString word;
-        element.Read("type", word);
         const auto expected = FindExpectedType(key);
-        const auto type = ParseItemType(word);
-        if (element.Has("type") && !type)
+        BasicString word;
+        const bool isRead = element.Read("type", word);
+        const auto type = Items::ParseItemType(word);
+        if (isRead && !type)
         {
-            element.ReportBadValue("type", word, "bool, int8 to uint64, real32, real64 or string");
+            element.ReportBadValue("type", word, Items::itemTypeWords);
         }
         if (expected && type && type != expected)
         {
-            element.Report("the item '{0}' is read as {1}, it cannot be of type '{2}'", key, GetItemTypeWord(*expected),
-                           word);
+            element.Report("the item '{0}' is read as {1}, it cannot be of type '{2}'", key,
+                           Items::GetItemTypeWord(*expected), word);
         }
         return expected ? expected : type;
     }
@@ -169,9 +171,12 @@ private:
     {
         if (sourceCount != 1)
         {
-            cursor.ReportAt(item.line,
-                            "the item '{0}' has {1} sources, it needs one; several lie in an element 'first'", key,
-                            sourceCount);
+            cursor.ReportAt(item.line, "the item{0} has {1} sources, it needs one; several lie in an element 'first'",
+                            key.empty() ? "" : " '" + key + "'", sourceCount);
+        }
+        if (key.empty())
+        {
+            return;
         }
         const bool hasPlace = key.find("{0}") != BasicString::npos;
         if (item.isForEachCore && !hasPlace)

@@ -1,7 +1,7 @@
 #include "Device/Description/DescriptionElement.hpp"
 
-#include "Device/Description/ItemTypes.hpp"
 #include "Device/Items/ItemConversion.hpp"
+#include "Device/Items/ItemTypeWords.hpp"
 #include "Device/Machine/DeviceText.hpp"
 
 #include <fmt/format.h>
@@ -22,7 +22,7 @@ DescriptionElement::DescriptionElement(System::Commons::Xml::XmlReader& reader,
 
 BasicString DescriptionElement::GetName() const
 {
-    return reader.GetElementLocalName();
+    return reader.GetElementName();
 }
 
 std::optional<RscType> DescriptionElement::GetItemType() const noexcept
@@ -51,78 +51,135 @@ bool DescriptionElement::Has(std::string_view attributeName) const
     return reader.TryGetAttributeValue(attributeName, ignored);
 }
 
-void DescriptionElement::Read(std::string_view attributeName, BasicString& value)
+bool DescriptionElement::IsBad(std::string_view attributeName) const noexcept
 {
-    Expect(attributeName);
-    problems.Try([this, attributeName, &value] { attributes.Read(attributeName, value); });
+    return std::find(badNames.begin(), badNames.end(), attributeName) != badNames.end();
 }
 
-void DescriptionElement::ReadRequired(std::string_view attributeName, BasicString& value)
+bool DescriptionElement::RequirePresent(std::string_view attributeName)
 {
-    Expect(attributeName);
-    problems.Try([this, attributeName, &value] { attributes.ReadRequired(attributeName, value); });
+    const bool isPresent = Has(attributeName);
+    if (!isPresent)
+    {
+        Report("the element '{0}' needs the attribute '{1}'", GetName(), attributeName);
+    }
+    return isPresent;
 }
 
-void DescriptionElement::Read(std::string_view attributeName, bool& value)
+bool DescriptionElement::Read(std::string_view attributeName, BasicString& value)
 {
-    Expect(attributeName);
-    problems.Try([this, attributeName, &value] { attributes.Read(attributeName, value); });
+    return TryRead(attributeName, [this, attributeName, &value] { attributes.Read(attributeName, value); });
 }
 
-void DescriptionElement::Read(std::string_view attributeName, double& value)
+bool DescriptionElement::ReadRequired(std::string_view attributeName, BasicString& value)
 {
-    Read(attributeName, value, std::numeric_limits<double>::lowest(), std::numeric_limits<double>::max());
+    return TryRead(attributeName, [this, attributeName, &value] { attributes.ReadRequired(attributeName, value); });
 }
 
-void DescriptionElement::Read(std::string_view attributeName, double& value, double minimum, double maximum)
+bool DescriptionElement::Read(std::string_view attributeName, bool& value)
+{
+    return TryRead(attributeName, [this, attributeName, &value] { attributes.Read(attributeName, value); });
+}
+
+bool DescriptionElement::Read(std::string_view attributeName, double& value)
+{
+    return Read(attributeName, value, std::numeric_limits<double>::lowest(), std::numeric_limits<double>::max());
+}
+
+bool DescriptionElement::Read(std::string_view attributeName, double& value, double minimum, double maximum)
 {
     BasicString text;
-    Read(attributeName, text);
-    if (!Has(attributeName))
+    if (!Read(attributeName, text))
     {
-        return;
+        return false;
     }
     const auto number = Machine::DeviceText::ParseReal(text);
     if (!number)
     {
-        ReportBadValue(attributeName, text, "a number");
+        ReportBadValue(attributeName, text, "a decimal number");
+        return false;
     }
-    else if (*number < minimum || *number > maximum)
+    if (*number < minimum || *number > maximum)
     {
         ReportBadValue(attributeName, text, fmt::format("a number from {} to {}", minimum, maximum));
+        return false;
     }
-    else
-    {
-        value = static_cast<double>(*number);
-    }
+    value = static_cast<double>(*number);
+    return true;
 }
 
-void DescriptionElement::Read(std::string_view attributeName, std::size_t& value, std::size_t minimum,
+bool DescriptionElement::Read(std::string_view attributeName, std::size_t& value, std::size_t minimum,
                               std::size_t maximum)
 {
-    Expect(attributeName);
-    problems.Try([this, attributeName, &value, minimum, maximum]
-                 { attributes.Read(attributeName, value, minimum, maximum); });
+    return TryRead(attributeName, [this, attributeName, &value, minimum, maximum]
+                   { attributes.Read(attributeName, value, minimum, maximum); });
 }
 
-void DescriptionElement::ReadPath(std::string_view attributeName, BasicString& path)
+bool DescriptionElement::Read(std::string_view attributeName, std::chrono::milliseconds& value,
+                              std::chrono::milliseconds minimum, std::chrono::milliseconds maximum)
 {
-    Expect(attributeName);
-    const bool isRead = problems.Try([this, attributeName, &path] { attributes.Read(attributeName, path); });
+    return TryRead(attributeName, [this, attributeName, &value, minimum, maximum]
+                   { attributes.Read(attributeName, value, minimum, maximum); });
+}
+
+void DescriptionElement::RefuseWith(std::string_view choiceName, std::string_view word,
+                                    std::initializer_list<std::string_view> attributeNames)
+{
+    for (const std::string_view name : attributeNames)
+    {
+        Expect(name);
+        if (Has(name))
+        {
+            Report("the attribute '{0}' does not belong to the {1} '{2}'", name, choiceName, word);
+        }
+    }
+}
+
+void DescriptionElement::RefuseWithout(std::string_view otherName,
+                                       std::initializer_list<std::string_view> attributeNames)
+{
+    for (const std::string_view name : attributeNames)
+    {
+        Expect(name);
+        if (Has(name))
+        {
+            Report("the attribute '{0}' needs the attribute '{1}'", name, otherName);
+        }
+    }
+}
+
+void DescriptionElement::Accept(std::initializer_list<std::string_view> attributeNames)
+{
+    for (const std::string_view name : attributeNames)
+    {
+        Expect(name);
+    }
+}
+
+bool DescriptionElement::ReadPath(std::string_view attributeName, BasicString& path)
+{
+    if (!Read(attributeName, path))
+    {
+        return false;
+    }
     const BasicString closed = path + '/';
-    if (isRead && Has(attributeName) && (!path.starts_with('/') || closed.find("/../") != BasicString::npos))
+    if (!path.starts_with('/') || closed.find("/../") != BasicString::npos)
     {
         ReportBadValue(attributeName, path, "an absolute path without '..'");
+        return false;
     }
+    return true;
 }
 
 Items::ItemValue DescriptionElement::ParseValue(std::string_view attributeName, std::string_view text)
 {
     const RscType type = itemType.value_or(RscType::String);
     const auto reading = Items::ItemConversion::FromText(text, type);
-    if (!reading.HasValue() && Has(attributeName))
+    if (!reading.HasValue())
     {
-        ReportBadValue(attributeName, text, fmt::format("a value of the item's type {}", GetItemTypeWord(type)));
+        ReportBadValue(attributeName, text,
+                       fmt::format("a value of the item's type {}: {}", Items::GetItemTypeWord(type),
+                                   type == RscType::Bool ? "true, false, 1 or 0" : "a decimal number in its range"));
     }
     if (type == RscType::String && text.size() > Items::ItemReading::maximumTextBytes)
     {
@@ -135,7 +192,8 @@ Items::ItemValue DescriptionElement::ParseValue(std::string_view attributeName, 
 void DescriptionElement::ReportBadValue(std::string_view attributeName, std::string_view value,
                                         std::string_view expected)
 {
-    problems.Try([this, attributeName, value, expected] { attributes.ThrowBadValue(attributeName, value, expected); });
+    TryRead(attributeName,
+            [this, attributeName, value, expected] { attributes.ThrowBadValue(attributeName, value, expected); });
 }
 
 void DescriptionElement::ReportUnknown()

@@ -8,6 +8,7 @@
 #include "Oxa/System/Commons/XmlException.hpp"
 #include "Oxa/System/Rsc/RscType.hpp"
 
+#include <chrono>
 #include <concepts>
 #include <cstddef>
 #include <initializer_list>
@@ -44,22 +45,34 @@ public:
 
     [[nodiscard]] bool Has(std::string_view attributeName) const;
 
-    void Read(std::string_view attributeName, BasicString& value);
-    /// For an attribute that must be there and not be empty.
-    void ReadRequired(std::string_view attributeName, BasicString& value);
-    void Read(std::string_view attributeName, bool& value);
-    /// Finite, with a decimal point or without.
-    void Read(std::string_view attributeName, double& value);
-    void Read(std::string_view attributeName, double& value, double minimum, double maximum);
-    void Read(std::string_view attributeName, std::size_t& value, std::size_t minimum, std::size_t maximum);
+    /// Whether something has been reported of the attribute's value. What depends on it cannot be judged then.
+    [[nodiscard]] bool IsBad(std::string_view attributeName) const noexcept;
 
-    /// One word of several. True when the attribute is there and is one of them.
+    /// For an attribute that must be there but may be empty. False when it is missing.
+    bool RequirePresent(std::string_view attributeName);
+
+    /// All that read: true when the attribute is there and nothing was wrong with it.
+    bool Read(std::string_view attributeName, BasicString& value);
+    /// For an attribute that must be there and not be empty.
+    bool ReadRequired(std::string_view attributeName, BasicString& value);
+    bool Read(std::string_view attributeName, bool& value);
+    /// Finite, with a decimal point or without.
+    bool Read(std::string_view attributeName, double& value);
+    bool Read(std::string_view attributeName, double& value, double minimum, double maximum);
+    bool Read(std::string_view attributeName, std::size_t& value, std::size_t minimum, std::size_t maximum);
+    bool Read(std::string_view attributeName, std::chrono::milliseconds& value, std::chrono::milliseconds minimum,
+              std::chrono::milliseconds maximum);
+
+    /// One word of several.
     template <class Value>
     bool ReadChoice(std::string_view attributeName, std::initializer_list<std::pair<std::string_view, Value>> choices,
                     Value& value)
     {
         BasicString text;
-        Read(attributeName, text);
+        if (!Read(attributeName, text))
+        {
+            return false;
+        }
         BasicString words;
         for (const auto& [word, meaning] : choices)
         {
@@ -70,18 +83,23 @@ public:
             }
             words.append(words.empty() ? "" : ", ").append(word);
         }
-        if (Has(attributeName))
-        {
-            ReportBadValue(attributeName, text, "one of: " + words);
-        }
+        ReportBadValue(attributeName, text, "one of: " + words);
         return false;
     }
 
+    /// For attributes that go with other words of a choice only: reports those that are there. `word`: the choice's.
+    void RefuseWith(std::string_view choiceName, std::string_view word,
+                    std::initializer_list<std::string_view> attributeNames);
+    /// For attributes that go with another attribute only, which is not there: reports those that are there.
+    void RefuseWithout(std::string_view otherName, std::initializer_list<std::string_view> attributeNames);
+    /// For attributes that cannot be judged, because what they depend on is wrong: they are not looked at.
+    void Accept(std::initializer_list<std::string_view> attributeNames);
+
     /// An absolute path. One with ".." in it is a mistake: it could lead out of the folder that stands for the machine.
-    void ReadPath(std::string_view attributeName, BasicString& path);
+    bool ReadPath(std::string_view attributeName, BasicString& path);
 
     /// What was read of an attribute as a value of the item's type, else as a text; not set when it is none or is too
-    /// long for a value.
+    /// long for a value. Requires: the attribute has been read, and nothing was wrong with it.
     [[nodiscard]] Items::ItemValue ParseValue(std::string_view attributeName, std::string_view text);
 
     /// "the attribute 'x' of the element 'y' is 'z', expected …"
@@ -100,12 +118,26 @@ public:
 private:
     void Expect(std::string_view attributeName);
 
+    /// Reads the attribute and notes when something is wrong with it.
+    template <class Action>
+    bool TryRead(std::string_view attributeName, const Action& action)
+    {
+        Expect(attributeName);
+        if (!problems.Try(action))
+        {
+            badNames.emplace_back(attributeName);
+            return false;
+        }
+        return Has(attributeName);
+    }
+
     System::Commons::Xml::XmlReader& reader;
     const System::Commons::Xml::XmlElementReader attributes;
     DescriptionProblems& problems;
     std::optional<System::Rsc::RscType> itemType;
     bool isForEachCore = false;
     std::vector<BasicString> knownNames;
+    std::vector<BasicString> badNames;
 };
 
 } // namespace Oxa::Device::Linux::Description

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Device/Commands/CommandSettings.hpp"
-#include "Device/Description/SourceElements.hpp"
+#include "Device/Description/SourceMaker.hpp"
 #include "Device/Items/ItemTable.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Rsc/RscType.hpp"
@@ -30,6 +30,7 @@ struct DescribedItem
 /// What the documents of a description say.
 struct DescriptionContent
 {
+    /// For people; that of the last document that has one.
     BasicString name;
     std::map<BasicString, DescribedItem> items;
     Commands::CommandSettings commands;

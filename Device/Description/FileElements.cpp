@@ -1,5 +1,6 @@
-#include "Device/Description/ItemTypes.hpp"
-#include "Device/Description/SourceElements.hpp"
+#include "Device/Description/FileElements.hpp"
+
+#include "Device/Items/ItemTypeWords.hpp"
 #include "Device/Machine/DeviceText.hpp"
 #include "Device/Sources/ConstantSource.hpp"
 #include "Device/Sources/DeviceTreeSource.hpp"
@@ -25,15 +26,14 @@ void ReadNameBelow(DescriptionElement& element, std::string_view attributeName, 
     element.ReadRequired(attributeName, name);
     if (name.starts_with('/') || name.find("..") != BasicString::npos)
     {
-        element.ReportBadValue(attributeName, name, "a name below the folder");
+        element.ReportBadValue(attributeName, name, "a name below the folder, without '..'");
     }
 }
 
 std::shared_ptr<const Sources::LinePattern> ReadPattern(DescriptionElement& element)
 {
     BasicString pattern;
-    element.Read("pattern", pattern);
-    if (!element.Has("pattern"))
+    if (!element.Read("pattern", pattern))
     {
         return nullptr;
     }
@@ -49,15 +49,14 @@ std::shared_ptr<const Sources::LinePattern> ReadPattern(DescriptionElement& elem
 RscType ReadType(DescriptionElement& element)
 {
     BasicString word;
-    element.Read("type", word);
-    if (!element.Has("type"))
+    if (!element.Read("type", word))
     {
         return element.GetItemType().value_or(RscType::String);
     }
-    const auto type = ParseItemType(word);
+    const auto type = Items::ParseItemType(word);
     if (!type)
     {
-        element.ReportBadValue("type", word, "bool, int8 to uint64, real32, real64 or string");
+        element.ReportBadValue("type", word, Items::itemTypeWords);
     }
     return type.value_or(RscType::String);
 }
@@ -86,12 +85,12 @@ std::vector<BasicString> SplitWords(std::string_view text)
 SourceMaker ReadText(DescriptionElement& element)
 {
     BasicString text;
-    element.Read("value", text);
-    if (!element.Has("value"))
+    Items::ItemValue value;
+    if (element.RequirePresent("value") && element.Read("value", text))
     {
-        element.Report("the element '{0}' needs the attribute 'value'", element.GetName());
+        value = element.ParseValue("value", text);
     }
-    return [value = element.ParseValue("value", text)](DescribedMachine&)
+    return [value](DescribedMachine&)
     {
         return std::make_unique<Sources::ConstantSource>(value);
     };
@@ -101,10 +100,7 @@ SourceMaker ReadFile(DescriptionElement& element)
 {
     BasicString path;
     FileSource::Options options;
-    if (!element.Has("path"))
-    {
-        element.Report("the element '{0}' needs the attribute 'path'", element.GetName());
-    }
+    element.RequirePresent("path");
     element.ReadPath("path", path);
     options.pattern = ReadPattern(element);
     element.Read("scale", options.scale);

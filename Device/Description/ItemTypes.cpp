@@ -15,21 +15,6 @@ namespace
 
 using NamedType = std::pair<std::string_view, RscType>;
 
-constexpr std::array<NamedType, 12> typeWords = {{
-    {"bool", RscType::Bool},
-    {"int8", RscType::Int8},
-    {"uint8", RscType::Uint8},
-    {"int16", RscType::Int16},
-    {"uint16", RscType::Uint16},
-    {"int32", RscType::Int32},
-    {"uint32", RscType::Uint32},
-    {"int64", RscType::Int64},
-    {"uint64", RscType::Uint64},
-    {"real32", RscType::Real32},
-    {"real64", RscType::Real64},
-    {"string", RscType::String},
-}};
-
 constexpr std::array<NamedType, 17> keyTypes = {{
     {"General.ArticleName", RscType::String},
     {"General.ArticleNumber", RscType::String},
@@ -78,20 +63,6 @@ std::optional<RscType> FindExpectedType(std::string_view key) noexcept
                                             [key](const KeyFamily& entry)
                                             { return key.starts_with(entry.prefix) && key.ends_with(entry.suffix); });
     return family == keyFamilies.end() ? std::nullopt : std::optional(family->type);
-}
-
-std::optional<RscType> ParseItemType(std::string_view word) noexcept
-{
-    const auto* const found = std::find_if(typeWords.begin(), typeWords.end(),
-                                           [word](const NamedType& entry) { return entry.first == word; });
-    return found == typeWords.end() ? std::nullopt : std::optional(found->second);
-}
-
-std::string_view GetItemTypeWord(RscType type) noexcept
-{
-    const auto* const found = std::find_if(typeWords.begin(), typeWords.end(),
-                                           [type](const NamedType& entry) { return entry.second == type; });
-    return found == typeWords.end() ? std::string_view() : found->first;
 }
 
 } // namespace Oxa::Device::Linux::Description

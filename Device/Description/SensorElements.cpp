@@ -1,4 +1,5 @@
-#include "Device/Description/SourceElements.hpp"
+#include "Device/Description/SensorElements.hpp"
+
 #include "Device/Sources/AbsentSource.hpp"
 #include "Device/Sources/GpioSource.hpp"
 #include "Device/Sources/HwmonSource.hpp"
@@ -39,10 +40,14 @@ void ReadSwitchTexts(DescriptionElement& element, GpioSource::Line& line)
     {
         return;
     }
-    element.ReadRequired("activeText", line.activeText);
-    element.ReadRequired("inactiveText", line.inactiveText);
-    static_cast<void>(element.ParseValue("activeText", line.activeText));
-    static_cast<void>(element.ParseValue("inactiveText", line.inactiveText));
+    if (element.ReadRequired("activeText", line.activeText))
+    {
+        static_cast<void>(element.ParseValue("activeText", line.activeText));
+    }
+    if (element.ReadRequired("inactiveText", line.inactiveText))
+    {
+        static_cast<void>(element.ParseValue("inactiveText", line.inactiveText));
+    }
 }
 
 } // namespace
@@ -54,7 +59,7 @@ SourceMaker ReadHwmon(DescriptionElement& element)
     element.Read("index", sensor.index, 0, maximumIndex);
     element.Read("label", sensor.label);
     element.Read("input", sensor.input);
-    if (sensor.label.empty() == sensor.input.empty())
+    if (sensor.label.empty() == sensor.input.empty() && !element.IsBad("label") && !element.IsBad("input"))
     {
         element.Report("the element '{0}' needs either the attribute 'label' or 'input'", element.GetName());
     }

@@ -1,10 +1,13 @@
-#include "Device/Description/SourceElements.hpp"
+#include "Device/Description/SimulatedElement.hpp"
+
+#include "Device/Items/ItemConversion.hpp"
+#include "Device/Items/ItemTypeWords.hpp"
 #include "Device/Machine/DeviceText.hpp"
 #include "Device/Sources/SimulatedFaultSource.hpp"
 #include "Device/Sources/SimulatedSource.hpp"
 
 #include <algorithm>
-#include <array>
+#include <cmath>
 #include <limits>
 #include <optional>
 #include <utility>
@@ -45,28 +48,17 @@ std::string_view GetWord(Form form) noexcept
     }
 }
 
-/// The attributes that only some forms have, and those forms, the last one perhaps twice.
-constexpr std::pair<std::string_view, std::array<Form, 2>> formAttributes[] = {
-    {"value", {Form::Constant, Form::Constant}},
-    {"from", {Form::Ramp, Form::Ramp}},
-    {"to", {Form::Ramp, Form::Ramp}},
-    {"mean", {Form::Sine, Form::Sine}},
-    {"amplitude", {Form::Sine, Form::Sine}},
-    {"periodSeconds", {Form::Ramp, Form::Sine}},
-    {"values", {Form::Steps, Form::Steps}},
-    {"holdSeconds", {Form::Steps, Form::Steps}}};
-
-/// The text of an attribute that must be there but may be empty.
-BasicString ReadValueText(DescriptionElement& element, std::string_view attributeName)
+constexpr unsigned Bit(Form form) noexcept
 {
-    BasicString text;
-    element.Read(attributeName, text);
-    if (!element.Has(attributeName))
-    {
-        element.Report("the element '{0}' needs the attribute '{1}'", element.GetName(), attributeName);
-    }
-    return text;
+    return 1U << static_cast<unsigned>(form);
 }
+
+/// The attributes that only some forms have, and the bits of those forms.
+constexpr std::pair<std::string_view, unsigned> formAttributes[] = {
+    {"value", Bit(Form::Constant)}, {"from", Bit(Form::Ramp)},
+    {"to", Bit(Form::Ramp)},        {"mean", Bit(Form::Sine)},
+    {"amplitude", Bit(Form::Sine)}, {"periodSeconds", Bit(Form::Ramp) | Bit(Form::Sine)},
+    {"values", Bit(Form::Steps)},   {"holdSeconds", Bit(Form::Steps)}};
 
 SimulatedSignal::Seconds ReadSeconds(DescriptionElement& element, std::string_view attributeName)
 {
@@ -79,8 +71,33 @@ SimulatedSignal::Seconds ReadSeconds(DescriptionElement& element, std::string_vi
 
 SimulatedSignal ReadConstant(DescriptionElement& element)
 {
-    const BasicString text = ReadValueText(element, "value");
-    return SimulatedSignal::MakeConstant(element.ParseValue("value", text), text);
+    BasicString text;
+    ItemValue value;
+    if (element.RequirePresent("value") && element.Read("value", text))
+    {
+        value = element.ParseValue("value", text);
+    }
+    return SimulatedSignal::MakeConstant(value, text);
+}
+
+/// What a ramp or a sine reaches has to fit the item; noise may lead out of it.
+void RequireFit(DescriptionElement& element, Form form, double lowest, double highest)
+{
+    const auto type = element.GetItemType();
+    if (!type)
+    {
+        return;
+    }
+    if (*type == RscType::Bool)
+    {
+        element.Report("the form '{0}' needs an item that is a number", GetWord(form));
+    }
+    else if (!Items::ItemConversion::FromNumber(lowest, *type).HasValue() ||
+             !Items::ItemConversion::FromNumber(highest, *type).HasValue())
+    {
+        element.Report("the values from {0} to {1} do not all fit the item's type {2}", lowest, highest,
+                       Items::GetItemTypeWord(*type));
+    }
 }
 
 SimulatedSignal ReadRamp(DescriptionElement& element)
@@ -89,6 +106,10 @@ SimulatedSignal ReadRamp(DescriptionElement& element)
     double to = 100;
     element.Read("from", from);
     element.Read("to", to);
+    if (!element.IsBad("from") && !element.IsBad("to"))
+    {
+        RequireFit(element, Form::Ramp, from, to);
+    }
     return SimulatedSignal::MakeRamp(from, to, ReadSeconds(element, "periodSeconds"));
 }
 
@@ -98,23 +119,37 @@ SimulatedSignal ReadSine(DescriptionElement& element)
     double amplitude = 1;
     element.Read("mean", mean);
     element.Read("amplitude", amplitude);
+    if (!element.IsBad("mean") && !element.IsBad("amplitude"))
+    {
+        RequireFit(element, Form::Sine, mean - std::abs(amplitude), mean + std::abs(amplitude));
+    }
     return SimulatedSignal::MakeSine(mean, amplitude, ReadSeconds(element, "periodSeconds"));
+}
+
+std::vector<ItemValue> ParseSteps(DescriptionElement& element, std::string_view text)
+{
+    std::vector<ItemValue> values;
+    do
+    {
+        const std::string_view value = Machine::DeviceText::Trim(Machine::DeviceText::TakeUntil(text, ';'));
+        values.push_back(element.ParseValue("values", value));
+    } while (!text.empty());
+    return values;
 }
 
 SimulatedSignal ReadSteps(DescriptionElement& element)
 {
-    const BasicString text = ReadValueText(element, "values");
-    std::vector<ItemValue> values;
-    std::string_view rest = text;
-    do
+    BasicString text;
+    std::vector<ItemValue> values(1);
+    if (element.RequirePresent("values") && element.Read("values", text))
     {
-        const std::string_view value = Machine::DeviceText::Trim(Machine::DeviceText::TakeUntil(rest, ';'));
-        values.push_back(element.ParseValue("values", value));
-    } while (!rest.empty());
+        values = ParseSteps(element, text);
+    }
     return SimulatedSignal::MakeSteps(std::move(values), ReadSeconds(element, "holdSeconds"));
 }
 
-Form ReadForm(DescriptionElement& element)
+/// None when it is no form; what depends on it is then accepted as it is.
+std::optional<Form> ReadForm(DescriptionElement& element)
 {
     auto form = Form::Constant;
     element.ReadChoice(
@@ -122,14 +157,16 @@ Form ReadForm(DescriptionElement& element)
         form);
     for (const auto& [attributeName, forms] : formAttributes)
     {
-        if (element.Has(attributeName) && std::find(forms.begin(), forms.end(), form) == forms.end())
+        if (element.IsBad("form"))
         {
-            BasicString ignored;
-            element.Read(attributeName, ignored);
-            element.Report("the attribute '{0}' does not belong to the form '{1}'", attributeName, GetWord(form));
+            element.Accept({attributeName, "noise"});
+        }
+        else if ((forms & Bit(form)) == 0)
+        {
+            element.RefuseWith("form", GetWord(form), {attributeName});
         }
     }
-    return form;
+    return element.IsBad("form") ? std::nullopt : std::optional(form);
 }
 
 SimulatedSignal ReadSignal(DescriptionElement& element, Form form)
@@ -161,25 +198,59 @@ double ReadNoise(DescriptionElement& element, Form form)
     return amplitude;
 }
 
+std::string_view GetWord(SimulatedFaultSource::Kind kind) noexcept
+{
+    using Kind = SimulatedFaultSource::Kind;
+    switch (kind)
+    {
+    case Kind::Delay:
+        return "delay";
+    case Kind::WrongType:
+        return "wrongType";
+    case Kind::NotSet:
+        return "notSet";
+    default:
+        return "dropConnection";
+    }
+}
+
+/// When there is no fault, or none that is known.
+void RefuseFaultAttributes(DescriptionElement& element)
+{
+    if (element.IsBad("fault"))
+    {
+        element.Accept({"delayMilliseconds", "every"});
+    }
+    else
+    {
+        element.RefuseWithout("fault", {"delayMilliseconds", "every"});
+    }
+}
+
 std::optional<SimulatedFaultSource::Fault> ReadFault(DescriptionElement& element)
 {
     using Kind = SimulatedFaultSource::Kind;
-    constexpr std::size_t longestDelay = 60'000;
+    constexpr std::chrono::milliseconds longestDelay{60'000};
     SimulatedFaultSource::Fault fault;
-    if (!element.ReadChoice("fault",
-                            {{"delay", Kind::Delay},
-                             {"wrongType", Kind::WrongType},
-                             {"notSet", Kind::NotSet},
-                             {"dropConnection", Kind::DroppedConnection}},
-                            fault.kind))
+    const bool isChosen = element.ReadChoice("fault",
+                                             {{"delay", Kind::Delay},
+                                              {"wrongType", Kind::WrongType},
+                                              {"notSet", Kind::NotSet},
+                                              {"dropConnection", Kind::DroppedConnection}},
+                                             fault.kind);
+    if (!isChosen)
     {
+        RefuseFaultAttributes(element);
         return std::nullopt;
     }
     if (fault.kind == Kind::Delay)
     {
-        std::size_t milliseconds = 1000;
-        element.Read("delayMilliseconds", milliseconds, 1, longestDelay);
-        fault.delay = std::chrono::milliseconds(milliseconds);
+        fault.delay = std::chrono::seconds(1);
+        element.Read("delayMilliseconds", fault.delay, std::chrono::milliseconds(1), longestDelay);
+    }
+    else
+    {
+        element.RefuseWith("fault", GetWord(fault.kind), {"delayMilliseconds"});
     }
     std::size_t every = 1;
     element.Read("every", every, 1, std::numeric_limits<uint32>::max());
@@ -191,9 +262,10 @@ std::optional<SimulatedFaultSource::Fault> ReadFault(DescriptionElement& element
 
 SourceMaker ReadSimulated(DescriptionElement& element)
 {
-    const Form form = ReadForm(element);
-    SimulatedSignal signal = ReadSignal(element, form);
-    const double noise = ReadNoise(element, form);
+    const auto form = ReadForm(element);
+    // Nothing is made of what is not right.
+    SimulatedSignal signal = form ? ReadSignal(element, *form) : SimulatedSignal::MakeConstant({}, {});
+    const double noise = form ? ReadNoise(element, *form) : 0;
     std::size_t seed = 0;
     element.Read("seed", seed, 0, std::numeric_limits<uint32>::max());
     return [signal = std::move(signal), noise, seed,

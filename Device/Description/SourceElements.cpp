@@ -1,5 +1,10 @@
 #include "Device/Description/SourceElements.hpp"
 
+#include "Device/Description/FileElements.hpp"
+#include "Device/Description/SensorElements.hpp"
+#include "Device/Description/SimulatedElement.hpp"
+#include "Device/Description/SystemElements.hpp"
+
 #include <algorithm>
 #include <iterator>
 

@@ -1,6 +1,7 @@
 #include "Device/Description/SourceReader.hpp"
 
 #include "Device/Description/DescriptionDocument.hpp"
+#include "Device/Description/SourceElements.hpp"
 #include "Device/Sources/FirstSource.hpp"
 
 #include <utility>

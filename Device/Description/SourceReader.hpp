@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Device/Description/DescriptionCursor.hpp"
-#include "Device/Description/SourceElements.hpp"
+#include "Device/Description/SourceMaker.hpp"
 #include "Oxa/System/Rsc/RscType.hpp"
 
 #include <optional>

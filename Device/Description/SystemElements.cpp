@@ -1,4 +1,5 @@
-#include "Device/Description/SourceElements.hpp"
+#include "Device/Description/SystemElements.hpp"
+
 #include "Device/Sources/AbsentSource.hpp"
 #include "Device/Sources/BootClockSource.hpp"
 #include "Device/Sources/CpuCountSource.hpp"
@@ -29,8 +30,7 @@ enum class CpuFigure
 SourceMaker ReadCpuLoad(DescriptionElement& element)
 {
     BasicString word;
-    element.Read("core", word);
-    if (word == "each")
+    if (element.Read("core", word) && word == "each")
     {
         element.SetForEachCore();
         return [](DescribedMachine& machine)
@@ -39,7 +39,10 @@ SourceMaker ReadCpuLoad(DescriptionElement& element)
         };
     }
     std::size_t core = 0;
-    element.Read("core", core, 0, Sources::CpuLoads::maximumCoreCount);
+    if (!element.IsBad("core"))
+    {
+        element.Read("core", core, 0, Sources::CpuLoads::maximumCoreCount);
+    }
     return [core](DescribedMachine& machine)
     {
         return std::make_unique<Sources::CpuLoadSource>(machine.GetCpuLoads(), core);
@@ -79,6 +82,7 @@ SourceMaker ReadCpu(DescriptionElement& element)
     {
         return ReadCpuLoad(element);
     }
+    element.RefuseWith("figure", "count", {"core"});
     return [](DescribedMachine& machine)
     {
         return std::make_unique<Sources::CpuCountSource>(machine.GetCpuLoads());

@@ -1,5 +1,6 @@
 #include "Device/Items/ItemConversion.hpp"
 
+#include "Device/Items/ItemTypeWords.hpp"
 #include "Device/Machine/DeviceText.hpp"
 
 #include <fmt/format.h>
@@ -42,9 +43,9 @@ template <class T>
 ItemReading Make(long double number)
 {
     const long double exact = std::integral<T> ? std::round(number) : number;
-    return IsInRange<T>(exact)
-               ? ItemReading::Of(static_cast<T>(exact))
-               : ItemReading::Missing(fmt::format("a number is out of the range of {}", ItemValue(T()).GetType()));
+    return IsInRange<T>(exact) ? ItemReading::Of(static_cast<T>(exact))
+                               : ItemReading::Missing(fmt::format("a number is out of the range of {}",
+                                                                  GetItemTypeWord(ItemValue(T()).GetType())));
 }
 
 ItemReading MakeBool(long double number)
@@ -131,7 +132,7 @@ ItemReading FromNumber(long double number, RscType type)
     case RscType::String:
         return ItemReading::OfText(PrintNumber(number));
     default:
-        return ItemReading::Missing(fmt::format("a number is no {}", type));
+        return ItemReading::Missing(fmt::format("a number is no {}", GetItemTypeWord(type)));
     }
 }
 
@@ -146,7 +147,8 @@ ItemReading FromText(std::string_view text, RscType type)
         return ItemReading::Of(text == "true");
     }
     const auto number = Machine::DeviceText::ParseReal(text);
-    return number ? FromNumber(*number, type) : ItemReading::Missing(fmt::format("a text is no {}", type));
+    return number ? FromNumber(*number, type)
+                  : ItemReading::Missing(fmt::format("a text is no {}", GetItemTypeWord(type)));
 }
 
 ItemReading Convert(const ItemValue& value, RscType type)
@@ -165,7 +167,8 @@ ItemReading Convert(const ItemValue& value, RscType type)
     }
     const auto number = GetNumber(value);
     return number ? FromNumber(*number, type)
-                  : ItemReading::Missing(fmt::format("a value of the type {} is no {}", value.GetType(), type));
+                  : ItemReading::Missing(fmt::format("a value of the type {} is no {}",
+                                                     GetItemTypeWord(value.GetType()), GetItemTypeWord(type)));
 }
 
 } // namespace Oxa::Device::Linux::Items::ItemConversion

@@ -1,6 +1,7 @@
 #include "Device/Items/ItemText.hpp"
 
 #include "Device/Items/ItemConversion.hpp"
+#include "Device/Items/ItemTypeWords.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Rsc/RscType.hpp"
 
@@ -20,7 +21,8 @@ BasicString FormatItem(std::string_view key, const ItemValue& value)
         return name + " has no value";
     }
     const ItemReading text = ItemConversion::Convert(value, RscType::String);
-    return fmt::format("{} = {} ({})", name, EscapeControlCharacters(text.value.GetText()), value.GetType());
+    return fmt::format("{} = {} ({})", name, EscapeControlCharacters(text.value.GetText()),
+                       GetItemTypeWord(value.GetType()));
 }
 
 } // namespace Oxa::Device::Linux::Items

@@ -7,7 +7,7 @@
 namespace Oxa::Device::Linux::Items
 {
 
-/// One line for people: "Status.Cpu.0.Load.Percent = 12 (Uint8)", "Name = Box (String)" or "Name has no value". Control
+/// One line for people: "Status.Cpu.0.Load.Percent = 12 (uint8)", "Name = Box (string)" or "Name has no value". Control
 /// characters come out as \xNN. Safe from any thread.
 [[nodiscard]] BasicString FormatItem(std::string_view key, const ItemValue& value);
 

@@ -163,7 +163,7 @@ TEST(DescribingADevice, SaysEveryMistakeAndReadsWhatTheProgramDescribed)
     EXPECT_EQ(RunDevice({"--check", path}).status, 0);
     const Ended read = RunDevice({"--description", path, "--read", "Status.System.UpTime.Seconds"});
     EXPECT_EQ(read.status, 0);
-    EXPECT_THAT(read.output, testing::EndsWith(" (Uint64)\n"));
+    EXPECT_THAT(read.output, testing::EndsWith(" (uint64)\n"));
     EXPECT_EQ(RunDevice({"--description", path, "--read", "No.Such.Item"}).status, 1);
     const BasicString noLog = folder.Write(
         "log.conf", R"(<DeviceServerDocument><Log target="file" file="/proc/no"/></DeviceServerDocument>)");

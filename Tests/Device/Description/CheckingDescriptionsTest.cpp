@@ -52,17 +52,18 @@ TEST(CheckingADescription, SaysEveryMistakeWithItsLine)
             "3: the attribute 'path' of the element 'file' is 'x', expected an absolute path without '..'",
             "3: the attribute 'pattern' of the element 'file' is '(', expected a regular expression: "
             "Mismatched '(' and ')' in regular expression",
-            "3: the attribute 'scale' of the element 'file' is 'fast', expected a number",
+            "3: the attribute 'scale' of the element 'file' is 'fast', expected a decimal number",
             "3: the element 'file' has no attribute 'colour'",
             "5: the element 'frist' is not known here",
             "5: the element 'first' has no source in it",
             "5: the item 'A' is described already, in line 2",
             "6: the element 'Item' needs the attribute 'key'",
             "6: the element 'uptime' has no attribute 'unit'",
-            "6: the item '' has 2 sources, it needs one; several lie in an element 'first'",
+            "6: the item has 2 sources, it needs one; several lie in an element 'first'",
             "7: the item 'General.ArticleName' is read as string, it cannot be of type 'uint8'",
             "7: the item 'General.ArticleName' has 0 sources, it needs one; several lie in an element 'first'",
-            "8: the attribute 'value' of the element 'text' is '300', expected a value of the item's type uint8",
+            "8: the attribute 'value' of the element 'text' is '300', expected a value of the item's type uint8: a "
+            "decimal number in its range",
             "8: the key 'Status.Cpu.{0}.Load.Percent' has '{0}' in it, but no source is one for each core",
             "9: the element 'text' is not known here",
             "9: the key 'Load' needs '{0}' where the number of the core belongs",
@@ -70,6 +71,61 @@ TEST(CheckingADescription, SaysEveryMistakeWithItsLine)
             "10: the element 'FactoryReset' needs the attribute 'unit'",
             "10: the element 'Restart' occurs twice",
         }));
+}
+
+TEST(CheckingADescription, SaysWhatLiesBeforeAPlaceThatIsNotWellFormed)
+{
+    const FakeMachine machine;
+    EXPECT_EQ(
+        Check(machine, R"(<Item key="A"/>
+<Item
+   key="B">x<foo>y<text value="z"/></foo>z</Item>
+<Item key="C" xml:type="uint8"><xml:uptime/></Item>
+<Item key="D">)"),
+        (Messages{"2: the item 'A' has 0 sources, it needs one; several lie in an element 'first'",
+                  "4: the text 'x' does not belong here: values are attributes",
+                  "4: the element 'foo' is not known here",
+                  "4: the text 'z' does not belong here: values are attributes",
+                  "5: the element 'Item' has no attribute 'xml:type'", "5: the element 'xml:uptime' is not known here",
+                  "7: Opening and ending tag mismatch: Item line 6 and DeviceDescriptionDocument"}));
+}
+
+TEST(CheckingADescription, DrawsNoConclusionsFromAMistake)
+{
+    const std::pair<const char*, Messages> cases[] = {
+        {R"(<Item key="K"><simulated form="stepz" values="1" holdSeconds="1" noise="1"/></Item>)",
+         {"2: the attribute 'form' of the element 'simulated' is 'stepz', expected one of: constant, ramp, sine, "
+          "steps"}},
+        {R"(<Item key="K"><simulated value="1" fault="boom" every="2"/></Item>)",
+         {"2: the attribute 'fault' of the element 'simulated' is 'boom', expected one of: delay, wrongType, notSet, "
+          "dropConnection"}},
+        {R"(<Item key="K" type="uint8"><text value="${NOPE}"/></Item>)",
+         {"2: the attribute 'value' of the element 'text' is '${NOPE}', expected variables that are known"}},
+        {R"(<Item key="K"><cpu core="${NOPE}"/></Item>)",
+         {"2: the attribute 'core' of the element 'cpu' is '${NOPE}', expected variables that are known"}},
+        {R"(<Item/>)",
+         {"2: the element 'Item' needs the attribute 'key'",
+          "2: the item has 0 sources, it needs one; several lie in an element 'first'"}},
+        {R"(<FactoryReset action="units" unit="a.service"/>)",
+         {"2: the attribute 'action' of the element 'FactoryReset' is 'units', expected one of: simulate, unit, none"}},
+        {R"(<FactoryReset action="simulate" unit="a.service"/>)",
+         {"2: the attribute 'unit' does not belong to the action 'simulate'"}},
+        {R"(<Item key="K"><cpu figure="count" core="1"/></Item>)",
+         {"2: the attribute 'core' does not belong to the figure 'count'"}},
+        {R"(<Item key="K"><dmi field="a..b"/></Item>)",
+         {"2: the attribute 'field' of the element 'dmi' is 'a..b', expected a name below the folder, without '..'"}},
+        {R"(<Item key="K"><hwmon chip="a" label="b" index="-1"/></Item>)",
+         {"2: the attribute 'index' of the element 'hwmon' is '-1', expected a whole number from 0 to 1000 in decimal "
+          "digits"}},
+        {R"(<Item key="K" type="bool"><text value="yes"/></Item>)",
+         {"2: the attribute 'value' of the element 'text' is 'yes', expected a value of the item's type bool: true, "
+          "false, 1 or 0"}},
+    };
+    const FakeMachine machine;
+    for (const auto& [content, messages] : cases)
+    {
+        EXPECT_EQ(Check(machine, content), messages) << content;
+    }
 }
 
 TEST(CheckingADescription, BoundsWhatItTakes)
@@ -104,13 +160,16 @@ TEST(CheckingADescription, GoesOnWithTheOtherFilesOfAFolder)
 {
     const FakeMachine machine;
     machine.Write("/d/1.xml", "<DeviceDescriptionDocument>");
+    machine.Write("/d/1b.xml", "");
     machine.Write("/d/2.xml", "<Other/>");
     machine.Write("/d/3.xml", "<DeviceDescriptionDocument><Itme/></DeviceDescriptionDocument>");
     machine.Write("/d/.4.xml", "no description");
     const Messages messages = CheckDescription(machine.GetPath("/d"));
-    ASSERT_EQ(messages.size(), 3U);
-    EXPECT_EQ(messages[0].find(machine.GetPath("/d/1.xml:1: ")), 0U) << messages[0];
-    EXPECT_EQ(messages[2], machine.GetPath("/d/3.xml:1: the element 'Itme' is not known here"));
+    EXPECT_EQ(messages, (Messages{machine.GetPath("/d/1.xml:1: the document ends before its element is closed"),
+                                  machine.GetPath("/d/1b.xml:1: the document is empty"),
+                                  machine.GetPath("/d/2.xml:1: the document element is 'Other', expected "
+                                                  "'DeviceDescriptionDocument'"),
+                                  machine.GetPath("/d/3.xml:1: the element 'Itme' is not known here")}));
 }
 
 TEST(LoadingADescription, StopsAtTheFirstMistake)

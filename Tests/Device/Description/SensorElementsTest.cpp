@@ -32,6 +32,7 @@ TEST(DescribingSensors, GivesItemsTheTypeThatTheirReadersExpect)
     machine.Write("/sys/class/thermal/thermal_zone1/type", "soc-thermal");
     machine.Write("/sys/class/thermal/thermal_zone1/temp", "44499");
     machine.Write("/sys/class/leds/red:fs/brightness", "1");
+    machine.Write("/hot", "200");
 
     struct Case
     {
@@ -53,16 +54,15 @@ TEST(DescribingSensors, GivesItemsTheTypeThatTheirReadersExpect)
         {temperature, R"(<simulated value="45"/>)", "Int8 45"},
         {temperature, R"(<simulated form="ramp" from="-5.5" to="-5.5" periodSeconds="10"/>)", "Int8 -6"},
         {temperature, R"(<simulated form="sine" mean="40.4" amplitude="0" noise="0.01" seed="3"/>)", "Int8 40"},
-        {temperature, R"(<simulated form="sine" mean="200"/>)", "NotSet"},
+        {temperature, R"(<file path="/hot" type="uint8"/>)", "NotSet"},
         {position, R"(<simulated form="steps" values="Run; Stop" holdSeconds="1000000"/>)", "String Run"},
         {position, R"(<simulated value=""/>)", "String "},
         {temperature, R"(<simulated value="45" fault="wrongType"/>)", "String simulated wrong type"},
         {position, R"(<simulated value="Run" fault="wrongType"/>)", "Real64 0"},
         {position, R"(<simulated value="Run" fault="dropConnection" every="2"/>)", "String Run"},
         {position, R"(<first><simulated value="a" fault="notSet"/><text value="b"/></first>)", "String b"},
-        {temperature, R"(<first><simulated form="sine" mean="200"/><text value="7"/></first>)", "Int8 7"},
-        {temperature, R"(<first choice="start"><simulated form="sine" mean="200"/><text value="7"/></first>)",
-         "Int8 7"},
+        {temperature, R"(<first><file path="/hot" type="uint8"/><text value="7"/></first>)", "Int8 7"},
+        {temperature, R"(<first choice="start"><file path="/hot" type="uint8"/><text value="7"/></first>)", "Int8 7"},
     };
     for (const auto& [key, source, value] : cases)
     {
@@ -75,36 +75,56 @@ TEST(DescribingSensors, GivesItemsTheTypeThatTheirReadersExpect)
 
 TEST(DescribingSensors, SaysEveryMistakeWithItsLine)
 {
-    const std::pair<const char*, const char*> cases[] = {
-        {R"(<hwmon chip="a"/>)", "either"},
-        {R"(<hwmon chip="a" label="b" input="temp1_input"/>)", "either"},
-        {R"(<hwmon chip="a" input="../temp1_input"/>)", "input"},
-        {R"(<thermal zone=""/>)", "zone"},
-        {R"(<led name="../../x"/>)", "name"},
-        {R"(<led name="x" colour="pink"/>)", "colour"},
-        {R"(<gpio chip="a" line="b" activeText="c"/>)", "inactiveText"},
-        {R"(<simulated/>)", "value"},
-        {R"(<simulated form="ramp" periodSeconds="0"/>)", "periodSeconds"},
-        {R"(<simulated form="square"/>)", "form"},
-        {R"(<simulated value="1" noise="-1"/>)", "noise"},
-        {R"(<simulated value="1" every="2"/>)", "every"},
-        {R"(<simulated value="1" fault="notSet" every="0"/>)", "every"},
-        {R"(<simulated form="steps" value="1" values="2"/>)", "value"},
+    struct Case
+    {
+        const char* type;
+        const char* source;
+        const char* message;
+    };
+
+    const Case cases[] = {
+        {"string", R"(<hwmon chip="a"/>)", "the element 'hwmon' needs either the attribute 'label' or 'input'"},
+        {"string", R"(<hwmon chip="a" label="b" input="temp1_input"/>)",
+         "the element 'hwmon' needs either the attribute 'label' or 'input'"},
+        {"string", R"(<hwmon chip="a" input="../temp1_input"/>)",
+         "the attribute 'input' of the element 'hwmon' is '../temp1_input', expected a file like 'temp1_input'"},
+        {"string", R"(<thermal zone=""/>)", "the element 'thermal' needs the attribute 'zone'"},
+        {"string", R"(<led name="../../x"/>)",
+         "the attribute 'name' of the element 'led' is '../../x', expected the name of a class device"},
+        {"string", R"(<led name="x" colour="pink"/>)",
+         "the attribute 'colour' of the element 'led' is 'pink', expected one of: green, yellow, red, blue, white"},
+        {"string", R"(<gpio chip="a" line="b" activeText="c"/>)",
+         "the element 'gpio' needs the attribute 'inactiveText'"},
+        {"string", R"(<simulated/>)", "the element 'simulated' needs the attribute 'value'"},
+        {"string", R"(<simulated form="ramp" periodSeconds="0"/>)",
+         "the attribute 'periodSeconds' of the element 'simulated' is '0', expected a number from 0.001 to "
+         "1000000000"},
+        {"real64", R"(<simulated value="1" noise="-1"/>)",
+         "the attribute 'noise' of the element 'simulated' is '-1', expected a number from 0 to "
+         "1.7976931348623157e+308"},
+        {"string", R"(<simulated value="1" every="2"/>)", "the attribute 'every' needs the attribute 'fault'"},
+        {"string", R"(<simulated value="1" fault="notSet" delayMilliseconds="2"/>)",
+         "the attribute 'delayMilliseconds' does not belong to the fault 'notSet'"},
+        {"string", R"(<simulated value="1" fault="delay" delayMilliseconds="0"/>)",
+         "the attribute 'delayMilliseconds' of the element 'simulated' is '0', expected a number from 1 to 60000"},
+        {"string", R"(<simulated form="steps" value="1" values="2"/>)",
+         "the attribute 'value' does not belong to the form 'steps'"},
+        {"bool", R"(<simulated form="ramp"/>)", "the form 'ramp' needs an item that is a number"},
+        {"int8", R"(<simulated form="ramp" from="200" to="300"/>)",
+         "the values from 200 to 300 do not all fit the item's type int8"},
+        {"uint8", R"(<simulated form="sine" amplitude="-1"/>)",
+         "the values from -1 to 1 do not all fit the item's type uint8"},
+        {"int8", R"(<simulated form="steps" values="1;hot"/>)",
+         "the attribute 'values' of the element 'simulated' is 'hot', expected a value of the item's type int8: a "
+         "decimal number in its range"},
     };
     const FakeMachine machine;
-    for (const auto& [source, word] : cases)
+    for (const auto& [type, source, message] : cases)
     {
-        const BasicString path = WriteDescription(machine, BasicString("<Item key=\"A\">") + source + "</Item>");
-        const auto messages = CheckDescription(path);
-        ASSERT_FALSE(messages.empty()) << source;
-        EXPECT_THAT(messages[0], testing::HasSubstr(word)) << source;
+        const BasicString path =
+            WriteDescription(machine, BasicString("<Item key=\"A\" type=\"") + type + "\">\n" + source + "</Item>");
+        EXPECT_THAT(CheckDescription(path), testing::ElementsAre(path + ":3: " + message)) << source;
     }
-    const auto messages = CheckDescription(
-        WriteDescription(machine, "<Item key=\"Status.Board.Temperature.Centigrade\">\n"
-                                  "<simulated form=\"steps\" values=\"1;hot;300\" holdSeconds=\"-1\"/>\n</Item>"));
-    ASSERT_EQ(messages.size(), 3U);
-    EXPECT_THAT(messages, testing::Each(testing::HasSubstr("description.xml")));
-    EXPECT_THAT(messages, testing::Each(testing::HasSubstr("3")));
 }
 
 } // namespace Oxa::Tests::Device

@@ -172,8 +172,10 @@ TEST(DescribingAMachine, TellsSensorsOfOneNameApartAndLeavesOutWhatHasNoUsableNa
     machine.Write("/sys/class/thermal/thermal_zone1/type", "soc");
     machine.Write("/sys/class/thermal/thermal_zone1/temp", "41000");
     machine.Write("/sys/class/leds/${X}/brightness", "1");
+    machine.Write("/sys/class/leds/phy0--tx/trigger", "");
     const BasicString text = Description::WriteDescription(machine.GetRoot());
     EXPECT_NE(text.find(R"(<thermal zone="soc" index="1"/>)"), BasicString::npos) << text;
+    EXPECT_NO_THROW(Description::DeviceDescription::Parse(text, "written")) << text;
     machine.Write("/sys/class/hwmon/hwmon0/temp1_input", "30000");
     std::filesystem::remove_all(machine.GetPath("/sys/class/thermal"));
     EXPECT_NE(Description::WriteDescription(machine.GetRoot()).find("<boardtemperature/>"), BasicString::npos);
