@@ -65,6 +65,8 @@ void LinuxComponent::Setup(const System::Acf::ComponentInfo& componentInfo)
     auto table = description.MakeItems(*machine);
     Identity::AddIdentityItems(*table, bootIdentity, description.GetContent().files);
     items = std::move(table);
+    Log(LogLevel::Information, "Device description '{0}', number of files: {1}", description.GetContent().name,
+        description.GetContent().files.size());
     commandSettings = description.GetContent().commands;
 }
 

@@ -89,15 +89,16 @@ TEST_F(RunningComponent, OffersFourServicesUntilItIsStopped)
     EXPECT_EQ(getControl(), nullptr);
 }
 
-TEST_F(RunningComponent, SaysOnceWhatIsSimulated)
+TEST_F(RunningComponent, SaysOnceWhatIsDescribedAndWhatIsSimulated)
 {
     Start();
     component.Stop();
     const auto entries = log.GetEntries();
-    ASSERT_EQ(entries.size(), 1U);
-    EXPECT_EQ(entries[0].level, Oxa::System::Commons::Diagnostics::Logging::LogLevel::Information);
-    EXPECT_NE(entries[0].message.find("Status.Leds.Runtime.Run"), BasicString::npos);
-    EXPECT_EQ(entries[0].message.find("Temperature"), BasicString::npos);
+    ASSERT_EQ(entries.size(), 2U);
+    EXPECT_EQ(entries[0].message, "Device description 'pc', number of files: 1");
+    EXPECT_EQ(entries[1].level, Oxa::System::Commons::Diagnostics::Logging::LogLevel::Information);
+    EXPECT_NE(entries[1].message.find("Status.Leds.Runtime.Run"), BasicString::npos);
+    EXPECT_EQ(entries[1].message.find("Temperature"), BasicString::npos);
 }
 
 TEST_F(RunningComponent, ComesBackFromARestartWithAnotherBootId)
