@@ -2,6 +2,7 @@
 
 #include "Device/Description/DescriptionDocument.hpp"
 #include "Device/Description/SourceElements.hpp"
+#include "Device/Items/ItemConversion.hpp"
 #include "Device/Sources/FirstSource.hpp"
 
 #include <utility>
@@ -36,7 +37,7 @@ std::unique_ptr<Items::IItemSource> ChooseNow(SourceList sources, std::optional<
     const auto pass = Items::ReadPass::Begin();
     for (auto& source : sources)
     {
-        if (Sources::FirstSource::ReadAs(type, *source, pass).HasValue())
+        if (Items::ItemConversion::ReadAs(type, *source, pass).HasValue())
         {
             return std::move(source);
         }

@@ -39,29 +39,9 @@ void DeviceItem::Read(const ReadPass& pass, ItemValue& value)
 
 ItemReading DeviceItem::TryRead(const ReadPass& pass)
 {
-    ItemReading reading = ReadSource(pass);
-    if (type && reading.HasValue() && !reading.isTypeKept && reading.value.GetType() != *type)
-    {
-        ConvertToType(reading);
-    }
-    return reading;
-}
-
-const BasicString& DeviceItem::GetKey() const noexcept
-{
-    return key;
-}
-
-const IItemSource& DeviceItem::GetSource() const noexcept
-{
-    return *source;
-}
-
-ItemReading DeviceItem::ReadSource(const ReadPass& pass)
-{
     try
     {
-        return source->Read(pass);
+        return ItemConversion::ReadAs(type, *source, pass);
     }
     catch (const std::exception& exception)
     {
@@ -73,13 +53,14 @@ ItemReading DeviceItem::ReadSource(const ReadPass& pass)
     }
 }
 
-void DeviceItem::ConvertToType(ItemReading& reading) const
+const BasicString& DeviceItem::GetKey() const noexcept
 {
-    reading = ItemConversion::Convert(reading.value, *type);
-    if (!reading.HasValue())
-    {
-        reading.cause += ", " + source->Describe();
-    }
+    return key;
+}
+
+const IItemSource& DeviceItem::GetSource() const noexcept
+{
+    return *source;
 }
 
 bool DeviceItem::IsNewCause(const BasicString& cause)

@@ -32,8 +32,6 @@ public:
     [[nodiscard]] const IItemSource& GetSource() const noexcept;
 
 private:
-    [[nodiscard]] ItemReading ReadSource(const ReadPass& pass);
-    void ConvertToType(ItemReading& reading) const;
     [[nodiscard]] bool IsNewCause(const BasicString& cause);
 
     const BasicString key;

@@ -10,4 +10,9 @@ bool IItemSource::IsSimulated() const noexcept
     return false;
 }
 
+bool IItemSource::IsSimulatedAtTimes() const noexcept
+{
+    return false;
+}
+
 } // namespace Oxa::Device::Linux::Items

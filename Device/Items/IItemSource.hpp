@@ -21,6 +21,9 @@ public:
 
     /// Whether the value is made up because the machine has nothing to read it from.
     [[nodiscard]] virtual bool IsSimulated() const noexcept;
+
+    /// Whether the value is made up only as long as the machine gives none.
+    [[nodiscard]] virtual bool IsSimulatedAtTimes() const noexcept;
 };
 
 } // namespace Oxa::Device::Linux::Items

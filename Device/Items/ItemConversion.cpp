@@ -171,4 +171,19 @@ ItemReading Convert(const ItemValue& value, RscType type)
                                                      GetItemTypeWord(value.GetType()), GetItemTypeWord(type)));
 }
 
+ItemReading ReadAs(std::optional<RscType> type, IItemSource& source, const ReadPass& pass)
+{
+    ItemReading reading = source.Read(pass);
+    if (!type || !reading.HasValue() || reading.isTypeKept || reading.value.GetType() == *type)
+    {
+        return reading;
+    }
+    reading = Convert(reading.value, *type);
+    if (!reading.HasValue())
+    {
+        reading.cause += ", " + source.Describe();
+    }
+    return reading;
+}
+
 } // namespace Oxa::Device::Linux::Items::ItemConversion

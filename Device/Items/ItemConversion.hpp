@@ -1,6 +1,8 @@
 #pragma once
 
+#include "Device/Items/IItemSource.hpp"
 #include "Device/Items/ItemReading.hpp"
+#include "Device/Items/ReadPass.hpp"
 #include "Oxa/System/Rsc/RscType.hpp"
 
 #include <optional>
@@ -24,5 +26,9 @@ namespace Oxa::Device::Linux::Items::ItemConversion
 
 /// The value as a value of another type.
 [[nodiscard]] ItemReading Convert(const ItemValue& value, System::Rsc::RscType type);
+
+/// Reads the source and converts its value; none for any type. Missing, and the cause names the source, when the value
+/// does not fit the type. Throws what the source throws.
+[[nodiscard]] ItemReading ReadAs(std::optional<System::Rsc::RscType> type, IItemSource& source, const ReadPass& pass);
 
 } // namespace Oxa::Device::Linux::Items::ItemConversion

@@ -2,6 +2,7 @@
 
 #include "Device/Items/ItemConversion.hpp"
 
+#include <algorithm>
 #include <utility>
 
 namespace Oxa::Device::Linux::Sources
@@ -20,7 +21,7 @@ Items::ItemReading FirstSource::Read(const Items::ReadPass& pass)
     BasicString causes;
     for (const auto& source : sources)
     {
-        Items::ItemReading reading = ReadAs(type, *source, pass);
+        Items::ItemReading reading = Items::ItemConversion::ReadAs(type, *source, pass);
         if (reading.HasValue())
         {
             return reading;
@@ -40,20 +41,16 @@ BasicString FirstSource::Describe() const
     return text;
 }
 
-Items::ItemReading FirstSource::ReadAs(std::optional<System::Rsc::RscType> type, Items::IItemSource& source,
-                                       const Items::ReadPass& pass)
+bool FirstSource::IsSimulated() const noexcept
 {
-    Items::ItemReading reading = source.Read(pass);
-    if (!type || !reading.HasValue() || reading.isTypeKept || reading.value.GetType() == *type)
-    {
-        return reading;
-    }
-    reading = Items::ItemConversion::Convert(reading.value, *type);
-    if (!reading.HasValue())
-    {
-        reading.cause += ", " + source.Describe();
-    }
-    return reading;
+    return std::all_of(sources.begin(), sources.end(), [](const auto& source) { return source->IsSimulated(); });
+}
+
+bool FirstSource::IsSimulatedAtTimes() const noexcept
+{
+    return !IsSimulated() &&
+           std::any_of(sources.begin(), sources.end(),
+                       [](const auto& source) { return source->IsSimulated() || source->IsSimulatedAtTimes(); });
 }
 
 } // namespace Oxa::Device::Linux::Sources

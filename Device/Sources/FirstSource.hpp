@@ -24,9 +24,9 @@ public:
     [[nodiscard]] Items::ItemReading Read(const Items::ReadPass& pass) override;
     [[nodiscard]] BasicString Describe() const override;
 
-    /// A source's value as one of the type; missing when it does not fit.
-    [[nodiscard]] static Items::ItemReading ReadAs(std::optional<System::Rsc::RscType> type, Items::IItemSource& source,
-                                                   const Items::ReadPass& pass);
+    /// Whether all of its sources are simulated.
+    [[nodiscard]] bool IsSimulated() const noexcept override;
+    [[nodiscard]] bool IsSimulatedAtTimes() const noexcept override;
 
 private:
     const std::vector<std::unique_ptr<Items::IItemSource>> sources;
