@@ -7,6 +7,8 @@
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 
+#include <fmt/format.h>
+
 #include <exception>
 #include <utility>
 
@@ -21,17 +23,16 @@ using System::Commons::Diagnostics::Logging::LogLevel;
 namespace
 {
 
-/// Each with a comma in front.
-BasicString NameSimulatedCommands(const CommandSettings& settings)
+std::vector<BasicString> NameSimulatedCommands(const CommandSettings& settings)
 {
-    BasicString names;
+    std::vector<BasicString> names;
     if (settings.restart == CommandSettings::RestartAction::Simulate)
     {
-        names += ", restart";
+        names.emplace_back("restart");
     }
     if (settings.factoryReset == CommandSettings::FactoryResetAction::Simulate)
     {
-        names += ", factory reset";
+        names.emplace_back("factory reset");
     }
     return names;
 }
@@ -123,18 +124,29 @@ void LinuxComponent::ComeBack()
 
 void LinuxComponent::LogSources() const
 {
-    BasicString simulated = NameSimulatedCommands(commandSettings);
+    std::vector<BasicString> simulated = NameSimulatedCommands(commandSettings);
+    std::vector<BasicString> simulatedAtTimes;
     for (const Items::DeviceItem* item : items->GetItems())
     {
         Log(LogLevel::Debug, "{0}: {1}", item->GetKey(), item->GetSource().Describe());
         if (item->GetSource().IsSimulated())
         {
-            simulated += ", " + item->GetKey();
+            simulated.push_back(item->GetKey());
+        }
+        else if (item->GetSource().IsSimulatedAtTimes())
+        {
+            simulatedAtTimes.push_back(item->GetKey());
         }
     }
-    if (!simulated.empty())
+    LogNames("Simulated on this machine", simulated);
+    LogNames("Simulated whenever this machine gives no value", simulatedAtTimes);
+}
+
+void LinuxComponent::LogNames(const char* title, const std::vector<BasicString>& names) const
+{
+    if (!names.empty())
     {
-        Log(LogLevel::Information, "Simulated on this machine: {0}", simulated.substr(2));
+        Log(LogLevel::Information, "{0}: {1}", title, fmt::to_string(fmt::join(names, ", ")));
     }
 }
 

@@ -11,6 +11,7 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 
 #include <memory>
+#include <vector>
 
 namespace Oxa::System::Commons
 {
@@ -48,6 +49,7 @@ private:
     [[nodiscard]] std::shared_ptr<Commands::DeviceCommands> MakeCommands();
     void ComeBack();
     void LogSources() const;
+    void LogNames(const char* title, const std::vector<BasicString>& names) const;
 
     System::Commons::AppDomain& appDomain;
     std::unique_ptr<Machine::IWaiter> samplingWaiter;

@@ -1,5 +1,8 @@
 #include "Device/Identity/BuildIdentity.hpp"
 
+#include "Oxa/System/Commons/AppDomain.hpp"
+#include "Oxa/System/Commons/Xml/PlaceholderExpression.hpp"
+
 #include <elf.h>
 #include <fmt/format.h>
 #include <link.h>
@@ -131,9 +134,11 @@ BasicString MakeBuildIdentity(const std::vector<BasicString>& files)
     dl_iterate_phdr(&KeepOwnBuildId, &buildId);
     buildId = buildId.first(std::min(buildId.size(), buildIdBytes));
     Checksum checksum;
+    const System::Commons::Xml::PlaceholderExpression placeholders(
+        System::Commons::Singleton<System::Commons::AppDomain>::TryGetInstance());
     for (const BasicString& file : files)
     {
-        checksum.Add(ReadWhole(file));
+        checksum.Add(placeholders.Resolve(ReadWhole(file)));
     }
     return fmt::format("{:02x}{:016x}", fmt::join(buildId, ""), checksum.Get());
 }

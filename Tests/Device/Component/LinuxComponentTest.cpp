@@ -101,6 +101,24 @@ TEST_F(RunningComponent, SaysOnceWhatIsDescribedAndWhatIsSimulated)
     EXPECT_EQ(entries[1].message.find("Temperature"), BasicString::npos);
 }
 
+TEST_F(RunningComponent, SaysWhatIsSimulatedAtTimes)
+{
+    machine.Write("/d.xml", R"(<DeviceDescriptionDocument>
+        <Item key="A"><first><file path="/a"/><first><simulated value="1"/><text value="2"/></first></first></Item>
+        <Item key="B"><first><file path="/b"/><text value="2"/></first></Item>
+        <Item key="C"><first><simulated value="1"/><simulated value="2"/></first></Item></DeviceDescriptionDocument>)");
+    component.Setup(Oxa::System::Acf::ComponentInfo("Linux", machine.GetPath("/d.xml")));
+    component.Start();
+    BasicString messages;
+    for (const auto& entry : log.GetEntries())
+    {
+        messages += entry.message + "\n";
+    }
+    EXPECT_NE(messages.find("Simulated on this machine: C\nSimulated whenever this machine gives no value: A\n"),
+              BasicString::npos)
+        << messages;
+}
+
 TEST_F(RunningComponent, ComesBackFromARestartWithAnotherBootId)
 {
     Start();
@@ -143,8 +161,13 @@ TEST_F(RunningComponent, TellsABuildByProgramAndDescription)
     const BasicString before = readBuildId();
     EXPECT_EQ(before.size(), 32U);
     EXPECT_EQ(readBuildId(), before);
-    machine.Write("/d/2.xml", "<DeviceDescriptionDocument/>");
-    EXPECT_NE(readBuildId(), before);
+    machine.Write("/d/2.xml", "<DeviceDescriptionDocument name=\"${OXA_TEST_NAME}\"/>");
+    setenv("OXA_TEST_NAME", "1", 1);
+    const BasicString withVariable = readBuildId();
+    EXPECT_NE(withVariable, before);
+    setenv("OXA_TEST_NAME", "2", 1);
+    EXPECT_NE(readBuildId(), withVariable);
+    unsetenv("OXA_TEST_NAME");
 }
 
 TEST_F(RunningComponent, NeedsADescription)
