@@ -66,8 +66,15 @@ Items::ItemReading FileSource::ReadPiece(std::string_view text) const
         text = text.substr(0, text.rfind('\n') + 1);
     }
     const auto piece = options.pattern->Find(text);
-    return piece ? ReadText(*piece)
-                 : Items::ItemReading::Missing(fmt::format("no line of '{}' fits the pattern", file->GetPath()));
+    if (!piece)
+    {
+        return Items::ItemReading::Missing(fmt::format("no line of '{}' fits the pattern", file->GetPath()));
+    }
+    if (Machine::DeviceText::Trim(*piece).empty())
+    {
+        return Items::ItemReading::Missing(fmt::format("the group of the pattern is empty in '{}'", file->GetPath()));
+    }
+    return ReadText(*piece);
 }
 
 Items::ItemReading FileSource::ReadText(std::string_view text) const

@@ -5,41 +5,40 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
-#include <regex>
 #include <string_view>
+
+namespace re2
+{
+class RE2;
+}
 
 namespace Oxa::Device::Linux::Sources
 {
 
-/// A regular expression that picks one piece out of a text, line by line. The time for a line is bounded by the places
-/// of the expression times the bytes of the line, once more times those when the expression may match anywhere in it;
-/// both are limited, so that a text of 4096 bytes costs a few tenths of a second at worst. Safe from any thread.
+/// A regular expression that picks one piece out of a text, line by line. The time for a line grows with its length
+/// only, whatever the expression is, and the memory of an expression is limited. Bytes are compared, not characters.
+/// Safe from any thread.
 class LinePattern final
 {
 public:
     static constexpr std::size_t maximumBytes = 256;
-    static constexpr std::size_t maximumLineBytes = 128;
-    /// Characters and repetitions of an expression that begins with '^', what is repeated by count written out.
-    static constexpr std::size_t maximumPlaceCount = 256;
-    static constexpr std::size_t maximumUnanchoredPlaceCount = 48;
 
-    /// ECMAScript without back-references and without looking ahead. Null, and `fault` says why, when the expression is
-    /// none, is too long or has not exactly one group.
+    LinePattern(const LinePattern&) = delete;
+    LinePattern& operator=(const LinePattern&) = delete;
+    ~LinePattern();
+
+    /// The syntax is that of RE2. Null, and `fault` says why, when the expression is none, is too long, needs too much
+    /// memory or has not exactly one group.
     [[nodiscard]] static std::shared_ptr<const LinePattern> TryMake(const BasicString& expression, BasicString& fault);
 
     /// What the group matches in the first line that the expression matches a part of; none when there is no such line.
-    /// Of a longer line the first 128 bytes are looked at, and a match that reaches their end is none. Valid as long as
-    /// the text.
+    /// A line ends before "\n" or "\r\n". Valid as long as the text.
     [[nodiscard]] std::optional<std::string_view> Find(std::string_view text) const;
 
 private:
-    LinePattern(std::regex expression, bool isAnchored);
+    explicit LinePattern(std::unique_ptr<const re2::RE2> expression);
 
-    [[nodiscard]] static std::shared_ptr<const LinePattern> TryCompile(const BasicString& expression, bool isAnchored,
-                                                                       BasicString& fault);
-
-    const std::regex expression;
-    const std::regex_constants::match_flag_type flags;
+    const std::unique_ptr<const re2::RE2> expression;
 };
 
 } // namespace Oxa::Device::Linux::Sources

@@ -81,9 +81,15 @@ Items::ItemReading OsReleaseSource::ReadFrom(Machine::KeptFile& file) const
     {
         return Items::ItemReading::Missing(file.DescribeError(content.error));
     }
+    std::string_view text = content.text;
+    if (text.size() == buffer.size())
+    {
+        // The rest of the last line is missing.
+        text = text.substr(0, text.rfind('\n') + 1);
+    }
     for (const BasicString& field : fields)
     {
-        if (const BasicString value = FindField(content.text, field); !value.empty())
+        if (const BasicString value = FindField(text, field); !value.empty())
         {
             return Items::ItemReading::OfText(value);
         }

@@ -51,7 +51,7 @@ TEST(CheckingADescription, SaysEveryMistakeWithItsLine)
             "2: the element 'Item' has no attribute 'typo'",
             "3: the attribute 'path' of the element 'file' is 'x', expected an absolute path without '..'",
             "3: the attribute 'pattern' of the element 'file' is '(', expected a regular expression: "
-            "Mismatched '(' and ')' in regular expression",
+            "missing ): (",
             "3: the attribute 'scale' of the element 'file' is 'fast', expected a decimal number",
             "3: the element 'file' has no attribute 'colour'",
             "5: the element 'frist' is not known here",

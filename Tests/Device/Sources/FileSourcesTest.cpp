@@ -103,6 +103,7 @@ TEST(ReadingOsRelease, UnderstandsShellQuotes)
                     {"#NAME=x\nXNAME=y\n", "NotSet"},
                     {"NAME=\n", "NotSet"},
                     {"NAME=\"\"\n", "NotSet"},
+                    {BasicString(4088, '\n') + "NAME=whole", "NotSet"},
                     {"", "NotSet"}},
                    [](const BasicString& path)
                    {
@@ -142,7 +143,7 @@ TEST(ReadingNumbersFromFiles, ScalesAndStaysInTheTypesRange)
                     {"volt: 1.2.3", "NotSet"},
                     {"avolt: 1", "NotSet"},
                     {BasicString(4088, '\n') + "volt: 12", "NotSet"},
-                    {"volt: " + BasicString(121, '0') + "14", "NotSet"}},
+                    {"volt: " + BasicString(3000, '0') + "14\n", "Int8 6"}},
                    MakeFile(options));
     options.pattern = nullptr;
     options.scale = 1;
@@ -150,21 +151,44 @@ TEST(ReadingNumbersFromFiles, ScalesAndStaysInTheTypesRange)
                    MakeFile(options));
 }
 
-TEST(MatchingLines, RefusesExpressionsThatCouldTakeSeconds)
+TEST(MatchingLines, IsQuickWhateverTheExpressionIsAndRefusesTheRest)
 {
-    for (const BasicString expression : {"((?:a{1,99}){1,9})x", "(a{48})", "^(a{256})", "^(a){99}{9}", "(?=.*x)(a)",
-                                         "(.*.*.*.*.*.*.*.*.*.*.*.*.*.*"
-                                         ".*.*.*.*.*.*.*.*.*.*.*)x"})
+    const BasicString text(4000, 'a');
+    const std::pair<BasicString, BasicString> cases[] = {
+        {"((?:a*)*)b$", ""},
+        {"(.*.*.*.*.*.*.*.*.*.*.*.*)x", ""},
+        {"((?:a{1,99}){1,9}){9}x", "invalid repetition size"},
+        {"(?=.*x)(a)", "invalid perl operator"},
+        {"(a)\\1", "invalid escape"},
+        {"(a", "missing )"},
+        {"(a)(b)", "exactly one group"},
+        {"(" + BasicString(255, 'a') + ")", "at most 256 bytes"},
+    };
+    for (const auto& [expression, expected] : cases)
     {
         BasicString fault;
-        EXPECT_EQ(LinePattern::TryMake(expression, fault), nullptr) << expression;
+        const auto pattern = LinePattern::TryMake(expression, fault);
+        EXPECT_EQ(pattern == nullptr, !expected.empty()) << expression << ": " << fault;
+        EXPECT_NE(fault.find(expected), BasicString::npos) << expression << ": " << fault;
+        EXPECT_FALSE(pattern && pattern->Find(text)) << expression;
     }
-    for (const BasicString expression :
-         {"([0-9a-f]{2}(?::[0-9a-f]{2}){5})", "^([0-9a-f]{8}(?:-[0-9a-f]{4}){3})", R"((a\{99})b)"})
-    {
-        BasicString fault;
-        EXPECT_NE(LinePattern::TryMake(expression, fault), nullptr) << fault;
-    }
+}
+
+TEST(MatchingLines, LeavesCarriageReturnsOutAndSaysWhenTheGroupIsEmpty)
+{
+    FileSource::Options options;
+    BasicString fault;
+    options.pattern = LinePattern::TryMake("^(?:skip|name=([^;]*));?$", fault);
+    ASSERT_NE(options.pattern, nullptr) << fault;
+    ExpectReadings({{"x\r\nname=a b\r\n", "String a b"},
+                    {"skip\nname=\xFF\xE9;\r", "String \xFF\xE9"},
+                    {"skip\r\n\r\n", "NotSet"},
+                    {"name=\r\n", "NotSet"}},
+                   MakeFile(options));
+    const FakeMachine machine;
+    machine.Write("/file", "name= ;\n");
+    EXPECT_EQ(FileSource(std::make_shared<KeptFile>(machine.GetPath("/file")), options).Read(ReadPass::Begin()).cause,
+              "the group of the pattern is empty in '" + machine.GetPath("/file") + "'");
 }
 
 TEST(ReadingTheDeviceTree, TakesOneTextOrNumberOfSeveral)
