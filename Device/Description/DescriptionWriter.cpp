@@ -65,8 +65,7 @@ bool GivesValues(const BasicString& description, const Machine::MachineRoot& roo
     const auto items = table->GetItems();
     const auto pass = Items::ReadPass::Begin();
     return std::all_of(items.begin(), items.end(),
-                       [&table, &pass](const Items::DeviceItem* item)
-                       { return table->TryFind(item->GetKey())->TryRead(pass).HasValue(); });
+                       [&pass](Items::DeviceItem* item) { return item->TryRead(pass).HasValue(); });
 }
 
 /// Tries it by a description of nothing else, so that what is tried is what will be read. What cannot be described,

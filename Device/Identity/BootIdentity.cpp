@@ -3,13 +3,11 @@
 #include "Device/Machine/DeviceText.hpp"
 #include "Device/Machine/KeptFile.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
-#include "Oxa/System/Rsc/RscVariant.hpp"
 
-#include <sys/random.h>
+#include <systemd/sd-id128.h>
 
 #include <array>
 #include <mutex>
-#include <string_view>
 
 namespace Oxa::Device::Linux::Identity
 {
@@ -17,50 +15,34 @@ namespace Oxa::Device::Linux::Identity
 namespace
 {
 
-constexpr std::string_view uuidShape = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
-
-bool IsUuid(std::string_view text) noexcept
+BasicString MakeText(sd_id128_t id)
 {
-    if (text.size() != uuidShape.size())
-    {
-        return false;
-    }
-    constexpr std::string_view digits = "0123456789abcdefABCDEF";
-    for (std::size_t index = 0; index < text.size(); ++index)
-    {
-        const bool isDigit = digits.find(text[index]) != std::string_view::npos;
-        if (uuidShape[index] == 'x' ? !isDigit : text[index] != '-')
-        {
-            return false;
-        }
-    }
-    return true;
+    std::array<char, SD_ID128_UUID_STRING_MAX> text;
+    return sd_id128_to_uuid_string(id, text.data());
 }
 
-BasicString MakeRandomUuid()
+sd_id128_t MakeRandomId()
 {
-    System::Rsc::RscGuid bytes = {};
-    if (getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
+    sd_id128_t id = {};
+    if (sd_id128_randomize(&id) < 0)
     {
         throw System::Commons::InvalidOperationException::Create("The machine has no random numbers");
     }
-    // Version 4, variant 1 (RFC 9562, 5.4).
-    bytes[6] = static_cast<uint8>((bytes[6] & 0x0FU) | 0x40U);
-    bytes[8] = static_cast<uint8>((bytes[8] & 0x3FU) | 0x80U);
-    return System::Rsc::RscVariant<512>(bytes).ToString();
+    return id;
 }
 
-BasicString ReadUuid(const BasicString& path)
+sd_id128_t ReadId(const BasicString& path)
 {
     std::array<char, Machine::KeptFile::pageBytes> buffer;
     Machine::KeptFile file(path);
-    const std::string_view text = Machine::DeviceText::Trim(file.Read(buffer).text);
-    return IsUuid(text) ? BasicString(text) : MakeRandomUuid();
+    const BasicString text(Machine::DeviceText::Trim(file.Read(buffer).text));
+    sd_id128_t id = {};
+    return sd_id128_from_string(text.c_str(), &id) < 0 ? MakeRandomId() : id;
 }
 
 } // namespace
 
-BootIdentity::BootIdentity(const BasicString& path) : text(ReadUuid(path)) {}
+BootIdentity::BootIdentity(const BasicString& path) : text(MakeText(ReadId(path))) {}
 
 BasicString BootIdentity::Get() const
 {
@@ -70,7 +52,7 @@ BasicString BootIdentity::Get() const
 
 void BootIdentity::Renew()
 {
-    BasicString newText = MakeRandomUuid();
+    BasicString newText = MakeText(MakeRandomId());
     const std::lock_guard lock(mutex);
     text.swap(newText);
 }

@@ -3,19 +3,15 @@
 #include "Device/Identity/BootIdSource.hpp"
 #include "Device/Identity/BuildIdentity.hpp"
 #include "Device/Sources/ConstantSource.hpp"
+#include "Oxa/Device/Interface/Services/IdentityItemKeys.hpp"
 
 #include <utility>
 
 namespace Oxa::Device::Linux::Identity
 {
 
-namespace
-{
-
-constexpr const char* bootIdKey = "Status.System.BootId";
-constexpr const char* buildIdKey = "Status.System.BuildId";
-
-} // namespace
+using Interface::Services::bootIdKey;
+using Interface::Services::buildIdKey;
 
 void AddIdentityItems(Items::ItemTable& table, std::shared_ptr<const BootIdentity> bootIdentity,
                       const std::vector<BasicString>& descriptionFiles)

@@ -39,9 +39,9 @@ ItemValue ItemTable::Read(std::string_view key) const
     return value;
 }
 
-std::vector<const DeviceItem*> ItemTable::GetItems() const
+std::vector<DeviceItem*> ItemTable::GetItems() const
 {
-    std::vector<const DeviceItem*> sorted;
+    std::vector<DeviceItem*> sorted;
     sorted.reserve(items.size());
     for (const auto& [key, item] : items)
     {

@@ -36,7 +36,7 @@ public:
     [[nodiscard]] ItemValue Read(std::string_view key) const;
 
     /// In the order of their keys.
-    [[nodiscard]] std::vector<const DeviceItem*> GetItems() const;
+    [[nodiscard]] std::vector<DeviceItem*> GetItems() const;
 
 private:
     /// By the key that the item itself holds.

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -57,13 +56,7 @@ MemoryProbe::MemoryProbe(BasicString path) : file(std::move(path)) {}
 
 MemoryUsage MemoryProbe::GetUsage(const Items::ReadPass& pass)
 {
-    const std::lock_guard lock(mutex);
-    if (lastPass != pass)
-    {
-        usage = Ask();
-        lastPass = pass;
-    }
-    return usage;
+    return snapshot.Get(pass, [this] { return Ask(); });
 }
 
 BasicString MemoryProbe::DescribeError(const MemoryUsage& failure) const

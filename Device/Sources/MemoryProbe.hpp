@@ -2,10 +2,8 @@
 
 #include "Device/Items/ReadPass.hpp"
 #include "Device/Machine/KeptFile.hpp"
-#include "Oxa/System/Commons/Mutex.hpp"
+#include "Device/Sources/PassSnapshot.hpp"
 #include "Oxa/System/Commons/Types.hpp"
-
-#include <optional>
 
 namespace Oxa::Device::Linux::Sources
 {
@@ -37,9 +35,7 @@ private:
     [[nodiscard]] MemoryUsage Ask() noexcept;
 
     Machine::KeptFile file;
-    System::Commons::Mutex mutex;
-    std::optional<Items::ReadPass> lastPass;
-    MemoryUsage usage;
+    PassSnapshot<MemoryUsage> snapshot;
 };
 
 } // namespace Oxa::Device::Linux::Sources

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <limits>
-#include <mutex>
 #include <utility>
 
 namespace Oxa::Device::Linux::Sources
@@ -28,13 +27,7 @@ PartitionProbe::PartitionProbe(BasicString mountPoint) : mountPoint(std::move(mo
 
 PartitionUsage PartitionProbe::GetUsage(const Items::ReadPass& pass)
 {
-    const std::lock_guard lock(mutex);
-    if (lastPass != pass)
-    {
-        usage = Ask();
-        lastPass = pass;
-    }
-    return usage;
+    return snapshot.Get(pass, [this] { return Ask(); });
 }
 
 const BasicString& PartitionProbe::GetMountPoint() const noexcept

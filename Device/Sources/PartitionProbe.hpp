@@ -1,10 +1,8 @@
 #pragma once
 
 #include "Device/Items/ReadPass.hpp"
-#include "Oxa/System/Commons/Mutex.hpp"
+#include "Device/Sources/PassSnapshot.hpp"
 #include "Oxa/System/Commons/Types.hpp"
-
-#include <optional>
 
 namespace Oxa::Device::Linux::Sources
 {
@@ -39,9 +37,7 @@ private:
     [[nodiscard]] PartitionUsage Ask() const noexcept;
 
     const BasicString mountPoint;
-    System::Commons::Mutex mutex;
-    std::optional<Items::ReadPass> lastPass;
-    PartitionUsage usage;
+    PassSnapshot<PartitionUsage> snapshot;
 };
 
 } // namespace Oxa::Device::Linux::Sources

@@ -9,6 +9,8 @@
 namespace Oxa::Host::Modules
 {
 
+using Device::Interface::Services::bootIdKey;
+using Device::Interface::Services::buildIdKey;
 using Device::Interface::Services::DeviceStatusServiceProxyFactory;
 using Device::Interface::Services::IDeviceStatusService;
 using Device::Interface::Services::ItemKey;
@@ -16,9 +18,6 @@ using System::Rsc::RscType;
 
 namespace
 {
-
-constexpr const char* bootIdKey = "Status.System.BootId";
-constexpr const char* buildIdKey = "Status.System.BuildId";
 
 /// Null when nobody provides the service.
 std::shared_ptr<IDeviceStatusService> FindStatusService()
