@@ -25,15 +25,16 @@ BasicString MakeDelayedItem(const BasicString& key, std::chrono::milliseconds de
 
 } // namespace
 
-DeviceProcess::DeviceProcess(const DeviceSettings& settings)
+DeviceProcess::DeviceProcess(const DeviceSettings& settings) : root(settings.root)
 {
     const BasicString server = settings.server.empty() ? "socket=\"" + socketPath + '"' : settings.server;
     const BasicString own = "<User name=\"" + std::to_string(getuid()) + "\" commands=\"true\"/>";
-    folder.Write("device.conf", "<DeviceServerDocument><Log level=\"error\"/><Server " + server + '>' +
-                                    (settings.users.empty() ? own : settings.users) +
-                                    "</Server><Components><Component name=\"Linux\" library=\"" OXA_DEVICE_LIBRARY
-                                    "\" settings=\"" +
-                                    folder.GetPath("device.xml") + "\"/></Components></DeviceServerDocument>");
+    folder.Write("device.conf",
+                 "<DeviceServerDocument><Log level=\"error\"/><Server " + server + '>' +
+                     (settings.users.empty() ? own : settings.users) +
+                     "</Server><Components><Component name=\"Linux\" library=\"" OXA_DEVICE_LIBRARY "\" settings=\"" +
+                     (settings.description.empty() ? folder.GetPath("device.xml") : settings.description) +
+                     "\"/></Components></DeviceServerDocument>");
     Describe();
 }
 
@@ -53,7 +54,7 @@ void DeviceProcess::Describe() const
         items += MakeItem(MakeKey(number), "");
     }
     items += MakeDelayedItem("Test.Slow", slowness) + MakeDelayedItem("Test.Late", lateness) +
-             MakeItem("Test.Dropped", "fault=\"dropConnection\"");
+             MakeDelayedItem("Test.VeryLate", longLateness) + MakeItem("Test.Dropped", "fault=\"dropConnection\"");
     folder.Write("device.xml",
                  "<DeviceDescriptionDocument><Restart action=\"simulate\"/>" + items + "</DeviceDescriptionDocument>");
 }
@@ -66,6 +67,10 @@ void DeviceProcess::HandOverSocket()
 void DeviceProcess::Start()
 {
     std::vector<BasicString> arguments = {OXA_DEVICE, "--config", folder.GetPath("device.conf")};
+    if (!root.empty())
+    {
+        arguments.insert(arguments.end(), {"--root", root});
+    }
     if (listening >= 0)
     {
         // The process that is told its number has to be the one that serves.

@@ -19,6 +19,10 @@ struct DeviceSettings
     BasicString server = "";
     /// Elements inside Server. By default the own user, who may command.
     BasicString users = "";
+    /// The path of a description. By default one with the items of the tests.
+    BasicString description = "";
+    /// A folder that stands for the machine. By default the machine that the test runs on.
+    BasicString root = "";
 };
 
 /// The shipped program `oxa-device` with a folder, a description and a configuration of its own.
@@ -33,6 +37,8 @@ public:
     static constexpr std::chrono::milliseconds slowness{20};
     /// "Test.Late" takes longer than a read may.
     static constexpr std::chrono::milliseconds lateness{900};
+    /// "Test.VeryLate" takes so long that many other calls are over meanwhile, also on a busy machine.
+    static constexpr std::chrono::milliseconds longLateness{5000};
 
     explicit DeviceProcess(const DeviceSettings& settings = {});
     DeviceProcess(const DeviceProcess&) = delete;
@@ -58,6 +64,7 @@ private:
     void Describe() const;
 
     Support::TemporaryFolder folder;
+    const BasicString root;
     const BasicString socketPath = folder.GetPath("socket");
     int listening = -1;
     std::optional<Support::ChildProcess> process;
