@@ -8,7 +8,7 @@
 #include "Device/Description/DeviceDescription.hpp"
 #include "Device/Services/ItemService.hpp"
 #include "Device/Services/RtcService.hpp"
-#include "Device/Sources/TemperatureSensor.hpp"
+#include "Device/Sources/BoardTemperature.hpp"
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -332,7 +332,7 @@ public:
     {
         if (const auto sensor = Sources::FindBoardTemperatureSensor(Machine::MachineRoot("/")))
         {
-            temperatureFile = std::make_unique<BareFile>(sensor->path);
+            temperatureFile = std::make_unique<BareFile>(Sources::FindSensor(*sensor).path);
         }
     }
 

@@ -2,8 +2,8 @@
 
 #include "Device/Description/DescriptionDocument.hpp"
 #include "Device/Description/DeviceDescription.hpp"
+#include "Device/Sources/BoardTemperature.hpp"
 #include "Device/Sources/LedStatus.hpp"
-#include "Device/Sources/TemperatureSensor.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Xml/XmlWriter.hpp"
 
@@ -105,11 +105,11 @@ void WriteItem(XmlWriter& writer, const Plan& plan, const Machine::MachineRoot& 
     Write(writer, plan.key, {"simulated", {{"value", plan.simulatedValue}}});
 }
 
-Candidate MakeTemperature(const Sources::TemperatureSensor& sensor)
+Candidate MakeTemperature(const Sources::SensorAddress& sensor)
 {
-    const BasicString fileName = std::filesystem::path(sensor.path).filename().string();
-    Candidate candidate = fileName == "temp" ? Candidate{"thermal", {{"zone", sensor.name}}}
-                                             : Candidate{"hwmon", {{"chip", sensor.name}, {"input", fileName}}};
+    Candidate candidate = sensor.inputFile == "temp"
+                              ? Candidate{"thermal", {{"zone", sensor.name}}}
+                              : Candidate{"hwmon", {{"chip", sensor.name}, {"input", sensor.inputFile}}};
     if (sensor.index > 0)
     {
         candidate.attributes.emplace_back("index", std::to_string(sensor.index));

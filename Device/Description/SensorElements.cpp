@@ -2,9 +2,8 @@
 
 #include "Device/Sources/AbsentSource.hpp"
 #include "Device/Sources/GpioSource.hpp"
-#include "Device/Sources/HwmonSource.hpp"
 #include "Device/Sources/LedSource.hpp"
-#include "Device/Sources/ThermalSource.hpp"
+#include "Device/Sources/SensorSource.hpp"
 
 #include <optional>
 #include <utility>
@@ -13,26 +12,13 @@ namespace Oxa::Device::Linux::Description
 {
 
 using Sources::GpioSource;
-using Sources::HwmonSource;
+using Sources::SensorSource;
 
 namespace
 {
 
 // More devices of one name than any machine has.
 constexpr std::size_t maximumIndex = 1000;
-
-/// "temp1_input"
-bool IsTemperatureInput(std::string_view name) noexcept
-{
-    constexpr std::string_view prefix = "temp";
-    constexpr std::string_view suffix = "_input";
-    if (!name.starts_with(prefix) || !name.ends_with(suffix) || name.size() == prefix.size() + suffix.size())
-    {
-        return false;
-    }
-    name = name.substr(prefix.size(), name.size() - prefix.size() - suffix.size());
-    return name.find_first_not_of("0123456789") == std::string_view::npos;
-}
 
 void ReadSwitchTexts(DescriptionElement& element, GpioSource::Line& line)
 {
@@ -54,22 +40,25 @@ void ReadSwitchTexts(DescriptionElement& element, GpioSource::Line& line)
 
 SourceMaker ReadHwmon(DescriptionElement& element)
 {
-    HwmonSource::Sensor sensor;
-    element.ReadRequired("chip", sensor.chip);
+    Sources::SensorAddress sensor;
+    element.ReadRequired("chip", sensor.name);
     element.Read("index", sensor.index, 0, maximumIndex);
     element.Read("label", sensor.label);
-    element.Read("input", sensor.input);
-    if (sensor.label.empty() == sensor.input.empty() && !element.IsBad("label") && !element.IsBad("input"))
+    element.Read("input", sensor.inputFile);
+    if (sensor.label.empty() == sensor.inputFile.empty() && !element.IsBad("label") && !element.IsBad("input"))
     {
         element.Report("the element '{0}' needs either the attribute 'label' or 'input'", element.GetName());
     }
-    if (!sensor.input.empty() && !IsTemperatureInput(sensor.input))
+    if (!sensor.inputFile.empty() && !Sources::IsSensorInput(sensor.inputFile))
     {
-        element.ReportBadValue("input", sensor.input, "a file like 'temp1_input'");
+        element.ReportBadValue("input", sensor.inputFile, "a file like 'temp1_input' or 'in0_input'");
     }
     return [sensor = std::move(sensor)](DescribedMachine& machine)
     {
-        return std::make_unique<HwmonSource>(machine.GetRoot().Resolve("/sys/class/hwmon"), sensor);
+        Sources::SensorAddress address = Sources::MakeHwmonAddress(machine.GetRoot(), sensor.name, sensor.index);
+        address.inputFile = sensor.inputFile;
+        address.label = sensor.label;
+        return std::make_unique<SensorSource>(std::move(address));
     };
 }
 
@@ -81,7 +70,7 @@ SourceMaker ReadThermal(DescriptionElement& element)
     element.Read("index", index, 0, maximumIndex);
     return [zone = std::move(zone), index](DescribedMachine& machine)
     {
-        return std::make_unique<Sources::ThermalSource>(machine.GetRoot().Resolve("/sys/class/thermal"), zone, index);
+        return std::make_unique<SensorSource>(Sources::MakeThermalAddress(machine.GetRoot(), zone, index));
     };
 }
 

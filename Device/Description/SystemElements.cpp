@@ -1,13 +1,13 @@
 #include "Device/Description/SystemElements.hpp"
 
 #include "Device/Sources/AbsentSource.hpp"
+#include "Device/Sources/BoardTemperature.hpp"
 #include "Device/Sources/BootClockSource.hpp"
 #include "Device/Sources/CpuCountSource.hpp"
 #include "Device/Sources/CpuLoadSource.hpp"
 #include "Device/Sources/MemorySource.hpp"
 #include "Device/Sources/PartitionSource.hpp"
-#include "Device/Sources/TemperatureSensor.hpp"
-#include "Device/Sources/TemperatureSource.hpp"
+#include "Device/Sources/SensorSource.hpp"
 #include "Device/Sources/UptimeFileSource.hpp"
 
 #include <utility>
@@ -70,7 +70,7 @@ SourceMaker ReadBoardTemperature(DescriptionElement&)
         {
             return std::make_unique<Sources::AbsentSource>("temperature sensor");
         }
-        return std::make_unique<Sources::TemperatureSource>(std::move(sensor->path), std::move(sensor->name));
+        return std::make_unique<Sources::SensorSource>(std::move(*sensor));
     };
 }
 

@@ -87,7 +87,8 @@ TEST(DescribingSensors, SaysEveryMistakeWithItsLine)
         {"string", R"(<hwmon chip="a" label="b" input="temp1_input"/>)",
          "the element 'hwmon' needs either the attribute 'label' or 'input'"},
         {"string", R"(<hwmon chip="a" input="../temp1_input"/>)",
-         "the attribute 'input' of the element 'hwmon' is '../temp1_input', expected a file like 'temp1_input'"},
+         "the attribute 'input' of the element 'hwmon' is '../temp1_input', expected a file like 'temp1_input' or "
+         "'in0_input'"},
         {"string", R"(<thermal zone=""/>)", "the element 'thermal' needs the attribute 'zone'"},
         {"string", R"(<led name="../../x"/>)",
          "the attribute 'name' of the element 'led' is '../../x', expected the name of a class device"},

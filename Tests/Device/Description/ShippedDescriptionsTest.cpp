@@ -59,7 +59,7 @@ TEST(ReadingAMachine, KnowsAPc)
                              {"Status.Board.Temperature.Centigrade", "Int8 53"},
                          });
     EXPECT_EQ(items->TryFind("Status.Board.Temperature.Centigrade")->GetSource().Describe(),
-              "file " + machine.GetPath("/sys/class/hwmon/hwmon10/temp1_input") + " (sensor 'coretemp')");
+              "hardware monitor: sensor 'coretemp', file 'temp1_input'");
 }
 
 TEST(ReadingAMachine, KnowsABoard)

@@ -4,7 +4,6 @@
 #include "Device/Sources/FileSource.hpp"
 #include "Device/Sources/MemorySource.hpp"
 #include "Device/Sources/OsReleaseSource.hpp"
-#include "Device/Sources/TemperatureSource.hpp"
 #include "Device/Sources/UptimeFileSource.hpp"
 
 #include <gtest/gtest.h>
@@ -48,18 +47,6 @@ auto MakeFile(FileSource::Options options)
 }
 
 } // namespace
-
-TEST(ReadingTemperatures, MakesDegreesOfThousandths)
-{
-    ExpectReadings({{"45000\n", "Real64 45"},
-                    {"0\n", "Real64 0"},
-                    {"-44500", "Real64 -44.5"},
-                    {"9223372036854775808", "NotSet"},
-                    {"", "NotSet"},
-                    {"45.5", "NotSet"},
-                    {"hot", "NotSet"}},
-                   [](const BasicString& path) { return std::make_unique<TemperatureSource>(path, "board"); });
-}
 
 TEST(ReadingMemory, IsTheShareThatIsNotAvailable)
 {

@@ -1,8 +1,7 @@
 #include "Device/FakeClock.hpp"
 #include "Device/FakeMachine.hpp"
 #include "Device/ItemValueText.hpp"
-#include "Device/Sources/HwmonSource.hpp"
-#include "Device/Sources/ThermalSource.hpp"
+#include "Device/Sources/SensorSource.hpp"
 
 #include <gtest/gtest.h>
 
@@ -61,21 +60,61 @@ TEST_F(MachineWithSensors, FindsTheLabelOrTheFileOfTheChipOfTheName)
     machine.Write("/sys/devices/coretemp.2/hwmon1/temp1_input", "-4600\n");
     machine.Write("/sys/devices/coretemp.2/hwmon1/temp10_label", "Core 8\n");
     machine.Write("/sys/devices/coretemp.2/hwmon1/temp10_input", "52500\n");
-    machine.Write("/sys/devices/coretemp.2/hwmon1/fan1_label", "Core 9\n");
-
-    const std::pair<HwmonSource::Sensor, BasicString> cases[] = {
-        {{"coretemp", 0, "", "temp1_input"}, "Real64 -4.6"},
-        {{"coretemp", 1, "", "temp1_input"}, "Real64 91"},
-        {{"coretemp", 0, "Core 8", ""}, "Real64 52.5"},
-        {{"coretemp", 0, "Core 9", ""},
-         "'" + machine.GetPath("/sys/devices/coretemp.2/hwmon1") + "' has no temperature of the label 'Core 9'"},
-        {{"coretemp", 2, "", "temp1_input"}, "'" + hwmon + "' has 2 of the name 'coretemp', not one of index 2"},
-        {{"core", 0, "", "temp1_input"}, "'" + hwmon + "' has 0 of the name 'core', not one of index 0"},
-    };
-    for (const auto& [sensor, expected] : cases)
+    machine.Write("/sys/devices/coretemp.2/hwmon1/pwm1_label", "Core 9\n");
+    const std::pair<BasicString, BasicString> files[] = {{"in0_input", "1234"},
+                                                         {"in0_label", "Core 8"},
+                                                         {"in1_input", "-5"},
+                                                         {"in1_label", "Vcore"},
+                                                         {"curr1_input", "2500"},
+                                                         {"fan1_input", "1200"},
+                                                         {"power1_input", "15500000"},
+                                                         {"humidity1_input", "45300"},
+                                                         {"temp2_input", "45.5"},
+                                                         {"temp3_input", ""},
+                                                         {"temp4_input", "9223372036854775808"}};
+    for (const auto& [name, content] : files)
     {
-        HwmonSource source(hwmon, sensor, clock.Get());
+        machine.Write("/sys/devices/coretemp.2/hwmon1/" + name, content + "\n");
+    }
+    const BasicString device = machine.GetPath("/sys/devices/coretemp.2/hwmon1");
+
+    struct Case
+    {
+        const char* chip;
+        std::size_t index;
+        const char* label;
+        const char* input;
+        BasicString expected;
+    };
+
+    const Case cases[] = {
+        {"coretemp", 0, "", "temp1_input", "Real64 -4.6"},
+        {"coretemp", 1, "", "temp1_input", "Real64 91"},
+        {"coretemp", 0, "Core 8", "", "Real64 52.5"},
+        {"coretemp", 0, "Vcore", "", "Real64 -0.005"},
+        {"coretemp", 0, "", "in0_input", "Real64 1.234"},
+        {"coretemp", 0, "", "curr1_input", "Real64 2.5"},
+        {"coretemp", 0, "", "fan1_input", "Real64 1200"},
+        {"coretemp", 0, "", "power1_input", "Real64 15.5"},
+        {"coretemp", 0, "", "humidity1_input", "Real64 45.3"},
+        {"coretemp", 0, "", "temp2_input", "'" + device + "/temp2_input' holds no whole number"},
+        {"coretemp", 0, "", "temp3_input", "'" + device + "/temp3_input' holds no whole number"},
+        {"coretemp", 0, "", "temp4_input", "'" + device + "/temp4_input' holds no whole number"},
+        {"coretemp", 0, "Core 9", "", "'" + device + "' has no sensor of the label 'Core 9'"},
+        {"coretemp", 2, "", "temp1_input", "'" + hwmon + "' has 2 of the name 'coretemp', not one of index 2"},
+        {"core", 0, "", "temp1_input", "'" + hwmon + "' has 0 of the name 'core', not one of index 0"},
+    };
+    for (const auto& [chip, index, label, input, expected] : cases)
+    {
+        SensorAddress address = MakeHwmonAddress(machine.GetRoot(), chip, index);
+        address.label = label;
+        address.inputFile = input;
+        SensorSource source(address, clock.Get());
         EXPECT_EQ(Read(source), expected) << source.Describe();
+    }
+    for (const char* name : {"temp_input", "temp1", "1_input", "pwm1_input", "../temp1_input", "in1_input/x", ""})
+    {
+        EXPECT_FALSE(IsSensorInput(name)) << name;
     }
 }
 
@@ -84,7 +123,7 @@ TEST_F(MachineWithSensors, FollowsASensorToItsNewNumberAndNeverReadsAnother)
     Plug("fan", "cooling_device0", "type", "soc-thermal");
     Plug("soc", "thermal_zone0", "type", "soc-thermal");
     machine.Write("/sys/devices/soc/thermal_zone0/temp", "40000");
-    ThermalSource source(thermal, "soc-thermal", 0, clock.Get());
+    SensorSource source(MakeThermalAddress(machine.GetRoot(), "soc-thermal", 0), clock.Get());
     EXPECT_EQ(Read(source), "Real64 40");
 
     // Another sensor takes the place, path and all.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Device/Items/ItemReading.hpp"
+#include "Device/Items/IItemSource.hpp"
 #include "Device/Machine/KeptFile.hpp"
 #include "Device/Machine/RetryPace.hpp"
 #include "Device/Machine/SteadyClock.hpp"
@@ -12,19 +12,19 @@
 namespace Oxa::Device::Linux::Sources
 {
 
-/// The file of a temperature sensor: looked for at the first read, then kept open. When it can be read no longer, the
-/// sensor is looked for again, at most once a second: it may have come back under another number.
+/// A sensor of the kernel in plain units, as a Real64: looked for at the first read, then its file is kept open. When
+/// it can be read no longer, the sensor is looked for again, at most once a second: it may have come back under another
+/// number.
 /// Threads: safe from several threads; one reads at a time. A read that succeeds allocates nothing.
-class SensorFile final
+class SensorSource final : public Items::IItemSource
 {
 public:
     /// Looks for nothing yet.
-    SensorFile(SensorAddress address, Machine::SteadyClock clock);
+    explicit SensorSource(SensorAddress address, Machine::SteadyClock clock = &Machine::ReadSteadyClock);
+    ~SensorSource() override;
 
-    /// Degrees Celsius as a Real64, from a file of millidegrees.
-    [[nodiscard]] Items::ItemReading ReadCelsius();
-
-    [[nodiscard]] const SensorAddress& GetAddress() const noexcept;
+    [[nodiscard]] Items::ItemReading Read(const Items::ReadPass& pass) override;
+    [[nodiscard]] BasicString Describe() const override;
 
 private:
     [[nodiscard]] Items::ItemReading ReadKept();
@@ -35,6 +35,7 @@ private:
     System::Commons::Mutex mutex;
     Machine::RetryPace pace;
     std::optional<Machine::KeptFile> file;
+    double unitsPerPlainUnit = 1;
     /// Why there is no file.
     BasicString cause = "not looked for yet";
 };

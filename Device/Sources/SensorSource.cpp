@@ -1,4 +1,4 @@
-#include "Device/Sources/SensorFile.hpp"
+#include "Device/Sources/SensorSource.hpp"
 
 #include "Device/Machine/DeviceText.hpp"
 
@@ -15,16 +15,17 @@ namespace
 {
 
 constexpr std::size_t maximumNumberBytes = 64;
-constexpr double millidegreesPerDegree = 1000.0;
 
 } // namespace
 
-SensorFile::SensorFile(SensorAddress address, Machine::SteadyClock clock)
+SensorSource::SensorSource(SensorAddress address, Machine::SteadyClock clock)
     : address(std::move(address)), clock(std::move(clock))
 {
 }
 
-Items::ItemReading SensorFile::ReadCelsius()
+SensorSource::~SensorSource() = default;
+
+Items::ItemReading SensorSource::Read(const Items::ReadPass&)
 {
     {
         const std::lock_guard lock(mutex);
@@ -43,12 +44,12 @@ Items::ItemReading SensorFile::ReadCelsius()
     return ReadKept();
 }
 
-const SensorAddress& SensorFile::GetAddress() const noexcept
+BasicString SensorSource::Describe() const
 {
-    return address;
+    return DescribeSensor(address);
 }
 
-Items::ItemReading SensorFile::ReadKept()
+Items::ItemReading SensorSource::ReadKept()
 {
     if (!file)
     {
@@ -60,21 +61,22 @@ Items::ItemReading SensorFile::ReadKept()
     {
         return Items::ItemReading::Missing(file->DescribeError(content.error));
     }
-    const auto millidegrees = Machine::DeviceText::ParseNumber<int64>(Machine::DeviceText::Trim(content.text));
-    if (!millidegrees)
+    const auto number = Machine::DeviceText::ParseNumber<int64>(Machine::DeviceText::Trim(content.text));
+    if (!number)
     {
         return Items::ItemReading::Missing(fmt::format("'{}' holds no whole number", file->GetPath()));
     }
-    return Items::ItemReading::Of(static_cast<double>(*millidegrees) / millidegreesPerDegree);
+    return Items::ItemReading::Of(static_cast<double>(*number) / unitsPerPlainUnit);
 }
 
-void SensorFile::Search()
+void SensorSource::Search()
 {
     file.reset();
     FoundSensor found = FindSensor(address);
     cause = std::move(found.cause);
     if (!found.path.empty())
     {
+        unitsPerPlainUnit = found.unitsPerPlainUnit;
         file.emplace(std::move(found.path), Machine::KeptFile::Reopening::Never);
     }
 }
