@@ -5,7 +5,7 @@
 #include "Device/FakeTime.hpp"
 #include "Device/Services/DeviceControlService.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
-#include "Oxa/System/Rsc/RscCallContext.hpp"
+#include "Oxa/System/Rsc/Internal/CallContextScope.hpp"
 #include "Support/LogRecorder.hpp"
 #include "Support/Possessions.hpp"
 
@@ -25,7 +25,7 @@ namespace Oxa::Tests::Device
 using namespace Oxa::Device::Linux;
 using namespace Oxa::Device::Linux::Commands;
 using Oxa::Device::Interface::Services::AccessErrorCode;
-using Oxa::System::Rsc::RscCallContext;
+using Oxa::System::Rsc::Internal::CallContextScope;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -153,7 +153,7 @@ TEST(RestartingTheMachine, WaitsUntilTheAnswerHasBeenSent)
     FakeSystem system;
     Device device;
     {
-        RscCallContext context(getuid(), 1);
+        CallContextScope context(getuid(), 1);
         EXPECT_EQ(device.service.Restart(), AccessErrorCode::None);
         device.time.Elapse();
         EXPECT_EQ(device.service.FactoryReset(1), AccessErrorCode::Busy);
@@ -304,7 +304,7 @@ TEST(ResettingTheMachine, LeavesNothingBehindWhenItIsStopped)
         EXPECT_EQ(code.get(), AccessErrorCode::NotAvailable);
 
         // The answer is never sent.
-        const RscCallContext context(getuid(), 1);
+        const CallContextScope context(getuid(), 1);
         Device unanswered;
         EXPECT_EQ(unanswered.service.Restart(), AccessErrorCode::None);
     }
@@ -344,7 +344,7 @@ TEST(LoggingCommands, IsBoundedForRefusalsAndNotForWhatIsCarriedOut)
     FakeSystem system;
     system.LetLogin("CanReboot", "s", "ret = 'no'");
     Device device;
-    RscCallContext context(0, 0);
+    CallContextScope context(0, 0);
     for (int round = 0; round < 20; ++round)
     {
         EXPECT_EQ(device.service.Restart(), AccessErrorCode::AccessDenied);

@@ -4,7 +4,7 @@
 #include "Device/FakeTime.hpp"
 #include "Device/ItemValueText.hpp"
 #include "Device/Sources/SimulatedFaultSource.hpp"
-#include "Oxa/System/Rsc/RscCallContext.hpp"
+#include "Oxa/System/Rsc/Internal/CallContextScope.hpp"
 
 #include <gtest/gtest.h>
 
@@ -117,7 +117,7 @@ TEST(SimulatingAFault, HitsEveryNthRead)
 TEST(SimulatingAFault, DropsTheConnectionThatTheReadCameOver)
 {
     SimulatedFaultSource source(MakeNumber(), {Kind::DroppedConnection, {}, 2}, nullptr);
-    const Oxa::System::Rsc::RscCallContext context(0, 0);
+    const Oxa::System::Rsc::Internal::CallContextScope context(0, 0);
     EXPECT_EQ(Read(source), "Int8 45");
     EXPECT_FALSE(context.IsDropped());
     EXPECT_EQ(Read(source), "NotSet");

@@ -9,16 +9,18 @@
 namespace Oxa::System::Rsc
 {
 
+namespace Internal
+{
+class CallContextScope;
+}
+
 /// The call out of another process that a thread carries out at the moment: who asked, and what is to happen to the
 /// answer. Owned by the server. Threads: only the one that carries out the call.
 class OXA_EXPORT RscCallContext final
 {
 public:
-    /// Becomes the calling thread's context until it goes. `processId`: 0 when it is not known.
-    RscCallContext(uint32 userId, int32 processId);
     RscCallContext(const RscCallContext&) = delete;
     RscCallContext& operator=(const RscCallContext&) = delete;
-    ~RscCallContext();
 
     /// Null when the thread carries out no call of another process: then the caller is the process itself.
     [[nodiscard]] static RscCallContext* TryGetCurrent() noexcept;
@@ -35,11 +37,16 @@ public:
     /// Makes the server close the connection instead of answering: for simulated faults.
     void DropConnection() noexcept;
 
-    /// For the server.
+private:
+    friend class Internal::CallContextScope;
+
+    /// Becomes the calling thread's context until it is destroyed. `processId`: 0 when it is not known.
+    RscCallContext(uint32 userId, int32 processId);
+    ~RscCallContext();
+
     [[nodiscard]] bool IsDropped() const noexcept;
     void RunAnswered() noexcept;
 
-private:
     const uint32 userId;
     const int32 processId;
     RscCallContext* const previous;

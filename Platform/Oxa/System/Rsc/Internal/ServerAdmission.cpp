@@ -16,8 +16,6 @@ ServerAdmission::ServerAdmission(ServerUsers& users, std::deque<ServerCall>& adm
 {
 }
 
-ServerAdmission::~ServerAdmission() = default;
-
 bool ServerAdmission::TryBegin(const ServerCall& call)
 {
     if (++callsUnderWay <= maximumCallsPerConnection)

@@ -22,7 +22,7 @@ public:
     ServerAdmission(ServerUsers& users, std::deque<ServerCall>& admittedCalls) noexcept;
     ServerAdmission(const ServerAdmission&) = delete;
     ServerAdmission& operator=(const ServerAdmission&) = delete;
-    ~ServerAdmission();
+    ~ServerAdmission() = default;
 
     // Throw InvalidOperationException when a refusal cannot be sent.
 

@@ -1,8 +1,8 @@
 #include "Oxa/System/Rsc/Internal/ServerCall.hpp"
 
 #include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Rsc/Internal/CallContextScope.hpp"
 #include "Oxa/System/Rsc/Internal/ServerConnection.hpp"
-#include "Oxa/System/Rsc/RscCallContext.hpp"
 #include "Oxa/System/Rsc/RscMessageReader.hpp"
 #include "Oxa/System/Rsc/RscMessageWriter.hpp"
 #include "Oxa/System/Rsc/RscServiceSlot.hpp"
@@ -15,7 +15,7 @@ namespace Oxa::System::Rsc::Internal
 
 void ServerCall::Execute()
 {
-    RscCallContext context(userId, processId);
+    CallContextScope context(userId, processId);
     MessageHandle answer = connection->CreateAnswer(*request);
     const std::optional<BusError> error = answer ? Invoke(*answer) : std::nullopt;
     if (context.IsDropped())
