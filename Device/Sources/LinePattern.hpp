@@ -7,6 +7,7 @@
 #include <optional>
 #include <string_view>
 
+// NOLINTNEXTLINE(readability-identifier-naming): the library has this name.
 namespace re2
 {
 class RE2;
