@@ -3,8 +3,10 @@
 #include "Host/Modules/ModuleGate.hpp"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Oxa::Host::Modules

@@ -1,7 +1,7 @@
 #include "Support/HttpClient.hpp"
 
+#include <boost/beast/http/error.hpp>
 #include <boost/beast/http/parser.hpp>
-#include <boost/beast/http/read.hpp>
 #include <poll.h>
 
 #include <stdexcept>
@@ -18,31 +18,6 @@ namespace
 constexpr std::chrono::seconds deadline{20};
 
 } // namespace
-
-/// The socket for those who read from it by themselves.
-class HttpClient::Stream final
-{
-public:
-    explicit Stream(HttpClient& client) : client(client) {}
-
-    template <class Buffers>
-    std::size_t read_some(const Buffers& buffers) // NOLINT(readability-identifier-naming): expected by the reader
-    {
-        client.Expect(POLLIN);
-        return client.socket.read_some(buffers);
-    }
-
-    template <class Buffers>
-    std::size_t read_some(const Buffers& buffers,
-                          boost::system::error_code& error) // NOLINT(readability-identifier-naming)
-    {
-        client.Expect(POLLIN);
-        return client.socket.read_some(buffers, error);
-    }
-
-private:
-    HttpClient& client;
-};
 
 HttpClient::HttpClient(uint16 port) : socket(context)
 {
@@ -84,8 +59,21 @@ HttpClient::Answer HttpClient::Read(bool isToHead)
 {
     http::response_parser<http::string_body> parser;
     parser.skip(isToHead);
-    Stream stream(*this);
-    http::read(stream, buffer, parser);
+    parser.eager(true);
+    boost::system::error_code error;
+    while (!parser.is_done())
+    {
+        if (buffer.size() == 0 || error == http::error::need_more)
+        {
+            Expect(POLLIN);
+            buffer.commit(socket.read_some(buffer.prepare(65536)));
+        }
+        buffer.consume(parser.put(buffer.data(), error));
+        if (error && error != http::error::need_more)
+        {
+            throw boost::system::system_error(error);
+        }
+    }
     return parser.release();
 }
 
@@ -101,10 +89,14 @@ HttpClient::Answer HttpClient::Ask(std::string_view method, std::string_view tar
 
 bool HttpClient::IsEnded()
 {
+    if (buffer.size() > 0)
+    {
+        return false;
+    }
     char byte = 0;
     boost::system::error_code error;
     Expect(POLLIN);
-    return buffer.size() == 0 && socket.read_some(asio::buffer(&byte, 1), error) == 0 &&
+    return socket.read_some(asio::buffer(&byte, 1), error) == 0 &&
            (error == asio::error::eof || error == asio::error::connection_reset);
 }
 

@@ -40,8 +40,6 @@ public:
     [[nodiscard]] bool IsEnded();
 
 private:
-    class Stream;
-
     [[nodiscard]] bool WaitFor(short event, std::chrono::milliseconds timeout);
     void Expect(short event);
 
