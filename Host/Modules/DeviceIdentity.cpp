@@ -2,6 +2,7 @@
 
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
+#include "Oxa/Device/Interface/Services/IdentityItemKeys.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 
 #include <memory>
