@@ -70,9 +70,9 @@ DeviceDescription DeviceDescription::Load(const BasicString& path)
     return DeviceDescription(Read(path, problems));
 }
 
-DeviceDescription DeviceDescription::Parse(BasicString text, BasicString fileName)
+DeviceDescription DeviceDescription::Parse(const BasicString& text, BasicString fileName)
 {
-    XmlReader reader(std::move(text), std::move(fileName));
+    XmlReader reader(text, std::move(fileName));
     if (reader.GetElementLocalName() != DescriptionDocument::elementName)
     {
         throw System::Commons::XmlException::Create(reader, "the document element is '{0}', expected '{1}'",

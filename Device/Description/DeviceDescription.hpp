@@ -47,7 +47,7 @@ public:
     [[nodiscard]] static DeviceDescription Load(const BasicString& path);
 
     /// The same for one document in memory; `fileName` is for messages only.
-    [[nodiscard]] static DeviceDescription Parse(BasicString text, BasicString fileName);
+    [[nodiscard]] static DeviceDescription Parse(const BasicString& text, BasicString fileName);
 
     [[nodiscard]] const DescriptionContent& GetContent() const noexcept;
 

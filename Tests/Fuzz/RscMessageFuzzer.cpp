@@ -1,26 +1,33 @@
-// What comes in from the bus, on either side of a connection: the first byte says which side, the rest is what the
-// other end sends after the handshake. Everything from the socket to the arguments of a service, or to the values of an
-// answer, is the product's own code.
+// What the other end of a connection sends, on either side of it. The first byte of an input says which: bit 0 for the
+// client's side, else the server's; with bit 1 the handshake is a part of the input too, else it goes before.
+// Everything from the socket to the arguments of a service, or to the values of an answer, is the product's own code.
 
 #include "Oxa/Device/Interface/Services/DeviceControlServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceControlService.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
-#include "Oxa/System/Rsc/Internal/BusErrors.hpp"
+#include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Rsc/Internal/BusNames.hpp"
-#include "Oxa/System/Rsc/Internal/MessageStream.hpp"
+#include "Oxa/System/Rsc/Internal/BusOpening.hpp"
+#include "Oxa/System/Rsc/Internal/ClientConnection.hpp"
+#include "Oxa/System/Rsc/Internal/ClientExchange.hpp"
+#include "Oxa/System/Rsc/Internal/ClientHandshake.hpp"
+#include "Oxa/System/Rsc/Internal/ServerConnection.hpp"
 #include "Oxa/System/Rsc/RscArrayReader.hpp"
 #include "Oxa/System/Rsc/RscMessageReader.hpp"
 #include "Oxa/System/Rsc/RscMessageWriter.hpp"
+#include "Oxa/System/Rsc/ServiceManager.hpp"
 
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
-#include <map>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -31,13 +38,11 @@ namespace
 
 using namespace Oxa::Device::Interface::Services;
 using namespace Oxa::System::Rsc;
-using Internal::BusHandle;
-using Internal::MessageHandle;
-using Internal::MessageStream;
-using Internal::SlotHandle;
+using Internal::ServerConnection;
+using Oxa::BasicString;
+using Oxa::System::Commons::FileDescriptor;
 
-constexpr std::size_t maximumBytes = 262144;
-constexpr const char* path = "/Oxa/Device";
+constexpr std::chrono::milliseconds timeout{1000};
 
 constexpr std::string_view clientHandshake("\0AUTH EXTERNAL\r\nDATA\r\nBEGIN\r\n", 29);
 constexpr std::string_view serverHandshake = "DATA\r\nOK 0123456789abcdef0123456789abcdef\r\n";
@@ -112,40 +117,6 @@ public:
     }
 };
 
-/// Calls the service as the server does.
-void Invoke(IRscService& service, const RscOperation& operation, sd_bus_message* call)
-{
-    sd_bus_message* made = nullptr;
-    if (sd_bus_message_new_method_return(call, &made) < 0)
-    {
-        return;
-    }
-    const MessageHandle answer(made);
-    try
-    {
-        RscMessageReader arguments(*call);
-        RscMessageWriter results(*answer);
-        operation.invoke(service, arguments, results);
-    }
-    catch (...)
-    {
-        (void)Internal::DescribeException(std::current_exception());
-    }
-}
-
-int OnCall(sd_bus_message* call, void* context, sd_bus_error* /*error*/)
-{
-    auto& [service, factory] = *static_cast<std::pair<IRscService*, IRscServiceProxyFactory*>*>(context);
-    for (const RscOperation& operation : factory->GetOperations())
-    {
-        if (std::string_view(sd_bus_message_get_member(call)) == operation.name)
-        {
-            Invoke(*service, operation, call);
-        }
-    }
-    return 1;
-}
-
 /// Reads every element, as a module would.
 void ReadElements(const ItemValue& value)
 {
@@ -167,41 +138,22 @@ void ReadElements(const ItemValue& value)
     }
 }
 
-void ReadAnswer(sd_bus_message* answer)
+void ReadValues(RscMessageReader& reader)
 {
-    try
+    reader.EnterArray(RscMessageWriter::valueSignature);
+    while (!reader.TryLeaveArray())
     {
-        if (sd_bus_message_is_method_error(answer, nullptr) > 0)
+        ItemValue value;
+        reader.ReadValue(value);
+        if (value.GetType() == RscType::Array)
         {
-            Internal::ThrowBusError(*sd_bus_message_get_error(answer), "The call");
+            ReadElements(value);
         }
-        RscMessageReader reader(*answer);
-        reader.EnterArray(RscMessageWriter::valueSignature);
-        while (!reader.TryLeaveArray())
+        else
         {
-            ItemValue value;
-            reader.ReadValue(value);
-            if (value.GetType() == RscType::Array)
-            {
-                ReadElements(value);
-            }
-            else
-            {
-                (void)value.ToString();
-            }
+            (void)value.ToString();
         }
     }
-    catch (const Oxa::System::Commons::Exception&)
-    {
-        // That is what it is for.
-    }
-}
-
-int OnAnswer(sd_bus_message* answer, void* stream, sd_bus_error* /*error*/)
-{
-    static_cast<MessageStream*>(stream)->NoteMessage();
-    ReadAnswer(answer);
-    return 1;
 }
 
 void Require(bool condition)
@@ -212,120 +164,131 @@ void Require(bool condition)
     }
 }
 
-/// One end of a connection; the other one sends what the fuzzer says.
-class Connection final
+/// One end of a connection; the other one sends what the fuzzer says, and hangs up.
+struct Ends
 {
-public:
-    explicit Connection(bool isServer)
+    explicit Ends(std::string_view bytes)
     {
         std::array<int, 2> ends = {};
         Require(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data()) == 0);
-        other = ends[1];
-        sd_bus* made = nullptr;
-        Require(sd_bus_new(&made) >= 0);
-        bus.reset(made);
-        Require(sd_bus_set_fd(made, ends[0], ends[0]) >= 0 && sd_bus_negotiate_fds(made, 0) >= 0);
-        if (isServer)
-        {
-            Require(sd_bus_set_server(made, 1, sd_id128_t{{1}}) >= 0);
-        }
-        Require(sd_bus_start(made) >= 0);
-        Send(isServer ? clientHandshake : serverHandshake);
-        while (sd_bus_is_ready(made) <= 0)
-        {
-            Require(sd_bus_process(made, nullptr) >= 0);
-        }
-    }
-
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
-
-    ~Connection()
-    {
-        close(other);
+        own = FileDescriptor(ends[0]);
+        other = FileDescriptor(ends[1]);
+        Send(bytes);
+        shutdown(other.Get(), SHUT_WR);
     }
 
     void Send(std::string_view bytes) const
     {
-        (void)!write(other, bytes.data(), bytes.size());
+        (void)!write(other.Get(), bytes.data(), bytes.size());
     }
 
-    BusHandle bus;
-
-private:
-    int other = -1;
+    FileDescriptor own;
+    FileDescriptor other;
 };
-
-void ProcessAll(MessageStream& stream)
-{
-    try
-    {
-        while (stream.Process() == MessageStream::Progress::Worked)
-        {
-        }
-    }
-    catch (const Oxa::System::Commons::Exception&)
-    {
-        // The connection ends.
-    }
-}
 
 void FuzzServer(std::string_view bytes)
 {
-    Connection connection(true);
-    sd_bus* const bus = connection.bus.get();
-    MessageStream stream(std::move(connection.bus), maximumBytes);
-    FakeStatusService status;
-    FakeControlService control;
-    std::pair<IRscService*, IRscServiceProxyFactory*> services[] = {
-        {&status, &DeviceStatusServiceProxyFactory::GetInstance()},
-        {&control, &DeviceControlServiceProxyFactory::GetInstance()}};
-    std::vector<std::vector<sd_bus_vtable>> tables;
-    std::vector<SlotHandle> slots;
-    for (auto& service : services)
+    Ends ends(bytes);
+    Internal::BusHandle bus = Internal::MakeBus();
+    Require(sd_bus_set_fd(bus.get(), ends.own.Get(), ends.own.Get()) >= 0);
+    (void)ends.own.Release();
+    Require(sd_bus_set_server(bus.get(), 1, sd_id128_t{{1}}) >= 0);
+    if (sd_bus_start(bus.get()) < 0)
     {
-        auto& table = tables.emplace_back();
-        table.push_back(SD_BUS_VTABLE_START(0));
-        for (const RscOperation& operation : service.second->GetOperations())
-        {
-            table.push_back(SD_BUS_METHOD(operation.name, operation.argumentsSignature, operation.resultsSignature,
-                                          &OnCall, SD_BUS_VTABLE_UNPRIVILEGED));
-        }
-        table.push_back(SD_BUS_VTABLE_END);
-        sd_bus_slot* slot = nullptr;
-        const auto name = Internal::GetBusInterfaceName(service.second->GetServiceInterfaceName());
-        Require(sd_bus_add_object_vtable(bus, &slot, path, name.c_str(), table.data(), &service) >= 0);
-        slots.emplace_back(slot);
+        return;
     }
-    connection.Send(bytes);
-    ProcessAll(stream);
+    Internal::ServerUsers users({{std::to_string(getuid()), true}});
+    Internal::ServerCatalog catalog = Internal::OfferedMethods::MakeCatalog();
+    std::deque<Internal::ServerCall> calls;
+    const auto connection = std::make_shared<ServerConnection>(
+        ServerConnection::Shared{users, catalog, calls}, std::move(bus), ServerConnection::Peer{getuid(), getpid()});
+    while (connection->Process() != ServerConnection::Stage::Ended)
+    {
+        while (!calls.empty())
+        {
+            Internal::ServerCall call = std::move(calls.front());
+            calls.pop_front();
+            call.Execute();
+        }
+    }
+    calls.clear();
+    connection->Close();
+}
+
+/// Two calls: what is left over from the first one must do no harm to the second.
+void CallTwice(Internal::ClientConnection& connection)
+{
+    const BasicString name = "Oxa::Device::Interface::Services::IDeviceStatusService";
+    const BasicString busName = Internal::GetBusInterfaceName(name);
+    const BasicString place = "here";
+    const Internal::ClientRequest request{.destination = nullptr,
+                                          .objectPath = "/Oxa/Device",
+                                          .interfaceName = busName.c_str(),
+                                          .operationName = "ReadItems",
+                                          .resultsSignature = "a(yv)",
+                                          .serviceName = name,
+                                          .place = place,
+                                          .timeout = timeout};
+    for (int call = 0; call < 2; ++call)
+    {
+        try
+        {
+            Internal::Exchange(
+                connection, request, Internal::CallClock::now() + timeout,
+                [](RscMessageWriter& writer)
+                {
+                    writer.BeginArray("s");
+                    writer.WriteText("Status.System.BootId");
+                    writer.EndArray();
+                },
+                &ReadValues);
+        }
+        catch (const Oxa::System::Commons::Exception&)
+        {
+            // That is what it is for.
+        }
+    }
 }
 
 void FuzzClient(std::string_view bytes)
 {
-    Connection connection(false);
-    sd_bus* const bus = connection.bus.get();
-    MessageStream stream(std::move(connection.bus), maximumBytes);
-    sd_bus_message* made = nullptr;
-    const auto name = Internal::GetBusInterfaceName("Oxa::Device::Interface::Services::IDeviceStatusService");
-    Require(sd_bus_message_new_method_call(bus, &made, nullptr, path, name.c_str(), "ReadItems") >= 0);
-    const MessageHandle call(made);
-    Require(sd_bus_message_append(made, "as", 1, "Status.System.BootId") >= 0);
-    sd_bus_slot* slot = nullptr;
-    Require(sd_bus_call_async(bus, &slot, made, &OnAnswer, &stream, UINT64_MAX) >= 0);
-    const SlotHandle pending(slot);
-    connection.Send(bytes);
-    ProcessAll(stream);
+    Ends ends(bytes);
+    try
+    {
+        Internal::ClientConnection connection(
+            Internal::AuthenticateAsClient(std::move(ends.own), Internal::CallClock::now() + timeout));
+        CallTwice(connection);
+    }
+    catch (const RscServiceException&)
+    {
+        // There is no connection.
+    }
 }
 
 } // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
+{
+    using namespace Oxa::System::Commons::Diagnostics::Logging;
+    LogConfiguration configuration;
+    configuration.target = LogConfiguration::Target::None;
+    LogManager::Configure(configuration);
+    ServiceManager::RegisterService(DeviceStatusServiceProxyFactory::GetInstance(),
+                                    std::make_shared<FakeStatusService>());
+    ServiceManager::RegisterService(DeviceControlServiceProxyFactory::GetInstance(),
+                                    std::make_shared<FakeControlService>());
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     if (size > 1)
     {
-        const std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
-        (data[0] % 2 == 0 ? FuzzServer : FuzzClient)(bytes);
+        const bool isClient = (data[0] & 1U) != 0;
+        const bool hasHandshake = (data[0] & 2U) != 0;
+        std::string bytes(hasHandshake ? "" : isClient ? serverHandshake : clientHandshake);
+        bytes.append(reinterpret_cast<const char*>(data) + 1, size - 1);
+        (isClient ? FuzzClient : FuzzServer)(bytes);
     }
     return 0;
 }

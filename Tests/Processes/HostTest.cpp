@@ -61,8 +61,7 @@ protected:
              R"(<Module name="Di" library="${OXA_LIBRARIES}/libOxa.Services.Modules.Wbm.Di.so" settings=")" OXA_CONFIGURATION
              R"(/Di.xml"><DataProvider name="DeviceInterfaceDp" safe="true"/></Module>)",
          .components = "",
-         .services = R"(<Provider name="Oxa.Device" socket=")" +
-                     device.GetEndpoint().socketPath + "\"/>"}};
+         .services = R"(<Provider name="Oxa.Device" socket=")" + device.GetEndpoint().socketPath + "\"/>"}};
     BasicString admin;
 };
 

@@ -167,7 +167,9 @@ private:
             }
         }
         received.erase(0, received.find(end) + end.size());
-        Call{connection, {}}.Send("DATA\r\nOK 0123456789abcdef0123456789abcdef\r\n");
+        // An answer that nobody asked for right behind it, with the end of a line in it, as in a handshake.
+        Call{connection, {}}.Send("DATA\r\nOK 0123456789abcdef0123456789abcdef\r\n" +
+                                  MakeAnswer(UINT32_MAX, "s", BasicString({2, 0, 0, 0, '\r', '\n', 0})));
         while (Receive(connection, received))
         {
             AnswerAll(connection, received);

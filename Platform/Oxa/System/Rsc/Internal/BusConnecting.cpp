@@ -2,6 +2,7 @@
 
 #include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Rsc/Internal/BusOpening.hpp"
+#include "Oxa/System/Rsc/Internal/ClientHandshake.hpp"
 #include "Oxa/System/Rsc/Internal/PollTimeout.hpp"
 #include "Oxa/System/Rsc/Internal/SocketAddress.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
@@ -9,9 +10,9 @@
 #include <poll.h>
 #include <sys/socket.h>
 
-#include <array>
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 namespace Oxa::System::Rsc::Internal
 {
@@ -39,45 +40,15 @@ void Require(int result)
     }
 }
 
-/// The kernel lets every user connect. The server closes the connection of a user it does not accept without a message;
-/// that shows as one of these errors.
+/// A message bus closes the connection of a user it does not accept; that shows as one of these errors.
 void RequireAccepted(int result)
 {
-    if (result == -EPERM || result == -EPIPE || result == -ECONNRESET)
+    if (result == -EPERM || result == -EPIPE || result == -ECONNRESET || result == -ENOTCONN)
     {
-        throw RscServiceException(RscFault::Refused, "the other process turned the connection away, or went away");
+        throw RscServiceException(RscFault::Refused, "the message bus turned the connection away, or went away");
     }
     Require(result);
 }
-
-/// sd-bus would read a message that follows the handshake together with it, before anybody could look at its length.
-class HandshakeGuard final
-{
-public:
-    explicit HandshakeGuard(int descriptor) noexcept : descriptor(descriptor) {}
-
-    /// Before the handshake goes on: what comes in ends with its last line.
-    void RequireNoMessage()
-    {
-        std::array<char, 256> bytes;
-        const ssize_t size = recv(descriptor, bytes.data(), bytes.size(), MSG_PEEK | MSG_DONTWAIT);
-        for (ssize_t index = 0; index < size; ++index)
-        {
-            if (lines == lineCount)
-            {
-                throw RscServiceException(RscFault::BadAnswer, "a message came in before the handshake was over");
-            }
-            lines += bytes.at(static_cast<std::size_t>(index)) == '\n' ? 1 : 0;
-        }
-    }
-
-private:
-    /// "DATA" and "OK".
-    static constexpr int lineCount = 2;
-
-    const int descriptor;
-    int lines = 0;
-};
 
 void RequireTime(CallDeadline deadline)
 {
@@ -105,16 +76,14 @@ void Connect(int descriptor, const BasicString& path, CallDeadline deadline)
     }
 }
 
-template <class BeforeReading>
-void ProcessUntilReady(sd_bus& bus, CallDeadline deadline, BeforeReading beforeReading)
+void ProcessUntilReady(sd_bus& bus, CallDeadline deadline)
 {
     for (;;)
     {
-        beforeReading();
         const int worked = sd_bus_process(&bus, nullptr);
         RequireAccepted(worked);
         const int isReady = sd_bus_is_ready(&bus);
-        RequireAccepted(isReady == -ENOTCONN ? -ECONNRESET : isReady);
+        RequireAccepted(isReady);
         if (isReady > 0)
         {
             return;
@@ -130,19 +99,6 @@ void ProcessUntilReady(sd_bus& bus, CallDeadline deadline, BeforeReading beforeR
     }
 }
 
-template <class Function>
-auto RequireMade(Function make)
-{
-    try
-    {
-        return make();
-    }
-    catch (const std::system_error& error)
-    {
-        ThrowNotConnected(error.code().value());
-    }
-}
-
 } // namespace
 
 BusHandle ConnectToSocket(const BasicString& path, CallDeadline deadline)
@@ -153,20 +109,21 @@ BusHandle ConnectToSocket(const BasicString& path, CallDeadline deadline)
         ThrowNotConnected(errno);
     }
     Connect(connected.Get(), path, deadline);
-    BusHandle bus = RequireMade([] { return MakeBus(); });
-    Require(sd_bus_set_fd(bus.get(), connected.Get(), connected.Get()));
-    static_cast<void>(connected.Release());
-    RequireAccepted(sd_bus_start(bus.get()));
-    HandshakeGuard guard(sd_bus_get_fd(bus.get()));
-    ProcessUntilReady(*bus, deadline, [&guard] { guard.RequireNoMessage(); });
-    return bus;
+    return AuthenticateAsClient(std::move(connected), deadline);
 }
 
 BusHandle ConnectToBus(const BasicString& address, CallDeadline deadline)
 {
-    BusHandle bus = RequireMade([&address] { return OpenMessageBus(ResolveBusAddress(address)); });
-    ProcessUntilReady(*bus, deadline, [] {});
-    return bus;
+    try
+    {
+        BusHandle bus = OpenMessageBus(ResolveBusAddress(address));
+        ProcessUntilReady(*bus, deadline);
+        return bus;
+    }
+    catch (const std::system_error& error)
+    {
+        ThrowNotConnected(error.code().value());
+    }
 }
 
 } // namespace Oxa::System::Rsc::Internal

@@ -16,7 +16,7 @@ inline constexpr const char* connectingTimedOutText = "the connection was not ma
 
 /// Connects to the process that listens at a Unix socket, and authenticates. Throws RscServiceException with the cause
 /// alone: NotAvailable when nobody is there, Refused when the other end turns the connection away, TimedOut when
-/// nothing comes of it until the deadline, BadAnswer when messages come too early.
+/// nothing comes of it until the deadline, BadAnswer when what it answers is no handshake.
 [[nodiscard]] BusHandle ConnectToSocket(const BasicString& path, CallDeadline deadline);
 
 /// Connects to a message bus: "system", "session" or an address in the notation of D-Bus. Throws as above.

@@ -247,9 +247,21 @@ void ServerLoop::Accept(FileDescriptor descriptor)
         }
         return;
     }
-    connections.push_back(std::make_shared<ServerConnection>(ServerConnection::Shared{users, catalog, calls},
-                                                             MakePeerBus(std::move(descriptor)),
-                                                             ServerConnection::Peer{peer.uid, peer.pid}));
+    try
+    {
+        connections.push_back(std::make_shared<ServerConnection>(ServerConnection::Shared{users, catalog, calls},
+                                                                 MakePeerBus(std::move(descriptor)),
+                                                                 ServerConnection::Peer{peer.uid, peer.pid}));
+    }
+    catch (const std::exception& exception)
+    {
+        // Already the first bytes may be none of a handshake. No reason to let others wait.
+        if (endings.Admits())
+        {
+            Log(LogLevel::Warning, "the connection of the user {0}, process {1}, is closed: {2}",
+                DescribeUser(peer.uid), peer.pid, exception.what());
+        }
+    }
 }
 
 BusHandle ServerLoop::MakePeerBus(FileDescriptor descriptor)

@@ -142,7 +142,8 @@ std::optional<FileDescriptor> ServerSocket::TryAccept() const
     }
     if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM)
     {
-        throw InvalidOperationException::Create("cannot accept a connection: {0}",
+        throw InvalidOperationException::Create("cannot accept a connection at {0}: {1}",
+                                                path.empty() ? "the socket that was handed over" : "'" + path + "'",
                                                 std::generic_category().message(errno));
     }
     return std::nullopt;
