@@ -1,9 +1,10 @@
 #pragma once
 
+#include "Support/Eventually.hpp"
+
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <filesystem>
 #include <iterator>
 #include <string>
@@ -36,12 +37,8 @@ private:
     /// Waits for what goes a moment later.
     static void ExpectSame(const char* folder, std::ptrdiff_t expected)
     {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (Count(folder) != expected && std::chrono::steady_clock::now() < end)
-        {
-            std::this_thread::yield();
-        }
-        EXPECT_EQ(Count(folder), expected) << folder;
+        EXPECT_TRUE(Eventually([folder, expected] { return Count(folder) == expected; }))
+            << Count(folder) << " instead of " << expected << " in " << folder;
     }
 
     [[nodiscard]] static std::ptrdiff_t Count(const char* folder)
