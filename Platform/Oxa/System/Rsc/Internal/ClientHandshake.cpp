@@ -76,6 +76,10 @@ BasicString ReadLine(int descriptor, CallDeadline deadline)
             ThrowTurnedAway();
         }
     }
+    if (line.starts_with("REJECTED") || line.starts_with("ERROR"))
+    {
+        ThrowTurnedAway();
+    }
     return line;
 }
 
@@ -88,10 +92,6 @@ void Authenticate(int descriptor, CallDeadline deadline)
         ThrowTurnedAway();
     }
     const BasicString first = ReadLine(descriptor, deadline);
-    if (first.starts_with("REJECTED") || first.starts_with("ERROR"))
-    {
-        ThrowTurnedAway();
-    }
     const BasicString second = ReadLine(descriptor, deadline);
     if (first != challenge || second.size() != acceptance.size() || !second.starts_with("OK "))
     {

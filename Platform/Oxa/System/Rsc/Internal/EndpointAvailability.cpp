@@ -144,6 +144,7 @@ bool EndpointAvailability::IsSilent() const
 void EndpointAvailability::LoseAll()
 {
     ++losses;
+    isNewsDue = false;
     for (auto& [name, service] : services)
     {
         service.isFound = false;
