@@ -24,9 +24,20 @@ endif()
 add_library(OxaWarnings INTERFACE)
 target_compile_options(OxaWarnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow=local -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual)
 
-# oxa_harden(<target>): what the loader can enforce for every binary.
+# Compiled in everywhere. The fortified functions need an optimiser and do the same work as the sanitizers.
+include(CheckCXXCompilerFlag)
+add_compile_options(-fstack-protector-strong)
+check_cxx_compiler_flag(-fcf-protection OXA_HAS_CF_PROTECTION)
+if(OXA_HAS_CF_PROTECTION)
+  add_compile_options(-fcf-protection)
+endif()
+if(NOT OXA_SANITIZERS)
+  add_compile_options("$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3>")
+endif()
+add_link_options(-Wl,-z,relro -Wl,-z,now)
+
+# oxa_harden(<target>): a library that leaves a symbol undefined is refused at link time.
 function(oxa_harden target)
-  target_link_options(${target} PRIVATE -Wl,-z,relro -Wl,-z,now)
   get_target_property(type ${target} TYPE)
   if(NOT type STREQUAL "EXECUTABLE")
     target_link_options(${target} PRIVATE -Wl,-z,defs)
