@@ -3,6 +3,7 @@
 #include "Device/Description/DeviceDescription.hpp"
 #include "Device/Identity/IdentityItems.hpp"
 #include "Device/Machine/MachineRoot.hpp"
+#include "Oxa/Device/Interface/Services/IdentityItemKeys.hpp"
 #include "Oxa/System/Acf/ComponentInfo.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
@@ -17,6 +18,8 @@ namespace Oxa::Device::Linux::Component
 
 using Commands::CommandSettings;
 using Description::DeviceDescription;
+using Interface::Services::bootIdKey;
+using Interface::Services::buildIdKey;
 using System::Commons::XmlException;
 using System::Commons::Diagnostics::Logging::LogLevel;
 
@@ -35,6 +38,13 @@ std::vector<BasicString> NameSimulatedCommands(const CommandSettings& settings)
         names.emplace_back("factory reset");
     }
     return names;
+}
+
+/// Empty when the item has no value.
+BasicString ReadText(const Items::ItemTable& items, const char* key)
+{
+    const Items::ItemValue value = items.Read(key);
+    return value.GetType() == System::Rsc::RscType::String ? value.ToString() : BasicString();
 }
 
 } // namespace
@@ -80,7 +90,7 @@ void LinuxComponent::Start()
     }
     commands = MakeCommands();
     services = std::make_unique<Services::DeviceServices>(items, commands);
-    services->Offer();
+    Offer();
 }
 
 void LinuxComponent::Stop() noexcept
@@ -110,16 +120,16 @@ std::shared_ptr<Commands::DeviceCommands> LinuxComponent::MakeCommands()
     Commands::ServiceOutage::Actions outageActions = {[this] { services->Withdraw(); },
                                                       [this]
                                                       {
-                                                          ComeBack();
+                                                          bootIdentity->Renew();
+                                                          Offer();
                                                       }};
     return std::make_shared<Commands::DeviceCommands>(commandSettings, std::move(outageActions),
                                                       std::move(commandWaiter));
 }
 
-void LinuxComponent::ComeBack()
+void LinuxComponent::Offer()
 {
-    bootIdentity->Renew();
-    services->Offer();
+    services->Offer(ReadText(*items, bootIdKey), ReadText(*items, buildIdKey));
 }
 
 void LinuxComponent::LogSources() const

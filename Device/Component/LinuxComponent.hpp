@@ -47,7 +47,8 @@ public:
 
 private:
     [[nodiscard]] std::shared_ptr<Commands::DeviceCommands> MakeCommands();
-    void ComeBack();
+    /// As the services of the run that the identity items tell.
+    void Offer();
     void LogSources() const;
     void LogNames(const char* title, const std::vector<BasicString>& names) const;
 

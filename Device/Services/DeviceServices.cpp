@@ -6,7 +6,9 @@
 #include "Oxa/Device/Interface/Services/DeviceInfoServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/RtcServiceProxyFactory.hpp"
-#include "Oxa/System/Rsc/ServiceManager.hpp"
+
+#include <utility>
+#include <vector>
 
 namespace Oxa::Device::Linux::Services
 {
@@ -15,7 +17,6 @@ using Hardware::RealTimeClock::Services::Internal::RtcServiceProxyFactory;
 using Interface::Services::DeviceControlServiceProxyFactory;
 using Interface::Services::DeviceInfoServiceProxyFactory;
 using Interface::Services::DeviceStatusServiceProxyFactory;
-using System::Rsc::ServiceManager;
 
 DeviceServices::DeviceServices(const std::shared_ptr<const Items::ItemTable>& items,
                                const std::shared_ptr<Commands::IDeviceCommands>& commands)
@@ -26,25 +27,21 @@ DeviceServices::DeviceServices(const std::shared_ptr<const Items::ItemTable>& it
 {
 }
 
-DeviceServices::~DeviceServices()
-{
-    Withdraw();
-}
+DeviceServices::~DeviceServices() = default;
 
-void DeviceServices::Offer()
+void DeviceServices::Offer(BasicString bootId, BasicString buildId)
 {
-    ServiceManager::RegisterService(DeviceInfoServiceProxyFactory::GetInstance(), infoService);
-    ServiceManager::RegisterService(DeviceStatusServiceProxyFactory::GetInstance(), statusService);
-    ServiceManager::RegisterService(RtcServiceProxyFactory::GetInstance(), rtcService);
-    ServiceManager::RegisterService(DeviceControlServiceProxyFactory::GetInstance(), controlService);
+    using Service = System::Rsc::RscRegistration::Service;
+    registration.emplace(std::move(bootId), std::move(buildId),
+                         std::vector<Service>{{DeviceInfoServiceProxyFactory::GetInstance(), infoService},
+                                              {DeviceStatusServiceProxyFactory::GetInstance(), statusService},
+                                              {RtcServiceProxyFactory::GetInstance(), rtcService},
+                                              {DeviceControlServiceProxyFactory::GetInstance(), controlService}});
 }
 
 void DeviceServices::Withdraw()
 {
-    ServiceManager::UnregisterService(DeviceControlServiceProxyFactory::GetInstance());
-    ServiceManager::UnregisterService(RtcServiceProxyFactory::GetInstance());
-    ServiceManager::UnregisterService(DeviceStatusServiceProxyFactory::GetInstance());
-    ServiceManager::UnregisterService(DeviceInfoServiceProxyFactory::GetInstance());
+    registration.reset();
 }
 
 } // namespace Oxa::Device::Linux::Services

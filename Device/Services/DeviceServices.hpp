@@ -3,8 +3,10 @@
 #include "Device/Commands/IDeviceCommands.hpp"
 #include "Device/Items/ItemTable.hpp"
 #include "Device/Services/ItemService.hpp"
+#include "Oxa/System/Rsc/RscRegistration.hpp"
 
 #include <memory>
+#include <optional>
 
 namespace Oxa::Device::Linux::Services
 {
@@ -12,7 +14,7 @@ namespace Oxa::Device::Linux::Services
 class DeviceControlService;
 class RtcService;
 
-/// The four services of this component and their place in the service manager. Owned by the component.
+/// The four services of this component, which are offered and withdrawn together. Owned by the component.
 /// Threads: one at a time offers or withdraws.
 class DeviceServices final
 {
@@ -23,10 +25,10 @@ public:
     DeviceServices(const DeviceServices&) = delete;
     DeviceServices& operator=(const DeviceServices&) = delete;
 
-    /// Withdraws what is offered.
     ~DeviceServices();
 
-    void Offer();
+    /// `bootId`, `buildId`: the identity of the device's run. Requires: nothing is offered.
+    void Offer(BasicString bootId, BasicString buildId);
 
     /// Calls under way finish.
     void Withdraw();
@@ -36,6 +38,7 @@ private:
     const std::shared_ptr<DeviceStatusService> statusService;
     const std::shared_ptr<DeviceControlService> controlService;
     const std::shared_ptr<RtcService> rtcService;
+    std::optional<System::Rsc::RscRegistration> registration;
 };
 
 } // namespace Oxa::Device::Linux::Services

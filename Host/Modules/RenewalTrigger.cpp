@@ -23,17 +23,17 @@ void RenewalTrigger::Ignore() noexcept
     isIgnoring = true;
 }
 
-void RenewalTrigger::OnServicesLost(const BasicString& providerName) noexcept
+void RenewalTrigger::OnEpochChanged(const BasicString& providerName) noexcept
 {
-    if (!isIgnoring)
+    if (isIgnoring)
+    {
+        return;
+    }
+    if (ServiceManager::GetEpoch(providerName) == 0)
     {
         renewer.NoteLoss(providerName);
     }
-}
-
-void RenewalTrigger::OnServicesAvailable(const BasicString& providerName) noexcept
-{
-    if (!isIgnoring)
+    else
     {
         renewer.NoteAppearance(providerName);
     }

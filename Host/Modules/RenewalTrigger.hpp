@@ -23,8 +23,7 @@ public:
     /// From now on: that services go at the end of the process is no loss.
     void Ignore() noexcept;
 
-    void OnServicesLost(const BasicString& providerName) noexcept override;
-    void OnServicesAvailable(const BasicString& providerName) noexcept override;
+    void OnEpochChanged(const BasicString& providerName) noexcept override;
 
 private:
     ModuleRenewer& renewer;

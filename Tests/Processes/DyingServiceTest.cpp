@@ -38,12 +38,10 @@ struct LossCounter final : System::Rsc::IRscServiceListener
         ServiceManager::RemoveListener(*this);
     }
 
-    void OnServicesLost(const BasicString& /*providerName*/) noexcept override
+    void OnEpochChanged(const BasicString& providerName) noexcept override
     {
-        ++losses;
+        losses += ServiceManager::GetEpoch(providerName) == 0 ? 1 : 0;
     }
-
-    void OnServicesAvailable(const BasicString& /*providerName*/) noexcept override {}
 
     std::atomic<int> losses = 0;
 };

@@ -5,8 +5,8 @@
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/RtcServiceProxyFactory.hpp"
 #include "Oxa/System/Acf/IComponent.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Rsc/RscRegistration.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
-#include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Support/FakeDeviceServices.hpp"
 
 #include <poll.h>
@@ -18,14 +18,15 @@
 #include <exception>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <thread>
+#include <vector>
 
 namespace Oxa::Tests::EndToEnd
 {
 
 using namespace Oxa::Device::Interface::Services;
 using Hardware::RealTimeClock::Services::Internal::RtcServiceProxyFactory;
-using System::Rsc::ServiceManager;
 
 namespace
 {
@@ -41,26 +42,21 @@ struct DeviceRun
 
     void Offer()
     {
-        ServiceManager::RegisterService(DeviceInfoServiceProxyFactory::GetInstance(),
-                                        std::make_shared<Support::FakeDeviceInfoService>(info));
-        ServiceManager::RegisterService(DeviceStatusServiceProxyFactory::GetInstance(),
-                                        std::make_shared<Support::FakeDeviceStatusService>(status));
-        ServiceManager::RegisterService(RtcServiceProxyFactory::GetInstance(),
-                                        std::make_shared<Support::FakeRtcService>());
-        ServiceManager::RegisterService(DeviceControlServiceProxyFactory::GetInstance(),
-                                        std::make_shared<Support::FakeDeviceControlService>());
-    }
-
-    static void Withdraw()
-    {
-        ServiceManager::UnregisterService(DeviceInfoServiceProxyFactory::GetInstance());
-        ServiceManager::UnregisterService(DeviceStatusServiceProxyFactory::GetInstance());
-        ServiceManager::UnregisterService(RtcServiceProxyFactory::GetInstance());
-        ServiceManager::UnregisterService(DeviceControlServiceProxyFactory::GetInstance());
+        using Service = System::Rsc::RscRegistration::Service;
+        registration.emplace(
+            status.values.at("Status.System.BootId").ToString(), "",
+            std::vector<Service>{
+                {DeviceInfoServiceProxyFactory::GetInstance(), std::make_shared<Support::FakeDeviceInfoService>(info)},
+                {DeviceStatusServiceProxyFactory::GetInstance(),
+                 std::make_shared<Support::FakeDeviceStatusService>(status)},
+                {RtcServiceProxyFactory::GetInstance(), std::make_shared<Support::FakeRtcService>()},
+                {DeviceControlServiceProxyFactory::GetInstance(),
+                 std::make_shared<Support::FakeDeviceControlService>()}});
     }
 
     Support::FakeItems info;
     Support::FakeItems status;
+    std::optional<System::Rsc::RscRegistration> registration;
 };
 
 /// Offers its services as long as there is no file "away" beside the trace. The first read of each run fails with the
@@ -100,7 +96,7 @@ public:
     {
         eventfd_write(stop, 1);
         thread.join();
-        DeviceRun::Withdraw();
+        run.reset();
     }
 
 private:
@@ -118,7 +114,7 @@ private:
         const bool isAway = std::filesystem::exists(away);
         if (isAway && isOffered)
         {
-            DeviceRun::Withdraw();
+            run->registration.reset();
         }
         else if (!isAway && !isOffered)
         {

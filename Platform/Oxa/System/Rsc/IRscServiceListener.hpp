@@ -6,18 +6,16 @@
 namespace Oxa::System::Rsc
 {
 
-/// Is told when services of a provider go and come, in this process or in another one. Called on whatever thread
-/// notices it, and by several at once, without a lock; must return soon and call no service.
+/// Is told when the services of a provider go and come, in this process or in another one. Called on the thread that
+/// notices it, under no lock; must return soon and call no service.
 class OXA_EXPORT IRscServiceListener
 {
 public:
     virtual ~IRscServiceListener();
 
-    /// Before any call can reach the process that comes next. May come more than once.
-    virtual void OnServicesLost(const BasicString& providerName) noexcept = 0;
-
-    /// All services of the provider that this process has ever asked for can be had; it may be another process now.
-    virtual void OnServicesAvailable(const BasicString& providerName) noexcept = 0;
+    /// `ServiceManager::GetEpoch` has changed: 0 after a loss. In the order of the changes for one provider; calls for
+    /// different providers may come at the same time.
+    virtual void OnEpochChanged(const BasicString& providerName) noexcept = 0;
 };
 
 } // namespace Oxa::System::Rsc

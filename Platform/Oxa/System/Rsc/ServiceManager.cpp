@@ -6,6 +6,7 @@
 #include "Oxa/System/Rsc/Internal/Endpoint.hpp"
 #include "Oxa/System/Rsc/Internal/EndpointTable.hpp"
 #include "Oxa/System/Rsc/Internal/SlotTable.hpp"
+#include "Oxa/System/Rsc/RscRegistration.hpp"
 #include "Oxa/System/Rsc/RscRemoteService.hpp"
 #include "Oxa/System/Rsc/RscServiceSlot.hpp"
 #include "Oxa/System/Rsc/RscUsageRecorder.hpp"
@@ -54,7 +55,33 @@ bool TryReachRemote(RscServiceSlot& slot, IRscServiceProxyFactory& factory)
     }
     endpoint->NoteRequired(slot.GetInterfaceName());
     slot.SetRemote(std::move(remote));
-    return service->IsProvided();
+    if (!service->IsProvided())
+    {
+        return false;
+    }
+    if (GetEndpointTable().GetRuns().GetEpoch(slot.GetProviderName()) == 0)
+    {
+        GetEndpointTable().GetRuns().Begin(slot.GetProviderName(), {}, {});
+    }
+    return true;
+}
+
+BasicString GetProviderName(const std::vector<RscRegistration::Service>& services)
+{
+    if (services.empty())
+    {
+        throw System::Commons::ArgumentException::Create("services", services.size(), "A provider has a service");
+    }
+    BasicString name = services.front().factory.GetServiceProviderName();
+    for (const auto& service : services)
+    {
+        if (!service.implementation || service.factory.GetServiceProviderName() != name)
+        {
+            throw System::Commons::ArgumentException::Create("services", service.factory.GetServiceInterfaceName(),
+                                                             "A service of this provider with an implementation");
+        }
+    }
+    return name;
 }
 
 } // namespace
@@ -82,7 +109,8 @@ void ServiceManager::RegisterService(IRscServiceProxyFactory& factory, std::shar
     slot->Provide(std::move(implementation));
     if (GetSlotTable().IsProviderComplete(slot->GetProviderName()))
     {
-        GetEndpointTable().GetListeners().ReportAvailable(slot->GetProviderName());
+        GetEndpointTable().GetRuns().Begin(slot->GetProviderName(), {}, {});
+        GetEndpointTable().GetRuns().Report(slot->GetProviderName());
     }
 }
 
@@ -92,7 +120,8 @@ void ServiceManager::UnregisterService(IRscServiceProxyFactory& factory)
     if (slot->IsProvided())
     {
         slot->Provide(nullptr);
-        GetEndpointTable().GetListeners().ReportLost(slot->GetProviderName());
+        GetEndpointTable().GetRuns().End(slot->GetProviderName());
+        GetEndpointTable().GetRuns().Report(slot->GetProviderName());
     }
 }
 
@@ -109,6 +138,16 @@ void ServiceManager::ResetEndpoints()
                                      { slot->SetRemote(nullptr); });
 }
 
+uint64 ServiceManager::GetEpoch(const BasicString& providerName) noexcept
+{
+    return GetEndpointTable().GetRuns().GetEpoch(providerName);
+}
+
+RscRun ServiceManager::GetRun(const BasicString& providerName)
+{
+    return GetEndpointTable().GetRuns().Get(providerName);
+}
+
 void ServiceManager::AddListener(IRscServiceListener& listener)
 {
     GetEndpointTable().AddListener(listener);
@@ -123,6 +162,27 @@ void ServiceManager::ForEachRegistered(
     const std::function<void(IRscServiceProxyFactory& factory, const std::shared_ptr<RscServiceSlot>& slot)>& use)
 {
     GetSlotTable().ForEachRegistered(use);
+}
+
+RscRegistration::RscRegistration(BasicString bootId, BasicString buildId, std::vector<Service> services)
+    : services(std::move(services)), providerName(GetProviderName(this->services))
+{
+    for (const Service& service : this->services)
+    {
+        GetSlotTable().Register(service.factory)->Provide(service.implementation);
+    }
+    GetEndpointTable().GetRuns().Begin(providerName, bootId, buildId);
+    GetEndpointTable().GetRuns().Report(providerName);
+}
+
+RscRegistration::~RscRegistration()
+{
+    GetEndpointTable().GetRuns().End(providerName);
+    for (const Service& service : services)
+    {
+        GetSlotTable().Register(service.factory)->Provide(nullptr);
+    }
+    GetEndpointTable().GetRuns().Report(providerName);
 }
 
 } // namespace Oxa::System::Rsc

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "Oxa/System/Commons/Export.hpp"
+#include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Rsc/RscEndpointConfiguration.hpp"
+#include "Oxa/System/Rsc/RscRun.hpp"
 
 #include <functional>
 #include <memory>
@@ -40,8 +42,14 @@ public:
     /// Ends the connections to other processes and forgets where they are: for the end of a process, and for tests.
     static void ResetEndpoints();
 
-    /// From now on tells the listener when services go and come. While there is one, providers that are away are looked
-    /// for twice a second. Borrowed until `RemoveListener` has returned.
+    /// The run that the provider's services belong to now, in this process or in the one that it is connected to; 0
+    /// while they are not there. Never waits. It becomes 0 before calls under way fail and before another run can be
+    /// reached: when it is the same and not 0 before and after several calls, one run answered all of them.
+    [[nodiscard]] static uint64 GetEpoch(const BasicString& providerName) noexcept;
+    /// The same with the run's identity.
+    [[nodiscard]] static RscRun GetRun(const BasicString& providerName);
+
+    /// From now on tells the listener when services go and come. Borrowed until `RemoveListener` has returned.
     static void AddListener(IRscServiceListener& listener);
     static void RemoveListener(IRscServiceListener& listener);
 

@@ -3,7 +3,7 @@
 #include "Oxa/System/Rsc/Internal/BusNames.hpp"
 #include "Oxa/System/Rsc/Internal/ClientConnection.hpp"
 #include "Oxa/System/Rsc/Internal/ClientExchange.hpp"
-#include "Oxa/System/Rsc/Internal/ServiceListeners.hpp"
+#include "Oxa/System/Rsc/Internal/ProviderRuns.hpp"
 #include "Oxa/System/Rsc/RscMessageWriter.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
@@ -31,7 +31,7 @@ std::chrono::milliseconds GetProbeTimeout(const RscEndpointConfiguration& config
 
 } // namespace
 
-Endpoint::Endpoint(RscEndpointConfiguration configuration, ServiceListeners& listeners)
+Endpoint::Endpoint(RscEndpointConfiguration configuration, ProviderRuns& listeners)
     : configuration(std::move(configuration)),
       objectPath(GetObjectPath(this->configuration.providerName)),
       place(DescribePlace(this->configuration)),
@@ -234,7 +234,8 @@ void Endpoint::ReportLost(const Connection& lost)
         return;
     }
     availability.NoteLost();
-    listeners.ReportLost(configuration.providerName);
+    listeners.End(configuration.providerName);
+    listeners.Report(configuration.providerName);
     connector.EndLoss();
     signal.Wake();
 }
@@ -243,7 +244,8 @@ void Endpoint::ReportAbsent(const BasicString& interfaceName)
 {
     if (availability.NoteLost(interfaceName))
     {
-        listeners.ReportLost(configuration.providerName);
+        listeners.End(configuration.providerName);
+        listeners.Report(configuration.providerName);
     }
 }
 

@@ -15,7 +15,7 @@ namespace Oxa::System::Rsc::Internal
 {
 
 struct ClientRequest;
-class ServiceListeners;
+class ProviderRuns;
 
 /// The other process that provides the services of one provider, or will: calls it, and tells the listeners when the
 /// process or a service is lost, before any thread connects to the next process. Shared by the endpoint table and the
@@ -26,7 +26,7 @@ public:
     using Connection = EndpointConnector::Connection;
 
     /// Throws ArgumentException when the provider's name cannot be a path. Borrows the listeners.
-    Endpoint(RscEndpointConfiguration configuration, ServiceListeners& listeners);
+    Endpoint(RscEndpointConfiguration configuration, ProviderRuns& listeners);
     Endpoint(const Endpoint&) = delete;
     Endpoint& operator=(const Endpoint&) = delete;
     ~Endpoint();
@@ -84,7 +84,7 @@ private:
     const BasicString objectPath;
     /// Of the other process, for messages.
     const BasicString place;
-    ServiceListeners& listeners;
+    ProviderRuns& listeners;
     EndpointSignal signal;
     EndpointConnector connector;
     EndpointAvailability availability;

@@ -57,25 +57,25 @@ std::shared_ptr<Endpoint> EndpointTable::TryFind(const BasicString& providerName
 
 void EndpointTable::AddListener(IRscServiceListener& listener)
 {
-    listeners.Add(listener);
+    listeners.AddListener(listener);
     try
     {
         UpdateWatch();
     }
     catch (...)
     {
-        listeners.Remove(listener);
+        listeners.RemoveListener(listener);
         throw;
     }
 }
 
 void EndpointTable::RemoveListener(IRscServiceListener& listener)
 {
-    listeners.Remove(listener);
+    listeners.RemoveListener(listener);
     UpdateWatch();
 }
 
-ServiceListeners& EndpointTable::GetListeners() noexcept
+ProviderRuns& EndpointTable::GetRuns() noexcept
 {
     return listeners;
 }
@@ -103,7 +103,7 @@ void EndpointTable::UpdateWatch()
     // Its thread may be in a listener; it is waited for without the lock.
     std::unique_ptr<EndpointWatch> oldWatch;
     const std::lock_guard lock(mutex);
-    const bool isWanted = !listeners.IsEmpty() && !endpoints.empty();
+    const bool isWanted = !endpoints.empty();
     if (isWanted && !watch)
     {
         watch = std::make_unique<EndpointWatch>(endpoints, listeners);

@@ -2,7 +2,7 @@
 
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
-#include "Oxa/System/Rsc/Internal/ServiceListeners.hpp"
+#include "Oxa/System/Rsc/Internal/ProviderRuns.hpp"
 #include "Oxa/System/Rsc/RscEndpointConfiguration.hpp"
 
 #include <memory>
@@ -33,7 +33,7 @@ public:
     void AddListener(IRscServiceListener& listener);
     /// Returns when no call into the listener is under way.
     void RemoveListener(IRscServiceListener& listener);
-    [[nodiscard]] ServiceListeners& GetListeners() noexcept;
+    [[nodiscard]] ProviderRuns& GetRuns() noexcept;
 
 private:
     using Endpoints = std::vector<std::shared_ptr<Endpoint>>;
@@ -41,7 +41,7 @@ private:
     void UpdateWatch();
     void Replace(Endpoints newEndpoints);
 
-    ServiceListeners listeners;
+    ProviderRuns listeners;
     mutable System::Commons::Mutex mutex;
     Endpoints endpoints;
     std::unique_ptr<EndpointWatch> watch;

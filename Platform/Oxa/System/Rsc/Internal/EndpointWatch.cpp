@@ -4,7 +4,7 @@
 #include "Oxa/System/Rsc/Internal/ClientConnection.hpp"
 #include "Oxa/System/Rsc/Internal/Endpoint.hpp"
 #include "Oxa/System/Rsc/Internal/PollTimeout.hpp"
-#include "Oxa/System/Rsc/Internal/ServiceListeners.hpp"
+#include "Oxa/System/Rsc/Internal/ProviderRuns.hpp"
 
 #include <algorithm>
 #include <exception>
@@ -27,7 +27,7 @@ constexpr int forever = -1;
 
 } // namespace
 
-EndpointWatch::EndpointWatch(std::vector<std::shared_ptr<Endpoint>> endpoints, ServiceListeners& listeners)
+EndpointWatch::EndpointWatch(std::vector<std::shared_ptr<Endpoint>> endpoints, ProviderRuns& listeners)
     : endpoints(std::move(endpoints)), listeners(listeners), signal(std::make_shared<WakeEvent>())
 {
     thread = std::thread([this] { Run(); });
@@ -132,7 +132,8 @@ void EndpointWatch::ProbeUnavailable()
         hasProbed = true;
         if (endpoint->TryRecover())
         {
-            listeners.ReportAvailable(endpoint->GetProviderName());
+            listeners.Begin(endpoint->GetProviderName(), {}, {});
+            listeners.Report(endpoint->GetProviderName());
         }
     }
     if (hasProbed)

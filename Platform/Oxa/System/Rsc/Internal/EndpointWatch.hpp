@@ -21,7 +21,7 @@ namespace Oxa::System::Rsc::Internal
 
 class ClientConnection;
 class Endpoint;
-class ServiceListeners;
+class ProviderRuns;
 
 /// A thread that notices when other processes go, while nobody calls them, and when they come. Sleeps while all is
 /// well, but asks once a second whether services on a message bus are still there; asks for what is unavailable twice a
@@ -31,7 +31,7 @@ class EndpointWatch final : private System::Commons::Diagnostics::Logging::Logga
 public:
     /// Borrows the listeners. Throws InvalidOperationException or std::system_error when the system is short of
     /// descriptors or threads.
-    EndpointWatch(std::vector<std::shared_ptr<Endpoint>> endpoints, ServiceListeners& listeners);
+    EndpointWatch(std::vector<std::shared_ptr<Endpoint>> endpoints, ProviderRuns& listeners);
     EndpointWatch(const EndpointWatch&) = delete;
     EndpointWatch& operator=(const EndpointWatch&) = delete;
     /// Waits for the thread. Requires: it is not the thread itself.
@@ -51,7 +51,7 @@ private:
     [[nodiscard]] int GetTimeout() const;
 
     const std::vector<std::shared_ptr<Endpoint>> endpoints;
-    ServiceListeners& listeners;
+    ProviderRuns& listeners;
     const std::shared_ptr<System::Commons::Threading::WakeEvent> signal;
     std::atomic<bool> isStopping = false;
 

@@ -214,14 +214,19 @@ TEST_F(CallingAnotherProcess, PausesBetweenAttemptsAfterThreeFailures)
 
 struct WaitingListener final : IRscServiceListener
 {
-    void OnServicesLost(const BasicString& /*provider*/) noexcept override
+    void OnEpochChanged(const BasicString& provider) noexcept override
     {
+        if (ServiceManager::GetEpoch(provider) != 0)
+        {
+            OnAvailable();
+            return;
+        }
         connectionsAtLoss = getConnections();
         faultAtLoss = getFault();
         lost.set_value();
     }
 
-    void OnServicesAvailable(const BasicString& /*provider*/) noexcept override
+    void OnAvailable() noexcept
     {
         if (!std::exchange(wasAvailable, true))
         {
