@@ -71,7 +71,12 @@ Handling ApiRouter::HandleApi(const Exchange& exchange, std::string_view path)
     }
     if (path == RouteNames::boot)
     {
-        return HandleRead(exchange, [this](const Exchange& each) { return routes.boot.Handle(each); });
+        return HandleRead(exchange,
+                          [](const Exchange& each)
+                          {
+                              Status::AnswerBootId(*each);
+                              return Handling::Answered;
+                          });
     }
     return AnswerProblem(*exchange, Http::Problems::unknownPath);
 }

@@ -22,7 +22,6 @@ class SessionRoute;
 
 namespace Status
 {
-class BootRoute;
 class ReadinessRoute;
 } // namespace Status
 
@@ -37,7 +36,6 @@ public:
         Sessions::SessionRoute& session;
         const Modules::Dispatcher& dispatcher;
         const Modules::PagesRoute& pages;
-        const Status::BootRoute& boot;
         const Status::ReadinessRoute& readiness;
     };
 

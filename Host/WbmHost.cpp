@@ -6,8 +6,11 @@
 #include "Oxa/System/Um/Services/Internal/AuthorizationServiceProxyFactory.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
+#include <boost/asio/post.hpp>
+
 #include <csignal>
 #include <cstdlib>
+#include <utility>
 
 namespace Oxa::Host
 {
@@ -23,7 +26,9 @@ namespace
 
 constexpr std::chrono::seconds lastGrace{1};
 /// The strands of the host's own routes.
-constexpr unsigned hostQuestions = 3;
+constexpr unsigned hostQuestions = 2;
+/// What hangs at the start longer than this goes on beside what is up.
+constexpr std::chrono::seconds longestStart{2};
 constexpr const char* notificationSource = "Host";
 
 } // namespace
@@ -61,22 +66,20 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       authorizationProvider(users),
       components(appDomain),
       registry(loop, configuration),
-      renewer(loop, notifications),
-      modules(appDomain, registry, renewer, notifications),
+      modules(appDomain, registry, loop, notifications, configuration.modules),
       serviceEndpoints(configuration.serviceEndpoints),
       pageQuestions(std::make_shared<Http::RequestStrand>(loop, "the pages", configuration.maximumWaitingRequests)),
-      bootQuestions(std::make_shared<Http::RequestStrand>(loop, "the boot id", configuration.maximumWaitingRequests)),
       readinessQuestions(
           std::make_shared<Http::RequestStrand>(loop, "the readiness", configuration.maximumWaitingRequests)),
       sessions(configuration.sessions, users, notifications, loop),
       sessionRoute(sessions, loop.GetContext()),
       dispatcher(registry, notifications),
       pages(registry, *pageQuestions),
-      boot(*bootQuestions),
-      readiness(modules, registry, *readinessQuestions),
-      router({sessions, sessionRoute, dispatcher, pages, boot, readiness}),
+      readiness(components, modules, registry, *readinessQuestions),
+      router({sessions, sessionRoute, dispatcher, pages, readiness}),
       server(loop.GetContext(), configuration.http, router),
       signals(loop.GetContext(), SIGTERM, SIGINT),
+      startTimer(loop.GetContext()),
       shutdownTimer(loop.GetContext())
 {
 }
@@ -88,29 +91,46 @@ WbmHost::~WbmHost()
 
 void WbmHost::Run(const std::function<void(uint16)>& ready)
 {
-    StartComponents();
-    Serve(ready);
+    whenReady = ready;
+    server.Listen();
+    WaitForSignal();
+    BeginStart();
+    // One for every strand, every set-up of a module, that of the components and the check of sessions, which may all
+    // hang, and one that goes on.
+    loop.Run(static_cast<unsigned>(registry.CountDataProviders() + modules.CountModules()) + hostQuestions + 3);
+    if (settingsFault)
+    {
+        std::rethrow_exception(settingsFault);
+    }
     StopModules();
     ServiceEndpoints::Reset();
-    renewalTrigger.reset();
     modules.UnloadAll();
     components.StopAll();
     notifications.Publish({{}, NotificationKind::HostStopped, notificationSource, {}, "stopped", {}});
 }
 
-void WbmHost::Serve(const std::function<void(uint16)>& ready)
+/// Everything that may hang runs in blocking sections of the loop, which serves meanwhile.
+void WbmHost::BeginStart()
 {
-    renewalTrigger.emplace(renewer);
-    modules.StartAll(configuration.modules);
-    readiness.SetFailedComponents(GetFailedComponents());
-    server.Listen();
-    WaitForSignal();
-    notifications.Publish({{}, NotificationKind::HostStarted, notificationSource, {}, "started", {}});
-    System::Commons::ReleaseStartupMemory();
-    ready(server.GetPort());
-    // One for every strand, every set-up of a module and the check of sessions, which may all hang, and one that goes
-    // on.
-    loop.Run(static_cast<unsigned>(registry.CountDataProviders() + modules.CountModules()) + hostQuestions + 2);
+    startTimer.expires_after(longestStart);
+    startTimer.async_wait(
+        [this](const boost::system::error_code& error)
+        {
+            if (!error)
+            {
+                StartModules();
+                ReportReady();
+            }
+        });
+    boost::asio::post(loop.GetContext(),
+                      [this]
+                      {
+                          {
+                              const Threads::EventLoop::ForeignCall call(loop);
+                              StartComponents();
+                          }
+                          boost::asio::post(loop.GetContext(), [this] { StartModules(); });
+                      });
 }
 
 void WbmHost::StartComponents()
@@ -123,14 +143,36 @@ void WbmHost::StartComponents()
     components.StartAll();
 }
 
-std::vector<BasicString> WbmHost::GetFailedComponents() const
+/// The first time only.
+void WbmHost::StartModules()
 {
-    std::vector<BasicString> names;
-    for (const auto& failure : components.GetFailures())
+    if (!std::exchange(areModulesStarted, true))
     {
-        names.push_back(failure.name);
+        modules.Start([this](const std::exception_ptr& fault) { EndModuleStart(fault); });
     }
-    return names;
+}
+
+void WbmHost::EndModuleStart(const std::exception_ptr& newSettingsFault)
+{
+    settingsFault = newSettingsFault;
+    if (settingsFault)
+    {
+        loop.Stop();
+        return;
+    }
+    startTimer.cancel();
+    ReportReady();
+}
+
+/// The first time only.
+void WbmHost::ReportReady()
+{
+    if (const auto report = std::exchange(whenReady, nullptr))
+    {
+        notifications.Publish({{}, NotificationKind::HostStarted, notificationSource, {}, "started", {}});
+        System::Commons::ReleaseStartupMemory();
+        report(server.GetPort());
+    }
 }
 
 void WbmHost::WaitForSignal()
@@ -186,10 +228,6 @@ void WbmHost::HurryShutdown()
 void WbmHost::StopModules() noexcept
 {
     watchdog.Start(configuration.http.shutdownTimeout);
-    if (renewalTrigger)
-    {
-        renewalTrigger->Ignore();
-    }
     modules.StopAll();
 }
 

@@ -6,14 +6,11 @@
 #include "Host/Http/HttpServer.hpp"
 #include "Host/Http/RequestStrand.hpp"
 #include "Host/Modules/Dispatcher.hpp"
-#include "Host/Modules/ModuleManager.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
-#include "Host/Modules/ModuleRenewer.hpp"
+#include "Host/Modules/ModuleSupervisor.hpp"
 #include "Host/Modules/PagesRoute.hpp"
-#include "Host/Modules/RenewalTrigger.hpp"
 #include "Host/Sessions/SessionManager.hpp"
 #include "Host/Sessions/SessionRoute.hpp"
-#include "Host/Status/BootRoute.hpp"
 #include "Host/Status/ReadinessRoute.hpp"
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
@@ -24,9 +21,9 @@
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
 
+#include <exception>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace Oxa::System::Commons
@@ -56,7 +53,8 @@ public:
     WbmHost& operator=(const WbmHost&) = delete;
     ~WbmHost();
 
-    /// Starts components and modules, listens, calls `ready` with the port, and serves until SIGTERM or SIGINT.
+    /// Listens, starts components and modules, calls `ready` with the port when they are up or have failed, at the
+    /// latest after 2 s, and serves until SIGTERM or SIGINT.
     void Run(const std::function<void(uint16)>& ready);
 
 private:
@@ -82,9 +80,11 @@ private:
         static void Reset();
     };
 
+    void BeginStart();
     void StartComponents();
-    void Serve(const std::function<void(uint16)>& ready);
-    [[nodiscard]] std::vector<BasicString> GetFailedComponents() const;
+    void StartModules();
+    void EndModuleStart(const std::exception_ptr& newSettingsFault);
+    void ReportReady();
     void WaitForSignal();
     void BeginShutdown();
     void HurryShutdown();
@@ -99,27 +99,27 @@ private:
     System::Acf::ComponentManager components;
     Threads::EventLoop loop;
     Modules::ModuleRegistry registry;
-    Modules::ModuleRenewer renewer;
-    Modules::ModuleManager modules;
-    /// From the first set-up of a module on. Goes before the modules, and after the endpoints: those keep it as long as
-    /// another process is waited for.
-    std::optional<Modules::RenewalTrigger> renewalTrigger;
+    Modules::ModuleSupervisor modules;
     /// Goes before the modules: what calls other processes may need code of their libraries.
     ServiceEndpoints serviceEndpoints;
     /// For questions of the host's own routes to modules and services: one that hangs holds up its own route only.
     std::shared_ptr<Http::RequestStrand> pageQuestions;
-    std::shared_ptr<Http::RequestStrand> bootQuestions;
     std::shared_ptr<Http::RequestStrand> readinessQuestions;
     Sessions::SessionManager sessions;
     Sessions::SessionRoute sessionRoute;
     Modules::Dispatcher dispatcher;
     Modules::PagesRoute pages;
-    Status::BootRoute boot;
     Status::ReadinessRoute readiness;
     ApiRouter router;
     Http::HttpServer server;
     boost::asio::signal_set signals;
+    boost::asio::steady_timer startTimer;
     boost::asio::steady_timer shutdownTimer;
+    /// Empty once it was called.
+    std::function<void(uint16)> whenReady;
+    /// Why the host cannot serve.
+    std::exception_ptr settingsFault;
+    bool areModulesStarted = false;
 };
 
 } // namespace Oxa::Host

@@ -37,7 +37,7 @@ bool IsAllowed(HttpMethod method, const DataProvider& provider) noexcept
 }
 
 /// Null when the module may be called now; outside a visit this can change at any time.
-const Http::Problem* FindAbsence(const DataProvider& provider) noexcept
+const Http::Problem* FindAbsence(const DataProvider& provider)
 {
     if (!provider.gate->IsOpen())
     {
@@ -95,6 +95,12 @@ void Dispatcher::Answer(IHttpExchange& exchange, const DataProvider& provider, c
     }
     const WbmResponse response = provider.isSafe ? Ask(exchange.GetRequest(), provider, request)
                                                  : Execute(exchange.GetRequest(), provider, request);
+    // Values of two runs may be mixed in a read; the response to a command tells what was done.
+    if (provider.isSafe && !visit.IsStillCurrent())
+    {
+        Http::SendProblem(exchange, Http::Problems::serviceNotAvailable);
+        return;
+    }
     exchange.Send({200, response.GetHeader().GetMediaType(), {}}, response.GetBody());
 }
 

@@ -1,49 +1,71 @@
 #include "Host/Modules/ModuleGate.hpp"
 
+#include "Oxa/System/Rsc/ServiceManager.hpp"
+
+#include <algorithm>
+#include <mutex>
+#include <utility>
+
 namespace Oxa::Host::Modules
 {
 
-bool ModuleGate::IsOpen() const noexcept
+namespace
 {
-    const std::lock_guard lock(mutex);
-    return isOpen;
+
+bool AreCurrent(const ModuleLifecycle::Epochs& epochs)
+{
+    return std::ranges::all_of(epochs, [](const auto& each)
+                               { return System::Rsc::ServiceManager::GetEpoch(each.first) == each.second; });
 }
 
-void ModuleGate::Close() noexcept
+} // namespace
+
+ModuleGate::ModuleGate(std::size_t order, std::function<void()> whenEmpty)
+    : order(order), whenEmpty(std::move(whenEmpty))
 {
-    const std::lock_guard lock(mutex);
-    isOpen = false;
 }
 
-void ModuleGate::Open() noexcept
+bool ModuleGate::IsOpen() const
 {
     const std::lock_guard lock(mutex);
-    isOpen = true;
+    return isSetUp && AreCurrent(epochs);
 }
 
-void ModuleGate::WaitUntilEmpty() noexcept
-{
-    std::unique_lock lock(mutex);
-    becameEmpty.wait(lock, [this] { return callsUnderWay == 0; });
-}
-
-bool ModuleGate::TryEnter() noexcept
+bool ModuleGate::TryClose()
 {
     const std::lock_guard lock(mutex);
-    if (isOpen)
-    {
-        ++callsUnderWay;
-    }
-    return isOpen;
+    isClosingWanted = visits > 0;
+    isSetUp = isSetUp && visits > 0;
+    return visits == 0;
+}
+
+void ModuleGate::Open(ModuleLifecycle::Epochs newEpochs)
+{
+    const std::lock_guard lock(mutex);
+    epochs = std::move(newEpochs);
+    isSetUp = true;
+}
+
+/// A module that waits to be set up again, although its services have not changed, admits no further calls: under
+/// continuous load it would never be empty.
+bool ModuleGate::TryEnter()
+{
+    const std::lock_guard lock(mutex);
+    const bool isAdmitted = isSetUp && !isClosingWanted && AreCurrent(epochs);
+    visits += isAdmitted ? 1 : 0;
+    return isAdmitted;
 }
 
 void ModuleGate::Leave() noexcept
 {
-    const std::lock_guard lock(mutex);
-    if (--callsUnderWay == 0 && !isOpen)
     {
-        becameEmpty.notify_all();
+        const std::lock_guard lock(mutex);
+        if (--visits > 0 || !std::exchange(isClosingWanted, false))
+        {
+            return;
+        }
     }
+    whenEmpty();
 }
 
 } // namespace Oxa::Host::Modules

@@ -1,19 +1,23 @@
 #pragma once
 
+#include "Host/Modules/ModuleLifecycle.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 
-#include <condition_variable>
 #include <cstddef>
+#include <functional>
 
 namespace Oxa::Host::Modules
 {
 
-/// Whether a module may be called, by requests and by questions alike, and how many calls are under way. Shared by the
-/// module's owner and by what the module has registered. Open at first. Threads: safe from any thread.
+/// Admits calls to one module while it is set up and the services that it uses are those of the runs that it was set up
+/// with. So a loss of services closes it and the return of the same run opens it, without anything being done. Shared
+/// by the module's owner and by what the module has registered. Closed at first. Threads: safe from any thread.
 class ModuleGate final
 {
 public:
-    ModuleGate() = default;
+    /// `order`: the module's place in the configuration. `whenEmpty` is called, on any thread and under no lock, when
+    /// the last visit ends that kept `TryClose` from closing.
+    explicit ModuleGate(std::size_t order = 0, std::function<void()> whenEmpty = {});
     ModuleGate(const ModuleGate&) = delete;
     ModuleGate& operator=(const ModuleGate&) = delete;
 
@@ -21,7 +25,7 @@ public:
     class Visit final
     {
     public:
-        explicit Visit(ModuleGate& gate) noexcept : gate(gate), isAdmitted(gate.TryEnter()) {}
+        explicit Visit(ModuleGate& gate) : gate(gate), isAdmitted(gate.TryEnter()) {}
 
         Visit(const Visit&) = delete;
         Visit& operator=(const Visit&) = delete;
@@ -39,29 +43,42 @@ public:
             return isAdmitted;
         }
 
+        /// Whether no run has ended since the visit began: then all values that the module read meanwhile are of one
+        /// run of each provider.
+        [[nodiscard]] bool IsStillCurrent() const
+        {
+            return gate.IsOpen();
+        }
+
     private:
         ModuleGate& gate;
         const bool isAdmitted;
     };
 
-    [[nodiscard]] bool IsOpen() const noexcept;
+    [[nodiscard]] bool IsOpen() const;
 
-    /// Admits nobody from now on. Calls under way go on.
-    void Close() noexcept;
+    [[nodiscard]] std::size_t GetOrder() const noexcept
+    {
+        return order;
+    }
 
-    void Open() noexcept;
+    /// Admits nothing from now on, when no call is under way. Else changes nothing and returns false.
+    [[nodiscard]] bool TryClose();
 
-    /// Returns when no call is under way. Requires: closed, and this thread is not inside a call.
-    void WaitUntilEmpty() noexcept;
+    /// The module was set up with services of these epochs.
+    void Open(ModuleLifecycle::Epochs newEpochs);
 
 private:
-    [[nodiscard]] bool TryEnter() noexcept;
+    [[nodiscard]] bool TryEnter();
     void Leave() noexcept;
 
+    const std::size_t order;
+    const std::function<void()> whenEmpty;
     mutable System::Commons::Mutex mutex;
-    std::condition_variable becameEmpty;
-    bool isOpen = true;
-    std::size_t callsUnderWay = 0;
+    bool isSetUp = false;
+    bool isClosingWanted = false;
+    std::size_t visits = 0;
+    ModuleLifecycle::Epochs epochs;
 };
 
 } // namespace Oxa::Host::Modules

@@ -28,8 +28,8 @@ bool RemoveOne(std::vector<BasicString>& names, const BasicString& name)
 
 } // namespace
 
-ModuleRegistrations::ModuleRegistrations(ModuleRegistry& registry)
-    : registry(registry), gate(std::make_shared<ModuleGate>())
+ModuleRegistrations::ModuleRegistrations(ModuleRegistry& registry, std::shared_ptr<ModuleGate> gate)
+    : registry(registry), gate(std::move(gate))
 {
 }
 

@@ -25,8 +25,8 @@ public:
     using PageHandler = std::shared_ptr<Services::Commons::Wbm::Modules::WbmPageHandlerBase>;
     using RequestHandler = std::shared_ptr<Services::Commons::Wbm::Modules::WbmRequestHandlerBase>;
 
-    /// `registry` is borrowed.
-    explicit ModuleRegistrations(ModuleRegistry& registry);
+    /// `registry` is borrowed. `gate` is the module's, never null.
+    ModuleRegistrations(ModuleRegistry& registry, std::shared_ptr<ModuleGate> gate);
     ModuleRegistrations(const ModuleRegistrations&) = delete;
     ModuleRegistrations& operator=(const ModuleRegistrations&) = delete;
     ~ModuleRegistrations() override;

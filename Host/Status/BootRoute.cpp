@@ -1,18 +1,21 @@
 #include "Host/Status/BootRoute.hpp"
 
+#include "Host/Http/IHttpExchange.hpp"
 #include "Host/Http/Problem.hpp"
-#include "Host/Modules/DeviceIdentity.hpp"
+#include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
+#include "Oxa/System/Rsc/ServiceManager.hpp"
 
 namespace Oxa::Host::Status
 {
 
-namespace
-{
+using Device::Interface::Services::DeviceStatusServiceProxyFactory;
+using System::Rsc::ServiceManager;
 
-void Answer(Http::IHttpExchange& exchange)
+void AnswerBootId(Http::IHttpExchange& exchange)
 {
-    const BasicString bootId = Modules::ReadBootId();
+    const char* const providerName = DeviceStatusServiceProxyFactory::GetInstance().GetServiceProviderName();
+    const BasicString bootId = ServiceManager::GetRun(providerName).bootId;
     if (bootId.empty())
     {
         Http::SendProblem(exchange, Http::Problems::serviceNotAvailable);
@@ -23,15 +26,6 @@ void Answer(Http::IHttpExchange& exchange)
     writer.WriteValue("bootId", bootId);
     writer.WriteEndObject();
     exchange.Send({200, Http::jsonMediaType, {}}, writer.GetText());
-}
-
-} // namespace
-
-BootRoute::BootRoute(Http::RequestStrand& strand) : strand(strand) {}
-
-Http::Handling BootRoute::Handle(const std::shared_ptr<Http::IHttpExchange>& exchange) const
-{
-    return strand.Run(exchange, [](Http::IHttpExchange& each) { Answer(each); });
 }
 
 } // namespace Oxa::Host::Status

@@ -1,24 +1,15 @@
 #pragma once
 
-#include "Host/Http/IHttpHandler.hpp"
-#include "Host/Http/RequestStrand.hpp"
-
-#include <memory>
+namespace Oxa::Host::Http
+{
+class IHttpExchange;
+}
 
 namespace Oxa::Host::Status
 {
 
-/// Tells the device's boot id to anybody, so that a page can tell a restart from a hiccup. Threads: the event loop's.
-class BootRoute final
-{
-public:
-    /// `strand` is where the device is asked.
-    explicit BootRoute(Http::RequestStrand& strand);
-
-    [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange) const;
-
-private:
-    Http::RequestStrand& strand;
-};
+/// Tells the boot id of the run that the device services belong to, without a log-in, so that a page can tell a restart
+/// from a short outage. Threads: safe from any thread.
+void AnswerBootId(Http::IHttpExchange& exchange);
 
 } // namespace Oxa::Host::Status

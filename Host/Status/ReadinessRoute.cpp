@@ -1,24 +1,36 @@
 #include "Host/Status/ReadinessRoute.hpp"
 
 #include "Host/Http/Problem.hpp"
-#include "Host/Modules/ModuleManager.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
+#include "Host/Modules/ModuleSupervisor.hpp"
+#include "Oxa/System/Acf/ComponentManager.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
+#include "Oxa/System/Commons/Text.hpp"
 
-#include <utility>
+#include <chrono>
+#include <vector>
 
 namespace Oxa::Host::Status
 {
 
-ReadinessRoute::ReadinessRoute(const Modules::ModuleManager& modules, const Modules::ModuleRegistry& registry,
-                               Http::RequestStrand& strand)
-    : modules(modules), registry(registry), strand(strand)
+namespace
 {
+
+/// Open to clients without a log-in: names and times only.
+BasicString DescribeSetup(const char* kind, const BasicString& name, std::chrono::steady_clock::time_point begin)
+{
+    const auto seconds =
+        std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - begin).count();
+    return System::Commons::Text::Format("the {0} '{1}' is being set up since {2} s", kind, name, seconds);
 }
 
-void ReadinessRoute::SetFailedComponents(std::vector<BasicString> names)
+} // namespace
+
+ReadinessRoute::ReadinessRoute(const System::Acf::ComponentManager& components,
+                               const Modules::ModuleSupervisor& modules, const Modules::ModuleRegistry& registry,
+                               Http::RequestStrand& strand)
+    : components(components), modules(modules), registry(registry), strand(strand)
 {
-    components = std::move(names);
 }
 
 Http::Handling ReadinessRoute::Handle(const std::shared_ptr<Http::IHttpExchange>& exchange) const
@@ -28,9 +40,31 @@ Http::Handling ReadinessRoute::Handle(const std::shared_ptr<Http::IHttpExchange>
 
 void ReadinessRoute::Answer(Http::IHttpExchange& exchange) const
 {
-    const std::vector<BasicString> failedModules = modules.GetFailedModules();
+    std::vector<BasicString> causes;
+    std::vector<BasicString> failedComponents;
+    for (const auto& failure : components.GetFailures())
+    {
+        failedComponents.push_back(failure.name);
+    }
+    if (const auto activity = components.GetActivity())
+    {
+        failedComponents.push_back(activity->componentName);
+        causes.push_back(DescribeSetup("component", activity->componentName, activity->begin));
+    }
+    std::vector<BasicString> failedModules;
+    for (const auto& module : modules.GetStates())
+    {
+        if (module.hasFailed || module.setupBegin)
+        {
+            failedModules.push_back(module.name);
+        }
+        if (module.setupBegin)
+        {
+            causes.push_back(DescribeSetup("module", module.name, *module.setupBegin));
+        }
+    }
     const std::vector<BasicString> dataProviders = registry.FindUnavailableDataProviders();
-    if (components.empty() && failedModules.empty() && dataProviders.empty())
+    if (failedComponents.empty() && failedModules.empty() && dataProviders.empty() && causes.empty())
     {
         exchange.Send({200, Http::jsonMediaType, {}}, R"({"status":"ready"})");
         return;
@@ -38,9 +72,10 @@ void ReadinessRoute::Answer(Http::IHttpExchange& exchange) const
     System::Commons::Json::JsonWriter writer;
     writer.WriteStartObject();
     Http::WriteProblemMembers(writer, Http::Problems::notReady);
-    writer.WriteSimpleArray("components", components);
+    writer.WriteSimpleArray("components", failedComponents);
     writer.WriteSimpleArray("modules", failedModules);
     writer.WriteSimpleArray("dataProviders", dataProviders);
+    writer.WriteSimpleArray("causes", causes);
     writer.WriteEndObject();
     exchange.Send({503, Http::problemMediaType, Http::retryAfterField}, writer.GetText());
 }

@@ -9,9 +9,14 @@
 
 namespace Oxa::Host::Modules
 {
-class ModuleManager;
 class ModuleRegistry;
+class ModuleSupervisor;
 } // namespace Oxa::Host::Modules
+
+namespace Oxa::System::Acf
+{
+class ComponentManager;
+}
 
 namespace Oxa::Host::Status
 {
@@ -20,22 +25,19 @@ namespace Oxa::Host::Status
 class ReadinessRoute final
 {
 public:
-    /// `strand` is where the modules are asked.
-    ReadinessRoute(const Modules::ModuleManager& modules, const Modules::ModuleRegistry& registry,
-                   Http::RequestStrand& strand);
-
-    /// Components that will not come up any more. Before the first request.
-    void SetFailedComponents(std::vector<BasicString> names);
+    /// `strand` is where the modules are asked. Everything is borrowed.
+    ReadinessRoute(const System::Acf::ComponentManager& components, const Modules::ModuleSupervisor& modules,
+                   const Modules::ModuleRegistry& registry, Http::RequestStrand& strand);
 
     [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange) const;
 
 private:
     void Answer(Http::IHttpExchange& exchange) const;
 
-    const Modules::ModuleManager& modules;
+    const System::Acf::ComponentManager& components;
+    const Modules::ModuleSupervisor& modules;
     const Modules::ModuleRegistry& registry;
     Http::RequestStrand& strand;
-    std::vector<BasicString> components;
 };
 
 } // namespace Oxa::Host::Status

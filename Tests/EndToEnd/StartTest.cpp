@@ -143,6 +143,30 @@ TEST(Starting, GoesOnWithoutAModuleThatFailsAndIsNotReady)
     }
 }
 
+TEST(Starting, ServesBesideAComponentOrModuleThatHangsAndSaysSo)
+{
+    const std::pair<BasicString, BasicString> cases[] = {
+        {"component-hangs", "the component 'Fake' is being set up since "},
+        {"setup-hangs", "the module 'Fake' is being set up since "},
+    };
+    for (const auto& [fault, cause] : cases)
+    {
+        HostProcess host(
+            {.http = "shutdownSeconds=\"1\"",
+             .modules = R"(<Module name="Fake" library="${FAKES}/libFakeModuleLibrary.so"/>)"
+                        R"(<Module name="Di" library="${OXA_LIBRARIES}/libOxa.Services.Modules.Wbm.Di.so" )"
+                        R"(settings=")" +
+                        BasicString(OXA_CONFIGURATION) + "/Di.xml\"/>",
+             .fault = fault});
+        host.WaitUntilReady();
+        const auto ready = host.Ask("GET", "/readyz");
+        EXPECT_EQ(ready.result_int(), 503U);
+        EXPECT_THAT(ready.body(), HasSubstr(cause));
+        EXPECT_THAT(host.Ask("GET", "/api/v1/pages", host.LogIn()).body(), HasSubstr("overview"));
+        EXPECT_EQ(host.Stop(), 1);
+    }
+}
+
 TEST(Starting, EndsWith78WhenAModuleReportsItsSettings)
 {
     HostProcess host({.fault = "setup-xml"});

@@ -1,6 +1,8 @@
 #include "EndToEnd/Fakes/Trace.hpp"
 #include "Oxa/System/Acf/IComponent.hpp"
 
+#include <unistd.h>
+
 #include <memory>
 #include <stdexcept>
 
@@ -27,7 +29,12 @@ public:
     void Start() override
     {
         Trace("component started");
-        if (GetFault(System::Commons::Singleton<System::Commons::AppDomain>::GetInstance()) == "component")
+        const BasicString fault = GetFault(System::Commons::Singleton<System::Commons::AppDomain>::GetInstance());
+        while (fault == "component-hangs")
+        {
+            pause();
+        }
+        if (fault == "component")
         {
             throw std::runtime_error("the component does not want to");
         }

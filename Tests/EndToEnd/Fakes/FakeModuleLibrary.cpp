@@ -36,6 +36,15 @@ void FailAt(const BasicString& place, const AppDomain& appDomain)
     }
 }
 
+/// Until the process ends.
+void HangAt(const BasicString& fault)
+{
+    while (GetFault(System::Commons::Singleton<AppDomain>::GetInstance()) == fault)
+    {
+        pause();
+    }
+}
+
 /// Registers four data providers, a page and a language.
 class FakeModule final : public WbmModuleBase
 {
@@ -55,6 +64,7 @@ public:
         const bool isRegistered =
             handler.RegisterDataProvider(Registration::DataProviderInfo("FakeDp"), fake) &&
             handler.RegisterDataProvider(Registration::DataProviderInfo("FakeControlDp"), control);
+        HangAt("setup-hangs");
         FailAt("setup", System::Commons::Singleton<AppDomain>::GetInstance());
         FailAt("setup-and-reset", System::Commons::Singleton<AppDomain>::GetInstance());
         const bool isTaken = !handler.RegisterDataProvider(Registration::DataProviderInfo("FakeDp"), fake) &&
@@ -79,10 +89,7 @@ public:
     void StopModule() override
     {
         Trace("module stopped");
-        if (GetFault(System::Commons::Singleton<AppDomain>::GetInstance()) == "stop-hangs")
-        {
-            pause();
-        }
+        HangAt("stop-hangs");
     }
 
     void ResetModule(IWbmModuleHandler& handler) override

@@ -1,5 +1,6 @@
 #include "Host/Modules/ModuleRegistrations.hpp"
 
+#include "Host/Modules/ModuleGate.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
 
@@ -21,10 +22,12 @@ TEST(ModulesRegistrations, CannotTakeBackWhatAnotherModuleRegistered)
     ModuleRegistry registry(loop, {});
     const auto handler = std::make_shared<EmptyHandler>();
     const ModuleRegistrations::DataProviderInfo info("Dp");
-    ModuleRegistrations first(registry);
+    const auto gate = std::make_shared<ModuleGate>();
+    gate->Open({});
+    ModuleRegistrations first(registry, gate);
     ASSERT_TRUE(first.RegisterDataProvider(info, handler));
     {
-        ModuleRegistrations second(registry);
+        ModuleRegistrations second(registry, std::make_shared<ModuleGate>());
         EXPECT_FALSE(second.RegisterDataProvider(info, handler));
         second.UnregisterDataProvider("Dp");
     }

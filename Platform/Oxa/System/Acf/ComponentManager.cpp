@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <mutex>
 #include <utility>
 
 namespace Oxa::System::Acf
@@ -64,9 +65,22 @@ void ComponentManager::StopAll() noexcept
                   });
 }
 
-const std::vector<ComponentFailure>& ComponentManager::GetFailures() const noexcept
+std::vector<ComponentFailure> ComponentManager::GetFailures() const
 {
+    const std::lock_guard lock(mutex);
     return failures;
+}
+
+std::optional<ComponentManager::Activity> ComponentManager::GetActivity() const
+{
+    const std::lock_guard lock(mutex);
+    return activity;
+}
+
+void ComponentManager::SetActivity(std::optional<Activity> newActivity)
+{
+    const std::lock_guard lock(mutex);
+    activity = std::move(newActivity);
 }
 
 void ComponentManager::Create(const ComponentConfiguration& configuration)
@@ -135,6 +149,16 @@ template <class Operation>
 bool ComponentManager::TryRun(const ComponentConfiguration& configuration, std::string_view operationName,
                               Operation operation)
 {
+    SetActivity(Activity{configuration.name, std::chrono::steady_clock::now()});
+    const bool success = TryRunGuarded(configuration, operationName, operation);
+    SetActivity(std::nullopt);
+    return success;
+}
+
+template <class Operation>
+bool ComponentManager::TryRunGuarded(const ComponentConfiguration& configuration, std::string_view operationName,
+                                     const Operation& operation)
+{
     try
     {
         operation();
@@ -154,10 +178,11 @@ bool ComponentManager::TryRun(const ComponentConfiguration& configuration, std::
 void ComponentManager::AddFailure(const ComponentConfiguration& configuration, std::string_view operationName,
                                   std::string_view cause)
 {
-    failures.push_back({configuration.name,
-                        Text::Format("component '{0}' of '{1}' is left out; {2} failed: {3}", configuration.name,
-                                     configuration.libraryPath, operationName, Text::EscapeControlCharacters(cause))});
-    Log(LogLevel::Error, "{0}", failures.back().text);
+    BasicString text = Text::Format("component '{0}' of '{1}' is left out; {2} failed: {3}", configuration.name,
+                                    configuration.libraryPath, operationName, Text::EscapeControlCharacters(cause));
+    Log(LogLevel::Error, "{0}", text);
+    const std::lock_guard lock(mutex);
+    failures.push_back({configuration.name, std::move(text)});
 }
 
 } // namespace Oxa::System::Acf

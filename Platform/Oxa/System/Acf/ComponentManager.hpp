@@ -5,10 +5,13 @@
 #include "Oxa/System/Acf/SharedLibrary.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Export.hpp"
+#include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <chrono>
 #include <list>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -32,7 +35,7 @@ struct ComponentFailure
 /// Loads components from shared libraries and takes them through their life: Setup and Start in the order of loading,
 /// Stop and destruction in the reverse order. A component that fails, in whatever way, is logged with its library and
 /// the cause and left out; the others go on.
-/// Owned by the process's main part. Threads: one at a time.
+/// Owned by the process's main part. Threads: one at a time, unless it is said.
 class OXA_EXPORT ComponentManager final : private System::Commons::Diagnostics::Logging::Loggable<ComponentManager>
 {
 public:
@@ -53,8 +56,17 @@ public:
     void StartAll();
     void StopAll() noexcept;
 
-    /// In the order in which they failed.
-    [[nodiscard]] const std::vector<ComponentFailure>& GetFailures() const noexcept;
+    /// In the order in which they failed. From any thread.
+    [[nodiscard]] std::vector<ComponentFailure> GetFailures() const;
+
+    struct Activity
+    {
+        BasicString componentName;
+        std::chrono::steady_clock::time_point begin;
+    };
+
+    /// The component that is being loaded, set up or started at this moment. From any thread.
+    [[nodiscard]] std::optional<Activity> GetActivity() const;
 
 private:
     enum class State : uint8
@@ -88,6 +100,10 @@ private:
     /// False when `operation` threw: that is then a failure of the component.
     template <class Operation>
     bool TryRun(const ComponentConfiguration& configuration, std::string_view operationName, Operation operation);
+    template <class Operation>
+    [[nodiscard]] bool TryRunGuarded(const ComponentConfiguration& configuration, std::string_view operationName,
+                                     const Operation& operation);
+    void SetActivity(std::optional<Activity> newActivity);
     void AddFailure(const ComponentConfiguration& configuration, std::string_view operationName,
                     std::string_view cause);
 
@@ -95,7 +111,11 @@ private:
     // Declared before the components, so that the libraries are closed after them.
     std::list<Library> libraries;
     std::list<Component> components;
+
+    /// Guards what other threads may ask for.
+    mutable System::Commons::Mutex mutex;
     std::vector<ComponentFailure> failures;
+    std::optional<Activity> activity;
 };
 
 } // namespace Oxa::System::Acf

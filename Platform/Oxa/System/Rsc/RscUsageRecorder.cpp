@@ -6,6 +6,7 @@ namespace Oxa::System::Rsc
 namespace
 {
 
+// A module asks through a static function that has no argument for it, from its own code on the thread that sets it up.
 thread_local RscUsageRecorder* current = nullptr;
 
 } // namespace
@@ -20,30 +21,17 @@ RscUsageRecorder::~RscUsageRecorder()
     current = outer;
 }
 
-void RscUsageRecorder::Note(const char* providerName)
+void RscUsageRecorder::Note(const char* providerName, uint64 epoch)
 {
     if (current != nullptr)
     {
-        current->providerNames.emplace(providerName);
+        current->epochs.emplace(providerName, epoch);
     }
 }
 
-void RscUsageRecorder::NoteMissing() noexcept
+const std::map<BasicString, uint64>& RscUsageRecorder::GetEpochs() const noexcept
 {
-    if (current != nullptr)
-    {
-        current->isAnyMissing = true;
-    }
-}
-
-const std::set<BasicString>& RscUsageRecorder::GetProviderNames() const noexcept
-{
-    return providerNames;
-}
-
-bool RscUsageRecorder::IsAnyMissing() const noexcept
-{
-    return isAnyMissing;
+    return epochs;
 }
 
 } // namespace Oxa::System::Rsc

@@ -3,13 +3,13 @@
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
-#include <set>
+#include <map>
 
 namespace Oxa::System::Rsc
 {
 
-/// Writes down whose services the thread that makes it asks the service manager for, and whether one was not there, as
-/// long as it lives. A second one on the same thread takes over until it goes. Threads: the one that makes it.
+/// Records for which providers the thread that makes it asks the service manager, as long as it lives, and the epochs
+/// of their services. A second one on the same thread takes over until it goes. Threads: the one that makes it.
 class OXA_EXPORT RscUsageRecorder final
 {
 public:
@@ -18,21 +18,17 @@ public:
     RscUsageRecorder& operator=(const RscUsageRecorder&) = delete;
     ~RscUsageRecorder();
 
-    [[nodiscard]] const std::set<BasicString>& GetProviderNames() const noexcept;
-
-    /// Whether nobody provided one of the services.
-    [[nodiscard]] bool IsAnyMissing() const noexcept;
+    /// Each provider with its epoch when it was first asked for; 0: its services were not there.
+    [[nodiscard]] const std::map<BasicString, uint64>& GetEpochs() const noexcept;
 
 private:
     friend class ServiceManager;
 
-    // They do nothing on a thread without a recorder.
-    static void Note(const char* providerName);
-    static void NoteMissing() noexcept;
+    /// Does nothing on a thread without a recorder.
+    static void Note(const char* providerName, uint64 epoch);
 
     RscUsageRecorder* const outer;
-    std::set<BasicString> providerNames;
-    bool isAnyMissing = false;
+    std::map<BasicString, uint64> epochs;
 };
 
 } // namespace Oxa::System::Rsc

@@ -88,14 +88,11 @@ BasicString GetProviderName(const std::vector<RscRegistration::Service>& service
 
 IRscService* ServiceManager::GetService(const char* providerName, IRscServiceProxyFactory& factory)
 {
-    RscUsageRecorder::Note(providerName);
     auto slot = GetSlotTable().FindOrCreate(providerName, factory.GetServiceInterfaceName());
-    if (!slot->IsProvided() && !TryReachRemote(*slot, factory))
-    {
-        RscUsageRecorder::NoteMissing();
-        return nullptr;
-    }
-    return factory.CreateProxy(std::move(slot));
+    const bool isThere = slot->IsProvided() || TryReachRemote(*slot, factory);
+    // After the connection was made, and before the service can be called.
+    RscUsageRecorder::Note(providerName, GetEpoch(providerName));
+    return isThere ? factory.CreateProxy(std::move(slot)) : nullptr;
 }
 
 void ServiceManager::RegisterService(IRscServiceProxyFactory& factory, std::shared_ptr<IRscService> implementation)

@@ -1,0 +1,184 @@
+#include "Host/Modules/HostedModule.hpp"
+
+#include "Host/Modules/ModuleGate.hpp"
+#include "Host/Modules/ModuleRegistry.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/ModuleInfo.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
+#include "Oxa/System/Commons/Extensibility/ModuleLibraryBase.hpp"
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Commons/XmlException.hpp"
+#include "Oxa/System/Nm/NotificationManager.hpp"
+#include "Oxa/System/Rsc/RscUsageRecorder.hpp"
+#include "Oxa/System/Rsc/ServiceManager.hpp"
+
+#include <utility>
+
+namespace Oxa::Host::Modules
+{
+
+using Services::Commons::Wbm::Modules::IWbmModule;
+using Services::Commons::Wbm::Modules::ModuleInfo;
+using System::Commons::XmlException;
+using System::Commons::Diagnostics::Logging::LogLevel;
+using System::Rsc::RscUsageRecorder;
+using System::Rsc::ServiceManager;
+
+HostedModule::HostedModule(Configuration::ModuleConfiguration configuration, std::shared_ptr<ModuleGate> gate,
+                           ModuleRegistry& registry, System::Nm::NotificationManager& notifications)
+    : configuration(std::move(configuration)),
+      registry(registry),
+      notifications(notifications),
+      registrations(registry, std::move(gate))
+{
+}
+
+HostedModule::~HostedModule() = default;
+
+HostedModule::Outcome HostedModule::SetUp(System::Commons::AppDomain& appDomain)
+{
+    TakeDown();
+    if (!TryLoad(appDomain))
+    {
+        return Outcome::Failed;
+    }
+    // Proxies of an earlier set-up may stay in use, also when this one does not ask for them again.
+    for (auto& [providerName, epoch] : epochs)
+    {
+        epoch = ServiceManager::GetEpoch(providerName);
+    }
+    const RscUsageRecorder usage;
+    try
+    {
+        isUp = TrySetUp();
+    }
+    catch (const XmlException&)
+    {
+        epochs.insert(usage.GetEpochs().begin(), usage.GetEpochs().end());
+        Reset();
+        throw;
+    }
+    epochs.insert(usage.GetEpochs().begin(), usage.GetEpochs().end());
+    if (!isUp)
+    {
+        Reset();
+        return Outcome::Failed;
+    }
+    lastReport.clear();
+    registry.DropWithdrawn(GetGate());
+    return IsAvailable() ? Outcome::Complete : Outcome::Incomplete;
+}
+
+/// What the library throws may be of a type of its own: it is destroyed before the library is closed.
+bool HostedModule::TryLoad(System::Commons::AppDomain& appDomain)
+{
+    if (module)
+    {
+        return true;
+    }
+    const bool isCreated = TryRun("cannot be loaded", [this] { library.emplace(configuration.libraryPath); }) &&
+                           TryRun("cannot be created", [this, &appDomain] { Create(appDomain); });
+    if (!isCreated)
+    {
+        library.reset();
+    }
+    return isCreated;
+}
+
+void HostedModule::Create(System::Commons::AppDomain& appDomain)
+{
+    using WbmModuleLibrary = System::Commons::Extensibility::ModuleLibraryBase<IWbmModule>;
+    using EntryFunction = WbmModuleLibrary&(System::Commons::AppDomain&);
+    EntryFunction* const entry = library->GetFunction<EntryFunction>("CreateWbmModuleLibrary");
+    module = entry(appDomain).GetModuleFactory().CreateModule(configuration.name);
+    if (!module)
+    {
+        throw System::Commons::InvalidOperationException::Create("the library has no module of the name '{0}'",
+                                                                 configuration.name);
+    }
+}
+
+bool HostedModule::TrySetUp()
+{
+    return TryRun("cannot be set up",
+                  [this] {
+                      module->SetupModule(ModuleInfo(configuration.name, configuration.settingsPath), registrations);
+                  }) &&
+           TryRun("cannot be started", [this] { module->StartModule(); });
+}
+
+bool HostedModule::IsAvailable()
+{
+    bool isAvailable = false;
+    RunAndReport("cannot say whether it is available",
+                 [this, &isAvailable] { isAvailable = registry.IsAvailable(GetGate()); });
+    return isAvailable;
+}
+
+void HostedModule::TakeDown() noexcept
+{
+    if (std::exchange(isUp, false))
+    {
+        RunAndReport("cannot be stopped", [this] { module->StopModule(); });
+        Reset();
+    }
+}
+
+void HostedModule::Reset() noexcept
+{
+    RunAndReport("cannot be reset", [this] { module->ResetModule(registrations); });
+    registrations.TakeBackAll();
+}
+
+/// False when the step threw. Only an XmlException passes: what to do about settings is the caller's decision.
+template <class Step>
+bool HostedModule::TryRun(const char* fault, const Step& step)
+{
+    try
+    {
+        step();
+        return true;
+    }
+    catch (const XmlException&)
+    {
+        throw;
+    }
+    catch (...)
+    {
+        Report(fault, System::Commons::DescribeCurrentException());
+    }
+    return false;
+}
+
+template <class Step>
+void HostedModule::RunAndReport(const char* fault, const Step& step) noexcept
+{
+    try
+    {
+        (void)TryRun(fault, step);
+    }
+    catch (const XmlException& exception)
+    {
+        Report(exception);
+    }
+}
+
+void HostedModule::Report(const XmlException& exception)
+{
+    const BasicString& position = exception.GetReadingPosition();
+    Report("cannot use its settings",
+           position.empty() ? exception.GetMessage() : position + ": " + exception.GetMessage());
+}
+
+void HostedModule::Report(const char* fault, const BasicString& cause)
+{
+    const BasicString report = BasicString(fault) + ": " + cause;
+    if (report == lastReport)
+    {
+        return;
+    }
+    lastReport = report;
+    Log(LogLevel::Error, "the module '{0}' of '{1}' {2}", configuration.name, configuration.libraryPath, report);
+    notifications.Publish({{}, System::Nm::NotificationKind::ModuleFailed, "Host.Modules", {}, configuration.name, {}});
+}
+
+} // namespace Oxa::Host::Modules

@@ -1,0 +1,97 @@
+#pragma once
+
+#include "Host/Configuration/HostConfiguration.hpp"
+#include "Host/Modules/ModuleLifecycle.hpp"
+#include "Host/Modules/ModuleRegistrations.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/IWbmModule.hpp"
+#include "Oxa/System/Acf/SharedLibrary.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <memory>
+#include <optional>
+
+namespace Oxa::System::Commons
+{
+class AppDomain;
+class XmlException;
+} // namespace Oxa::System::Commons
+
+namespace Oxa::System::Nm
+{
+class NotificationManager;
+}
+
+namespace Oxa::Host::Modules
+{
+
+/// One configured module: its library, the object that the library creates, and what that has registered. Whatever the
+/// module throws is logged with the library and the cause, once for each cause in a row, and published.
+/// Threads: one at a time. No other thread calls the module during a call of these, unless it is said.
+class HostedModule final : private System::Commons::Diagnostics::Logging::Loggable<HostedModule>
+{
+public:
+    using Epochs = ModuleLifecycle::Epochs;
+    using Outcome = ModuleLifecycle::Outcome;
+
+    /// `registry` and `notifications` are borrowed. `gate` is closed.
+    HostedModule(Configuration::ModuleConfiguration configuration, std::shared_ptr<ModuleGate> gate,
+                 ModuleRegistry& registry, System::Nm::NotificationManager& notifications);
+    HostedModule(const HostedModule&) = delete;
+    HostedModule& operator=(const HostedModule&) = delete;
+    ~HostedModule();
+
+    /// Loads the library and creates the module unless that is done, stops and resets the module if it is up, sets it
+    /// up and starts it. After a failure nothing of it is registered. Throws XmlException when its settings cannot be
+    /// read. `appDomain` goes to the library, which may keep it. Requires: the gate is closed.
+    [[nodiscard]] Outcome SetUp(System::Commons::AppDomain& appDomain);
+
+    /// Reports settings that cannot be read.
+    void Report(const System::Commons::XmlException& exception);
+
+    /// Stops and resets the module if it is up.
+    void TakeDown() noexcept;
+
+    /// Of the providers that the module has asked for so far, from before it was set up.
+    [[nodiscard]] const Epochs& GetEpochs() const noexcept
+    {
+        return epochs;
+    }
+
+    [[nodiscard]] ModuleGate& GetGate() noexcept
+    {
+        return registrations.GetGate();
+    }
+
+    /// From any thread.
+    [[nodiscard]] const BasicString& GetName() const noexcept
+    {
+        return configuration.name;
+    }
+
+private:
+    [[nodiscard]] bool TryLoad(System::Commons::AppDomain& appDomain);
+    void Create(System::Commons::AppDomain& appDomain);
+    [[nodiscard]] bool TrySetUp();
+    [[nodiscard]] bool IsAvailable();
+    void Reset() noexcept;
+
+    template <class Step>
+    [[nodiscard]] bool TryRun(const char* fault, const Step& step);
+    template <class Step>
+    void RunAndReport(const char* fault, const Step& step) noexcept;
+    void Report(const char* fault, const BasicString& cause);
+
+    const Configuration::ModuleConfiguration configuration;
+    ModuleRegistry& registry;
+    System::Nm::NotificationManager& notifications;
+    // In this order, so that the library goes last and the registry's way into the module first.
+    std::optional<System::Acf::SharedLibrary> library;
+    std::unique_ptr<Services::Commons::Wbm::Modules::IWbmModule> module;
+    ModuleRegistrations registrations;
+    Epochs epochs;
+    bool isUp = false;
+    BasicString lastReport;
+};
+
+} // namespace Oxa::Host::Modules
