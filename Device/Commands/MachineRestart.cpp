@@ -1,13 +1,13 @@
 #include "Device/Commands/MachineRestart.hpp"
 
-#include "Device/Commands/CommandTimes.hpp"
-#include "Device/Commands/SystemBus.hpp"
+#include "Device/Commands/UnitRun.hpp"
 #include "Device/Machine/IWaiter.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <systemd/sd-bus.h>
 
 #include <string_view>
+#include <utility>
 
 namespace Oxa::Device::Linux::Commands
 {
@@ -40,12 +40,27 @@ CommandResult Judge(std::string_view ability)
 
 } // namespace
 
-MachineRestart::MachineRestart(SystemBus& bus, Machine::IWaiter& waiter, const CommandTimes& times)
-    : bus(bus), waiter(waiter), times(times)
+MachineRestart::MachineRestart(const System::Commons::Threading::WakeEvent& stop, Machine::IWaiter& waiter,
+                               const CommandTimes& times, BasicString resetUnit)
+    : waiter(waiter), times(times), resetUnit(std::move(resetUnit)), bus(stop, times.call)
 {
 }
 
-CommandResult MachineRestart::Check()
+CommandResult MachineRestart::Prepare()
+{
+    CommandResult result = bus.Open();
+    if (result.IsSuccess())
+    {
+        result = CheckAbility();
+    }
+    if (!result.IsSuccess() || resetUnit.empty())
+    {
+        return result;
+    }
+    return UnitRun(bus, resetUnit, times).Carry();
+}
+
+CommandResult MachineRestart::CheckAbility()
 {
     const BusAnswer answer = bus.Call(MakeMethod("CanReboot"), "");
     if (!answer.result.IsSuccess())

@@ -1,7 +1,10 @@
 #pragma once
 
 #include "Device/Commands/CommandResult.hpp"
+#include "Device/Commands/CommandSettings.hpp"
+#include "Device/Commands/SystemBus.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Commons/Types.hpp"
 
 namespace Oxa::Device::Linux::Machine
 {
@@ -11,26 +14,32 @@ class IWaiter;
 namespace Oxa::Device::Linux::Commands
 {
 
-class SystemBus;
-struct CommandTimes;
-
-/// The reboot of the machine by the login manager. Owned by a command, used by its thread only.
+/// Reboots the machine by the login manager, after a unit has reset it if one is given. Nothing is reset on a machine
+/// that may not be rebooted. Owned by a command, used by its thread only; the connection to the system bus lasts as
+/// long.
 class MachineRestart final : private System::Commons::Diagnostics::Logging::Loggable<MachineRestart>
 {
 public:
-    /// Requires: all three outlive the object; a cancelled waiter means that the process stops.
-    MachineRestart(SystemBus& bus, Machine::IWaiter& waiter, const CommandTimes& times);
+    /// `resetUnit`: empty for a reboot only. Requires: the others outlive the object; a cancelled waiter means that the
+    /// process stops.
+    MachineRestart(const System::Commons::Threading::WakeEvent& stop, Machine::IWaiter& waiter,
+                   const CommandTimes& times, BasicString resetUnit);
 
-    /// Whether this process may reboot the machine: AccessDenied, NotSupported, or as `SystemBus::Call`.
-    CommandResult Check();
+    /// Checks whether this process may reboot the machine, then resets it: AccessDenied, NotSupported, or as
+    /// `SystemBus::Call` and `UnitRun::Carry`.
+    CommandResult Prepare();
 
-    /// Lets a moment pass and reboots. Returns when the process stops; DeviceFault when the machine lives on.
+    /// Lets a moment pass and reboots. Returns when the process stops; DeviceFault when the machine is still up after
+    /// `CommandTimes::afterReboot`.
     CommandResult Reboot();
 
 private:
-    SystemBus& bus;
+    CommandResult CheckAbility();
+
     Machine::IWaiter& waiter;
     const CommandTimes& times;
+    const BasicString resetUnit;
+    SystemBus bus;
 };
 
 } // namespace Oxa::Device::Linux::Commands

@@ -1,6 +1,5 @@
 #include "Device/Commands/UnitRun.hpp"
 
-#include "Device/Commands/CommandTimes.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <systemd/sd-bus.h>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Device/Commands/CommandResult.hpp"
+#include "Device/Commands/CommandSettings.hpp"
 #include "Device/Commands/SystemBus.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 
@@ -8,8 +9,6 @@
 
 namespace Oxa::Device::Linux::Commands
 {
-
-struct CommandTimes;
 
 /// Starts one systemd unit and waits until its work has ended, with success or without. The work of a service has ended
 /// when none of its processes runs any more, whatever its type is; the work of a target has ended when the target has

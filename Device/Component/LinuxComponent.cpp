@@ -117,12 +117,12 @@ void LinuxComponent::Stop() noexcept
 
 std::shared_ptr<Commands::DeviceCommands> LinuxComponent::MakeCommands()
 {
-    Commands::ServiceOutage::Actions outageActions = {[this] { services->Withdraw(); },
-                                                      [this]
-                                                      {
-                                                          bootIdentity->Renew();
-                                                          Offer();
-                                                      }};
+    Commands::DeviceCommands::OutageActions outageActions = {[this] { services->Withdraw(); },
+                                                             [this]
+                                                             {
+                                                                 bootIdentity->Renew();
+                                                                 Offer();
+                                                             }};
     return std::make_shared<Commands::DeviceCommands>(commandSettings, std::move(outageActions),
                                                       std::move(commandWaiter));
 }

@@ -1,6 +1,6 @@
 #include "Device/Description/DescriptionDocument.hpp"
 
-#include "Device/Commands/UnitName.hpp"
+#include "Device/Commands/CommandSettings.hpp"
 #include "Device/Description/DescriptionCursor.hpp"
 #include "Device/Description/ItemTypes.hpp"
 #include "Device/Description/SourceReader.hpp"

@@ -12,7 +12,7 @@ using Interface::Services::AccessErrorCode;
 using System::Commons::Diagnostics::Logging::LogLevel;
 using System::Rsc::RscCallContext;
 
-DeviceControlService::DeviceControlService(std::shared_ptr<Commands::IDeviceCommands> commands)
+DeviceControlService::DeviceControlService(std::shared_ptr<Commands::DeviceCommands> commands)
     : commands(std::move(commands))
 {
 }

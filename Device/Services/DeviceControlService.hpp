@@ -1,7 +1,6 @@
 #pragma once
 
-#include "Device/Commands/IDeviceCommands.hpp"
-#include "Device/Commands/RefusalLogLimits.hpp"
+#include "Device/Commands/DeviceCommands.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceControlService.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 
@@ -17,19 +16,19 @@ class DeviceControlService final : public Interface::Services::IDeviceControlSer
 {
 public:
     /// Shares the commands, so that a call under way survives the component's end. Requires: not null.
-    explicit DeviceControlService(std::shared_ptr<Commands::IDeviceCommands> commands);
+    explicit DeviceControlService(std::shared_ptr<Commands::DeviceCommands> commands);
     ~DeviceControlService() override;
 
-    /// As `IDeviceCommands::Restart`.
+    /// As `DeviceCommands::Restart`.
     Interface::Services::AccessErrorCode Restart() override;
 
-    /// As `IDeviceCommands::FactoryReset`.
+    /// As `DeviceCommands::FactoryReset`.
     [[nodiscard]] Interface::Services::AccessErrorCode FactoryReset(uint16 resetKind) override;
 
 private:
     void LogOutcome(Interface::Services::AccessErrorCode result, const BasicString& what, const BasicString& caller);
 
-    const std::shared_ptr<Commands::IDeviceCommands> commands;
+    const std::shared_ptr<Commands::DeviceCommands> commands;
     Commands::RefusalLogLimits logLimits;
 };
 

@@ -19,7 +19,7 @@ using Interface::Services::DeviceInfoServiceProxyFactory;
 using Interface::Services::DeviceStatusServiceProxyFactory;
 
 DeviceServices::DeviceServices(const std::shared_ptr<const Items::ItemTable>& items,
-                               const std::shared_ptr<Commands::IDeviceCommands>& commands)
+                               const std::shared_ptr<Commands::DeviceCommands>& commands)
     : infoService(std::make_shared<DeviceInfoService>(items)),
       statusService(std::make_shared<DeviceStatusService>(items)),
       controlService(std::make_shared<DeviceControlService>(commands)),

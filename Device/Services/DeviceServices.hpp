@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Device/Commands/IDeviceCommands.hpp"
+#include "Device/Commands/DeviceCommands.hpp"
 #include "Device/Items/ItemTable.hpp"
 #include "Device/Services/ItemService.hpp"
 #include "Oxa/System/Rsc/RscRegistration.hpp"
@@ -21,7 +21,7 @@ class DeviceServices final
 public:
     /// Offers nothing yet. Requires: neither argument is null.
     DeviceServices(const std::shared_ptr<const Items::ItemTable>& items,
-                   const std::shared_ptr<Commands::IDeviceCommands>& commands);
+                   const std::shared_ptr<Commands::DeviceCommands>& commands);
     DeviceServices(const DeviceServices&) = delete;
     DeviceServices& operator=(const DeviceServices&) = delete;
 

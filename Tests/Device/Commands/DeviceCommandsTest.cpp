@@ -1,7 +1,6 @@
 #include "Device/Commands/DeviceCommands.hpp"
 
 #include "Device/Commands/FakeSystem.hpp"
-#include "Device/Commands/UnitName.hpp"
 #include "Device/FakeTime.hpp"
 #include "Device/Services/DeviceControlService.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
@@ -43,9 +42,9 @@ struct Device
 {
     explicit Device(const CommandTimes& times = {}, const CommandSettings& settings = realSettings)
         : commands(std::make_shared<DeviceCommands>(settings,
-                                                    ServiceOutage::Actions{[] {},
-                                                                           [] {
-                                                                           }},
+                                                    DeviceCommands::OutageActions{[] {},
+                                                                                  [] {
+                                                                                  }},
                                                     time.MakeWaiter(), times))
     {
     }

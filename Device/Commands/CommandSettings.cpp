@@ -1,4 +1,4 @@
-#include "Device/Commands/UnitName.hpp"
+#include "Device/Commands/CommandSettings.hpp"
 
 #include <cstddef>
 

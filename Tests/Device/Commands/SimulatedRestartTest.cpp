@@ -1,5 +1,3 @@
-#include "Device/Commands/ServiceOutage.hpp"
-
 #include "Device/Commands/DeviceCommands.hpp"
 #include "Device/FakeTime.hpp"
 #include "Device/Services/DeviceControlService.hpp"
@@ -22,7 +20,7 @@ namespace
 class SimulatedRestart : public testing::Test
 {
 protected:
-    Commands::ServiceOutage::Actions MakeActions()
+    Commands::DeviceCommands::OutageActions MakeActions()
     {
         return {[this] { isOffered = false; },
                 [this]
