@@ -1,6 +1,6 @@
 // Reads of one item and of eleven through the remote service call layer, beside a bare exchange of as many bytes
 // between two processes. "same core": both processes on core 0; "other core": the service on core 1. The services
-// answer from memory. The bus takes part when DBUS_SESSION_BUS_ADDRESS names a bus (dbus-run-session).
+// answer from memory.
 
 #include "Benchmarks/MemoryServices.hpp"
 #include "Oxa/System/Rsc/RscServer.hpp"
@@ -14,7 +14,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <string>
@@ -84,17 +83,12 @@ BasicString GetSocketPath(int core)
     return fmt::format("{}/core{}", folder, core);
 }
 
-void Serve(int core, const BasicString& socketPath, int ready)
+void Serve(const BasicString& socketPath, int ready)
 {
     Oxa::Benchmarks::ProvideMemoryServices();
     Oxa::System::Rsc::RscServerConfiguration configuration;
     configuration.socketPath = socketPath;
     configuration.users = {{std::to_string(getuid()), true}};
-    if (std::getenv("DBUS_SESSION_BUS_ADDRESS") != nullptr)
-    {
-        configuration.busAddress = "session";
-        configuration.busName = fmt::format("Oxa.Device.Core{}", core);
-    }
     const RscServer server(configuration);
     Say(ready);
     pause();
@@ -120,7 +114,7 @@ void StartProcesses()
     for (int core = 0; core < 2; ++core)
     {
         const BasicString socketPath = GetSocketPath(core);
-        StartProcess(core, [core, &socketPath](int ready) { Serve(core, socketPath, ready); });
+        StartProcess(core, [&socketPath](int ready) { Serve(socketPath, ready); });
         std::array<int, 2> ends = {};
         if (socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends.data()) != 0)
         {
@@ -260,17 +254,6 @@ void RegisterForCore(int core, const std::string& place)
             ->UseRealTime();
         benchmark::RegisterBenchmark(("PeerToPeer" + suffix).c_str(), [read = each.read, peer](benchmark::State& state)
                                      { MeasureRemote(state, read, peer); })
-            ->UseRealTime();
-        if (std::getenv("DBUS_SESSION_BUS_ADDRESS") == nullptr)
-        {
-            continue;
-        }
-        Oxa::System::Rsc::RscEndpointConfiguration bus;
-        bus.providerName = "Oxa.Device";
-        bus.busAddress = "session";
-        bus.busName = fmt::format("Oxa.Device.Core{}", core);
-        benchmark::RegisterBenchmark(("Bus" + suffix).c_str(), [read = each.read, bus](benchmark::State& state)
-                                     { MeasureRemote(state, read, bus); })
             ->UseRealTime();
     }
 }

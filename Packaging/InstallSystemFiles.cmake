@@ -1,4 +1,4 @@
-# Installs what the services need beside binaries and libraries: configuration, units, users, bus policy, descriptions,
+# Installs what the services need beside binaries and libraries: configuration, units, users, descriptions,
 # manual pages. Runs as part of `cmake --install`, or alone, without a build:
 #     DESTDIR=/tmp/root cmake -D CMAKE_INSTALL_PREFIX=/usr -P Packaging/InstallSystemFiles.cmake
 # A part of the installation proper because units and the place of the configuration depend on the prefix, which is
@@ -60,8 +60,6 @@ file(INSTALL DESTINATION "${CMAKE_INSTALL_PREFIX}/lib/sysusers.d" TYPE FILE FILE
   "${CMAKE_CURRENT_LIST_DIR}/sysusers/oxa.conf")
 file(INSTALL DESTINATION "${CMAKE_INSTALL_PREFIX}/lib/tmpfiles.d" TYPE FILE FILES
   "${CMAKE_CURRENT_LIST_DIR}/tmpfiles/oxa.conf")
-file(INSTALL DESTINATION "${datadir}/dbus-1/system.d" TYPE FILE FILES
-  "${CMAKE_CURRENT_LIST_DIR}/dbus/oxa-device.conf")
 
 foreach(section IN ITEMS 5 8)
   file(GLOB pages "${sources}/Docs/man/*.${section}")

@@ -22,15 +22,9 @@ namespace
 
 void ReadServer(const XmlElementReader& element, RscServerConfiguration& server)
 {
-    element.RequireOnly({"socket", "bus", "busName", "maximumConnections"});
+    element.RequireOnly({"socket", "maximumConnections"});
     element.Read("socket", server.socketPath);
-    element.Read("bus", server.busAddress);
-    element.Read("busName", server.busName);
     element.Read("maximumConnections", server.maximumConnections, 1, 64);
-    if (server.busAddress.empty() != server.busName.empty())
-    {
-        element.ThrowBadValue("busName", server.busName, "a name together with a bus, or neither");
-    }
 }
 
 void ReadUser(const XmlElementReader& element, RscServerConfiguration& server)

@@ -34,53 +34,14 @@ constexpr std::chrono::milliseconds longestDeadline{60'000};
 /// What the address of a Unix socket has room for.
 constexpr std::size_t longestSocketPath = 107;
 
-/// A well-known name of D-Bus.
-bool IsBusName(std::string_view name)
+void ReadSocket(const XmlElementReader& element, RscEndpointConfiguration& endpoint)
 {
-    constexpr std::string_view allowed = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.";
-    return name.size() < 256 && name.find_first_not_of(allowed) == std::string_view::npos &&
-           name.find('.') != std::string_view::npos && name.find("..") == std::string_view::npos &&
-           name.front() != '.' && name.back() != '.';
-}
-
-void CheckSocket(const XmlElementReader& element, const RscEndpointConfiguration& endpoint)
-{
-    if (endpoint.socketPath.front() != '/' || endpoint.socketPath.size() > longestSocketPath)
+    element.ReadRequired("socket", endpoint.socketPath);
+    if (endpoint.socketPath.empty() || endpoint.socketPath.front() != '/' ||
+        endpoint.socketPath.size() > longestSocketPath)
     {
         element.ThrowBadValue("socket", endpoint.socketPath, "an absolute path of at most 107 bytes");
     }
-}
-
-void ReadBusName(const XmlElementReader& element, RscEndpointConfiguration& endpoint)
-{
-    const BasicString& bus = endpoint.busAddress;
-    if (bus != "system" && bus != "session" && bus.find(':') == BasicString::npos)
-    {
-        element.ThrowBadValue("bus", bus, "system, session or an address such as unix:path=/run/bus");
-    }
-    element.ReadRequired("busName", endpoint.busName);
-    if (!IsBusName(endpoint.busName))
-    {
-        element.ThrowBadValue("busName", endpoint.busName, "a name such as com.example.Device");
-    }
-}
-
-/// At a socket or on a bus.
-void ReadPlace(const XmlElementReader& element, RscEndpointConfiguration& endpoint)
-{
-    element.Read("socket", endpoint.socketPath);
-    element.Read("bus", endpoint.busAddress);
-    if (endpoint.socketPath.empty() == endpoint.busAddress.empty())
-    {
-        element.ThrowBadValue("socket", endpoint.socketPath, "either a socket or a bus");
-    }
-    if (endpoint.socketPath.empty())
-    {
-        ReadBusName(element, endpoint);
-        return;
-    }
-    element.RequireOnly({"name", "socket", "readMilliseconds", "commandMilliseconds"});
-    CheckSocket(element, endpoint);
 }
 
 /// Fills a configuration from the document element's children.
@@ -174,10 +135,10 @@ private:
 
     void ReadServiceProvider(const XmlElementReader& element)
     {
-        element.RequireOnly({"name", "socket", "bus", "busName", "readMilliseconds", "commandMilliseconds"});
+        element.RequireOnly({"name", "socket", "readMilliseconds", "commandMilliseconds"});
         RscEndpointConfiguration endpoint;
         element.ReadRequired("name", endpoint.providerName);
-        ReadPlace(element, endpoint);
+        ReadSocket(element, endpoint);
         element.Read("readMilliseconds", endpoint.readTimeout, shortestDeadline, longestDeadline);
         element.Read("commandMilliseconds", endpoint.commandTimeout, shortestDeadline, longestDeadline);
         auto& endpoints = configuration.serviceEndpoints;

@@ -112,7 +112,7 @@ protected:
                       {
                           Answer(call);
                       }};
-    DeviceClient client{{"Oxa.Device", path, "", "", timeout, timeout}};
+    DeviceClient client{{"Oxa.Device", path, timeout, timeout}};
 };
 
 TEST_F(CallingAStranger, TakesNothingForAnAnswerThatIsNone)
@@ -263,7 +263,7 @@ TEST(CallingASilentProcess, GivesUpInTime)
     const Support::TemporaryFolder folder;
     const BasicString path = folder.GetPath("socket");
     const FakeBytePeer peer(path, nullptr);
-    DeviceClient client({"Oxa.Device", path, "", "", timeout, timeout});
+    DeviceClient client({"Oxa.Device", path, timeout, timeout});
     const Outcome outcome = DeviceClient::Measure([&client] { return client.TryFind() ? "found" : "nobody"; });
     EXPECT_EQ(outcome, "nobody");
     EXPECT_GE(outcome.duration, timeout);

@@ -99,7 +99,7 @@ Support::ChildProcess& DeviceProcess::GetProcess()
 
 System::Rsc::RscEndpointConfiguration DeviceProcess::GetEndpoint() const
 {
-    return {"Oxa.Device", socketPath, "", "", readTimeout, commandTimeout};
+    return {"Oxa.Device", socketPath, readTimeout, commandTimeout};
 }
 
 const Support::TemporaryFolder& DeviceProcess::GetFolder() const

@@ -118,34 +118,6 @@ TEST(Serving, KeepsNothingOfCallersThatGoAway)
     EXPECT_TRUE(Eventually([&device, before] { return CountDescriptors(device) == before; }, 2s));
 }
 
-TEST(Serving, WorksThroughAMessageBus)
-{
-    const Support::TemporaryFolder folder;
-    const BasicString address = "unix:path=" + folder.GetPath("bus");
-    Support::ChildProcess bus(
-        {"/usr/bin/dbus-daemon", "--session", "--nofork", "--print-address", "--address=" + address});
-    static_cast<void>(bus.WaitForLine("unix:"));
-    DeviceProcess device({.server = "bus=\"" + address + "\" busName=\"Oxa.Device\""});
-    DeviceClient client({"Oxa.Device", "", address, "Oxa.Device", DeviceProcess::readTimeout, 1s});
-    EXPECT_FALSE(client.TryFind());
-    device.Start();
-    ASSERT_TRUE(Eventually([&client] { return client.TryFind(); }, 2s));
-    Support::ChildProcess inspector(
-        {"/usr/bin/busctl", "--address=" + address, "introspect", "Oxa.Device", "/Oxa/Device"});
-    EXPECT_EQ(inspector.Wait(), 0) << inspector.GetErrors();
-    EXPECT_THAT(inspector.GetOutput(), testing::HasSubstr(".ReadItems"));
-    for (int round = 0; round < 3; ++round)
-    {
-        EXPECT_EQ(client.Read("Test.1"), value);
-        auto waiting = std::async(std::launch::async, [&client] { return client.Read("Test.Late"); });
-        device.Kill();
-        EXPECT_THAT(waiting.get().text, testing::AnyOf("ConnectionLost", "NotAvailable", "TimedOut"));
-        EXPECT_THAT(client.Read("Test.1").text, testing::AnyOf("ConnectionLost", "NotAvailable"));
-        device.Start();
-        EXPECT_TRUE(Eventually([&client] { return client.Read("Test.1") == value; }, 2s));
-    }
-}
-
 struct Ended
 {
     int status;

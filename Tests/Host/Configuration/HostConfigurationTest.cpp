@@ -35,7 +35,7 @@ TEST(ReadingTheConfiguration, TakesEverythingThatItSays)
             <Sessions idleSeconds="9" lifetimeSeconds="10" maximumPerUser="11" maximumTotal="12"/>
             <Requests maximumWaiting="13"/>
             <Services><Provider name="D" socket="/d" readMilliseconds="10" commandMilliseconds="60000"/>
-                <Provider name="E" bus="system" busName="org.e"/></Services>
+                <Provider name="E" socket="/e"/></Services>
             <Components><Component name="A" library="/a" settings="/as"/><Component name="B" library="/a" component="A"/>
             </Components>
             <Modules><Module name="M" library="/m" settings="/ms"><DataProvider name="P" safe="true"/>
@@ -65,7 +65,7 @@ TEST(ReadingTheConfiguration, TakesEverythingThatItSays)
     EXPECT_EQ(configuration.serviceEndpoints[0].socketPath, "/d");
     EXPECT_EQ(configuration.serviceEndpoints[0].readTimeout.count(), 10);
     EXPECT_EQ(configuration.serviceEndpoints[0].commandTimeout.count(), 60000);
-    EXPECT_EQ(configuration.serviceEndpoints[1].busName, "org.e");
+    EXPECT_EQ(configuration.serviceEndpoints[1].socketPath, "/e");
     ASSERT_EQ(configuration.components.size(), 2U);
     EXPECT_EQ(configuration.components[0].settingsPath, "/as");
     EXPECT_EQ(configuration.components[1].componentName, "A");
@@ -99,12 +99,9 @@ TEST(ReadingTheConfiguration, NamesTheLineOfWhatItDoesNotUnderstand)
          "'M', expected a name that is not taken"},
         {"<Modules><Module name=\"M\" library=\"/m\"><DataProvider name=\"P\" safe=\"yes\"/></Module></Modules>",
          "'yes', expected true or false"},
-        {"<Services><Provider name=\"D\"/></Services>", "'', expected either a socket or a bus"},
-        {"<Services><Provider name=\"D\" socket=\"/d\" bus=\"system\"/></Services>", "expected either a socket or"},
-        {"<Services><Provider name=\"D\" socket=\"/d\" busName=\"org.d\"/></Services>", "no attribute 'busName'"},
+        {"<Services><Provider name=\"D\"/></Services>", "the element 'Provider' needs the attribute 'socket'"},
+        {"<Services><Provider name=\"D\" socket=\"/d\" bus=\"system\"/></Services>", "no attribute 'bus'"},
         {"<Services><Provider name=\"D\" socket=\"d\"/></Services>", "'d', expected an absolute path"},
-        {"<Services><Provider name=\"D\" bus=\"user\" busName=\"org.d\"/></Services>", "'user', expected system"},
-        {"<Services><Provider name=\"D\" bus=\"system\" busName=\"d\"/></Services>", "'d', expected a name such as"},
         {"<Services><Provider name=\"D\" socket=\"/d\" readMilliseconds=\"9\"/></Services>",
          "'9', expected a number from 10 to 60000"},
         {"<Services><Provider name=\"D\" socket=\"/d\"/><Provider name=\"D\" socket=\"/e\"/></Services>",

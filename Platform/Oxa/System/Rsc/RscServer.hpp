@@ -24,7 +24,7 @@ class OXA_EXPORT RscServer final
 {
 public:
     /// Listens and serves. `listeningSocket`: a listening Unix socket that the process was given, for instance by
-    /// systemd; none by default. Throws InvalidOperationException, naming socket or bus and the cause, when that cannot
+    /// systemd; none by default. Throws InvalidOperationException, naming the socket and the cause, when that cannot
     /// be done.
     explicit RscServer(const RscServerConfiguration& configuration,
                        System::Commons::FileDescriptor listeningSocket = {});

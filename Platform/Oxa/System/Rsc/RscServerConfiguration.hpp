@@ -17,16 +17,12 @@ struct RscServerUser
     bool mayCommand = false;
 };
 
-/// Where a process offers its services to others: at a socket, on a message bus, or both. A value type.
+/// Where a process offers its services to others, and to whom. A value type.
 struct RscServerConfiguration
 {
     /// Of a Unix socket; empty: none. A socket that is left over from another process is replaced.
     BasicString socketPath;
-    /// "system", "session" or an address in the notation of D-Bus; empty: no bus.
-    BasicString busAddress;
-    /// The well-known name that is asked for on the bus.
-    BasicString busName;
-    /// Nobody else may connect, or, on a bus, call.
+    /// Only these may connect.
     std::vector<RscServerUser> users;
     std::size_t maximumConnections = 8;
 };

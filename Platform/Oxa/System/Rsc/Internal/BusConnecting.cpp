@@ -1,9 +1,7 @@
 #include "Oxa/System/Rsc/Internal/BusConnecting.hpp"
 
 #include "Oxa/System/Commons/FileDescriptor.hpp"
-#include "Oxa/System/Rsc/Internal/BusOpening.hpp"
 #include "Oxa/System/Rsc/Internal/ClientHandshake.hpp"
-#include "Oxa/System/Rsc/Internal/PollTimeout.hpp"
 #include "Oxa/System/Rsc/Internal/SocketAddress.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
@@ -24,30 +22,11 @@ namespace
 
 /// How soon a listener whose queue is full is asked again; the kernel does not tell when it has room.
 constexpr int fullQueueWait = 5;
-constexpr int maximumPollWait = 1000;
 
 [[noreturn]] void ThrowNotConnected(int error)
 {
     throw RscServiceException::Create(RscFault::NotAvailable, "there is no connection: {0}",
                                       std::generic_category().message(error));
-}
-
-void Require(int result)
-{
-    if (result < 0)
-    {
-        ThrowNotConnected(-result);
-    }
-}
-
-/// A message bus closes the connection of a user it does not accept; that shows as one of these errors.
-void RequireAccepted(int result)
-{
-    if (result == -EPERM || result == -EPIPE || result == -ECONNRESET || result == -ENOTCONN)
-    {
-        throw RscServiceException(RscFault::Refused, "the message bus turned the connection away, or went away");
-    }
-    Require(result);
 }
 
 void RequireTime(CallDeadline deadline)
@@ -76,29 +55,6 @@ void Connect(int descriptor, const BasicString& path, CallDeadline deadline)
     }
 }
 
-void ProcessUntilReady(sd_bus& bus, CallDeadline deadline)
-{
-    for (;;)
-    {
-        const int worked = sd_bus_process(&bus, nullptr);
-        RequireAccepted(worked);
-        const int isReady = sd_bus_is_ready(&bus);
-        RequireAccepted(isReady);
-        if (isReady > 0)
-        {
-            return;
-        }
-        RequireTime(deadline);
-        if (worked == 0)
-        {
-            const int events = sd_bus_get_events(&bus);
-            Require(events);
-            pollfd waiting{sd_bus_get_fd(&bus), static_cast<short>(events), 0};
-            poll(&waiting, 1, GetPollTimeout(deadline, maximumPollWait));
-        }
-    }
-}
-
 } // namespace
 
 BusHandle ConnectToSocket(const BasicString& path, CallDeadline deadline)
@@ -110,20 +66,6 @@ BusHandle ConnectToSocket(const BasicString& path, CallDeadline deadline)
     }
     Connect(connected.Get(), path, deadline);
     return AuthenticateAsClient(std::move(connected), deadline);
-}
-
-BusHandle ConnectToBus(const BasicString& address, CallDeadline deadline)
-{
-    try
-    {
-        BusHandle bus = OpenMessageBus(ResolveBusAddress(address));
-        ProcessUntilReady(*bus, deadline);
-        return bus;
-    }
-    catch (const std::system_error& error)
-    {
-        ThrowNotConnected(error.code().value());
-    }
 }
 
 } // namespace Oxa::System::Rsc::Internal

@@ -19,7 +19,4 @@ inline constexpr const char* connectingTimedOutText = "the connection was not ma
 /// nothing comes of it until the deadline, BadAnswer when what it answers is no handshake.
 [[nodiscard]] BusHandle ConnectToSocket(const BasicString& path, CallDeadline deadline);
 
-/// Connects to a message bus: "system", "session" or an address in the notation of D-Bus. Throws as above.
-[[nodiscard]] BusHandle ConnectToBus(const BasicString& address, CallDeadline deadline);
-
 } // namespace Oxa::System::Rsc::Internal

@@ -7,11 +7,6 @@
 namespace Oxa::System::Rsc::Internal
 {
 
-/// The message bus itself, as a service that it offers.
-inline constexpr const char* busDaemonName = "org.freedesktop.DBus";
-inline constexpr const char* busDaemonPath = "/org/freedesktop/DBus";
-inline constexpr const char* busDaemonInterface = "org.freedesktop.DBus";
-
 /// Answered by every service on whatever connection.
 inline constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
 

@@ -1,6 +1,5 @@
 #include "Oxa/System/Rsc/Internal/BusOpening.hpp"
 
-#include <cstdlib>
 #include <system_error>
 
 namespace Oxa::System::Rsc::Internal
@@ -17,12 +16,6 @@ void Require(int result)
     }
 }
 
-BasicString GetVariable(const char* name, const BasicString& otherwise)
-{
-    const char* const value = secure_getenv(name);
-    return value != nullptr && *value != '\0' ? value : otherwise;
-}
-
 } // namespace
 
 BusHandle MakeBus()
@@ -32,28 +25,6 @@ BusHandle MakeBus()
     BusHandle bus(made);
     Require(sd_bus_negotiate_fds(made, 0));
     return bus;
-}
-
-BusHandle OpenMessageBus(const BasicString& address)
-{
-    BusHandle bus = MakeBus();
-    Require(sd_bus_set_address(bus.get(), address.c_str()));
-    Require(sd_bus_set_bus_client(bus.get(), 1));
-    Require(sd_bus_start(bus.get()));
-    return bus;
-}
-
-BasicString ResolveBusAddress(const BasicString& address)
-{
-    if (address == "system")
-    {
-        return GetVariable("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/run/dbus/system_bus_socket");
-    }
-    if (address == "session")
-    {
-        return GetVariable("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + GetVariable("XDG_RUNTIME_DIR", "") + "/bus");
-    }
-    return address;
 }
 
 } // namespace Oxa::System::Rsc::Internal

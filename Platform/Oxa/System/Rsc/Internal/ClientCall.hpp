@@ -10,10 +10,8 @@ namespace Oxa::System::Rsc::Internal
 
 class ClientConnection;
 
-/// Where a call goes on its connection. `destination`: null when the other end is the service's process itself.
 struct CallTarget
 {
-    const char* destination;
     const char* objectPath;
     const char* interfaceName;
     const char* operationName;

@@ -53,7 +53,8 @@ bool IsReadySoon(pollfd& waiting) noexcept
 } // namespace
 
 ClientConnection::ClientConnection(BusHandle bus)
-    : stream(std::move(bus), maximumMessageBytes), descriptor(stream.GetDescriptor())
+    : stream(std::move(bus), maximumMessageBytes, MessageStream::FirstMessage::NotBegun),
+      descriptor(stream.GetDescriptor())
 {
     calls.reserve(maximumCallsPerConnection);
     sd_bus_slot* slot = nullptr;
@@ -114,25 +115,14 @@ int ClientConnection::GetDescriptor() const noexcept
     return descriptor;
 }
 
-void ClientConnection::SetDestination(BasicString newDestination)
-{
-    destination = std::move(newDestination);
-}
-
-const char* ClientConnection::GetDestination() const noexcept
-{
-    return destination.empty() ? nullptr : destination.c_str();
-}
-
 void ClientConnection::Enter(ClientCall& call, const CallTarget& target)
 {
     const std::lock_guard lock(mutex);
     ThrowIfLost();
     RequirePlace();
     sd_bus_message* request = nullptr;
-    if (const int result =
-            sd_bus_message_new_method_call(&stream.GetBus(), &request, target.destination, target.objectPath,
-                                           target.interfaceName, target.operationName);
+    if (const int result = sd_bus_message_new_method_call(&stream.GetBus(), &request, nullptr, target.objectPath,
+                                                          target.interfaceName, target.operationName);
         result < 0)
     {
         throw RscServiceException::Create(RscFault::Refused, "there can be no request: {0}",

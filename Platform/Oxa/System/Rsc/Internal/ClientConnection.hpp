@@ -39,12 +39,6 @@ public:
     /// Valid as long as this object.
     [[nodiscard]] int GetDescriptor() const noexcept;
 
-    /// On a message bus, the unique name of the process that the connection is for. Requires: only the caller has the
-    /// connection yet.
-    void SetDestination(BasicString newDestination);
-    /// Null when the other end is that process itself.
-    [[nodiscard]] const char* GetDestination() const noexcept;
-
 private:
     friend class ClientCall;
 
@@ -70,7 +64,6 @@ private:
     MessageStream stream;
     SlotHandle filter;
     const int descriptor;
-    BasicString destination;
     std::vector<ClientCall*> calls;
     std::optional<RscServiceException> loss;
     MessageStream::Progress progress = MessageStream::Progress::Idle;

@@ -7,8 +7,6 @@
 #include "Oxa/System/Rsc/RscMessageReader.hpp"
 #include "Oxa/System/Rsc/RscMessageWriter.hpp"
 
-#include <string_view>
-
 namespace Oxa::System::Rsc::Internal
 {
 
@@ -35,39 +33,10 @@ decltype(auto) Attempt(const ClientRequest& request, const Function& function)
     }
 }
 
-std::string_view GetSender(sd_bus_message& answer)
-{
-    const char* sender = sd_bus_message_get_sender(&answer);
-    return sender != nullptr ? sender : "";
-}
-
-/// Whether the message bus itself says that there is nobody who could answer.
-bool IsOwnerGone(sd_bus_message& answer)
-{
-    return GetSender(answer) == busDaemonName &&
-           (sd_bus_message_is_method_error(&answer, SD_BUS_ERROR_NO_REPLY) > 0 ||
-            sd_bus_message_is_method_error(&answer, SD_BUS_ERROR_NAME_HAS_NO_OWNER) > 0 ||
-            sd_bus_message_is_method_error(&answer, SD_BUS_ERROR_SERVICE_UNKNOWN) > 0);
-}
-
-/// On a message bus anybody may send an answer with whatever number.
-void RequireSender(const ClientRequest& request, const char* destination, sd_bus_message& answer)
-{
-    if (destination != nullptr && GetSender(answer) != destination && GetSender(answer) != busDaemonName)
-    {
-        ThrowFault(request, {RscFault::BadAnswer, "somebody else answered"});
-    }
-}
-
-void RequireResults(ClientConnection& connection, const ClientRequest& request, sd_bus_message& answer)
+void RequireResults(const ClientRequest& request, sd_bus_message& answer)
 {
     if (sd_bus_message_is_method_error(&answer, nullptr) > 0)
     {
-        if (connection.GetDestination() != nullptr && IsOwnerGone(answer))
-        {
-            connection.Close("the other process left the message bus");
-            ThrowFault(request, {RscFault::ConnectionLost, "the other process left the message bus"});
-        }
         ThrowBusError(*sd_bus_message_get_error(&answer), Describe(request));
     }
     if (sd_bus_message_has_signature(&answer, request.resultsSignature) <= 0)
@@ -99,15 +68,13 @@ void ReadResults(const ClientRequest& request, sd_bus_message& answer,
 void Exchange(ClientConnection& connection, const ClientRequest& request, CallDeadline deadline,
               const RscRemoteService::WriteFunction& writeArguments, const RscRemoteService::ReadFunction& readResults)
 {
-    const char* destination = request.destination != nullptr ? request.destination : connection.GetDestination();
-    const CallTarget target{destination, request.objectPath, request.interfaceName, request.operationName};
+    const CallTarget target{request.objectPath, request.interfaceName, request.operationName};
     ClientCall call(connection);
     Attempt(request, [&] { call.Begin(target); });
     RscMessageWriter writer(call.GetRequest());
     writeArguments(writer);
     sd_bus_message& answer = Attempt(request, [&]() -> sd_bus_message& { return call.SendAndWait(deadline); });
-    RequireSender(request, destination, answer);
-    RequireResults(connection, request, answer);
+    RequireResults(request, answer);
     ReadResults(request, answer, readResults);
 }
 

@@ -15,8 +15,6 @@ class ClientConnection;
 /// What is called, and how it is spoken of. Borrows everything.
 struct ClientRequest
 {
-    /// Null: the connection's own.
-    const char* destination;
     const char* objectPath;
     const char* interfaceName;
     const char* operationName;
@@ -27,8 +25,7 @@ struct ClientRequest
     std::chrono::milliseconds timeout;
 };
 
-/// Sends the request once and reads its answer. Throws as RscRemoteService::Call does. When the other end of a message
-/// bus is gone, the connection is closed.
+/// Sends the request once and reads its answer. Throws as RscRemoteService::Call does.
 void Exchange(ClientConnection& connection, const ClientRequest& request, CallDeadline deadline,
               const RscRemoteService::WriteFunction& writeArguments, const RscRemoteService::ReadFunction& readResults);
 

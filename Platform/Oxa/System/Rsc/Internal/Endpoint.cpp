@@ -17,11 +17,6 @@ namespace Oxa::System::Rsc::Internal
 namespace
 {
 
-BasicString DescribePlace(const RscEndpointConfiguration& configuration)
-{
-    return configuration.socketPath.empty() ? configuration.busName : configuration.socketPath;
-}
-
 /// The watch looks at one endpoint after the other: one that is silent must not hide for long that another is back.
 std::chrono::milliseconds GetProbeTimeout(const RscEndpointConfiguration& configuration)
 {
@@ -34,7 +29,7 @@ std::chrono::milliseconds GetProbeTimeout(const RscEndpointConfiguration& config
 Endpoint::Endpoint(RscEndpointConfiguration configuration, ProviderRuns& listeners)
     : configuration(std::move(configuration)),
       objectPath(GetObjectPath(this->configuration.providerName)),
-      place(DescribePlace(this->configuration)),
+      place(this->configuration.socketPath),
       listeners(listeners),
       connector(this->configuration, signal),
       availability(signal)
@@ -48,8 +43,7 @@ void Endpoint::Call(const BasicString& interfaceName, const RscOperation& operat
                     const RscRemoteService::ReadFunction& readResults)
 {
     const BasicString busInterfaceName = GetBusInterfaceName(interfaceName);
-    const ClientRequest request{.destination = nullptr,
-                                .objectPath = objectPath.c_str(),
+    const ClientRequest request{.objectPath = objectPath.c_str(),
                                 .interfaceName = busInterfaceName.c_str(),
                                 .operationName = operation.name,
                                 .resultsSignature = operation.resultsSignature,
@@ -130,21 +124,6 @@ EndpointSignal& Endpoint::GetSignal() noexcept
     return signal;
 }
 
-bool Endpoint::IsOnBus() const noexcept
-{
-    return configuration.socketPath.empty();
-}
-
-void Endpoint::ProbeOwner()
-{
-    const auto interfaceName = availability.TryGetAnyRequired();
-    if (interfaceName && connector.TryGet())
-    {
-        // What it finds out is noted.
-        static_cast<void>(Probe(*interfaceName, GetProbeTimeout(configuration)));
-    }
-}
-
 Endpoint::Connection Endpoint::TryGetConnection() const
 {
     return connector.TryGet();
@@ -212,8 +191,7 @@ void Endpoint::ExchangeOn(const Connection& connection, const ClientRequest& req
 void Endpoint::AskForProperties(const BasicString& interfaceName, std::chrono::milliseconds timeout)
 {
     const BasicString busInterfaceName = GetBusInterfaceName(interfaceName);
-    const ClientRequest request{.destination = nullptr,
-                                .objectPath = objectPath.c_str(),
+    const ClientRequest request{.objectPath = objectPath.c_str(),
                                 .interfaceName = propertiesInterface,
                                 .operationName = "GetAll",
                                 .resultsSignature = "a{sv}",

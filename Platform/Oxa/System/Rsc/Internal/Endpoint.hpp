@@ -48,10 +48,6 @@ public:
 
     /// Wakes the watch when the connection changes or services become unavailable.
     [[nodiscard]] EndpointSignal& GetSignal() noexcept;
-    /// Whether the other process is reached through a message bus, which does not say when that process ends.
-    [[nodiscard]] bool IsOnBus() const noexcept;
-    /// Notices a loss when the process at the other end of the connection is gone.
-    void ProbeOwner();
     /// Null when there is none.
     [[nodiscard]] Connection TryGetConnection() const;
     /// For a connection whose other end hung up.

@@ -125,31 +125,7 @@ EndpointConnector::Connection EndpointConnector::Reconnect(std::unique_lock<Syst
 
 EndpointConnector::Connection EndpointConnector::Connect(CallDeadline deadline) const
 {
-    if (!configuration.socketPath.empty())
-    {
-        return std::make_shared<ClientConnection>(ConnectToSocket(configuration.socketPath, deadline));
-    }
-    auto bus = std::make_shared<ClientConnection>(ConnectToBus(configuration.busAddress, deadline));
-    bus->SetDestination(FindOwner(*bus, deadline));
-    return bus;
-}
-
-BasicString EndpointConnector::FindOwner(ClientConnection& bus, CallDeadline deadline) const
-{
-    const BasicString serviceName = busDaemonName;
-    const ClientRequest request{.destination = busDaemonName,
-                                .objectPath = busDaemonPath,
-                                .interfaceName = busDaemonInterface,
-                                .operationName = "GetNameOwner",
-                                .resultsSignature = "s",
-                                .serviceName = serviceName,
-                                .place = configuration.busAddress,
-                                .timeout = configuration.readTimeout};
-    BasicString owner;
-    Internal::Exchange(
-        bus, request, deadline, [this](RscMessageWriter& writer) { writer.WriteText(configuration.busName); },
-        [&owner](RscMessageReader& reader) { owner = reader.ReadText(); });
-    return owner;
+    return std::make_shared<ClientConnection>(ConnectToSocket(configuration.socketPath, deadline));
 }
 
 void EndpointConnector::RequireOpen() const

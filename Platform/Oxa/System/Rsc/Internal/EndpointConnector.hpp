@@ -46,7 +46,6 @@ public:
 private:
     [[nodiscard]] Connection Reconnect(std::unique_lock<System::Commons::Mutex>& lock, CallDeadline deadline);
     [[nodiscard]] Connection Connect(CallDeadline deadline) const;
-    [[nodiscard]] BasicString FindOwner(ClientConnection& bus, CallDeadline deadline) const;
 
     // Require: the lock is held.
     void RequireOpen() const;

@@ -20,8 +20,6 @@ namespace
 {
 
 constexpr std::chrono::milliseconds probePeriod{500};
-/// The connection to a message bus stays open when the process at the other end of it ends, so that process is asked.
-constexpr std::chrono::milliseconds ownerProbePeriod{1000};
 constexpr int hangUpPeriod = 10;
 constexpr int forever = -1;
 
@@ -72,7 +70,6 @@ void EndpointWatch::RunOnce()
     WaitForChange();
     NoteHangUps();
     ProbeUnavailable();
-    ProbeOwners();
 }
 
 void EndpointWatch::CollectConnections()
@@ -142,28 +139,6 @@ void EndpointWatch::ProbeUnavailable()
     }
 }
 
-void EndpointWatch::ProbeOwners()
-{
-    if (Clock::now() < nextOwnerProbe)
-    {
-        return;
-    }
-    for (const auto& endpoint : endpoints)
-    {
-        if (!isStopping && endpoint->IsOnBus() && !endpoint->IsUnavailable())
-        {
-            endpoint->ProbeOwner();
-        }
-    }
-    nextOwnerProbe = Clock::now() + ownerProbePeriod;
-}
-
-bool EndpointWatch::HasPresentBus() const
-{
-    return std::any_of(endpoints.begin(), endpoints.end(),
-                       [](const auto& endpoint) { return endpoint->IsOnBus() && !endpoint->IsUnavailable(); });
-}
-
 int EndpointWatch::GetTimeout() const
 {
     const bool isAnyUnavailable =
@@ -172,7 +147,7 @@ int EndpointWatch::GetTimeout() const
     {
         return GetPollTimeout(nextProbe, static_cast<int>(probePeriod.count()));
     }
-    return HasPresentBus() ? GetPollTimeout(nextOwnerProbe, static_cast<int>(ownerProbePeriod.count())) : forever;
+    return forever;
 }
 
 } // namespace Oxa::System::Rsc::Internal

@@ -24,7 +24,7 @@ class Endpoint;
 class ProviderRuns;
 
 /// A thread that notices when other processes go, while nobody calls them, and when they come. Sleeps while all is
-/// well, but asks once a second whether services on a message bus are still there; asks for what is unavailable twice a
+/// well; asks for what is unavailable twice a
 /// second. Owned by the endpoint table while somebody listens.
 class EndpointWatch final : private System::Commons::Diagnostics::Logging::Loggable<EndpointWatch>
 {
@@ -46,8 +46,6 @@ private:
     void WaitForChange();
     void NoteHangUps();
     void ProbeUnavailable();
-    void ProbeOwners();
-    [[nodiscard]] bool HasPresentBus() const;
     [[nodiscard]] int GetTimeout() const;
 
     const std::vector<std::shared_ptr<Endpoint>> endpoints;
@@ -61,7 +59,6 @@ private:
     /// A connection has hung up, but calls still wait on it: they read what has come in before it is closed.
     bool isHangUpPending = false;
     Clock::time_point nextProbe;
-    Clock::time_point nextOwnerProbe;
 
     std::thread thread;
 };

@@ -38,7 +38,7 @@ public:
 
     /// Takes the bus over; it is authenticated and, on a message bus, has said hello. Throws RscServiceException when
     /// there is no memory.
-    MessageStream(BusHandle bus, std::size_t maximumBytes, FirstMessage firstMessage = FirstMessage::NotBegun);
+    MessageStream(BusHandle bus, std::size_t maximumBytes, FirstMessage firstMessage = FirstMessage::MayHaveBegun);
     MessageStream(const MessageStream&) = delete;
     MessageStream& operator=(const MessageStream&) = delete;
     ~MessageStream();

@@ -26,25 +26,15 @@ bool ServerAdmission::TryBegin(const ServerCall& call)
     return false;
 }
 
-void ServerAdmission::Admit(ServerCall call, std::optional<uint32> userId)
+void ServerAdmission::Admit(ServerCall call)
 {
-    if (!userId)
+    if (call.operation->kind == RscOperationKind::Command && !users.MayCommand(call.userId))
     {
-        Refuse(call, "the message bus does not know the caller");
-    }
-    else if (!users.MayCall(*userId))
-    {
-        users.LogStranger(*userId);
-        Refuse(call, "the user may not call services");
-    }
-    else if (call.operation->kind == RscOperationKind::Command && !users.MayCommand(*userId))
-    {
-        users.LogRefusedCommand(*userId, call.Describe());
+        users.LogRefusedCommand(call.userId, call.Describe());
         Refuse(call, "the user may not call commands");
     }
     else
     {
-        call.userId = *userId;
         admittedCalls.push_back(std::move(call));
     }
 }

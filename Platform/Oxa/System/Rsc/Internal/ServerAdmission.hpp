@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <deque>
-#include <optional>
 
 namespace Oxa::System::Rsc::Internal
 {
@@ -28,8 +27,8 @@ public:
 
     /// Counts a call that came in as under way. False, and it is refused, when there are too many.
     [[nodiscard]] bool TryBegin(const ServerCall& call);
-    /// Requires: `TryBegin`. `userId`: who calls; none when the message bus does not know.
-    void Admit(ServerCall call, std::optional<uint32> userId);
+    /// Requires: `TryBegin`.
+    void Admit(ServerCall call);
     /// An admitted call has been carried out.
     void End() noexcept;
 

@@ -25,25 +25,14 @@ constexpr std::chrono::seconds completionTimeout{2};
 } // namespace
 
 ServerConnection::ServerConnection(const Shared& shared, BusHandle bus, const Peer& peer)
-    : ServerConnection(shared, std::move(bus), std::optional(peer), {})
-{
-}
-
-ServerConnection::ServerConnection(const Shared& shared, BusHandle bus, BasicString busName)
-    : ServerConnection(shared, std::move(bus), std::nullopt, std::move(busName))
-{
-}
-
-ServerConnection::ServerConnection(const Shared& shared, BusHandle bus, std::optional<Peer> peer, BasicString busName)
     : peer(peer),
-      busName(std::move(busName)),
       admission(shared.users, shared.calls),
       methods(shared.catalog,
-              [this](sd_bus_message& message, const ServerCatalog::Service& service, const RscOperation& operation) {
-                  OnCallReceived(
-                      {shared_from_this(), MessageHandle(sd_bus_message_ref(&message)), &service, &operation, 0, 0});
+              [this](sd_bus_message& message, const ServerCatalog::Service& service, const RscOperation& operation)
+              {
+                  OnCallReceived({shared_from_this(), MessageHandle(sd_bus_message_ref(&message)), &service, &operation,
+                                  this->peer.userId, this->peer.processId});
               }),
-      callers([this](ServerCall call, std::optional<uint32> userId) { admission.Admit(std::move(call), userId); }),
       startingBus(std::move(bus)),
       completionDeadline(std::chrono::steady_clock::now() + completionTimeout)
 {
@@ -88,13 +77,7 @@ ServerConnection::Stage ServerConnection::Process()
 void ServerConnection::Close()
 {
     const std::lock_guard lock(mutex);
-    callers.Clear();
     CloseBus();
-}
-
-bool ServerConnection::HasBusName() const noexcept
-{
-    return hasBusName;
 }
 
 const BasicString& ServerConnection::GetFailure() const noexcept
@@ -107,7 +90,7 @@ std::optional<ServerConnection::EndCause> ServerConnection::GetEndCause() const 
     return endCause;
 }
 
-const std::optional<ServerConnection::Peer>& ServerConnection::GetPeer() const noexcept
+const ServerConnection::Peer& ServerConnection::GetPeer() const noexcept
 {
     return peer;
 }
@@ -204,29 +187,6 @@ int ServerConnection::OnMessage(sd_bus_message* message, void* connection, sd_bu
     }
 }
 
-int ServerConnection::OnName(sd_bus_message* answer, void* connection, sd_bus_error* /*error*/) noexcept
-{
-    auto& self = *static_cast<ServerConnection*>(connection);
-    self.stream->NoteMessage();
-    constexpr uint32 isOwner = 1;
-    uint32 result = 0;
-    if (const sd_bus_error* const error = sd_bus_message_get_error(answer))
-    {
-        self.End(Format("the name '{0}' is refused: {1}", self.busName, error->message ? error->message : error->name),
-                 EndCause::ClosedByServer);
-    }
-    else if (sd_bus_message_read_basic(answer, 'u', &result) <= 0 || result != isOwner)
-    {
-        self.End(Format("the name '{0}' is taken", self.busName), EndCause::ClosedByServer);
-    }
-    else
-    {
-        self.hasBusName = true;
-        self.completionDeadline.reset();
-    }
-    return 1;
-}
-
 void ServerConnection::ContinueHandshake()
 {
     const int result = sd_bus_process(startingBus.get(), nullptr);
@@ -244,21 +204,12 @@ void ServerConnection::ContinueHandshake()
 
 void ServerConnection::Serve()
 {
-    using FirstMessage = MessageStream::FirstMessage;
-    stream = std::make_unique<MessageStream>(std::move(startingBus), maximumMessageBytes,
-                                             peer ? FirstMessage::MayHaveBegun : FirstMessage::NotBegun);
+    stream = std::make_unique<MessageStream>(std::move(startingBus), maximumMessageBytes);
     RequireSuccess(sd_bus_add_filter(&GetBus(), nullptr, &OnMessage, this), "no filter can be set up");
     methods.OfferNew(GetBus());
     completionDeadline.reset();
-    if (peer)
-    {
-        // sd-bus may have read the first message together with the handshake; poll would not report it, so process it
-        // now.
-        ProcessStream();
-        return;
-    }
-    RequireSuccess(sd_bus_request_name_async(&GetBus(), nullptr, busName.c_str(), 0, &OnName, this),
-                   "no name can be asked for");
+    // sd-bus may have read the first message together with the handshake; poll would not report it, so process it now.
+    ProcessStream();
 }
 
 void ServerConnection::ProcessStream()
@@ -303,13 +254,7 @@ void ServerConnection::OnCallReceived(ServerCall call)
     {
         return;
     }
-    if (!peer)
-    {
-        callers.Identify(*stream, std::move(call));
-        return;
-    }
-    call.processId = peer->processId;
-    admission.Admit(std::move(call), peer->userId);
+    admission.Admit(std::move(call));
 }
 
 void ServerConnection::End(BasicString why, EndCause cause)

@@ -5,7 +5,6 @@
 #include "Oxa/System/Rsc/Internal/OfferedMethods.hpp"
 #include "Oxa/System/Rsc/Internal/ServerAdmission.hpp"
 #include "Oxa/System/Rsc/Internal/ServerCall.hpp"
-#include "Oxa/System/Rsc/Internal/ServerCallers.hpp"
 #include "Oxa/System/Rsc/Internal/ServerCatalog.hpp"
 #include "Oxa/System/Rsc/Internal/ServerUsers.hpp"
 
@@ -19,7 +18,7 @@
 namespace Oxa::System::Rsc::Internal
 {
 
-/// One connection of the server, to a caller or to a message bus, from the handshake to its end. The calls that come in
+/// One connection of the server, from the handshake to its end. The calls that come in
 /// are only added to the server's list; they are carried out later, by whatever thread. Owned by the server's loop and
 /// by the calls under way. Threads: `CreateAnswer`, `Answer` and `Drop` are safe from any thread; everything else is
 /// for the one that runs the loop.
@@ -46,7 +45,7 @@ public:
     enum class Stage
     {
         Starting,
-        /// Calls come in. On a message bus, the name is asked for.
+        /// Calls come in.
         Serving,
         /// Over. `GetFailure` says why.
         Ended
@@ -58,10 +57,8 @@ public:
         ClosedByServer
     };
 
-    /// With a caller. `bus`: started.
+    /// `bus`: started.
     ServerConnection(const Shared& shared, BusHandle bus, const Peer& peer);
-    /// With a message bus, on which `busName` is to be owned.
-    ServerConnection(const Shared& shared, BusHandle bus, BasicString busName);
     ServerConnection(const ServerConnection&) = delete;
     ServerConnection& operator=(const ServerConnection&) = delete;
     /// Requires: no call of it is under way.
@@ -72,12 +69,10 @@ public:
     /// Closes the descriptor. Calls under way finish, without an answer.
     void Close();
 
-    /// Whether the name on the message bus is owned.
-    [[nodiscard]] bool HasBusName() const noexcept;
     [[nodiscard]] const BasicString& GetFailure() const noexcept;
     /// None before the end.
     [[nodiscard]] std::optional<EndCause> GetEndCause() const noexcept;
-    [[nodiscard]] const std::optional<Peer>& GetPeer() const noexcept;
+    [[nodiscard]] const Peer& GetPeer() const noexcept;
 
     [[nodiscard]] pollfd GetPoll() const;
     /// When `Process` must be called at the latest.
@@ -91,11 +86,7 @@ public:
     void Drop(MessageHandle request, MessageHandle answer);
 
 private:
-    /// `peer`: none on a message bus. `busName`: empty without one.
-    ServerConnection(const Shared& shared, BusHandle bus, std::optional<Peer> peer, BasicString busName);
-
     static int OnMessage(sd_bus_message* message, void* connection, sd_bus_error* error) noexcept;
-    static int OnName(sd_bus_message* answer, void* connection, sd_bus_error* error) noexcept;
 
     void ContinueHandshake();
     void Serve();
@@ -107,19 +98,16 @@ private:
     void CloseBus() noexcept;
     [[nodiscard]] sd_bus& GetBus() const noexcept;
 
-    const std::optional<Peer> peer;
-    const BasicString busName;
+    const Peer peer;
 
     mutable System::Commons::Mutex mutex;
     ServerAdmission admission;
     /// Declared before the bus, which points into it.
     OfferedMethods methods;
-    ServerCallers callers;
     BusHandle startingBus;
     std::unique_ptr<MessageStream> stream;
     bool isClosed = false;
     std::optional<EndCause> endCause;
-    bool hasBusName = false;
     /// A message's header has come in part. The descriptor stays ready then, so it is not waited for; the rest is
     /// looked for at `nextLook`.
     bool isPartial = false;

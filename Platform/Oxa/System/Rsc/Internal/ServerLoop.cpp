@@ -23,7 +23,7 @@ namespace
 
 constexpr unsigned maximumThreads = 32;
 constexpr std::chrono::seconds acceptPause{1};
-constexpr std::size_t descriptorsBeforeSockets = 2;
+constexpr std::size_t descriptorsBeforeSockets = 1;
 
 /// Counts down when it goes.
 class Decrement final
@@ -58,10 +58,6 @@ ServerLoop::ServerLoop(const RscServerConfiguration& configuration, FileDescript
     if (!configuration.socketPath.empty())
     {
         sockets.push_back(std::make_unique<ServerSocket>(configuration.socketPath));
-    }
-    if (!configuration.busAddress.empty())
-    {
-        bus = std::make_unique<ServerBus>(ServerConnection::Shared{users, catalog, calls}, configuration);
     }
     runner = std::thread([this] { team.Run(maximumThreads); });
 }
@@ -112,7 +108,6 @@ void ServerLoop::WaitForEvents()
 {
     descriptors.clear();
     descriptors.push_back({wakeUp.GetDescriptor(), POLLIN, 0});
-    descriptors.push_back(bus ? bus->GetPoll() : pollfd{-1, 0, 0});
     const bool accepts = nextAccept == TimePoint() || std::chrono::steady_clock::now() >= nextAccept;
     for (const auto& socket : sockets)
     {
@@ -149,10 +144,6 @@ int ServerLoop::GetTimeout() const
     {
         consider(connection->GetDeadline());
     }
-    if (bus)
-    {
-        consider(bus->GetDeadline());
-    }
     if (nextAccept != TimePoint())
     {
         consider(nextAccept);
@@ -170,10 +161,6 @@ void ServerLoop::ProcessConnections()
     {
         return descriptor.revents != 0 || (deadline && *deadline <= now);
     };
-    if (bus && isDue(descriptors[1], bus->GetDeadline()))
-    {
-        bus->Process();
-    }
     const pollfd* descriptor = descriptors.data() + descriptorsBeforeSockets + sockets.size();
     std::erase_if(connections,
                   [this, &descriptor, &isDue](const std::shared_ptr<ServerConnection>& connection)
@@ -194,7 +181,7 @@ void ServerLoop::LogEnd(const ServerConnection& connection)
     if (connection.GetEndCause() == ServerConnection::EndCause::ClosedByServer && endings.Admits())
     {
         Log(LogLevel::Warning, "the connection of the user {0}, process {1}, is closed: {2}",
-            DescribeUser(connection.GetPeer()->userId), connection.GetPeer()->processId, connection.GetFailure());
+            DescribeUser(connection.GetPeer().userId), connection.GetPeer().processId, connection.GetFailure());
     }
 }
 

@@ -6,7 +6,6 @@
 #include "Oxa/System/Commons/Threading/ILeaderWork.hpp"
 #include "Oxa/System/Commons/Threading/LeaderTeam.hpp"
 #include "Oxa/System/Commons/Threading/WakeEvent.hpp"
-#include "Oxa/System/Rsc/Internal/ServerBus.hpp"
 #include "Oxa/System/Rsc/Internal/ServerConnection.hpp"
 #include "Oxa/System/Rsc/Internal/ServerSocket.hpp"
 
@@ -22,7 +21,7 @@
 namespace Oxa::System::Rsc::Internal
 {
 
-/// Waits for whatever comes in at the server's sockets and on its bus, and carries out the calls one after the other.
+/// Waits for what comes in at the server's sockets, and carries out the calls one after the other.
 /// While a call lasts, another thread takes over the loop, so that a slow service delays nobody else.
 /// Owned by RscServer. Threads: made and destroyed on one; all else on the team's own threads.
 class ServerLoop final : private System::Commons::Threading::ILeaderWork,
@@ -57,13 +56,12 @@ private:
     System::Commons::Threading::WakeEvent wakeUp;
     std::vector<std::unique_ptr<ServerSocket>> sockets;
     std::vector<std::shared_ptr<ServerConnection>> connections;
-    std::unique_ptr<ServerBus> bus;
 
     /// Calls received, not yet executed. Declared after `connections`, so that they are destroyed first: a call holds
     /// messages of its connection's bus.
     std::deque<ServerCall> calls;
     std::atomic<unsigned> executing = 0;
-    /// The wake-up, the bus, the sockets, the connections.
+    /// The wake-up, the sockets, the connections.
     std::vector<pollfd> descriptors;
     /// No connection is accepted before this time: there was no descriptor left for the last one.
     TimePoint nextAccept;

@@ -15,14 +15,12 @@ namespace Oxa::Tests
 class BusCaller final
 {
 public:
-    /// `busName`: empty when there is no message bus between.
-    explicit BusCaller(const std::string& address, std::string busName = {}) : busName(std::move(busName))
+    explicit BusCaller(const std::string& address)
     {
         sd_bus* made = nullptr;
         sd_bus_new(&made);
         bus.reset(made);
         sd_bus_set_address(made, address.c_str());
-        sd_bus_set_bus_client(made, this->busName.empty() ? 0 : 1);
         sd_bus_set_method_call_timeout(made, std::chrono::microseconds(std::chrono::seconds(10)).count());
         sd_bus_start(made);
     }
@@ -31,7 +29,7 @@ public:
     std::string Call(const char* member)
     {
         sd_bus_error error = SD_BUS_ERROR_NULL;
-        const int result = sd_bus_call_method(bus.get(), GetName(), FakeEchoFactory::path, FakeEchoFactory::interface,
+        const int result = sd_bus_call_method(bus.get(), nullptr, FakeEchoFactory::path, FakeEchoFactory::interface,
                                               member, &error, nullptr, "");
         std::string name = result >= 0 ? "" : error.name != nullptr ? error.name : "?";
         sd_bus_error_free(&error);
@@ -43,7 +41,7 @@ public:
     {
         sd_bus_message* answer = nullptr;
         std::uint32_t echoed = 0;
-        if (sd_bus_call_method(bus.get(), GetName(), FakeEchoFactory::path, FakeEchoFactory::interface, "Echo", nullptr,
+        if (sd_bus_call_method(bus.get(), nullptr, FakeEchoFactory::path, FakeEchoFactory::interface, "Echo", nullptr,
                                &answer, "u", number) >= 0)
         {
             sd_bus_message_read(answer, "u", &echoed);
@@ -56,7 +54,7 @@ public:
     {
         sd_bus_message* answer = nullptr;
         const char* text = "";
-        if (sd_bus_call_method(bus.get(), GetName(), FakeEchoFactory::path, "org.freedesktop.DBus.Introspectable",
+        if (sd_bus_call_method(bus.get(), nullptr, FakeEchoFactory::path, "org.freedesktop.DBus.Introspectable",
                                "Introspect", nullptr, &answer, "") < 0)
         {
             return {};
@@ -70,7 +68,7 @@ public:
     void CallLater(const char* member)
     {
         sd_bus_call_method_async(
-            bus.get(), nullptr, GetName(), FakeEchoFactory::path, FakeEchoFactory::interface, member,
+            bus.get(), nullptr, nullptr, FakeEchoFactory::path, FakeEchoFactory::interface, member,
             [](sd_bus_message* answer, void* caller, sd_bus_error*)
             {
                 static_cast<BusCaller*>(caller)->answers += sd_bus_message_is_method_error(answer, nullptr) > 0 ? 0 : 1;
@@ -93,12 +91,6 @@ public:
     }
 
 private:
-    [[nodiscard]] const char* GetName() const
-    {
-        return busName.empty() ? nullptr : busName.c_str();
-    }
-
-    const std::string busName;
     Oxa::System::Rsc::Internal::BusHandle bus;
     int answers = 0;
 };

@@ -100,7 +100,7 @@ protected:
     {
         peer.emplace(path);
         ASSERT_TRUE(peer->isListening);
-        ServiceManager::SetEndpoints({{providerName, path, "", "", timeout, timeout}});
+        ServiceManager::SetEndpoints({{providerName, path, timeout, timeout}});
         const auto proxy = Find();
         ASSERT_NE(proxy, nullptr);
         echo = static_cast<EchoProxy&>(*proxy).slot->Acquire<RemoteEcho>();
@@ -132,7 +132,7 @@ protected:
 
 TEST_F(CallingAnotherProcess, GivesNothingWhereNobodyListens)
 {
-    ServiceManager::SetEndpoints({{providerName, path, "", "", 2s, 2s}});
+    ServiceManager::SetEndpoints({{providerName, path, 2s, 2s}});
     EXPECT_EQ(Find(), nullptr);
 }
 
