@@ -3,12 +3,10 @@
 #include "Device/Items/IItemSource.hpp"
 #include "Device/Machine/RetryPace.hpp"
 #include "Device/Machine/SteadyClock.hpp"
+#include "Device/Sources/GpioLine.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 
 #include <memory>
-
-struct gpiod_chip;
-struct gpiod_line;
 
 namespace Oxa::Device::Linux::Sources
 {
@@ -39,12 +37,6 @@ public:
     [[nodiscard]] BasicString Describe() const override;
 
 private:
-    struct CloseChip
-    {
-        void operator()(gpiod_chip* chip) const noexcept;
-    };
-
-    void Request();
     [[nodiscard]] Items::ItemReading ReadRequested();
     [[nodiscard]] Items::ItemReading MakeReading(bool isActive) const;
     /// Gives the line back. `action`: what did not work; errno says why.
@@ -54,9 +46,8 @@ private:
     const Machine::SteadyClock clock;
     System::Commons::Mutex mutex;
     Machine::RetryPace pace;
-    std::unique_ptr<gpiod_chip, CloseChip> chip;
-    /// Belongs to the chip; null when it is not requested.
-    gpiod_line* requestedLine = nullptr;
+    /// Null when it is not requested.
+    std::unique_ptr<GpioLine> requestedLine;
     /// Why it is not.
     BasicString cause = "not requested yet";
 };
