@@ -1,6 +1,7 @@
 #include "Oxa/System/Commons/Json/JsonReader.hpp"
 
 #include "Oxa/System/Commons/Json/JsonException.hpp"
+#include "Oxa/System/Commons/Text.hpp"
 
 #include <rapidjson/error/en.h>
 #include <rapidjson/memorystream.h>
@@ -152,6 +153,12 @@ JsonReader::JsonReader(std::string_view text, const JsonReaderLimits& limits)
     implementation->tokens = std::move(collector.tokens);
     implementation->tokens.push_back({JsonTokenType::End, false, 0, 0});
     implementation->texts = std::move(collector.texts);
+    // The parser checks the bytes of the document, and that a high surrogate is followed by a low one, but writes an
+    // escaped low surrogate that stands alone as if it were a character.
+    if (!Text::IsValidUtf8(implementation->texts))
+    {
+        throw JsonException::Create("The JSON document is not valid: an escaped low surrogate stands alone");
+    }
 }
 
 JsonReader::~JsonReader() = default;

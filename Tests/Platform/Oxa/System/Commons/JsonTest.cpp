@@ -89,6 +89,9 @@ TEST(ReadingJson, RefusesWhatIsNoDocumentBeforeHandingOutAnything)
                                  "nul",
                                  BasicString("{}\0x", 4),
                                  "\"\\ud800\"",
+                                 "\"\\udfaa\"",
+                                 "{\"a\\uDC00\":1}",
+                                 "\"\\ud83d\\ude00\\ude00\"",
                                  "[NaN]",
                                  BasicString(17, '[') + BasicString(17, ']'),
                                  "\"" + BasicString(70'000, 'x') + "\""};
@@ -98,6 +101,9 @@ TEST(ReadingJson, RefusesWhatIsNoDocumentBeforeHandingOutAnything)
     }
     const BasicString deepest = BasicString(16, '[') + BasicString(16, ']');
     EXPECT_NO_THROW(JsonReader reader(deepest));
+    JsonReader pair("\"\\ud83d\\ude00\"");
+    pair.Read();
+    EXPECT_EQ(pair.GetText(), "\xF0\x9F\x98\x80");
 }
 
 } // namespace
