@@ -52,6 +52,11 @@ Handling ApiRouter::Handle(const Exchange& exchange)
     {
         return HandleRead(exchange, [this](const Exchange& each) { return routes.readiness.Handle(each); });
     }
+    if (path == "*")
+    {
+        exchange->Send({204, {}, "Allow: GET, HEAD, POST, DELETE\r\n"}, {});
+        return Handling::Answered;
+    }
     return AnswerProblem(*exchange, Http::Problems::unknownPath);
 }
 

@@ -81,6 +81,7 @@ std::string_view GetReasonPhrase(unsigned status) noexcept
                                                                  {404, "Not Found"},
                                                                  {405, "Method Not Allowed"},
                                                                  {413, "Content Too Large"},
+                                                                 {414, "URI Too Long"},
                                                                  {415, "Unsupported Media Type"},
                                                                  {417, "Expectation Failed"},
                                                                  {431, "Request Header Fields Too Large"},

@@ -6,7 +6,6 @@
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/write.hpp>
-#include <boost/beast/core/string.hpp>
 #include <sys/socket.h>
 
 #include <limits>
@@ -109,10 +108,7 @@ void HttpConnection::Process()
             SetDeadline(server.GetConfiguration().headerTimeout);
             break;
         case RequestReader::Progress::HeaderEnds:
-            if (!TryBeginBody())
-            {
-                return;
-            }
+            BeginBody();
             break;
         case RequestReader::Progress::RequestEnds:
             if (HandleRequest() == Handling::Deferred || !Flush())
@@ -128,32 +124,21 @@ void HttpConnection::Process()
 }
 
 /// The time for the body begins, and a client that asks is told to go on.
-bool HttpConnection::TryBeginBody()
+void HttpConnection::BeginBody()
 {
     SetDeadline(server.GetConfiguration().bodyTimeout);
-    const std::string_view expectation = reader.GetParser().GetExpectation();
-    if (expectation.empty() || reader.GetParser().IsHttp10())
-    {
-        return true;
-    }
-    if (!boost::beast::iequals(boost::beast::string_view(expectation.data(), expectation.size()), "100-continue"))
-    {
-        Fail(Problems::unknownExpectation);
-        return false;
-    }
-    if (!reader.HasMore())
+    if (reader.GetParser().ExpectsContinue() && !reader.HasMore())
     {
         constexpr std::string_view text = "HTTP/1.1 100 Continue\r\n\r\n";
         error_code ignored;
         socket.write_some(asio::buffer(text.data(), text.size()), ignored);
     }
-    return true;
 }
 
 Handling HttpConnection::HandleRequest()
 {
     ClearDeadline();
-    keepsConnection = reader.GetParser().keep_alive() && !server.IsStopping();
+    keepsConnection = reader.GetParser().KeepsConnection() && !server.IsStopping();
     try
     {
         return server.GetHandler().Handle(shared_from_this());

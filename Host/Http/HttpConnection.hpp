@@ -44,7 +44,7 @@ public:
 private:
     void Read();
     void Process();
-    [[nodiscard]] bool TryBeginBody();
+    void BeginBody();
     [[nodiscard]] Handling HandleRequest();
     void Fail(const Problem& problem);
     [[nodiscard]] bool Flush();

@@ -9,7 +9,8 @@
 namespace Oxa::Host::Http
 {
 
-static_assert(RequestParser::maximumHeaderBytes == 8192, "the text of headerTooLarge names the limit");
+static_assert(RequestParser::maximumHeaderBytes == 8192, "the texts of two problems name the limit");
+static_assert(RequestParser::maximumFields == 64, "the text of headerTooLarge names the limit");
 static_assert(RequestParser::maximumBodyBytes == 65536, "the text of bodyTooLarge names the limit");
 
 void WriteProblemMembers(System::Commons::Json::JsonWriter& writer, const Problem& problem)

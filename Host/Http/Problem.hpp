@@ -43,10 +43,11 @@ inline constexpr Problem unknownRequest{404, "unknown-request", "The data provid
 inline constexpr Problem methodNotAllowed{
     405, "method-not-allowed", "The method is not allowed here; the header field Allow names those that are."};
 inline constexpr Problem bodyTooLarge{413, "body-too-large", "The body has more than 65536 bytes."};
+inline constexpr Problem targetTooLong{414, "target-too-long", "The request line has more than 8192 bytes."};
 inline constexpr Problem notJson{415, "not-json", "The body must be of the type application/json."};
 inline constexpr Problem unknownExpectation{417, "unknown-expectation",
                                             "The only expectation that can be met is 100-continue."};
-inline constexpr Problem headerTooLarge{431, "header-too-large", "The header has more than 8192 bytes."};
+inline constexpr Problem headerTooLarge{431, "header-too-large", "The header has more than 8192 bytes or 64 fields."};
 inline constexpr Problem internalError{
     500, "internal-error", "The request could not be carried out. The log tells more under the request id."};
 inline constexpr Problem badServiceAnswer{502, "bad-service-answer",

@@ -1,166 +1,338 @@
 #include "Host/Http/RequestParser.hpp"
 
-#include <boost/algorithm/string/predicate.hpp>
-#include <boost/beast/core/string.hpp>
+#include <arpa/inet.h>
 
 #include <algorithm>
-#include <cstdint>
-#include <locale>
+#include <array>
+#include <charconv>
+#include <initializer_list>
+#include <limits>
+#include <system_error>
+#include <utility>
 
 namespace Oxa::Host::Http
 {
 
-namespace http = boost::beast::http;
-
 namespace
 {
 
-HttpMethod ToMethod(http::verb verb) noexcept
+using CharacterSet = std::array<bool, 256>;
+
+constexpr std::string_view letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+constexpr std::string_view digits = "0123456789";
+
+constexpr CharacterSet MakeSet(std::initializer_list<std::string_view> parts)
 {
-    switch (verb)
+    CharacterSet set = {};
+    for (const std::string_view part : parts)
     {
-    case http::verb::get:
-        return HttpMethod::Get;
-    case http::verb::head:
-        return HttpMethod::Head;
-    case http::verb::post:
-        return HttpMethod::Post;
-    case http::verb::delete_:
-        return HttpMethod::Delete;
-    default:
-        return HttpMethod::Other;
+        for (const char character : part)
+        {
+            set[static_cast<unsigned char>(character)] = true;
+        }
     }
+    return set;
 }
 
-std::string_view ToView(boost::beast::string_view text) noexcept
+/// Every byte but control characters and `excluded`, up to `last`.
+constexpr CharacterSet MakeVisibleSet(unsigned last, std::string_view excluded, std::string_view added)
 {
-    return {text.data(), text.size()};
+    CharacterSet set = MakeSet({added});
+    for (unsigned character = ' '; character <= last; ++character)
+    {
+        set[character] = character != 0x7F && excluded.find(static_cast<char>(character)) == std::string_view::npos;
+    }
+    return set;
+}
+
+constexpr CharacterSet tokenCharacters = MakeSet({letters, digits, "!#$%&'*+-.^_`|~"});
+constexpr CharacterSet digitCharacters = MakeSet({digits});
+constexpr CharacterSet hostNameCharacters = MakeSet({letters, digits, "-._~", "!$&'()*+,;="});
+/// More than the grammar has: browsers send some others as they are. Not "#", behind which proxies may see no target.
+constexpr CharacterSet targetCharacters = MakeVisibleSet(0x7E, " #", "");
+constexpr CharacterSet valueCharacters = MakeVisibleSet(0xFF, "", "\t");
+
+constexpr bool IsIn(const CharacterSet& set, char character) noexcept
+{
+    return set[static_cast<unsigned char>(character)];
+}
+
+constexpr bool AreAllIn(const CharacterSet& set, std::string_view text) noexcept
+{
+    return std::all_of(text.begin(), text.end(), [&set](char character) { return IsIn(set, character); });
+}
+
+HttpMethod ToMethod(std::string_view name) noexcept
+{
+    constexpr std::pair<std::string_view, HttpMethod> methods[] = {{"GET", HttpMethod::Get},
+                                                                   {"HEAD", HttpMethod::Head},
+                                                                   {"POST", HttpMethod::Post},
+                                                                   {"DELETE", HttpMethod::Delete}};
+    for (const auto& [known, method] : methods)
+    {
+        if (known == name)
+        {
+            return method;
+        }
+    }
+    return HttpMethod::Other;
+}
+
+bool IsIpv6Address(std::string_view text) noexcept
+{
+    std::array<char, INET6_ADDRSTRLEN> terminated = {};
+    in6_addr address;
+    if (text.size() >= terminated.size())
+    {
+        return false;
+    }
+    text.copy(terminated.data(), text.size());
+    return inet_pton(AF_INET6, terminated.data(), &address) == 1;
+}
+
+/// A name, percent-encoded where it has to be, or an IPv4 address.
+bool IsHostName(std::string_view text) noexcept
+{
+    constexpr CharacterSet hexDigits = MakeSet({digits, "ABCDEFabcdef"});
+    while (!text.empty())
+    {
+        const bool isEncoded = text.front() == '%';
+        if (isEncoded ? text.size() < 3 || !AreAllIn(hexDigits, text.substr(1, 2))
+                      : !IsIn(hostNameCharacters, text.front()))
+        {
+            return false;
+        }
+        text.remove_prefix(isEncoded ? 3 : 1);
+    }
+    return true;
+}
+
+/// Both may be empty.
+bool IsHostAndPort(std::string_view text) noexcept
+{
+    std::size_t hostEnd = std::min(text.find(':'), text.size());
+    if (text.starts_with('['))
+    {
+        const std::size_t bracket = text.find(']');
+        if (bracket == std::string_view::npos || !IsIpv6Address(text.substr(1, bracket - 1)))
+        {
+            return false;
+        }
+        hostEnd = bracket + 1;
+    }
+    else if (!IsHostName(text.substr(0, hostEnd)))
+    {
+        return false;
+    }
+    const std::string_view rest = text.substr(hostEnd);
+    return rest.empty() || (rest.front() == ':' && AreAllIn(digitCharacters, rest.substr(1)));
 }
 
 } // namespace
 
-RequestParser::RequestParser(BasicString& body) : body(body)
+std::optional<uint64> RequestParser::ParseChunkSize(std::string_view line) noexcept
 {
-    body.clear();
-    header_limit(maximumHeaderBytes);
-    body_limit(maximumBodyBytes);
-}
-
-void RequestParser::on_request_impl(http::verb verb, Text /*method*/, Text target, int version, ErrorCode& error)
-{
-    request.method = ToMethod(verb);
-    isHttp10 = version < 11;
-    if (!TrySetTarget(ToView(target)))
+    uint64 size = 0;
+    const auto [end, error] = std::from_chars(line.data(), line.data() + line.size(), size, 16);
+    const std::string_view extensions = line.substr(end - line.data());
+    const bool isExtended = Trim(extensions).starts_with(';') && AreAllIn(valueCharacters, extensions);
+    if (error == std::errc::invalid_argument || !(extensions.empty() || isExtended))
     {
-        error = http::error::bad_target;
+        return std::nullopt;
     }
+    return error == std::errc() ? size : std::numeric_limits<uint64>::max();
 }
 
-/// A path with or without a query, also behind "http://…", which proxies write and where the path may be missing.
-bool RequestParser::TrySetTarget(std::string_view target)
+bool RequestParser::IsMethodCharacter(char character) noexcept
+{
+    return IsIn(tokenCharacters, character);
+}
+
+const Problem* RequestParser::ParseRequestLine(std::string_view line)
+{
+    const std::string_view method = TakeUntil(line, ' ');
+    const std::string_view target = TakeUntil(line, ' ');
+    header.method = ToMethod(method);
+    const bool isValid =
+        !method.empty() && AreAllIn(tokenCharacters, method) && TrySetVersion(line) && TrySetTarget(method, target);
+    return isValid ? nullptr : &Problems::malformedRequest;
+}
+
+/// A later minor version is sent by a client that takes answers of this one.
+bool RequestParser::TrySetVersion(std::string_view version) noexcept
+{
+    constexpr std::string_view major = "HTTP/1.";
+    if (version.size() != major.size() + 1 || !version.starts_with(major) || !IsIn(digitCharacters, version.back()))
+    {
+        return false;
+    }
+    isHttp10 = version.back() == '0';
+    return true;
+}
+
+/// A path with or without a query, also behind "http://…", which proxies write and where the path may be missing; or
+/// the server as a whole.
+bool RequestParser::TrySetTarget(std::string_view method, std::string_view target) noexcept
 {
     constexpr std::string_view scheme = "http://";
-    const bool isAbsolute = boost::algorithm::istarts_with(target, scheme, std::locale::classic());
-    if (isAbsolute)
+    if (!AreAllIn(targetCharacters, target))
     {
-        target.remove_prefix(std::min(target.find_first_of("/?", scheme.size()), target.size()));
+        return false;
     }
-    const std::size_t question = target.find('?');
-    request.path = target.substr(0, question);
-    if (isAbsolute && request.path.empty())
+    if (target == "*" && method == "OPTIONS")
     {
-        request.path = "/";
+        header.path = target;
+        return true;
     }
-    request.query = question == std::string_view::npos ? std::string_view() : target.substr(question + 1);
-    return request.path.starts_with('/');
+    if (AreEqual(target.substr(0, scheme.size()), scheme))
+    {
+        target.remove_prefix(scheme.size());
+        authority = target.substr(0, target.find_first_of("/?"));
+        target.remove_prefix(authority.size());
+        if (authority.empty() || authority.front() == ':' || !IsHostAndPort(authority))
+        {
+            return false;
+        }
+        header.path = "/";
+    }
+    const std::size_t question = std::min(target.find('?'), target.size());
+    if (question > 0)
+    {
+        header.path = target.substr(0, question);
+    }
+    header.query = target.substr(std::min(question + 1, target.size()));
+    return header.path.starts_with('/');
 }
 
-void RequestParser::on_response_impl(int /*status*/, Text /*reason*/, int /*version*/, ErrorCode& /*error*/) {}
-
-std::string_view* RequestParser::FindField(http::field field) noexcept
+/// A line that begins with a blank would continue the field before it, which has been abolished: it is no field either.
+const Problem* RequestParser::SplitField(std::string_view line, Field& field)
 {
-    switch (field)
+    const std::size_t colon = line.find(':');
+    if (colon == 0 || colon == std::string_view::npos || !AreAllIn(tokenCharacters, line.substr(0, colon)) ||
+        !AreAllIn(valueCharacters, line.substr(colon + 1)))
     {
-    case http::field::host:
-        return &request.host;
-    case http::field::authorization:
-        return &request.authorization;
-    case http::field::cookie:
-        return &request.cookie;
-    case http::field::content_type:
-        return &request.contentType;
-    case http::field::origin:
-        return &request.origin;
-    case http::field::expect:
-        return &expectation;
-    default:
+        return &Problems::malformedRequest;
+    }
+    field = {line.substr(0, colon), Trim(line.substr(colon + 1))};
+    return ++fieldCount > maximumFields ? &Problems::headerTooLarge : nullptr;
+}
+
+const Problem* RequestParser::ParseField(std::string_view line)
+{
+    Field field;
+    if (const Problem* const problem = SplitField(line, field))
+    {
+        return problem;
+    }
+    if (AreEqual(field.name, "Connection"))
+    {
+        AddConnectionOptions(field.value);
         return nullptr;
     }
+    std::string_view* const known = FindKnownField(field.name);
+    if (known == nullptr)
+    {
+        return nullptr;
+    }
+    // Two of them could be read differently by a proxy.
+    if (known->data() != nullptr)
+    {
+        return &Problems::malformedRequest;
+    }
+    *known = field.value;
+    return nullptr;
 }
 
-void RequestParser::on_field_impl(http::field field, Text name, Text value, ErrorCode& error)
+const Problem* RequestParser::ParseTrailer(std::string_view line)
 {
-    if (isHeaderDone)
-    {
-        // A trailer behind a chunked body: nothing of it counts.
-        return;
-    }
-    // The last coding decides where the body ends; one that is not understood must not be guessed at. HTTP/1.0 has
-    // none.
-    if (field == http::field::transfer_encoding && (isHttp10 || !boost::beast::iequals(value, "chunked")))
-    {
-        error = http::error::bad_transfer_encoding;
-        return;
-    }
-    std::string_view* kept = FindField(field);
-    if (kept == nullptr && boost::beast::iequals(name, "Sec-Fetch-Site"))
-    {
-        kept = &request.fetchSite;
-    }
-    if (kept == nullptr)
-    {
-        return;
-    }
-    // A folded value lies in a buffer of the parser's own, which ends with this call. None of these fields may be
-    // folded or come twice.
-    const auto distance =
-        reinterpret_cast<std::uintptr_t>(value.data()) - reinterpret_cast<std::uintptr_t>(name.data());
-    if (kept->data() != nullptr || (!value.empty() && distance > maximumHeaderBytes))
-    {
-        error = http::error::bad_value;
-        return;
-    }
-    *kept = value.empty() ? std::string_view("") : ToView(value);
+    Field ignored;
+    return SplitField(line, ignored);
 }
 
-void RequestParser::on_header_impl(ErrorCode& error)
+std::string_view* RequestParser::FindKnownField(std::string_view name) noexcept
 {
-    isHeaderDone = true;
-    if (!isHttp10 && request.host.data() == nullptr)
+    constexpr std::pair<std::string_view, std::string_view Header::*> knownFields[] = {
+        {"Host", &Header::host},
+        {"Authorization", &Header::authorization},
+        {"Cookie", &Header::cookie},
+        {"Content-Type", &Header::contentType},
+        {"Origin", &Header::origin},
+        {"Sec-Fetch-Site", &Header::fetchSite},
+        {"Content-Length", &Header::contentLength},
+        {"Transfer-Encoding", &Header::transferEncoding},
+        {"Expect", &Header::expectation}};
+    for (const auto& [known, member] : knownFields)
     {
-        error = http::error::bad_field;
+        if (AreEqual(known, name))
+        {
+            return &(header.*member);
+        }
+    }
+    return nullptr;
+}
+
+void RequestParser::AddConnectionOptions(std::string_view options) noexcept
+{
+    while (!options.empty())
+    {
+        const std::string_view option = Trim(TakeUntil(options, ','));
+        hasClose = hasClose || AreEqual(option, "close");
+        hasKeepAlive = hasKeepAlive || AreEqual(option, "keep-alive");
     }
 }
 
-void RequestParser::on_body_init_impl(const boost::optional<std::uint64_t>& /*length*/, ErrorCode& /*error*/) {}
-
-std::size_t RequestParser::on_body_impl(Text text, ErrorCode& /*error*/)
+const Problem* RequestParser::EndHeader()
 {
-    body.append(text.data(), text.size());
-    return text.size();
+    if (!TrySetHost() || !TrySetFraming())
+    {
+        return &Problems::malformedRequest;
+    }
+    if (bodyBytes > maximumBodyBytes)
+    {
+        return &Problems::bodyTooLarge;
+    }
+    // Clients of HTTP/1.0 do not wait.
+    if (!header.expectation.empty() && !isHttp10)
+    {
+        expectsContinue = AreEqual(header.expectation, "100-continue");
+        return expectsContinue ? nullptr : &Problems::unknownExpectation;
+    }
+    return nullptr;
 }
 
-void RequestParser::on_chunk_header_impl(std::uint64_t /*size*/, Text /*extensions*/, ErrorCode& /*error*/) {}
-
-std::size_t RequestParser::on_chunk_body_impl(std::uint64_t /*remain*/, Text text, ErrorCode& /*error*/)
+bool RequestParser::TrySetHost() noexcept
 {
-    body.append(text.data(), text.size());
-    return text.size();
+    const bool isMissing = header.host.data() == nullptr;
+    if (isMissing ? !isHttp10 : !IsHostAndPort(header.host))
+    {
+        return false;
+    }
+    if (authority.data() != nullptr)
+    {
+        header.host = authority;
+    }
+    return true;
 }
 
-void RequestParser::on_finish_impl(ErrorCode& /*error*/)
+/// Where the body ends must not be guessed at: it has one length, or one coding that is understood. HTTP/1.0 has none.
+bool RequestParser::TrySetFraming() noexcept
 {
-    request.body = body;
+    const std::string_view length = header.contentLength;
+    if (header.transferEncoding.data() != nullptr)
+    {
+        isChunked = true;
+        return !isHttp10 && length.data() == nullptr && AreEqual(header.transferEncoding, "chunked");
+    }
+    if (length.data() == nullptr)
+    {
+        return true;
+    }
+    const auto [end, error] = std::from_chars(length.data(), length.data() + length.size(), bodyBytes);
+    if (error == std::errc::result_out_of_range)
+    {
+        bodyBytes = std::numeric_limits<std::size_t>::max();
+    }
+    return end == length.data() + length.size() && error != std::errc::invalid_argument;
 }
 
 } // namespace Oxa::Host::Http

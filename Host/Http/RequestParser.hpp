@@ -1,36 +1,51 @@
 #pragma once
 
 #include "Host/Http/HttpRequest.hpp"
-
-#include <boost/beast/http/basic_parser.hpp>
+#include "Host/Http/Problem.hpp"
+#include "Oxa/System/Commons/Types.hpp"
 
 #include <cstddef>
-#include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace Oxa::Host::Http
 {
 
-/// Parses one request and keeps what the host looks at as views into the connection's buffer: nothing is copied but the
-/// body. One object per request; the header's bytes must stay where they are until the request is answered.
-class RequestParser final : public boost::beast::http::basic_parser<true>
+/// Parses the lines of one request's header (RFC 9112) and keeps what the host needs as views into them: the lines must
+/// stay where they are until the request is answered. Where the standard leaves a choice, what is ambiguous is refused.
+class RequestParser final
 {
 public:
-    static constexpr std::uint32_t maximumHeaderBytes = 8192;
-    static constexpr std::uint64_t maximumBodyBytes = 65536;
+    /// Of the request line and the header fields, with their line ends.
+    static constexpr std::size_t maximumHeaderBytes = 8192;
+    static constexpr std::size_t maximumFields = 64;
+    static constexpr std::size_t maximumBodyBytes = 65536;
 
-    /// `body` is borrowed, so that its storage serves one request after the other; it is cleared.
-    explicit RequestParser(BasicString& body);
+    // The first, then one for each field, then the last. Lines come without their ends. Null: no problem.
 
-    /// Complete when `is_done()`.
-    [[nodiscard]] const HttpRequest& GetRequest() const noexcept
+    [[nodiscard]] const Problem* ParseRequestLine(std::string_view line);
+    [[nodiscard]] const Problem* ParseField(std::string_view line);
+    [[nodiscard]] const Problem* EndHeader();
+
+    /// Checks a field behind a chunked body, which has no effect.
+    [[nodiscard]] const Problem* ParseTrailer(std::string_view line);
+
+    /// The size in front of a chunk, the greatest number when it is a greater one; empty: the line is malformed.
+    /// Extensions are passed over.
+    [[nodiscard]] static std::optional<uint64> ParseChunkSize(std::string_view line) noexcept;
+
+    /// Whether a request line may begin with it.
+    [[nodiscard]] static bool IsMethodCharacter(char character) noexcept;
+
+    void SetBody(std::string_view body) noexcept
     {
-        return request;
+        header.body = body;
     }
 
-    [[nodiscard]] std::string_view GetExpectation() const noexcept
+    /// The header is complete after `EndHeader`.
+    [[nodiscard]] const HttpRequest& GetRequest() const noexcept
     {
-        return expectation;
+        return header;
     }
 
     [[nodiscard]] bool IsHttp10() const noexcept
@@ -38,29 +53,61 @@ public:
         return isHttp10;
     }
 
+    /// Whether the client wants to send further requests on the connection.
+    [[nodiscard]] bool KeepsConnection() const noexcept
+    {
+        return !hasClose && (!isHttp10 || hasKeepAlive);
+    }
+
+    /// Whether the client waits for 100 (Continue) before it sends the body.
+    [[nodiscard]] bool ExpectsContinue() const noexcept
+    {
+        return expectsContinue;
+    }
+
+    [[nodiscard]] bool IsChunked() const noexcept
+    {
+        return isChunked;
+    }
+
+    /// Of a body that is not chunked; at most `maximumBodyBytes`.
+    [[nodiscard]] std::size_t GetBodyBytes() const noexcept
+    {
+        return bodyBytes;
+    }
+
 private:
-    using ErrorCode = boost::beast::error_code;
-    using Text = boost::beast::string_view;
+    struct Field
+    {
+        std::string_view name;
+        std::string_view value;
+    };
 
-    void on_request_impl(boost::beast::http::verb verb, Text method, Text target, int version,
-                         ErrorCode& error) override;
-    void on_response_impl(int status, Text reason, int version, ErrorCode& error) override;
-    void on_field_impl(boost::beast::http::field field, Text name, Text value, ErrorCode& error) override;
-    void on_header_impl(ErrorCode& error) override;
-    void on_body_init_impl(const boost::optional<std::uint64_t>& length, ErrorCode& error) override;
-    std::size_t on_body_impl(Text text, ErrorCode& error) override;
-    void on_chunk_header_impl(std::uint64_t size, Text extensions, ErrorCode& error) override;
-    std::size_t on_chunk_body_impl(std::uint64_t remain, Text text, ErrorCode& error) override;
-    void on_finish_impl(ErrorCode& error) override;
+    struct Header final : HttpRequest
+    {
+        std::string_view contentLength;
+        std::string_view transferEncoding;
+        std::string_view expectation;
+    };
 
-    [[nodiscard]] bool TrySetTarget(std::string_view target);
-    [[nodiscard]] std::string_view* FindField(boost::beast::http::field field) noexcept;
+    [[nodiscard]] const Problem* SplitField(std::string_view line, Field& field);
+    [[nodiscard]] std::string_view* FindKnownField(std::string_view name) noexcept;
+    void AddConnectionOptions(std::string_view options) noexcept;
+    [[nodiscard]] bool TrySetVersion(std::string_view version) noexcept;
+    [[nodiscard]] bool TrySetTarget(std::string_view method, std::string_view target) noexcept;
+    [[nodiscard]] bool TrySetHost() noexcept;
+    [[nodiscard]] bool TrySetFraming() noexcept;
 
-    HttpRequest request;
-    BasicString& body;
-    std::string_view expectation;
+    Header header;
+    /// Of an absolute target; no data when the target is none.
+    std::string_view authority;
+    std::size_t fieldCount = 0;
+    std::size_t bodyBytes = 0;
     bool isHttp10 = false;
-    bool isHeaderDone = false;
+    bool isChunked = false;
+    bool hasClose = false;
+    bool hasKeepAlive = false;
+    bool expectsContinue = false;
 };
 
 } // namespace Oxa::Host::Http

@@ -2,129 +2,261 @@
 
 #include "Host/Http/KeptStorage.hpp"
 
-#include <boost/asio/buffer.hpp>
-#include <boost/beast/http/error.hpp>
-#include <sodium.h>
-
+#include <algorithm>
+#include <cassert>
 #include <cstring>
+
+// The header is parsed line by line, each when it is complete, and so are chunk sizes and trailers. What is too long is
+// known from the first byte that does not fit, so nothing depends on the pieces in which the bytes come. The header
+// stays at the buffer's beginning until the request is answered; what comes behind it is copied into the body, and its
+// space is used again.
 
 namespace Oxa::Host::Http
 {
-
-namespace asio = boost::asio;
-namespace http = boost::beast::http;
-using boost::system::error_code;
-
-RequestReader::RequestReader()
-{
-    parser.emplace(body);
-}
 
 RequestReader::~RequestReader()
 {
     DropAll();
 }
 
-void RequestReader::Add(std::size_t count) noexcept
-{
-    readBytes += count;
-}
-
 RequestReader::Progress RequestReader::Parse()
 {
-    if (isHeaderBegun)
+    while (problem == nullptr)
     {
-        return ParseRequest();
-    }
-    SkipEmptyLines();
-    isHeaderBegun = HasMore();
-    return isHeaderBegun ? Progress::HeaderBegins : Progress::NeedsMore;
-}
-
-/// Some clients send one behind a body.
-void RequestReader::SkipEmptyLines() noexcept
-{
-    while (HasMore() && (buffer[parsedBytes] == '\r' || buffer[parsedBytes] == '\n'))
-    {
-        ++parsedBytes;
-    }
-    if (!HasMore())
-    {
-        parsedBytes = 0;
-        readBytes = 0;
-    }
-}
-
-RequestReader::Progress RequestReader::ParseRequest()
-{
-    error_code error;
-    while (HasMore() && error != http::error::need_more)
-    {
-        const bool wasHeaderDone = parser->is_header_done();
-        parsedBytes += parser->put(asio::buffer(buffer.data() + parsedBytes, readBytes - parsedBytes), error);
-        if (error && error != http::error::need_more)
+        if (const auto progress = ParseNext())
         {
-            return Fail(error);
-        }
-        if (!wasHeaderDone && IsHeaderTooLarge())
-        {
-            return Fail(http::error::header_limit);
-        }
-        if (parser->is_done())
-        {
-            return Progress::RequestEnds;
-        }
-        if (!wasHeaderDone && parser->is_header_done())
-        {
-            bodyOffset = parsedBytes;
-            return Progress::HeaderEnds;
+            return *progress;
         }
     }
-    return MakeSpace();
+    return Progress::Failed;
 }
 
-/// The parser's own limit depends on the pieces in which the header comes.
-bool RequestReader::IsHeaderTooLarge() const noexcept
+std::optional<RequestReader::Progress> RequestReader::ParseNext()
 {
-    return parser->is_header_done() ? parsedBytes > RequestParser::maximumHeaderBytes
-                                    : readBytes >= RequestParser::maximumHeaderBytes;
+    switch (state)
+    {
+    case State::BeforeRequest:
+        return ParseBeginning();
+    case State::RequestLine:
+        return ParseRequestLine();
+    case State::Fields:
+        return ParseField();
+    case State::Body:
+        return ParseBody(State::Complete);
+    case State::ChunkSize:
+        return ParseChunkSize();
+    case State::ChunkData:
+        return ParseBody(State::ChunkEnd);
+    case State::ChunkEnd:
+        return ParseChunkEnd();
+    case State::Trailers:
+        return ParseTrailer();
+    case State::Complete:
+        break;
+    }
+    return EndRequest();
 }
 
-RequestReader::Progress RequestReader::MakeSpace()
+/// Some clients send an empty line behind a body.
+std::optional<RequestReader::Progress> RequestReader::ParseBeginning()
 {
-    if (parser->is_header_done())
+    constexpr std::string_view emptyLine = "\r\n";
+    while (GetUnparsed().starts_with(emptyLine))
     {
-        // Each piece of the body is read into the space behind the header and reuses it.
-        std::memmove(buffer.data() + bodyOffset, buffer.data() + parsedBytes, readBytes - parsedBytes);
-        readBytes -= parsedBytes - bodyOffset;
-        parsedBytes = bodyOffset;
+        parsedBytes += emptyLine.size();
     }
-    return readBytes < bufferBytes ? Progress::NeedsMore : Fail(http::error::header_limit);
+    MoveUnparsedTo(0);
+    if (emptyLine.starts_with(GetUnparsed()))
+    {
+        return Progress::NeedsMore;
+    }
+    state = State::RequestLine;
+    return Progress::HeaderBegins;
 }
 
-RequestReader::Progress RequestReader::Fail(const error_code& error)
+std::optional<RequestReader::Progress> RequestReader::ParseRequestLine()
 {
-    if (error == http::error::header_limit)
+    // A client that speaks something else, such as TLS, may never end a line.
+    if (!RequestParser::IsMethodCharacter(buffer.front()))
     {
-        problem = &Problems::headerTooLarge;
+        return Fail(Problems::malformedRequest);
     }
-    else
+    const auto line = TakeHeaderLine(Problems::targetTooLong);
+    if (!line)
     {
-        problem = error == http::error::body_limit ? &Problems::bodyTooLarge : &Problems::malformedRequest;
+        return MakeSpace();
     }
+    problem = parser.ParseRequestLine(*line);
+    state = State::Fields;
+    return std::nullopt;
+}
+
+std::optional<RequestReader::Progress> RequestReader::ParseField()
+{
+    const auto line = TakeHeaderLine(Problems::headerTooLarge);
+    if (!line)
+    {
+        return MakeSpace();
+    }
+    if (line->empty())
+    {
+        return EndHeader();
+    }
+    problem = parser.ParseField(*line);
+    return std::nullopt;
+}
+
+RequestReader::Progress RequestReader::EndHeader()
+{
+    if (const Problem* const cause = parser.EndHeader())
+    {
+        return Fail(*cause);
+    }
+    bodyOffset = parsedBytes;
+    remainingBytes = parser.GetBodyBytes();
+    if (!parser.IsChunked() && remainingBytes == 0)
+    {
+        return EndRequest();
+    }
+    // All at once: a reallocation would leave a copy behind that is not wiped.
+    body.reserve(parser.IsChunked() ? RequestParser::maximumBodyBytes : remainingBytes);
+    state = parser.IsChunked() ? State::ChunkSize : State::Body;
+    return Progress::HeaderEnds;
+}
+
+std::optional<RequestReader::Progress> RequestReader::ParseBody(State next)
+{
+    const std::string_view piece = GetUnparsed().substr(0, remainingBytes);
+    body += piece;
+    parsedBytes += piece.size();
+    remainingBytes -= piece.size();
+    if (remainingBytes != 0)
+    {
+        return MakeSpace();
+    }
+    state = next;
+    return std::nullopt;
+}
+
+std::optional<RequestReader::Progress> RequestReader::ParseChunkSize()
+{
+    const auto line = TakeLineBehindHeader();
+    if (!line)
+    {
+        return MakeSpace();
+    }
+    const auto size = RequestParser::ParseChunkSize(*line);
+    if (!size)
+    {
+        return Fail(Problems::malformedRequest);
+    }
+    if (*size > RequestParser::maximumBodyBytes - body.size())
+    {
+        return Fail(Problems::bodyTooLarge);
+    }
+    remainingBytes = static_cast<std::size_t>(*size);
+    state = *size == 0 ? State::Trailers : State::ChunkData;
+    return std::nullopt;
+}
+
+std::optional<RequestReader::Progress> RequestReader::ParseChunkEnd()
+{
+    if (!TakeLine(2, Problems::malformedRequest))
+    {
+        return MakeSpace();
+    }
+    state = State::ChunkSize;
+    return std::nullopt;
+}
+
+std::optional<RequestReader::Progress> RequestReader::ParseTrailer()
+{
+    const auto line = TakeLineBehindHeader();
+    if (!line)
+    {
+        return MakeSpace();
+    }
+    if (line->empty())
+    {
+        return EndRequest();
+    }
+    problem = parser.ParseTrailer(*line);
+    return std::nullopt;
+}
+
+RequestReader::Progress RequestReader::EndRequest()
+{
+    state = State::Complete;
+    parser.SetBody(body);
+    return Progress::RequestEnds;
+}
+
+/// The next line without its end; empty: it is not complete yet, or there is a problem. A line ends with CR LF, and
+/// control characters in it are left to its parser.
+std::optional<std::string_view> RequestReader::TakeLine(std::size_t maximumBytes, const Problem& tooLong)
+{
+    const std::string_view unparsed = GetUnparsed().substr(0, maximumBytes);
+    const std::size_t end = unparsed.find('\n');
+    if (end == std::string_view::npos)
+    {
+        problem = unparsed.size() == maximumBytes ? &tooLong : nullptr;
+        return std::nullopt;
+    }
+    if (end == 0 || unparsed[end - 1] != '\r')
+    {
+        problem = &Problems::malformedRequest;
+        return std::nullopt;
+    }
+    parsedBytes += end + 1;
+    return unparsed.substr(0, end - 1);
+}
+
+std::optional<std::string_view> RequestReader::TakeHeaderLine(const Problem& tooLong)
+{
+    const auto line = TakeLine(RequestParser::maximumHeaderBytes - parsedBytes, tooLong);
+    headerBytes = parsedBytes;
+    return line;
+}
+
+std::optional<std::string_view> RequestReader::TakeLineBehindHeader()
+{
+    const std::size_t begin = parsedBytes;
+    const auto line =
+        TakeLine(RequestParser::maximumHeaderBytes - headerBytes + freeLineBytes, Problems::headerTooLarge);
+    headerBytes += std::max(parsedBytes - begin, freeLineBytes) - freeLineBytes;
+    return line;
+}
+
+RequestReader::Progress RequestReader::MakeSpace() noexcept
+{
+    if (problem != nullptr)
+    {
+        return Progress::Failed;
+    }
+    if (bodyOffset != 0)
+    {
+        MoveUnparsedTo(bodyOffset);
+    }
+    assert(readBytes < bufferBytes);
+    return Progress::NeedsMore;
+}
+
+RequestReader::Progress RequestReader::Fail(const Problem& cause) noexcept
+{
+    problem = &cause;
     return Progress::Failed;
 }
 
 void RequestReader::BeginRequest()
 {
-    std::memmove(buffer.data(), buffer.data() + parsedBytes, readBytes - parsedBytes);
-    readBytes -= parsedBytes;
-    parsedBytes = 0;
-    bodyOffset = 0;
-    isHeaderBegun = false;
+    MoveUnparsedTo(0);
     WipeBody();
+    body.clear();
     Shrink(body);
-    parser.emplace(body);
+    parser = RequestParser();
+    state = State::BeforeRequest;
+    bodyOffset = 0;
+    headerBytes = 0;
 }
 
 void RequestReader::DropAll() noexcept
@@ -134,12 +266,20 @@ void RequestReader::DropAll() noexcept
     WipeBody();
 }
 
+void RequestReader::MoveUnparsedTo(std::size_t offset) noexcept
+{
+    const std::size_t count = readBytes - parsedBytes;
+    std::memmove(buffer.data() + offset, buffer.data() + parsedBytes, count);
+    parsedBytes = offset;
+    readBytes = offset + count;
+}
+
 void RequestReader::WipeBody() noexcept
 {
     if (!body.empty())
     {
-        sodium_memzero(body.data(), body.size());
-        sodium_memzero(buffer.data() + readBytes, bufferBytes - readBytes);
+        explicit_bzero(body.data(), body.size());
+        explicit_bzero(buffer.data() + readBytes, bufferBytes - readBytes);
     }
 }
 

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "Host/Http/RequestReader.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+
+namespace Oxa::Tests::Support
+{
+
+/// What a reader finds in the bytes, as text: "GET /path?query host='…' …; " for each request, and the code of the
+/// problem at the end. The first piece has `firstBytes`, others `pieceBytes`, or as many as there is room for.
+inline BasicString ReadRequests(std::string_view bytes, std::size_t firstBytes, std::size_t pieceBytes)
+{
+    using Host::Http::RequestReader;
+    constexpr std::string_view methods[] = {"GET", "HEAD", "POST", "DELETE", "other"};
+    RequestReader reader;
+    BasicString found;
+    std::size_t nextBytes = firstBytes;
+    while (true)
+    {
+        switch (reader.Parse())
+        {
+        case RequestReader::Progress::HeaderBegins:
+        case RequestReader::Progress::HeaderEnds:
+            break;
+        case RequestReader::Progress::Failed:
+            return found += reader.GetProblem().code;
+        case RequestReader::Progress::RequestEnds:
+        {
+            const auto& parser = reader.GetParser();
+            const auto& request = parser.GetRequest();
+            found += methods[static_cast<std::size_t>(request.method)];
+            found.append(" ").append(request.path);
+            found.append(request.query.empty() ? "" : "?").append(request.query);
+            const std::pair<std::string_view, std::string_view> texts[] = {
+                {"host", request.host},     {"authorization", request.authorization},
+                {"cookie", request.cookie}, {"type", request.contentType},
+                {"origin", request.origin}, {"site", request.fetchSite},
+                {"body", request.body}};
+            for (const auto& [name, text] : texts)
+            {
+                if (!text.empty())
+                {
+                    found.append(" ").append(name).append("='").append(text).append("'");
+                }
+            }
+            found += parser.IsHttp10() ? " 1.0" : "";
+            found += parser.KeepsConnection() ? "" : " close";
+            found += parser.ExpectsContinue() ? " continue" : "";
+            found += "; ";
+            reader.BeginRequest();
+            break;
+        }
+        case RequestReader::Progress::NeedsMore:
+            if (bytes.empty())
+            {
+                return found;
+            }
+            const std::size_t count = bytes.copy(reader.GetSpace(), std::min(nextBytes, reader.GetSpaceBytes()));
+            reader.Add(count);
+            bytes.remove_prefix(count);
+            nextBytes = pieceBytes;
+            break;
+        }
+    }
+}
+
+} // namespace Oxa::Tests::Support
