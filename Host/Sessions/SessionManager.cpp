@@ -5,10 +5,6 @@
 #include "Oxa/System/Nm/NotificationManager.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
-#include <boost/algorithm/string/predicate.hpp>
-
-#include <locale>
-
 namespace Oxa::Host::Sessions
 {
 
@@ -24,23 +20,14 @@ struct Credentials
     bool isByCookie = false;
 };
 
-std::string_view Trim(std::string_view text) noexcept
-{
-    const std::size_t begin = text.find_first_not_of(" \t");
-    return begin == std::string_view::npos ? std::string_view()
-                                           : text.substr(begin, text.find_last_not_of(" \t") - begin + 1);
-}
-
 std::string_view FindCookie(std::string_view cookies, std::string_view name) noexcept
 {
     while (!cookies.empty())
     {
-        const std::string_view cookie = cookies.substr(0, cookies.find(';'));
-        cookies.remove_prefix(cookie.size() < cookies.size() ? cookie.size() + 1 : cookies.size());
-        const std::size_t equals = cookie.find('=');
-        if (equals != std::string_view::npos && Trim(cookie.substr(0, equals)) == name)
+        std::string_view value = Http::TakeUntil(cookies, ';');
+        if (Http::Trim(Http::TakeUntil(value, '=')) == name)
         {
-            return Trim(cookie.substr(equals + 1));
+            return Http::Trim(value);
         }
     }
     return {};
@@ -51,9 +38,9 @@ Credentials FindCredentials(const Http::HttpRequest& request)
 {
     constexpr std::string_view scheme = "Bearer ";
     const std::string_view authorization = request.authorization;
-    if (boost::algorithm::istarts_with(authorization, scheme, std::locale::classic()))
+    if (Http::AreEqual(authorization.substr(0, scheme.size()), scheme))
     {
-        return {Trim(authorization.substr(scheme.size())), false};
+        return {Http::Trim(authorization.substr(scheme.size())), false};
     }
     return {FindCookie(request.cookie, SessionManager::cookieName), true};
 }

@@ -10,12 +10,10 @@
 #include "Oxa/System/Commons/OxaDateTime.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
-#include <boost/algorithm/string/predicate.hpp>
 #include <boost/asio/post.hpp>
 #include <sodium.h>
 
 #include <chrono>
-#include <locale>
 
 namespace Oxa::Host::Sessions
 {
@@ -34,11 +32,7 @@ constexpr std::size_t maximumWaitingLogIns = 8;
 
 bool IsJson(std::string_view contentType)
 {
-    constexpr std::string_view expected = "application/json";
-    const std::string_view mediaType = contentType.substr(0, contentType.find(';'));
-    const std::size_t end = mediaType.find_last_not_of(" \t");
-    return boost::algorithm::iequals(mediaType.substr(0, end == std::string_view::npos ? 0 : end + 1), expected,
-                                     std::locale::classic());
+    return Http::AreEqual(Http::Trim(contentType.substr(0, contentType.find(';'))), "application/json");
 }
 
 /// Where a string can be expected: false when the token is none.
