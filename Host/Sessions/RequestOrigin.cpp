@@ -16,7 +16,8 @@ bool IsSaidToBeForeign(const Http::HttpRequest& request)
         return false;
     }
     const std::size_t schemeEnd = request.origin.find("://");
-    return schemeEnd == std::string_view::npos || request.origin.substr(schemeEnd + 3) != request.host;
+    return schemeEnd == std::string_view::npos || request.host.empty() ||
+           request.origin.substr(schemeEnd + 3) != request.host;
 }
 
 bool IsForeign(const Http::HttpRequest& request)

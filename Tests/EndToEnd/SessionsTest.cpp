@@ -110,6 +110,11 @@ TEST(Sessions, AreNotUsedByOtherSites)
             << fields;
     }
     EXPECT_EQ(host.Ask("DELETE", "/api/v1/session", cookie + "Origin: http://evil\r\n").result_int(), 403U);
+    for (const auto& [origin, status] : {std::pair("http://test", 403U), std::pair("http://real", 200U)})
+    {
+        const auto answer = host.Ask("POST", "http://real/api/v1/FakeDp/Echo", cookie + "Origin: " + origin + "\r\n");
+        EXPECT_EQ(answer.result_int(), status) << "the address of the target counts, not the header field Host";
+    }
 }
 
 TEST(Sessions, EndWhenTheUserIsRemovedOrGetsAnotherPassword)
