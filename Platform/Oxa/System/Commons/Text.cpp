@@ -1,11 +1,16 @@
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <cxxabi.h>
+#include <locale.h>
 #include <rapidjson/encodings.h>
+#include <wctype.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <memory>
+#include <utility>
 
 namespace Oxa::System::Commons::Text
 {
@@ -36,6 +41,19 @@ private:
     std::size_t position = 0;
 };
 
+/// A RapidJSON output stream that appends to a text.
+struct StringStream
+{
+    using Ch = char;
+
+    void Put(char character)
+    {
+        text += character;
+    }
+
+    BasicString& text;
+};
+
 std::size_t CountLeadingAscii(std::string_view text) noexcept
 {
     constexpr std::uint64_t highBits = 0x8080808080808080U;
@@ -61,13 +79,33 @@ bool IsContinuation(char byte) noexcept
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
-/// The length of the well-formed sequence at the start of `text`, 0 when there is none. Requires: not empty.
-std::size_t MeasureSequence(std::string_view text) noexcept
+struct Sequence
+{
+    unsigned codePoint = 0;
+    /// 0: the text does not begin with a well-formed sequence.
+    std::size_t length = 0;
+};
+
+/// Requires: not empty.
+Sequence DecodeSequence(std::string_view text) noexcept
 {
     ViewStream stream(text);
-    unsigned codePoint = 0;
-    const bool isValid = rapidjson::UTF8<>::Decode(stream, &codePoint);
-    return isValid && stream.Tell() <= text.size() ? stream.Tell() : 0;
+    Sequence sequence;
+    const bool isValid = rapidjson::UTF8<>::Decode(stream, &sequence.codePoint);
+    sequence.length = isValid && stream.Tell() <= text.size() ? stream.Tell() : 0;
+    return sequence;
+}
+
+/// Control characters, and what a reader does not see but what changes what he sees: line separators, characters that
+/// control the direction, and those of no width.
+bool IsHidden(unsigned codePoint) noexcept
+{
+    constexpr std::pair<unsigned, unsigned> ranges[] = {
+        {0x00, 0x1F},     {0x7F, 0x9F},     {0xAD, 0xAD},     {0x61C, 0x61C},   {0x200B, 0x200F},
+        {0x2028, 0x202E}, {0x2060, 0x206F}, {0xFEFF, 0xFEFF}, {0xFFF9, 0xFFFB}, {0xE0000, 0xE007F}};
+    return std::any_of(std::begin(ranges), std::end(ranges),
+                       [codePoint](const auto& range)
+                       { return codePoint >= range.first && codePoint <= range.second; });
 }
 
 } // namespace
@@ -76,7 +114,7 @@ bool IsValidUtf8(std::string_view text) noexcept
 {
     for (text.remove_prefix(CountLeadingAscii(text)); !text.empty(); text.remove_prefix(CountLeadingAscii(text)))
     {
-        const std::size_t length = MeasureSequence(text);
+        const std::size_t length = DecodeSequence(text).length;
         if (length == 0)
         {
             return false;
@@ -95,7 +133,7 @@ BasicString ReplaceInvalidUtf8(std::string_view text)
         std::size_t length = CountLeadingAscii(text);
         if (length == 0)
         {
-            length = MeasureSequence(text);
+            length = DecodeSequence(text).length;
         }
         if (length == 0)
         {
@@ -109,29 +147,68 @@ BasicString ReplaceInvalidUtf8(std::string_view text)
     return result;
 }
 
+bool IsPlain(std::string_view text) noexcept
+{
+    while (!text.empty())
+    {
+        const Sequence sequence = DecodeSequence(text);
+        if (sequence.length == 0 || IsHidden(sequence.codePoint))
+        {
+            return false;
+        }
+        text.remove_prefix(sequence.length);
+    }
+    return true;
+}
+
 BasicString EscapeControlCharacters(std::string_view text)
 {
     BasicString result;
     result.reserve(text.size());
-    unsigned char previous = 0;
-    for (const char character : text)
+    while (!text.empty())
     {
-        const auto byte = static_cast<unsigned char>(character);
-        // The second half of U+0080 to U+009F: line breaks and escape sequences to some terminals.
-        const bool isSecondHalf = previous == 0xC2 && byte >= 0x80 && byte < 0xA0;
-        previous = byte;
-        if (byte >= 0x20 && byte != 0x7F && !isSecondHalf)
+        const Sequence sequence = DecodeSequence(text);
+        const std::size_t length = std::max<std::size_t>(sequence.length, 1);
+        if (length == 1 && (sequence.length == 0 || IsHidden(sequence.codePoint)))
         {
-            result += character;
-            continue;
+            fmt::format_to(std::back_inserter(result), "\\x{:02x}", static_cast<unsigned char>(text.front()));
         }
-        if (isSecondHalf)
+        else if (IsHidden(sequence.codePoint))
         {
-            result.pop_back();
+            fmt::format_to(std::back_inserter(result), "\\u{:04x}", sequence.codePoint);
         }
-        fmt::format_to(std::back_inserter(result), "\\x{:02x}", byte);
+        else
+        {
+            result += text.substr(0, length);
+        }
+        text.remove_prefix(length);
     }
-    return IsValidUtf8(result) ? result : ReplaceInvalidUtf8(result);
+    return result;
+}
+
+BasicString FoldCase(std::string_view text)
+{
+    // Part of the C library, whatever is installed. Never freed.
+    static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    BasicString result;
+    result.reserve(text.size());
+    while (!text.empty())
+    {
+        const Sequence sequence = DecodeSequence(text);
+        if (sequence.length == 0 || locale == nullptr)
+        {
+            result += text.front();
+            text.remove_prefix(1);
+        }
+        else
+        {
+            // By way of the upper case: a letter may have several lower ones.
+            StringStream stream{result};
+            rapidjson::UTF8<>::Encode(stream, towlower_l(towupper_l(sequence.codePoint, locale), locale));
+            text.remove_prefix(sequence.length);
+        }
+    }
+    return result;
 }
 
 std::string_view Truncate(std::string_view text, std::size_t maximumBytes) noexcept

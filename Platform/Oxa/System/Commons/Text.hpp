@@ -27,8 +27,17 @@ template <class... Args>
 /// Every byte that is no part of a well-formed UTF-8 sequence becomes U+FFFD; the result is valid UTF-8.
 [[nodiscard]] OXA_EXPORT BasicString ReplaceInvalidUtf8(std::string_view text);
 
-/// One line that can be logged: control characters become \xNN, bytes that are no UTF-8 become U+FFFD.
+/// True when a reader sees the text as it is: valid UTF-8 without control characters, line separators, characters that
+/// control the direction of writing, and those of no width.
+[[nodiscard]] OXA_EXPORT bool IsPlain(std::string_view text) noexcept;
+
+/// One line that can be logged, in valid UTF-8: of what `IsPlain` refuses, bytes that are no UTF-8 and ASCII control
+/// characters become \xNN, others \uNNNN.
 [[nodiscard]] OXA_EXPORT BasicString EscapeControlCharacters(std::string_view text);
+
+/// Equal for texts that differ only in the case of letters, one by one, of any alphabet. For comparing, not for
+/// showing.
+[[nodiscard]] OXA_EXPORT BasicString FoldCase(std::string_view text);
 
 /// At most the first `maximumBytes` of the text; a UTF-8 character is kept whole or left out. The view is one of
 /// `text`.

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+#include <vector>
+
 namespace
 {
 
@@ -35,11 +38,43 @@ TEST(MendingText, ReplacesEveryByteThatIsNoUtf8)
     }
 }
 
-TEST(MendingText, KeepsNulAndEscapesItForTheLog)
+TEST(EscapingText, ShowsWhatAReaderOfTheLogWouldNotSee)
 {
-    const BasicString text("a\0b\r\n\x1B[2J\x7F", 10);
-    EXPECT_EQ(Text::ReplaceInvalidUtf8(text), text);
-    EXPECT_EQ(Text::EscapeControlCharacters(text), "a\\x00b\\x0d\\x0a\\x1b[2J\\x7f");
+    const std::pair<std::string_view, std::string_view> cases[] = {
+        {{"a\0b\r\n\x1B[2J\x7F", 10}, R"(a\x00b\x0d\x0a\x1b[2J\x7f)"},
+        {"\xC2\x85\xC2\x9B|\xC2\xA0", "\\u0085\\u009b|\xC2\xA0"}, // C1, and a space that is none of them
+        {"\xE2\x80\xAE"
+         "nimda\xE2\x81\xA6\xD8\x9C",
+         R"(\u202enimda\u2066\u061c)"}, // direction
+        {"a\xE2\x80\xA8"
+         "b\xE2\x80\x8B\xEF\xBB\xBF",
+         R"(a\u2028b\u200b\ufeff)"}, // line, no width
+        {"\xF3\xA0\x81\x81", R"(\ue0041)"},
+        {"\xFF|\xC3|\xE2\x82", R"(\xff|\xc3|\xe2\x82)"}, // no UTF-8
+        {"Zo\xC3\xAB \xF0\x9F\x98\x80 \\", "Zo\xC3\xAB \xF0\x9F\x98\x80 \\"},
+    };
+    for (const auto& [text, escaped] : cases)
+    {
+        EXPECT_EQ(Text::EscapeControlCharacters(text), escaped) << testing::PrintToString(text);
+        EXPECT_EQ(Text::IsPlain(text), text == escaped) << testing::PrintToString(text);
+    }
+}
+
+TEST(FoldingCase, MakesTextsEqualThatDifferOnlyInCase)
+{
+    const std::vector<BasicString> cases[] = {{"Admin", "ADMIN", "admin"},
+                                              {"J\xC3\x9CRGEN", "j\xC3\xBCrgen"},
+                                              {"\xCE\xA3", "\xCF\x83", "\xCF\x82"},
+                                              {"\xFF\xC3", "\xFF\xC3"}};
+    for (const auto& texts : cases)
+    {
+        for (const BasicString& text : texts)
+        {
+            EXPECT_EQ(Text::FoldCase(text), Text::FoldCase(texts.front())) << text;
+        }
+    }
+    EXPECT_NE(Text::FoldCase("admin"), Text::FoldCase("admin2"));
+    EXPECT_NE(Text::FoldCase("u"), Text::FoldCase("\xC3\xBC"));
 }
 
 TEST(TruncatingText, NeverSplitsACharacter)
