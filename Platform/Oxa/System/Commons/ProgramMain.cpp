@@ -1,6 +1,7 @@
 #include "Oxa/System/Commons/ProgramMain.hpp"
 
 #include "Oxa/System/Commons/AppDomain.hpp"
+#include "Oxa/System/Commons/TemporaryException.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 
 #include <cerrno>
@@ -55,6 +56,11 @@ int RunProgram(const char* programName, const std::function<int(AppDomain&)>& ru
     {
         std::cerr << programName << ": " << exception.what() << std::endl;
         return configurationFaultStatus;
+    }
+    catch (const TemporaryException& exception)
+    {
+        std::cerr << programName << ": " << exception.what() << std::endl;
+        return temporaryFaultStatus;
     }
     catch (const std::exception& exception)
     {

@@ -12,8 +12,9 @@ namespace Oxa::System::Commons
 
 class AppDomain;
 
-/// Exit statuses, those of sysexits.h: EX_USAGE and EX_CONFIG.
+/// Exit statuses, those of sysexits.h: EX_USAGE, EX_TEMPFAIL and EX_CONFIG.
 inline constexpr int usageFaultStatus = 64;
+inline constexpr int temporaryFaultStatus = 75;
 inline constexpr int configurationFaultStatus = 78;
 
 /// What the parser of a program's command line gives: what the program is to do, or its exit status. There is only the
@@ -23,8 +24,9 @@ using CommandLineOrStatus = std::variant<CommandLine, int>;
 
 /// Runs the main part of a program in an application domain of the program's name, which is the process's one
 /// meanwhile, and returns its exit status. What escapes it is told on standard error: an XmlException, with its
-/// position, and a ConfigurationException are faults of the configuration, everything else is a failure. A reader of
-/// the output that goes away does not end the program. Requires: called once, by main.
+/// position, and a ConfigurationException are faults of the configuration, a TemporaryException is a temporary fault,
+/// everything else is a failure. A reader of the output that goes away does not end the program. Requires: called once,
+/// by main.
 [[nodiscard]] OXA_EXPORT int RunProgram(const char* programName, const std::function<int(AppDomain&)>& run);
 
 /// As above, for a program with a command line. `parse()` gives a CommandLineOrStatus, `run(commandLine, appDomain)`
@@ -42,7 +44,8 @@ template <class Parse, class Run>
 }
 
 /// Calls `use`, which uses something that the configuration names, and returns what it returns. When that cannot be
-/// used (InvalidOperationException), throws a ConfigurationException with the same text.
+/// used (InvalidOperationException), throws a ConfigurationException with the same text. What may pass
+/// (TemporaryException) is no fault of the configuration.
 template <class Use>
 auto UseConfigured(const Use& use)
 {
