@@ -1,5 +1,6 @@
 #include "Host/WbmHost.hpp"
 
+#include "Host/Audit/AuditLog.hpp"
 #include "Oxa/System/Commons/StartupMemory.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationService.hpp"
@@ -62,7 +63,6 @@ void WbmHost::ServiceEndpoints::Reset()
 WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
                  System::Um::UserManager& users)
     : configuration(configuration),
-      auditLog(notifications),
       authorizationProvider(users),
       components(appDomain),
       registry(loop, configuration),
@@ -82,6 +82,7 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       startTimer(loop.GetContext()),
       shutdownTimer(loop.GetContext())
 {
+    notifications.Subscribe([log = Audit::AuditLog()](const System::Nm::Notification& each) { log.Write(each); });
 }
 
 WbmHost::~WbmHost()

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Host/ApiRouter.hpp"
-#include "Host/Audit/AuditLog.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Http/HttpServer.hpp"
 #include "Host/Http/RequestStrand.hpp"
@@ -94,7 +93,6 @@ private:
     /// Declared first, so destroyed last: it supervises the destruction of all members below.
     System::Commons::Threading::Watchdog watchdog{"a module or a component does not stop: ending without it"};
     System::Nm::NotificationManager notifications;
-    Audit::AuditLog auditLog;
     AuthorizationProvider authorizationProvider;
     System::Acf::ComponentManager components;
     Threads::EventLoop loop;

@@ -1,7 +1,6 @@
 #include "Host/Audit/AuditLog.hpp"
 
 #include "Oxa/System/Nm/Notification.hpp"
-#include "Oxa/System/Nm/NotificationManager.hpp"
 
 #include <string_view>
 
@@ -29,14 +28,6 @@ BasicString Quote(std::string_view text)
 }
 
 } // namespace
-
-AuditLog::AuditLog(System::Nm::NotificationManager& notifications)
-    : subscription(
-          notifications.Subscribe([this](const System::Nm::Notification& notification) { Write(notification); }))
-{
-}
-
-AuditLog::~AuditLog() = default;
 
 void AuditLog::Write(const System::Nm::Notification& notification) const
 {

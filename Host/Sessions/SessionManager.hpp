@@ -2,7 +2,7 @@
 
 #include "Host/Sessions/SessionTable.hpp"
 #include "Oxa/System/Commons/Types.hpp"
-#include "Oxa/System/Nm/NotificationKind.hpp"
+#include "Oxa/System/Nm/Notification.hpp"
 #include "Oxa/System/Um/SecurityToken.hpp"
 #include "Oxa/System/Um/UserInfo.hpp"
 

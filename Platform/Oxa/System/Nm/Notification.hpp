@@ -1,14 +1,40 @@
 #pragma once
 
+#include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/OxaDateTime.hpp"
 #include "Oxa/System/Commons/Types.hpp"
-#include "Oxa/System/Nm/NotificationKind.hpp"
 
+#include <string_view>
 #include <utility>
 #include <vector>
 
 namespace Oxa::System::Nm
 {
+
+/// What happened. An enumerator keeps its number, new ones go to the end.
+enum class NotificationKind : uint16
+{
+    HostStarted = 1,
+    HostStopped = 2,
+    LoggedIn = 3,
+    LogInFailed = 4,
+    LoggedOut = 5,
+    SessionExpired = 6,
+    CommandExecuted = 7,
+    CommandFailed = 8,
+    CommandRefused = 9,
+    UserAdded = 10,
+    UserRemoved = 11,
+    UserChanged = 12,
+    ModuleFailed = 14,
+    ServiceLost = 15,
+    ServiceBack = 16,
+    /// A request that changes something, sent by a page of another site.
+    CrossOriginRefused = 18
+};
+
+/// The enumerator's name; "Unknown" for a number without one. Valid until the process ends.
+[[nodiscard]] OXA_EXPORT std::string_view GetNotificationKindName(NotificationKind kind) noexcept;
 
 /// Something that happened and that others may want to know, for instance for an audit trail. A value type.
 /// Texts may hold any bytes; whoever shows or stores them makes them presentable. Never holds a secret.
@@ -21,7 +47,7 @@ struct Notification
     BasicString source;
     /// The name of the user who did it; empty when nobody did.
     BasicString user;
-    /// One sentence for people.
+    /// What it happened to, or one sentence for people.
     BasicString text;
     /// Details for programs, as pairs of name and value.
     std::vector<std::pair<BasicString, BasicString>> fields;

@@ -1,10 +1,8 @@
 #include "Oxa/System/Nm/NotificationManager.hpp"
 
 #include "Oxa/System/Commons/ArgumentException.hpp"
-#include "Oxa/System/Nm/Internal/CurrentTime.hpp"
-#include "Oxa/System/Nm/Internal/SubscriberQueue.hpp"
 
-#include <exception>
+#include <chrono>
 #include <mutex>
 #include <utility>
 
@@ -14,48 +12,81 @@ namespace Oxa::System::Nm
 using System::Commons::ArgumentException;
 using System::Commons::Diagnostics::Logging::LogLevel;
 
+std::string_view GetNotificationKindName(NotificationKind kind) noexcept
+{
+    switch (kind)
+    {
+    case NotificationKind::HostStarted:
+        return "HostStarted";
+    case NotificationKind::HostStopped:
+        return "HostStopped";
+    case NotificationKind::LoggedIn:
+        return "LoggedIn";
+    case NotificationKind::LogInFailed:
+        return "LogInFailed";
+    case NotificationKind::LoggedOut:
+        return "LoggedOut";
+    case NotificationKind::SessionExpired:
+        return "SessionExpired";
+    case NotificationKind::CommandExecuted:
+        return "CommandExecuted";
+    case NotificationKind::CommandFailed:
+        return "CommandFailed";
+    case NotificationKind::CommandRefused:
+        return "CommandRefused";
+    case NotificationKind::UserAdded:
+        return "UserAdded";
+    case NotificationKind::UserRemoved:
+        return "UserRemoved";
+    case NotificationKind::UserChanged:
+        return "UserChanged";
+    case NotificationKind::ModuleFailed:
+        return "ModuleFailed";
+    case NotificationKind::ServiceLost:
+        return "ServiceLost";
+    case NotificationKind::ServiceBack:
+        return "ServiceBack";
+    case NotificationKind::CrossOriginRefused:
+        return "CrossOriginRefused";
+    }
+    return "Unknown";
+}
+
 NotificationManager::NotificationManager() = default;
 
 NotificationManager::~NotificationManager() = default;
 
 void NotificationManager::Publish(Notification notification) noexcept
 {
-    try
+    if (notification.time.GetTicks() == 0)
     {
-        if (notification.time.GetTicks() == 0)
-        {
-            notification.time = Internal::GetCurrentTime();
-        }
-        const auto shared = std::make_shared<const Notification>(std::move(notification));
-        // Held while all queues are served: every subscriber sees the same order.
-        const std::lock_guard lock(mutex);
-        for (const auto& entry : queues)
-        {
-            if (const auto queue = entry.lock())
-            {
-                queue->Push(shared);
-            }
-        }
+        const auto now = std::chrono::system_clock::now().time_since_epoch();
+        notification.time =
+            DateTime::FromUnixTimeMicroseconds(std::chrono::duration_cast<std::chrono::microseconds>(now).count());
     }
-    catch (const std::exception& exception)
+    // Held meanwhile: every subscriber sees the same order.
+    const std::lock_guard lock(mutex);
+    for (const Subscriber& subscriber : subscribers)
     {
-        Log(LogLevel::Error, "A notification is lost: {0}", exception.what());
+        try
+        {
+            subscriber(notification);
+        }
+        catch (...)
+        {
+            Log(LogLevel::Error, "a subscriber failed: {0}", System::Commons::DescribeCurrentException());
+        }
     }
 }
 
-std::unique_ptr<Subscription> NotificationManager::Subscribe(std::function<void(const Notification&)> subscriber)
+void NotificationManager::Subscribe(Subscriber subscriber)
 {
     if (!subscriber)
     {
         throw ArgumentException::CreateDefault("subscriber");
     }
-    auto queue = std::make_shared<Internal::SubscriberQueue>(std::move(subscriber), maximumWaiting);
-    auto subscription = std::make_unique<Subscription>(queue);
-    Internal::SubscriberQueue::Start(queue);
     const std::lock_guard lock(mutex);
-    std::erase_if(queues, [](const auto& entry) { return entry.expired(); });
-    queues.push_back(queue);
-    return subscription;
+    subscribers.push_back(std::move(subscriber));
 }
 
 } // namespace Oxa::System::Nm
