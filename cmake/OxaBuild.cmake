@@ -8,7 +8,11 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
-set(CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR};$ORIGIN")
+# The same in the build tree, whose folders are the installed ones: CMake's own search path for the build tree ends with
+# an empty element, which the loader takes for the current folder, whatever lies there.
+set(CMAKE_INSTALL_RPATH "$ORIGIN/../lib" "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}" "$ORIGIN")
+list(REMOVE_DUPLICATES CMAKE_INSTALL_RPATH)
+set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
