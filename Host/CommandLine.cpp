@@ -59,7 +59,8 @@ System::Commons::CommandLineOrStatus<CommandLine> ParseCommandLine(int argc, con
     app.add_option("--variable", variables, "NAME=VALUE: what ${NAME} in configuration files stands for")
         ->allow_extra_args(false)
         ->check(&System::Commons::FindVariableMistake);
-    app.add_flag("--examples", commandLine.printsExamples, "Prints commands to try");
+    app.add_option("--log", commandLine.logPath, "Logs to that file, whatever the configuration says");
+    app.add_flag("--examples", commandLine.printsExamples, "Prints address, first password and commands to try");
     AddUserCommands(app, commandLine);
     try
     {

@@ -26,6 +26,8 @@ struct CommandLine
     BasicString stateFolder;
     /// Instead of the configuration's.
     std::optional<uint16> port;
+    /// A file instead of the configuration's log target; empty: that.
+    BasicString logPath;
     System::Commons::ProgramVariables variables;
     bool printsExamples = false;
     BasicString userName;

@@ -28,13 +28,14 @@ using Oxa::Host::Configuration::HostConfiguration;
 using Oxa::System::Commons::AppDomain;
 using Oxa::System::Commons::InvalidOperationException;
 using Oxa::System::Commons::UseConfigured;
+using Oxa::System::Commons::Diagnostics::Logging::LogConfiguration;
 using Oxa::System::Commons::Diagnostics::Logging::LogManager;
 using Oxa::System::Um::UserManager;
 
 /// The password itself only to somebody who looks on, not into a log.
-void ReportInitialUser(const CommandLine& commandLine, const BasicString& password, const BasicString& path)
+void ReportInitialUser(const BasicString& password, const BasicString& path)
 {
-    const bool isShown = commandLine.printsExamples || isatty(STDOUT_FILENO) == 1;
+    const bool isShown = isatty(STDOUT_FILENO) == 1;
     std::cout << "created the user '" << Oxa::Host::initialUserName << "' with the password "
               << (isShown ? password + " (kept in '" + path + "')" : "in '" + path + '\'') << '\n';
 }
@@ -43,9 +44,9 @@ void Serve(const CommandLine& commandLine, const HostConfiguration& configuratio
            UserManager& users, const Oxa::Host::StateFolder& stateFolder)
 {
     const BasicString password = CreateInitialUser(users, stateFolder);
-    if (!password.empty())
+    if (!password.empty() && !commandLine.printsExamples)
     {
-        ReportInitialUser(commandLine, password, stateFolder.GetInitialPasswordPath());
+        ReportInitialUser(password, stateFolder.GetInitialPasswordPath());
     }
     Oxa::Host::WbmHost host(appDomain, configuration, users);
     host.Run(
@@ -55,7 +56,7 @@ void Serve(const CommandLine& commandLine, const HostConfiguration& configuratio
             std::cout << "listening on " << address << std::endl;
             if (commandLine.printsExamples)
             {
-                std::cout << Oxa::Host::FormatExamples(address, stateFolder.GetInitialPasswordPath()) << std::flush;
+                std::cout << Oxa::Host::FormatExamples(address, stateFolder, commandLine.logPath) << std::flush;
             }
         });
 }
@@ -71,6 +72,11 @@ int Run(const CommandLine& commandLine, AppDomain& appDomain)
     SetProgramVariables(appDomain, commandLine.configurationPath, commandLine.variables);
     HostConfiguration configuration = Oxa::Host::Configuration::LoadHostConfiguration(commandLine.configurationPath);
     configuration.http.port = commandLine.port.value_or(configuration.http.port);
+    if (!commandLine.logPath.empty())
+    {
+        configuration.log.target = LogConfiguration::Target::File;
+        configuration.log.filePath = commandLine.logPath;
+    }
     LogManager::AssignAppDomain(appDomain);
     UseConfigured([&] { LogManager::Configure(configuration.log); });
     const Oxa::Host::StateFolder stateFolder(commandLine.stateFolder);

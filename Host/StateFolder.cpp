@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -101,6 +102,14 @@ void StateFolder::WriteInitialPassword(const BasicString& password) const
         unlink(newPath.c_str());
         ThrowErrno("write", initialPasswordPath, cause);
     }
+}
+
+BasicString StateFolder::ReadInitialPassword() const
+{
+    std::ifstream file(initialPasswordPath);
+    BasicString password;
+    std::getline(file, password);
+    return password;
 }
 
 void StateFolder::RemoveInitialPassword() const noexcept

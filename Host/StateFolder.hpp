@@ -25,6 +25,9 @@ public:
     /// at once and as a whole. Requires: the lock.
     void WriteInitialPassword(const BasicString& password) const;
 
+    /// Empty when it is no longer kept, or not for this user.
+    [[nodiscard]] BasicString ReadInitialPassword() const;
+
     /// Nothing happens when there is none.
     void RemoveInitialPassword() const noexcept;
 

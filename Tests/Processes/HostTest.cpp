@@ -28,7 +28,7 @@ protected:
         std::ostringstream text;
         text << std::ifstream(OXA_DESCRIPTIONS "/controller.xml").rdbuf();
         BasicString description = text.str();
-        const BasicString shippedName = "OXC 4000 S";
+        const BasicString shippedName = "Demo 400 S";
         description.replace(description.find(shippedName), shippedName.size(), articleName);
         device.GetFolder().Write("device.xml", description);
         device.Start();

@@ -2,31 +2,69 @@
 
 #include "Oxa/System/Commons/AppDomain.hpp"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace Oxa::System::Commons::Xml
 {
 
+namespace
+{
+
+constexpr std::string_view opening = "${";
+constexpr std::string_view defaultMark = ":-";
+
+/// The closing brace of the placeholder that the text begins with, whose default may hold others.
+std::size_t FindEnd(std::string_view text) noexcept
+{
+    int depth = 0;
+    for (std::size_t index = 0; index < text.size(); ++index)
+    {
+        if (text.substr(index).starts_with(opening))
+        {
+            ++depth;
+        }
+        else if (text[index] == '}' && --depth == 0)
+        {
+            return index;
+        }
+    }
+    return std::string_view::npos;
+}
+
+} // namespace
+
 PlaceholderExpression::PlaceholderExpression(const AppDomain* appDomain) noexcept : appDomain(appDomain) {}
 
 BasicString PlaceholderExpression::Resolve(std::string_view text) const
 {
-    constexpr std::string_view opening = "${";
     BasicString result;
     while (true)
     {
-        const std::size_t start = text.find(opening);
-        const std::size_t end = start == std::string_view::npos ? start : text.find('}', start);
+        const std::size_t start = std::min(text.find(opening), text.size());
+        result += text.substr(0, start);
+        text.remove_prefix(start);
+        const std::size_t end = FindEnd(text);
         if (end == std::string_view::npos)
         {
             return result.append(text);
         }
-        result += text.substr(0, start);
-        const BasicString name(text.substr(start + opening.size(), end - start - opening.size()));
-        BasicString value;
-        result += TryResolveName(name, value) ? std::string_view(value) : text.substr(start, end - start + 1);
+        result += ResolvePlaceholder(text.substr(0, end + 1));
         text.remove_prefix(end + 1);
     }
+}
+
+BasicString PlaceholderExpression::ResolvePlaceholder(std::string_view placeholder) const
+{
+    const std::string_view content = placeholder.substr(opening.size(), placeholder.size() - opening.size() - 1);
+    const std::size_t mark = content.find(defaultMark);
+    BasicString value;
+    const bool isKnown = TryResolveName(BasicString(content.substr(0, mark)), value);
+    if (mark != std::string_view::npos)
+    {
+        return value.empty() ? Resolve(content.substr(mark + defaultMark.size())) : value;
+    }
+    return isKnown ? value : BasicString(placeholder);
 }
 
 bool PlaceholderExpression::TryResolveName(const BasicString& name, BasicString& value) const

@@ -14,7 +14,8 @@ namespace Oxa::System::Commons::Xml
 {
 
 /// Resolves placeholders in configuration texts: ${NAME} becomes the application domain's variable of that name, else
-/// the environment's; an unknown one stays as it is. What a placeholder resolves to is not searched again.
+/// the environment's; an unknown one stays as it is. ${NAME:-DEFAULT} becomes the default, in which placeholders are
+/// resolved, when the variable is unknown or empty. The value of a variable is not searched again.
 /// Threads: as safe as the application domain; the environment must not change meanwhile.
 class OXA_EXPORT PlaceholderExpression final
 {
@@ -25,6 +26,7 @@ public:
     [[nodiscard]] BasicString Resolve(std::string_view text) const;
 
 private:
+    [[nodiscard]] BasicString ResolvePlaceholder(std::string_view placeholder) const;
     [[nodiscard]] bool TryResolveName(const BasicString& name, BasicString& value) const;
 
     const AppDomain* appDomain;

@@ -171,6 +171,7 @@ TEST(ResolvingPlaceholders, PrefersTheDomainAndKeepsWhatIsUnknown)
     AppDomain appDomain("test");
     appDomain.SetVariable("PATH", "domain");
     appDomain.SetVariable("LOOP", "${LOOP}");
+    appDomain.SetVariable("EMPTY", "");
     ::setenv("OXA_XML_TEST", "environment", 1);
     const PlaceholderExpression placeholders(&appDomain);
     const std::pair<BasicString, BasicString> cases[] = {
@@ -179,6 +180,11 @@ TEST(ResolvingPlaceholders, PrefersTheDomainAndKeepsWhatIsUnknown)
         {"${NO_SUCH_NAME}${PATH}", "${NO_SUCH_NAME}domain"},
         {"${PATH", "${PATH"},
         {"$PATH ${} $", "$PATH ${} $"},
+        {"${NO_SUCH_NAME:-a${PATH}b${NO_SUCH_NAME:-}}c", "adomainbc"},
+        {"${PATH:-${NO_SUCH_NAME}}", "domain"},
+        {"${EMPTY:-default}${EMPTY}", "default"},
+        {"${NO_SUCH_NAME:-${NO_SUCH_NAME}}", "${NO_SUCH_NAME}"},
+        {"${PATH:-${PATH}", "${PATH:-${PATH}"},
     };
     for (const auto& [text, resolved] : cases)
     {
