@@ -8,14 +8,6 @@
 namespace Oxa::Device::Linux::Services
 {
 
-namespace
-{
-
-// 2000-01-01T00:00:00Z.
-constexpr int64 earliestMicroseconds = 946'684'800'000'000;
-
-} // namespace
-
 RtcService::RtcService(ReadClockFunction readClock) : readClock(std::move(readClock)) {}
 
 RtcService::~RtcService() = default;
@@ -34,9 +26,7 @@ void RtcService::WriteDateTime(const Oxa::DateTime&)
 
 Oxa::DateTime RtcService::ReadDateTime()
 {
-    const int64 microseconds = readClock();
-    return microseconds < earliestMicroseconds ? Oxa::DateTime()
-                                               : Oxa::DateTime::FromUnixTimeMicroseconds(microseconds);
+    return Oxa::DateTime::FromUnixTimeMicroseconds(readClock());
 }
 
 } // namespace Oxa::Device::Linux::Services

@@ -25,7 +25,8 @@ public:
     /// Always throws NotSupportedException: the machine's time is the operating system's business.
     void WriteDateTime(const Oxa::DateTime& dateTime) override;
 
-    /// Kind Utc. Zero ticks before 2000-01-01: no device was made then, its clock has lost the time.
+    /// What the clock says, kind Utc: also the time of a clock that starts in 1970 because its battery is empty. Zero
+    /// ticks only for a time that a DateTime cannot hold.
     [[nodiscard]] Oxa::DateTime ReadDateTime() override;
 
 private:
