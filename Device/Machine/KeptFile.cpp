@@ -1,5 +1,8 @@
 #include "Device/Machine/KeptFile.hpp"
 
+#include "Device/Machine/RetryPace.hpp"
+#include "Oxa/System/Commons/FileDescriptor.hpp"
+
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <linux/magic.h>
@@ -7,24 +10,18 @@
 #include <sys/statfs.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <mutex>
+#include <exception>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace Oxa::Device::Linux::Machine
 {
 
 namespace
 {
-
-/// Files that the kernel makes up are never replaced by another file of the same name while they can be read.
-bool IsKernelFile(int descriptor) noexcept
-{
-    struct statfs information = {};
-    return fstatfs(descriptor, &information) == 0 &&
-           (information.f_type == PROC_SUPER_MAGIC || information.f_type == SYSFS_MAGIC);
-}
 
 /// One read only: the files that matter here deliver all they have at once, and asking the kernel for the end of
 /// /proc/meminfo makes it write the whole file again.
@@ -44,30 +41,147 @@ KeptFile::Content ReadOnce(int descriptor, std::span<char> buffer) noexcept
 
 } // namespace
 
+/// The descriptor and what is known of it. Threads: one at a time.
+class KeptFile::OpenedFile final
+{
+public:
+    OpenedFile(BasicString path, Reopening reopening) : path(std::move(path)), reopening(reopening) {}
+
+    [[nodiscard]] bool IsOpen() const noexcept
+    {
+        return descriptor.IsOpen();
+    }
+
+    /// Whether it is open, and a read of it cannot hang.
+    [[nodiscard]] bool IsLocal() const noexcept
+    {
+        return IsOpen() && isLocal;
+    }
+
+    /// Whether a read has to open it, and has already failed to within the last second.
+    [[nodiscard]] bool IsToBeLeftAlone(SteadyTime now) const noexcept
+    {
+        return !IsOpen() && !pace.IsDue(now);
+    }
+
+    /// Without opening it.
+    [[nodiscard]] Content ReadKept(std::span<char> buffer) noexcept
+    {
+        if (!IsOpen())
+        {
+            return {{}, openingError};
+        }
+        const Content content =
+            isReplaceable && WasReplaced() ? Content{{}, ENODEV} : ReadOnce(descriptor.Get(), buffer);
+        if (content.error == 0)
+        {
+            // Whatever comes next is a new failure, and tried again at once.
+            pace = RetryPace();
+        }
+        else if (reopening == Reopening::ByPath)
+        {
+            descriptor.Close();
+            openingError = content.error;
+        }
+        return content;
+    }
+
+    [[nodiscard]] Content Read(std::span<char> buffer, SteadyTime now) noexcept
+    {
+        const Content content = ReadKept(buffer);
+        if (IsOpen() || !pace.TryBegin(now))
+        {
+            return content;
+        }
+        Open();
+        return ReadKept(buffer);
+    }
+
+private:
+    void Open() noexcept
+    {
+        descriptor = System::Commons::FileDescriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+        if (!IsOpen())
+        {
+            openingError = errno;
+            return;
+        }
+        struct statfs information = {};
+        const auto type = fstatfs(descriptor.Get(), &information) == 0 ? static_cast<uint32>(information.f_type) : 0;
+        // Files that the kernel makes up are never replaced by another file of the same name while they can be read.
+        isReplaceable = type != PROC_SUPER_MAGIC && type != SYSFS_MAGIC;
+        isLocal = !BoundedCalls::CanHang(type);
+    }
+
+    [[nodiscard]] bool WasReplaced() const noexcept
+    {
+        struct stat status = {};
+        return fstat(descriptor.Get(), &status) != 0 || status.st_nlink == 0;
+    }
+
+    const BasicString path;
+    const Reopening reopening;
+    RetryPace pace;
+    System::Commons::FileDescriptor descriptor;
+    /// Why it is not open.
+    int openingError = 0;
+    bool isReplaceable = false;
+    bool isLocal = false;
+};
+
 KeptFile::KeptFile(BasicString path, Reopening reopening, SteadyClock clock)
-    : path(std::move(path)), reopening(reopening), clock(std::move(clock))
+    : path(std::move(path)),
+      isKernelPath(this->path.starts_with("/proc/") || this->path.starts_with("/sys/")),
+      clock(std::move(clock)),
+      file(std::make_shared<OpenedFile>(this->path, reopening))
 {
 }
 
 KeptFile::~KeptFile() = default;
 
-KeptFile::Content KeptFile::Read(std::span<char> buffer) noexcept
+KeptFile::Content KeptFile::Read(std::span<char> buffer, WaitBudget& budget) noexcept
 {
+    constexpr Content hanging = {{}, BoundedCalls::hangs};
     {
-        const std::lock_guard lock(mutex);
-        const Content content = ReadKept(buffer);
-        if (descriptor.IsOpen())
+        const auto lock = calls.TryLock(budget);
+        if (!lock)
         {
-            return content;
+            return hanging;
+        }
+        if (file->IsLocal())
+        {
+            const Content content = file->ReadKept(buffer);
+            if (file->IsOpen())
+            {
+                return content;
+            }
         }
     }
     const SteadyTime now = clock();
-    const std::lock_guard lock(mutex);
-    if (!descriptor.IsOpen() && pace.TryBegin(now))
+    auto lock = calls.TryLock(budget);
+    if (!lock)
     {
-        Open();
+        return hanging;
     }
-    return ReadKept(buffer);
+    if (isKernelPath || file->IsToBeLeftAlone(now))
+    {
+        return file->Read(buffer, now);
+    }
+    try
+    {
+        return ReadOnThread(lock, buffer, budget, now);
+    }
+    catch (const std::exception&)
+    {
+        // There is no thread or no memory left.
+        return {{}, EAGAIN};
+    }
+}
+
+KeptFile::Content KeptFile::Read(std::span<char> buffer) noexcept
+{
+    WaitBudget budget;
+    return Read(buffer, budget);
 }
 
 const BasicString& KeptFile::GetPath() const noexcept
@@ -77,44 +191,32 @@ const BasicString& KeptFile::GetPath() const noexcept
 
 BasicString KeptFile::DescribeError(int error) const
 {
-    return fmt::format("cannot read '{}': {}", path, std::generic_category().message(error));
+    return error == BoundedCalls::hangs
+               ? BoundedCalls::DescribeHanging(fmt::format("a read of '{}'", path))
+               : fmt::format("cannot read '{}': {}", path, std::generic_category().message(error));
 }
 
-KeptFile::Content KeptFile::ReadKept(std::span<char> buffer) noexcept
+KeptFile::Content KeptFile::ReadOnThread(BoundedCalls::Lock& lock, std::span<char> buffer, WaitBudget& budget,
+                                         SteadyTime now)
 {
-    if (!descriptor.IsOpen())
+    // Both outlive this function when the read hangs.
+    struct Copy
     {
-        return {{}, openingError};
-    }
-    const Content content = isReplaceable && WasReplaced() ? Content{{}, ENODEV} : ReadOnce(descriptor.Get(), buffer);
-    if (content.error == 0)
-    {
-        // Whatever comes next is a new failure, and tried again at once.
-        pace = RetryPace();
-    }
-    else if (reopening == Reopening::ByPath)
-    {
-        descriptor.Close();
-        openingError = content.error;
-    }
-    return content;
-}
+        std::vector<char> buffer;
+        Content content;
+    };
 
-void KeptFile::Open() noexcept
-{
-    descriptor = System::Commons::FileDescriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
-    if (!descriptor.IsOpen())
+    const auto copy = std::make_shared<Copy>();
+    copy->buffer.resize(buffer.size());
+    const bool hasEnded = calls.Run(
+        lock, [copy, file = file, now] { copy->content = file->Read(copy->buffer, now); }, budget);
+    if (!hasEnded)
     {
-        openingError = errno;
-        return;
+        return {{}, BoundedCalls::hangs};
     }
-    isReplaceable = !IsKernelFile(descriptor.Get());
-}
-
-bool KeptFile::WasReplaced() const noexcept
-{
-    struct stat status = {};
-    return fstat(descriptor.Get(), &status) != 0 || status.st_nlink == 0;
+    const std::string_view text = copy->content.text;
+    std::copy(text.begin(), text.end(), buffer.begin());
+    return {{buffer.data(), text.size()}, copy->content.error};
 }
 
 } // namespace Oxa::Device::Linux::Machine

@@ -1,12 +1,11 @@
 #pragma once
 
-#include "Device/Machine/RetryPace.hpp"
+#include "Device/Machine/BoundedCalls.hpp"
 #include "Device/Machine/SteadyClock.hpp"
-#include "Oxa/System/Commons/FileDescriptor.hpp"
-#include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <cstddef>
+#include <memory>
 #include <span>
 #include <string_view>
 
@@ -16,6 +15,7 @@ namespace Oxa::Device::Linux::Machine
 /// A file of the machine that is opened once and then read from its start again and again. It is opened anew when it
 /// was replaced by another file, or when reading fails as it does after a device was taken away and brought back; one
 /// that fails then as well, or is not there, at most once a second, and what it failed with is the answer in between.
+/// A file that is neither the kernel's nor on a local disk is opened and read on another thread, because that may hang.
 /// Threads: safe from several threads; one reads at a time.
 class KeptFile final
 {
@@ -23,7 +23,7 @@ public:
     /// As much as any file of one value needs; what lies behind is never looked at.
     static constexpr std::size_t pageBytes = 4096;
 
-    /// The text of a read, or the errno of its failure.
+    /// The text of a read, or the errno of its failure; `BoundedCalls::hangs` for a read that lasts.
     struct Content
     {
         std::string_view text;
@@ -45,7 +45,11 @@ public:
     KeptFile& operator=(const KeptFile&) = delete;
     ~KeptFile();
 
-    /// As much of the file as `buffer` holds; the text is valid as long as that. Never blocks on a pipe.
+    /// As much of the file as `buffer` holds; the text is valid as long as that. Never blocks on a pipe, and on a file
+    /// that hangs no longer than the budget says.
+    [[nodiscard]] Content Read(std::span<char> buffer, WaitBudget& budget) noexcept;
+
+    /// The same with a budget of its own.
     [[nodiscard]] Content Read(std::span<char> buffer) noexcept;
 
     [[nodiscard]] const BasicString& GetPath() const noexcept;
@@ -54,21 +58,17 @@ public:
     [[nodiscard]] BasicString DescribeError(int error) const;
 
 private:
-    [[nodiscard]] Content ReadKept(std::span<char> buffer) noexcept;
-    void Open() noexcept;
-    [[nodiscard]] bool WasReplaced() const noexcept;
+    class OpenedFile;
+
+    [[nodiscard]] Content ReadOnThread(BoundedCalls::Lock& lock, std::span<char> buffer, WaitBudget& budget,
+                                       SteadyTime now);
 
     const BasicString path;
-    const Reopening reopening;
+    const bool isKernelPath;
     const SteadyClock clock;
-
-    /// Guards what follows.
-    System::Commons::Mutex mutex;
-    RetryPace pace;
-    System::Commons::FileDescriptor descriptor;
-    /// Why it is not open.
-    int openingError = 0;
-    bool isReplaceable = false;
+    BoundedCalls calls;
+    /// Guarded by the lock of the calls. Shared with the thread of a call that hangs.
+    const std::shared_ptr<OpenedFile> file;
 };
 
 } // namespace Oxa::Device::Linux::Machine

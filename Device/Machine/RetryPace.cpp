@@ -3,9 +3,14 @@
 namespace Oxa::Device::Linux::Machine
 {
 
+bool RetryPace::IsDue(SteadyTime now) const noexcept
+{
+    return !last || now - *last >= interval;
+}
+
 bool RetryPace::TryBegin(SteadyTime now) noexcept
 {
-    if (last && now - *last < interval)
+    if (!IsDue(now))
     {
         return false;
     }

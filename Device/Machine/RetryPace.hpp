@@ -14,7 +14,10 @@ class RetryPace final
 public:
     static constexpr std::chrono::seconds interval = std::chrono::seconds(1);
 
-    /// Whether it may be tried now; if so, the interval begins.
+    /// Whether it may be tried now.
+    [[nodiscard]] bool IsDue(SteadyTime now) const noexcept;
+
+    /// The same; if so, the interval begins.
     [[nodiscard]] bool TryBegin(SteadyTime now) noexcept;
 
 private:

@@ -24,10 +24,10 @@ DeviceTreeSource::DeviceTreeSource(std::shared_ptr<Machine::KeptFile> file, Opti
 
 DeviceTreeSource::~DeviceTreeSource() = default;
 
-Items::ItemReading DeviceTreeSource::Read(const Items::ReadPass&)
+Items::ItemReading DeviceTreeSource::Read(const Items::ReadPass& pass)
 {
     std::array<char, Machine::KeptFile::pageBytes> buffer;
-    const Machine::KeptFile::Content content = file->Read(buffer);
+    const Machine::KeptFile::Content content = file->Read(buffer, pass.GetWaitBudget());
     if (content.error != 0)
     {
         return Items::ItemReading::Missing(file->DescribeError(content.error));

@@ -42,10 +42,10 @@ FileSource::FileSource(std::shared_ptr<Machine::KeptFile> file, Options options)
 
 FileSource::~FileSource() = default;
 
-Items::ItemReading FileSource::Read(const Items::ReadPass&)
+Items::ItemReading FileSource::Read(const Items::ReadPass& pass)
 {
     std::array<char, Machine::KeptFile::pageBytes> buffer;
-    const Machine::KeptFile::Content content = file->Read(std::span(buffer).first(readBytes));
+    const Machine::KeptFile::Content content = file->Read(std::span(buffer).first(readBytes), pass.GetWaitBudget());
     if (content.error != 0)
     {
         return Items::ItemReading::Missing(file->DescribeError(content.error));

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -56,7 +57,13 @@ MemoryProbe::MemoryProbe(BasicString path) : file(std::move(path)) {}
 
 MemoryUsage MemoryProbe::GetUsage(const Items::ReadPass& pass)
 {
-    return snapshot.Get(pass, [this] { return Ask(); });
+    const std::lock_guard lock(mutex);
+    if (lastPass != pass)
+    {
+        usage = Ask();
+        lastPass = pass;
+    }
+    return usage;
 }
 
 BasicString MemoryProbe::DescribeError(const MemoryUsage& failure) const

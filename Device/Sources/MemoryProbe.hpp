@@ -2,8 +2,10 @@
 
 #include "Device/Items/ReadPass.hpp"
 #include "Device/Machine/KeptFile.hpp"
-#include "Device/Sources/PassSnapshot.hpp"
+#include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
+
+#include <optional>
 
 namespace Oxa::Device::Linux::Sources
 {
@@ -35,7 +37,11 @@ private:
     [[nodiscard]] MemoryUsage Ask() noexcept;
 
     Machine::KeptFile file;
-    PassSnapshot<MemoryUsage> snapshot;
+
+    /// Guards what follows.
+    System::Commons::Mutex mutex;
+    std::optional<Items::ReadPass> lastPass;
+    MemoryUsage usage;
 };
 
 } // namespace Oxa::Device::Linux::Sources

@@ -53,12 +53,12 @@ OsReleaseSource::OsReleaseSource(std::vector<std::shared_ptr<Machine::KeptFile>>
 
 OsReleaseSource::~OsReleaseSource() = default;
 
-Items::ItemReading OsReleaseSource::Read(const Items::ReadPass&)
+Items::ItemReading OsReleaseSource::Read(const Items::ReadPass& pass)
 {
     BasicString causes;
     for (const auto& file : files)
     {
-        Items::ItemReading reading = ReadFrom(*file);
+        Items::ItemReading reading = ReadFrom(*file, pass);
         if (reading.HasValue())
         {
             return reading;
@@ -73,10 +73,10 @@ BasicString OsReleaseSource::Describe() const
     return fmt::format("field {} of {}", fmt::join(fields, " or "), files.front()->GetPath());
 }
 
-Items::ItemReading OsReleaseSource::ReadFrom(Machine::KeptFile& file) const
+Items::ItemReading OsReleaseSource::ReadFrom(Machine::KeptFile& file, const Items::ReadPass& pass) const
 {
     std::array<char, Machine::KeptFile::pageBytes> buffer;
-    const Machine::KeptFile::Content content = file.Read(buffer);
+    const Machine::KeptFile::Content content = file.Read(buffer, pass.GetWaitBudget());
     if (content.error != 0)
     {
         return Items::ItemReading::Missing(file.DescribeError(content.error));

@@ -22,7 +22,7 @@ public:
     [[nodiscard]] BasicString Describe() const override;
 
 private:
-    [[nodiscard]] Items::ItemReading ReadFrom(Machine::KeptFile& file) const;
+    [[nodiscard]] Items::ItemReading ReadFrom(Machine::KeptFile& file, const Items::ReadPass& pass) const;
 
     const std::vector<std::shared_ptr<Machine::KeptFile>> files;
     const std::vector<BasicString> fields;

@@ -1,14 +1,43 @@
 #include "Device/Sources/PartitionProbe.hpp"
 
-#include <sys/statvfs.h>
+#include <sys/statfs.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <limits>
+#include <memory>
 #include <utility>
 
 namespace Oxa::Device::Linux::Sources
 {
+
+namespace
+{
+
+/// Another file system can be mounted there meanwhile.
+constexpr std::chrono::seconds checkInterval(10);
+
+PartitionUsage Ask(const BasicString& mountPoint) noexcept
+{
+    struct statfs status = {};
+    return statfs(mountPoint.c_str(), &status) == 0 ? MakePartitionUsage(status) : PartitionUsage{.error = errno};
+}
+
+} // namespace
+
+PartitionUsage MakePartitionUsage(const struct statfs& status) noexcept
+{
+    static_assert(sizeof(status.f_blocks) == sizeof(uint64), "built without large files");
+    // The block size has 32 bits on a machine of 32 bits.
+    const auto blockBytes = static_cast<uint64>(status.f_frsize);
+    const uint64 usedBlocks = status.f_blocks - std::min(status.f_bfree, status.f_blocks);
+    return {.totalBytes = status.f_blocks * blockBytes,
+            .usedBytes = usedBlocks * blockBytes,
+            .usedPercent = GetUsedPercent(usedBlocks, status.f_bavail),
+            .error = 0,
+            .canHang = Machine::BoundedCalls::CanHang(static_cast<uint32>(status.f_type))};
+}
 
 uint8 GetUsedPercent(uint64 usedBlocks, uint64 availableBlocks) noexcept
 {
@@ -27,7 +56,30 @@ PartitionProbe::PartitionProbe(BasicString mountPoint) : mountPoint(std::move(mo
 
 PartitionUsage PartitionProbe::GetUsage(const Items::ReadPass& pass)
 {
-    return snapshot.Get(pass, [this] { return Ask(); });
+    auto lock = calls.TryLock(pass.GetWaitBudget());
+    if (!lock)
+    {
+        return {.error = Machine::BoundedCalls::hangs};
+    }
+    if (lastPass == pass)
+    {
+        return usage;
+    }
+    const Machine::SteadyTime now = Machine::ReadSteadyClock();
+    if (!usage.canHang && now - lastCheck < checkInterval)
+    {
+        usage = Ask(mountPoint);
+    }
+    else if (AskOnThread(lock, pass.GetWaitBudget()))
+    {
+        lastCheck = now;
+    }
+    else
+    {
+        return {.error = Machine::BoundedCalls::hangs};
+    }
+    lastPass = pass;
+    return usage;
 }
 
 const BasicString& PartitionProbe::GetMountPoint() const noexcept
@@ -35,16 +87,16 @@ const BasicString& PartitionProbe::GetMountPoint() const noexcept
     return mountPoint;
 }
 
-PartitionUsage PartitionProbe::Ask() const noexcept
+bool PartitionProbe::AskOnThread(Machine::BoundedCalls::Lock& lock, Machine::WaitBudget& budget)
 {
-    struct statvfs status = {};
-    if (statvfs(mountPoint.c_str(), &status) != 0)
+    const auto result = std::make_shared<PartitionUsage>();
+    if (!calls.Run(
+            lock, [result, mountPoint = mountPoint] { *result = Ask(mountPoint); }, budget))
     {
-        return {0, 0, 0, errno};
+        return false;
     }
-    const uint64 usedBlocks = status.f_blocks - std::min(status.f_bfree, status.f_blocks);
-    return {status.f_blocks * status.f_frsize, usedBlocks * status.f_frsize,
-            GetUsedPercent(usedBlocks, status.f_bavail), 0};
+    usage = *result;
+    return true;
 }
 
 } // namespace Oxa::Device::Linux::Sources

@@ -18,6 +18,11 @@ PartitionSource::~PartitionSource() = default;
 Items::ItemReading PartitionSource::Read(const Items::ReadPass& pass)
 {
     const PartitionUsage usage = probe->GetUsage(pass);
+    if (usage.error == Machine::BoundedCalls::hangs)
+    {
+        return Items::ItemReading::Missing(Machine::BoundedCalls::DescribeHanging(
+            fmt::format("a query of the file system at '{}'", probe->GetMountPoint())));
+    }
     if (usage.error != 0)
     {
         return Items::ItemReading::Missing(fmt::format("cannot ask the file system at '{}': {}", probe->GetMountPoint(),

@@ -3,6 +3,7 @@
 #include "Device/FakeClock.hpp"
 #include "Device/FakeMachine.hpp"
 #include "Device/ItemValueText.hpp"
+#include "Device/Machine/RetryPace.hpp"
 #include "Device/Sources/FileSource.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Support/LogRecorder.hpp"

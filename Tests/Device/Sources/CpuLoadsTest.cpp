@@ -3,6 +3,7 @@
 #include "Device/FakeClock.hpp"
 #include "Device/FakeMachine.hpp"
 #include "Device/FakeTime.hpp"
+#include "Device/Machine/RetryPace.hpp"
 #include "Device/Sources/CpuSampler.hpp"
 
 #include <gtest/gtest.h>

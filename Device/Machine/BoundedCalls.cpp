@@ -1,0 +1,136 @@
+// The lock guards the numbers of started and ended calls; they differ while a call is in progress. Who holds the lock
+// while they are equal may use what the owner keeps; a call's thread uses it without the lock while they differ. No
+// lock is held while a call runs, so that nobody can wait for more than the condition, which always has a deadline.
+
+#include "Device/Machine/BoundedCalls.hpp"
+
+#include <dlfcn.h>
+#include <fmt/format.h>
+#include <linux/magic.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <iterator>
+#include <utility>
+
+namespace Oxa::Device::Linux::Machine
+{
+
+namespace
+{
+
+/// File systems in the kernel, in memory and on local disks.
+constexpr uint32 localTypes[] = {PROC_SUPER_MAGIC,      SYSFS_MAGIC,     TMPFS_MAGIC,       RAMFS_MAGIC,
+                                 EXT4_SUPER_MAGIC,      XFS_SUPER_MAGIC, BTRFS_SUPER_MAGIC, F2FS_SUPER_MAGIC,
+                                 OVERLAYFS_SUPER_MAGIC, SQUASHFS_MAGIC,  JFFS2_SUPER_MAGIC, MSDOS_SUPER_MAGIC,
+                                 EROFS_SUPER_MAGIC_V1,  0x24051905 /* UBIFS, which the header has not got */};
+
+/// The shared object that this code lies in, for the rest of the process.
+void KeepCodeLoaded() noexcept
+{
+    Dl_info object = {};
+    if (dladdr(reinterpret_cast<void*>(&KeepCodeLoaded), &object) != 0)
+    {
+        static_cast<void>(dlopen(object.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE));
+    }
+}
+
+} // namespace
+
+struct BoundedCalls::Progress
+{
+    System::Commons::Mutex mutex;
+    std::condition_variable ended;
+    uint64 startedCount = 0;
+    uint64 endedCount = 0;
+    /// Of the last call.
+    SteadyTime start;
+};
+
+std::chrono::nanoseconds WaitBudget::GetLeft() const noexcept
+{
+    return std::max<std::chrono::nanoseconds>(left, minimum);
+}
+
+void WaitBudget::Spend(std::chrono::nanoseconds duration) noexcept
+{
+    left -= std::min(duration, left);
+}
+
+bool BoundedCalls::CanHang(uint32 fileSystemType) noexcept
+{
+    return std::find(std::begin(localTypes), std::end(localTypes), fileSystemType) == std::end(localTypes);
+}
+
+BasicString BoundedCalls::DescribeHanging(const BasicString& call)
+{
+    // The same text every time, so that it is logged once.
+    return fmt::format("{} has lasted longer than a request waits, {} ms", call, WaitBudget::limit.count());
+}
+
+BoundedCalls::BoundedCalls() : progress(std::make_shared<Progress>()) {}
+
+BoundedCalls::~BoundedCalls()
+{
+    const Lock lock(progress->mutex);
+    if (!thread.joinable())
+    {
+        return;
+    }
+    if (progress->endedCount == progress->startedCount)
+    {
+        thread.join();
+        return;
+    }
+    KeepCodeLoaded();
+    thread.detach();
+}
+
+BoundedCalls::Lock BoundedCalls::TryLock(WaitBudget& budget)
+{
+    Lock lock(progress->mutex);
+    while (progress->endedCount != progress->startedCount)
+    {
+        if (!AwaitEnd(lock, progress->startedCount, budget))
+        {
+            return {};
+        }
+    }
+    return lock;
+}
+
+bool BoundedCalls::Run(Lock& lock, std::function<void()> call, WaitBudget& budget)
+{
+    if (thread.joinable())
+    {
+        // It has ended its call, and needs no lock any more.
+        thread.join();
+    }
+    thread = std::thread(
+        [progress = progress, call = std::move(call)]
+        {
+            call();
+            const Lock endLock(progress->mutex);
+            ++progress->endedCount;
+            progress->ended.notify_all();
+        });
+    progress->start = ReadSteadyClock();
+    return AwaitEnd(lock, ++progress->startedCount, budget);
+}
+
+/// The same moment for all who wait for a call, however late they come; a budget can make it earlier.
+bool BoundedCalls::AwaitEnd(Lock& lock, uint64 number, WaitBudget& budget)
+{
+    const SteadyTime now = ReadSteadyClock();
+    const SteadyTime deadline = std::min<SteadyTime>(progress->start + WaitBudget::limit, now + budget.GetLeft());
+    if (now >= deadline)
+    {
+        return progress->endedCount >= number;
+    }
+    const bool hasEnded =
+        progress->ended.wait_until(lock, deadline, [this, number] { return progress->endedCount >= number; });
+    budget.Spend(ReadSteadyClock() - now);
+    return hasEnded;
+}
+
+} // namespace Oxa::Device::Linux::Machine

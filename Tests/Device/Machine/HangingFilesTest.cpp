@@ -1,0 +1,230 @@
+// Has functions of its own in place of the C library's: all files below one folder lie on a file system whose calls
+// hang until the test lets them go.
+
+#include "Device/Description/DeviceDescription.hpp"
+#include "Device/FakeMachine.hpp"
+#include "Device/ItemValueText.hpp"
+#include "Support/Eventually.hpp"
+#include "Support/LogRecorder.hpp"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <linux/magic.h>
+#include <sys/statfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <condition_variable>
+#include <filesystem>
+#include <mutex>
+
+namespace Oxa::Tests::Device
+{
+
+using namespace Oxa::Device::Linux;
+
+namespace
+{
+
+std::mutex mutex;
+std::condition_variable released;
+BasicString hangingFolder;
+bool isHanging = false;
+
+bool IsInFolder(std::string_view path)
+{
+    const std::lock_guard lock(mutex);
+    return !hangingFolder.empty() && path.starts_with(hangingFolder);
+}
+
+bool IsInFolder(int descriptor)
+{
+    std::array<char, 4096> target;
+    const ssize_t size =
+        readlink(("/proc/self/fd/" + std::to_string(descriptor)).c_str(), target.data(), target.size());
+    return size > 0 && IsInFolder(std::string_view(target.data(), static_cast<std::size_t>(size)));
+}
+
+void Hang()
+{
+    std::unique_lock lock(mutex);
+    released.wait(lock, [] { return !isHanging; });
+}
+
+template <class Function>
+Function* FindReal(const char* name)
+{
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+extern "C" ssize_t pread(int descriptor, void* buffer, size_t size, off_t offset)
+{
+    static auto* const real =
+        FindReal<ssize_t(int, void*, size_t, off_t)>(sizeof(off_t) > sizeof(long) ? "pread64" : "pread");
+    if (IsInFolder(descriptor))
+    {
+        Hang();
+    }
+    return real(descriptor, buffer, size, offset);
+}
+
+extern "C" int statfs(const char* path, struct statfs* status)
+{
+    static auto* const real = FindReal<int(const char*, struct statfs*)>("statfs64");
+    const int result = real(path, status);
+    if (IsInFolder(std::string_view(path)))
+    {
+        Hang();
+        status->f_type = FUSE_SUPER_MAGIC;
+    }
+    return result;
+}
+
+extern "C" int fstatfs(int descriptor, struct statfs* status)
+{
+    static auto* const real = FindReal<int(int, struct statfs*)>("fstatfs64");
+    const int result = real(descriptor, status);
+    if (IsInFolder(descriptor))
+    {
+        status->f_type = FUSE_SUPER_MAGIC;
+    }
+    return result;
+}
+
+namespace
+{
+
+constexpr const char* description = R"(<DeviceDescriptionDocument>
+<Item key="Number"><file path="/mnt/number" type="uint8"/></Item>
+<Item key="Same"><file path="/mnt/number" type="uint16"/></Item>
+<Item key="Other"><file path="/mnt/other"/></Item>
+<Item key="Fallback"><first><file path="/mnt/fallback"/><text value="else"/></first></Item>
+<Item key="Chosen"><first choice="start"><file path="/mnt/chosen"/><text value="else"/></first></Item>
+<Item key="Disk" type="bool"><partition mount="/mnt"/></Item>
+<Item key="Local"><file path="/etc/hostname"/></Item>
+</DeviceDescriptionDocument>)";
+
+class AMachineWithAHangingMount : public testing::Test
+{
+protected:
+    AMachineWithAHangingMount()
+    {
+        machine.Write("/mnt/number", "7");
+        machine.Write("/mnt/other", "other");
+        machine.Write("/mnt/fallback", "fallback");
+        machine.Write("/mnt/chosen", "chosen");
+        machine.Write("/etc/hostname", "box");
+        const std::lock_guard lock(mutex);
+        hangingFolder = machine.GetPath("/mnt");
+    }
+
+    ~AMachineWithAHangingMount() override
+    {
+        Release();
+        EXPECT_TRUE(Support::Eventually([] { return CountThreads() == 1; }));
+        const std::lock_guard lock(mutex);
+        hangingFolder.clear();
+    }
+
+    void MakeItems()
+    {
+        Description::DescribedMachine described(machine.GetRoot());
+        items = Description::DeviceDescription::Parse(description, "test").MakeItems(described);
+    }
+
+    static void BeginToHang()
+    {
+        const std::lock_guard lock(mutex);
+        isHanging = true;
+    }
+
+    static void Release()
+    {
+        const std::lock_guard lock(mutex);
+        isHanging = false;
+        released.notify_all();
+    }
+
+    static std::ptrdiff_t CountThreads()
+    {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+    }
+
+    [[nodiscard]] BasicString Read(const char* key, const Items::ReadPass& pass = Items::ReadPass::Begin()) const
+    {
+        Items::ItemValue value;
+        items->TryFind(key)->Read(pass, value);
+        return ToTypedText(value);
+    }
+
+    const FakeMachine machine;
+    std::unique_ptr<Items::ItemTable> items;
+};
+
+} // namespace
+
+TEST_F(AMachineWithAHangingMount, CostsOneThreadAFileAndTheValuesOfItsItemsUntilItAnswers)
+{
+    const Support::LogRecorder log;
+    MakeItems();
+    EXPECT_EQ(Read("Number"), "Uint8 7");
+    EXPECT_EQ(Read("Chosen"), "String chosen");
+    BeginToHang();
+
+    const auto first = Items::ReadPass::Begin();
+    for (const char* key : {"Number", "Same", "Other", "Disk"})
+    {
+        EXPECT_EQ(Read(key, first), "NotSet") << key;
+    }
+    EXPECT_EQ(Read("Fallback", first), "String else");
+    EXPECT_EQ(Read("Local", first), "String box");
+    EXPECT_EQ(first.GetWaitBudget().GetLeft(), Machine::WaitBudget::minimum);
+
+    // Once they have lasted long enough, nobody waits for them.
+    const auto readsAtOnce = [this]
+    {
+        const auto pass = Items::ReadPass::Begin();
+        for (const char* key : {"Number", "Same", "Other", "Disk", "Fallback", "Local"})
+        {
+            static_cast<void>(Read(key, pass));
+        }
+        return pass.GetWaitBudget().GetLeft() == Machine::WaitBudget::limit;
+    };
+    EXPECT_TRUE(Support::Eventually(readsAtOnce));
+    for (int round = 0; round < 100; ++round)
+    {
+        EXPECT_TRUE(readsAtOnce()) << round;
+    }
+    EXPECT_TRUE(Support::Eventually([] { return CountThreads() == 1 + 4; })) << CountThreads();
+    std::vector<BasicString> messages;
+    for (const auto& entry : log.GetEntries())
+    {
+        messages.push_back(entry.message);
+    }
+    ASSERT_EQ(messages.size(), 4U);
+    EXPECT_EQ(messages[0], "The item 'Number' has no value: a read of '" + machine.GetPath("/mnt/number") +
+                               "' has lasted longer than a request waits, 500 ms");
+    EXPECT_EQ(messages[3], "The item 'Disk' has no value: a query of the file system at '" + machine.GetPath("/mnt") +
+                               "' has lasted longer than a request waits, 500 ms");
+
+    Release();
+    for (const auto& [key, value] :
+         {std::pair("Number", "Uint8 7"), {"Other", "String other"}, {"Fallback", "String fallback"}})
+    {
+        EXPECT_TRUE(Support::Eventually([this, key, value] { return Read(key) == value; })) << key;
+    }
+}
+
+TEST_F(AMachineWithAHangingMount, IsStartedAndEndedMeanwhile)
+{
+    BeginToHang();
+    MakeItems();
+    EXPECT_EQ(Read("Chosen"), "String else");
+    EXPECT_EQ(Read("Number"), "NotSet");
+    items.reset();
+}
+
+} // namespace Oxa::Tests::Device
