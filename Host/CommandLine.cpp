@@ -1,5 +1,7 @@
 #include "Host/CommandLine.hpp"
 
+#include "Oxa/System/Um/UserInfo.hpp"
+
 #include <CLI/CLI.hpp>
 
 #include <cstdlib>
@@ -8,6 +10,8 @@
 
 namespace Oxa::Host
 {
+
+using System::Um::roleNames;
 
 namespace
 {
@@ -23,7 +27,10 @@ BasicString GetDefaultStateFolder()
 void AddUserCommands(CLI::App& app, CommandLine& commandLine)
 {
     using Action = CommandLine::Action;
-    CLI::App* const user = app.add_subcommand("user", "Manages the users.")->require_subcommand(1)->fallthrough();
+    CLI::App* const user = app.add_subcommand("user", "Manages the users. Passwords are read from standard input: one "
+                                                      "line, or from a terminal, twice and without echo")
+                               ->require_subcommand(1)
+                               ->fallthrough();
     const auto addCommand = [user, &commandLine](const char* name, const char* text, Action action, bool takesName)
     {
         CLI::App* const command = user->add_subcommand(name, text)->fallthrough();
@@ -34,12 +41,14 @@ void AddUserCommands(CLI::App& app, CommandLine& commandLine)
         }
         return command;
     };
-    addCommand("add", "Adds a user; the password is read from standard input.", Action::AddUser, true)
-        ->add_option("--role", commandLine.roleName, "Admin, Engineer or Viewer")
-        ->required();
-    addCommand("list", "Lists the users and their roles.", Action::ListUsers, false);
-    addCommand("remove", "Removes a user.", Action::RemoveUser, true);
-    addCommand("set-password", "Sets a password, which is read from standard input.", Action::SetPassword, true);
+    addCommand("add", "Adds a user", Action::AddUser, true)
+        ->add_option("--role", commandLine.roleName,
+                     "Admin (everything), Engineer (looks, restarts and resets) or Viewer (looks)")
+        ->required()
+        ->transform(CLI::IsMember(std::vector<BasicString>(roleNames.begin(), roleNames.end()), CLI::ignore_case));
+    addCommand("list", "Lists the users and their roles", Action::ListUsers, false);
+    addCommand("remove", "Removes a user", Action::RemoveUser, true);
+    addCommand("set-password", "Sets a user's password", Action::SetPassword, true);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "Host/InitialUser.hpp"
 
 #include "Host/StateFolder.hpp"
+#include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
 #include <sodium.h>
@@ -13,8 +14,6 @@ namespace Oxa::Host
 
 namespace
 {
-
-constexpr const char* administratorRole = "Admin";
 
 /// 24 characters out of 31, in groups: 118 bits, without those that look alike.
 BasicString CreatePassword()
@@ -38,8 +37,10 @@ bool HasAdministrator(const System::Um::UserManager& users)
 {
     const auto all = users.GetUsers();
     return std::any_of(all.begin(), all.end(),
-                       [](const System::Um::UserInfo& user)
-                       { return user.roleName == administratorRole || user.name == initialUserName; });
+                       [](const System::Um::UserInfo& user) {
+                           return user.roleName == System::Um::adminRole ||
+                                  System::Commons::Text::FoldCase(user.name) == initialUserName;
+                       });
 }
 
 } // namespace
@@ -56,7 +57,7 @@ BasicString CreateInitialUser(System::Um::UserManager& users, const StateFolder&
     stateFolder.WriteInitialPassword(password);
     try
     {
-        users.AddUser(initialUserName, password, administratorRole);
+        users.AddUser(initialUserName, password, System::Um::adminRole);
     }
     catch (...)
     {

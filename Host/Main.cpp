@@ -40,15 +40,29 @@ void ReportInitialUser(const BasicString& password, const BasicString& path)
               << (isShown ? password + " (kept in '" + path + "')" : "in '" + path + '\'') << '\n';
 }
 
-void Serve(const CommandLine& commandLine, const HostConfiguration& configuration, AppDomain& appDomain,
-           UserManager& users, const Oxa::Host::StateFolder& stateFolder)
+/// Makes the database when there is none.
+std::unique_ptr<UserManager> OpenUsers(const BasicString& path)
 {
-    const BasicString password = CreateInitialUser(users, stateFolder);
+    return UseConfigured(
+        [&path]
+        {
+            UserManager::CreateDatabase(path);
+            return std::make_unique<UserManager>(path);
+        });
+}
+
+void Serve(const CommandLine& commandLine, const HostConfiguration& configuration, AppDomain& appDomain)
+{
+    UseConfigured([&configuration] { LogManager::Configure(configuration.log); });
+    const Oxa::Host::StateFolder stateFolder(commandLine.stateFolder);
+    stateFolder.Create();
+    const auto users = OpenUsers(configuration.usersDatabasePath);
+    const BasicString password = CreateInitialUser(*users, stateFolder);
     if (!password.empty() && !commandLine.printsExamples)
     {
         ReportInitialUser(password, stateFolder.GetInitialPasswordPath());
     }
-    Oxa::Host::WbmHost host(appDomain, configuration, users);
+    Oxa::Host::WbmHost host(appDomain, configuration, *users);
     host.Run(
         [&](Oxa::uint16 port)
         {
@@ -78,16 +92,13 @@ int Run(const CommandLine& commandLine, AppDomain& appDomain)
         configuration.log.filePath = commandLine.logPath;
     }
     LogManager::AssignAppDomain(appDomain);
-    UseConfigured([&] { LogManager::Configure(configuration.log); });
-    const Oxa::Host::StateFolder stateFolder(commandLine.stateFolder);
-    const auto users = UseConfigured([&] { return std::make_unique<UserManager>(configuration.usersDatabasePath); });
     if (commandLine.action != CommandLine::Action::Serve)
     {
-        const int status = RunUserCommand(commandLine, *users, stateFolder);
+        const int status = RunUserCommand(commandLine, configuration);
         Oxa::System::Commons::FlushOutput();
         return status;
     }
-    Serve(commandLine, configuration, appDomain, *users, stateFolder);
+    Serve(commandLine, configuration, appDomain);
     return EXIT_SUCCESS;
 }
 

@@ -1,5 +1,7 @@
 #include "Host/PasswordInput.hpp"
 
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
+
 #include <sodium.h>
 #include <termios.h>
 #include <unistd.h>
@@ -9,6 +11,8 @@
 
 namespace Oxa::Host
 {
+
+using System::Commons::InvalidOperationException;
 
 namespace
 {
@@ -39,7 +43,6 @@ public:
             termios silent = terminalBefore;
             silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
             tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
-            std::cerr << "password: " << std::flush;
         }
     }
 
@@ -52,8 +55,27 @@ public:
         {
             tcsetattr(STDIN_FILENO, TCSAFLUSH, &terminalBefore);
             SetSignalActions(SIG_DFL);
+        }
+    }
+
+    /// Asks on a terminal and reads a line.
+    void Read(const BasicString& question, BasicString& text) const
+    {
+        if (isTerminal)
+        {
+            std::cerr << question << ": " << std::flush;
+        }
+        text.reserve(usualBytes);
+        std::getline(std::cin, text);
+        if (isTerminal)
+        {
             std::cerr << '\n';
         }
+    }
+
+    [[nodiscard]] bool IsTerminal() const noexcept
+    {
+        return isTerminal;
     }
 
 private:
@@ -75,21 +97,29 @@ private:
 
 } // namespace
 
-PasswordInput::PasswordInput()
+PasswordInput::PasswordInput(const BasicString& userName)
 {
     const SilentInput silent;
-    text.reserve(usualBytes);
-    std::getline(std::cin, text);
+    silent.Read("password for '" + userName + '\'', text.text);
+    if (silent.IsTerminal())
+    {
+        WipedText again;
+        silent.Read("once more", again.text);
+        if (again.text != text.text)
+        {
+            throw InvalidOperationException::Create("the two passwords differ: nothing was changed");
+        }
+    }
 }
 
-PasswordInput::~PasswordInput()
+PasswordInput::WipedText::~WipedText()
 {
     sodium_memzero(text.data(), text.size());
 }
 
 const BasicString& PasswordInput::GetText() const noexcept
 {
-    return text;
+    return text.text;
 }
 
 } // namespace Oxa::Host

@@ -5,24 +5,31 @@
 namespace Oxa::Host
 {
 
-/// A password, read from standard input: one line, asked for and without echo when that is a terminal. Wiped in the
-/// end. When a signal ends the process meanwhile, the terminal gets its echo back first. Threads: one at a time, for
-/// the signal handlers and the terminal are the process's.
+/// A password, read from standard input: one line, or when that is a terminal, asked for twice and without echo. Wiped
+/// in the end. When a signal ends the process meanwhile, the terminal gets its echo back first. Threads: one at a time,
+/// for the signal handlers and the terminal are the process's.
 class PasswordInput final
 {
 public:
-    /// Returns when the line has come. Empty at the end of the input.
-    PasswordInput();
+    /// Returns when the line has come. Empty at the end of the input. Throws InvalidOperationException when two
+    /// different ones were typed. `userName` is for the question.
+    explicit PasswordInput(const BasicString& userName);
 
     PasswordInput(const PasswordInput&) = delete;
     PasswordInput& operator=(const PasswordInput&) = delete;
-    ~PasswordInput();
 
     /// Valid until the object is destroyed.
     [[nodiscard]] const BasicString& GetText() const noexcept;
 
 private:
-    BasicString text;
+    struct WipedText
+    {
+        ~WipedText();
+
+        BasicString text;
+    };
+
+    WipedText text;
 };
 
 } // namespace Oxa::Host

@@ -1,6 +1,7 @@
 #include "Host/StateFolder.hpp"
 
-#include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Commons/TemporaryException.hpp"
+#include "Oxa/System/Commons/Text.hpp"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -19,15 +20,13 @@ namespace Oxa::Host
 {
 
 using System::Commons::FileDescriptor;
-using System::Commons::InvalidOperationException;
 
 namespace
 {
 
 [[noreturn]] void ThrowErrno(const char* operation, const BasicString& path, int cause)
 {
-    throw InvalidOperationException::Create("cannot {0} '{1}': {2}", operation, path,
-                                            std::generic_category().message(cause));
+    System::Commons::ThrowErrno(System::Commons::Text::Format("cannot {0} '{1}'", operation, path), cause);
 }
 
 FileDescriptor Open(const BasicString& path, int flags)
@@ -57,6 +56,10 @@ bool TryWrite(const FileDescriptor& file, std::string_view text) noexcept
 
 StateFolder::StateFolder(BasicString newPath)
     : path(std::move(newPath)), initialPasswordPath(path + "/initial-password")
+{
+}
+
+void StateFolder::Create() const
 {
     const auto parent = std::filesystem::absolute(path).parent_path();
     std::error_code error;

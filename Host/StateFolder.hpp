@@ -6,12 +6,15 @@
 namespace Oxa::Host
 {
 
-/// The folder of what the host keeps. Throws InvalidOperationException, with path and cause, when it cannot be used.
+/// The folder of what the host keeps. When it cannot be used: throws, with path and cause, TemporaryException for a
+/// cause that may pass, else InvalidOperationException.
 class StateFolder final
 {
 public:
-    /// Makes the folder, for its owner only, when there is none.
     explicit StateFolder(BasicString newPath);
+
+    /// Makes the folder, for its owner only, when there is none.
+    void Create() const;
 
     [[nodiscard]] const BasicString& GetInitialPasswordPath() const noexcept
     {

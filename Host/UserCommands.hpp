@@ -1,19 +1,19 @@
 #pragma once
 
-namespace Oxa::System::Um
-{
-class UserManager;
-}
-
 namespace Oxa::Host
 {
 
 struct CommandLine;
-class StateFolder;
 
-/// Carries out one of the commands "user …", which also work while the host runs, and returns the exit status. Reads
-/// passwords from standard input, one line, without echo on a terminal. Throws what the user manager throws.
-[[nodiscard]] int RunUserCommand(const CommandLine& commandLine, System::Um::UserManager& users,
-                                 const StateFolder& stateFolder);
+namespace Configuration
+{
+struct HostConfiguration;
+}
+
+/// Carries out one of the commands "user …", which also work while the host runs, says what it did and returns the exit
+/// status. Changes are written to the audit log: where the host logs to its standard error, to syslog. Run by root, it
+/// first becomes the owner of the database's folder, so that nothing there becomes root's.
+/// Never makes a database. Throws what the user manager throws, and ConfigurationException when there is no database.
+[[nodiscard]] int RunUserCommand(const CommandLine& commandLine, const Configuration::HostConfiguration& configuration);
 
 } // namespace Oxa::Host

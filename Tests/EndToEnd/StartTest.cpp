@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <csignal>
+#include <filesystem>
 
 namespace Oxa::Tests::EndToEnd
 {
@@ -174,6 +176,50 @@ TEST(Starting, EndsWith78WhenAModuleReportsItsSettings)
     EXPECT_EQ(host.GetProcess().Wait(), configurationFault);
     EXPECT_THAT(host.GetProcess().GetErrors(), HasSubstr("oxa-wbm: /settings.xml:7: the module does not like it\n"));
     EXPECT_THAT(host.GetFolder().Read("trace"), HasSubstr("module reset\nmodule destroyed\nmodule library unloaded\n"));
+}
+
+TEST(Starting, NeverReplacesADatabaseThatCannotBeUsed)
+{
+    const std::pair<BasicString, BasicString> cases[] = {{"", "it is empty"},
+                                                         {BasicString(10000, 'x'), "file is not a database"}};
+    for (const auto& [content, cause] : cases)
+    {
+        HostProcess host;
+        std::filesystem::create_directory(host.GetFolder().GetPath("state"));
+        host.GetFolder().Write("state/users.sqlite", content);
+        host.Start();
+        EXPECT_EQ(host.GetProcess().Wait(), configurationFault);
+        EXPECT_THAT(host.GetProcess().GetErrors(), HasSubstr("state/users.sqlite': " + cause));
+        EXPECT_EQ(host.GetFolder().Read("state/users.sqlite"), content);
+        EXPECT_FALSE(std::filesystem::exists(host.GetFolder().GetPath("state/initial-password")));
+    }
+}
+
+TEST(Starting, EndsWith75AndLeavesNothingBehindWhenNothingCanBeWritten)
+{
+    const Support::TemporaryFolder folder;
+    const BasicString configuration = folder.Write(
+        "host.xml",
+        R"(<WbmHostDocument><Http port="0"/><Users database="${OXA_STATE}/users.sqlite"/></WbmHostDocument>)");
+    const BasicString command =
+        BasicString(OXA_WBM) + " --config " + configuration + " --state " + folder.GetPath("state");
+    // As with a full disk, writing fails from some byte on.
+    const BasicString full = "trap '' XFSZ; ulimit -f 8; exec ";
+    Support::ChildProcess limited({"/bin/sh", "-c", full + command});
+    EXPECT_EQ(limited.Wait(), 75);
+    EXPECT_THAT(limited.GetErrors(), HasSubstr("state/users.sqlite"));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.GetPath("state")));
+
+    Support::ChildProcess host({"/bin/sh", "-c", "exec " + command});
+    (void)host.WaitForLine("listening on");
+    Support::ChildProcess change({"/bin/sh", "-c", full + command + " user set-password admin"}, "secret\n");
+    EXPECT_EQ(change.Wait(), 75);
+    EXPECT_THAT(change.GetErrors(), HasSubstr("state/users.sqlite': disk I/O error"));
+    Support::ChildProcess list({"/bin/sh", "-c", full + command + " user list"});
+    EXPECT_EQ(list.Wait(), 0);
+    EXPECT_EQ(list.GetOutput(), "admin\tAdmin\n");
+    host.SendSignal(SIGTERM);
+    EXPECT_EQ(host.Wait(), 0);
 }
 
 TEST(Starting, MakesOneUserWithAPasswordThatOnlyTheOwnerCanRead)

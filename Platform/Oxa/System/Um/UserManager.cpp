@@ -1,115 +1,165 @@
 #include "Oxa/System/Um/UserManager.hpp"
 
-#include "Oxa/System/Commons/InvalidOperationException.hpp"
-#include "Oxa/System/Um/Internal/BuiltInRoles.hpp"
+#include "Oxa/System/Commons/ArgumentException.hpp"
+#include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Um/Internal/PasswordHasher.hpp"
 #include "Oxa/System/Um/Internal/TokenTable.hpp"
-#include "Oxa/System/Um/Internal/UserReader.hpp"
-#include "Oxa/System/Um/Internal/UserRules.hpp"
-#include "Oxa/System/Um/Internal/UserWriter.hpp"
+#include "Oxa/System/Um/Internal/UserDatabase.hpp"
+#include "Oxa/System/Um/Permissions.hpp"
 
 #include <sodium.h>
+
+#include <algorithm>
 
 namespace Oxa::System::Um
 {
 
-using System::Commons::InvalidOperationException;
+using System::Commons::ArgumentException;
+namespace Text = System::Commons::Text;
 
 namespace
 {
 
-void RequireChangeable(const BasicString& roleName)
+constexpr std::size_t maximumNameBytes = 64;
+constexpr std::size_t maximumPasswordBytes = 1024;
+
+/// Permission bits on every object whose name begins with the prefix.
+struct Role
 {
-    if (Internal::IsBuiltInRole(roleName))
+    std::string_view name;
+    std::string_view objectPrefix;
+    uint32 permission;
+};
+
+constexpr Role roles[] = {
+    {adminRole, "", 0xFFFFFFFF}, {engineerRole, "oxa.services.wbm/modules/", executePermission}, {viewerRole, "", 0}};
+static_assert(std::size(roles) == roleNames.size());
+
+bool HasBlankEnds(std::string_view text)
+{
+    // ASCII, U+00A0, U+1680, U+2000 to U+200A, U+202F, U+205F and U+3000.
+    constexpr std::string_view blanks[] = {" ",
+                                           "\xC2\xA0",
+                                           "\xE1\x9A\x80",
+                                           "\xE2\x80\x80",
+                                           "\xE2\x80\x81",
+                                           "\xE2\x80\x82",
+                                           "\xE2\x80\x83",
+                                           "\xE2\x80\x84",
+                                           "\xE2\x80\x85",
+                                           "\xE2\x80\x86",
+                                           "\xE2\x80\x87",
+                                           "\xE2\x80\x88",
+                                           "\xE2\x80\x89",
+                                           "\xE2\x80\x8A",
+                                           "\xE2\x80\xAF",
+                                           "\xE2\x81\x9F",
+                                           "\xE3\x80\x80"};
+    return std::ranges::any_of(blanks, [text](std::string_view blank)
+                               { return text.starts_with(blank) || text.ends_with(blank); });
+}
+
+bool IsPassword(std::string_view text) noexcept
+{
+    return !text.empty() && text.size() <= maximumPasswordBytes;
+}
+
+void CheckPassword(std::string_view text)
+{
+    if (!IsPassword(text))
     {
-        throw InvalidOperationException::Create("cannot change the role '{0}': it is built in", roleName);
+        throw ArgumentException(
+            Text::Format("The argument 'password' is not valid. It must have 1 to {0} bytes.", maximumPasswordBytes));
     }
 }
 
 } // namespace
 
+bool UserManager::CreateDatabase(const BasicString& databasePath)
+{
+    return Internal::UserDatabase::Create(databasePath);
+}
+
 UserManager::UserManager(const BasicString& databasePath)
     : hasher(std::make_unique<Internal::PasswordHasher>()),
-      writer(std::make_unique<Internal::UserWriter>(databasePath)),
-      reader(std::make_unique<Internal::UserReader>(databasePath)),
+      database(std::make_unique<Internal::UserDatabase>(databasePath)),
       tokens(std::make_unique<Internal::TokenTable>(&randombytes_random))
 {
 }
 
 UserManager::~UserManager() = default;
 
-bool UserManager::HasUsers() const
-{
-    return reader->HasUsers();
-}
-
 std::vector<UserInfo> UserManager::GetUsers() const
 {
-    return reader->GetUsers();
+    return database->GetUsers();
 }
 
-void UserManager::AddUser(const BasicString& userName, const BasicString& password, const BasicString& roleName)
+std::optional<UserInfo> UserManager::FindUser(std::string_view userName) const
 {
-    Internal::CheckName("userName", userName);
-    Internal::CheckPassword(password);
-    Internal::CheckName("roleName", roleName);
-    writer->AddUser(userName, hasher->Hash(password), roleName);
+    auto user = database->FindUser(userName);
+    return user ? std::optional(std::move(user->info)) : std::nullopt;
 }
 
-bool UserManager::RemoveUser(const BasicString& userName)
+void UserManager::CheckNewUser(const BasicString& userName) const
 {
-    const auto userNumber = writer->RemoveUser(userName);
-    if (userNumber)
+    if (userName.empty() || userName.size() > maximumNameBytes || !Text::IsPlain(userName) || HasBlankEnds(userName))
     {
-        tokens->RemoveUser(*userNumber);
+        throw ArgumentException::Create(
+            "userName", Text::EscapeControlCharacters(Text::Truncate(userName, maximumNameBytes)),
+            Text::Format("It must have 1 to {0} bytes of UTF-8, no blanks at its ends and no control, direction or "
+                         "zero-width characters",
+                         maximumNameBytes));
     }
-    return userNumber.has_value();
-}
-
-bool UserManager::SetPassword(const BasicString& userName, const BasicString& password)
-{
-    Internal::CheckPassword(password);
-    const auto userNumber = writer->SetPasswordHash(userName, hasher->Hash(password));
-    if (userNumber)
+    if (const auto user = FindUser(userName))
     {
-        tokens->RemoveUser(*userNumber);
+        throw ArgumentException::Create("userName", userName, Text::Format("There is a user '{0}'", user->name));
     }
-    return userNumber.has_value();
 }
 
-bool UserManager::SetRole(const BasicString& userName, const BasicString& roleName)
+void UserManager::AddUser(const BasicString& userName, const BasicString& password, std::string_view roleName)
 {
-    Internal::CheckName("roleName", roleName);
-    return writer->SetRole(userName, roleName);
+    CheckNewUser(userName);
+    CheckPassword(password);
+    if (std::ranges::find(roleNames, roleName) == roleNames.end())
+    {
+        throw ArgumentException::Create("roleName", roleName, "The roles are Admin, Engineer and Viewer");
+    }
+    if (!database->AddUser(userName, hasher->Hash(password), roleName))
+    {
+        // Added by another process meanwhile, or one of several that differ in case.
+        throw ArgumentException::Create("userName", userName, "There is a user of this name");
+    }
 }
 
-std::vector<RoleInfo> UserManager::GetRoles() const
+std::optional<UserInfo> UserManager::RemoveUser(const BasicString& userName)
 {
-    return reader->GetRoles();
+    auto user = database->RemoveUser(userName);
+    if (!user)
+    {
+        return std::nullopt;
+    }
+    tokens->RemoveUser(user->login.userNumber);
+    return std::move(user->info);
 }
 
-void UserManager::AddRole(const RoleInfo& role)
+std::optional<UserInfo> UserManager::SetPassword(const BasicString& userName, const BasicString& password)
 {
-    Internal::CheckRole(role);
-    writer->AddRole(role);
-}
-
-bool UserManager::SetRolePermissions(const RoleInfo& role)
-{
-    Internal::CheckRole(role);
-    RequireChangeable(role.name);
-    return writer->SetRolePermissions(role);
-}
-
-bool UserManager::RemoveRole(const BasicString& roleName)
-{
-    RequireChangeable(roleName);
-    return writer->RemoveRole(roleName);
+    CheckPassword(password);
+    auto user = database->SetPasswordHash(userName, hasher->Hash(password));
+    if (!user)
+    {
+        return std::nullopt;
+    }
+    tokens->RemoveUser(user->login.userNumber);
+    return std::move(user->info);
 }
 
 bool UserManager::MayBeCredentials(const BasicString& userName, const BasicString& password) noexcept
 {
-    return Internal::IsName(userName) && Internal::IsPassword(password);
+    // Also what older databases hold and no new user may be called.
+    const bool isName = !userName.empty() && userName.size() <= maximumNameBytes && Text::IsValidUtf8(userName) &&
+                        std::ranges::none_of(userName, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; });
+    return isName && IsPassword(password);
 }
 
 std::optional<SecurityToken> UserManager::LogIn(const BasicString& userName, const BasicString& password)
@@ -119,18 +169,18 @@ std::optional<SecurityToken> UserManager::LogIn(const BasicString& userName, con
     {
         return std::nullopt;
     }
-    const auto credentials = reader->TryGetCredentials(userName);
-    if (!credentials)
+    const auto user = database->FindUser(userName);
+    if (!user)
     {
         hasher->Imitate(password);
         return std::nullopt;
     }
-    if (!hasher->Verify(credentials->passwordHash, password))
+    if (!hasher->Verify(user->passwordHash, password))
     {
         return std::nullopt;
     }
     // A password that was changed meanwhile makes this login void: it holds the generation that was verified.
-    return tokens->Add(credentials->login);
+    return tokens->Add(user->login);
 }
 
 void UserManager::LogOut(SecurityToken token) noexcept
@@ -145,7 +195,7 @@ std::optional<UserInfo> UserManager::TryGetUser(SecurityToken token) const
     {
         return std::nullopt;
     }
-    auto user = reader->TryGetUser(*login);
+    auto user = database->FindUser(*login);
     if (!user)
     {
         tokens->Remove(token);
@@ -155,13 +205,14 @@ std::optional<UserInfo> UserManager::TryGetUser(SecurityToken token) const
 
 bool UserManager::IsAuthorized(std::string_view objectName, uint32 permission, SecurityToken token) const
 {
-    const auto login = tokens->TryGet(token);
-    if (!login)
+    const auto user = TryGetUser(token);
+    if (!user)
     {
         return false;
     }
-    const auto granted = reader->TryGetPermission(*login, objectName);
-    return granted && (*granted & permission) == permission;
+    const auto* const role = std::ranges::find(roles, user->roleName, &Role::name);
+    const bool isGranted = role != std::end(roles) && objectName.starts_with(role->objectPrefix);
+    return ((isGranted ? role->permission : 0) & permission) == permission;
 }
 
 } // namespace Oxa::System::Um

@@ -2,7 +2,6 @@
 
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
-#include "Oxa/System/Um/RoleInfo.hpp"
 #include "Oxa/System/Um/SecurityToken.hpp"
 #include "Oxa/System/Um/UserInfo.hpp"
 
@@ -18,57 +17,47 @@ namespace Internal
 {
 class PasswordHasher;
 class TokenTable;
-class UserReader;
-class UserWriter;
+class UserDatabase;
 } // namespace Internal
 
-/// The users of a machine, their roles and their logins. Users and roles are in a database file that other processes
-/// may change at the same time: every answer is how things are at that moment. Logins are known to this object only. A
-/// role is a set of (object name pattern, permission bits). Built in: "Admin" (everything), "Engineer" (execute on
-/// "oxa.services.wbm/modules/*") and "Viewer" (logs in and looks); they can be neither changed nor removed.
-/// A name has 1 to 64 bytes of UTF-8 without control characters and is compared exactly; a password has 1 to 1024
-/// bytes. Threads: safe from any thread; a password is hashed, for some ten milliseconds, without holding up the other
-/// calls. Throws: ArgumentException for what does not meet these limits and for an unknown role, never with a password
-/// in it; InvalidOperationException, with path and cause, when the database cannot be used.
+/// The users of a machine, their roles and their logins. Users are in a database file that other processes may change
+/// at the same time: every answer is how things are at that moment. Logins are known to this object only. A user's name
+/// has 1 to 64 bytes of UTF-8; a new one has no blanks at its ends and no control, direction or zero-width characters.
+/// Names are compared without case; among names of an older database that differ only in case, the exact one is meant.
+/// A password has 1 to 1024 bytes. Threads: safe from any thread; a password is hashed, for some ten milliseconds,
+/// without holding up the other calls. Throws: ArgumentException for what does not meet these limits and for an unknown
+/// role, never with a password in it; when the database cannot be used, with path and cause, TemporaryException for a
+/// cause that may pass, else InvalidOperationException. Reading goes on where nothing can be written.
 class OXA_EXPORT UserManager final
 {
 public:
-    /// Opens the database, or creates it: for its owner only, with the built-in roles and no users.
+    /// Makes a database without users, for its owner only, at once and as a whole. False: there is a file of that name,
+    /// which is left as it is.
+    static bool CreateDatabase(const BasicString& databasePath);
+
+    /// Requires: the database exists. A file that is empty or no user database is refused.
     explicit UserManager(const BasicString& databasePath);
     UserManager(const UserManager&) = delete;
     UserManager& operator=(const UserManager&) = delete;
     ~UserManager();
 
-    [[nodiscard]] bool HasUsers() const;
-
     /// In the order of their names.
     [[nodiscard]] std::vector<UserInfo> GetUsers() const;
 
-    /// Throws ArgumentException when there is a user of this name.
-    void AddUser(const BasicString& userName, const BasicString& password, const BasicString& roleName);
+    /// Nothing when there is no such user, as with the functions below. The user's name comes as it is stored.
+    [[nodiscard]] std::optional<UserInfo> FindUser(std::string_view userName) const;
 
-    /// Ends the user's logins. False when there is no such user, as with the next two.
-    bool RemoveUser(const BasicString& userName);
+    /// Throws ArgumentException when there is a user of this name, or no user may have it.
+    void CheckNewUser(const BasicString& userName) const;
+
+    /// As `CheckNewUser`.
+    void AddUser(const BasicString& userName, const BasicString& password, std::string_view roleName);
+
+    /// Ends the user's logins. The user as it was.
+    std::optional<UserInfo> RemoveUser(const BasicString& userName);
 
     /// Ends the user's logins, also those that other processes know.
-    bool SetPassword(const BasicString& userName, const BasicString& password);
-
-    /// The user's logins go on, with the new role's permissions.
-    bool SetRole(const BasicString& userName, const BasicString& roleName);
-
-    /// In the order of their names; the permissions in the order of their patterns.
-    [[nodiscard]] std::vector<RoleInfo> GetRoles() const;
-
-    /// Throws ArgumentException when there is a role of this name.
-    void AddRole(const RoleInfo& role);
-
-    /// Replaces the permissions of the role. False when there is no such role. Throws InvalidOperationException for a
-    /// built-in role.
-    bool SetRolePermissions(const RoleInfo& role);
-
-    /// False when there is no such role. Throws InvalidOperationException for a built-in role and for one that a user
-    /// has.
-    bool RemoveRole(const BasicString& roleName);
+    std::optional<UserInfo> SetPassword(const BasicString& userName, const BasicString& password);
 
     /// False for a name or a password that nobody can have: its log-in is refused at once.
     [[nodiscard]] static bool MayBeCredentials(const BasicString& userName, const BasicString& password) noexcept;
@@ -83,14 +72,12 @@ public:
     /// The user as it is at this moment; nothing when the token is not valid (any more).
     [[nodiscard]] std::optional<UserInfo> TryGetUser(SecurityToken token) const;
 
-    /// True when the token is valid and its user's role holds every bit of `permission` on the object. Several patterns
-    /// that match add up.
+    /// True when the token is valid and its user's role holds every bit of `permission` on the object.
     [[nodiscard]] bool IsAuthorized(std::string_view objectName, uint32 permission, SecurityToken token) const;
 
 private:
     std::unique_ptr<Internal::PasswordHasher> hasher;
-    std::unique_ptr<Internal::UserWriter> writer;
-    std::unique_ptr<Internal::UserReader> reader;
+    std::unique_ptr<Internal::UserDatabase> database;
     std::unique_ptr<Internal::TokenTable> tokens;
 };
 

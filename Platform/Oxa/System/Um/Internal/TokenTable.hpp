@@ -2,7 +2,6 @@
 
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
-#include "Oxa/System/Um/Internal/Login.hpp"
 #include "Oxa/System/Um/SecurityToken.hpp"
 
 #include <cstddef>
@@ -12,6 +11,16 @@
 
 namespace Oxa::System::Um::Internal
 {
+
+/// Whom a token stands for: a user number, which is never used again, and how often that user's password had been
+/// changed.
+struct Login
+{
+    int64 userNumber = 0;
+    int64 passwordGeneration = 0;
+
+    bool operator==(const Login&) const = default;
+};
 
 /// The tokens that are in use. Bounded: one more ends the oldest, of the same user or of all. Safe from any thread.
 class TokenTable final

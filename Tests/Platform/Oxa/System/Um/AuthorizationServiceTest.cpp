@@ -45,6 +45,7 @@ protected:
     }
 
     AuthorizationServiceProxyFactory& factory = AuthorizationServiceProxyFactory::GetInstance();
+    const bool isCreated = UserManager::CreateDatabase(path);
     UserManager users{path};
     SecurityToken token;
     std::unique_ptr<IAuthorizationService> proxy;
@@ -60,7 +61,7 @@ TEST_F(AskingTheAuthorizationService, AnswersFromTheTokensUser)
 TEST_F(AskingTheAuthorizationService, RefusesAndLogsWhenTheDatabaseCannotBeUsed)
 {
     Tests::Support::LogRecorder log;
-    ExecuteSql("DROP TABLE permissions");
+    ExecuteSql("DROP TABLE users");
     EXPECT_FALSE(MayExecute(token.GetValue()));
     EXPECT_THAT(log.GetEntries(), Contains(Field(&Tests::Support::LogRecorder::Entry::message,
                                                  AllOf(HasSubstr("oxa.services.wbm/modules/Di"), HasSubstr(path)))));

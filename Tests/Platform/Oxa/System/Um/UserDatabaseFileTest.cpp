@@ -4,7 +4,10 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <fstream>
+#include <thread>
+#include <vector>
 
 namespace Oxa::System::Um
 {
@@ -43,31 +46,51 @@ protected:
     }
 };
 
-TEST_F(OpeningAUserDatabase, CreatesItForItsOwnerOnlyWithTheBuiltInRoles)
+using CreatingAUserDatabase = OpeningAUserDatabase;
+
+TEST_F(CreatingAUserDatabase, MakesItForItsOwnerOnlyAndOnlyWhereThereIsNothing)
 {
-    const UserManager users(path);
+    // Left by processes that were cut off, and by a database that is gone: nothing of it becomes part of the new one.
+    for (const BasicString suffix : {".new", ".new-wal", "-wal", "-journal"})
+    {
+        std::ofstream(path + suffix) << "garbage";
+    }
+    EXPECT_TRUE(UserManager::CreateDatabase(path));
+    UserManager users(path);
     for (const BasicString suffix : {"", "-wal", "-shm"})
     {
         EXPECT_EQ(std::filesystem::status(path + suffix).permissions(), perms::owner_read | perms::owner_write)
             << suffix;
     }
-    EXPECT_FALSE(users.HasUsers());
-    const std::vector<RoleInfo> roles = {
-        {"Admin", {{"*", 0xFFFFFFFF}}}, {"Engineer", {{"oxa.services.wbm/modules/*", 0x1000}}}, {"Viewer", {}}};
-    EXPECT_EQ(users.GetRoles(), roles);
+    EXPECT_FALSE(std::filesystem::exists(path + ".new"));
+    users.AddUser("anna", "correct horse", "Engineer");
+    EXPECT_FALSE(UserManager::CreateDatabase(path));
+    EXPECT_TRUE(UserManager(path).LogIn("anna", "correct horse"));
 }
 
-TEST_F(OpeningAUserDatabase, FindsWhatAnEarlierProcessLeft)
+TEST_F(CreatingAUserDatabase, IsDoneByOneOfSeveralProcesses)
 {
-    UserManager(path).AddUser("anna", "correct horse", "Engineer");
-    UserManager users(path);
-    EXPECT_TRUE(users.HasUsers());
-    EXPECT_TRUE(users.LogIn("anna", "correct horse"));
+    std::atomic<int> created = 0;
+    {
+        std::vector<std::jthread> threads;
+        for (int number = 0; number < 4; ++number)
+        {
+            threads.emplace_back(
+                [this, &created]
+                {
+                    created += UserManager::CreateDatabase(path) ? 1 : 0;
+                    EXPECT_EQ(GetOpenError(path), "opened");
+                });
+        }
+    }
+    EXPECT_EQ(created, 1);
 }
 
 TEST_F(OpeningAUserDatabase, KeepsPasswordsAsArgon2idHashesOnly)
 {
-    UserManager(path).AddUser("anna", "correct horse", "Engineer");
+    UserManager::CreateDatabase(path);
+    UserManager users(path);
+    users.AddUser("anna", "correct horse", "Engineer");
     const BasicString content = ReadFile(path) + ReadFile(path + "-wal");
     EXPECT_THAT(content, HasSubstr("$argon2id$v=19$m=19456,t=2,p=1$"));
     EXPECT_EQ(content.find("correct horse"), BasicString::npos);
@@ -75,7 +98,8 @@ TEST_F(OpeningAUserDatabase, KeepsPasswordsAsArgon2idHashesOnly)
 
 TEST_F(OpeningAUserDatabase, NamesPathAndCauseWhenItCannot)
 {
-    ExpectRefused((folder / "missing" / "users.db").string(), "No such file or directory");
+    ExpectRefused(path, "No such file or directory");
+    EXPECT_THROW(UserManager::CreateDatabase((folder / "missing" / "users.db").string()), InvalidOperationException);
     ExpectRefused(folder.string(), "it is a folder");
     ExpectRefused("/dev/null", "it is no regular file");
     ExpectRefused("", "No such file or directory");
@@ -110,15 +134,40 @@ TEST_F(OpeningAUserDatabase, LeavesTheDatabaseOfAnotherProgramAsItIs)
 
 TEST_F(OpeningAUserDatabase, RefusesOneOfANewerVersion)
 {
-    (void)UserManager(path);
-    ExecuteSql("PRAGMA user_version = 2");
-    ExpectRefused(path, "its version 2 is newer than version 1, the newest that is known here");
+    UserManager::CreateDatabase(path);
+    ExecuteSql("PRAGMA user_version = 3");
+    ExpectRefused(path, "its version 3 is newer than version 2, the newest that is known here");
 }
 
-TEST_F(OpeningAUserDatabase, TakesAFileThatIsEmpty)
+TEST_F(OpeningAUserDatabase, LeavesAFileThatIsEmptyAsItIs)
 {
     std::ofstream(path).close();
-    EXPECT_EQ(GetOpenError(path), "opened");
+    ExpectRefused(path, "it is empty; restore it, or remove it to begin anew");
+    EXPECT_FALSE(UserManager::CreateDatabase(path));
+    EXPECT_EQ(std::filesystem::file_size(path), 0u);
+}
+
+TEST_F(OpeningAUserDatabase, TakesOneOfAnOlderVersionWithTheNamesThatItHolds)
+{
+    ExecuteSql(R"sql(
+        CREATE TABLE roles (name TEXT NOT NULL PRIMARY KEY) STRICT, WITHOUT ROWID;
+        CREATE TABLE users (number INTEGER PRIMARY KEY AUTOINCREMENT, name TEXT NOT NULL UNIQUE,
+            passwordHash TEXT NOT NULL, passwordGeneration INTEGER NOT NULL DEFAULT 0,
+            roleName TEXT NOT NULL REFERENCES roles (name)) STRICT;
+        INSERT INTO roles VALUES ('Admin'), ('Engineer'), ('Viewer');
+        INSERT INTO users (name, passwordHash, roleName) VALUES ('anna', '', 'Viewer'), ('Anna', '', 'Admin'),
+            (' bob ', '', 'Viewer');
+        PRAGMA application_id = 0x4F786155; PRAGMA user_version = 1; PRAGMA journal_mode = WAL)sql");
+    UserManager users(path);
+    EXPECT_EQ(users.FindUser("Anna"), (UserInfo{"Anna", "Admin"}));
+    EXPECT_EQ(users.SetPassword("anna", "secret"), (UserInfo{"anna", "Viewer"}));
+    EXPECT_TRUE(users.LogIn("anna", "secret"));
+    EXPECT_FALSE(users.RemoveUser("ANNA")) << "which of the two?";
+    EXPECT_TRUE(users.RemoveUser("Anna"));
+    EXPECT_EQ(users.FindUser("ANNA"), (UserInfo{"anna", "Viewer"}));
+    EXPECT_TRUE(users.SetPassword(" bob ", "secret"));
+    EXPECT_TRUE(users.LogIn(" BOB ", "secret"));
+    users.AddUser("zoe", "secret", "Admin");
 }
 
 } // namespace
