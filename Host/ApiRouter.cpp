@@ -96,6 +96,7 @@ Handling ApiRouter::HandleProvider(const Exchange& exchange, std::string_view pa
     }
     if (caller->isByCookie && !Http::IsRead(request.method) && Sessions::IsForeign(request))
     {
+        routes.sessions.ReportCrossOrigin(*exchange, caller->userName);
         return AnswerProblem(*exchange, Http::Problems::foreignOrigin);
     }
     const std::size_t slash = path.find('/');

@@ -79,6 +79,13 @@ const HttpRequest& HttpConnection::GetRequest() const noexcept
     return reader.GetParser().GetRequest();
 }
 
+BasicString HttpConnection::GetClientAddress() const
+{
+    error_code error;
+    const auto endpoint = socket.remote_endpoint(error);
+    return error ? BasicString() : endpoint.address().to_string();
+}
+
 void HttpConnection::Read()
 {
     socket.async_read_some(asio::buffer(reader.GetSpace(), reader.GetSpaceBytes()),

@@ -38,6 +38,7 @@ public:
     void End() noexcept;
 
     [[nodiscard]] const HttpRequest& GetRequest() const noexcept override;
+    [[nodiscard]] BasicString GetClientAddress() const override;
     void Send(const HttpAnswer& answer, std::string_view body) override;
     void Resume() override;
 

@@ -16,6 +16,9 @@ public:
 
     [[nodiscard]] virtual const HttpRequest& GetRequest() const noexcept = 0;
 
+    /// The IP address that the request came from, of a proxy perhaps. Empty when the client is gone.
+    [[nodiscard]] virtual BasicString GetClientAddress() const = 0;
+
     /// Once per request. Keeps nothing of what it is passed.
     virtual void Send(const HttpAnswer& answer, std::string_view body) = 0;
 

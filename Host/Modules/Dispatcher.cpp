@@ -5,9 +5,13 @@
 #include "Host/Modules/ModuleGate.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
-#include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Commons/Json/JsonException.hpp"
+#include "Oxa/System/Commons/Json/JsonReader.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
+#include "Oxa/System/Rsc/RscServiceException.hpp"
 
+#include <algorithm>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -22,7 +26,11 @@ using Services::Commons::Wbm::RequestParams;
 using Services::Commons::Wbm::RequestQuery;
 using Services::Commons::Wbm::WbmRequest;
 using Services::Commons::Wbm::WbmResponse;
+using System::Commons::Json::JsonReader;
+using System::Commons::Json::JsonTokenType;
 using System::Nm::NotificationKind;
+using System::Rsc::RscFault;
+using System::Rsc::RscServiceException;
 namespace Text = System::Commons::Text;
 
 namespace
@@ -30,6 +38,34 @@ namespace
 
 /// A log is no place for whatever somebody sends.
 constexpr std::size_t maximumLoggedBytes = 64;
+
+/// The error code of an answer in the modules' envelope; empty also for an answer of another form.
+BasicString FindErrorCode(std::string_view body)
+{
+    try
+    {
+        JsonReader reader(body);
+        if (reader.Read() != JsonTokenType::StartObject)
+        {
+            return {};
+        }
+        while (reader.Read() == JsonTokenType::PropertyName)
+        {
+            const bool isErrorCode = reader.GetText() == "errorCode";
+            const bool isText = reader.Read() == JsonTokenType::String;
+            if (isErrorCode && isText)
+            {
+                return BasicString(Text::Truncate(reader.GetText(), maximumLoggedBytes));
+            }
+            reader.Skip();
+        }
+    }
+    catch (const System::Commons::Json::JsonException&)
+    {
+        // No envelope.
+    }
+    return {};
+}
 
 bool IsAllowed(HttpMethod method, const DataProvider& provider) noexcept
 {
@@ -88,13 +124,13 @@ void Dispatcher::Answer(IHttpExchange& exchange, const DataProvider& provider, c
     {
         if (!provider.isSafe && obstacle->status == 403)
         {
-            Publish(NotificationKind::CommandRefused, request);
+            Publish(NotificationKind::CommandRefused, exchange, request, {{"errorCode", BasicString(obstacle->code)}});
         }
         Http::SendProblem(exchange, *obstacle);
         return;
     }
-    const WbmResponse response = provider.isSafe ? Ask(exchange.GetRequest(), provider, request)
-                                                 : Execute(exchange.GetRequest(), provider, request);
+    const WbmResponse response =
+        provider.isSafe ? Ask(exchange.GetRequest(), provider, request) : Execute(exchange, provider, request);
     // Values of two runs may be mixed in a read; the response to a command tells what was done.
     if (provider.isSafe && !visit.IsStillCurrent())
     {
@@ -118,19 +154,29 @@ const Http::Problem* Dispatcher::FindObstacle(const DataProvider& provider, cons
     return provider.handler->HandlesRequest(request.requestName) ? nullptr : &Http::Problems::unknownRequest;
 }
 
-/// Publishes how it went, also when it ends with an exception.
-WbmResponse Dispatcher::Execute(const HttpRequest& http, const DataProvider& provider,
+/// Publishes how it went: also when the module's answer is an error, or it ends with an exception.
+WbmResponse Dispatcher::Execute(const IHttpExchange& exchange, const DataProvider& provider,
                                 const ProviderRequest& request) const
 {
     try
     {
-        WbmResponse response = Ask(http, provider, request);
-        Publish(NotificationKind::CommandExecuted, request);
+        WbmResponse response = Ask(exchange.GetRequest(), provider, request);
+        const BasicString errorCode = FindErrorCode(response.GetBody());
+        Publish(errorCode.empty() ? NotificationKind::CommandExecuted : NotificationKind::CommandFailed, exchange,
+                request, {{"outcome", errorCode.empty() ? "success" : "error"}, {"errorCode", errorCode}});
         return response;
+    }
+    catch (const RscServiceException& exception)
+    {
+        const bool mayBeDone =
+            exception.GetFault() == RscFault::TimedOut || exception.GetFault() == RscFault::ConnectionLost;
+        Publish(NotificationKind::CommandFailed, exchange, request,
+                {{"outcome", mayBeDone ? "unknown" : "no-service"}});
+        throw;
     }
     catch (...)
     {
-        Publish(NotificationKind::CommandFailed, request);
+        Publish(NotificationKind::CommandFailed, exchange, request, {{"outcome", "exception"}});
         throw;
     }
 }
@@ -142,14 +188,17 @@ WbmResponse Dispatcher::Ask(const HttpRequest& http, const DataProvider& provide
                    request.securityToken));
 }
 
-void Dispatcher::Publish(NotificationKind kind, const ProviderRequest& request) const
+void Dispatcher::Publish(NotificationKind kind, const IHttpExchange& exchange, const ProviderRequest& request,
+                         Fields details) const
 {
+    Fields fields = {{"dataProvider", request.providerName}, {"address", exchange.GetClientAddress()}};
+    std::ranges::move(details, std::back_inserter(fields));
     notifications.Publish({{},
                            kind,
                            "Host.Modules",
                            request.userName,
                            BasicString(Text::Truncate(request.requestName, maximumLoggedBytes)),
-                           {{"dataProvider", request.providerName}}});
+                           std::move(fields)});
 }
 
 } // namespace Oxa::Host::Modules

@@ -5,6 +5,8 @@
 #include "Oxa/System/Um/SecurityToken.hpp"
 
 #include <memory>
+#include <utility>
+#include <vector>
 
 namespace Oxa::System::Nm
 {
@@ -41,8 +43,8 @@ struct ProviderRequest
 
 /// Brings requests to the data providers and their answers back. In this order: unknown provider 404, method 405,
 /// module's gate closed or provider away 503, no permission 403, unknown request 404, then the module's own answer.
-/// Requests by other methods than GET and HEAD to a provider that is not safe are commands, and published as such.
-/// Threads: the event loop's.
+/// Requests by other methods than GET and HEAD to a provider that is not safe are commands, and published as such, with
+/// their outcome. Threads: the event loop's.
 class Dispatcher final
 {
 public:
@@ -52,14 +54,17 @@ public:
                                         ProviderRequest request) const;
 
 private:
+    using Fields = std::vector<std::pair<BasicString, BasicString>>;
+
     void Answer(Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const;
     [[nodiscard]] static const Http::Problem* FindObstacle(const DataProvider& provider,
                                                            const ProviderRequest& request);
     [[nodiscard]] Services::Commons::Wbm::WbmResponse
-    Execute(const Http::HttpRequest& http, const DataProvider& provider, const ProviderRequest& request) const;
+    Execute(const Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const;
     [[nodiscard]] static Services::Commons::Wbm::WbmResponse
     Ask(const Http::HttpRequest& http, const DataProvider& provider, const ProviderRequest& request);
-    void Publish(System::Nm::NotificationKind kind, const ProviderRequest& request) const;
+    void Publish(System::Nm::NotificationKind kind, const Http::IHttpExchange& exchange, const ProviderRequest& request,
+                 Fields details) const;
 
     ModuleRegistry& registry;
     System::Nm::NotificationManager& notifications;

@@ -1,7 +1,8 @@
 #include "Host/Sessions/SessionManager.hpp"
 
-#include "Host/Http/HttpRequest.hpp"
+#include "Host/Http/IHttpExchange.hpp"
 #include "Host/Threads/EventLoop.hpp"
+#include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
@@ -13,6 +14,9 @@ using System::Um::SecurityToken;
 
 namespace
 {
+
+/// Of texts that clients choose.
+constexpr std::size_t maximumLoggedBytes = 128;
 
 struct Credentials
 {
@@ -61,18 +65,21 @@ SessionManager::~SessionManager()
     }
 }
 
-std::optional<SessionManager::NewSession> SessionManager::LogIn(const BasicString& userName,
-                                                                const BasicString& password)
+std::optional<SessionManager::NewSession>
+SessionManager::LogIn(const BasicString& userName, const BasicString& password, const BasicString& clientAddress)
 {
     const auto securityToken = users.LogIn(userName, password);
-    if (!securityToken)
+    // As it is stored: the name that was sent may differ in case.
+    const auto user = securityToken ? users.TryGetUser(*securityToken) : std::nullopt;
+    if (!user)
     {
-        Publish(NotificationKind::LogInFailed, userName, "user name or password is wrong");
+        Publish(NotificationKind::LogInFailed, userName, "user name or password is wrong",
+                {{"address", clientAddress}});
         return std::nullopt;
     }
-    NewSession session{table.Add(*securityToken, userName), userName, GetRoleName(*securityToken)};
+    NewSession session{table.Add(*securityToken, user->name), user->name, user->roleName};
     FinishEnded();
-    Publish(NotificationKind::LoggedIn, userName, "logged in");
+    Publish(NotificationKind::LoggedIn, user->name, "logged in", {{"address", clientAddress}});
     return session;
 }
 
@@ -98,14 +105,31 @@ std::optional<Caller> SessionManager::Authenticate(const Http::HttpRequest& requ
     return Caller{found->securityToken, std::move(found->userName), found->remainingLifetime, credentials.isByCookie};
 }
 
-void SessionManager::LogOut(const Http::HttpRequest& request)
+void SessionManager::LogOut(const Http::HttpRequest& request, const BasicString& clientAddress)
 {
     const auto session = table.Remove(FindCredentials(request).key);
     if (session)
     {
         users.LogOut(session->securityToken);
-        Publish(NotificationKind::LoggedOut, session->userName, "logged out");
+        Publish(NotificationKind::LoggedOut, session->userName, "logged out", {{"address", clientAddress}});
     }
+}
+
+void SessionManager::ReportCrossOrigin(const Http::IHttpExchange& exchange, std::string_view userName)
+{
+    if (!crossOriginLimit.Admits())
+    {
+        return;
+    }
+    const auto limit = [](std::string_view text)
+    {
+        return BasicString(System::Commons::Text::Truncate(text, maximumLoggedBytes));
+    };
+    const Http::HttpRequest& request = exchange.GetRequest();
+    Publish(NotificationKind::CrossOriginRefused, userName, limit(request.path),
+            {{"address", exchange.GetClientAddress()},
+             {"origin", limit(request.origin)},
+             {"fetchSite", limit(request.fetchSite)}});
 }
 
 BasicString SessionManager::GetRoleName(SecurityToken securityToken) const
@@ -130,9 +154,9 @@ void SessionManager::FinishEnded()
     }
 }
 
-void SessionManager::Publish(NotificationKind kind, std::string_view userName, const char* text)
+void SessionManager::Publish(NotificationKind kind, std::string_view userName, std::string_view text, Fields fields)
 {
-    notifications.Publish({{}, kind, "Host.Sessions", BasicString(userName), text, {}});
+    notifications.Publish({{}, kind, "Host.Sessions", BasicString(userName), BasicString(text), std::move(fields)});
 }
 
 } // namespace Oxa::Host::Sessions

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Host/Sessions/SessionTable.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogLimit.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Nm/Notification.hpp"
 #include "Oxa/System/Um/SecurityToken.hpp"
@@ -9,6 +10,8 @@
 #include <chrono>
 #include <optional>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace Oxa::System::Nm
 {
@@ -22,8 +25,9 @@ class UserManager;
 
 namespace Oxa::Host::Http
 {
+class IHttpExchange;
 struct HttpRequest;
-}
+} // namespace Oxa::Host::Http
 
 namespace Oxa::Host::Threads
 {
@@ -68,13 +72,17 @@ public:
 
     /// Takes some ten milliseconds of computing. Nothing when name and password do not belong together. Requires:
     /// `MayBeCredentials`; what nobody can have is not worth a notification.
-    [[nodiscard]] std::optional<NewSession> LogIn(const BasicString& userName, const BasicString& password);
+    [[nodiscard]] std::optional<NewSession> LogIn(const BasicString& userName, const BasicString& password,
+                                                  const BasicString& clientAddress);
 
     /// Nothing for a request without a session. A user who was removed loses the session within a second.
     [[nodiscard]] std::optional<Caller> Authenticate(const Http::HttpRequest& request);
 
     /// Ends the request's session, if it has one.
-    void LogOut(const Http::HttpRequest& request);
+    void LogOut(const Http::HttpRequest& request, const BasicString& clientAddress);
+
+    /// Publishes that a request was refused because a page of another site has sent it; not each one of a flood.
+    void ReportCrossOrigin(const Http::IHttpExchange& exchange, std::string_view userName);
 
     /// Empty when the user is gone.
     [[nodiscard]] BasicString GetRoleName(System::Um::SecurityToken securityToken) const;
@@ -85,15 +93,19 @@ public:
     }
 
 private:
+    using Fields = std::vector<std::pair<BasicString, BasicString>>;
+
     [[nodiscard]] std::optional<System::Um::UserInfo> TryGetUser(System::Um::SecurityToken securityToken) const;
     void FinishEnded();
-    void Publish(System::Nm::NotificationKind kind, std::string_view userName, const char* text);
+    void Publish(System::Nm::NotificationKind kind, std::string_view userName, std::string_view text,
+                 Fields fields = {});
 
     const Configuration::SessionConfiguration configuration;
     System::Um::UserManager& users;
     System::Nm::NotificationManager& notifications;
     Threads::EventLoop& loop;
     SessionTable table;
+    System::Commons::Diagnostics::Logging::LogLimit crossOriginLimit;
 };
 
 } // namespace Oxa::Host::Sessions

@@ -95,6 +95,7 @@ Handling SessionRoute::LogIn(const std::shared_ptr<IHttpExchange>& exchange)
     const Http::HttpRequest& request = exchange->GetRequest();
     if (IsSaidToBeForeign(request))
     {
+        sessions.ReportCrossOrigin(*exchange, {});
         Http::SendProblem(*exchange, Http::Problems::foreignOrigin);
         return Handling::Answered;
     }
@@ -177,7 +178,7 @@ void SessionRoute::Answer(IHttpExchange& exchange, const LogInRequest& request)
 {
     try
     {
-        const auto session = sessions.LogIn(request.userName, request.password);
+        const auto session = sessions.LogIn(request.userName, request.password, exchange.GetClientAddress());
         if (session)
         {
             SendNewSession(exchange, *session);
@@ -233,10 +234,11 @@ void SessionRoute::LogOut(IHttpExchange& exchange)
     }
     if (caller->isByCookie && IsForeign(request))
     {
+        sessions.ReportCrossOrigin(exchange, caller->userName);
         Http::SendProblem(exchange, Http::Problems::foreignOrigin);
         return;
     }
-    sessions.LogOut(request);
+    sessions.LogOut(request, exchange.GetClientAddress());
     const BasicString cookie = System::Commons::Text::Format(
         "Set-Cookie: {0}=; Path=/; HttpOnly; SameSite=Strict; Max-Age=0\r\n", SessionManager::cookieName);
     exchange.Send({204, {}, cookie}, {});

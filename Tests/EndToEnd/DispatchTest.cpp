@@ -96,7 +96,7 @@ TEST(Dispatching, LogsTheCauseOfAModulesExceptionOnceUnderTheIdThatTheClientGets
     EXPECT_THAT(errors, HasSubstr(requestId));
 }
 
-TEST(Dispatching, RefusesCommandsOfAViewerAndTellsTheAuditTrail)
+TEST(Dispatching, TellsTheAuditTrailHowCommandsEnded)
 {
     HostProcess host;
     host.WaitUntilReady();
@@ -104,11 +104,28 @@ TEST(Dispatching, RefusesCommandsOfAViewerAndTellsTheAuditTrail)
     const BasicString viewer = host.LogIn("eve", "looks only");
     EXPECT_EQ(host.Ask("GET", "/api/v1/FakeDp/Echo", viewer).result_int(), 200U);
     EXPECT_EQ(GetMember(host.Ask("POST", "/api/v1/FakeControlDp/Echo", viewer).body(), "code"), "no-permission");
-    EXPECT_EQ(host.Ask("POST", "/api/v1/FakeControlDp/Echo", host.LogIn()).result_int(), 200U);
+    const BasicString admin = host.LogIn();
+    EXPECT_EQ(host.Ask("POST", "/api/v1/FakeControlDp/Echo", admin).result_int(), 200U);
+    const BasicString refusal = R"({"errorCode":"not \u202Eavailable","resultKind":4,"payload":{"result":false}})";
+    EXPECT_EQ(host.Ask("POST", "/api/v1/FakeControlDp/Reply", admin, refusal).body(), refusal);
+    const BasicString success = R"({"payload":{"errorCode":"x"},"errorCode":""})";
+    EXPECT_EQ(host.Ask("POST", "/api/v1/FakeControlDp/Reply", admin, success).body(), success);
+    EXPECT_EQ(host.Ask("POST", "/api/v1/FakeControlDp/Throw", admin).result_int(), 500U);
+    EXPECT_EQ(host.Ask("POST", "/api/v1/FakeControlDp/LoseService", admin).result_int(), 503U);
     host.Stop();
     const BasicString errors = host.GetProcess().GetErrors();
-    EXPECT_THAT(errors, HasSubstr("CommandRefused source='Host.Modules' user='eve' text='Echo'"));
-    EXPECT_THAT(errors, HasSubstr("CommandExecuted source='Host.Modules' user='admin' text='Echo'"));
+    const BasicString details = " dataProvider='FakeControlDp' address='127.0.0.1' ";
+    for (const BasicString& line :
+         {"CommandRefused source='Host.Modules' user='eve' text='Echo'" + details + "errorCode='no-permission'",
+          "CommandExecuted source='Host.Modules' user='admin' text='Echo'" + details + "outcome='success'",
+          "CommandExecuted source='Host.Modules' user='admin' text='Reply'" + details + "outcome='success'",
+          "CommandFailed source='Host.Modules' user='admin' text='Reply'" + details +
+              R"(outcome='error' errorCode='not \u202eavailable')",
+          "CommandFailed source='Host.Modules' user='admin' text='Throw'" + details + "outcome='exception'",
+          "CommandFailed source='Host.Modules' user='admin' text='LoseService'" + details + "outcome='no-service'"})
+    {
+        EXPECT_THAT(errors, HasSubstr(line));
+    }
     EXPECT_THAT(errors, Not(HasSubstr("looks only")));
 }
 

@@ -14,7 +14,7 @@ using System::Commons::Json::JsonTokenType;
 HostProcess::HostProcess(const HostSettings& settings) : fault(settings.fault)
 {
     configurationPath =
-        folder.Write("host.xml", "<WbmHostDocument><Log level=\"information\"/><Http port=\"0\" " + settings.http +
+        folder.Write("host.xml", "<WbmHostDocument><Log " + settings.log + "/><Http port=\"0\" " + settings.http +
                                      "/><Users database=\"${OXA_STATE}/users.sqlite\"/><Sessions " + settings.sessions +
                                      "/><Requests " + settings.requests + "/><Components>" + settings.components +
                                      "</Components><Services>" + settings.services + "</Services><Modules>" +
@@ -44,14 +44,22 @@ void HostProcess::WaitUntilReady()
     port = static_cast<uint16>(std::stoi(process->WaitForLine("listening on http://127.0.0.1:")));
 }
 
-int HostProcess::RunUserCommand(const std::vector<BasicString>& commandArguments, std::string_view input) const
+int HostProcess::RunUserCommand(const std::vector<BasicString>& arguments, std::string_view input)
+{
+    Support::ChildProcess command(MakeUserCommand(arguments), input);
+    const int status = command.Wait();
+    commandOutput = command.GetOutput() + command.GetErrors();
+    return status;
+}
+
+std::vector<BasicString> HostProcess::MakeUserCommand(const std::vector<BasicString>& commandArguments) const
 {
     std::vector<BasicString> arguments = MakeArguments();
     arguments.emplace_back("--variable");
     arguments.emplace_back(BasicString("FAKES=") + OXA_FAKES);
     arguments.emplace_back("user");
     arguments.insert(arguments.end(), commandArguments.begin(), commandArguments.end());
-    return Support::ChildProcess(arguments, input).Wait();
+    return arguments;
 }
 
 BasicString HostProcess::GetInitialPassword() const

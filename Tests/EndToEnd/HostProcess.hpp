@@ -28,6 +28,8 @@ struct HostSettings
     /// Elements inside Services.
     BasicString services = "";
     BasicString fault = "";
+    /// Attributes of the element Log.
+    BasicString log = R"(level="information")";
 };
 
 /// The shipped program with a state folder and a configuration of its own.
@@ -41,7 +43,16 @@ public:
     void WaitUntilReady();
 
     /// Runs a command "user …" and returns its exit status.
-    int RunUserCommand(const std::vector<BasicString>& arguments, std::string_view input = {}) const;
+    int RunUserCommand(const std::vector<BasicString>& arguments, std::string_view input = {});
+
+    /// What the last command wrote to both of its outputs.
+    [[nodiscard]] const BasicString& GetCommandOutput() const
+    {
+        return commandOutput;
+    }
+
+    /// What starts such a command.
+    [[nodiscard]] std::vector<BasicString> MakeUserCommand(const std::vector<BasicString>& arguments) const;
 
     [[nodiscard]] Support::ChildProcess& GetProcess()
     {
@@ -76,6 +87,7 @@ private:
     Support::TemporaryFolder folder;
     BasicString configurationPath;
     BasicString fault;
+    BasicString commandOutput;
     std::unique_ptr<Support::ChildProcess> process;
     uint16 port = 0;
 };

@@ -1,7 +1,14 @@
 #include "EndToEnd/HostProcess.hpp"
 
 #include <gmock/gmock.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <iterator>
 #include <tuple>
 
 namespace Oxa::Tests::EndToEnd
@@ -115,6 +122,11 @@ TEST(Sessions, AreNotUsedByOtherSites)
         const auto answer = host.Ask("POST", "http://real/api/v1/FakeDp/Echo", cookie + "Origin: " + origin + "\r\n");
         EXPECT_EQ(answer.result_int(), status) << "the address of the target counts, not the header field Host";
     }
+    host.Stop();
+    const BasicString& errors = host.GetProcess().GetErrors();
+    EXPECT_THAT(errors, HasSubstr("CrossOriginRefused source='Host.Sessions' user='admin' text='/api/v1/FakeDp/Echo' "
+                                  "address='127.0.0.1' origin='http://evil' fetchSite=''"));
+    EXPECT_THAT(errors, HasSubstr("user='' text='/api/v1/session' address='127.0.0.1' origin='null'"));
 }
 
 TEST(Sessions, EndWhenTheUserIsRemovedOrGetsAnotherPassword)
@@ -136,22 +148,87 @@ TEST(Sessions, EndWhenTheUserIsRemovedOrGetsAnotherPassword)
     EXPECT_EQ(host.RunUserCommand({"remove", "eve"}), 1);
 }
 
-TEST(UserCommands, ReadPasswordsFromStandardInput)
+TEST(UserCommands, SayWhatTheyDidAndTellTheAuditTrail)
+{
+    const Support::TemporaryFolder logFolder;
+    HostProcess host({.log = R"(level="information" target="file" file=")" + logFolder.GetPath("log") + '"'});
+    host.WaitUntilReady();
+    EXPECT_EQ(host.RunUserCommand({"add", "eve", "--role", "viewer"}, "looks only\n"), 0);
+    EXPECT_EQ(host.GetCommandOutput(), "added the user 'eve' with the role Viewer\n");
+    EXPECT_EQ(host.RunUserCommand({"set-password", "ADMIN"}, "new password\n"), 0);
+    EXPECT_THAT(host.GetCommandOutput(), HasSubstr("set the password of the user 'admin'"));
+    EXPECT_EQ(host.GetFolder().Read("state/initial-password"), "") << "the file's password is not valid any more";
+    EXPECT_THAT(host.LogIn("Admin", "new password"), HasSubstr("Bearer"));
+    EXPECT_EQ(host.RunUserCommand({"add", "mallory", "--role", "Nonsense"}, "x\n"), 64);
+    EXPECT_THAT(host.GetCommandOutput(), HasSubstr("{Admin,Engineer,Viewer}"));
+    EXPECT_EQ(host.RunUserCommand({"add", "Eve", "--role", "Admin"}, "x\n"), 1);
+    EXPECT_THAT(host.GetCommandOutput(), HasSubstr("There is a user 'eve'"));
+    EXPECT_EQ(host.RunUserCommand({"list"}), 0);
+    EXPECT_EQ(host.GetCommandOutput(), "admin\tAdmin\neve\tViewer\n");
+    EXPECT_EQ(host.RunUserCommand({"remove", "eve"}), 0);
+    host.Stop();
+    const BasicString log = logFolder.Read("log");
+    EXPECT_THAT(log, testing::ContainsRegex("UserAdded source='Host.UserCommands' user='.+' text='eve' role='Viewer'"));
+    EXPECT_THAT(log, HasSubstr("text='admin' role='Admin' changed='password'"));
+    EXPECT_THAT(log, HasSubstr("LoggedIn source='Host.Sessions' user='admin' text='logged in' address='127.0.0.1'"));
+    EXPECT_THAT(log, testing::ContainsRegex("UserRemoved source='Host.UserCommands' user='.+' text='eve'"));
+    EXPECT_THAT(log, Not(testing::AnyOf(HasSubstr("mallory"), HasSubstr("text='Eve'"), HasSubstr("new password"))));
+}
+
+TEST(UserCommands, AskTwiceOnATerminal)
 {
     HostProcess host;
     host.WaitUntilReady();
-    EXPECT_EQ(host.RunUserCommand({"set-password", "admin"}, "new password\n"), 0);
-    EXPECT_EQ(host.GetFolder().Read("state/initial-password"), "") << "the file's password is not valid any more";
-    EXPECT_THAT(host.LogIn("admin", "new password"), HasSubstr("Bearer"));
-    EXPECT_EQ(host.RunUserCommand({"add", "eve", "--role", "Nonsense"}, "x\n"), 1);
-    EXPECT_EQ(host.RunUserCommand({"add", "admin", "--role", "Admin"}, "x\n"), 1);
-    EXPECT_EQ(host.RunUserCommand({"list"}), 0);
+    const std::tuple<const char*, const char*, int> cases[] = {{"secret\n", "Secret\n", 1},
+                                                               {"secret\n", "secret\n", 0}};
+    for (const auto& [first, second, status] : cases)
+    {
+        int terminal = -1;
+        const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+        ASSERT_GE(child, 0);
+        if (child == 0)
+        {
+            std::vector<BasicString> arguments = host.MakeUserCommand({"set-password", "admin"});
+            std::vector<char*> pointers;
+            std::ranges::transform(arguments, std::back_inserter(pointers),
+                                   [](BasicString& each) { return each.data(); });
+            pointers.push_back(nullptr);
+            execv(pointers[0], pointers.data());
+            _exit(127);
+        }
+        const auto readUntil = [terminal](const char* end)
+        {
+            BasicString output;
+            char character = 0;
+            while (!output.ends_with(end) && read(terminal, &character, 1) == 1)
+            {
+                output += character;
+            }
+            return output;
+        };
+        EXPECT_EQ(readUntil("': "), "password for 'admin': ");
+        EXPECT_GT(write(terminal, first, strlen(first)), 0);
+        EXPECT_THAT(readUntil("more: "), Not(HasSubstr("secret")));
+        EXPECT_GT(write(terminal, second, strlen(second)), 0);
+        EXPECT_THAT(readUntil("nothing else comes"), Not(HasSubstr("secret")));
+        int ended = 0;
+        waitpid(child, &ended, 0);
+        close(terminal);
+        EXPECT_EQ(WEXITSTATUS(ended), status);
+    }
+    EXPECT_THAT(host.LogIn("admin", "secret"), HasSubstr("Bearer"));
 }
 
-TEST(UserCommands, LeaveTheFirstAdministratorToTheFirstStart)
+TEST(UserCommands, LeaveTheDatabaseAndTheFirstAdministratorToTheServer)
 {
     HostProcess host;
+    EXPECT_EQ(host.RunUserCommand({"add", "eve", "--role", "Viewer"}, "looks only\n"), 78);
+    EXPECT_THAT(host.GetCommandOutput(), HasSubstr("there is no user database '" + host.GetFolder().GetPath("state/")));
+    EXPECT_FALSE(std::filesystem::exists(host.GetFolder().GetPath("state")));
+    host.WaitUntilReady();
     ASSERT_EQ(host.RunUserCommand({"add", "eve", "--role", "Viewer"}, "looks only\n"), 0);
+    ASSERT_EQ(host.RunUserCommand({"remove", "admin"}), 0);
+    host.Stop();
     // What a start that was cut off leaves behind.
     host.GetFolder().Write("state/initial-password", "old\n");
     host.GetFolder().Write("state/initial-password.new", "ol");

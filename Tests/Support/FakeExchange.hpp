@@ -17,6 +17,11 @@ public:
         return request;
     }
 
+    [[nodiscard]] BasicString GetClientAddress() const override
+    {
+        return "192.0.2.1";
+    }
+
     void Send(const Oxa::Host::Http::HttpAnswer& answer, std::string_view answerBody) override
     {
         status = answer.status;

@@ -34,6 +34,7 @@ WbmResponse MakeText(BasicString text)
 FakeHandler::FakeHandler()
 {
     RegisterHandlerDelegate("Echo", HandlerDelegate::Bind(*this, &FakeHandler::Echo));
+    RegisterHandlerDelegate("Reply", HandlerDelegate::Bind(*this, &FakeHandler::Reply));
     RegisterHandlerDelegate("Hang", HandlerDelegate::Bind(*this, &FakeHandler::Hang));
     RegisterHandlerDelegate("Fill", HandlerDelegate::Bind(*this, &FakeHandler::Fill));
     RegisterHandlerDelegate("Throw", HandlerDelegate::Bind(*this, &FakeHandler::Throw));
@@ -55,6 +56,11 @@ WbmResponse FakeHandler::Echo(const WbmRequest& request) const
 {
     const RequestParams& params = request.GetRequestParams();
     return MakeText(params.GetQuery().GetQueryString(false) + '|' + params.GetBody());
+}
+
+WbmResponse FakeHandler::Reply(const WbmRequest& request) const
+{
+    return MakeText(request.GetRequestParams().GetBody());
 }
 
 WbmResponse FakeHandler::Hang(const WbmRequest& request) const

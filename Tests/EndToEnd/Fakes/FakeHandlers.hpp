@@ -29,6 +29,8 @@ private:
 
     /// The query and the body.
     [[nodiscard]] WbmResponse Echo(const WbmRequest& request) const;
+    /// The body.
+    [[nodiscard]] WbmResponse Reply(const WbmRequest& request) const;
     /// Creates the file that the query names and hangs until it is gone.
     [[nodiscard]] WbmResponse Hang(const WbmRequest& request) const;
     /// As many bytes as the query says.
