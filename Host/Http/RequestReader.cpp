@@ -256,7 +256,6 @@ void RequestReader::BeginRequest()
     parser = RequestParser();
     state = State::BeforeRequest;
     bodyOffset = 0;
-    headerBytes = 0;
 }
 
 void RequestReader::DropAll() noexcept

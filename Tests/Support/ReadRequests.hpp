@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <string_view>
+#include <utility>
 
 namespace Oxa::Tests::Support
 {

@@ -143,7 +143,7 @@ TEST(ReadingRequests, TakesFieldsToTheLetter)
                     {"Content-Length: 0\r\nContent-Length: 0\r\n", malformed},
                     {"Authorization: a\r\nAuthorization: a\r\n", malformed}},
                    "GET / HTTP/1.1\r\nHost: h\r\n", "\r\n");
-    ExpectRequests({{"Connection: Keep-Alive\r\n", "GET / 1.0; "},
+    ExpectRequests({{"Connection: Keep-Alive, x\r\n", "GET / 1.0; "},
                     {"Connection: keep-alive, close\r\n", "GET / 1.0 close; "},
                     {"Expect: miracles\r\n", "GET / 1.0 close; "},
                     {"Expect: 100-continue\r\n", "GET / 1.0 close; "}},
