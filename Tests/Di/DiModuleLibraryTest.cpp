@@ -56,9 +56,11 @@ TEST(AddingFactoryFunctions, ChecksNameThenFunctionThenDuplicates)
         }
         return "added";
     };
-    EXPECT_NE(add("", nullptr).find("Invalid module name"), BasicString::npos);
-    EXPECT_NE(add("Di", nullptr).find("Invalid factory function."), BasicString::npos);
-    EXPECT_NE(add("Di", CreateNothing).find("Duplicate module name"), BasicString::npos);
+    EXPECT_EQ(add("", nullptr), "The argument 'moduleName' with the value '' is not valid: Invalid module name");
+    EXPECT_EQ(add("Di", nullptr),
+              "The argument 'function' with the value '0x0' is not valid: Invalid factory function.");
+    EXPECT_EQ(add("Di", CreateNothing),
+              "The argument 'moduleName' with the value 'Di' is not valid: Duplicate module name");
     EXPECT_EQ(add("di", CreateNothing), "added");
 }
 

@@ -10,8 +10,6 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include <latch>
-#include <thread>
 #include <vector>
 
 namespace
@@ -73,34 +71,6 @@ TEST(LoadingTheSharedObject, GivesOneLibraryWhichLeavesNothingBehindWhenItIsUnlo
     const LogRecorder laterLog(LogLevel::Warning);
     LogManager::CreateLogAdapter("Test")->Write(LogLevel::Warning, "after");
     EXPECT_EQ(laterLog.GetEntries(), (std::vector<LogRecorder::Entry>{{LogLevel::Warning, "Test", "after"}}));
-}
-
-TEST(LoadingTheSharedObject, GivesTheSameLibraryToAllThreads)
-{
-    System::Commons::AppDomain appDomain("test");
-    void* const handle = dlopen(DI_SHARED_OBJECT, RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(handle, nullptr) << dlerror();
-    const auto createLibrary = reinterpret_cast<EntryFunction>(dlsym(handle, "CreateWbmModuleLibrary"));
-    constexpr int threadCount = 8;
-    std::latch start(threadCount);
-    std::vector<ModuleLibrary*> libraries(threadCount);
-    std::vector<std::jthread> threads;
-    for (int index = 0; index < threadCount; ++index)
-    {
-        threads.emplace_back(
-            [&start, &libraries, &appDomain, createLibrary, index]
-            {
-                start.arrive_and_wait();
-                libraries[static_cast<std::size_t>(index)] = &createLibrary(appDomain);
-            });
-    }
-    threads.clear();
-    for (ModuleLibrary* const library : libraries)
-    {
-        EXPECT_EQ(library, libraries.front());
-    }
-    System::Commons::Singleton<System::Commons::AppDomain>::ClearInstance();
-    dlclose(handle);
 }
 
 } // namespace

@@ -75,18 +75,36 @@ TEST_F(SettingUpTheModule, RegistersInOrderAndTakesBackWhatItRegistered)
     EXPECT_EQ(host.TakeCalls(), (Calls{"-language en", "-language de"}));
 }
 
-TEST_F(SettingUpTheModule, KeepsWhatItRegisteredBeforeARefusalUntilTheReset)
+TEST_F(SettingUpTheModule, TakesBackWhatTheHostAcceptedAndNotWhatItRefused)
 {
-    host.refusedName = "DeviceInterfaceControlDp";
-    EXPECT_EQ(TrySetUp(), "Failed to register data provider: DeviceInterfaceControlDp");
-    host.TakeCalls();
-    module.ResetModule(host);
-    EXPECT_EQ(host.TakeCalls(), (Calls{"-provider DeviceInterfaceDp", "-language en", "-language de"}));
+    const Calls all = {"-provider DeviceInterfaceDp", "-provider DeviceInterfaceControlDp", "-page overview",
+                       "-language en", "-language de"};
+    const std::pair<BasicString, BasicString> cases[] = {
+        {"DeviceInterfaceDp", "data provider: DeviceInterfaceDp"},
+        {"DeviceInterfaceControlDp", "data provider: DeviceInterfaceControlDp"},
+        {"overview", "page: overview"}};
+    for (std::size_t refused = 0; refused < std::size(cases); ++refused)
+    {
+        const auto expectRefusal = [&refusal = cases[refused], this]
+        {
+            host.refusedName = refusal.first;
+            EXPECT_EQ(TrySetUp(), "Failed to register " + refusal.second);
+            host.refusedName.clear();
+            host.TakeCalls();
+            module.ResetModule(host);
+        };
+        expectRefusal();
+        Calls accepted(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(refused));
+        accepted.insert(accepted.end(), all.begin() + 3, all.end());
+        EXPECT_EQ(host.TakeCalls(), accepted);
 
-    host.refusedName = "overview";
-    EXPECT_EQ(TrySetUp(), "Failed to register page: overview");
-    host.refusedName = "DeviceInterfaceDp";
-    EXPECT_EQ(TrySetUp(), "Failed to register data provider: DeviceInterfaceDp");
+        // The last answer counts: the host that refuses a name gave it to another module.
+        EXPECT_EQ(TrySetUp(), "");
+        expectRefusal();
+        Calls others = all;
+        others.erase(others.begin() + static_cast<std::ptrdiff_t>(refused));
+        EXPECT_EQ(host.TakeCalls(), others);
+    }
 }
 
 TEST_F(SettingUpTheModule, ReadsSettingsAnewAfterAReset)
@@ -107,29 +125,48 @@ TEST_F(SettingUpTheModule, RegistersNothingWithoutSettings)
     EXPECT_EQ(host.TakeCalls(), Calls());
 }
 
-TEST_F(SettingUpTheModule, RegistersNoLanguageWhenTheDocumentIsEmpty)
+TEST_F(SettingUpTheModule, StaysRegisteredButUnavailableUntilASetUpFindsAllServices)
 {
-    folder.Write("Di.xml", "<DiWbmModuleSettingsDocument/>");
-    EXPECT_EQ(TrySetUp(), "");
-    EXPECT_EQ(host.TakeCalls(), (Calls{"+provider DeviceInterfaceDp", "+provider DeviceInterfaceControlDp",
-                                       "+page GeneralData/overview"}));
+    for (auto* const factory : FakeDevice::GetFactories())
+    {
+        DiWbmModule fresh;
+        const auto areAvailable = [&fresh, this]
+        {
+            host.handlers.clear();
+            fresh.SetupModule(ModuleInfo("Di", settingsPath), host);
+            EXPECT_EQ(host.handlers[0]->IsAvailable(), host.handlers[1]->IsAvailable());
+            return host.handlers[0]->IsAvailable();
+        };
+        System::Rsc::ServiceManager::UnregisterService(*factory);
+        EXPECT_FALSE(areAvailable()) << factory->GetServiceInterfaceName();
+        fresh.ResetModule(host);
+        device.Provide();
+        EXPECT_TRUE(areAvailable()) << factory->GetServiceInterfaceName();
+    }
 }
 
-TEST_F(SettingUpTheModule, RegistersNothingWhenASectionCannotBeSetUp)
+TEST_F(SettingUpTheModule, ReadsSettingsThenSubscribesAndSetsUpTheSectionsThenSubscribesForTheControlRequests)
 {
+    // Each set-up stops one step later. What came in front of the fault has its services already, and keeps them when
+    // the clock is gone.
+    auto& clockFactory = *FakeDevice::GetFactories().back();
+    const auto setUpWithoutClock = [&clockFactory, this]
+    {
+        System::Rsc::ServiceManager::UnregisterService(clockFactory);
+        host.handlers.clear();
+        EXPECT_EQ(TrySetUp(), "");
+        module.ResetModule(host);
+        device.Provide();
+        return std::pair(host.handlers[0]->IsAvailable(), host.handlers[1]->IsAvailable());
+    };
+    EXPECT_THROW(module.SetupModule(ModuleInfo("Di", settingsPath + ".missing"), host), System::Commons::XmlException);
+    EXPECT_EQ(setUpWithoutClock(), std::pair(false, false));
     device.info.isBroken = true;
+    host.TakeCalls();
     EXPECT_THROW(module.SetupModule(ModuleInfo("Di", settingsPath), host), std::runtime_error);
     EXPECT_EQ(host.TakeCalls(), Calls());
-    module.ResetModule(host);
-    EXPECT_EQ(host.TakeCalls(), (Calls{"-language en", "-language de"}));
-}
-
-TEST_F(SettingUpTheModule, StaysRegisteredButUnavailableWithoutServices)
-{
-    System::Rsc::ServiceManager::UnregisterService(*FakeDevice::GetFactories()[0]);
-    EXPECT_EQ(TrySetUp(), "");
-    ASSERT_EQ(host.handlers.size(), 2U);
-    EXPECT_FALSE(host.handlers[0]->IsAvailable() || host.handlers[1]->IsAvailable());
+    device.info.isBroken = false;
+    EXPECT_EQ(setUpWithoutClock(), std::pair(true, false));
 }
 
 } // namespace

@@ -42,20 +42,6 @@ protected:
     BasicString admin;
 };
 
-TEST_F(ShippedHost, AnswersForThisMachine)
-{
-    const auto answer = Ask(
-        "GET", "/api/v1/DeviceInterfaceDp/GetDataSections?GeneralData&DateTime&Health&StatusIndicators&Utilization");
-    EXPECT_EQ(answer.result_int(), 200U);
-    EXPECT_EQ(answer["Content-Type"], "application/json; charset=utf-8");
-    for (const char* section : {"GeneralData", "DateTime", "Health", "StatusIndicators", "Utilization"})
-    {
-        EXPECT_THAT(answer.body(), HasSubstr('"' + BasicString(section) + "\":"));
-    }
-    EXPECT_EQ(Ask("GET", "/readyz").result_int(), 200U);
-    EXPECT_EQ(Ask("GET", "/api/v1/DeviceInterfaceControlDp/RestartController").result_int(), 405U);
-}
-
 TEST_F(ShippedHost, ComesBackWithANewBootIdAfterARestart)
 {
     const BasicString before = GetMember(Ask("GET", "/api/v1/boot").body(), "bootId");

@@ -6,7 +6,6 @@
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/IRtcService.hpp"
 #include "Oxa/System/Um/Services/Internal/IAuthorizationService.hpp"
 
-#include <algorithm>
 #include <cstddef>
 #include <exception>
 #include <functional>
@@ -51,8 +50,8 @@ public:
     bool isBroken = false;
     /// What the next read throws, once.
     std::exception_ptr nextFailure;
-    /// How many values a multi-item read keeps back.
-    std::size_t missingResults = 0;
+    /// How many values a multi-item read delivers beyond one for each key; negative: fewer.
+    int extraResults = 0;
 
 private:
     std::vector<BasicString> readKeys;
@@ -81,7 +80,7 @@ public:
             values.values.push_back(items.Read(key));
         }
         values.announcedCount = values.values.size();
-        values.values.resize(values.values.size() - std::min(items.missingResults, values.values.size()));
+        values.values.resize(values.values.size() + static_cast<std::size_t>(items.extraResults));
         readValues(values);
     }
 

@@ -55,12 +55,19 @@ TEST_F(ControllingTheDevice, ReportsTheTextOfARefusedReset)
     EXPECT_EQ(device.controlService->resetKinds, std::vector<uint16>{1});
     EXPECT_TRUE(log.GetEntries().empty());
 
-    device.controlService->result = AccessErrorCode::Busy;
-    EXPECT_EQ(Send("ResetControllerToFactoryDefault"),
-              R"({"errorCode":"busy","resultKind":4,"payload":{"result":false}})");
-    EXPECT_EQ(log.GetEntries(), (std::vector<LogRecorder::Entry>{
-                                    {LogLevel::Error, "Oxa::Services::Modules::Wbm::Di::Internal::DiControlHandler",
-                                     "Failed to reset the controller to factory defaults. Error: busy"}}));
+    // The numbers come from another process; each needs a text, the unknown ones too.
+    const std::vector<BasicString> texts = {"not supported", "busy",          "access denied", "invalid argument",
+                                            "timed out",     "not available", "device fault",  "unknown error 8"};
+    std::vector<LogRecorder::Entry> entries;
+    for (const BasicString& text : texts)
+    {
+        entries.push_back({LogLevel::Error, "Oxa::Services::Modules::Wbm::Di::Internal::DiControlHandler",
+                           "Failed to reset the controller to factory defaults. Error: " + text});
+        device.controlService->result = static_cast<AccessErrorCode>(entries.size());
+        EXPECT_EQ(Send("ResetControllerToFactoryDefault"),
+                  R"({"errorCode":")" + text + R"(","resultKind":4,"payload":{"result":false}})");
+    }
+    EXPECT_EQ(log.GetEntries(), entries);
 }
 
 TEST_F(ControllingTheDevice, PassesOnWhatTheDeviceThrows)
@@ -77,6 +84,7 @@ TEST_F(ControllingTheDevice, AsksForThePermissionAndTheServices)
 {
     EXPECT_TRUE(handler.HasPermissions(SecurityToken(1)));
     EXPECT_FALSE(handler.HasPermissions(SecurityToken(2)));
+    EXPECT_EQ(std::get<0>(device.authorizationService->questions.back()), "oxa.services.wbm/modules/Di/DeviceControl");
     EXPECT_TRUE(handler.IsAvailable());
     EXPECT_FALSE(DiControlHandler().IsAvailable());
 }

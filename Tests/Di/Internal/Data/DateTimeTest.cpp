@@ -77,7 +77,7 @@ TEST_F(ReadingDateAndTime, SwallowsEveryExceptionInSilence)
     device.rtcService->isBroken = true;
     EXPECT_FALSE(section.UpdateData());
     EXPECT_EQ(WriteToJson(section), R"({"DateTime":{"systemUpTime":86400,"currentTimestamp":""}})");
-    device.status.isBroken = true;
+    device.status.nextFailure = std::make_exception_ptr("no exception class at all");
     EXPECT_FALSE(section.UpdateData());
     EXPECT_TRUE(log.GetEntries().empty());
 }

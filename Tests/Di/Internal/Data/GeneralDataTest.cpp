@@ -39,31 +39,43 @@ TEST_F(ReadingGeneralData, ReadsTheIdentityOnceAndTheSafetyPartEveryTime)
     device.SetInfo("General.Hardware.Version", uint16{3});
     device.SetInfo("General.Fpga.Version", int8{3});
     section.Setup();
+    section.Setup();
     device.SetInfo("General.SerialNumber", std::string_view("changed"));
     EXPECT_TRUE(section.UpdateData());
-    settings.splcSupported = true;
     EXPECT_EQ(WriteToJson(section),
               R"({"GeneralData":{"articleName":"Controller 4","orderNumber":"1051328","serialNumber":"1357924680",)"
-              R"("fullFirmwareVersion":"2024.0.5 LTS","hardwareVersion":"3","fpgaVersion":"N/A","splcSupported":true,)"
-              R"("splcFirmwareVersion":"1.2.3","splcFpgaVersion":"7"}})");
+              R"("fullFirmwareVersion":"2024.0.5 LTS","hardwareVersion":"3","fpgaVersion":"N/A","splcSupported":false,)"
+              R"("splcFirmwareVersion":"1.2.3","splcFpgaVersion":"7"}})")
+        << "the versions of the safety part stand there also where it is not supported";
+    settings.splcSupported = true;
+    EXPECT_NE(WriteToJson(section).find(R"("splcSupported":true)"), BasicString::npos);
 
     device.info.values.erase("General.SPNS.Firmware.Version");
     EXPECT_TRUE(section.UpdateData());
     EXPECT_NE(WriteToJson(section).find(R"("splcFirmwareVersion":"N/A")"), BasicString::npos);
     const auto& keys = device.info.GetReadKeys();
-    EXPECT_EQ(std::count(keys.begin(), keys.end(), "General.SerialNumber"), 1);
+    EXPECT_EQ(std::count(keys.begin(), keys.end(), "General.SerialNumber"), 2) << "once for each set-up";
     EXPECT_EQ(std::count(keys.begin(), keys.end(), "General.SPNS.Fpga.Version"), 2);
 }
 
 TEST_F(ReadingGeneralData, KeepsItsTextsWhenTheNumberOfResultsIsWrong)
 {
-    device.info.missingResults = 1;
-    section.Setup();
-    EXPECT_EQ(WriteToJson(section), untouched);
-    EXPECT_EQ(log.GetEntries(),
-              (std::vector<LogRecorder::Entry>{
-                  {LogLevel::Warning, "Oxa::Services::Modules::Wbm::Di::Internal::Data::GeneralData",
-                   "Failed to get device general data. Size missmatch error. Expected: 6, Result: 5"}}));
+    BasicString texts = untouched;
+    for (const int extraResults : {-1, 1})
+    {
+        device.info.extraResults = extraResults;
+        section.Setup();
+        EXPECT_EQ(WriteToJson(section), texts);
+        EXPECT_EQ(log.GetEntries().back(),
+                  (LogRecorder::Entry{LogLevel::Warning, "Oxa::Services::Modules::Wbm::Di::Internal::Data::GeneralData",
+                                      "Failed to get device general data. Size missmatch error. Expected: 6, Result: " +
+                                          std::to_string(6 + extraResults)}));
+        device.info.extraResults = 0;
+        section.Setup();
+        texts = WriteToJson(section);
+        EXPECT_NE(texts, untouched);
+    }
+    EXPECT_EQ(log.GetEntries().size(), 2U);
 }
 
 TEST_F(ReadingGeneralData, SaysWhichServiceIsMissingAndReadsNothing)

@@ -63,15 +63,18 @@ TEST_F(ReadingStatusIndicators, LeavesOutASingleLedOfTheWrongType)
 TEST_F(ReadingStatusIndicators, ListsNothingWhenTheUpdateFails)
 {
     EXPECT_TRUE(section.UpdateData());
-    device.status.missingResults = 1;
-    EXPECT_FALSE(section.UpdateData());
-    EXPECT_EQ(WriteToJson(section), empty);
-    ASSERT_EQ(log.GetEntries().size(), 1U);
-    EXPECT_EQ(log.GetEntries()[0].level, LogLevel::Debug);
-    EXPECT_EQ(log.GetEntries()[0].message, "Failed to read LED status values. Expected elements size missmatch!");
-
-    device.status.missingResults = 0;
-    EXPECT_TRUE(section.UpdateData());
+    for (const int extraResults : {-1, 1})
+    {
+        device.status.extraResults = extraResults;
+        EXPECT_FALSE(section.UpdateData());
+        EXPECT_EQ(WriteToJson(section), empty);
+        EXPECT_EQ(log.GetEntries().back().level, LogLevel::Debug);
+        EXPECT_EQ(log.GetEntries().back().message,
+                  "Failed to read LED status values. Expected elements size missmatch!");
+        device.status.extraResults = 0;
+        EXPECT_TRUE(section.UpdateData());
+    }
+    EXPECT_EQ(log.GetEntries().size(), 2U);
     device.status.isBroken = true;
     EXPECT_THROW(static_cast<void>(section.UpdateData()), std::runtime_error);
     EXPECT_EQ(WriteToJson(section), empty);

@@ -62,8 +62,9 @@ TEST_F(ReadingSettings, SplitsLanguagesAtEveryComma)
 TEST_F(ReadingSettings, SetsTheFlagForExactlyTrueAfterResolvingPlaceholders)
 {
     appDomain.SetVariable("SAFETY", "true");
-    const std::pair<BasicString, bool> cases[] = {{"true", true},   {"TRUE", false},     {"1", false},
-                                                  {" true", false}, {"${SAFETY}", true}, {"${UNKNOWN_NAME}", false}};
+    const std::pair<BasicString, bool> cases[] = {{"true", true},      {"TRUE", false},           {"1", false},
+                                                  {" true", false},    {"true1", false},          {"", false},
+                                                  {"${SAFETY}", true}, {"${UNKNOWN_NAME}", false}};
     for (const auto& [text, isSet] : cases)
     {
         EXPECT_EQ(Read("<DiWbmModuleSettings supportedLanguages='en' splcSupported='" + text + "'/>"), "");
@@ -71,15 +72,26 @@ TEST_F(ReadingSettings, SetsTheFlagForExactlyTrueAfterResolvingPlaceholders)
     }
 }
 
-TEST_F(ReadingSettings, LetsTheLastElementWinAndSkipsOthers)
+TEST_F(ReadingSettings, LetsTheLastElementOfTheNameWinAndSkipsOthers)
 {
-    EXPECT_EQ(Read("<Other><DiWbmModuleSettings/></Other>"
-                   "<DiWbmModuleSettings supportedLanguages='en' splcSupported='true'/>"
-                   "<DiWbmModuleSettings supportedLanguages='de' splcSupported='false'>text</DiWbmModuleSettings>"
-                   "<diwbmmodulesettings/>"),
-              "");
-    EXPECT_EQ(settings.supportedLanguages, std::vector<BasicString>{"de"});
-    EXPECT_FALSE(settings.splcSupported);
+    const std::pair<BasicString, BasicString> cases[] = {
+        {"<Other><DiWbmModuleSettings/></Other>"
+         "<DiWbmModuleSettings supportedLanguages='en' splcSupported='true'/>"
+         "<DiWbmModuleSettings supportedLanguages='de' splcSupported='false'>text</DiWbmModuleSettings>"
+         "<diwbmmodulesettings/>",
+         "de"},
+        {"<di:DiWbmModuleSettings xmlns:di='urn:di' supportedLanguages='fr' splcSupported='false'/>", "fr"},
+        // The content of a settings element is read like what stands beside it.
+        {"<DiWbmModuleSettings supportedLanguages='en' splcSupported='true'><Other/>"
+         "<DiWbmModuleSettings supportedLanguages='sv' splcSupported='false'/></DiWbmModuleSettings>",
+         "sv"},
+    };
+    for (const auto& [content, language] : cases)
+    {
+        EXPECT_EQ(Read(content), "");
+        EXPECT_EQ(settings.supportedLanguages, std::vector<BasicString>{language});
+        EXPECT_FALSE(settings.splcSupported) << content;
+    }
 }
 
 TEST_F(ReadingSettings, AcceptsAnEmptyDocumentElementAndKeepsTheValues)
@@ -87,6 +99,11 @@ TEST_F(ReadingSettings, AcceptsAnEmptyDocumentElementAndKeepsTheValues)
     EXPECT_EQ(ReadDocument("<DiWbmModuleSettingsDocument/>"), "");
     EXPECT_TRUE(settings.supportedLanguages.empty());
     EXPECT_FALSE(settings.splcSupported);
+
+    EXPECT_EQ(Read("<DiWbmModuleSettings supportedLanguages='en' splcSupported='true'/>"), "");
+    EXPECT_EQ(ReadDocument("<DiWbmModuleSettingsDocument/>"), "");
+    EXPECT_EQ(settings.supportedLanguages, std::vector<BasicString>{"en"});
+    EXPECT_TRUE(settings.splcSupported);
 }
 
 TEST_F(ReadingSettings, SaysWhatIsMissing)
