@@ -7,6 +7,7 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include <cmath>
 #include <cstddef>
 
 namespace Oxa::System::Commons::Json
@@ -144,6 +145,19 @@ void JsonWriter::WriteValue(std::string_view name, uint64 value)
 {
     implementation->WriteKey(name);
     implementation->writer.Uint64(value);
+}
+
+void JsonWriter::WriteValue(std::string_view name, double value)
+{
+    implementation->WriteKey(name);
+    if (!std::isfinite(value))
+    {
+        implementation->writer.Null();
+        return;
+    }
+    // Not the writer's own Double(): that is not always the shortest form, and 1 comes out as 1.0.
+    const BasicString text = Text::Format("{}", value);
+    implementation->writer.RawValue(text.data(), text.size(), rapidjson::kNumberType);
 }
 
 void JsonWriter::WriteSimpleArray(std::string_view name, const std::vector<uint8>& values)

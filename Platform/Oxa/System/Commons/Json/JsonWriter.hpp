@@ -34,6 +34,8 @@ public:
     void WriteValue(std::string_view name, uint32 value);
     void WriteValue(std::string_view name, int64 value);
     void WriteValue(std::string_view name, uint64 value);
+    /// The shortest decimal number that reads back as the same value; null for NaN and infinities.
+    void WriteValue(std::string_view name, double value);
 
     /// An array of numbers, also for 8-bit elements.
     void WriteSimpleArray(std::string_view name, const std::vector<uint8>& values);

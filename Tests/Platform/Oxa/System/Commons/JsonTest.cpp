@@ -38,6 +38,30 @@ TEST(WritingJson, WritesEveryKindOfValue)
                                 "\"numbers\":[0,255],\"twice\":{},\"twice\":[{\"int64\":-9223372036854775808}]}");
 }
 
+TEST(WritingJson, WritesTheShortestNumberThatReadsBackAndNullForNone)
+{
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    const std::pair<double, BasicString> cases[] = {{0.1, "0.1"},
+                                                    {-1, "-1"},
+                                                    {-0.0, "-0"},
+                                                    {1e23, "1e+23"},
+                                                    {5e-324, "5e-324"},
+                                                    {infinity, "null"},
+                                                    {-infinity, "null"},
+                                                    {std::numeric_limits<double>::quiet_NaN(), "null"},
+                                                    {9007199254740993.0, "9007199254740992"},
+                                                    {1.7976931348623157e308, "1.7976931348623157e+308"}};
+    for (const auto& [value, text] : cases)
+    {
+        JsonWriter writer;
+        writer.WriteStartObject();
+        writer.WriteValue("x", value);
+        writer.WriteEndObject();
+        EXPECT_EQ(writer.GetText(), "{\"x\":" + text + "}");
+        EXPECT_NO_THROW(JsonReader(BasicString(writer.GetText())));
+    }
+}
+
 TEST(WritingJson, ClosesOnlyTheInnermostBracket)
 {
     JsonWriter writer;
