@@ -1,6 +1,5 @@
 #include "Device/Items/ItemText.hpp"
 
-#include "Device/Items/ItemConversion.hpp"
 #include "Device/Items/ItemTypeWords.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Rsc/RscType.hpp"
@@ -10,6 +9,7 @@
 namespace Oxa::Device::Linux::Items
 {
 
+using Oxa::Device::Interface::Services::FormatItemValue;
 using System::Commons::Text::EscapeControlCharacters;
 using System::Rsc::RscType;
 
@@ -20,8 +20,7 @@ BasicString FormatItem(std::string_view key, const ItemValue& value)
     {
         return name + " has no value";
     }
-    const ItemReading text = ItemConversion::Convert(value, RscType::String);
-    return fmt::format("{} = {} ({})", name, EscapeControlCharacters(text.value.GetText()),
+    return fmt::format("{} = {} ({})", name, EscapeControlCharacters(FormatItemValue(value)),
                        GetItemTypeWord(value.GetType()));
 }
 

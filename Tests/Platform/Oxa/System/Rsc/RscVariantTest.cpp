@@ -1,17 +1,21 @@
 #include "Oxa/System/Rsc/RscVariant.hpp"
 
+#include "Oxa/Device/Interface/Services/DeviceItems.hpp"
 #include "Oxa/System/Rsc/RscArrayReader.hpp"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cstring>
+#include <limits>
 
 namespace
 {
 
 using namespace Oxa;
+using Oxa::Device::Interface::Services::FormatItemValue;
 using namespace Oxa::System::Commons;
 using namespace Oxa::System::Rsc;
+using testing::ThrowsMessage;
 using Value = RscVariant<512>;
 
 TEST(PrintingValues, KnowsTheTypesThatHaveAText)
@@ -31,18 +35,38 @@ TEST(PrintingValues, KnowsTheTypesThatHaveAText)
     for (const auto& [value, text] : cases)
     {
         EXPECT_EQ(value.ToString(), text) << value.GetType();
+        EXPECT_EQ(FormatItemValue(value), text) << value.GetType();
     }
-    try
-    {
-        static_cast<void>(Value(uint8{1}).ToString());
-        FAIL() << "a number has no text";
-    }
-    catch (const NotSupportedException& exception)
-    {
-        EXPECT_STREQ(exception.what(), "RscVariant::ToString() not supported for type 'Uint8'");
-    }
-    EXPECT_THROW(static_cast<void>(Value(uint8{1}).GetBool()), InvalidOperationException);
+    EXPECT_THAT([] { return Value(uint8{1}).GetBool(); },
+                ThrowsMessage<InvalidOperationException>("Value of RscVariant is not of type bool."));
     EXPECT_EQ(Text::Format("{0} {1}", RscType::TimeOfDay64, static_cast<RscType>(99)), "TimeOfDay64 99");
+}
+
+TEST(PrintingValues, HasATextForEveryItemValue)
+{
+    Value duration;
+    duration.SetType(RscType::Time64);
+    const std::pair<Value, BasicString> cases[] = {
+        {Value(int8{-128}), "-128"},
+        {Value(uint8{200}), "200"},
+        {Value(int16{-32768}), "-32768"},
+        {Value(uint16{65535}), "65535"},
+        {Value(int32{-5}), "-5"},
+        {Value(uint32{4294967295U}), "4294967295"},
+        {Value(std::numeric_limits<int64>::min()), "-9223372036854775808"},
+        {Value(std::numeric_limits<uint64>::max()), "18446744073709551615"},
+        {Value(0.1F), "0.1"},
+        {Value(0.1), "0.1"},
+        {Value(RscArrayInformation{3, 1, RscType::Uint8}), "3 x Uint8"},
+        {duration, "(Time64)"},
+    };
+    for (const auto& [value, text] : cases)
+    {
+        EXPECT_EQ(FormatItemValue(value), text) << value.GetType();
+        EXPECT_THAT([&value = value] { return value.ToString(); },
+                    ThrowsMessage<NotSupportedException>(
+                        Text::Format("RscVariant::ToString() not supported for type '{0}'", value.GetType())));
+    }
 }
 
 TEST(HoldingValues, StaysWithinItsPayloadWhateverTheBytes)
