@@ -17,7 +17,7 @@ install(SCRIPT "${PROJECT_SOURCE_DIR}/Packaging/InstallSystemFiles.cmake")
 # Folders named Internal are not for others, except these, whose names modules use.
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/Platform/Oxa" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
   FILES_MATCHING PATTERN "*.hpp" PATTERN "Internal" EXCLUDE)
-foreach(public Services/Commons/Wbm/Internal/Json System/Um/Services/Internal Hardware/RealTimeClock/Services/Internal)
+foreach(public System/Um/Services/Internal Hardware/RealTimeClock/Services/Internal)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/Platform/Oxa/${public}/" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/Oxa/${public}"
     FILES_MATCHING PATTERN "*.hpp")
 endforeach()

@@ -1,7 +1,6 @@
 #include "Di/Internal/ResponseEnvelope.hpp"
 
-#include "Oxa/Services/Commons/Wbm/Internal/Json/BooleanResult.hpp"
-#include "Oxa/Services/Commons/Wbm/Internal/Json/JsonResponse.hpp"
+#include "Oxa/Services/Commons/Wbm/Json/JsonResponse.hpp"
 
 namespace Oxa::Services::Modules::Wbm::Di::Internal::ResponseEnvelope
 {

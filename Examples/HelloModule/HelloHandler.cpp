@@ -1,6 +1,6 @@
 #include "HelloHandler.hpp"
 
-#include "Oxa/Services/Commons/Wbm/Internal/Json/JsonResponse.hpp"
+#include "Oxa/Services/Commons/Wbm/Json/JsonResponse.hpp"
 #include "Oxa/System/Commons/Json/IJsonSerializable.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 

@@ -1,8 +1,7 @@
 #include "GuestBookHandler.hpp"
 
 #include "IGuestBookService.hpp"
-#include "Oxa/Services/Commons/Wbm/Internal/Json/BooleanResult.hpp"
-#include "Oxa/Services/Commons/Wbm/Internal/Json/JsonResponse.hpp"
+#include "Oxa/Services/Commons/Wbm/Json/JsonResponse.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/Json/IJsonSerializable.hpp"
@@ -17,7 +16,7 @@ using Oxa::BasicString;
 using Oxa::System::Commons::ArgumentException;
 using Oxa::System::Commons::InvalidOperationException;
 using namespace Oxa::Services::Commons::Wbm;
-using namespace Oxa::Services::Commons::Wbm::Internal::Json;
+using namespace Oxa::Services::Commons::Wbm::Json;
 using namespace Oxa::System::Commons::Json;
 
 namespace

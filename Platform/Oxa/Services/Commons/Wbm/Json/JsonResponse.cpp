@@ -1,6 +1,5 @@
-#include "Oxa/Services/Commons/Wbm/Internal/Json/JsonResponse.hpp"
+#include "Oxa/Services/Commons/Wbm/Json/JsonResponse.hpp"
 
-#include "Oxa/System/Commons/Json/IJsonSerializable.hpp"
 #include "Oxa/System/Commons/Json/JsonSerializationContext.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 
@@ -10,6 +9,17 @@ namespace Oxa::Services::Commons::Wbm::Internal::Json
 {
 
 using namespace System::Commons::Json;
+
+BooleanResult::BooleanResult(bool result) noexcept : result(result) {}
+
+BooleanResult::~BooleanResult() = default;
+
+void BooleanResult::ReadJson(JsonReader& /*reader*/, JsonSerializationContext& /*context*/) {}
+
+void BooleanResult::WriteJson(JsonWriter& writer, JsonSerializationContext& /*context*/)
+{
+    writer.WriteValue("result", result);
+}
 
 JsonResponse::JsonResponse(BasicString errorCode, IJsonSerializable& payload, ResultKind resultKind)
     : errorCode(std::move(errorCode)), payload(payload), resultKind(resultKind)
