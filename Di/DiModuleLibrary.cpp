@@ -38,9 +38,8 @@ DiModuleLibrary::~DiModuleLibrary() = default;
 
 /// The way in. Every call returns the same object; only the first one looks at its argument, and when it throws, the
 /// next call tries again.
-extern "C" OXA_EXPORT
-    Oxa::System::Commons::Extensibility::ModuleLibraryBase<Oxa::Services::Commons::Wbm::Modules::IWbmModule>&
-    CreateWbmModuleLibrary(Oxa::System::Commons::AppDomain& appDomain)
+extern "C" OXA_EXPORT Oxa::Services::Commons::Wbm::Modules::WbmModuleLibrary&
+CreateWbmModuleLibrary(Oxa::System::Commons::AppDomain& appDomain)
 {
     static Oxa::Services::Modules::Wbm::Di::DiModuleLibrary library(appDomain);
     return library;

@@ -1,19 +1,12 @@
 #pragma once
 
-#include "Oxa/Services/Commons/Wbm/Modules/IWbmModule.hpp"
-#include "Oxa/System/Commons/Extensibility/ModuleLibraryBase.hpp"
-
-namespace Oxa::System::Commons
-{
-class AppDomain;
-}
+#include "Oxa/Services/Commons/Wbm/Modules/WbmModuleLibrary.hpp"
 
 namespace Oxa::Services::Modules::Wbm::Di
 {
 
 /// What this shared object offers: the module "Di". There is one object; it lives until the shared object is unloaded.
-class DiModuleLibrary final
-    : public System::Commons::Extensibility::ModuleLibraryBase<Services::Commons::Wbm::Modules::IWbmModule>
+class DiModuleLibrary final : public Services::Commons::Wbm::Modules::WbmModuleLibrary
 {
 public:
     /// Adopts the host's application domain where the process has none yet, and passes it to the log in any case.

@@ -3,8 +3,8 @@
 #include "Host/Modules/ModuleGate.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/ModuleInfo.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/WbmModuleLibrary.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
-#include "Oxa/System/Commons/Extensibility/ModuleLibraryBase.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
@@ -16,8 +16,9 @@
 namespace Oxa::Host::Modules
 {
 
-using Services::Commons::Wbm::Modules::IWbmModule;
 using Services::Commons::Wbm::Modules::ModuleInfo;
+using Services::Commons::Wbm::Modules::WbmModuleLibraryEntry;
+using Services::Commons::Wbm::Modules::wbmModuleLibraryEntryName;
 using System::Commons::XmlException;
 using System::Commons::Diagnostics::Logging::LogLevel;
 using System::Rsc::RscUsageRecorder;
@@ -86,9 +87,7 @@ bool HostedModule::TryLoad(System::Commons::AppDomain& appDomain)
 
 void HostedModule::Create(System::Commons::AppDomain& appDomain)
 {
-    using WbmModuleLibrary = System::Commons::Extensibility::ModuleLibraryBase<IWbmModule>;
-    using EntryFunction = WbmModuleLibrary&(System::Commons::AppDomain&);
-    EntryFunction* const entry = library->GetFunction<EntryFunction>("CreateWbmModuleLibrary");
+    WbmModuleLibraryEntry* const entry = library->GetFunction<WbmModuleLibraryEntry>(wbmModuleLibraryEntryName);
     module = entry(appDomain).GetModuleFactory().CreateModule(configuration.name);
     if (!module)
     {

@@ -1,7 +1,5 @@
-#include "Oxa/Services/Commons/Wbm/Modules/IWbmModule.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/ModuleInfo.hpp"
-#include "Oxa/System/Commons/AppDomain.hpp"
-#include "Oxa/System/Commons/Extensibility/ModuleLibraryBase.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/WbmModuleLibrary.hpp"
 #include "Support/FakeDevice.hpp"
 #include "Support/FakeModuleHost.hpp"
 #include "Support/LogRecorder.hpp"
@@ -17,13 +15,13 @@ namespace
 
 using namespace Oxa;
 using namespace Oxa::Tests::Support;
+using Services::Commons::Wbm::Modules::WbmModuleLibrary;
+using Services::Commons::Wbm::Modules::WbmModuleLibraryEntry;
 using System::Commons::Diagnostics::Logging::LogLevel;
 using System::Commons::Diagnostics::Logging::LogManager;
-using ModuleLibrary = System::Commons::Extensibility::ModuleLibraryBase<Services::Commons::Wbm::Modules::IWbmModule>;
-using EntryFunction = ModuleLibrary& (*)(System::Commons::AppDomain&);
 
 /// Works the module as a host does, from its creation to its end.
-void UseModule(const ModuleLibrary& library)
+void UseModule(const WbmModuleLibrary& library)
 {
     using namespace Services::Commons::Wbm;
     const TemporaryFolder folder;
@@ -54,9 +52,9 @@ TEST(LoadingTheSharedObject, GivesOneLibraryWhichLeavesNothingBehindWhenItIsUnlo
     const LogRecorder log;
     void* const handle = dlopen(DI_SHARED_OBJECT, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(handle, nullptr) << dlerror();
-    const auto createLibrary = reinterpret_cast<EntryFunction>(dlsym(handle, "CreateWbmModuleLibrary"));
+    auto* const createLibrary = reinterpret_cast<WbmModuleLibraryEntry*>(dlsym(handle, "CreateWbmModuleLibrary"));
     ASSERT_NE(createLibrary, nullptr);
-    ModuleLibrary& library = createLibrary(first);
+    WbmModuleLibrary& library = createLibrary(first);
     EXPECT_EQ(&createLibrary(second), &library);
     EXPECT_EQ(System::Commons::Singleton<System::Commons::AppDomain>::TryGetInstance(), &first);
     EXPECT_EQ(LogManager::GetApplicationName(), "first");

@@ -114,9 +114,8 @@ ComponentManager::Library& ComponentManager::GetLibrary(const BasicString& path)
     {
         return *found;
     }
-    using EntryFunction = ComponentLibraryBase&(System::Commons::AppDomain&);
     Library& library = libraries.emplace_back(Library{std::move(loaded)});
-    library.content = &library.library.GetFunction<EntryFunction>(componentLibraryEntryName)(appDomain);
+    library.content = &library.library.GetFunction<ComponentLibraryEntry>(componentLibraryEntryName)(appDomain);
     return library;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Extensibility/ModuleLibraryBase.hpp"
 
@@ -29,8 +30,13 @@ public:
 /// What the entry function of a component library returns; the library owns it.
 using ComponentLibraryBase = System::Commons::Extensibility::ModuleLibraryBase<IComponent>;
 
-/// The entry function of a component library: extern "C", with this name.
-///     Oxa::System::Acf::ComponentLibraryBase& CreateComponentLibrary(Oxa::System::Commons::AppDomain& appDomain);
+/// The type and the name of the entry function, for the process that loads components.
+using ComponentLibraryEntry = ComponentLibraryBase&(System::Commons::AppDomain& appDomain);
 inline constexpr const char* componentLibraryEntryName = "CreateComponentLibrary";
 
 } // namespace Oxa::System::Acf
+
+/// The entry function of every component library, which defines it; declared here so that a definition of another type
+/// does not compile.
+extern "C" OXA_EXPORT Oxa::System::Acf::ComponentLibraryBase&
+CreateComponentLibrary(Oxa::System::Commons::AppDomain& appDomain);
