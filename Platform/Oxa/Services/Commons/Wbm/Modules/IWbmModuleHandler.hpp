@@ -14,7 +14,8 @@ class WbmPageHandlerBase;
 class WbmRequestHandlerBase;
 
 /// The host, as a module sees it while it is set up and reset. The host keeps the handlers until they are unregistered.
-/// Threads: the setup thread only.
+/// Threads: only the one that calls the module's `SetupModule` or `ResetModule`, while that call lasts. It may be
+/// another one for each call, and other modules are called at the same time; the host locks what they share.
 class OXA_EXPORT IWbmModuleHandler
 {
 public:
