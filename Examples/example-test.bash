@@ -25,11 +25,21 @@ trap endAll EXIT
 rm -rf -- "$work"
 mkdir -p -- "$work"
 
-# buildExample NAME: into $work/build.
+# buildExample NAME [FOLDER]: into $work/build, or another folder there.
 buildExample()
 {
-    "$cmake" -G Ninja -S "$examples/$1" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Debug
-    "$cmake" --build "$work/build"
+    local folder="$work/${2:-build}"
+    "$cmake" -G Ninja -S "$examples/$1" -B "$folder" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Debug
+    "$cmake" --build "$folder"
+}
+
+# expectShown DOCUMENT FILE: a block of the document is the file, to the letter.
+expectShown()
+{
+    local document file
+    document="$(<"$examples/../Docs/$1")"$'\n'
+    file="$(<"$examples/$2")"
+    [[ "$document" == *$'\n```cpp\n'"$file"$'\n```\n'* ]] || fail "Docs/$1 does not show Examples/$2 as it is"
 }
 
 # start NAME PATTERN COMMAND…: returns when the program has written a line that matches, and sets `started` to its

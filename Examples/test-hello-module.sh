@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
-# Builds HelloModule as a project of its own, and asks the installed host that has loaded it.
+# Builds HelloModule and HelloHost as projects of their own, and asks the module in the installed host and in HelloHost.
 # Usage: test-hello-module.sh CMAKE INSTALLED-PLATFORM WORK-FOLDER     (the work folder is emptied first)
 # shellcheck source-path=SCRIPTDIR
 . "$(dirname -- "${BASH_SOURCE[0]}")/example-test.bash"
 
+expectShown WritingAModule.md HelloModule/HelloModule.cpp
+expectShown WritingAHost.md HelloHost/HelloHost.cpp
 buildExample HelloModule
+buildExample HelloHost host
 
 cat >"$work/oxa-wbm.xml" <<XML
 <?xml version="1.0" encoding="UTF-8"?>
@@ -26,3 +29,7 @@ answer="$(ask GET 'HelloDp/SayHello?name=Ada%20%26%20Grace')"
 [ "$answer" = "$expected" ] || fail "SayHello answered '$answer' instead of '$expected'"
 
 endWell "$host"
+
+readonly expectedAlone='{"errorCode":"","resultKind":1,"payload":{"greeting":"Hello, host!"}}'
+answer="$("$work/host/HelloHost" "$work/build/libHelloModule.so")"
+[ "$answer" = "$expectedAlone" ] || fail "HelloHost printed '$answer' instead of '$expectedAlone'"

@@ -1,43 +1,110 @@
-#include "HelloModule.hpp"
-
+#include "Oxa/Services/Commons/Wbm/Json/JsonResponse.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/IWbmModuleHandler.hpp"
-#include "Oxa/Services/Commons/Wbm/Modules/ModuleInfo.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/WbmModuleBase.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/WbmModuleLibrary.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Commons/Json/JsonWriter.hpp"
 
-namespace Hello
-{
-
-using Oxa::BasicString;
-using Oxa::Services::Commons::Wbm::Modules::IWbmModuleHandler;
-using Oxa::Services::Commons::Wbm::Modules::ModuleInfo;
-using Oxa::Services::Commons::Wbm::Modules::Registration::DataProviderInfo;
-using Oxa::System::Commons::InvalidOperationException;
+#include <memory>
+#include <utility>
 
 namespace
 {
+
+using Oxa::BasicString;
+using Oxa::System::Commons::AppDomain;
+using Oxa::System::Commons::InvalidOperationException;
+using namespace Oxa::Services::Commons::Wbm;
+using namespace Oxa::Services::Commons::Wbm::Modules;
+using namespace Oxa::System::Commons::Json;
+
 const BasicString dataProviderName = "HelloDp";
+
+/// The payload of a response: one member "greeting".
+class Greeting final : public IJsonSerializable
+{
+public:
+    explicit Greeting(BasicString text) : text(std::move(text)) {}
+
+    /// Does nothing: responses are only written.
+    void ReadJson(JsonReader& /*reader*/, JsonSerializationContext& /*context*/) override {}
+
+    void WriteJson(JsonWriter& writer, JsonSerializationContext& /*context*/) override
+    {
+        writer.WriteValue("greeting", text);
+    }
+
+private:
+    const BasicString text;
+};
+
+/// Handles the requests of the data provider "HelloDp".
+class HelloHandler final : public WbmRequestHandlerBase
+{
+public:
+    HelloHandler()
+    {
+        RegisterHandlerDelegate("SayHello", HandlerDelegate::Bind(*this, &HelloHandler::SayHello));
+    }
+
+private:
+    /// Greets the query parameter "name", or the world.
+    WbmResponse SayHello(const WbmRequest& request)
+    {
+        BasicString name = "world";
+        request.GetRequestParams().GetQuery().TryGetParameterValue("name", name, false);
+
+        Greeting greeting("Hello, " + name + "!");
+        Json::JsonResponse response("", greeting, Json::ResultKind::Object);
+        return WbmResponse(ResponseHeader(ContentType::Application, ContentSubtype::Json, CharsetType::Utf8),
+                           response.ToJsonString());
+    }
+};
+
+/// The module "Hello": one data provider, no page and no settings.
+class HelloModule final : public WbmModuleBase
+{
+public:
+    void SetupModule(const ModuleInfo& /*moduleInfo*/, IWbmModuleHandler& moduleHandler) override
+    {
+        if (!moduleHandler.RegisterDataProvider(Registration::DataProviderInfo(dataProviderName), handler))
+        {
+            throw InvalidOperationException::Create("Failed to register data provider: {0}", dataProviderName);
+        }
+        isRegistered = true;
+    }
+
+    void ResetModule(IWbmModuleHandler& moduleHandler) override
+    {
+        if (isRegistered)
+        {
+            moduleHandler.UnregisterDataProvider(dataProviderName);
+            isRegistered = false;
+        }
+    }
+
+private:
+    const std::shared_ptr<HelloHandler> handler = std::make_shared<HelloHandler>();
+    bool isRegistered = false;
+};
+
+/// Lists what the library can create; lives until it is unloaded.
+class HelloModuleLibrary final : public WbmModuleLibrary
+{
+public:
+    explicit HelloModuleLibrary(AppDomain& appDomain)
+    {
+        Oxa::System::Commons::Diagnostics::Logging::LogManager::AssignAppDomain(appDomain);
+        GetModuleFactory().AddFactoryFunction("Hello", [] { return std::make_unique<HelloModule>(); });
+    }
+};
+
 } // namespace
 
-HelloModule::HelloModule() : handler(std::make_shared<HelloHandler>()) {}
-
-HelloModule::~HelloModule() = default;
-
-void HelloModule::SetupModule(const ModuleInfo& /*moduleInfo*/, IWbmModuleHandler& moduleHandler)
+extern "C" OXA_EXPORT WbmModuleLibrary& CreateWbmModuleLibrary(AppDomain& appDomain)
 {
-    if (!moduleHandler.RegisterDataProvider(DataProviderInfo(dataProviderName), handler))
-    {
-        throw InvalidOperationException::Create("Failed to register data provider: {0}", dataProviderName);
-    }
-    isRegistered = true;
+    static HelloModuleLibrary library(appDomain);
+    return library;
 }
-
-void HelloModule::ResetModule(IWbmModuleHandler& moduleHandler)
-{
-    if (isRegistered)
-    {
-        moduleHandler.UnregisterDataProvider(dataProviderName);
-        isRegistered = false;
-    }
-}
-
-} // namespace Hello

@@ -1,8 +1,6 @@
 #include "GuestBookModule.hpp"
-#include "Oxa/System/Commons/AppDomain.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/WbmModuleLibrary.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
-#include "Oxa/System/Commons/Export.hpp"
-#include "Oxa/System/Commons/Extensibility/ModuleLibraryBase.hpp"
 
 #include <memory>
 
@@ -10,9 +8,9 @@ namespace
 {
 
 using Oxa::Services::Commons::Wbm::Modules::IWbmModule;
+using Oxa::Services::Commons::Wbm::Modules::WbmModuleLibrary;
 using Oxa::System::Commons::AppDomain;
 using Oxa::System::Commons::Diagnostics::Logging::LogManager;
-using ModuleLibrary = Oxa::System::Commons::Extensibility::ModuleLibraryBase<IWbmModule>;
 
 std::unique_ptr<IWbmModule> CreateGuestBookModule()
 {
@@ -20,7 +18,7 @@ std::unique_ptr<IWbmModule> CreateGuestBookModule()
 }
 
 /// Lists what the library can create; lives until it is unloaded.
-class GuestBookModuleLibrary final : public ModuleLibrary
+class GuestBookModuleLibrary final : public WbmModuleLibrary
 {
 public:
     explicit GuestBookModuleLibrary(AppDomain& appDomain)
@@ -32,7 +30,7 @@ public:
 
 } // namespace
 
-extern "C" OXA_EXPORT ModuleLibrary& CreateWbmModuleLibrary(AppDomain& appDomain)
+extern "C" OXA_EXPORT WbmModuleLibrary& CreateWbmModuleLibrary(AppDomain& appDomain)
 {
     static GuestBookModuleLibrary library(appDomain);
     return library;
