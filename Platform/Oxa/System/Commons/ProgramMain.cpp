@@ -1,13 +1,17 @@
 #include "Oxa/System/Commons/ProgramMain.hpp"
 
 #include "Oxa/System/Commons/AppDomain.hpp"
+#include "Oxa/System/Commons/Diagnostics/BoundedWrite.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/TemporaryException.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
+
+#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <exception>
 #include <iostream>
 #include <system_error>
 
@@ -35,6 +39,18 @@ public:
     }
 };
 
+/// How long a reader that stands still may delay the program.
+constexpr std::chrono::milliseconds maximumOutputDelay{1000};
+
+/// Behind all that was logged before.
+void ReportFailure(const char* programName, const BasicString& cause)
+{
+    Diagnostics::Logging::LogManager::WaitUntilWritten(maximumOutputDelay);
+    const char* const priority = Diagnostics::IsJournalStream() ? "<3>" : "";
+    Diagnostics::WriteBounded(STDERR_FILENO, BasicString(priority) + programName + ": " + cause + '\n',
+                              maximumOutputDelay);
+}
+
 } // namespace
 
 int RunProgram(const char* programName, const std::function<int(AppDomain&)>& run)
@@ -49,28 +65,29 @@ int RunProgram(const char* programName, const std::function<int(AppDomain&)>& ru
     catch (const XmlException& exception)
     {
         const BasicString& position = exception.GetReadingPosition();
-        std::cerr << programName << ": " << position << (position.empty() ? "" : ": ") << exception.what() << std::endl;
+        ReportFailure(programName, position + (position.empty() ? "" : ": ") + exception.what());
         return configurationFaultStatus;
     }
     catch (const ConfigurationException& exception)
     {
-        std::cerr << programName << ": " << exception.what() << std::endl;
+        ReportFailure(programName, exception.what());
         return configurationFaultStatus;
     }
     catch (const TemporaryException& exception)
     {
-        std::cerr << programName << ": " << exception.what() << std::endl;
+        ReportFailure(programName, exception.what());
         return temporaryFaultStatus;
-    }
-    catch (const std::exception& exception)
-    {
-        std::cerr << programName << ": " << exception.what() << std::endl;
     }
     catch (...)
     {
-        std::cerr << programName << ": an exception of an unknown type" << std::endl;
+        ReportFailure(programName, DescribeCurrentException());
     }
     return EXIT_FAILURE;
+}
+
+void PrintStatus(std::string_view text) noexcept
+{
+    Diagnostics::WriteBounded(STDOUT_FILENO, text, maximumOutputDelay);
 }
 
 void FlushOutput()

@@ -5,6 +5,7 @@
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 
 #include <functional>
+#include <string_view>
 #include <variant>
 
 namespace Oxa::System::Commons
@@ -58,6 +59,9 @@ auto UseConfigured(const Use& use)
         throw ConfigurationException(exception.GetMessage());
     }
 }
+
+/// Tells whoever started a server how far it is, on standard output; a reader that stands still does not stop it.
+OXA_EXPORT void PrintStatus(std::string_view text) noexcept;
 
 /// Writes out what standard output still holds back. Throws InvalidOperationException when something of all that was
 /// written has not gone out, for instance because the disk is full. To be called last, by programs whose output is what

@@ -1,12 +1,18 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Support/LogRecorder.hpp"
+#include "Support/TemporaryFolder.hpp"
 
+#include <fcntl.h>
 #include <fmt/ostream.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -129,10 +135,65 @@ TEST(ConfiguringTheLog, WritesToAFileAndKeepsTheOldTargetWhenTheFileCannotBeOpen
     configuration.filePath = folder / "log.txt" / "no-folder";
     EXPECT_THROW(LogManager::Configure(configuration), Oxa::System::Commons::InvalidOperationException);
     LogManager::CreateLogAdapter("A::B")->Write(LogLevel::Notice, "kept");
+    LogManager::WaitUntilWritten(std::chrono::seconds(10));
     std::ifstream file(folder / "log.txt");
     const std::string line((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
     EXPECT_NE(line.find("notice A::B: kept"), std::string::npos) << line;
     std::filesystem::remove_all(folder);
+}
+
+TEST(Logging, DelaysNoThreadAndCountsWhatIsLostWhileTheTargetTakesNothing)
+{
+    const Oxa::Tests::Support::TemporaryFolder folder;
+    LogConfiguration configuration;
+    configuration.target = LogConfiguration::Target::File;
+    configuration.filePath = folder.GetPath("pipe");
+    ASSERT_EQ(mkfifo(configuration.filePath.c_str(), 0600), 0);
+    const Oxa::System::Commons::FileDescriptor reader(open(configuration.filePath.c_str(), O_RDWR | O_CLOEXEC));
+    LogManager::Configure(configuration);
+    const auto adapter = LogManager::CreateLogAdapter("A::B");
+    constexpr unsigned total = 1000;
+    for (unsigned index = 0; index < total; ++index)
+    {
+        adapter->Write(LogLevel::Notice, std::string(1000, 'x'));
+    }
+    FILE* const lines = fdopen(dup(reader.Get()), "r");
+    unsigned lost = 0;
+    for (unsigned told = 0; told < total;)
+    {
+        std::array<char, 2000> line;
+        ASSERT_NE(fgets(line.data(), line.size(), lines), nullptr);
+        const std::string text = line.data();
+        const auto loss = text.find(" lines are missing here");
+        told +=
+            loss == std::string::npos ? 1 : static_cast<unsigned>(std::stoul(text.substr(text.rfind(' ', loss - 1))));
+        lost += loss == std::string::npos ? 0 : 1;
+    }
+    fclose(lines);
+    EXPECT_GT(lost, 0U);
+    configuration.target = LogConfiguration::Target::None;
+    LogManager::Configure(configuration);
+}
+
+TEST(Logging, GivesTheJournalPrioritiesInsteadOfTimes)
+{
+    std::array<int, 2> journal = {};
+    ASSERT_EQ(pipe2(journal.data(), O_CLOEXEC), 0);
+    const Oxa::System::Commons::FileDescriptor errors(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0));
+    dup2(journal[1], STDERR_FILENO);
+    struct stat status = {};
+    fstat(STDERR_FILENO, &status);
+    setenv("JOURNAL_STREAM", (std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino)).c_str(), 1);
+    LogManager::Configure({});
+    LogManager::CreateLogAdapter("A::B")->Write(LogLevel::Notice, "told");
+    std::array<char, 100> text = {};
+    EXPECT_GT(read(journal[0], text.data(), text.size()), 0);
+    EXPECT_STREQ(text.data(), "<5>A::B: told\n");
+    dup2(errors.Get(), STDERR_FILENO);
+    unsetenv("JOURNAL_STREAM");
+    LogManager::Configure({});
+    close(journal[0]);
+    close(journal[1]);
 }
 
 TEST(ParsingLogLevels, TakesNamesAndDigits)

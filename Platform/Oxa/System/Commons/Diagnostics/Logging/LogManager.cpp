@@ -2,21 +2,19 @@
 
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Internal/LogSinkBridge.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/Internal/LogTarget.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/Internal/QueuedSink.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Internal/Severity.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/Internal/SyslogSink.hpp"
-#include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <spdlog/logger.h>
-#include <spdlog/pattern_formatter.h>
-#include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/dist_sink.h>
 #include <spdlog/sinks/null_sink.h>
-#include <spdlog/sinks/stdout_sinks.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -34,6 +32,9 @@ namespace
 {
 
 using Internal::LogSinkBridge;
+
+/// How long a target that takes no lines may delay the end of the process.
+constexpr std::chrono::milliseconds maximumEndDelay{1000};
 
 class LogAdapter final : public ILogAdapter
 {
@@ -93,24 +94,21 @@ spdlog::sink_ptr CreateTargetSink(const LogConfiguration& configuration, const B
     switch (configuration.target)
     {
     case LogConfiguration::Target::File:
-        return std::make_shared<spdlog::sinks::basic_file_sink_mt>(configuration.filePath);
+        return std::make_shared<Internal::QueuedSink>(Internal::MakeFileTarget(configuration.filePath));
     case LogConfiguration::Target::Syslog:
-        return std::make_shared<Internal::SyslogSink>(applicationName);
+        return std::make_shared<Internal::QueuedSink>(Internal::MakeSyslogTarget(applicationName));
     case LogConfiguration::Target::None:
         return std::make_shared<spdlog::sinks::null_sink_mt>();
     case LogConfiguration::Target::Console:
         break;
     }
-    return std::make_shared<spdlog::sinks::stderr_sink_mt>();
+    return std::make_shared<Internal::QueuedSink>(Internal::MakeConsoleTarget());
 }
 
 /// Requires: the state's mutex is held, unless nobody else knows the state yet.
 void ApplySinks(LogState& state)
 {
     std::vector<spdlog::sink_ptr> sinks = {CreateTargetSink(state.configuration, state.applicationName)};
-    auto formatter = std::make_unique<spdlog::pattern_formatter>();
-    formatter->add_flag<Internal::SeverityFlag>('*').set_pattern("%Y-%m-%dT%H:%M:%S.%e%z %* %n: %v");
-    sinks.front()->set_formatter(std::move(formatter));
     for (const auto& [sink, bridge] : state.addedSinks)
     {
         sinks.push_back(bridge);
@@ -124,6 +122,7 @@ LogState& GetState()
     {
         auto* const created = new LogState;
         ApplySinks(*created);
+        std::atexit([] { LogManager::WaitUntilWritten(maximumEndDelay); });
         return *created;
     }();
     return state;
@@ -177,11 +176,10 @@ void LogManager::Configure(const LogConfiguration& configuration)
     {
         ApplySinks(state);
     }
-    catch (const spdlog::spdlog_ex& exception)
+    catch (...)
     {
         state.configuration = std::move(previous);
-        throw InvalidOperationException::Create("cannot open the log file '{0}': {1}", configuration.filePath,
-                                                exception.what());
+        throw;
     }
     for (const auto& [typeName, adapter] : state.adapters)
     {
@@ -222,6 +220,11 @@ std::shared_ptr<ILogAdapter> LogManager::CreateLogAdapter(const BasicString& typ
         adapter = std::make_shared<LogAdapter>(typeName, state.distributor, FindLevel(state.configuration, typeName));
     }
     return adapter;
+}
+
+void LogManager::WaitUntilWritten(std::chrono::milliseconds limit) noexcept
+{
+    Internal::QueuedSink::WaitUntilWritten(limit);
 }
 
 int64 LogManager::GetThreadNumber() noexcept

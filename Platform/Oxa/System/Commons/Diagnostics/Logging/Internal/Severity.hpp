@@ -14,12 +14,20 @@ namespace Oxa::System::Commons::Diagnostics::Logging::Internal
 [[nodiscard]] spdlog::source_loc ToSourceLocation(LogLevel level) noexcept;
 [[nodiscard]] LogLevel GetLevel(const spdlog::details::log_msg& message) noexcept;
 
-/// Writes the severity's name where a pattern asks for it.
+/// Formats messages by a pattern of spdlog, in which `%*` is the severity's name and `%#` its number.
+[[nodiscard]] std::unique_ptr<spdlog::formatter> MakeFormatter(const char* pattern);
+
+/// Writes the severity where a pattern asks for it.
 class SeverityFlag final : public spdlog::custom_flag_formatter
 {
 public:
+    explicit SeverityFlag(bool isNumber) noexcept : isNumber(isNumber) {}
+
     void format(const spdlog::details::log_msg& message, const std::tm& time, spdlog::memory_buf_t& target) override;
     [[nodiscard]] std::unique_ptr<spdlog::custom_flag_formatter> clone() const override;
+
+private:
+    const bool isNumber;
 };
 
 } // namespace Oxa::System::Commons::Diagnostics::Logging::Internal
