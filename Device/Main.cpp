@@ -5,8 +5,9 @@
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
+#include "Oxa/System/Commons/Threading/EndSignals.hpp"
 
-#include <csignal>
+#include <chrono>
 #include <cstdlib>
 #include <iostream>
 
@@ -20,19 +21,12 @@ using Oxa::System::Commons::Diagnostics::Logging::LogConfiguration;
 using Oxa::System::Commons::Diagnostics::Logging::LogLevel;
 using Oxa::System::Commons::Diagnostics::Logging::LogManager;
 
-/// In all threads that will come; who ends the program waits for them.
-void BlockEndSignals()
-{
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-}
+/// From the signal to the end; shorter than the service manager waits.
+constexpr std::chrono::seconds shutdownTimeout(10);
 
 void Serve(const DeviceCommandLine& commandLine, AppDomain& appDomain)
 {
-    BlockEndSignals();
+    Oxa::System::Commons::Threading::EndSignals::Watch(shutdownTimeout);
     if (!commandLine.rootFolder.empty())
     {
         appDomain.SetVariable("OXA_DEVICE_ROOT", commandLine.rootFolder);

@@ -9,6 +9,7 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
+#include "Oxa/System/Commons/Threading/EndSignals.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
 #include <sodium.h>
@@ -16,7 +17,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <iostream>
 #include <memory>
 
 namespace
@@ -27,17 +27,19 @@ using Oxa::Host::CommandLine;
 using Oxa::Host::Configuration::HostConfiguration;
 using Oxa::System::Commons::AppDomain;
 using Oxa::System::Commons::InvalidOperationException;
+using Oxa::System::Commons::PrintStatus;
 using Oxa::System::Commons::UseConfigured;
 using Oxa::System::Commons::Diagnostics::Logging::LogConfiguration;
 using Oxa::System::Commons::Diagnostics::Logging::LogManager;
+using Oxa::System::Commons::Threading::EndSignals;
 using Oxa::System::Um::UserManager;
 
 /// The password itself only to somebody who looks on, not into a log.
 void ReportInitialUser(const BasicString& password, const BasicString& path)
 {
     const bool isShown = isatty(STDOUT_FILENO) == 1;
-    std::cout << "created the user '" << Oxa::Host::initialUserName << "' with the password "
-              << (isShown ? password + " (kept in '" + path + "')" : "in '" + path + '\'') << '\n';
+    PrintStatus(BasicString("created the user '") + Oxa::Host::initialUserName + "' with the password " +
+                (isShown ? password + " (kept in '" + path + "')" : "in '" + path + '\'') + '\n');
 }
 
 /// Makes the database when there is none.
@@ -53,6 +55,8 @@ std::unique_ptr<UserManager> OpenUsers(const BasicString& path)
 
 void Serve(const CommandLine& commandLine, const HostConfiguration& configuration, AppDomain& appDomain)
 {
+    // For requests to finish, and as long again for modules and components to stop.
+    EndSignals::Watch(2 * configuration.http.shutdownTimeout);
     UseConfigured([&configuration] { LogManager::Configure(configuration.log); });
     const Oxa::Host::StateFolder stateFolder(commandLine.stateFolder);
     stateFolder.Create();
@@ -67,10 +71,10 @@ void Serve(const CommandLine& commandLine, const HostConfiguration& configuratio
         [&](Oxa::uint16 port)
         {
             const BasicString address = Oxa::Host::FormatAddress(configuration.http.address, port);
-            std::cout << "listening on " << address << std::endl;
+            PrintStatus("listening on " + address + '\n');
             if (commandLine.printsExamples)
             {
-                std::cout << Oxa::Host::FormatExamples(address, stateFolder, commandLine.logPath) << std::flush;
+                PrintStatus(Oxa::Host::FormatExamples(address, stateFolder, commandLine.logPath));
             }
         });
 }

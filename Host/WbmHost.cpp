@@ -2,21 +2,21 @@
 
 #include "Host/Audit/AuditLog.hpp"
 #include "Oxa/System/Commons/StartupMemory.hpp"
+#include "Oxa/System/Commons/Threading/EndSignals.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationService.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationServiceProxyFactory.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
 #include <boost/asio/post.hpp>
+#include <unistd.h>
 
-#include <csignal>
-#include <cstdlib>
 #include <utility>
 
 namespace Oxa::Host
 {
 
-using System::Commons::Diagnostics::Logging::LogLevel;
+using System::Commons::Threading::EndSignals;
 using System::Nm::NotificationKind;
 using System::Rsc::ServiceManager;
 using System::Um::Services::Internal::AuthorizationService;
@@ -25,7 +25,7 @@ using System::Um::Services::Internal::AuthorizationServiceProxyFactory;
 namespace
 {
 
-constexpr std::chrono::seconds lastGrace{1};
+constexpr std::chrono::milliseconds lastGrace{500};
 /// The strands of the host's own routes.
 constexpr unsigned hostQuestions = 2;
 /// What hangs at the start longer than this goes on beside what is up.
@@ -78,8 +78,8 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       readiness(components, modules, registry, *readinessQuestions),
       router({sessions, sessionRoute, dispatcher, pages, readiness}),
       server(loop.GetContext(), configuration.http, router),
-      signals(loop.GetContext(), SIGTERM, SIGINT),
       startTimer(loop.GetContext()),
+      endSignal(loop.GetContext(), dup(EndSignals::GetDescriptor())),
       shutdownTimer(loop.GetContext())
 {
     notifications.Subscribe([log = Audit::AuditLog()](const System::Nm::Notification& each) { log.Write(each); });
@@ -178,27 +178,19 @@ void WbmHost::ReportReady()
 
 void WbmHost::WaitForSignal()
 {
-    signals.async_wait(
-        [this](const boost::system::error_code& error, int /*number*/)
-        {
-            if (!error)
-            {
-                BeginShutdown();
-            }
-        });
+    endSignal.async_wait(boost::asio::posix::stream_descriptor::wait_read,
+                         [this](const boost::system::error_code& error)
+                         {
+                             if (!error)
+                             {
+                                 BeginShutdown();
+                             }
+                         });
 }
 
 void WbmHost::BeginShutdown()
 {
-    // A second signal then ends the process at once, as it does by default.
-    signals.clear();
-    server.Stop(
-        [this]
-        {
-            // A module that is being set up again may hang as well.
-            watchdog.Start(configuration.http.shutdownTimeout);
-            loop.Stop();
-        });
+    server.Stop([this] { loop.Stop(); });
     shutdownTimer.expires_after(configuration.http.shutdownTimeout);
     shutdownTimer.async_wait(
         [this](const boost::system::error_code& error)
@@ -216,19 +208,18 @@ void WbmHost::HurryShutdown()
     server.EndConnections();
     shutdownTimer.expires_after(lastGrace);
     shutdownTimer.async_wait(
-        [this](const boost::system::error_code& error)
+        [](const boost::system::error_code& error)
         {
             if (!error)
             {
-                Log(LogLevel::Error, "a request is still in progress: ending without stopping modules and components");
-                std::_Exit(EXIT_FAILURE);
+                EndSignals::EndProcess(
+                    "a request is still in progress: ending without stopping modules and components");
             }
         });
 }
 
 void WbmHost::StopModules() noexcept
 {
-    watchdog.Start(configuration.http.shutdownTimeout);
     modules.StopAll();
 }
 

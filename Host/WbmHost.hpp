@@ -13,11 +13,9 @@
 #include "Host/Status/ReadinessRoute.hpp"
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
-#include "Oxa/System/Commons/Threading/Watchdog.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
 
-#include <boost/asio/signal_set.hpp>
+#include <boost/asio/posix/stream_descriptor.hpp>
 #include <boost/asio/steady_timer.hpp>
 
 #include <exception>
@@ -42,10 +40,10 @@ namespace Oxa::Host
 /// of them throws: module settings that cannot be read are an XmlException, anything that the machine refuses is an
 /// InvalidOperationException.
 /// Threads: the main thread only.
-class WbmHost final : private System::Commons::Diagnostics::Logging::Loggable<WbmHost>
+class WbmHost final
 {
 public:
-    /// Everything is borrowed.
+    /// Everything is borrowed. Requires: `EndSignals::Watch` has returned.
     WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
             System::Um::UserManager& users);
     WbmHost(const WbmHost&) = delete;
@@ -90,8 +88,6 @@ private:
     void StopModules() noexcept;
 
     const Configuration::HostConfiguration& configuration;
-    /// Declared first, so destroyed last: it supervises the destruction of all members below.
-    System::Commons::Threading::Watchdog watchdog{"a module or a component does not stop: ending without it"};
     System::Nm::NotificationManager notifications;
     AuthorizationProvider authorizationProvider;
     System::Acf::ComponentManager components;
@@ -110,8 +106,8 @@ private:
     Status::ReadinessRoute readiness;
     ApiRouter router;
     Http::HttpServer server;
-    boost::asio::signal_set signals;
     boost::asio::steady_timer startTimer;
+    boost::asio::posix::stream_descriptor endSignal;
     boost::asio::steady_timer shutdownTimer;
     /// Empty once it was called.
     std::function<void(uint16)> whenReady;

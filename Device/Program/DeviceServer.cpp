@@ -3,17 +3,15 @@
 #include "Oxa/System/Acf/ComponentManager.hpp"
 #include "Oxa/System/Commons/ConfigurationException.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/StartupMemory.hpp"
-#include "Oxa/System/Commons/Threading/Watchdog.hpp"
+#include "Oxa/System/Commons/Threading/EndSignals.hpp"
 #include "Oxa/System/Rsc/RscServer.hpp"
 
 #include <sys/socket.h>
 #include <systemd/sd-daemon.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <csignal>
-#include <iostream>
 #include <utility>
 
 namespace Oxa::Device::Linux::Program
@@ -27,9 +25,6 @@ using System::Commons::InvalidOperationException;
 namespace
 {
 
-/// Shorter than the service manager waits.
-constexpr std::chrono::seconds shutdownTimeout(10);
-
 void StartComponents(ComponentManager& components, const DeviceServerConfiguration& configuration)
 {
     for (const auto& component : configuration.components)
@@ -42,16 +37,6 @@ void StartComponents(ComponentManager& components, const DeviceServerConfigurati
     {
         throw ConfigurationException::Create("no component came up, there is nothing to offer");
     }
-}
-
-void WaitForEnd()
-{
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    int number = 0;
-    sigwait(&signals, &number);
 }
 
 } // namespace
@@ -74,8 +59,6 @@ FileDescriptor TakeActivationSocket()
 
 void ServeDevice(System::Commons::AppDomain& appDomain, const DeviceServerConfiguration& configuration)
 {
-    // Declared first, so that it watches the ends of all others.
-    System::Commons::Threading::Watchdog watchdog("The device services do not end, so the process ends itself");
     System::Rsc::RscServerConfiguration serverConfiguration = configuration.server;
     FileDescriptor activationSocket = TakeActivationSocket();
     if (activationSocket.IsOpen())
@@ -86,10 +69,8 @@ void ServeDevice(System::Commons::AppDomain& appDomain, const DeviceServerConfig
     StartComponents(components, configuration);
     const System::Rsc::RscServer server(serverConfiguration, std::move(activationSocket));
     System::Commons::ReleaseStartupMemory();
-    std::cout << "serving" << std::endl;
-    WaitForEnd();
-    // A call that still hangs in the machine must not keep the process.
-    watchdog.Start(shutdownTimeout);
+    System::Commons::PrintStatus("serving\n");
+    System::Commons::Threading::EndSignals::Wait();
     // This is done before the server is destroyed: the server waits for calls in progress, and stopping the components
     // ends those calls that wait for the device.
     components.StopAll();

@@ -15,9 +15,8 @@ namespace Oxa::Device::Linux::Program
 /// handed over is not exactly one listening Unix socket.
 [[nodiscard]] System::Commons::FileDescriptor TakeActivationSocket();
 
-/// Loads the components and offers what they provide until SIGTERM or SIGINT, which must be blocked in all threads.
-/// Throws XmlException when no component came up, InvalidOperationException when nothing can be offered.
-/// Threads: the main thread only.
+/// Loads the components and offers what they provide until SIGTERM or SIGINT. Throws XmlException when no component
+/// came up, InvalidOperationException when nothing can be offered. Threads: the main thread only.
 void ServeDevice(System::Commons::AppDomain& appDomain, const DeviceServerConfiguration& configuration);
 
 } // namespace Oxa::Device::Linux::Program

@@ -1,12 +1,16 @@
 #include "EndToEnd/HostProcess.hpp"
 #include "Support/FakeBytePeer.hpp"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <csignal>
 #include <filesystem>
+#include <string>
 
 namespace Oxa::Tests::EndToEnd
 {
@@ -63,6 +67,29 @@ TEST(Ending, DoesNotWaitForEverForAModuleThatHangs)
     EXPECT_THAT(host.GetProcess().GetErrors(), testing::HasSubstr("a request is still in progress"));
 }
 
+TEST(Ending, DoesNotDependOnAReaderOfStandardError)
+{
+    HostProcess host({.http = "shutdownSeconds=\"1\"", .fault = "stop-hangs"});
+    host.WaitUntilReady();
+    const auto folder = "/proc/" + std::to_string(host.GetProcess().GetNumber());
+    const int errors = open((folder + "/fd/2").c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(errors, 0);
+    for (const BasicString text(512, 'x'); write(errors, text.data(), text.size()) > 0;)
+    {
+    }
+    close(errors);
+    EXPECT_EQ(host.Ask("POST", "/api/v1/FakeDp/Throw", host.LogIn()).result_int(), 500U);
+    host.GetProcess().SendSignal(SIGTERM);
+    siginfo_t information = {};
+    EXPECT_TRUE(Support::Eventually(
+        [&host, &information]
+        {
+            const auto number = static_cast<id_t>(host.GetProcess().GetNumber());
+            return waitid(P_PID, number, &information, WEXITED | WNOHANG | WNOWAIT) == 0 && information.si_pid != 0;
+        }));
+    EXPECT_EQ(host.GetProcess().Wait(), 1);
+}
+
 TEST(Ending, TakesBackWhatAModuleLeavesBehindBeforeItsLibraryGoes)
 {
     HostProcess host({.fault = "reset"});
@@ -77,7 +104,7 @@ TEST(Ending, DoesNotWaitForEverForAModuleThatDoesNotStop)
     HostProcess host({.http = "shutdownSeconds=\"1\"", .fault = "stop-hangs"});
     host.WaitUntilReady();
     EXPECT_EQ(host.Stop(), 1);
-    EXPECT_THAT(host.GetProcess().GetErrors(), testing::HasSubstr("a module or a component does not stop"));
+    EXPECT_THAT(host.GetProcess().GetErrors(), testing::HasSubstr("the process has not ended in time"));
 }
 
 /// Shakes hands with the next process that connects and takes its first question. Returns the connection.

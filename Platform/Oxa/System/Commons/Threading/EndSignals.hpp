@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Oxa/System/Commons/Export.hpp"
+
+#include <chrono>
+#include <string_view>
+
+namespace Oxa::System::Commons::Threading
+{
+
+/// SIGTERM and SIGINT of a server. They are taken by a thread that does nothing else, so that the process ends whatever
+/// its other threads hang in. Threads: as noted.
+class OXA_EXPORT EndSignals final
+{
+public:
+    EndSignals() = delete;
+
+    /// Once, before the process has threads of its own: from now on the first signal makes `GetDescriptor` ready. When
+    /// the process is still there `limit` after it, it ends itself with status 1. A second signal ends it at once, as
+    /// by default. Throws InvalidOperationException when the process or the system has no thread or descriptor left.
+    static void Watch(std::chrono::seconds limit);
+
+    /// Ready for POLLIN from the first signal on. Valid until the process ends. Requires: `Watch` has returned. Any
+    /// thread.
+    [[nodiscard]] static int GetDescriptor() noexcept;
+
+    /// Returns after the first signal. Requires: `Watch` has returned. Any thread.
+    static void Wait() noexcept;
+
+    /// Ends the process at once, without destructors, with status 1, and says why on standard error if that takes it.
+    /// Takes no lock. Any thread.
+    [[noreturn]] static void EndProcess(std::string_view cause) noexcept;
+};
+
+} // namespace Oxa::System::Commons::Threading
