@@ -13,6 +13,7 @@
 #include "Oxa/System/Um/UserManager.hpp"
 
 #include <sodium.h>
+#include <systemd/sd-daemon.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -76,6 +77,7 @@ void Serve(const CommandLine& commandLine, const HostConfiguration& configuratio
             {
                 PrintStatus(Oxa::Host::FormatExamples(address, stateFolder, commandLine.logPath));
             }
+            sd_notify(0, ("READY=1\nSTATUS=listening on " + address).c_str());
         });
 }
 

@@ -9,6 +9,7 @@
 #include "Oxa/System/Um/UserManager.hpp"
 
 #include <boost/asio/post.hpp>
+#include <systemd/sd-daemon.h>
 #include <unistd.h>
 
 #include <utility>
@@ -190,6 +191,7 @@ void WbmHost::WaitForSignal()
 
 void WbmHost::BeginShutdown()
 {
+    sd_notify(0, "STOPPING=1\nSTATUS=finishing requests in progress");
     server.Stop([this] { loop.Stop(); });
     shutdownTimer.expires_after(configuration.http.shutdownTimeout);
     shutdownTimer.async_wait(

@@ -70,7 +70,9 @@ void ServeDevice(System::Commons::AppDomain& appDomain, const DeviceServerConfig
     const System::Rsc::RscServer server(serverConfiguration, std::move(activationSocket));
     System::Commons::ReleaseStartupMemory();
     System::Commons::PrintStatus("serving\n");
+    sd_notify(0, "READY=1\nSTATUS=serving");
     System::Commons::Threading::EndSignals::Wait();
+    sd_notify(0, "STOPPING=1\nSTATUS=stopping the components");
     // This is done before the server is destroyed: the server waits for calls in progress, and stopping the components
     // ends those calls that wait for the device.
     components.StopAll();

@@ -3,12 +3,15 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 
@@ -88,6 +91,29 @@ TEST(Ending, DoesNotDependOnAReaderOfStandardError)
             return waitid(P_PID, number, &information, WEXITED | WNOHANG | WNOWAIT) == 0 && information.si_pid != 0;
         }));
     EXPECT_EQ(host.GetProcess().Wait(), 1);
+}
+
+TEST(StartingAndEnding, TellsTheServiceManager)
+{
+    const Support::TemporaryFolder folder;
+    const BasicString path = folder.GetPath("notify");
+    const int manager = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(bind(manager, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    const auto receive = [manager]
+    {
+        std::array<char, 256> bytes = {};
+        return BasicString(bytes.data(), static_cast<std::size_t>(recv(manager, bytes.data(), bytes.size(), 0)));
+    };
+    setenv("NOTIFY_SOCKET", path.c_str(), 1);
+    HostProcess host;
+    host.WaitUntilReady();
+    unsetenv("NOTIFY_SOCKET");
+    EXPECT_THAT(receive(), testing::StartsWith("READY=1\nSTATUS=listening on http://127.0.0.1:"));
+    EXPECT_EQ(host.Stop(), 0);
+    EXPECT_THAT(receive(), testing::StartsWith("STOPPING=1\n"));
+    close(manager);
 }
 
 TEST(Ending, TakesBackWhatAModuleLeavesBehindBeforeItsLibraryGoes)
