@@ -27,8 +27,6 @@ namespace
 {
 
 constexpr std::chrono::milliseconds lastGrace{500};
-/// The strands of the host's own routes.
-constexpr unsigned hostQuestions = 2;
 /// What hangs at the start longer than this goes on beside what is up.
 constexpr std::chrono::seconds longestStart{2};
 constexpr const char* notificationSource = "Host";
@@ -97,9 +95,9 @@ void WbmHost::Run(const std::function<void(uint16)>& ready)
     server.Listen();
     WaitForSignal();
     BeginStart();
-    // One for every strand, every set-up of a module, that of the components and the check of sessions, which may all
-    // hang, and one that goes on.
-    loop.Run(static_cast<unsigned>(registry.CountDataProviders() + modules.CountModules()) + hostQuestions + 3);
+    // One for every set-up of a module, that of the components and the check of sessions, which may all hang, and one
+    // that goes on; strands have theirs.
+    loop.Run(static_cast<unsigned>(modules.CountModules()) + 3);
     if (settingsFault)
     {
         std::rethrow_exception(settingsFault);

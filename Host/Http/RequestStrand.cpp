@@ -38,7 +38,7 @@ const Problem& GetProblem(RscFault fault) noexcept
 } // namespace
 
 RequestStrand::RequestStrand(Threads::EventLoop& loop, BasicString name, std::size_t maximumWaiting)
-    : loop(loop), name(std::move(name)), maximumWaiting(maximumWaiting)
+    : loop(loop), reserve(loop), name(std::move(name)), maximumWaiting(maximumWaiting)
 {
 }
 

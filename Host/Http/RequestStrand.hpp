@@ -93,6 +93,7 @@ private:
                               const void* function);
 
     Threads::EventLoop& loop;
+    const Threads::EventLoop::Reserve reserve;
     const BasicString name;
     const std::size_t maximumWaiting;
     System::Commons::Mutex mutex;

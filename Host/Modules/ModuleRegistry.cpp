@@ -156,14 +156,6 @@ std::shared_ptr<const DataProvider> ModuleRegistry::FindDataProvider(std::string
     return dataProviders.Find(name);
 }
 
-std::size_t ModuleRegistry::CountDataProviders() const
-{
-    const std::lock_guard lock(mutex);
-    const auto& all = dataProviders.GetAll();
-    return expected.size() + static_cast<std::size_t>(std::count_if(
-                                 all.begin(), all.end(), [this](const auto& each) { return !IsExpected(each->name); }));
-}
-
 bool ModuleRegistry::IsExpected(std::string_view name) const
 {
     return expected.find(name) != expected.end();

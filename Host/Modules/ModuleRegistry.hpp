@@ -53,9 +53,6 @@ public:
     /// Null when there is none of that name.
     [[nodiscard]] std::shared_ptr<const DataProvider> FindDataProvider(std::string_view name) const;
 
-    /// Of those that are configured or registered.
-    [[nodiscard]] std::size_t CountDataProviders() const;
-
     /// Whether the configuration names it: then it is missing rather than unknown.
     [[nodiscard]] bool IsExpected(std::string_view name) const;
 

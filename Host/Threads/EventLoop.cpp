@@ -10,10 +10,10 @@ EventLoop::EventLoop() : team(*this) {}
 
 EventLoop::~EventLoop() = default;
 
-void EventLoop::Run(unsigned maximumThreads)
+void EventLoop::Run(unsigned minimumLimit)
 {
     const auto work = boost::asio::make_work_guard(context);
-    team.Run(maximumThreads);
+    team.Run(minimumLimit);
 }
 
 void EventLoop::Stop()

@@ -27,10 +27,31 @@ public:
     }
 
     /// Runs handlers until `Stop`; returns when all threads of the team are through. Once.
-    /// `maximumThreads`: one more than there may be foreign calls that hang at the same time; at least 1.
-    void Run(unsigned maximumThreads);
+    /// `minimumLimit`: of the number of threads, see `LeaderTeam::Run`.
+    void Run(unsigned minimumLimit);
 
     void Stop();
+
+    /// Keeps a thread in reserve, as long as it lives, for one more foreign call that may hang.
+    class Reserve final
+    {
+    public:
+        explicit Reserve(EventLoop& loop) : team(loop.team)
+        {
+            team.ChangeLimit(1);
+        }
+
+        Reserve(const Reserve&) = delete;
+        Reserve& operator=(const Reserve&) = delete;
+
+        ~Reserve()
+        {
+            team.ChangeLimit(-1);
+        }
+
+    private:
+        System::Commons::Threading::LeaderTeam& team;
+    };
 
     /// Spans a call of foreign code out of a handler; not inside another one. Does nothing on other threads.
     class ForeignCall final

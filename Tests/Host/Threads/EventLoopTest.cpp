@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <future>
+#include <optional>
 
 namespace Oxa::Host::Threads
 {
@@ -16,16 +17,21 @@ TEST(EventLoops, GoOnWhileForeignCallsHangAndTakeTheirThreadsBack)
     EventLoop loop;
     std::promise<void> letGo;
     const std::shared_future<void> isLetGo = letGo.get_future().share();
-    std::promise<void> finished;
+    std::promise<void> allHang;
+    std::atomic<int> begun = 0;
     std::atomic<int> returned = 0;
     constexpr int hanging = 3;
     for (int index = 0; index < hanging; ++index)
     {
         boost::asio::post(loop.GetContext(),
-                          [&loop, &returned, isLetGo]
+                          [&loop, &allHang, &begun, &returned, isLetGo]
                           {
                               {
                                   const EventLoop::ForeignCall call(loop);
+                                  if (++begun == hanging)
+                                  {
+                                      allHang.set_value();
+                                  }
                                   isLetGo.wait();
                               }
                               ++returned;
@@ -36,9 +42,18 @@ TEST(EventLoops, GoOnWhileForeignCallsHangAndTakeTheirThreadsBack)
                               }
                           });
     }
-    // Reached by a fourth thread only.
+    // Reached by a fourth thread only, which comes with the reserve.
     boost::asio::post(loop.GetContext(), [&letGo] { letGo.set_value(); });
-    loop.Run(hanging + 1);
+    // Two threads may hang and one may go on; while they all hang, another thread becomes allowed.
+    std::optional<EventLoop::Reserve> reserve;
+    std::thread registrar(
+        [&loop, &allHang, &reserve]
+        {
+            allHang.get_future().wait();
+            reserve.emplace(loop);
+        });
+    loop.Run(hanging);
+    registrar.join();
     EXPECT_EQ(returned, hanging);
 }
 

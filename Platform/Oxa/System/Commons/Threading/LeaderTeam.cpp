@@ -43,17 +43,17 @@ LeaderTeam::LeaderTeam(ILeaderWork& work) : work(work), state(MakeState(0, 0)) {
 
 LeaderTeam::~LeaderTeam() = default;
 
-void LeaderTeam::Run(unsigned newMaximumThreads)
+void LeaderTeam::Run(unsigned minimumLimit)
 {
     {
         const std::lock_guard lock(mutex);
-        maximumThreads = newMaximumThreads;
+        maximumThreads += static_cast<int>(minimumLimit);
         EnsureFollower();
     }
     currentTeam = this;
     RunMember(0);
     currentTeam = nullptr;
-    // Members are added by members only, and those that could are joined one after the other.
+    // Once the team stops no members are added any more.
     for (std::size_t index = 0;; ++index)
     {
         std::thread thread;
@@ -66,6 +66,16 @@ void LeaderTeam::Run(unsigned newMaximumThreads)
             thread.swap(threads[index]);
         }
         thread.join();
+    }
+}
+
+void LeaderTeam::ChangeLimit(int difference)
+{
+    const std::lock_guard lock(mutex);
+    maximumThreads += difference;
+    if (isFollowerMissing)
+    {
+        EnsureFollower();
     }
 }
 
@@ -127,6 +137,7 @@ bool LeaderTeam::Follow(MemberNumber member)
 {
     std::unique_lock lock(mutex);
     ++waitingFollowers;
+    isFollowerMissing = false;
     changed.wait(lock, [this] { return isStopping || !hasWatcher; });
     --waitingFollowers;
     if (isStopping)
@@ -197,7 +208,12 @@ void LeaderTeam::Unpark()
 /// Requires: the mutex is held.
 void LeaderTeam::EnsureFollower()
 {
-    if (waitingFollowers > 0 || threads.size() + 1 >= maximumThreads || isStopping)
+    if (waitingFollowers > 0 || isStopping)
+    {
+        return;
+    }
+    isFollowerMissing = static_cast<int>(threads.size()) + 1 >= maximumThreads;
+    if (isFollowerMissing)
     {
         return;
     }

@@ -33,8 +33,12 @@ public:
     ~LeaderTeam();
 
     /// Runs step after step until `Stop`, on this thread and others; returns when all threads of the team are through.
-    /// Once. `maximumThreads`: one more than there may be foreign calls that hang at the same time; at least 1.
-    void Run(unsigned maximumThreads);
+    /// Once. `minimumLimit`, at least 1, and what was added to it bound the number of threads; one more than there may
+    /// be foreign calls that hang at the same time keeps the loop going.
+    void Run(unsigned minimumLimit);
+
+    /// Raises or lowers the bound on the number of threads, because there may be more or fewer foreign calls that hang.
+    void ChangeLimit(int difference);
 
     /// No step begins any more. Wakes the one that waits.
     void Stop();
@@ -71,8 +75,6 @@ private:
     [[nodiscard]] bool IsLeader(MemberNumber member) const noexcept;
 
     ILeaderWork& work;
-    unsigned maximumThreads = 1;
-
     /// Who runs the loop and whether in a foreign call: member number in the upper bits, below it a counter that every
     /// begin and end of a call moves on by one, so that an odd one means inside.
     std::atomic<std::uint64_t> state;
@@ -83,6 +85,9 @@ private:
     std::condition_variable changed;
     bool hasWatcher = false;
     unsigned waitingFollowers = 0;
+    /// There was no thread to make when the leader took over: all others hang.
+    bool isFollowerMissing = false;
+    int maximumThreads = 0;
     std::vector<std::thread> threads;
 };
 
