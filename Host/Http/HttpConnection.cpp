@@ -111,7 +111,6 @@ void HttpConnection::Process()
             Read();
             return;
         case RequestReader::Progress::HeaderBegins:
-            isIdle.store(false, std::memory_order_relaxed);
             SetDeadline(server.GetConfiguration().headerTimeout);
             break;
         case RequestReader::Progress::HeaderEnds:
@@ -144,6 +143,7 @@ void HttpConnection::BeginBody()
 
 Handling HttpConnection::HandleRequest()
 {
+    isIdle.store(false, std::memory_order_relaxed);
     ClearDeadline();
     keepsConnection = reader.GetParser().KeepsConnection() && !server.IsStopping();
     try

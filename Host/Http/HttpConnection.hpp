@@ -64,6 +64,7 @@ private:
     std::size_t lingeredBytes = 0;
     bool keepsConnection = true;
     std::atomic<uint32> deadline;
+    /// No whole request waits for its answer, so that a server that ends need not wait.
     std::atomic<bool> isIdle = true;
 };
 

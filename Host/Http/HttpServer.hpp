@@ -40,7 +40,7 @@ public:
     /// Requires: `Listen` has returned.
     [[nodiscard]] uint16 GetPort() const;
 
-    /// Takes no new connections, ends those without a request, and calls `drained` when the others are through.
+    /// Takes no new connections, ends those without a whole request, and calls `drained` when the others are through.
     /// Threads: the event loop.
     void Stop(std::function<void()> drained);
 
