@@ -29,7 +29,7 @@ HostedModule::HostedModule(Configuration::ModuleConfiguration configuration, std
     : configuration(std::move(configuration)),
       registry(registry),
       notifications(notifications),
-      registrations(registry, std::move(gate))
+      registrations(registry, this->configuration.name, std::move(gate))
 {
 }
 
@@ -66,6 +66,7 @@ HostedModule::Outcome HostedModule::SetUp(System::Commons::AppDomain& appDomain)
     }
     lastReport.clear();
     registry.DropWithdrawn(GetGate());
+    registrations.ReportDifferences();
     return IsAvailable() ? Outcome::Complete : Outcome::Incomplete;
 }
 

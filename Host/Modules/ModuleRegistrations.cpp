@@ -28,8 +28,9 @@ bool RemoveOne(std::vector<BasicString>& names, const BasicString& name)
 
 } // namespace
 
-ModuleRegistrations::ModuleRegistrations(ModuleRegistry& registry, std::shared_ptr<ModuleGate> gate)
-    : registry(registry), gate(std::move(gate))
+ModuleRegistrations::ModuleRegistrations(ModuleRegistry& registry, BasicString moduleName,
+                                         std::shared_ptr<ModuleGate> gate)
+    : registry(registry), moduleName(std::move(moduleName)), gate(std::move(gate))
 {
 }
 
@@ -45,6 +46,11 @@ void ModuleRegistrations::TakeBackAll()
     TakeBack(dataProviders, &ModuleRegistrations::UnregisterDataProvider);
     TakeBack(pages, &ModuleRegistrations::UnregisterPage);
     TakeBack(languages, &ModuleRegistrations::UnregisterSupportedLanguage);
+}
+
+void ModuleRegistrations::ReportDifferences() const
+{
+    registry.ReportDifferences(moduleName, *gate);
 }
 
 bool ModuleRegistrations::RegisterPage(const PageInfo& pageInfo, PageHandler handler)
@@ -70,7 +76,7 @@ void ModuleRegistrations::UnregisterPage(const BasicString& pageName)
 bool ModuleRegistrations::RegisterDataProvider(const DataProviderInfo& dataProviderInfo, RequestHandler handler)
 {
     dataProviders.push_back(dataProviderInfo.GetDataProviderName());
-    const bool isRegistered = registry.RegisterDataProvider(dataProviderInfo, std::move(handler), gate);
+    const bool isRegistered = registry.RegisterDataProvider(moduleName, dataProviderInfo, std::move(handler), gate);
     if (!isRegistered)
     {
         dataProviders.pop_back();
@@ -107,7 +113,7 @@ void ModuleRegistrations::TakeBack(const Names& names, Unregister unregister)
     {
         // A reference would die with the entry.
         const BasicString name = names.back(); // NOLINT(performance-unnecessary-copy-initialization)
-        Log(LogLevel::Warning, "a module left '{0}' registered", name);
+        Log(LogLevel::Warning, "the module '{0}' left '{1}' registered", moduleName, name);
         (this->*unregister)(name);
     }
 }

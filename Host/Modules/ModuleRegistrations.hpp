@@ -26,7 +26,7 @@ public:
     using RequestHandler = std::shared_ptr<Services::Commons::Wbm::Modules::WbmRequestHandlerBase>;
 
     /// `registry` is borrowed. `gate` is the module's, never null.
-    ModuleRegistrations(ModuleRegistry& registry, std::shared_ptr<ModuleGate> gate);
+    ModuleRegistrations(ModuleRegistry& registry, BasicString moduleName, std::shared_ptr<ModuleGate> gate);
     ModuleRegistrations(const ModuleRegistrations&) = delete;
     ModuleRegistrations& operator=(const ModuleRegistrations&) = delete;
     ~ModuleRegistrations() override;
@@ -41,6 +41,10 @@ public:
     /// Takes back what the module has left registered, and logs that.
     void TakeBackAll();
 
+    /// To be called after a set-up: warns when the module has not registered exactly the data providers that the
+    /// configuration names.
+    void ReportDifferences() const;
+
     /// Through which the module is called.
     [[nodiscard]] ModuleGate& GetGate() noexcept
     {
@@ -54,6 +58,7 @@ private:
     void TakeBack(const Names& names, Unregister unregister);
 
     ModuleRegistry& registry;
+    const BasicString moduleName;
     const std::shared_ptr<ModuleGate> gate;
     Names pages;
     Names dataProviders;

@@ -11,6 +11,8 @@
 namespace Oxa::Host::Modules
 {
 
+using System::Commons::Diagnostics::Logging::LogLevel;
+
 namespace
 {
 
@@ -36,37 +38,56 @@ ModuleRegistry::ModuleRegistry(Threads::EventLoop& loop, const Configuration::Ho
     {
         for (const auto& provider : module.dataProviders)
         {
-            expected.emplace(provider.name, provider.isSafe);
+            expected.emplace(provider.name, ExpectedDataProvider{module.name, provider.isSafe});
         }
     }
 }
 
 ModuleRegistry::~ModuleRegistry() = default;
 
-bool ModuleRegistry::RegisterDataProvider(const DataProviderInfo& dataProviderInfo, RequestHandler handler,
-                                          const Gate& gate)
+bool ModuleRegistry::RegisterDataProvider(const BasicString& moduleName, const DataProviderInfo& dataProviderInfo,
+                                          RequestHandler handler, const Gate& gate)
 {
     const BasicString& name = dataProviderInfo.GetDataProviderName();
-    if (!handler || !CanBeReached(name))
+    BasicString cause = handler ? FindRefusalCause(moduleName, name) : "it has no handler";
+    if (cause.empty())
     {
-        return false;
+        // What it replaces goes outside the lock.
+        auto provider = MakeDataProvider(moduleName, name, std::move(handler), gate);
+        const std::lock_guard lock(mutex);
+        cause = dataProviders.TryAdd(provider) ? "" : "the name is taken";
     }
-    // What it replaces goes outside the lock.
-    auto provider = MakeDataProvider(name, std::move(handler), gate);
-    const std::lock_guard lock(mutex);
-    return dataProviders.TryAdd(provider);
+    if (!cause.empty())
+    {
+        Log(LogLevel::Warning, "the data provider '{0}' of the module '{1}' is refused: {2}", name, moduleName, cause);
+    }
+    return cause.empty();
 }
 
-std::shared_ptr<DataProvider> ModuleRegistry::MakeDataProvider(const BasicString& name, RequestHandler handler,
-                                                               const Gate& gate) const
+/// Empty: the module may have the name, unless it is taken.
+BasicString ModuleRegistry::FindRefusalCause(const BasicString& moduleName, const BasicString& name) const
+{
+    if (!CanBeReached(name))
+    {
+        return "no request can reach the name";
+    }
+    const auto found = expected.find(name);
+    return found == expected.end() || found->second.moduleName == moduleName
+               ? ""
+               : "the configuration gives the name to the module '" + found->second.moduleName + '\'';
+}
+
+std::shared_ptr<DataProvider> ModuleRegistry::MakeDataProvider(const BasicString& moduleName, const BasicString& name,
+                                                               RequestHandler handler, const Gate& gate) const
 {
     const auto found = expected.find(name);
     auto provider = std::make_shared<DataProvider>();
     provider->name = name;
     provider->handler = std::move(handler);
-    provider->strand = std::make_shared<Http::RequestStrand>(loop, name, maximumWaiting);
+    provider->strand = std::make_shared<Http::RequestStrand>(
+        loop, "the data provider '" + name + "' of the module '" + moduleName + '\'', maximumWaiting);
     provider->gate = gate;
-    provider->isSafe = found != expected.end() && found->second;
+    provider->isSafe = found != expected.end() && found->second.isSafe;
     return provider;
 }
 
@@ -164,7 +185,7 @@ bool ModuleRegistry::IsExpected(std::string_view name) const
 std::vector<BasicString> ModuleRegistry::FindUnavailableDataProviders() const
 {
     std::map<BasicString, std::shared_ptr<const DataProvider>> asked;
-    for (const auto& [name, isSafe] : expected)
+    for (const auto& [name, provider] : expected)
     {
         asked.emplace(name, nullptr);
     }
@@ -184,6 +205,35 @@ std::vector<BasicString> ModuleRegistry::FindUnavailableDataProviders() const
         }
     }
     return names;
+}
+
+void ModuleRegistry::ReportDifferences(const BasicString& moduleName, const ModuleGate& gate)
+{
+    BasicString unconfigured;
+    BasicString unregistered;
+    const std::lock_guard lock(mutex);
+    const auto registered = dataProviders.GetAllOf(gate);
+    for (const auto& provider : registered)
+    {
+        unconfigured += IsExpected(provider->name) ? "" : " '" + provider->name + '\'';
+    }
+    for (const auto& each : expected)
+    {
+        const bool isMissing =
+            each.second.moduleName == moduleName &&
+            std::none_of(registered.begin(), registered.end(),
+                         [&each](const auto& provider) { return provider->name == each.first; });
+        unregistered += isMissing ? " '" + each.first + '\'' : "";
+    }
+    BasicString difference =
+        (unconfigured.empty() ? "" : " registers data providers that the configuration does not name:" + unconfigured) +
+        (unconfigured.empty() || unregistered.empty() ? "" : ", and") +
+        (unregistered.empty() ? "" : " does not register those that the configuration names:" + unregistered);
+    if (!difference.empty() && differences[moduleName] != difference)
+    {
+        Log(LogLevel::Warning, "the module '{0}'{1}", moduleName, difference);
+    }
+    differences[moduleName] = std::move(difference);
 }
 
 bool ModuleRegistry::IsAvailable(const ModuleGate& gate) const

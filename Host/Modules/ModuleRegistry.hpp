@@ -6,6 +6,7 @@
 #include "Host/Modules/RegisteredPage.hpp"
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/Registration/DataProviderInfo.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
@@ -22,7 +23,7 @@ namespace Oxa::Host::Modules
 /// What the modules have registered, each by its gate. What a module takes back while its gate is closed, because it is
 /// being set up again, is kept until `DropWithdrawn`, but not called: it is away rather than unknown, and its name
 /// stays the module's. Safe from any thread; no module is called under its lock.
-class ModuleRegistry final
+class ModuleRegistry final : private System::Commons::Diagnostics::Logging::Loggable<ModuleRegistry>
 {
 public:
     using Gate = std::shared_ptr<ModuleGate>;
@@ -36,9 +37,10 @@ public:
     ModuleRegistry& operator=(const ModuleRegistry&) = delete;
     ~ModuleRegistry();
 
-    /// False for a name that is taken, that is no plain path segment or that is reserved for the host's own routes.
-    [[nodiscard]] bool RegisterDataProvider(const DataProviderInfo& dataProviderInfo, RequestHandler handler,
-                                            const Gate& gate);
+    /// False, and the cause is logged, for a name that is taken, that the configuration gives to another module, that
+    /// is no plain path segment or that is reserved for the host's own routes.
+    [[nodiscard]] bool RegisterDataProvider(const BasicString& moduleName, const DataProviderInfo& dataProviderInfo,
+                                            RequestHandler handler, const Gate& gate);
     /// Returns when no request is under way. Questions are kept away by the gate.
     void UnregisterDataProvider(const BasicString& dataProviderName);
     /// False for a name that is taken.
@@ -59,6 +61,10 @@ public:
     /// Names of data providers that are configured and not registered or registered and not available. Calls modules.
     [[nodiscard]] std::vector<BasicString> FindUnavailableDataProviders() const;
 
+    /// Warns when the names that the module has registered and those that the configuration gives to it differ. Once
+    /// for each difference. After a set-up.
+    void ReportDifferences(const BasicString& moduleName, const ModuleGate& gate);
+
     /// Whether everything that the module has registered says that it is available. Calls the module, whether its gate
     /// is open or not: for the thread that sets it up.
     [[nodiscard]] bool IsAvailable(const ModuleGate& gate) const;
@@ -75,18 +81,27 @@ private:
         bool isWithdrawn = false;
     };
 
-    [[nodiscard]] std::shared_ptr<DataProvider> MakeDataProvider(const BasicString& name, RequestHandler handler,
-                                                                 const Gate& gate) const;
+    struct ExpectedDataProvider
+    {
+        BasicString moduleName;
+        bool isSafe = false;
+    };
+
+    [[nodiscard]] BasicString FindRefusalCause(const BasicString& moduleName, const BasicString& name) const;
+    [[nodiscard]] std::shared_ptr<DataProvider> MakeDataProvider(const BasicString& moduleName, const BasicString& name,
+                                                                 RequestHandler handler, const Gate& gate) const;
 
     Threads::EventLoop& loop;
     const std::size_t maximumWaiting;
-    /// Configured names, and whether they are safe.
-    std::map<BasicString, bool, std::less<>> expected;
+    /// By their configured names.
+    std::map<BasicString, ExpectedDataProvider, std::less<>> expected;
 
     mutable System::Commons::Mutex mutex;
     RegisteredList<DataProvider> dataProviders;
     RegisteredList<RegisteredPage> pages;
     std::vector<Language> languages;
+    /// The last difference of each module.
+    std::map<BasicString, BasicString> differences;
 };
 
 } // namespace Oxa::Host::Modules

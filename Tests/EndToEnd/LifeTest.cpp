@@ -122,7 +122,7 @@ TEST(Ending, TakesBackWhatAModuleLeavesBehindBeforeItsLibraryGoes)
     HostProcess host({.fault = "reset"});
     host.WaitUntilReady();
     EXPECT_EQ(host.Stop(), 0);
-    EXPECT_THAT(host.GetProcess().GetErrors(), testing::HasSubstr("a module left 'FakeDp' registered"));
+    EXPECT_THAT(host.GetProcess().GetErrors(), testing::HasSubstr("the module 'Fake' left 'FakeDp' registered"));
     EXPECT_THAT(host.GetFolder().Read("trace"), testing::HasSubstr("module library unloaded\ncomponent stopped\n"));
 }
 

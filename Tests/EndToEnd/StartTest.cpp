@@ -120,7 +120,7 @@ TEST(Starting, GoesOnWithoutAModuleThatFailsAndIsNotReady)
         {fake, "Fake", "constructor-private", "unknown type"},
         {fake, "Fake", "setup", "does not want to"},
         {fake, "Fake", "setup-private", "unknown type"},
-        {fake, "Fake", "setup-and-reset", "a module left 'FakeDp' registered"},
+        {fake, "Fake", "setup-and-reset", "the module 'Fake' left 'FakeDp' registered"},
         {fake, "Fake", "start", "does not want to"},
     };
     for (const Case& each : cases)
