@@ -11,6 +11,7 @@
 namespace Oxa::Host::Http
 {
 
+using System::Commons::Diagnostics::CallRecord;
 using System::Commons::Diagnostics::Logging::LogLevel;
 using System::Rsc::RscFault;
 using System::Rsc::RscServiceException;
@@ -38,7 +39,7 @@ const Problem& GetProblem(RscFault fault) noexcept
 } // namespace
 
 RequestStrand::RequestStrand(Threads::EventLoop& loop, BasicString name, std::size_t maximumWaiting)
-    : loop(loop), reserve(loop), name(std::move(name)), maximumWaiting(maximumWaiting)
+    : loop(loop), reserve(loop), record(std::move(name)), maximumWaiting(maximumWaiting)
 {
 }
 
@@ -142,16 +143,17 @@ void RequestStrand::ExecuteOrAnswerFault(IHttpExchange& exchange, void (*invoke)
 {
     try
     {
+        const CallRecord::Scope call(record, exchange.GetRequest().path);
         invoke(function, exchange);
     }
     catch (const RscServiceException& exception)
     {
-        Log(LogLevel::Warning, "{0}: {1}", name, exception.what());
+        Log(LogLevel::Warning, "{0}: {1}", record.GetSubject(), exception.what());
         SendProblem(exchange, GetProblem(exception.GetFault()));
     }
     catch (...)
     {
-        FaultReport::Answer(exchange, name);
+        FaultReport::Answer(exchange, record.GetSubject());
     }
 }
 

@@ -3,6 +3,7 @@
 #include "Host/Http/IHttpExchange.hpp"
 #include "Host/Http/IHttpHandler.hpp"
 #include "Host/Threads/EventLoop.hpp"
+#include "Oxa/System/Commons/Diagnostics/CrashReport.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
@@ -94,7 +95,7 @@ private:
 
     Threads::EventLoop& loop;
     const Threads::EventLoop::Reserve reserve;
-    const BasicString name;
+    System::Commons::Diagnostics::CallRecord record;
     const std::size_t maximumWaiting;
     System::Commons::Mutex mutex;
     std::condition_variable becameIdle;

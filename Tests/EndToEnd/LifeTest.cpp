@@ -94,6 +94,18 @@ TEST(Ending, DoesNotDependOnAReaderOfStandardError)
     EXPECT_EQ(host.GetProcess().Wait(), 1);
 }
 
+TEST(Ending, TellsWhatWasServedWhenAModuleCrashes)
+{
+    HostProcess host;
+    host.WaitUntilReady();
+    auto client = host.Connect();
+    client.Write("POST /api/v1/FakeDp/Crash HTTP/1.1\r\nHost: test\r\n" + host.LogIn() + "\r\n");
+    EXPECT_EQ(host.GetProcess().Wait(), -SIGABRT);
+    EXPECT_THAT(host.GetProcess().GetErrors(),
+                testing::HasSubstr("\noxa-wbm: SIGABRT in '/api/v1/FakeDp/Crash' of the data provider 'FakeDp' of the "
+                                   "module 'Fake'\n"));
+}
+
 TEST(StartingAndEnding, TellsTheServiceManager)
 {
     const Support::TemporaryFolder folder;

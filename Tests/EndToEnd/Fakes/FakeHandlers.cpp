@@ -9,6 +9,7 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -37,6 +38,7 @@ FakeHandler::FakeHandler()
     RegisterHandlerDelegate("Reply", HandlerDelegate::Bind(*this, &FakeHandler::Reply));
     RegisterHandlerDelegate("Hang", HandlerDelegate::Bind(*this, &FakeHandler::Hang));
     RegisterHandlerDelegate("Fill", HandlerDelegate::Bind(*this, &FakeHandler::Fill));
+    RegisterHandlerDelegate("Crash", HandlerDelegate::Bind(*this, &FakeHandler::Crash));
     RegisterHandlerDelegate("Throw", HandlerDelegate::Bind(*this, &FakeHandler::Throw));
     RegisterHandlerDelegate("ThrowPrivately", HandlerDelegate::Bind(*this, &FakeHandler::ThrowPrivately));
     RegisterHandlerDelegate("LoseService", HandlerDelegate::Bind(*this, &FakeHandler::LoseService));
@@ -81,6 +83,11 @@ WbmResponse FakeHandler::Hang(const WbmRequest& request) const
 WbmResponse FakeHandler::Fill(const WbmRequest& request) const
 {
     return MakeText(BasicString(std::stoul(request.GetRequestParams().GetQuery().GetQueryString(true)), 'x'));
+}
+
+WbmResponse FakeHandler::Crash(const WbmRequest& /*request*/) const
+{
+    std::abort();
 }
 
 WbmResponse FakeHandler::Throw(const WbmRequest& /*request*/) const

@@ -35,6 +35,8 @@ private:
     [[nodiscard]] WbmResponse Hang(const WbmRequest& request) const;
     /// As many bytes as the query says.
     [[nodiscard]] WbmResponse Fill(const WbmRequest& request) const;
+    /// Ends the process by SIGABRT.
+    [[nodiscard]] WbmResponse Crash(const WbmRequest& request) const;
     [[nodiscard]] WbmResponse Throw(const WbmRequest& request) const;
     [[nodiscard]] WbmResponse ThrowPrivately(const WbmRequest& request) const;
     [[nodiscard]] WbmResponse LoseService(const WbmRequest& request) const;

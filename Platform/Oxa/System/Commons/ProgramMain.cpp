@@ -2,6 +2,7 @@
 
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/Diagnostics/BoundedWrite.hpp"
+#include "Oxa/System/Commons/Diagnostics/CrashReport.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/TemporaryException.hpp"
@@ -58,6 +59,7 @@ int RunProgram(const char* programName, const std::function<int(AppDomain&)>& ru
     try
     {
         std::signal(SIGPIPE, SIG_IGN);
+        Diagnostics::InstallCrashReport();
         AppDomain appDomain(programName);
         const DomainOfProcess domain(appDomain);
         return run(appDomain);

@@ -26,8 +26,8 @@ using CommandLineOrStatus = std::variant<CommandLine, int>;
 /// Runs the main part of a program in an application domain of the program's name, which is the process's one
 /// meanwhile, and returns its exit status. What escapes it is told on standard error: an XmlException, with its
 /// position, and a ConfigurationException are faults of the configuration, a TemporaryException is a temporary fault,
-/// everything else is a failure. A reader of the output that goes away does not end the program. Requires: called once,
-/// by main.
+/// everything else is a failure. A crash is reported on standard error as well. A reader of the output that goes away
+/// does not end the program. Requires: called once, by main.
 [[nodiscard]] OXA_EXPORT int RunProgram(const char* programName, const std::function<int(AppDomain&)>& run);
 
 /// As above, for a program with a command line. `parse()` gives a CommandLineOrStatus, `run(commandLine, appDomain)`
