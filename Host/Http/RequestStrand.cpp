@@ -19,6 +19,18 @@ using System::Rsc::RscServiceException;
 namespace
 {
 
+constexpr std::size_t maximumLoggedBytes = 128;
+
+std::chrono::seconds ToSeconds(std::chrono::steady_clock::duration duration)
+{
+    return std::chrono::duration_cast<std::chrono::seconds>(duration);
+}
+
+BasicString GetLoggedPath(const IHttpExchange& exchange)
+{
+    return BasicString(System::Commons::Text::Truncate(exchange.GetRequest().path, maximumLoggedBytes));
+}
+
 const Problem& GetProblem(RscFault fault) noexcept
 {
     switch (fault)
@@ -38,22 +50,105 @@ const Problem& GetProblem(RscFault fault) noexcept
 
 } // namespace
 
-RequestStrand::RequestStrand(Threads::EventLoop& loop, BasicString name, std::size_t maximumWaiting)
-    : loop(loop), reserve(loop), record(std::move(name)), maximumWaiting(maximumWaiting)
+RequestStrand::RequestStrand(Threads::EventLoop& loop, BasicString name, std::size_t maximumWaiting,
+                             std::chrono::milliseconds hangTime)
+    : loop(loop),
+      reserve(loop),
+      record(std::move(name)),
+      maximumWaiting(maximumWaiting),
+      hangTime(hangTime),
+      timer(loop.GetContext())
 {
 }
 
 RequestStrand::~RequestStrand() = default;
 
-bool RequestStrand::TryEnter()
+bool RequestStrand::TryEnter(IHttpExchange& exchange)
 {
     const std::lock_guard lock(mutex);
     if (isBusy || isClosed)
     {
         return false;
     }
-    isBusy = true;
+    BeginTask(exchange);
+    EnsureTimer();
     return true;
+}
+
+/// Requires: the mutex is held.
+void RequestStrand::BeginTask(IHttpExchange& exchange) noexcept
+{
+    isBusy = true;
+    current = &exchange;
+    begin = Clock::now();
+    isHangReported = false;
+}
+
+/// One timer for many tasks: it looks at the one that is under way when it ends, so that quick requests in a row set
+/// one in each hang time. Requires: the mutex is held, on the thread that runs the loop.
+void RequestStrand::EnsureTimer() noexcept
+{
+    if (!isTimerStarted)
+    {
+        StartTimer(hangTime);
+    }
+}
+
+void RequestStrand::StartTimer(Clock::duration delay) noexcept
+{
+    try
+    {
+        timer.expires_after(delay);
+        timer.async_wait(
+            [weak = weak_from_this()](const boost::system::error_code& /*error*/)
+            {
+                if (const auto self = weak.lock())
+                {
+                    self->CheckTask();
+                }
+            });
+        isTimerStarted = true;
+    }
+    catch (...)
+    {
+        // Out of memory: the next request tries again.
+    }
+}
+
+void RequestStrand::CheckTask()
+{
+    const std::lock_guard lock(mutex);
+    isTimerStarted = false;
+    if (!isBusy)
+    {
+        return;
+    }
+    const auto duration = Clock::now() - begin;
+    if (duration < hangTime)
+    {
+        StartTimer(hangTime - duration);
+        return;
+    }
+    isHangReported = true;
+    Log(LogLevel::Warning, "{0}: the request '{1}' has lasted {2} s and is still in progress", record.GetSubject(),
+        GetLoggedPath(*current), ToSeconds(duration).count());
+}
+
+void RequestStrand::ReportReturn(Clock::duration duration) const
+{
+    Log(LogLevel::Notice, "{0}: the request that hung has returned after {1} s", record.GetSubject(),
+        ToSeconds(duration).count());
+}
+
+std::optional<RequestStrand::HangingTask> RequestStrand::FindHangingTask() const
+{
+    const std::lock_guard lock(mutex);
+    const auto duration = Clock::now() - begin;
+    if (!isBusy || duration < hangTime)
+    {
+        return std::nullopt;
+    }
+    return HangingTask{GetLoggedPath(*current), ToSeconds(duration)};
 }
 
 Handling RequestStrand::Enqueue(const std::shared_ptr<IHttpExchange>& exchange, Task task)
@@ -72,7 +167,8 @@ Handling RequestStrand::Enqueue(const std::shared_ptr<IHttpExchange>& exchange, 
             waiting.emplace_back(exchange, std::move(task));
             return Handling::Deferred;
         }
-        isBusy = true;
+        BeginTask(*exchange);
+        EnsureTimer();
     }
     // It became idle a moment ago.
     const Visit visit(*this);
@@ -100,14 +196,20 @@ void RequestStrand::Leave() noexcept
 std::optional<RequestStrand::Waiting> RequestStrand::TakeNext()
 {
     const std::lock_guard lock(mutex);
+    if (isHangReported)
+    {
+        ReportReturn(Clock::now() - begin);
+    }
     if (waiting.empty())
     {
         isBusy = false;
+        isHangReported = false;
         becameIdle.notify_all();
         return std::nullopt;
     }
     std::optional<Waiting> next = std::move(waiting.front());
     waiting.pop_front();
+    BeginTask(*next->first);
     return next;
 }
 
@@ -117,6 +219,10 @@ void RequestStrand::PostNext(Waiting next)
     boost::asio::post(loop.GetContext(),
                       [self = shared_from_this(), next = std::move(next)]() mutable
                       {
+                          {
+                              const std::lock_guard lock(self->mutex);
+                              self->EnsureTimer();
+                          }
                           {
                               const Visit visit(*self);
                               self->Execute(*next.first, next.second);

@@ -8,6 +8,9 @@
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <boost/asio/steady_timer.hpp>
+
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
@@ -22,15 +25,25 @@ namespace Oxa::Host::Http
 /// Runs tasks that call foreign code and answer a request, never two at the same time. A task that finds the strand
 /// idle runs at once on the calling thread; others wait, up to a bound. What a task throws is logged once and becomes a
 /// problem: 502, 503 or 504 for a fault of the remote service call layer, else 500 with a request id, which the log
-/// names as well. Threads: safe from any thread of the event loop; `Close` from any.
+/// names as well. A task that hangs is logged, and again when it returns. Threads: safe from any thread of the event
+/// loop; `Close` from any.
 class RequestStrand final : public std::enable_shared_from_this<RequestStrand>,
                             private System::Commons::Diagnostics::Logging::Loggable<RequestStrand>
 {
 public:
     using Task = std::function<void(IHttpExchange&)>;
 
-    /// `name` is for the log.
-    RequestStrand(Threads::EventLoop& loop, BasicString name, std::size_t maximumWaiting);
+    /// A task that has lasted for the hang time.
+    struct HangingTask
+    {
+        /// Of the request.
+        BasicString path;
+        std::chrono::seconds duration;
+    };
+
+    /// `name` is for the log. `hangTime`: by default longer than a call of a service may take, but for commands.
+    RequestStrand(Threads::EventLoop& loop, BasicString name, std::size_t maximumWaiting,
+                  std::chrono::milliseconds hangTime = std::chrono::seconds(5));
     RequestStrand(const RequestStrand&) = delete;
     RequestStrand& operator=(const RequestStrand&) = delete;
     ~RequestStrand();
@@ -39,7 +52,7 @@ public:
     template <class F>
     [[nodiscard]] Handling Run(const std::shared_ptr<IHttpExchange>& exchange, F&& task)
     {
-        if (TryEnter())
+        if (TryEnter(*exchange))
         {
             const Visit visit(*this);
             Execute(*exchange, task);
@@ -51,7 +64,11 @@ public:
     /// Refuses what waits and what comes, and returns when no task is under way.
     void Close();
 
+    /// The task under way when it hangs. Any thread.
+    [[nodiscard]] std::optional<HangingTask> FindHangingTask() const;
+
 private:
+    using Clock = std::chrono::steady_clock;
     using Waiting = std::pair<std::shared_ptr<IHttpExchange>, Task>;
 
     /// Leaves a strand that was entered.
@@ -72,7 +89,12 @@ private:
         RequestStrand& strand;
     };
 
-    [[nodiscard]] bool TryEnter();
+    [[nodiscard]] bool TryEnter(IHttpExchange& exchange);
+    void BeginTask(IHttpExchange& exchange) noexcept;
+    void EnsureTimer() noexcept;
+    void StartTimer(Clock::duration delay) noexcept;
+    void CheckTask();
+    void ReportReturn(Clock::duration duration) const;
     [[nodiscard]] Handling Enqueue(const std::shared_ptr<IHttpExchange>& exchange, Task task);
     void Leave() noexcept;
     [[nodiscard]] std::optional<Waiting> TakeNext();
@@ -97,11 +119,19 @@ private:
     const Threads::EventLoop::Reserve reserve;
     System::Commons::Diagnostics::CallRecord record;
     const std::size_t maximumWaiting;
-    System::Commons::Mutex mutex;
+    const std::chrono::milliseconds hangTime;
+    mutable System::Commons::Mutex mutex;
     std::condition_variable becameIdle;
     bool isBusy = false;
     bool isClosed = false;
     std::deque<Waiting> waiting;
+
+    /// Of the task under way. Never null while the strand is busy.
+    IHttpExchange* current = nullptr;
+    Clock::time_point begin;
+    bool isHangReported = false;
+    bool isTimerStarted = false;
+    boost::asio::steady_timer timer;
 };
 
 } // namespace Oxa::Host::Http

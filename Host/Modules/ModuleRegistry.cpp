@@ -22,9 +22,13 @@ bool CanBeReached(std::string_view name)
     return !name.empty() && name.find_first_not_of(allowed) == std::string_view::npos && !RouteNames::IsReserved(name);
 }
 
-/// Does not call a module whose gate is closed.
+/// Does not call a module whose gate is closed, nor one that hangs: that may hang here as well.
 bool MayBeAsked(const DataProvider& provider)
 {
+    if (provider.strand->FindHangingTask())
+    {
+        return false;
+    }
     const ModuleGate::Visit visit(*provider.gate);
     return visit && !provider.isWithdrawn && provider.handler->IsAvailable();
 }
@@ -205,6 +209,20 @@ std::vector<BasicString> ModuleRegistry::FindUnavailableDataProviders() const
         }
     }
     return names;
+}
+
+std::vector<Http::RequestStrand::HangingTask> ModuleRegistry::FindHangingRequests() const
+{
+    std::vector<Http::RequestStrand::HangingTask> hanging;
+    const std::lock_guard lock(mutex);
+    for (const auto& provider : dataProviders.GetAll())
+    {
+        if (auto task = provider->strand->FindHangingTask())
+        {
+            hanging.push_back(std::move(*task));
+        }
+    }
+    return hanging;
 }
 
 void ModuleRegistry::ReportDifferences(const BasicString& moduleName, const ModuleGate& gate)

@@ -65,6 +65,9 @@ public:
     /// for each difference. After a set-up.
     void ReportDifferences(const BasicString& moduleName, const ModuleGate& gate);
 
+    /// Of all data providers.
+    [[nodiscard]] std::vector<Http::RequestStrand::HangingTask> FindHangingRequests() const;
+
     /// Whether everything that the module has registered says that it is available. Calls the module, whether its gate
     /// is open or not: for the thread that sets it up.
     [[nodiscard]] bool IsAvailable(const ModuleGate& gate) const;

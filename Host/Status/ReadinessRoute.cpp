@@ -64,6 +64,11 @@ void ReadinessRoute::Answer(Http::IHttpExchange& exchange) const
         }
     }
     const std::vector<BasicString> dataProviders = registry.FindUnavailableDataProviders();
+    for (const auto& request : registry.FindHangingRequests())
+    {
+        causes.push_back(System::Commons::Text::Format("the request '{0}' has lasted {1} s", request.path,
+                                                       request.duration.count()));
+    }
     if (failedComponents.empty() && failedModules.empty() && dataProviders.empty() && causes.empty())
     {
         exchange.Send({200, Http::jsonMediaType, {}}, R"({"status":"ready"})");

@@ -21,7 +21,8 @@ class ComponentManager;
 namespace Oxa::Host::Status
 {
 
-/// Says whether everything that is configured is up, and else what is missing, by name. Threads: the event loop's.
+/// Says whether everything that is configured is up, and else what is missing or hangs, by name. Threads: the event
+/// loop's.
 class ReadinessRoute final
 {
 public:

@@ -142,6 +142,13 @@ TEST(Dispatching, GoesOnWhileOneDataProviderHangs)
 
     EXPECT_EQ(host.Ask("GET", "/healthz").result_int(), 200U);
     EXPECT_EQ(host.Ask("POST", "/api/v1/FakeControlDp/Echo", admin, "other").body(), "|other");
+    auto observer = host.Connect();
+    EXPECT_TRUE(Support::Eventually(
+        [&observer]
+        {
+            const BasicString body = observer.Ask("GET", "/readyz").body();
+            return body.find("the request '/api/v1/FakeDp/Hang' has lasted ") != BasicString::npos;
+        }));
     // Two may wait, and whichever comes last is refused.
     Support::HttpClient clients[] = {host.Connect(), host.Connect(), host.Connect()};
     for (auto& client : clients)

@@ -36,7 +36,7 @@ protected:
         exchange.Send({200, "text/plain", {}}, "done");
     }
 
-    Tests::Support::LogRecorder log{System::Commons::Diagnostics::Logging::LogLevel::Warning};
+    Tests::Support::LogRecorder log{System::Commons::Diagnostics::Logging::LogLevel::Notice};
     Threads::EventLoop loop;
     std::shared_ptr<RequestStrand> strand = std::make_shared<RequestStrand>(loop, "Dp", 1);
     Handling handling = Handling::Deferred;
@@ -99,6 +99,35 @@ TEST_F(Strands, TellFaultsOfServicesApartAndLogEachOnce)
     }
     ASSERT_EQ(log.GetEntries().size(), std::size(cases));
     EXPECT_EQ(log.GetEntries()[1].message, "Dp: of 504");
+}
+
+TEST_F(Strands, LogATaskThatHangsOnceAndItsReturn)
+{
+    strand = std::make_shared<RequestStrand>(loop, "Dp", 1, std::chrono::milliseconds(1));
+    const auto exchange = std::make_shared<FakeExchange>();
+    exchange->request.path = "/api/v1/Dp/Hang";
+    const auto hang = [this](IHttpExchange& each)
+    {
+        loop.GetContext().restart();
+        loop.GetContext().run_one();
+        const auto task = strand->FindHangingTask();
+        EXPECT_EQ(task ? task->path : "none", "/api/v1/Dp/Hang");
+        EXPECT_EQ(loop.GetContext().poll(), 0U) << "it is logged once";
+        Answer(each);
+    };
+    for (int index = 0; index < 2; ++index)
+    {
+        EXPECT_EQ(strand->Run(exchange, hang), Handling::Answered);
+        EXPECT_FALSE(strand->FindHangingTask());
+    }
+    std::vector<BasicString> messages;
+    for (const auto& entry : log.GetEntries())
+    {
+        messages.push_back(entry.message);
+    }
+    const BasicString hangs = "Dp: the request '/api/v1/Dp/Hang' has lasted 0 s and is still in progress";
+    EXPECT_THAT(messages, testing::ElementsAre(hangs, "Dp: the request that hung has returned after 0 s", hangs,
+                                               "Dp: the request that hung has returned after 0 s"));
 }
 
 TEST_F(Strands, GoOnWhenNotEvenTheFaultCanBeAnswered)
