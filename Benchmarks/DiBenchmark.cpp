@@ -31,12 +31,12 @@ struct Bench
 {
     Bench()
     {
-        Benchmarks::ProvideMemoryServices();
         dataHandler.SubscribeServices();
         dataHandler.Setup();
         controlHandler.SubscribeServices();
     }
 
+    const Benchmarks::ProvidedMemoryServices services;
     DiSettings settings;
     DiHandler dataHandler{settings};
     DiControlHandler controlHandler;

@@ -8,6 +8,7 @@
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/IRtcService.hpp"
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/RtcServiceProxyFactory.hpp"
+#include "Oxa/System/Rsc/RscRegistration.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationServiceProxyFactory.hpp"
 #include "Oxa/System/Um/Services/Internal/IAuthorizationService.hpp"
@@ -128,13 +129,19 @@ struct MemoryAuthorizationService final : System::Um::Services::Internal::IAutho
     }
 };
 
-inline void ProvideMemoryServices()
+/// The services of two providers, until it goes.
+class ProvidedMemoryServices final
 {
-    using namespace Oxa::Device::Interface::Services;
-    using System::Rsc::ServiceManager;
-    ServiceManager::RegisterService(
-        DeviceInfoServiceProxyFactory::GetInstance(),
-        std::make_shared<MemoryItemService<IDeviceInfoService>>(std::unordered_map<std::string_view, ItemValue>{
+    using Control = Oxa::Device::Interface::Services::DeviceControlServiceProxyFactory;
+    using Info = Oxa::Device::Interface::Services::DeviceInfoServiceProxyFactory;
+    using Status = Oxa::Device::Interface::Services::DeviceStatusServiceProxyFactory;
+    using Rtc = Oxa::Hardware::RealTimeClock::Services::Internal::RtcServiceProxyFactory;
+    using Authorization = System::Um::Services::Internal::AuthorizationServiceProxyFactory;
+
+    static std::shared_ptr<System::Rsc::IRscService> MakeInfo()
+    {
+        using namespace Oxa::Device::Interface::Services;
+        return std::make_shared<MemoryItemService<IDeviceInfoService>>(std::unordered_map<std::string_view, ItemValue>{
             {"General.ArticleName", ItemValue("Controller 4")},
             {"General.ArticleNumber", ItemValue("1051328")},
             {"General.SerialNumber", ItemValue("1357924680")},
@@ -144,42 +151,49 @@ inline void ProvideMemoryServices()
             {"General.SPNS.Firmware.Version", ItemValue("1.2.3")},
             {"General.SPNS.Fpga.Version", ItemValue("4.5.6")},
             {"Cpu.Cores.Count", ItemValue(uint8{4})},
-        }));
-    ServiceManager::RegisterService(
-        DeviceStatusServiceProxyFactory::GetInstance(),
-        std::make_shared<MemoryItemService<IDeviceStatusService>>(std::unordered_map<std::string_view, ItemValue>{
-            {"Status.System.UpTime.Seconds", ItemValue(uint64{86'400})},
-            {"Status.Board.Temperature.Centigrade", ItemValue(int8{41})},
-            {"Status.Memory.Usage.Percent.Actual", ItemValue(uint8{37})},
-            {"Status.UserPartition.Total", ItemValue(uint64{4'000'000'000})},
-            {"Status.UserPartition.Usage", ItemValue(uint64{1'000'000'000})},
-            {"Status.UserPartition.Usage.Percent", ItemValue(uint8{25})},
-            {"Status.Cpu.0.Load.Percent", ItemValue(uint8{10})},
-            {"Status.Cpu.1.Load.Percent", ItemValue(uint8{11})},
-            {"Status.Cpu.2.Load.Percent", ItemValue(uint8{12})},
-            {"Status.Cpu.3.Load.Percent", ItemValue(uint8{13})},
-            {"Status.Cpu.4.Load.Percent", ItemValue(uint8{14})},
-            {"Status.Leds.Pnio.Bf_C", ItemValue(uint32{0x00010001})},
-            {"Status.Leds.Runtime.Run", ItemValue(uint32{0x00010001})},
-            {"Status.Leds.Pnio.Bf_D", ItemValue(uint32{0x00010001})},
-            {"Status.Leds.Runtime.Fail", ItemValue(uint32{0x00010001})},
-            {"Status.Leds.Pnio.Sf", ItemValue(uint32{0x00010001})},
-            {"Status.Leds.Runtime.Debug", ItemValue(uint32{0x00010001})},
-            {"Status.Leds.Zelo.D", ItemValue(uint32{0x00010001})},
-            {"Status.Leds.Zelo.E", ItemValue(uint32{0x00010001})},
-            {"Status.Leds.Runtime.Ext", ItemValue(uint32{0x00010001})},
-            {"Status.Leds.Safety.Run", ItemValue(uint32{0x00010001})},
-            {"Status.Leds.Safety.Fs", ItemValue(uint32{0x00010001})},
-            {"Status.RunStopSwitch.Supported", ItemValue(true)},
-            {"Status.RunStopSwitch.Position", ItemValue("Run")},
-        }));
-    ServiceManager::RegisterService(DeviceControlServiceProxyFactory::GetInstance(),
-                                    std::make_shared<MemoryControlService>());
-    ServiceManager::RegisterService(System::Um::Services::Internal::AuthorizationServiceProxyFactory::GetInstance(),
-                                    std::make_shared<MemoryAuthorizationService>());
-    ServiceManager::RegisterService(
-        Oxa::Hardware::RealTimeClock::Services::Internal::RtcServiceProxyFactory::GetInstance(),
-        std::make_shared<MemoryRtcService>());
-}
+        });
+    }
+
+    static std::shared_ptr<System::Rsc::IRscService> MakeStatus()
+    {
+        using namespace Oxa::Device::Interface::Services;
+        return std::make_shared<MemoryItemService<IDeviceStatusService>>(
+            std::unordered_map<std::string_view, ItemValue>{
+                {"Status.System.UpTime.Seconds", ItemValue(uint64{86'400})},
+                {"Status.Board.Temperature.Centigrade", ItemValue(int8{41})},
+                {"Status.Memory.Usage.Percent.Actual", ItemValue(uint8{37})},
+                {"Status.UserPartition.Total", ItemValue(uint64{4'000'000'000})},
+                {"Status.UserPartition.Usage", ItemValue(uint64{1'000'000'000})},
+                {"Status.UserPartition.Usage.Percent", ItemValue(uint8{25})},
+                {"Status.Cpu.0.Load.Percent", ItemValue(uint8{10})},
+                {"Status.Cpu.1.Load.Percent", ItemValue(uint8{11})},
+                {"Status.Cpu.2.Load.Percent", ItemValue(uint8{12})},
+                {"Status.Cpu.3.Load.Percent", ItemValue(uint8{13})},
+                {"Status.Cpu.4.Load.Percent", ItemValue(uint8{14})},
+                {"Status.Leds.Pnio.Bf_C", ItemValue(uint32{0x00010001})},
+                {"Status.Leds.Runtime.Run", ItemValue(uint32{0x00010001})},
+                {"Status.Leds.Pnio.Bf_D", ItemValue(uint32{0x00010001})},
+                {"Status.Leds.Runtime.Fail", ItemValue(uint32{0x00010001})},
+                {"Status.Leds.Pnio.Sf", ItemValue(uint32{0x00010001})},
+                {"Status.Leds.Runtime.Debug", ItemValue(uint32{0x00010001})},
+                {"Status.Leds.Zelo.D", ItemValue(uint32{0x00010001})},
+                {"Status.Leds.Zelo.E", ItemValue(uint32{0x00010001})},
+                {"Status.Leds.Runtime.Ext", ItemValue(uint32{0x00010001})},
+                {"Status.Leds.Safety.Run", ItemValue(uint32{0x00010001})},
+                {"Status.Leds.Safety.Fs", ItemValue(uint32{0x00010001})},
+                {"Status.RunStopSwitch.Supported", ItemValue(true)},
+                {"Status.RunStopSwitch.Position", ItemValue("Run")},
+            });
+    }
+
+    System::Rsc::RscRegistration device{"boot",
+                                        "build",
+                                        {{Info::GetInstance(), MakeInfo()},
+                                         {Status::GetInstance(), MakeStatus()},
+                                         {Control::GetInstance(), std::make_shared<MemoryControlService>()},
+                                         {Rtc::GetInstance(), std::make_shared<MemoryRtcService>()}}};
+    System::Rsc::RscRegistration users{
+        "", "", {{Authorization::GetInstance(), std::make_shared<MemoryAuthorizationService>()}}};
+};
 
 } // namespace Oxa::Benchmarks

@@ -85,7 +85,7 @@ BasicString GetSocketPath(int core)
 
 void Serve(const BasicString& socketPath, int ready)
 {
-    Oxa::Benchmarks::ProvideMemoryServices();
+    const Oxa::Benchmarks::ProvidedMemoryServices services;
     Oxa::System::Rsc::RscServerConfiguration configuration;
     configuration.socketPath = socketPath;
     configuration.users = {{std::to_string(getuid()), true}};
@@ -213,9 +213,8 @@ void MeasureRemote(benchmark::State& state, ReadFunction read,
 
 void MeasureInProcess(benchmark::State& state, ReadFunction read)
 {
-    Oxa::Benchmarks::ProvideMemoryServices();
+    const Oxa::Benchmarks::ProvidedMemoryServices services;
     read(state, *GetService());
-    ServiceManager::UnregisterService(DeviceStatusServiceProxyFactory::GetInstance());
 }
 
 /// The service itself, to be taken off what a read in process takes.

@@ -34,14 +34,9 @@ constexpr const char* notificationSource = "Host";
 } // namespace
 
 WbmHost::AuthorizationProvider::AuthorizationProvider(System::Um::UserManager& users)
+    : registration({}, {},
+                   {{AuthorizationServiceProxyFactory::GetInstance(), std::make_shared<AuthorizationService>(users)}})
 {
-    ServiceManager::RegisterService(AuthorizationServiceProxyFactory::GetInstance(),
-                                    std::make_shared<AuthorizationService>(users));
-}
-
-WbmHost::AuthorizationProvider::~AuthorizationProvider()
-{
-    ServiceManager::UnregisterService(AuthorizationServiceProxyFactory::GetInstance());
 }
 
 WbmHost::ServiceEndpoints::ServiceEndpoints(const std::vector<System::Rsc::RscEndpointConfiguration>& configurations)

@@ -14,6 +14,7 @@
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
+#include "Oxa/System/Rsc/RscRegistration.hpp"
 
 #include <boost/asio/posix/stream_descriptor.hpp>
 #include <boost/asio/steady_timer.hpp>
@@ -60,9 +61,9 @@ private:
     {
     public:
         explicit AuthorizationProvider(System::Um::UserManager& users);
-        AuthorizationProvider(const AuthorizationProvider&) = delete;
-        AuthorizationProvider& operator=(const AuthorizationProvider&) = delete;
-        ~AuthorizationProvider();
+
+    private:
+        System::Rsc::RscRegistration registration;
     };
 
     /// Tells this process where the services of others are, until `Reset` or the end of its life.

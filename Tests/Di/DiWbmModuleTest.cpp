@@ -137,7 +137,7 @@ TEST_F(SettingUpTheModule, StaysRegisteredButUnavailableUntilASetUpFindsAllServi
             EXPECT_EQ(host.handlers[0]->IsAvailable(), host.handlers[1]->IsAvailable());
             return host.handlers[0]->IsAvailable();
         };
-        System::Rsc::ServiceManager::UnregisterService(*factory);
+        device.Provide(factory);
         EXPECT_FALSE(areAvailable()) << factory->GetServiceInterfaceName();
         fresh.ResetModule(host);
         device.Provide();
@@ -152,7 +152,7 @@ TEST_F(SettingUpTheModule, ReadsSettingsThenSubscribesAndSetsUpTheSectionsThenSu
     auto& clockFactory = *FakeDevice::GetFactories().back();
     const auto setUpWithoutClock = [&clockFactory, this]
     {
-        System::Rsc::ServiceManager::UnregisterService(clockFactory);
+        device.Provide(&clockFactory);
         host.handlers.clear();
         EXPECT_EQ(TrySetUp(), "");
         module.ResetModule(host);

@@ -1,5 +1,5 @@
 #include "EndToEnd/HostProcess.hpp"
-#include "Support/FakeBytePeer.hpp"
+#include "Support/ChildProcess.hpp"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -164,8 +164,8 @@ int TakeQuestion(int listening)
     };
     receiveUntil("BEGIN\r\n");
     send(connection, consent.data(), consent.size(), MSG_NOSIGNAL);
-    receiveUntil("GetAll");
-    EXPECT_THAT(received, testing::HasSubstr("GetAll"));
+    receiveUntil("GetRuns");
+    EXPECT_THAT(received, testing::HasSubstr("GetRuns"));
     return connection;
 }
 

@@ -1,7 +1,5 @@
 #include "Processes/DeviceProcess.hpp"
 
-#include "Support/FakeBytePeer.hpp"
-
 #include <sys/wait.h>
 #include <unistd.h>
 

@@ -26,6 +26,11 @@ using System::Rsc::ServiceManager;
 namespace
 {
 
+uint64 GetEpoch()
+{
+    return ServiceManager::GetEpoch("Oxa.Device");
+}
+
 struct LossCounter final : System::Rsc::IRscServiceListener
 {
     LossCounter()
@@ -190,23 +195,57 @@ TEST(KillingTheService, DoesNoHarmToManyReadersWhenTheSocketIsMadeAnew)
     KillAgainAndAgain(device, 10);
 }
 
-TEST(StoppingTheService, EndsCallsInTimeAndDropsAnswersThatComeTooLate)
+TEST(RestartingTheService, BeginsAnotherEpochWhenItIsAnotherDevice)
 {
     DeviceProcess device;
     device.Start();
     DeviceClient client(device.GetEndpoint());
     ASSERT_TRUE(client.TryFind());
+    uint64 epoch = GetEpoch();
+    for (const bool isAnother : {false, true, false})
+    {
+        device.Kill();
+        EXPECT_TRUE(Eventually([] { return GetEpoch() == 0; }, 2s));
+        EXPECT_EQ(client.Read("Test.1"), "NotAvailable");
+        if (isAnother)
+        {
+            device.GetFolder().Write("device.xml", device.GetFolder().Read("device.xml") + "<!-- another one -->");
+        }
+        device.Start();
+        EXPECT_TRUE(Eventually([] { return GetEpoch() != 0; }, 2s));
+        EXPECT_EQ(GetEpoch() != epoch, isAnother);
+        EXPECT_EQ(client.Read("Test.1"), "Test.1!");
+        epoch = GetEpoch();
+    }
+    // A restart that is only simulated is one as well.
+    EXPECT_EQ(client.Restart(), "success");
+    EXPECT_TRUE(Eventually([epoch] { return GetEpoch() > epoch; }, 10s));
+    EXPECT_EQ(client.Read("Test.1"), "Test.1!");
+}
+
+TEST(StoppingTheService, CostsNoCallMoreThanOneDeadline)
+{
+    DeviceProcess device;
+    device.Start();
+    DeviceClient client(device.GetEndpoint());
+    ASSERT_TRUE(client.TryFind());
+    const uint64 epoch = GetEpoch();
     {
         const Readers readers(client);
-        for (int number = 0; number < 3; ++number)
+        for (int round = 0; round < 3; ++round)
         {
             readers.WaitUntilRight(1);
             device.Suspend();
-            EXPECT_EQ(client.Read(MakeKey(number)), "TimedOut");
-            EXPECT_EQ(client.ReadMany({MakeKey(number), MakeKey(number + 1)}), "TimedOut");
+            EXPECT_TRUE(Eventually([] { return GetEpoch() == 0; }, DeviceProcess::readTimeout + 500ms));
+            for (int call = 0; call < 10; ++call)
+            {
+                const Outcome outcome = client.Read("Test.1");
+                EXPECT_EQ(outcome, "NotAvailable");
+                EXPECT_LT(outcome.duration, DeviceProcess::readTimeout / 2);
+            }
             device.GetProcess().SendSignal(SIGCONT);
-            EXPECT_EQ(client.Read(MakeKey(number + 2)), MakeKey(number + 2) + '!');
             EXPECT_LE(readers.WaitUntilRight(5), 2s);
+            EXPECT_EQ(GetEpoch(), epoch);
         }
         EXPECT_EQ(readers.GetWrongValue(), "");
         EXPECT_LE(readers.GetLongestCall(), DeviceProcess::readTimeout + 500ms);

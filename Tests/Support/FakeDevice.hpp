@@ -4,14 +4,17 @@
 #include "Oxa/Device/Interface/Services/DeviceInfoServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/RtcServiceProxyFactory.hpp"
-#include "Oxa/System/Rsc/ServiceManager.hpp"
+#include "Oxa/System/Rsc/RscRegistration.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationServiceProxyFactory.hpp"
 #include "Support/FakeDeviceServices.hpp"
 
 #include <fmt/format.h>
 
+#include <cstddef>
+#include <map>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 namespace Oxa::Tests::Support
 {
@@ -33,14 +36,7 @@ public:
 
     FakeDevice(const FakeDevice&) = delete;
     FakeDevice& operator=(const FakeDevice&) = delete;
-
-    ~FakeDevice()
-    {
-        for (auto* const factory : GetFactories())
-        {
-            System::Rsc::ServiceManager::UnregisterService(*factory);
-        }
-    }
+    ~FakeDevice() = default;
 
     /// In the order in which handlers subscribe them.
     [[nodiscard]] static std::vector<System::Rsc::IRscServiceProxyFactory*> GetFactories()
@@ -52,15 +48,27 @@ public:
                 &Oxa::Hardware::RealTimeClock::Services::Internal::RtcServiceProxyFactory::GetInstance()};
     }
 
-    void Provide()
+    /// Provides all services but one.
+    void Provide(const System::Rsc::IRscServiceProxyFactory* absent = nullptr)
     {
+        using System::Rsc::RscRegistration;
         const auto factories = GetFactories();
-        using System::Rsc::ServiceManager;
-        ServiceManager::RegisterService(*factories[0], infoService);
-        ServiceManager::RegisterService(*factories[1], statusService);
-        ServiceManager::RegisterService(*factories[2], controlService);
-        ServiceManager::RegisterService(*factories[3], authorizationService);
-        ServiceManager::RegisterService(*factories[4], rtcService);
+        const std::shared_ptr<System::Rsc::IRscService> implementations[] = {infoService, statusService, controlService,
+                                                                             authorizationService, rtcService};
+        std::map<BasicString, std::vector<RscRegistration::Service>> providers;
+        for (std::size_t index = 0; index < factories.size(); ++index)
+        {
+            if (factories[index] != absent)
+            {
+                providers[factories[index]->GetServiceProviderName()].push_back(
+                    {*factories[index], implementations[index]});
+            }
+        }
+        registrations.clear();
+        for (const auto& [name, services] : providers)
+        {
+            registrations.push_back(std::make_unique<RscRegistration>("boot", "build", services));
+        }
     }
 
     template <class T>
@@ -84,6 +92,8 @@ public:
     std::shared_ptr<FakeRtcService> rtcService = std::make_shared<FakeRtcService>();
 
 private:
+    std::vector<std::unique_ptr<System::Rsc::RscRegistration>> registrations;
+
     void FillInfo()
     {
         SetInfo("General.ArticleName", std::string_view("Controller 4"));

@@ -2,12 +2,13 @@
 
 #include "GuestBookService.hpp"
 #include "GuestBookServiceProxyFactory.hpp"
-#include "Oxa/System/Rsc/ServiceManager.hpp"
+
+#include <vector>
 
 namespace GuestBook
 {
 
-using Oxa::System::Rsc::ServiceManager;
+using Oxa::System::Rsc::RscRegistration;
 
 GuestBookComponent::GuestBookComponent() = default;
 
@@ -20,12 +21,13 @@ void GuestBookComponent::Setup(const Oxa::System::Acf::ComponentInfo& /*componen
 
 void GuestBookComponent::Start()
 {
-    ServiceManager::RegisterService(GuestBookServiceProxyFactory::GetInstance(), service);
+    using Service = RscRegistration::Service;
+    registration.emplace("", "", std::vector<Service>{{GuestBookServiceProxyFactory::GetInstance(), service}});
 }
 
 void GuestBookComponent::Stop() noexcept
 {
-    ServiceManager::UnregisterService(GuestBookServiceProxyFactory::GetInstance());
+    registration.reset();
 }
 
 } // namespace GuestBook

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "Oxa/System/Acf/IComponent.hpp"
+#include "Oxa/System/Rsc/RscRegistration.hpp"
 
 #include <memory>
+#include <optional>
 
 namespace GuestBook
 {
@@ -22,6 +24,7 @@ public:
 
 private:
     std::shared_ptr<GuestBookService> service;
+    std::optional<Oxa::System::Rsc::RscRegistration> registration;
 };
 
 } // namespace GuestBook

@@ -4,7 +4,7 @@
 #include "Device/FakeTime.hpp"
 #include "Device/Services/DeviceControlService.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
-#include "Oxa/System/Rsc/Internal/CallContextScope.hpp"
+#include "Oxa/System/Rsc/Internal/Server/CallContextScope.hpp"
 #include "Support/LogRecorder.hpp"
 #include "Support/Possessions.hpp"
 

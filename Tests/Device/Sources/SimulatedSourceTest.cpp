@@ -4,7 +4,7 @@
 #include "Device/FakeTime.hpp"
 #include "Device/ItemValueText.hpp"
 #include "Device/Sources/SimulatedFaultSource.hpp"
-#include "Oxa/System/Rsc/Internal/CallContextScope.hpp"
+#include "Oxa/System/Rsc/Internal/Server/CallContextScope.hpp"
 
 #include <gtest/gtest.h>
 

@@ -64,7 +64,7 @@ TEST(SubscribingServices, StopsAtTheFirstOneThatCannotBeHadAndKeepsTheRest)
     for (std::size_t failing = 0; failing < FakeDevice::GetFactories().size(); ++failing)
     {
         FakeDevice device;
-        ServiceManager::UnregisterService(*FakeDevice::GetFactories()[failing]);
+        device.Provide(FakeDevice::GetFactories()[failing]);
         OpenHandler handler;
         EXPECT_FALSE(handler.SubscribeBaseServices());
         EXPECT_FALSE(handler.BaseServicesAvailable());
@@ -72,7 +72,7 @@ TEST(SubscribingServices, StopsAtTheFirstOneThatCannotBeHadAndKeepsTheRest)
         device.Provide();
         EXPECT_TRUE(handler.SubscribeBaseServices());
         const auto complete = handler.GetMembers();
-        ServiceManager::UnregisterService(*FakeDevice::GetFactories()[failing]);
+        device.Provide(FakeDevice::GetFactories()[failing]);
         EXPECT_FALSE(handler.SubscribeBaseServices());
         for (std::size_t index = 0; index < first.size(); ++index)
         {
@@ -110,10 +110,11 @@ TEST(SubscribingServices, RefusesAServiceWithoutProviderOrOfAnotherInterface)
     {
         return TryGetService(factory, member);
     };
-    ServiceManager::RegisterService(factory, std::make_shared<IRscService>());
-    EXPECT_THAT(tryGet, ThrowsMessage<InvalidCastException>(
-                            "The service does not implement service interface 'Test::IService'."));
-    ServiceManager::UnregisterService(factory);
+    {
+        const RscRegistration registration("", "", {{factory, std::make_shared<IRscService>()}});
+        EXPECT_THAT(tryGet, ThrowsMessage<InvalidCastException>(
+                                "The service does not implement service interface 'Test::IService'."));
+    }
     EXPECT_FALSE(tryGet());
 
     factory.providerName = "";

@@ -1,7 +1,7 @@
 #include "Oxa/System/Rsc/RscCallContext.hpp"
 
 #include "Oxa/System/Commons/Text.hpp"
-#include "Oxa/System/Rsc/Internal/UserNames.hpp"
+#include "Oxa/System/Rsc/Internal/Server/ServerUsers.hpp"
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 #include "Oxa/System/Rsc/RscMessageReader.hpp"
 
-#include "Oxa/System/Rsc/Internal/RemoteArrays.hpp"
-#include "Oxa/System/Rsc/Internal/ValueEncoding.hpp"
+#include "Oxa/System/Rsc/Internal/Wire/RemoteArrays.hpp"
+#include "Oxa/System/Rsc/Internal/Wire/ValueEncoding.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
 #include <systemd/sd-bus.h>

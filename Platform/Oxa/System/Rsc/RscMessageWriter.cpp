@@ -2,8 +2,8 @@
 
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/Text.hpp"
-#include "Oxa/System/Rsc/Internal/ProtocolLimits.hpp"
-#include "Oxa/System/Rsc/Internal/ValueEncoding.hpp"
+#include "Oxa/System/Rsc/Internal/Wire/Protocol.hpp"
+#include "Oxa/System/Rsc/Internal/Wire/ValueEncoding.hpp"
 #include "Oxa/System/Rsc/RscArrayReader.hpp"
 
 #include <systemd/sd-bus.h>

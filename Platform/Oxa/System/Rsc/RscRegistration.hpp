@@ -9,6 +9,11 @@
 namespace Oxa::System::Rsc
 {
 
+namespace Internal
+{
+struct Registration;
+}
+
 class IRscService;
 class IRscServiceProxyFactory;
 
@@ -37,8 +42,7 @@ public:
     ~RscRegistration();
 
 private:
-    const std::vector<Service> services;
-    const BasicString providerName;
+    const std::shared_ptr<Internal::Registration> registration;
 };
 
 } // namespace Oxa::System::Rsc

@@ -1,6 +1,6 @@
 #include "Oxa/System/Rsc/RscRemoteService.hpp"
 
-#include "Oxa/System/Rsc/Internal/Endpoint.hpp"
+#include "Oxa/System/Rsc/Internal/Client/Endpoint.hpp"
 
 #include <utility>
 
@@ -18,11 +18,6 @@ void RscRemoteService::Call(const RscOperation& operation, const WriteFunction& 
                             const ReadFunction& readResults)
 {
     endpoint->Call(interfaceName, operation, writeArguments, readResults);
-}
-
-bool RscRemoteService::IsProvided() noexcept
-{
-    return endpoint->IsProvided(interfaceName);
 }
 
 const BasicString& RscRemoteService::GetInterfaceName() const noexcept

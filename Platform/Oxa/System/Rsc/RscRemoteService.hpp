@@ -35,10 +35,6 @@ public:
     /// passed on; a BadAnswer of the reader with the operation's name before it.
     void Call(const RscOperation& operation, const WriteFunction& writeArguments, const ReadFunction& readResults);
 
-    /// Whether the other process provides the service now. Connects when there is no connection; takes no longer than
-    /// a read's deadline. Throws nothing: whatever stands in the way, the service is not there.
-    [[nodiscard]] bool IsProvided() noexcept;
-
     /// "Oxa.Device.Interface.Services.IDeviceInfoService"
     [[nodiscard]] const BasicString& GetInterfaceName() const noexcept;
 

@@ -1,6 +1,6 @@
 #include "Oxa/System/Rsc/RscServer.hpp"
 
-#include "Oxa/System/Rsc/Internal/ServerLoop.hpp"
+#include "Oxa/System/Rsc/Internal/Server/ServerLoop.hpp"
 
 #include <utility>
 

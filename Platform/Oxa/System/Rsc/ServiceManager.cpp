@@ -1,185 +1,113 @@
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 
-#include "Oxa/System/Commons/ArgumentException.hpp"
-#include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Rsc/IRscServiceProxyFactory.hpp"
-#include "Oxa/System/Rsc/Internal/Endpoint.hpp"
-#include "Oxa/System/Rsc/Internal/EndpointTable.hpp"
-#include "Oxa/System/Rsc/Internal/SlotTable.hpp"
-#include "Oxa/System/Rsc/RscRegistration.hpp"
+#include "Oxa/System/Rsc/Internal/Client/Endpoint.hpp"
+#include "Oxa/System/Rsc/Internal/Client/EndpointWatch.hpp"
+#include "Oxa/System/Rsc/Internal/ProviderRuns.hpp"
+#include "Oxa/System/Rsc/Internal/ServiceTable.hpp"
 #include "Oxa/System/Rsc/RscRemoteService.hpp"
 #include "Oxa/System/Rsc/RscServiceSlot.hpp"
 #include "Oxa/System/Rsc/RscUsageRecorder.hpp"
 
+#include <mutex>
 #include <utility>
 
 namespace Oxa::System::Rsc
 {
 
-using Internal::EndpointTable;
-using Internal::SlotTable;
+using Internal::EndpointWatch;
+using Internal::ProviderRuns;
+using Internal::ServiceTable;
 
 namespace
 {
 
-SlotTable& GetSlotTable()
+/// The endpoints of this process; null without any.
+struct Endpoints
 {
-    static SlotTable table;
-    return table;
+    System::Commons::Mutex mutex;
+    std::unique_ptr<EndpointWatch> watch;
+};
+
+Endpoints& GetEndpoints()
+{
+    // Never destroyed: a proxy may be called to the end.
+    static auto& endpoints = *new Endpoints;
+    return endpoints;
 }
 
-EndpointTable& GetEndpointTable()
+void ReplaceWatch(std::unique_ptr<EndpointWatch> watch)
 {
-    // Never destroyed: whoever holds a proxy to the end may still call it.
-    static auto& table = *new EndpointTable;
-    return table;
+    {
+        const std::lock_guard lock(GetEndpoints().mutex);
+        GetEndpoints().watch.swap(watch);
+    }
+    // The previous one is destroyed here, outside the lock.
+}
+
+std::shared_ptr<Internal::Endpoint> TryFindEndpoint(const BasicString& providerName)
+{
+    const std::lock_guard lock(GetEndpoints().mutex);
+    return GetEndpoints().watch ? GetEndpoints().watch->TryFind(providerName) : nullptr;
 }
 
 /// Whether another process provides the slot's service now. From then on the slot leads there.
 bool TryReachRemote(RscServiceSlot& slot, IRscServiceProxyFactory& factory)
 {
-    if (factory.GetOperations().empty())
+    const auto endpoint = factory.GetOperations().empty() ? nullptr : TryFindEndpoint(slot.GetProviderName());
+    if (!endpoint || !endpoint->IsProvided(slot.GetInterfaceName()))
     {
         return false;
     }
-    const auto endpoint = GetEndpointTable().TryFind(slot.GetProviderName());
-    if (!endpoint)
-    {
-        return false;
-    }
-    const auto service = std::make_shared<RscRemoteService>(endpoint, slot.GetInterfaceName());
-    auto remote = factory.CreateRemote(service);
-    if (!remote)
-    {
-        return false;
-    }
-    endpoint->NoteRequired(slot.GetInterfaceName());
+    auto remote = factory.CreateRemote(std::make_shared<RscRemoteService>(endpoint, slot.GetInterfaceName()));
+    const bool isMade = remote != nullptr;
     slot.SetRemote(std::move(remote));
-    if (!service->IsProvided())
-    {
-        return false;
-    }
-    if (GetEndpointTable().GetRuns().GetEpoch(slot.GetProviderName()) == 0)
-    {
-        GetEndpointTable().GetRuns().Begin(slot.GetProviderName(), {}, {});
-    }
-    return true;
-}
-
-BasicString GetProviderName(const std::vector<RscRegistration::Service>& services)
-{
-    if (services.empty())
-    {
-        throw System::Commons::ArgumentException::Create("services", services.size(), "A provider has a service");
-    }
-    BasicString name = services.front().factory.GetServiceProviderName();
-    for (const auto& service : services)
-    {
-        if (!service.implementation || service.factory.GetServiceProviderName() != name)
-        {
-            throw System::Commons::ArgumentException::Create("services", service.factory.GetServiceInterfaceName(),
-                                                             "A service of this provider with an implementation");
-        }
-    }
-    return name;
+    return isMade;
 }
 
 } // namespace
 
 IRscService* ServiceManager::GetService(const char* providerName, IRscServiceProxyFactory& factory)
 {
-    auto slot = GetSlotTable().FindOrCreate(providerName, factory.GetServiceInterfaceName());
+    auto slot = ServiceTable::GetInstance().FindOrCreate(providerName, factory.GetServiceInterfaceName());
     const bool isThere = slot->IsProvided() || TryReachRemote(*slot, factory);
     // After the connection was made, and before the service can be called.
     RscUsageRecorder::Note(providerName, GetEpoch(providerName));
     return isThere ? factory.CreateProxy(std::move(slot)) : nullptr;
 }
 
-void ServiceManager::RegisterService(IRscServiceProxyFactory& factory, std::shared_ptr<IRscService> implementation)
-{
-    if (!implementation)
-    {
-        throw System::Commons::ArgumentException::Create("implementation", static_cast<const void*>(nullptr),
-                                                         "A provider needs an implementation");
-    }
-    const auto slot = GetSlotTable().Register(factory);
-    slot->Provide(std::move(implementation));
-    if (GetSlotTable().IsProviderComplete(slot->GetProviderName()))
-    {
-        GetEndpointTable().GetRuns().Begin(slot->GetProviderName(), {}, {});
-        GetEndpointTable().GetRuns().Report(slot->GetProviderName());
-    }
-}
-
-void ServiceManager::UnregisterService(IRscServiceProxyFactory& factory)
-{
-    const auto slot = GetSlotTable().FindOrCreate(factory.GetServiceProviderName(), factory.GetServiceInterfaceName());
-    if (slot->IsProvided())
-    {
-        slot->Provide(nullptr);
-        GetEndpointTable().GetRuns().End(slot->GetProviderName());
-        GetEndpointTable().GetRuns().Report(slot->GetProviderName());
-    }
-}
-
 void ServiceManager::SetEndpoints(const std::vector<RscEndpointConfiguration>& configurations)
 {
-    GetEndpointTable().Set(configurations);
+    // The previous one must not report a run's end after the next one has reported its beginning.
+    ReplaceWatch(nullptr);
+    ReplaceWatch(configurations.empty() ? nullptr
+                                        : std::make_unique<EndpointWatch>(configurations, ProviderRuns::GetInstance()));
 }
 
 void ServiceManager::ResetEndpoints()
 {
-    GetEndpointTable().Reset();
-    GetSlotTable().RemoveUnregistered();
-    GetSlotTable().ForEachRegistered([](IRscServiceProxyFactory&, const std::shared_ptr<RscServiceSlot>& slot)
-                                     { slot->SetRemote(nullptr); });
+    ReplaceWatch(nullptr);
 }
 
 uint64 ServiceManager::GetEpoch(const BasicString& providerName) noexcept
 {
-    return GetEndpointTable().GetRuns().GetEpoch(providerName);
+    return ProviderRuns::GetInstance().GetEpoch(providerName);
 }
 
 RscRun ServiceManager::GetRun(const BasicString& providerName)
 {
-    return GetEndpointTable().GetRuns().Get(providerName);
+    return ProviderRuns::GetInstance().Get(providerName);
 }
 
 void ServiceManager::AddListener(IRscServiceListener& listener)
 {
-    GetEndpointTable().AddListener(listener);
+    ProviderRuns::GetInstance().AddListener(listener);
 }
 
 void ServiceManager::RemoveListener(IRscServiceListener& listener)
 {
-    GetEndpointTable().RemoveListener(listener);
-}
-
-void ServiceManager::ForEachRegistered(
-    const std::function<void(IRscServiceProxyFactory& factory, const std::shared_ptr<RscServiceSlot>& slot)>& use)
-{
-    GetSlotTable().ForEachRegistered(use);
-}
-
-RscRegistration::RscRegistration(BasicString bootId, BasicString buildId, std::vector<Service> services)
-    : services(std::move(services)), providerName(GetProviderName(this->services))
-{
-    for (const Service& service : this->services)
-    {
-        GetSlotTable().Register(service.factory)->Provide(service.implementation);
-    }
-    GetEndpointTable().GetRuns().Begin(providerName, bootId, buildId);
-    GetEndpointTable().GetRuns().Report(providerName);
-}
-
-RscRegistration::~RscRegistration()
-{
-    GetEndpointTable().GetRuns().End(providerName);
-    for (const Service& service : services)
-    {
-        GetSlotTable().Register(service.factory)->Provide(nullptr);
-    }
-    GetEndpointTable().GetRuns().Report(providerName);
+    ProviderRuns::GetInstance().RemoveListener(listener);
 }
 
 } // namespace Oxa::System::Rsc

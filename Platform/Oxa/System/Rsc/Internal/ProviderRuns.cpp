@@ -8,6 +8,12 @@
 namespace Oxa::System::Rsc::Internal
 {
 
+ProviderRuns& ProviderRuns::GetInstance()
+{
+    static auto& runs = *new ProviderRuns;
+    return runs;
+}
+
 void ProviderRuns::Begin(const BasicString& providerName, const BasicString& bootId, const BasicString& buildId)
 {
     const std::lock_guard lock(mutex);

@@ -22,6 +22,9 @@ namespace Oxa::System::Rsc::Internal
 class ProviderRuns final
 {
 public:
+    /// The one of this process. Never destroyed: a proxy may be called to the end.
+    [[nodiscard]] static ProviderRuns& GetInstance();
+
     /// The services are there. A new epoch, unless the last run of the provider had the same identity.
     void Begin(const BasicString& providerName, const BasicString& bootId, const BasicString& buildId);
     /// The services are not there: the epoch is 0.

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "FakeEchoService.hpp"
-#include "Oxa/System/Rsc/Internal/BusHandles.hpp"
+#include "Oxa/System/Rsc/Internal/Wire/Bus.hpp"
 
 #include <gtest/gtest.h>
 
@@ -62,6 +62,40 @@ public:
         const Oxa::System::Rsc::Internal::MessageHandle owner(answer);
         sd_bus_message_read(answer, "s", &text);
         return text;
+    }
+
+    /// A line for each provider: its name, boot id, build id and interfaces.
+    std::string GetRuns()
+    {
+        sd_bus_message* answer = nullptr;
+        std::string lines;
+        if (sd_bus_call_method(bus.get(), nullptr, "/", "Oxa.System.Rsc.Peer", "GetRuns", nullptr, &answer, "") < 0)
+        {
+            return "no answer";
+        }
+        const Oxa::System::Rsc::Internal::MessageHandle owner(answer);
+        sd_bus_message_enter_container(answer, 'a', "(sssas)");
+        while (sd_bus_message_enter_container(answer, 'r', "sssas") > 0)
+        {
+            const char* texts[3] = {};
+            const char* name = nullptr;
+            sd_bus_message_read(answer, "sss", &texts[0], &texts[1], &texts[2]);
+            lines += std::string(texts[0]) + ' ' + texts[1] + ' ' + texts[2];
+            sd_bus_message_enter_container(answer, 'a', "s");
+            while (sd_bus_message_read_basic(answer, 's', &name) > 0)
+            {
+                lines += std::string(" ") + name;
+            }
+            sd_bus_message_exit_container(answer);
+            sd_bus_message_exit_container(answer);
+            lines += '\n';
+        }
+        return lines;
+    }
+
+    [[nodiscard]] int CountAnswers() const
+    {
+        return answers;
     }
 
     /// Counted in `answers` when it is answered.

@@ -2,20 +2,30 @@
 #include "Oxa/System/Rsc/IRscService.hpp"
 #include "Oxa/System/Rsc/IRscServiceListener.hpp"
 #include "Oxa/System/Rsc/IRscServiceProxyFactory.hpp"
-#include "Oxa/System/Rsc/Internal/ProtocolLimits.hpp"
+#include "Oxa/System/Rsc/Internal/Wire/Protocol.hpp"
 #include "Oxa/System/Rsc/RscMessageReader.hpp"
 #include "Oxa/System/Rsc/RscMessageWriter.hpp"
 #include "Oxa/System/Rsc/RscRemoteService.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
+#include "Support/Eventually.hpp"
+#include "Support/LogRecorder.hpp"
 #include "Support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <future>
+#include <iterator>
+#include <mutex>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
 #include <utility>
+#include <vector>
 
 namespace
 {
@@ -24,6 +34,8 @@ using namespace Oxa;
 using namespace Oxa::System::Rsc;
 using namespace std::chrono_literals;
 using Oxa::Tests::FakePeer;
+using Oxa::Tests::Support::Eventually;
+using Oxa::Tests::Support::LogRecorder;
 
 constexpr const char* providerName = "Oxa.Tests";
 
@@ -33,7 +45,9 @@ struct RemoteEcho final : IRscService
 
     uint32 Call(const char* operationName, uint32 number) const
     {
-        const RscOperation operation{operationName, RscOperationKind::Read, "u", "u", nullptr};
+        const bool isCommand = std::string_view(operationName) == "KeepCommand";
+        const RscOperation operation{operationName, isCommand ? RscOperationKind::Command : RscOperationKind::Read, "u",
+                                     "u", nullptr};
         service->Call(
             operation, [number](RscMessageWriter& writer) { writer.WriteUint32(number); },
             [&number](RscMessageReader& reader) { number = reader.ReadUint32(); });
@@ -83,6 +97,40 @@ struct EchoFactory final : IRscServiceProxyFactory
     const char* const interfaceName;
 };
 
+struct EpochRecorder final : IRscServiceListener
+{
+    EpochRecorder()
+    {
+        ServiceManager::AddListener(*this);
+    }
+
+    ~EpochRecorder() override
+    {
+        ServiceManager::RemoveListener(*this);
+    }
+
+    void OnEpochChanged(const BasicString& provider) noexcept override
+    {
+        const std::lock_guard lock(mutex);
+        epochs.push_back(ServiceManager::GetEpoch(provider));
+    }
+
+    std::vector<uint64> Take()
+    {
+        const std::lock_guard lock(mutex);
+        return std::exchange(epochs, {});
+    }
+
+private:
+    std::mutex mutex;
+    std::vector<uint64> epochs;
+};
+
+uint64 GetEpoch()
+{
+    return ServiceManager::GetEpoch(providerName);
+}
+
 class CallingAnotherProcess : public testing::Test
 {
 protected:
@@ -96,22 +144,23 @@ protected:
         return std::unique_ptr<IRscService>(ServiceManager::GetService(providerName, factory));
     }
 
-    void Connect(std::chrono::milliseconds timeout)
+    void Connect(std::chrono::milliseconds timeout, std::chrono::milliseconds commandTimeout = 30s)
     {
         peer.emplace(path);
         ASSERT_TRUE(peer->isListening);
-        ServiceManager::SetEndpoints({{providerName, path, timeout, timeout}});
+        ServiceManager::SetEndpoints({{providerName, path, timeout, commandTimeout}});
         const auto proxy = Find();
         ASSERT_NE(proxy, nullptr);
         echo = static_cast<EchoProxy&>(*proxy).slot->Acquire<RemoteEcho>();
     }
 
-    std::optional<RscFault> GetFault(const char* operation, BasicString* message = nullptr) const
+    /// "5" or the fault's name.
+    std::string Call(const char* operation, uint32 number = 5, BasicString* message = nullptr) const
     {
+        constexpr const char* names[] = {"NotAvailable", "TimedOut", "ConnectionLost", "BadAnswer", "Refused"};
         try
         {
-            static_cast<void>(echo->Call(operation, 1));
-            return std::nullopt;
+            return std::to_string(echo->Call(operation, number));
         }
         catch (const RscServiceException& exception)
         {
@@ -119,10 +168,26 @@ protected:
             {
                 *message = exception.GetMessage();
             }
-            return exception.GetFault();
+            return names[static_cast<std::size_t>(exception.GetFault())];
+        }
+        catch (const System::Commons::Exception& exception)
+        {
+            return exception.GetMessage();
         }
     }
 
+    [[nodiscard]] bool Reconnects() const
+    {
+        return Eventually([] { return GetEpoch() != 0; }, 10s);
+    }
+
+    void HangUp()
+    {
+        peer->isHangingUp = true;
+        peer->Wake();
+    }
+
+    const LogRecorder log;
     Oxa::Tests::Support::TemporaryFolder folder;
     const BasicString path = folder.GetPath("socket");
     EchoFactory factory;
@@ -130,41 +195,72 @@ protected:
     std::shared_ptr<RemoteEcho> echo;
 };
 
-TEST_F(CallingAnotherProcess, GivesNothingWhereNobodyListens)
+TEST_F(CallingAnotherProcess, GivesNothingThatNobodyProvides)
 {
     ServiceManager::SetEndpoints({{providerName, path, 2s, 2s}});
-    EXPECT_EQ(Find(), nullptr);
+    EXPECT_EQ(Find(), nullptr) << "nobody listens";
+    EXPECT_EQ(GetEpoch(), 0U);
+    peer.emplace(path);
+    EXPECT_TRUE(Eventually([this] { return Find() != nullptr; }, 10s));
+    EchoFactory missing("Oxa::Tests::IMissing");
+    EXPECT_EQ(std::unique_ptr<IRscService>(ServiceManager::GetService(providerName, missing)), nullptr);
+    EXPECT_EQ(peer->connections, 1U);
 }
 
-TEST_F(CallingAnotherProcess, SaysWhatWentWrongAndConnectsAgain)
+TEST_F(CallingAnotherProcess, SaysWhatWentWrongAndSendsOnce)
 {
-    const std::pair<const char*, RscFault> cases[] = {{"Missing", RscFault::NotAvailable},
-                                                      {"Retype", RscFault::BadAnswer},
-                                                      {"Garble", RscFault::BadAnswer},
-                                                      {"Swell", RscFault::BadAnswer},
-                                                      {"HangUp", RscFault::ConnectionLost}};
+    const std::pair<const char*, const char*> cases[] = {
+        {"Oxa.System.Rsc.Error.NotAvailable", "NotAvailable"},
+        {"org.freedesktop.DBus.Error.UnknownMethod", "NotAvailable"},
+        {"Oxa.System.Rsc.Error.Refused", "Refused"},
+        {"org.freedesktop.DBus.Error.AccessDenied", "Refused"},
+        {"org.freedesktop.DBus.Error.NoReply", "TimedOut"},
+        {"org.freedesktop.DBus.Error.Disconnected", "ConnectionLost"},
+        {"Some.Other", "BadAnswer"},
+        {"Oxa.System.Commons.ArgumentException", "cause"},
+    };
     Connect(10s);
-    for (const auto& [operation, fault] : cases)
+    for (const auto& [name, result] : cases)
+    {
+        peer->SetError(name);
+        EXPECT_EQ(Call("Fail"), result) << name;
+    }
+    for (const auto& [operation, fault] : {std::pair("Retype", "BadAnswer"), std::pair("HangUp", "ConnectionLost")})
     {
         BasicString message;
-        EXPECT_EQ(GetFault(operation, &message), fault) << operation;
+        const unsigned before = peer->calls;
+        EXPECT_EQ(Call(operation, 1, &message), fault);
         EXPECT_NE(message.find("'" + BasicString(operation) + "' of the service 'Oxa::Tests::IEcho' at '" + path),
                   BasicString::npos)
             << message;
-        EXPECT_EQ(echo->Call("Echo", 5), 5U) << "after " << operation;
+        EXPECT_EQ(peer->calls, before + 1) << operation;
+        EXPECT_TRUE(Reconnects());
+        EXPECT_EQ(Call("Echo"), "5") << "after " << operation;
     }
 }
 
-TEST_F(CallingAnotherProcess, DropsAnswersThatComeTooLateOrThatNobodyAskedFor)
+TEST_F(CallingAnotherProcess, DropsAnswersThatComeTooLate)
 {
     Connect(200ms);
+    std::atomic<bool> isOver = false;
+    // Whose answers show that the process goes on.
+    std::thread others(
+        [this, &isOver]
+        {
+            while (!isOver)
+            {
+                EXPECT_EQ(Call("Answer", 7), "7");
+            }
+        });
     for (uint32 number = 10; number < 13; ++number)
     {
         BasicString message;
-        EXPECT_EQ(GetFault("Keep", &message), RscFault::TimedOut);
+        EXPECT_EQ(Call("Keep", 1, &message), "TimedOut");
         EXPECT_NE(message.find("had no answer within 200 ms"), BasicString::npos) << message;
-        EXPECT_EQ(echo->Call("Echo", number), number);
+        EXPECT_EQ(Call("Echo", number), std::to_string(number));
     }
+    isOver = true;
+    others.join();
     EXPECT_EQ(peer->connections, 1U);
 }
 
@@ -185,11 +281,8 @@ TEST_F(CallingAnotherProcess, HandsEveryThreadItsOwnAnswerAndRefusesTheOneTooMan
                                          return isRight;
                                      }));
     }
-    while (peer->keptCalls < Internal::maximumCallsPerConnection)
-    {
-        std::this_thread::yield();
-    }
-    EXPECT_EQ(GetFault("Echo"), RscFault::Refused);
+    EXPECT_TRUE(Eventually([this] { return peer->keptCalls == Internal::maximumCallsPerConnection; }, 10s));
+    EXPECT_EQ(Call("Echo"), "Refused");
     peer->isReleasing = true;
     peer->Wake();
     for (auto& thread : threads)
@@ -198,76 +291,154 @@ TEST_F(CallingAnotherProcess, HandsEveryThreadItsOwnAnswerAndRefusesTheOneTooMan
     }
 }
 
-TEST_F(CallingAnotherProcess, PausesBetweenAttemptsAfterThreeFailures)
+TEST_F(CallingAnotherProcess, IsConnectedToOneRunOrToNone)
 {
-    Connect(10s);
-    peer->isRefusing = true;
-    EXPECT_EQ(GetFault("HangUp"), RscFault::ConnectionLost);
-    const auto begin = std::chrono::steady_clock::now();
-    for (int call = 0; call < 20; ++call)
+    struct Case
     {
-        EXPECT_EQ(GetFault("Echo"), RscFault::Refused);
+        const char* name;
+        const char* bootId;
+        const char* buildId;
+        bool isSameRun;
+    };
+
+    const Case cases[] = {{"the connection was lost", "boot", "build", true},
+                          {"it restarted", "another boot", "build", false},
+                          {"it was replaced", "another boot", "another build", false},
+                          {"no identity", "", "", false},
+                          {"again none", "", "", false},
+                          {"the first one", "boot", "build", false}};
+    EXPECT_EQ(GetEpoch(), 0U);
+    EpochRecorder epochs;
+    Connect(10s);
+    EXPECT_TRUE(Eventually([&epochs] { return !epochs.Take().empty(); }, 10s));
+    uint64 epoch = GetEpoch();
+    EXPECT_NE(epoch, 0U);
+    uint64 last = epoch;
+    for (const Case& each : cases)
+    {
+        const unsigned connections = peer->connections;
+        peer->isRefusing = true;
+        HangUp();
+        EXPECT_TRUE(Eventually([] { return GetEpoch() == 0; }, 10s)) << each.name;
+        // Calls do not connect, nor wait.
+        EXPECT_TRUE(Eventually([this] { return Call("Echo") == "NotAvailable"; }, 10s));
+        EXPECT_EQ(Find(), nullptr);
+        EXPECT_TRUE(Eventually([this, connections] { return peer->connections >= connections + 3; }, 10s));
+        peer->SetRun(each.bootId, each.buildId);
+        peer->isRefusing = false;
+        EXPECT_TRUE(Reconnects()) << each.name;
+        epoch = GetEpoch();
+        EXPECT_EQ(epoch == last, each.isSameRun) << each.name;
+        EXPECT_TRUE(epoch == last || epoch > last) << each.name;
+        last = epoch;
+        const RscRun run = ServiceManager::GetRun(providerName);
+        EXPECT_EQ(run.epoch, epoch);
+        EXPECT_EQ(run.bootId, each.bootId);
+        EXPECT_EQ(run.buildId, each.buildId);
+        EXPECT_TRUE(Eventually([this] { return Call("Echo") == "5"; }, 10s)) << each.name;
+        std::vector<uint64> reported;
+        EXPECT_TRUE(Eventually(
+            [&epochs, &reported]
+            {
+                const auto news = epochs.Take();
+                reported.insert(reported.end(), news.begin(), news.end());
+                return reported.size() >= 2;
+            },
+            10s));
+        EXPECT_EQ(reported, (std::vector<uint64>{0, epoch})) << each.name;
     }
-    const auto pauses = (std::chrono::steady_clock::now() - begin) / 500ms;
-    EXPECT_LE(peer->connections, 1 + 3 + pauses);
+    const auto entries = log.GetEntries();
+    const auto count = [&entries](const char* text)
+    {
+        return std::count_if(entries.begin(), entries.end(),
+                             [text](const auto& entry) { return entry.message.find(text) != BasicString::npos; });
+    };
+    EXPECT_EQ(count("the services of 'Oxa.Tests' are lost: "), std::ssize(cases));
+    EXPECT_EQ(count("are not available: the other process turned"), std::ssize(cases));
+    EXPECT_EQ(count("the services of 'Oxa.Tests' are there again"), std::ssize(cases));
 }
 
-struct WaitingListener final : IRscServiceListener
+TEST_F(CallingAnotherProcess, StaysAwayUntilTheHandshakeIsRight)
 {
-    void OnEpochChanged(const BasicString& provider) noexcept override
+    Connect(200ms);
+    peer->isSilent = true;
+    HangUp();
+    EXPECT_TRUE(Eventually([this] { return peer->connections >= 3; }, 10s)) << "it is tried again";
+    EXPECT_EQ(GetEpoch(), 0U);
+    peer->SetProvider("Oxa.Another");
+    peer->isSilent = false;
+    EXPECT_TRUE(Eventually([this] { return peer->connections >= 6; }, 10s));
+    EXPECT_EQ(GetEpoch(), 0U);
+    BasicString message;
+    EXPECT_EQ(Call("Echo", 1, &message), "NotAvailable");
+    EXPECT_NE(message.find("does not provide them"), BasicString::npos) << message;
+    peer->SetProvider(providerName);
+    EXPECT_TRUE(Reconnects());
+    EXPECT_EQ(Call("Echo"), "5");
+}
+
+TEST_F(CallingAnotherProcess, GivesAProcessUpThatStandsStillWithAllThatWaits)
+{
+    Connect(300ms);
+    std::vector<std::future<std::string>> commands;
+    for (uint32 number = 0; number < 4; ++number)
     {
-        if (ServiceManager::GetEpoch(provider) != 0)
-        {
-            OnAvailable();
-            return;
-        }
-        connectionsAtLoss = getConnections();
-        faultAtLoss = getFault();
-        lost.set_value();
+        commands.push_back(std::async(std::launch::async, [this] { return Call("KeepCommand"); }));
     }
-
-    void OnAvailable() noexcept
+    EXPECT_TRUE(Eventually([this] { return peer->keptCalls == 4; }, 10s));
+    peer->isSilent = true;
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(Call("Keep"), "TimedOut");
+    EXPECT_EQ(GetEpoch(), 0U);
+    for (auto& command : commands)
     {
-        if (!std::exchange(wasAvailable, true))
-        {
-            available.set_value();
-        }
+        EXPECT_EQ(command.get(), "ConnectionLost");
     }
+    EXPECT_EQ(Call("Echo"), "NotAvailable");
+    EXPECT_LE(std::chrono::steady_clock::now() - begin, 5s) << "nobody waits for his own deadline";
+    peer->isSilent = false;
+    EXPECT_TRUE(Reconnects());
+    EXPECT_EQ(Call("Echo"), "5");
+}
 
-    std::function<unsigned()> getConnections;
-    std::function<std::optional<RscFault>()> getFault;
-    std::promise<void> lost;
-    std::promise<void> available;
-    unsigned connectionsAtLoss = 0;
-    std::optional<RscFault> faultAtLoss;
-    bool wasAvailable = false;
-};
-
-TEST_F(CallingAnotherProcess, TellsOfADeathThatNoCallNoticedBeforeAnybodyConnectsAgain)
+TEST_F(CallingAnotherProcess, HasNoEpochAnyMoreWhenACallFails)
 {
     Connect(10s);
-    // A service that was never there is not waited for.
-    EchoFactory missing("Oxa::Tests::IMissing");
-    EXPECT_EQ(std::unique_ptr<IRscService>(ServiceManager::GetService(providerName, missing)), nullptr);
-    WaitingListener listener;
-    listener.getConnections = [this]
+    std::atomic<bool> isOver = false;
+    std::vector<std::thread> threads;
+    for (int index = 0; index < 4; ++index)
     {
-        return peer->connections.load();
-    };
-    // As another thread's call would go meanwhile.
-    listener.getFault = [this]
+        threads.emplace_back(
+            [this, &isOver]
+            {
+                while (!isOver)
+                {
+                    const uint64 before = GetEpoch();
+                    // The peer answers with the number of its run.
+                    const std::string first = Call("Run");
+                    const std::string second = Call("Run");
+                    const bool isFault = first.find_first_not_of("0123456789") != std::string::npos ||
+                                         second.find_first_not_of("0123456789") != std::string::npos;
+                    if (before != 0 && GetEpoch() == before)
+                    {
+                        EXPECT_FALSE(isFault) << first << ' ' << second;
+                        EXPECT_EQ(first, second);
+                    }
+                }
+            });
+    }
+    for (int run = 1; run <= 100; ++run)
     {
-        return std::async(std::launch::async, [this] { return GetFault("Echo"); }).get();
-    };
-    ServiceManager::AddListener(listener);
-    peer->isHangingUp = true;
-    peer->Wake();
-    EXPECT_EQ(listener.lost.get_future().wait_for(10s), std::future_status::ready);
-    EXPECT_EQ(listener.available.get_future().wait_for(10s), std::future_status::ready);
-    ServiceManager::RemoveListener(listener);
-    EXPECT_EQ(listener.connectionsAtLoss, 1U);
-    EXPECT_EQ(listener.faultAtLoss, RscFault::ConnectionLost);
-    EXPECT_EQ(echo->Call("Echo", 3), 3U);
+        peer->SetRun("boot " + std::to_string(run), "build");
+        HangUp();
+        EXPECT_TRUE(Eventually(
+            [run] { return ServiceManager::GetRun(providerName).bootId == "boot " + std::to_string(run); }, 10s));
+    }
+    isOver = true;
+    for (auto& thread : threads)
+    {
+        thread.join();
+    }
 }
 
 } // namespace

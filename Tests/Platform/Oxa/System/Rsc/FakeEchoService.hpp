@@ -5,12 +5,14 @@
 #include "Oxa/System/Rsc/RscCallContext.hpp"
 #include "Oxa/System/Rsc/RscMessageReader.hpp"
 #include "Oxa/System/Rsc/RscMessageWriter.hpp"
-#include "Oxa/System/Rsc/ServiceManager.hpp"
+#include "Oxa/System/Rsc/RscRegistration.hpp"
 
 #include <atomic>
 #include <future>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace Oxa::Tests
 {
@@ -109,22 +111,21 @@ public:
         Provide();
     }
 
-    ~ProvidedEcho()
-    {
-        Withdraw();
-    }
-
     void Provide()
     {
-        System::Rsc::ServiceManager::RegisterService(FakeEchoFactory::GetInstance(), service);
+        using Service = System::Rsc::RscRegistration::Service;
+        registration.emplace("boot", "build", std::vector<Service>{{FakeEchoFactory::GetInstance(), service}});
     }
 
-    static void Withdraw()
+    void Withdraw()
     {
-        System::Rsc::ServiceManager::UnregisterService(FakeEchoFactory::GetInstance());
+        registration.reset();
     }
 
     const std::shared_ptr<FakeEchoService> service = std::make_shared<FakeEchoService>();
+
+private:
+    std::optional<System::Rsc::RscRegistration> registration;
 };
 
 } // namespace Oxa::Tests

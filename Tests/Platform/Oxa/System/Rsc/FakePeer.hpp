@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Oxa/System/Commons/Types.hpp"
-#include "Oxa/System/Rsc/Internal/BusHandles.hpp"
+#include "Oxa/System/Rsc/Internal/Wire/Bus.hpp"
 
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <mutex>
 #include <string_view>
 #include <thread>
 #include <vector>
@@ -58,6 +59,29 @@ public:
     std::atomic<bool> isReleasing = false;
     std::atomic<unsigned> connections = 0;
     std::atomic<unsigned> keptCalls = 0;
+    /// All but handshakes.
+    std::atomic<unsigned> calls = 0;
+    /// Takes in what comes, and answers nothing.
+    std::atomic<bool> isSilent = false;
+
+    void SetRun(const BasicString& newBootId, const BasicString& newBuildId)
+    {
+        const std::lock_guard lock(mutex);
+        bootId = newBootId;
+        buildId = newBuildId;
+    }
+
+    void SetError(const char* name)
+    {
+        const std::lock_guard lock(mutex);
+        error = name;
+    }
+
+    void SetProvider(const BasicString& name)
+    {
+        const std::lock_guard lock(mutex);
+        providerName = name;
+    }
 
 private:
     void Run()
@@ -119,22 +143,34 @@ private:
 
     void Answer(sd_bus_message& message, std::string_view operation)
     {
-        if (operation == "Keep")
+        if (isSilent)
+        {
+            return;
+        }
+        calls += operation == "GetRuns" ? 0 : 1;
+        if (operation == "Keep" || operation == "KeepCommand")
         {
             kept.emplace_back(sd_bus_message_ref(&message));
             ++keptCalls;
         }
-        else if (operation == "GetAll")
+        else if (operation == "GetRuns")
         {
-            const char* interface = nullptr;
-            sd_bus_message_read(&message, "s", &interface);
-            std::string_view(interface).ends_with("IMissing")
-                ? sd_bus_reply_method_errorf(&message, SD_BUS_ERROR_UNKNOWN_INTERFACE, "no such thing")
-                : sd_bus_reply_method_return(&message, "a{sv}", 0);
+            const std::lock_guard lock(mutex);
+            sd_bus_reply_method_return(&message, "a(sssas)", 2, "Oxa.Other", "", "", 0, providerName.c_str(),
+                                       bootId.c_str(), buildId.c_str(), 2, "Oxa.Tests.IEcho", "Oxa.Tests.IOther");
         }
-        else if (operation == "Missing")
+        else if (operation == "Fail")
         {
-            sd_bus_reply_method_errorf(&message, SD_BUS_ERROR_UNKNOWN_INTERFACE, "no such thing");
+            const std::lock_guard lock(mutex);
+            sd_bus_reply_method_errorf(&message, error.c_str(), "cause");
+        }
+        else if (operation == "Run")
+        {
+            sd_bus_reply_method_return(&message, "u", connections.load());
+        }
+        else if (operation == "Answer")
+        {
+            Echo(message);
         }
         else if (operation == "Retype")
         {
@@ -144,18 +180,9 @@ private:
         {
             isHangingUp = true;
         }
-        else if (operation == "Garble")
-        {
-            Send("HTTP/1.1 400 Bad Request\r\n\r\n");
-        }
-        else if (operation == "Swell")
-        {
-            Send({"l\2\1\1\0\0\0\4\1\0\0\0\0\0\0\0", 16});
-        }
         else
         {
-            // An answer to a call that nobody made comes first, and those to calls that were given up.
-            Send({"l\2\1\1\4\0\0\0\1\0\0\0\17\0\0\0\5\1u\0\377\377\0\0\10\1g\0\1u\0\0\7\0\0\0", 36});
+            // The answers to calls that were given up come first.
             Release();
             Echo(message);
         }
@@ -177,11 +204,6 @@ private:
         kept.clear();
     }
 
-    void Send(std::string_view bytes) const
-    {
-        [[maybe_unused]] const auto sent = send(sd_bus_get_fd(bus.get()), bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    }
-
     void HangUp()
     {
         kept.clear();
@@ -190,6 +212,11 @@ private:
 
     const int listening;
     const int waking;
+    std::mutex mutex;
+    BasicString providerName = "Oxa.Tests";
+    BasicString bootId = "boot";
+    BasicString buildId = "build";
+    BasicString error;
     std::atomic<bool> isStopping = false;
     Oxa::System::Rsc::Internal::BusHandle bus;
     std::vector<Oxa::System::Rsc::Internal::MessageHandle> kept;

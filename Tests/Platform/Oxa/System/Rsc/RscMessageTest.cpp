@@ -1,5 +1,5 @@
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
-#include "Oxa/System/Rsc/Internal/BusHandles.hpp"
+#include "Oxa/System/Rsc/Internal/Wire/Bus.hpp"
 #include "Oxa/System/Rsc/RscArrayReader.hpp"
 #include "Oxa/System/Rsc/RscMessageReader.hpp"
 #include "Oxa/System/Rsc/RscMessageWriter.hpp"

@@ -1,9 +1,8 @@
 #include "BusCaller.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
-#include "Oxa/System/Rsc/Internal/ProtocolLimits.hpp"
+#include "Oxa/System/Rsc/Internal/Wire/Protocol.hpp"
 #include "Oxa/System/Rsc/RscServer.hpp"
 #include "Support/Eventually.hpp"
-#include "Support/FakeBytePeer.hpp"
 #include "Support/LogRecorder.hpp"
 #include "Support/Possessions.hpp"
 #include "Support/TemporaryFolder.hpp"
@@ -16,6 +15,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <optional>
+#include <string_view>
 
 namespace Oxa::Tests
 {
@@ -56,6 +56,30 @@ bool IsClosed(int descriptor)
 {
     pollfd closed = {descriptor, POLLRDHUP, 0};
     return poll(&closed, 1, 10000) == 1;
+}
+
+BasicString MakeNumber(std::size_t number)
+{
+    const auto narrow = static_cast<uint32>(number);
+    return {reinterpret_cast<const char*>(&narrow), sizeof narrow};
+}
+
+/// A call without arguments.
+BasicString MakeCall(uint32 serial, std::string_view path, std::string_view interface, std::string_view operation)
+{
+    BasicString fields;
+    char number = 1;
+    for (const std::string_view text : {path, interface, operation})
+    {
+        fields.resize((fields.size() + 7) / 8 * 8);
+        fields +=
+            BasicString({number, 1, number == 1 ? 'o' : 's', 0}) + MakeNumber(text.size()) + BasicString(text) + '\0';
+        ++number;
+    }
+    BasicString message =
+        BasicString({'l', 1, 0, 1}) + MakeNumber(0) + MakeNumber(serial) + MakeNumber(fields.size()) + fields;
+    message.resize((message.size() + 7) / 8 * 8);
+    return message;
 }
 
 class Serving : public testing::Test
@@ -168,16 +192,30 @@ TEST_F(Serving, EndsWhileCallsLastAndLeavesNothingBehind)
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
-TEST_F(Serving, FollowsServicesThatComeAndGo)
+TEST_F(Serving, EndsTheConnectionsOfARunThatIsOver)
 {
-    ProvidedEcho::Withdraw();
+    echo.Withdraw();
     Start();
-    BusCaller caller(address);
-    EXPECT_EQ(caller.Introspect().find("IEchoService"), std::string::npos);
-    EXPECT_NE(caller.Call("Change"), "");
+    {
+        BusCaller early(address);
+        EXPECT_EQ(early.GetRuns(), "");
+        EXPECT_EQ(early.Call("Change"), "org.freedesktop.DBus.Error.UnknownObject");
+    }
     echo.Provide();
+    BusCaller caller(address);
+    EXPECT_EQ(caller.GetRuns(), "Oxa.Test boot build Oxa.Test.IEchoService\n");
     EXPECT_NE(caller.Introspect().find("<method name=\"Echo\">"), std::string::npos);
     EXPECT_EQ(caller.Call("Change"), "");
+    caller.CallLater("Wait");
+    EXPECT_EQ(caller.Echo(1), 1U);
+    echo.Withdraw();
+    echo.Provide();
+    // Neither what is asked from now on nor what is under way is answered by the run before, or for it.
+    echo.service->letGo.set_value();
+    EXPECT_TRUE(IsClosed(caller.GetDescriptor()));
+    EXPECT_EQ(caller.Echo(1), 0U);
+    EXPECT_EQ(caller.CountAnswers(), 0);
+    EXPECT_EQ(BusCaller(address).Echo(2), 2U);
 }
 
 TEST_F(Serving, EndsTheConnectionThatSendsGarbageAndNoOther)
@@ -225,8 +263,7 @@ TEST_F(Serving, TakesCallsThatComeRightBehindTheHandshake)
         BasicString bytes("\0AUTH EXTERNAL\r\nDATA\r\nBEGIN\r\n", 29);
         for (int serial = 1; serial <= count; ++serial)
         {
-            bytes += Support::FakeBytePeer::MakeCall(static_cast<uint32>(serial), FakeEchoFactory::path,
-                                                     FakeEchoFactory::interface, "Change");
+            bytes += MakeCall(static_cast<uint32>(serial), FakeEchoFactory::path, FakeEchoFactory::interface, "Change");
         }
         const int connection = Connect(path);
         EXPECT_EQ(write(connection, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));

@@ -3,13 +3,18 @@
 #include "Oxa/Device/Interface/Services/DeviceControlServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceControlService.hpp"
+#include "Oxa/System/Commons/ArgumentException.hpp"
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Rsc/RscRegistration.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <thread>
+#include <vector>
 
 namespace
 {
@@ -38,9 +43,17 @@ struct ControlService final : IDeviceControlService
 class FindingServices : public testing::Test
 {
 protected:
-    ~FindingServices() override
+    void Register(AccessErrorCode result, const char* bootId = "boot")
     {
-        ServiceManager::UnregisterService(factory);
+        registration.reset();
+        registration.emplace(
+            bootId, "build",
+            std::vector<RscRegistration::Service>{{factory, std::make_shared<ControlService>(result)}});
+    }
+
+    [[nodiscard]] uint64 GetEpoch() const
+    {
+        return ServiceManager::GetEpoch(factory.GetServiceProviderName());
     }
 
     std::unique_ptr<IDeviceControlService> Find()
@@ -50,12 +63,13 @@ protected:
     }
 
     DeviceControlServiceProxyFactory& factory = DeviceControlServiceProxyFactory::GetInstance();
+    std::optional<RscRegistration> registration;
 };
 
 TEST_F(FindingServices, GivesAProxyOfTheCallersOwnWhileTheServiceIsProvided)
 {
     EXPECT_EQ(Find(), nullptr);
-    ServiceManager::RegisterService(factory, std::make_shared<ControlService>(AccessErrorCode::Busy));
+    Register(AccessErrorCode::Busy);
     EXPECT_EQ(ServiceManager::GetService("another provider", factory), nullptr);
     EXPECT_EQ(
         ServiceManager::GetService(factory.GetServiceProviderName(), DeviceStatusServiceProxyFactory::GetInstance()),
@@ -68,9 +82,9 @@ TEST_F(FindingServices, GivesAProxyOfTheCallersOwnWhileTheServiceIsProvided)
 
 TEST_F(FindingServices, KeepsProxiesThatWorkAgainWhenTheProviderComesBack)
 {
-    ServiceManager::RegisterService(factory, std::make_shared<ControlService>(AccessErrorCode::Busy));
+    Register(AccessErrorCode::Busy);
     const auto proxy = Find();
-    ServiceManager::UnregisterService(factory);
+    registration.reset();
     EXPECT_EQ(Find(), nullptr);
     try
     {
@@ -82,13 +96,13 @@ TEST_F(FindingServices, KeepsProxiesThatWorkAgainWhenTheProviderComesBack)
         EXPECT_EQ(exception.GetFault(), RscFault::NotAvailable);
         EXPECT_NE(BasicString(exception.what()).find("IDeviceControlService"), BasicString::npos);
     }
-    ServiceManager::RegisterService(factory, std::make_shared<ControlService>(AccessErrorCode::TimedOut));
+    Register(AccessErrorCode::TimedOut);
     EXPECT_EQ(proxy->Restart(), AccessErrorCode::TimedOut);
 }
 
 TEST_F(FindingServices, LetsCallsFinishWhileTheProviderComesAndGoes)
 {
-    ServiceManager::RegisterService(factory, std::make_shared<ControlService>(AccessErrorCode::None));
+    Register(AccessErrorCode::None);
     const auto proxy = Find();
     std::atomic<bool> isOver = false;
     std::jthread caller(
@@ -107,10 +121,33 @@ TEST_F(FindingServices, LetsCallsFinishWhileTheProviderComesAndGoes)
         });
     for (int round = 0; round < 200; ++round)
     {
-        ServiceManager::UnregisterService(factory);
-        ServiceManager::RegisterService(factory, std::make_shared<ControlService>(AccessErrorCode::None));
+        registration.reset();
+        Register(AccessErrorCode::None);
     }
     isOver = true;
+}
+
+TEST_F(FindingServices, HasOneEpochForEachRun)
+{
+    EXPECT_EQ(GetEpoch(), 0U);
+    Register(AccessErrorCode::None);
+    const uint64 first = GetEpoch();
+    EXPECT_NE(first, 0U);
+    EXPECT_EQ(ServiceManager::GetRun(factory.GetServiceProviderName()).bootId, "boot");
+    EXPECT_THROW(RscRegistration("", "", {{factory, std::make_shared<ControlService>(AccessErrorCode::None)}}),
+                 System::Commons::InvalidOperationException);
+    EXPECT_THROW(RscRegistration("", "", {}), System::Commons::ArgumentException);
+    EXPECT_EQ(GetEpoch(), first);
+    registration.reset();
+    EXPECT_EQ(GetEpoch(), 0U);
+    Register(AccessErrorCode::None);
+    EXPECT_EQ(GetEpoch(), first);
+    Register(AccessErrorCode::None, "another boot");
+    const uint64 second = GetEpoch();
+    EXPECT_GT(second, first);
+    Register(AccessErrorCode::None, "");
+    Register(AccessErrorCode::None, "");
+    EXPECT_GT(GetEpoch(), second + 1);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "Oxa/System/Um/Services/Internal/AuthorizationService.hpp"
 
+#include "Oxa/System/Rsc/RscRegistration.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Oxa/System/Um/Permissions.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationServiceProxyFactory.hpp"
@@ -26,16 +27,10 @@ class AskingTheAuthorizationService : public UserDatabaseTest
 protected:
     AskingTheAuthorizationService()
     {
-        ServiceManager::RegisterService(factory, std::make_shared<AuthorizationService>(users));
         users.AddUser("anna", "secret", "Engineer");
         token = users.LogIn("anna", "secret").value();
         proxy.reset(dynamic_cast<IAuthorizationService*>(
             ServiceManager::GetService(factory.GetServiceProviderName(), factory)));
-    }
-
-    ~AskingTheAuthorizationService() override
-    {
-        ServiceManager::UnregisterService(factory);
     }
 
     [[nodiscard]] bool MayExecute(uint32 tokenValue)
@@ -47,6 +42,7 @@ protected:
     AuthorizationServiceProxyFactory& factory = AuthorizationServiceProxyFactory::GetInstance();
     const bool isCreated = UserManager::CreateDatabase(path);
     UserManager users{path};
+    System::Rsc::RscRegistration registration{"", "", {{factory, std::make_shared<AuthorizationService>(users)}}};
     SecurityToken token;
     std::unique_ptr<IAuthorizationService> proxy;
 };

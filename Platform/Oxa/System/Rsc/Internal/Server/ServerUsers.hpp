@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Oxa/System/Commons/Diagnostics/Logging/LogLimit.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Rsc/RscServerConfiguration.hpp"
+
+#include <map>
+#include <optional>
+#include <set>
+#include <vector>
+
+namespace Oxa::System::Rsc::Internal
+{
+
+/// "'oxa-wbm' (998)"; "998" when the system has no user of that number. Safe from any thread.
+[[nodiscard]] BasicString DescribeUser(uint32 userId);
+
+/// The number of a user by name, or given as a number; none when the system knows no such name. Safe from any thread.
+[[nodiscard]] std::optional<uint32> TryFindUser(const BasicString& nameOrNumber);
+
+/// Who may call the server, by the users' numbers. Owned by the server's loop. Threads: one at a time.
+class ServerUsers final : private System::Commons::Diagnostics::Logging::Loggable<ServerUsers>
+{
+public:
+    /// Users that the system does not know are logged and let go.
+    explicit ServerUsers(const std::vector<RscServerUser>& configured);
+
+    [[nodiscard]] bool MayCall(uint32 userId) const noexcept;
+    [[nodiscard]] bool MayCommand(uint32 userId) const noexcept;
+
+    /// Somebody else was turned away: logged once for each user, and for a bounded number of them.
+    void LogStranger(uint32 userId);
+    /// Somebody was refused a command.
+    void LogRefusedCommand(uint32 userId, const BasicString& operation);
+
+private:
+    /// Whether each may command.
+    std::map<uint32, bool> users;
+    std::set<uint32> loggedStrangers;
+    System::Commons::Diagnostics::Logging::LogLimit refusedCommands;
+};
+
+} // namespace Oxa::System::Rsc::Internal
