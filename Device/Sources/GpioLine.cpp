@@ -34,9 +34,16 @@ using Chip = std::unique_ptr<gpiod_chip, Call<&gpiod_chip_close>>;
 
 #if OXA_GPIOD_VERSION >= 2
 
+namespace
+{
+
+using LineRequest = std::unique_ptr<gpiod_line_request, Call<&gpiod_line_request_release>>;
+
+} // namespace
+
 struct GpioLine::Request
 {
-    std::unique_ptr<gpiod_line_request, Call<&gpiod_line_request_release>> lines;
+    LineRequest lines;
     unsigned int offset;
 
     [[nodiscard]] int Read() const noexcept
@@ -90,7 +97,7 @@ std::optional<unsigned int> FindLine(gpiod_chip* chip, const BasicString& line)
     return offset < 0 ? std::nullopt : std::optional(static_cast<unsigned int>(offset));
 }
 
-gpiod_line_request* RequestInput(gpiod_chip* chip, unsigned int offset, bool isActiveLow)
+LineRequest RequestInput(gpiod_chip* chip, unsigned int offset, bool isActiveLow)
 {
     const std::unique_ptr<gpiod_line_settings, Call<&gpiod_line_settings_free>> settings(gpiod_line_settings_new());
     const std::unique_ptr<gpiod_line_config, Call<&gpiod_line_config_free>> lines(gpiod_line_config_new());
@@ -106,7 +113,7 @@ gpiod_line_request* RequestInput(gpiod_chip* chip, unsigned int offset, bool isA
         return nullptr;
     }
     gpiod_request_config_set_consumer(request.get(), consumerName);
-    return gpiod_chip_request_lines(chip, request.get(), lines.get());
+    return LineRequest(gpiod_chip_request_lines(chip, request.get(), lines.get()));
 }
 
 } // namespace
@@ -127,9 +134,9 @@ std::unique_ptr<GpioLine> GpioLine::TryRequest(const BasicString& chipName, cons
         return nullptr;
     }
     action = "request the line";
-    gpiod_line_request* const lines = RequestInput(chip.get(), *offset, isActiveLow);
+    LineRequest lines = RequestInput(chip.get(), *offset, isActiveLow);
     // The request stays when the chip is closed.
-    return lines == nullptr ? nullptr : std::unique_ptr<GpioLine>(new GpioLine(Request{{lines}, *offset}));
+    return lines ? std::unique_ptr<GpioLine>(new GpioLine({std::move(lines), *offset})) : nullptr;
 }
 
 #else
