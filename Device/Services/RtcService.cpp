@@ -14,6 +14,7 @@ RtcService::~RtcService() = default;
 
 int64 RtcService::ReadSystemClock() noexcept
 {
+    static_assert(sizeof(std::time_t) == sizeof(int64), "built without times after 2038");
     timespec time = {};
     clock_gettime(CLOCK_REALTIME, &time);
     return static_cast<int64>(time.tv_sec) * 1'000'000 + time.tv_nsec / 1'000;

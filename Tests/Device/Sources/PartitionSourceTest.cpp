@@ -4,6 +4,7 @@
 #include "Device/ItemValueText.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/statfs.h>
 
 namespace Oxa::Tests::Device
 {
@@ -36,6 +37,13 @@ TEST(ReadingAPartition, TellsWhatTheKernelTells)
     const auto probe = std::make_shared<PartitionProbe>(machine.GetPath("/"));
     const ReadPass pass = ReadPass::Begin();
     const PartitionUsage usage = probe->GetUsage(pass);
+
+    struct statfs large = {};
+    large.f_blocks = 1U << 31U;
+    large.f_bfree = 1U << 30U;
+    large.f_frsize = 4096;
+    EXPECT_EQ(MakePartitionUsage(large).totalBytes, uint64(1) << 43U);
+    EXPECT_EQ(MakePartitionUsage(large).usedBytes, uint64(1) << 42U);
 
     EXPECT_GT(usage.totalBytes, 0U);
     EXPECT_LE(usage.usedBytes, usage.totalBytes);
