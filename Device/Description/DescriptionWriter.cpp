@@ -2,8 +2,9 @@
 
 #include "Device/Description/DescriptionDocument.hpp"
 #include "Device/Description/DeviceDescription.hpp"
+#include "Device/Machine/DeviceText.hpp"
 #include "Device/Sources/BoardTemperature.hpp"
-#include "Device/Sources/LedStatus.hpp"
+#include "Device/Sources/LedSource.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Xml/XmlWriter.hpp"
 
@@ -11,7 +12,7 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <optional>
+#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -29,6 +30,8 @@ struct Candidate
 {
     BasicString element;
     std::vector<std::pair<BasicString, BasicString>> attributes;
+
+    bool operator==(const Candidate&) const = default;
 };
 
 /// An item and where its value could come from.
@@ -36,8 +39,12 @@ struct Plan
 {
     BasicString key;
     std::vector<Candidate> candidates;
-    /// Made up; empty: the item is left out.
-    BasicString simulatedValue;
+    /// Made up, for a part that the machine has not got; empty: the item is left out.
+    BasicString simulatedValue = {};
+    /// For a part that the machine has not got.
+    Candidate absence = {};
+    /// What people may put in its place.
+    std::vector<Candidate> offers = {};
 };
 
 void Write(XmlWriter& writer, const Candidate& candidate)
@@ -86,23 +93,59 @@ bool IsUsable(const BasicString& key, const Candidate& candidate, const Machine:
     }
 }
 
-void WriteItem(XmlWriter& writer, const Plan& plan, const Machine::MachineRoot& root)
+/// Null when none is.
+const Candidate* FindUsable(const Plan& plan, const Machine::MachineRoot& root)
 {
-    for (const Candidate& candidate : plan.candidates)
+    const auto found =
+        std::find_if(plan.candidates.begin(), plan.candidates.end(),
+                     [&plan, &root](const Candidate& candidate) { return IsUsable(plan.key, candidate, root); });
+    return found == plan.candidates.end() ? nullptr : &*found;
+}
+
+void WriteOffers(XmlWriter& writer, const std::vector<Candidate>& offers, const Candidate& chosen)
+{
+    BasicString sources;
+    for (const Candidate& offer : offers)
     {
-        if (IsUsable(plan.key, candidate, root))
+        XmlWriter document;
+        Write(document, offer);
+        const BasicString text = document.GetText();
+        const std::string_view source = Machine::DeviceText::Trim(std::string_view(text).substr(text.find("?>") + 2));
+        // Two hyphens cannot stand in a comment.
+        if (!(offer == chosen) && source.find("--") == std::string_view::npos)
         {
-            Write(writer, plan.key, candidate);
-            return;
+            sources.append(" ").append(source);
         }
     }
-    if (plan.simulatedValue.empty())
+    if (!sources.empty())
+    {
+        writer.WriteComment(" Or:" + sources + ' ');
+    }
+}
+
+void WriteItem(XmlWriter& writer, const Plan& plan, const Machine::MachineRoot& root, MissingParts missingParts)
+{
+    const Candidate* const usable = FindUsable(plan, root);
+    if (usable == nullptr && plan.simulatedValue.empty())
     {
         writer.WriteComment(fmt::format(" {}: this machine does not tell. ", plan.key));
         return;
     }
-    writer.WriteComment(" Simulated, this machine has none: ");
-    Write(writer, plan.key, {"simulated", {{"value", plan.simulatedValue}}});
+    const bool isSimulated = usable == nullptr && missingParts == MissingParts::Simulated;
+    if (isSimulated)
+    {
+        writer.WriteComment(" Simulated, this machine has none: ");
+    }
+    const Candidate simulated = {"simulated", {{"value", plan.simulatedValue}}};
+    const Candidate& missing = isSimulated ? simulated : plan.absence;
+    const Candidate& chosen = usable != nullptr ? *usable : missing;
+    Write(writer, plan.key, chosen);
+    WriteOffers(writer, plan.offers, chosen);
+}
+
+Candidate MakeAbsence(const char* part)
+{
+    return {"absent", {{"part", part}}};
 }
 
 Candidate MakeTemperature(const Sources::SensorAddress& sensor)
@@ -140,11 +183,13 @@ std::vector<Plan> PlanStatus(const Machine::MachineRoot& root)
     {
         return std::vector<Candidate>{{"partition", {{"mount", "/"}, {"figure", figure}}}};
     };
-    std::vector<Candidate> temperatures;
-    if (const auto sensor = Sources::FindBoardTemperatureSensor(root))
+    constexpr std::size_t maximumOfferCount = 32;
+    std::vector<Candidate> sensors;
+    for (const auto& sensor : Sources::FindTemperatureSensors(root, maximumOfferCount))
     {
-        temperatures.push_back(MakeTemperature(*sensor));
+        sensors.push_back(MakeTemperature(sensor));
     }
+    std::vector<Candidate> temperatures(sensors.begin(), sensors.begin() + (sensors.empty() ? 0 : 1));
     temperatures.push_back({"boardtemperature", {}});
     return {{"Cpu.Cores.Count", {{"cpu", {{"figure", "count"}}}}, {}},
             {"Status.Cpu.{0}.Load.Percent", {{"cpu", {{"core", "each"}}}}, {}},
@@ -153,12 +198,31 @@ std::vector<Plan> PlanStatus(const Machine::MachineRoot& root)
             {"Status.UserPartition.Usage", partition("usage"), {}},
             {"Status.UserPartition.Usage.Percent", partition("percent"), {}},
             {"Status.System.UpTime.Seconds", {{"uptime", {}}}, {}},
-            {"Status.Board.Temperature.Centigrade", temperatures, "45"},
-            {"Status.RunStopSwitch.Supported", {}, "true"},
-            {"Status.RunStopSwitch.Position", {}, "Run"}};
+            {"Status.Board.Temperature.Centigrade", temperatures, "45", MakeAbsence("temperature sensor"), sensors},
+            {"Status.RunStopSwitch.Supported", {}, "true", {"text", {{"value", "false"}}}},
+            {"Status.RunStopSwitch.Position", {}, "Run", MakeAbsence("run/stop switch")}};
 }
 
-std::vector<Plan> PlanPanelLeds()
+/// The LEDs that the kernel drives and that can be read, in the order of their names.
+std::vector<BasicString> FindKernelLeds(const Machine::MachineRoot& root)
+{
+    std::vector<BasicString> names;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(root.Resolve("/sys/class/leds"), error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error))
+    {
+        BasicString name = entry->path().filename().string();
+        if (IsUsable("Status.Leds.Board." + name, {"led", {{"name", name}}}, root))
+        {
+            names.push_back(std::move(name));
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+/// Those of the panel, each with the kernel's LEDs that it could be by their colour: which it is, only people know.
+std::vector<Plan> PlanPanelLeds(const std::vector<BasicString>& kernelLeds)
 {
     const std::pair<const char*, Sources::LedColour> leds[] = {
         {"Runtime.Run", Sources::LedColour::Green},    {"Runtime.Fail", Sources::LedColour::Red},
@@ -172,47 +236,48 @@ std::vector<Plan> PlanPanelLeds()
     {
         plans.push_back({fmt::format("Status.Leds.{}", name),
                          {},
-                         std::to_string(Sources::MakeLedWord(Sources::LedState::Off, colour))});
+                         std::to_string(Sources::MakeLedWord(Sources::LedState::Off, colour)),
+                         MakeAbsence("LED"),
+                         {}});
+        for (const BasicString& led : kernelLeds)
+        {
+            if (Sources::LedSource::GetColourOfName(led) == colour)
+            {
+                plans.back().offers.push_back({"led", {{"name", led}}});
+            }
+        }
     }
     return plans;
 }
 
-/// The LEDs that the kernel drives, under keys of their own: which of the panel's they are, only people know.
-std::vector<Plan> PlanKernelLeds(const Machine::MachineRoot& root)
+/// Under keys of their own.
+std::vector<Plan> PlanKernelLeds(const std::vector<BasicString>& kernelLeds)
 {
     std::vector<Plan> plans;
-    std::error_code error;
-    std::filesystem::directory_iterator entry(root.Resolve("/sys/class/leds"), error);
-    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error))
+    for (const BasicString& name : kernelLeds)
     {
-        const BasicString name = entry->path().filename().string();
-        plans.push_back({"Status.Leds.Board." + name, {{"led", {{"name", name}}}}, {}});
+        plans.push_back({"Status.Leds.Board." + name, {{"led", {{"name", name}}}}, {}, {}, {}});
     }
-    std::sort(plans.begin(), plans.end(), [](const Plan& left, const Plan& right) { return left.key < right.key; });
     return plans;
-}
-
-void WriteItems(XmlWriter& writer, const std::vector<Plan>& plans, const Machine::MachineRoot& root)
-{
-    for (const Plan& plan : plans)
-    {
-        WriteItem(writer, plan, root);
-    }
 }
 
 } // namespace
 
-BasicString WriteDescription(const Machine::MachineRoot& root)
+BasicString WriteDescription(const Machine::MachineRoot& root, MissingParts missingParts)
 {
     XmlWriter writer;
     writer.WriteStartElement(DescriptionDocument::elementName);
-    writer.WriteComment(" Commands are simulated until somebody decides otherwise. ");
+    writer.WriteComment(" Commands are simulated; other actions make them real. ");
     Write(writer, {"Restart", {{"action", "simulate"}}});
     Write(writer, {"FactoryReset", {{"action", "simulate"}}});
-    WriteItems(writer, PlanIdentity(), root);
-    WriteItems(writer, PlanStatus(root), root);
-    WriteItems(writer, PlanPanelLeds(), root);
-    WriteItems(writer, PlanKernelLeds(root), root);
+    const auto kernelLeds = FindKernelLeds(root);
+    for (const auto& plans : {PlanIdentity(), PlanStatus(root), PlanPanelLeds(kernelLeds), PlanKernelLeds(kernelLeds)})
+    {
+        for (const Plan& plan : plans)
+        {
+            WriteItem(writer, plan, root, missingParts);
+        }
+    }
     writer.WriteEndElement();
     return writer.GetText();
 }

@@ -65,12 +65,12 @@ SourceMaker ReadBoardTemperature(DescriptionElement&)
 {
     return [](DescribedMachine& machine) -> std::unique_ptr<Items::IItemSource>
     {
-        auto sensor = Sources::FindBoardTemperatureSensor(machine.GetRoot());
-        if (!sensor)
+        auto sensors = Sources::FindTemperatureSensors(machine.GetRoot(), 1);
+        if (sensors.empty())
         {
             return std::make_unique<Sources::AbsentSource>("temperature sensor");
         }
-        return std::make_unique<Sources::SensorSource>(std::move(*sensor));
+        return std::make_unique<Sources::SensorSource>(std::move(sensors.front()));
     };
 }
 

@@ -72,7 +72,9 @@ int CheckDescription(const DeviceCommandLine& commandLine, std::ostream& output)
 
 void DescribeMachine(const DeviceCommandLine& commandLine, std::ostream& output)
 {
-    output << Linux::Description::WriteDescription(GetRoot(commandLine));
+    using Linux::Description::MissingParts;
+    output << Linux::Description::WriteDescription(
+        GetRoot(commandLine), commandLine.simulatesMissingParts ? MissingParts::Simulated : MissingParts::Absent);
 }
 
 int ReadItems(const DeviceCommandLine& commandLine, std::ostream& output)

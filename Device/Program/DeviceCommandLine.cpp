@@ -46,9 +46,13 @@ void RefuseUnused(const CLI::App& app, const DeviceCommandLine& commandLine)
     {
         throw CLI::ValidationError("--description", "it is for --read only");
     }
-    if (app.count("--root") > 0 && commandLine.action == Action::CheckDescription)
+    if (app.count("--root") > 0 && commandLine.action == Action::CheckConfiguration)
     {
-        throw CLI::ValidationError("--root", "a description is checked without looking at a machine");
+        throw CLI::ValidationError("--root", "a configuration is checked without looking at a machine");
+    }
+    if (commandLine.simulatesMissingParts && commandLine.action != Action::DescribeMachine)
+    {
+        throw CLI::ValidationError("--simulate", "it is for --describe only");
     }
 }
 
@@ -71,6 +75,8 @@ System::Commons::CommandLineOrStatus<DeviceCommandLine> ParseDeviceCommandLine(i
     app.add_option("--description", commandLine.descriptionPath, "The description that --read uses, a file or folder");
     app.add_option("--root", commandLine.rootFolder, "A folder of files that stands for the machine")
         ->check(&FindFolderMistake);
+    app.add_flag("--simulate", commandLine.simulatesMissingParts,
+                 "Lets --describe simulate what the machine has not got");
     app.add_option("--variable", variables, "NAME=VALUE: what ${NAME} in configuration files stands for")
         ->allow_extra_args(false)
         ->check(&System::Commons::FindVariableMistake);

@@ -16,16 +16,19 @@ struct DeviceCommandLine
     {
         Serve,
         CheckDescription,
+        CheckConfiguration,
         DescribeMachine,
         ReadItems
     };
 
     Action action = Action::Serve;
     BasicString configurationPath = "/etc/oxa/oxa-device.xml";
-    /// To check, or to read items by. Empty for the latter: the one that the configuration names.
+    /// To check, or to read items by. Empty: the one that the configuration names.
     BasicString descriptionPath;
     /// The folder that stands for the machine; empty: the machine that the program runs on.
     BasicString rootFolder;
+    /// Whether a machine is described with simulated parts for those that it has not got.
+    bool simulatesMissingParts = false;
     std::vector<BasicString> keys;
     System::Commons::ProgramVariables variables;
 };

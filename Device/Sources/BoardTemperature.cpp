@@ -8,9 +8,10 @@
 #include <array>
 #include <filesystem>
 #include <initializer_list>
+#include <iterator>
 #include <string_view>
 #include <system_error>
-#include <vector>
+#include <utility>
 
 namespace Oxa::Device::Linux::Sources
 {
@@ -57,11 +58,22 @@ bool ContainsAny(std::string_view text, std::initializer_list<std::string_view> 
                        [text](std::string_view word) { return text.find(word) != std::string_view::npos; });
 }
 
+/// Sensors of their own beside the processor, by the names that their drivers give them: what they measure is the
+/// board.
+bool IsBoardSensor(std::string_view name) noexcept
+{
+    constexpr std::string_view beginnings[] = {"adt7",   "at30ts",  "ds1621", "ds1775", "ds75",   "g751",
+                                               "lm73",   "lm75",    "lm77",   "lm92",   "max662", "max31725",
+                                               "mcp980", "pct2075", "stds75", "stlm75", "tcn75",  "tmp"};
+    return std::any_of(std::begin(beginnings), std::end(beginnings),
+                       [name](std::string_view beginning) { return name.starts_with(beginning); });
+}
+
 /// The lower, the better.
 int Rank(const Candidate& candidate) noexcept
 {
     const BasicString& name = candidate.address.name;
-    if (ContainsAny(name, {"board", "system", "acpitz"}))
+    if (IsBoardSensor(name) || ContainsAny(name, {"board", "ambient", "system", "acpitz"}))
     {
         return 0;
     }
@@ -90,15 +102,23 @@ bool GivesReading(Candidate& candidate)
 
 } // namespace
 
-std::optional<SensorAddress> FindBoardTemperatureSensor(const Machine::MachineRoot& root)
+std::vector<SensorAddress> FindTemperatureSensors(const Machine::MachineRoot& root, std::size_t maximumCount)
 {
     std::vector<Candidate> candidates;
     AddCandidates(candidates, MakeHwmonAddress(root, {}, 0));
     AddCandidates(candidates, MakeThermalAddress(root, {}, 0));
     std::stable_sort(candidates.begin(), candidates.end(),
                      [](const Candidate& left, const Candidate& right) { return Rank(left) < Rank(right); });
-    const auto found = std::find_if(candidates.begin(), candidates.end(), GivesReading);
-    return found == candidates.end() ? std::nullopt : std::optional(found->address);
+    std::vector<SensorAddress> sensors;
+    for (auto candidate = candidates.begin(); candidate != candidates.end() && sensors.size() < maximumCount;
+         ++candidate)
+    {
+        if (GivesReading(*candidate))
+        {
+            sensors.push_back(std::move(candidate->address));
+        }
+    }
+    return sensors;
 }
 
 } // namespace Oxa::Device::Linux::Sources

@@ -13,6 +13,8 @@ namespace Oxa::Tests::Device
 {
 
 using namespace Oxa::Device::Linux;
+using Description::MissingParts;
+using Description::WriteDescription;
 
 namespace
 {
@@ -143,7 +145,7 @@ TEST(ReadingAMachine, IsASimulatedControllerWithEveryItem)
     }
 }
 
-TEST(DescribingAMachine, WritesWhatGivesAValueForEveryKey)
+TEST(DescribingAMachine, WritesWhatGivesAValueAndSimulatesOnlyWhenAsked)
 {
     FakeMachine pc;
     pc.BecomePc();
@@ -151,18 +153,49 @@ TEST(DescribingAMachine, WritesWhatGivesAValueForEveryKey)
     for (const Machine::MachineRoot& root :
          {pc.GetRoot(), Machine::MachineRoot(OXA_MACHINES "/sbc"), Machine::MachineRoot("/"), empty.GetRoot()})
     {
-        const auto description = Description::DeviceDescription::Parse(Description::WriteDescription(root), "written");
-        Description::DescribedMachine machine(root);
-        const auto items = description.MakeItems(machine);
-        EXPECT_GE(items->GetItems().size(), 17U);
-        for (const Items::DeviceItem* item : items->GetItems())
+        for (const auto missingParts : {MissingParts::Absent, MissingParts::Simulated})
         {
-            EXPECT_NE(ToTypedText(items->Read(item->GetKey())), "NotSet")
-                << item->GetKey() << " of " << root.Resolve("");
+            const auto description =
+                Description::DeviceDescription::Parse(WriteDescription(root, missingParts), "written");
+            Description::DescribedMachine machine(root);
+            const auto items = description.MakeItems(machine);
+            EXPECT_GE(items->GetItems().size(), 17U);
+            for (const Items::DeviceItem* item : items->GetItems())
+            {
+                const bool isAbsent =
+                    missingParts == MissingParts::Absent && item->GetSource().Describe().starts_with("none: ");
+                EXPECT_EQ(ToTypedText(items->Read(item->GetKey())) == "NotSet", isAbsent)
+                    << item->GetKey() << " of " << root.Resolve("");
+                EXPECT_FALSE(missingParts == MissingParts::Absent && item->GetSource().IsSimulated()) << item->GetKey();
+            }
+            EXPECT_EQ(ToTypedText(items->Read("Status.RunStopSwitch.Supported")),
+                      missingParts == MissingParts::Absent ? "Bool false" : "Bool true");
         }
     }
-    const BasicString text = Description::WriteDescription(Machine::MachineRoot(OXA_MACHINES "/sbc"));
-    EXPECT_NE(text.find(R"(<hwmon chip="cpu_thermal" input="temp1_input"/>)"), BasicString::npos) << text;
+}
+
+TEST(DescribingAMachine, PrefersSensorsOfTheBoardAndOffersWhatElseItFound)
+{
+    const FakeMachine machine;
+    const char* const sensors[][3] = {
+        {"hwmon0", "nvme", "71000"}, {"hwmon1", "soc_thermal", "63000"}, {"hwmon2", "lm75", "41000"}};
+    for (const auto& [number, name, temperature] : sensors)
+    {
+        machine.Write(BasicString("/sys/class/hwmon/") + number + "/name", name);
+        machine.Write(BasicString("/sys/class/hwmon/") + number + "/temp1_input", temperature);
+    }
+    machine.Write("/sys/class/leds/board:red:fault/brightness", "1");
+    machine.Write("/sys/class/leds/red--x/brightness", "1");
+    const BasicString text = WriteDescription(machine.GetRoot(), MissingParts::Absent);
+    for (const char* const part :
+         {"<Item key=\"Status.Board.Temperature.Centigrade\">\n  <hwmon chip=\"lm75\" input=\"temp1_input\"/>",
+          "<!-- Or: <hwmon chip=\"soc_thermal\" input=\"temp1_input\"/> <hwmon chip=\"nvme\" input=\"temp1_input\"/> "
+          "-->",
+          "<absent part=\"LED\"/>\n </Item>\n <!-- Or: <led name=\"board:red:fault\"/> -->",
+          "<Item key=\"Status.Leds.Board.board:red:fault\">"})
+    {
+        EXPECT_NE(text.find(part), BasicString::npos) << part << " in " << text;
+    }
 }
 
 TEST(DescribingAMachine, TellsSensorsOfOneNameApartAndLeavesOutWhatHasNoUsableName)
@@ -173,12 +206,12 @@ TEST(DescribingAMachine, TellsSensorsOfOneNameApartAndLeavesOutWhatHasNoUsableNa
     machine.Write("/sys/class/thermal/thermal_zone1/temp", "41000");
     machine.Write("/sys/class/leds/${X}/brightness", "1");
     machine.Write("/sys/class/leds/phy0--tx/trigger", "");
-    const BasicString text = Description::WriteDescription(machine.GetRoot());
+    const BasicString text = WriteDescription(machine.GetRoot(), MissingParts::Absent);
     EXPECT_NE(text.find(R"(<thermal zone="soc" index="1"/>)"), BasicString::npos) << text;
     EXPECT_NO_THROW(Description::DeviceDescription::Parse(text, "written")) << text;
     machine.Write("/sys/class/hwmon/hwmon0/temp1_input", "30000");
     std::filesystem::remove_all(machine.GetPath("/sys/class/thermal"));
-    EXPECT_NE(Description::WriteDescription(machine.GetRoot()).find("<boardtemperature/>"), BasicString::npos);
+    EXPECT_NE(WriteDescription(machine.GetRoot(), MissingParts::Absent).find("<boardtemperature/>"), BasicString::npos);
 }
 
 TEST(ReadingAMachine, TakesNoBootIdThatIsNone)
