@@ -52,6 +52,8 @@ int Act(const DeviceCommandLine& commandLine)
     {
     case Action::CheckDescription:
         return Oxa::Device::Linux::Program::CheckDescription(commandLine, std::cout);
+    case Action::CheckConfiguration:
+        return Oxa::Device::Linux::Program::CheckConfiguration(commandLine, std::cout);
     case Action::ReadItems:
         return Oxa::Device::Linux::Program::ReadItems(commandLine, std::cout);
     default:

@@ -32,7 +32,17 @@ public:
         DescriptionElement element = cursor.GetElement();
         element.Read("name", content.name);
         element.ReportOthers();
-        cursor.ForEachChild([this] { ReadTopElement(); });
+        bool isEmpty = true;
+        cursor.ForEachChild(
+            [this, &isEmpty]
+            {
+                ReadTopElement();
+                isEmpty = false;
+            });
+        if (isEmpty)
+        {
+            content.emptyFiles.push_back(cursor.GetFileName());
+        }
     }
 
 private:

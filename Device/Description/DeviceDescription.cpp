@@ -1,11 +1,14 @@
 #include "Device/Description/DeviceDescription.hpp"
 
 #include "Device/Description/DescriptionDocument.hpp"
+#include "Device/Description/ItemTypes.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/Xml/MultiXmlConfigDocument.hpp"
 #include "Oxa/System/Commons/Xml/XmlReader.hpp"
 #include "Oxa/System/Commons/Xml/XmlSerializationContext.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
+
+#include <fmt/format.h>
 
 #include <string_view>
 #include <utility>
@@ -114,11 +117,25 @@ std::unique_ptr<Items::ItemTable> DeviceDescription::MakeItems(DescribedMachine&
 
 DeviceDescription::DeviceDescription(DescriptionContent content) : content(std::move(content)) {}
 
-std::vector<BasicString> CheckDescription(const BasicString& path)
+DescriptionFindings CheckDescription(const BasicString& path)
 {
     DescriptionProblems problems(DescriptionProblems::Reaction::Gather);
-    static_cast<void>(Read(path, problems));
-    return problems.GetMessages();
+    const DescriptionContent content = Read(path, problems);
+    DescriptionFindings findings = {problems.GetMessages(), {}};
+    for (const BasicString& file : content.emptyFiles)
+    {
+        findings.warnings.push_back(file + ": warning: the document describes nothing");
+    }
+    for (const auto& [key, item] : content.items)
+    {
+        const BasicString similar(FindSimilarKey(key));
+        if (!similar.empty() && !content.items.contains(similar))
+        {
+            findings.warnings.push_back(fmt::format("{}:{}: warning: '{}' is no well-known key; did you mean '{}'?",
+                                                    item.fileName, item.line, key, similar));
+        }
+    }
+    return findings;
 }
 
 } // namespace Oxa::Device::Linux::Description

@@ -34,8 +34,9 @@ struct DescriptionContent
     BasicString name;
     std::map<BasicString, DescribedItem> items;
     Commands::CommandSettings commands;
-    /// The files that were read, in their order.
+    /// The files that were read, in their order, and those of them that describe nothing.
     std::vector<BasicString> files;
+    std::vector<BasicString> emptyFiles;
 };
 
 /// What a device is made of: a document, or the documents of a folder, of which later ones win item by item. It knows
@@ -60,8 +61,17 @@ private:
     DescriptionContent content;
 };
 
-/// Every mistake in a description, each with file and line; empty when it can be used. Of a document that is not
-/// well-formed, those up to that place; the other files of a folder are looked at all the same.
-[[nodiscard]] std::vector<BasicString> CheckDescription(const BasicString& path);
+/// What is to be said of a description, each with its file and mostly the line.
+struct DescriptionFindings
+{
+    /// Empty when it can be used.
+    std::vector<BasicString> mistakes;
+    /// What can be used and is probably not meant.
+    std::vector<BasicString> warnings;
+};
+
+/// Every mistake in a description. Of a document that is not well-formed, those up to that place; the other files of a
+/// folder are looked at all the same.
+[[nodiscard]] DescriptionFindings CheckDescription(const BasicString& path);
 
 } // namespace Oxa::Device::Linux::Description

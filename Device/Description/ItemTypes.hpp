@@ -13,4 +13,7 @@ namespace Oxa::Device::Linux::Description
 /// core counts as well-known.
 [[nodiscard]] std::optional<System::Rsc::RscType> FindExpectedType(std::string_view key) noexcept;
 
+/// The well-known key that was probably meant by one that is not well-known; empty when it resembles none.
+[[nodiscard]] std::string_view FindSimilarKey(std::string_view key);
+
 } // namespace Oxa::Device::Linux::Description

@@ -7,9 +7,14 @@
 namespace Oxa::Device::Linux::Program
 {
 
-/// Writes every mistake of the description on a line of its own; "… is in order" when there is none. The exit status: 0
-/// or 1.
+/// Writes every mistake and warning of the description on a line of its own; "… is in order" when there is no mistake,
+/// and then, with a root, every item with its value or why it has none. The exit status: 0, or 1 for a mistake. Throws
+/// ArgumentException when the root is no folder.
 [[nodiscard]] int CheckDescription(const DeviceCommandLine& commandLine, std::ostream& output);
+
+/// The same for the configuration: the document, the libraries that it names, and the descriptions of components of
+/// this program's own library. Nothing is loaded or started.
+[[nodiscard]] int CheckConfiguration(const DeviceCommandLine& commandLine, std::ostream& output);
 
 /// Writes a description of the machine. Throws ArgumentException when the root is no folder.
 void DescribeMachine(const DeviceCommandLine& commandLine, std::ostream& output);

@@ -15,14 +15,17 @@ using Action = DeviceCommandLine::Action;
 void AddActions(CLI::App& app, DeviceCommandLine& commandLine)
 {
     auto* const actions = app.add_option_group("actions")->require_option(0, 1);
-    actions->add_option_function<BasicString>(
-        "--check",
-        [&commandLine](const BasicString& path)
-        {
-            commandLine.action = Action::CheckDescription;
-            commandLine.descriptionPath = path;
-        },
-        "FILE or folder: says every mistake of the description");
+    actions
+        ->add_option_function<BasicString>(
+            "--check",
+            [&commandLine](const BasicString& path)
+            {
+                commandLine.action = path.empty() ? Action::CheckConfiguration : Action::CheckDescription;
+                commandLine.descriptionPath = path;
+            },
+            "FILE or folder: every mistake of the description, with --root every item as well; without FILE those of "
+            "the configuration and of its descriptions")
+        ->expected(0, 1);
     actions->add_flag_callback(
         "--describe", [&commandLine] { commandLine.action = Action::DescribeMachine; },
         "Writes a description of the machine to standard output");

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <future>
 #include <map>
+#include <tuple>
 
 namespace Oxa::Tests::Processes
 {
@@ -149,11 +150,27 @@ TEST(DescribingADevice, SaysEveryMistakeAndReadsWhatTheProgramDescribed)
     EXPECT_EQ(read.status, 0);
     EXPECT_THAT(read.output, testing::EndsWith(" (uint64)\n"));
     EXPECT_EQ(RunDevice({"--description", path, "--read", "No.Such.Item"}).status, 1);
+    const BasicString text =
+        folder.Write("text.xml", "<DeviceDescriptionDocument><Item key=\"a\"><text value=\"x\"/></Item>"
+                                 "<Item key=\"b\"><file path=\"/b\"/></Item></DeviceDescriptionDocument>");
+    const Ended shown = RunDevice({"--check", text, "--root", folder.GetPath("")});
+    EXPECT_EQ(shown.status, 0);
+    EXPECT_THAT(shown.output, testing::HasSubstr("is in order\na = x (string)\nb has no value: cannot read '"));
+    for (const auto& [library, description, status] :
+         {std::tuple(BasicString(OXA_DEVICE_LIBRARY), text, 0), {OXA_DEVICE_LIBRARY, wrong, 1}, {"/no.so", text, 1}})
+    {
+        const BasicString configuration = folder.Write(
+            "check.conf", "<DeviceServerDocument><Components><Component name=\"Linux\" library=\"" + library +
+                              "\" settings=\"" + description + "\"/></Components></DeviceServerDocument>");
+        EXPECT_EQ(RunDevice({"--config", configuration, "--check"}).status, status) << library << ' ' << description;
+    }
+    EXPECT_EQ(RunDevice({"--config", wrong, "--check"}).status, 1);
     const BasicString noLog = folder.Write(
         "log.conf", R"(<DeviceServerDocument><Log target="file" file="/proc/no"/></DeviceServerDocument>)");
     const std::pair<std::vector<BasicString>, int> refused[] = {
         {{"--read"}, 64},
-        {{"--check", path, "--root", "/"}, 64},
+        {{"--check", path, "--simulate"}, 64},
+        {{"--check", "--root", "/"}, 64},
         {{"--check", path, "--description", path}, 64},
         {{"--describe", "--root", ""}, 64},
         {{"--variable", "=value"}, 64},

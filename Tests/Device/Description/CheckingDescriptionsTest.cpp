@@ -22,7 +22,7 @@ using Messages = std::vector<BasicString>;
 Messages Check(const FakeMachine& machine, const BasicString& content)
 {
     machine.Write("/d.xml", "<DeviceDescriptionDocument>\n" + content + "\n</DeviceDescriptionDocument>\n");
-    Messages messages = CheckDescription(machine.GetPath("/d.xml"));
+    Messages messages = CheckDescription(machine.GetPath("/d.xml")).mistakes;
     for (BasicString& message : messages)
     {
         message.erase(0, machine.GetPath("/d.xml:").size());
@@ -164,12 +164,44 @@ TEST(CheckingADescription, GoesOnWithTheOtherFilesOfAFolder)
     machine.Write("/d/2.xml", "<Other/>");
     machine.Write("/d/3.xml", "<DeviceDescriptionDocument><Itme/></DeviceDescriptionDocument>");
     machine.Write("/d/.4.xml", "no description");
-    const Messages messages = CheckDescription(machine.GetPath("/d"));
+    const Messages messages = CheckDescription(machine.GetPath("/d")).mistakes;
     EXPECT_EQ(messages, (Messages{machine.GetPath("/d/1.xml:1: the document ends before its element is closed"),
                                   machine.GetPath("/d/1b.xml:1: the document is empty"),
                                   machine.GetPath("/d/2.xml:1: the document element is 'Other', expected "
                                                   "'DeviceDescriptionDocument'"),
                                   machine.GetPath("/d/3.xml:1: the element 'Itme' is not known here")}));
+}
+
+TEST(CheckingADescription, WarnsOfEmptyDocumentsAndOfKeysThatAreNearlyWellKnown)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {"General.SerialNo", "General.SerialNumber"},
+        {"General.serialnumber", "General.SerialNumber"},
+        {"General.Serial.Number", "General.SerialNumber"},
+        {"Status.Led.Runtime.Run", "Status.Leds.Runtime.Run"},
+        {"Status.Leds.Runtime.Fial", "Status.Leds.Runtime.Fail"},
+        {"Status.Cpu.12.Load.Percnt", "Status.Cpu.{0}.Load.Percent"},
+        {"Status.Cpu.12.Load.Percent", ""},
+        {"Status.Leds.Board.board:green:run", ""},
+        {"General.SPNS.Firmware.Version", ""},
+        {"General.Bootloader.Version", ""},
+        {"Board.Supply.Volts", ""},
+        {"X", ""},
+    };
+    const FakeMachine machine;
+    const BasicString path = machine.GetPath("/d.xml");
+    for (const auto& [key, similar] : cases)
+    {
+        machine.Write("/d.xml", BasicString("<DeviceDescriptionDocument>\n<Item key='") + key +
+                                    "'><absent part='x'/></Item></DeviceDescriptionDocument>");
+        const BasicString warning =
+            path + ":2: warning: '" + key + "' is no well-known key; did you mean '" + similar + "'?";
+        const auto findings = CheckDescription(path);
+        EXPECT_EQ(findings.mistakes, Messages());
+        EXPECT_EQ(findings.warnings, *similar == '\0' ? Messages() : Messages{warning}) << key;
+    }
+    machine.Write("/d.xml", "<DeviceDescriptionDocument name='x'> </DeviceDescriptionDocument>");
+    EXPECT_EQ(CheckDescription(path).warnings, Messages{path + ": warning: the document describes nothing"});
 }
 
 TEST(LoadingADescription, StopsAtTheFirstMistake)

@@ -124,7 +124,7 @@ TEST(DescribingSensors, SaysEveryMistakeWithItsLine)
     {
         const BasicString path =
             WriteDescription(machine, BasicString("<Item key=\"A\" type=\"") + type + "\">\n" + source + "</Item>");
-        EXPECT_THAT(CheckDescription(path), testing::ElementsAre(path + ":3: " + message)) << source;
+        EXPECT_THAT(CheckDescription(path).mistakes, testing::ElementsAre(path + ":3: " + message)) << source;
     }
 }
 
