@@ -11,6 +11,7 @@
 #include "Oxa/System/Rsc/RscUsageRecorder.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 
+#include <string_view>
 #include <utility>
 
 namespace Oxa::Host::Modules
@@ -20,6 +21,7 @@ using Services::Commons::Wbm::Modules::ModuleInfo;
 using Services::Commons::Wbm::Modules::WbmModuleLibraryEntry;
 using Services::Commons::Wbm::Modules::wbmModuleLibraryEntryName;
 using System::Commons::XmlException;
+using System::Commons::Diagnostics::CallRecord;
 using System::Commons::Diagnostics::Logging::LogLevel;
 using System::Rsc::RscUsageRecorder;
 using System::Rsc::ServiceManager;
@@ -29,7 +31,8 @@ HostedModule::HostedModule(Configuration::ModuleConfiguration configuration, std
     : configuration(std::move(configuration)),
       registry(registry),
       notifications(notifications),
-      registrations(registry, this->configuration.name, std::move(gate))
+      registrations(registry, this->configuration.name, std::move(gate)),
+      callRecord("the module '" + this->configuration.name + '\'')
 {
 }
 
@@ -38,6 +41,8 @@ HostedModule::~HostedModule() = default;
 HostedModule::Outcome HostedModule::SetUp(System::Commons::AppDomain& appDomain)
 {
     TakeDown();
+    static constexpr std::string_view step = "set-up";
+    const CallRecord::Scope call(callRecord, step);
     if (!TryLoad(appDomain))
     {
         return Outcome::Failed;
@@ -118,6 +123,8 @@ void HostedModule::TakeDown() noexcept
 {
     if (std::exchange(isUp, false))
     {
+        static constexpr std::string_view step = "stop";
+        const CallRecord::Scope call(callRecord, step);
         RunAndReport("cannot be stopped", [this] { module->StopModule(); });
         Reset();
     }

@@ -5,6 +5,7 @@
 #include "Host/Modules/ModuleRegistrations.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/IWbmModule.hpp"
 #include "Oxa/System/Acf/SharedLibrary.hpp"
+#include "Oxa/System/Commons/Diagnostics/CrashReport.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
@@ -92,6 +93,7 @@ private:
     Epochs epochs;
     bool isUp = false;
     BasicString lastReport;
+    System::Commons::Diagnostics::CallRecord callRecord;
 };
 
 } // namespace Oxa::Host::Modules
