@@ -84,12 +84,15 @@ struct KeyRecorder final : IRscWriteEnumerator<RscString<512>>
     BasicString calls;
 };
 
-/// An array variant; its elements are counted when they are read, and fill all the room that is offered.
+/// An array variant; its elements are counted when they are read, and fill all the room that is offered, which
+/// has to be zero.
 struct ArraySource
 {
     static void ReadElement(void* context, void* element, std::size_t elementBytes)
     {
         ++static_cast<ArraySource*>(context)->readCount;
+        const auto* const bytes = static_cast<const char*>(element);
+        EXPECT_EQ(std::count(bytes, bytes + elementBytes, 0), static_cast<std::ptrdiff_t>(elementBytes));
         std::memset(element, 0xAB, elementBytes);
     }
 

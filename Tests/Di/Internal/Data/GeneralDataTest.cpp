@@ -36,9 +36,9 @@ protected:
 
 TEST_F(ReadingGeneralData, ReadsTheIdentityOnceAndTheSafetyPartEveryTime)
 {
+    section.Setup();
     device.SetInfo("General.Hardware.Version", uint16{3});
     device.SetInfo("General.Fpga.Version", int8{3});
-    section.Setup();
     section.Setup();
     device.SetInfo("General.SerialNumber", std::string_view("changed"));
     EXPECT_TRUE(section.UpdateData());
