@@ -62,7 +62,7 @@ TEST_F(SettingUpTheModule, RegistersInOrderAndTakesBackWhatItRegistered)
 
     EXPECT_EQ(TrySetUp(), "");
     EXPECT_EQ(host.TakeCalls(), (Calls{"+provider DeviceInterfaceDp", "+provider DeviceInterfaceControlDp",
-                                       "+page GeneralData/overview", "+language en", "+language de"}));
+                                       "+page GeneralData/overview/", "+language en", "+language de"}));
     ASSERT_EQ(host.handlers.size(), 2U);
     EXPECT_TRUE(host.handlers[0]->HandlesRequest("GetDataSections"));
     EXPECT_TRUE(host.handlers[1]->HandlesRequest("RestartController"));

@@ -19,7 +19,9 @@ public:
                       std::shared_ptr<Services::Commons::Wbm::Modules::WbmPageHandlerBase> handler) override
     {
         pageHandler = std::move(handler);
-        return Record("+page " + pageInfo.GetDataName() + "/" + pageInfo.GetPageName(), pageInfo.GetPageName());
+        return Record("+page " + pageInfo.GetDataName() + "/" + pageInfo.GetPageName() + "/" +
+                          pageInfo.GetParentPageName(),
+                      pageInfo.GetPageName());
     }
 
     void UnregisterPage(const BasicString& pageName) override
