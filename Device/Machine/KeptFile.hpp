@@ -1,11 +1,15 @@
 #pragma once
 
 #include "Device/Machine/BoundedCalls.hpp"
+#include "Device/Machine/DeviceText.hpp"
 #include "Device/Machine/SteadyClock.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <array>
+#include <concepts>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -51,6 +55,21 @@ public:
 
     /// The same with a budget of its own.
     [[nodiscard]] Content Read(std::span<char> buffer) noexcept;
+
+    /// A file that holds one whole number and nothing else. Without a number, `cause` says why.
+    template <std::integral T>
+    [[nodiscard]] std::optional<T> ReadNumber(BasicString& cause, WaitBudget& budget)
+    {
+        std::array<char, 64> buffer;
+        const Content content = Read(buffer, budget);
+        const auto number =
+            content.error == 0 ? DeviceText::ParseNumber<T>(DeviceText::Trim(content.text)) : std::nullopt;
+        if (!number)
+        {
+            cause = content.error != 0 ? DescribeError(content.error) : "'" + path + "' holds no whole number";
+        }
+        return number;
+    }
 
     [[nodiscard]] const BasicString& GetPath() const noexcept;
 

@@ -2,8 +2,6 @@
 
 #include "Device/Machine/DeviceText.hpp"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <array>
 #include <span>
@@ -16,37 +14,16 @@ namespace
 {
 
 constexpr uint64 slowPeriodMilliseconds = 500;
-constexpr std::size_t maximumNumberBytes = 32;
 
 constexpr std::pair<std::string_view, LedColour> colourNames[] = {
     {"green", LedColour::Green},   {"yellow", LedColour::Yellow}, {"amber", LedColour::Yellow},
     {"orange", LedColour::Yellow}, {"red", LedColour::Red},       {"blue", LedColour::Blue},
     {"white", LedColour::White}};
 
-/// A number, or why there is none.
-struct NumberReading
-{
-    uint64 number = 0;
-    BasicString cause;
-};
-
-NumberReading ReadNumber(Machine::KeptFile& file)
-{
-    std::array<char, maximumNumberBytes> buffer;
-    const Machine::KeptFile::Content content = file.Read(buffer);
-    if (content.error != 0)
-    {
-        return {0, file.DescribeError(content.error)};
-    }
-    const auto number = Machine::DeviceText::ParseNumber<uint64>(Machine::DeviceText::Trim(content.text));
-    return number ? NumberReading{*number, {}}
-                  : NumberReading{0, fmt::format("'{}' holds no whole number", file.GetPath())};
-}
-
 /// The trigger in brackets of "none [timer] heartbeat"; empty when the LED can have none.
-std::string_view ReadTrigger(Machine::KeptFile& file, std::span<char> buffer) noexcept
+std::string_view ReadTrigger(Machine::KeptFile& file, std::span<char> buffer, Machine::WaitBudget& budget) noexcept
 {
-    std::string_view text = file.Read(buffer).text;
+    std::string_view text = file.Read(buffer, budget).text;
     (void)Machine::DeviceText::TakeUntil(text, '[');
     return Machine::DeviceText::TakeUntil(text, ']');
 }
@@ -80,19 +57,19 @@ LedColour LedSource::GetColourOfName(std::string_view name) noexcept
     return LedColour::Unknown;
 }
 
-Items::ItemReading LedSource::Read(const Items::ReadPass&)
+Items::ItemReading LedSource::Read(const Items::ReadPass& pass)
 {
     std::array<char, Machine::KeptFile::pageBytes> buffer;
-    const std::string_view trigger = ReadTrigger(triggerFile, buffer);
+    const std::string_view trigger = ReadTrigger(triggerFile, buffer, pass.GetWaitBudget());
     if (trigger == "timer")
     {
-        return ReadByTimer();
+        return ReadByTimer(pass);
     }
     if (trigger == "heartbeat" || trigger == "pattern")
     {
         return MakeReading(LedState::SlowBlinking);
     }
-    return ReadByBrightness();
+    return ReadByBrightness(pass);
 }
 
 BasicString LedSource::Describe() const
@@ -105,40 +82,37 @@ Items::ItemReading LedSource::MakeReading(LedState state) const
     return Items::ItemReading::Of(MakeLedWord(state, colour));
 }
 
-Items::ItemReading LedSource::ReadByTimer()
+Items::ItemReading LedSource::ReadByTimer(const Items::ReadPass& pass)
 {
-    NumberReading on = ReadNumber(delayOnFile);
-    if (!on.cause.empty())
+    BasicString cause;
+    const auto on = delayOnFile.ReadNumber<uint64>(cause, pass.GetWaitBudget());
+    const auto off = on ? delayOffFile.ReadNumber<uint64>(cause, pass.GetWaitBudget()) : std::nullopt;
+    if (!off)
     {
-        return Items::ItemReading::Missing(std::move(on.cause));
-    }
-    NumberReading off = ReadNumber(delayOffFile);
-    if (!off.cause.empty())
-    {
-        return Items::ItemReading::Missing(std::move(off.cause));
+        return Items::ItemReading::Missing(std::move(cause));
     }
     // The kernel lets a LED without one of the two times rest in the other state.
-    if (on.number == 0)
+    if (*on == 0)
     {
         return MakeReading(LedState::Off);
     }
-    if (off.number == 0)
+    if (*off == 0)
     {
         return MakeReading(LedState::On);
     }
-    const bool isSlow =
-        std::max(on.number, off.number) >= slowPeriodMilliseconds || on.number + off.number >= slowPeriodMilliseconds;
+    const bool isSlow = std::max(*on, *off) >= slowPeriodMilliseconds || *on + *off >= slowPeriodMilliseconds;
     return MakeReading(isSlow ? LedState::SlowBlinking : LedState::FastBlinking);
 }
 
-Items::ItemReading LedSource::ReadByBrightness()
+Items::ItemReading LedSource::ReadByBrightness(const Items::ReadPass& pass)
 {
-    NumberReading brightness = ReadNumber(brightnessFile);
-    if (!brightness.cause.empty())
+    BasicString cause;
+    const auto brightness = brightnessFile.ReadNumber<uint64>(cause, pass.GetWaitBudget());
+    if (!brightness)
     {
-        return Items::ItemReading::Missing(std::move(brightness.cause));
+        return Items::ItemReading::Missing(std::move(cause));
     }
-    return MakeReading(brightness.number == 0 ? LedState::Off : LedState::On);
+    return MakeReading(*brightness == 0 ? LedState::Off : LedState::On);
 }
 
 } // namespace Oxa::Device::Linux::Sources

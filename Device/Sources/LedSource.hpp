@@ -29,8 +29,8 @@ public:
 
 private:
     [[nodiscard]] Items::ItemReading MakeReading(LedState state) const;
-    [[nodiscard]] Items::ItemReading ReadByTimer();
-    [[nodiscard]] Items::ItemReading ReadByBrightness();
+    [[nodiscard]] Items::ItemReading ReadByTimer(const Items::ReadPass& pass);
+    [[nodiscard]] Items::ItemReading ReadByBrightness(const Items::ReadPass& pass);
 
     const BasicString folder;
     const LedColour colour;

@@ -1,22 +1,10 @@
 #include "Device/Sources/SensorSource.hpp"
 
-#include "Device/Machine/DeviceText.hpp"
-
-#include <fmt/format.h>
-
-#include <array>
 #include <mutex>
 #include <utility>
 
 namespace Oxa::Device::Linux::Sources
 {
-
-namespace
-{
-
-constexpr std::size_t maximumNumberBytes = 64;
-
-} // namespace
 
 SensorSource::SensorSource(SensorAddress address, Machine::SteadyClock clock)
     : address(std::move(address)), clock(std::move(clock))
@@ -25,11 +13,11 @@ SensorSource::SensorSource(SensorAddress address, Machine::SteadyClock clock)
 
 SensorSource::~SensorSource() = default;
 
-Items::ItemReading SensorSource::Read(const Items::ReadPass&)
+Items::ItemReading SensorSource::Read(const Items::ReadPass& pass)
 {
     {
         const std::lock_guard lock(mutex);
-        Items::ItemReading reading = ReadKept();
+        Items::ItemReading reading = ReadKept(pass);
         if (reading.HasValue())
         {
             return reading;
@@ -41,7 +29,7 @@ Items::ItemReading SensorSource::Read(const Items::ReadPass&)
     {
         Search();
     }
-    return ReadKept();
+    return ReadKept(pass);
 }
 
 BasicString SensorSource::Describe() const
@@ -49,24 +37,16 @@ BasicString SensorSource::Describe() const
     return DescribeSensor(address);
 }
 
-Items::ItemReading SensorSource::ReadKept()
+Items::ItemReading SensorSource::ReadKept(const Items::ReadPass& pass)
 {
     if (!file)
     {
         return Items::ItemReading::Missing(cause);
     }
-    std::array<char, maximumNumberBytes> buffer;
-    const Machine::KeptFile::Content content = file->Read(buffer);
-    if (content.error != 0)
-    {
-        return Items::ItemReading::Missing(file->DescribeError(content.error));
-    }
-    const auto number = Machine::DeviceText::ParseNumber<int64>(Machine::DeviceText::Trim(content.text));
-    if (!number)
-    {
-        return Items::ItemReading::Missing(fmt::format("'{}' holds no whole number", file->GetPath()));
-    }
-    return Items::ItemReading::Of(static_cast<double>(*number) / unitsPerPlainUnit);
+    BasicString failure;
+    const auto number = file->ReadNumber<int64>(failure, pass.GetWaitBudget());
+    return number ? Items::ItemReading::Of(static_cast<double>(*number) / unitsPerPlainUnit)
+                  : Items::ItemReading::Missing(std::move(failure));
 }
 
 void SensorSource::Search()

@@ -27,7 +27,7 @@ public:
     [[nodiscard]] BasicString Describe() const override;
 
 private:
-    [[nodiscard]] Items::ItemReading ReadKept();
+    [[nodiscard]] Items::ItemReading ReadKept(const Items::ReadPass& pass);
     void Search();
 
     const SensorAddress address;
