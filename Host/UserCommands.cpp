@@ -125,7 +125,7 @@ private:
         {
             return std::nullopt;
         }
-        const auto changed =
+        auto changed =
             commandLine.action == CommandLine::Action::RemoveUser ? Remove(user->name) : SetPassword(user->name);
         if (changed && changed->name == initialUserName)
         {

@@ -141,6 +141,11 @@ TEST_F(Strands, GoOnWhenNotEvenTheFaultCanBeAnswered)
             return request;
         }
 
+        [[nodiscard]] BasicString GetClientAddress() const override
+        {
+            return {};
+        }
+
         void Send(const HttpAnswer& /*answer*/, std::string_view /*body*/) override
         {
             throw std::bad_alloc();
