@@ -5,6 +5,7 @@
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <system_error>
@@ -44,6 +45,7 @@ bool IsTemporary(int primaryCode, int systemError) noexcept
     case SQLITE_NOMEM:
     case SQLITE_IOERR:
     case SQLITE_FULL:
+    case SQLITE_READONLY:
     case SQLITE_PROTOCOL:
         return true;
     default:
@@ -116,6 +118,11 @@ int64 SqliteConnection::ReadNumber(const char* sql)
 void SqliteConnection::ThrowLastError() const
 {
     const int primaryCode = sqlite3_errcode(GetHandle()) & 0xFF;
+    // What cannot be opened may be a file beside the database, which SQLite would have to make.
+    if (primaryCode == SQLITE_CANTOPEN && access(path.c_str(), R_OK | W_OK) != 0)
+    {
+        ThrowDatabaseErrno(path, errno);
+    }
     // Of other failures SQLite does not know the errno, and tells that of an earlier one.
     const bool isFileError = primaryCode == SQLITE_IOERR || primaryCode == SQLITE_CANTOPEN;
     const int systemError = isFileError ? sqlite3_system_errno(GetHandle()) : 0;
