@@ -69,7 +69,7 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       sessionRoute(sessions, loop.GetContext()),
       dispatcher(registry, notifications),
       pages(registry, *pageQuestions),
-      readiness(components, modules, registry, *readinessQuestions),
+      readiness(components, modules, registry, users, *readinessQuestions),
       router({sessions, sessionRoute, dispatcher, pages, readiness}),
       server(loop.GetContext(), configuration.http, router),
       startTimer(loop.GetContext()),

@@ -6,8 +6,11 @@
 #include "Oxa/System/Acf/ComponentManager.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 #include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Um/UserManager.hpp"
 
 #include <chrono>
+#include <exception>
+#include <utility>
 #include <vector>
 
 namespace Oxa::Host::Status
@@ -28,8 +31,8 @@ BasicString DescribeSetup(const char* kind, const BasicString& name, std::chrono
 
 ReadinessRoute::ReadinessRoute(const System::Acf::ComponentManager& components,
                                const Modules::ModuleSupervisor& modules, const Modules::ModuleRegistry& registry,
-                               Http::RequestStrand& strand)
-    : components(components), modules(modules), registry(registry), strand(strand)
+                               const System::Um::UserManager& users, Http::RequestStrand& strand)
+    : components(components), modules(modules), registry(registry), users(users), strand(strand)
 {
 }
 
@@ -63,6 +66,10 @@ void ReadinessRoute::Answer(Http::IHttpExchange& exchange) const
             causes.push_back(DescribeSetup("module", module.name, *module.setupBegin));
         }
     }
+    if (!CanReadUsers())
+    {
+        causes.emplace_back("the users cannot be read");
+    }
     const std::vector<BasicString> dataProviders = registry.FindUnavailableDataProviders();
     for (const auto& request : registry.FindHangingRequests())
     {
@@ -83,6 +90,25 @@ void ReadinessRoute::Answer(Http::IHttpExchange& exchange) const
     writer.WriteSimpleArray("causes", causes);
     writer.WriteEndObject();
     exchange.Send({503, Http::problemMediaType, Http::retryAfterField}, writer.GetText());
+}
+
+/// Logs it when that changes.
+bool ReadinessRoute::CanReadUsers() const
+{
+    try
+    {
+        (void)users.GetUsers();
+        couldReadUsers = true;
+    }
+    catch (const std::exception& exception)
+    {
+        if (std::exchange(couldReadUsers, false))
+        {
+            Log(System::Commons::Diagnostics::Logging::LogLevel::Error, "the users cannot be read: {0}",
+                exception.what());
+        }
+    }
+    return couldReadUsers;
 }
 
 } // namespace Oxa::Host::Status

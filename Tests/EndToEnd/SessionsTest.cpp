@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <pty.h>
+#include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -146,6 +147,24 @@ TEST(Sessions, EndWhenTheUserIsRemovedOrGetsAnotherPassword)
             << command;
     }
     EXPECT_EQ(host.RunUserCommand({"remove", "eve"}), 1);
+}
+
+TEST(Readiness, TellsThatTheUsersCannotBeRead)
+{
+    HostProcess host;
+    host.WaitUntilReady();
+    const BasicString path = host.GetFolder().GetPath("state/users.sqlite");
+    for (const auto& [sql, isReadable] : {std::pair("SELECT 1", true), std::pair("DROP TABLE users", false)})
+    {
+        sqlite3* connection = nullptr;
+        ASSERT_EQ(sqlite3_open(path.c_str(), &connection), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(connection, sql, nullptr, nullptr, nullptr), SQLITE_OK);
+        sqlite3_close(connection);
+        const BasicString body = host.Ask("GET", "/readyz").body();
+        EXPECT_EQ(body.find("the users cannot be read") == BasicString::npos, isReadable) << body;
+    }
+    host.Stop();
+    EXPECT_THAT(host.GetProcess().GetErrors(), HasSubstr("cannot use the user database '" + path + "': no such table"));
 }
 
 TEST(UserCommands, SayWhatTheyDidAndTellTheAuditTrail)
