@@ -70,10 +70,13 @@ System::Commons::CommandLineOrStatus<CommandLine> ParseCommandLine(int argc, con
         ->check(&System::Commons::FindVariableMistake);
     app.add_option("--log", commandLine.logPath, "Logs to that file, whatever the configuration says");
     app.add_flag("--examples", commandLine.printsExamples, "Prints address, first password and commands to try");
+    bool isCheck = false;
+    app.add_flag("--check", isCheck, "Checks the configuration and everything that it names, without starting");
     AddUserCommands(app, commandLine);
     try
     {
         app.parse(argc, argv);
+        commandLine.action = isCheck ? CommandLine::Action::Check : commandLine.action;
         commandLine.variables = System::Commons::SplitVariables(variables);
         return commandLine;
     }

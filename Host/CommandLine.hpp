@@ -15,6 +15,7 @@ struct CommandLine
     enum class Action : uint8
     {
         Serve,
+        Check,
         AddUser,
         ListUsers,
         RemoveUser,

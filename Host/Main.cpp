@@ -1,5 +1,6 @@
 #include "Host/CommandLine.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"
+#include "Host/ConfigurationCheck.hpp"
 #include "Host/Examples.hpp"
 #include "Host/InitialUser.hpp"
 #include "Host/StateFolder.hpp"
@@ -98,6 +99,10 @@ int Run(const CommandLine& commandLine, AppDomain& appDomain)
         configuration.log.filePath = commandLine.logPath;
     }
     LogManager::AssignAppDomain(appDomain);
+    if (commandLine.action == CommandLine::Action::Check)
+    {
+        return CheckConfiguration(appDomain, configuration, Oxa::Host::StateFolder(commandLine.stateFolder));
+    }
     if (commandLine.action != CommandLine::Action::Serve)
     {
         const int status = RunUserCommand(commandLine, configuration);

@@ -16,6 +16,11 @@ public:
     /// Makes the folder, for its owner only, when there is none.
     void Create() const;
 
+    [[nodiscard]] const BasicString& GetPath() const noexcept
+    {
+        return path;
+    }
+
     [[nodiscard]] const BasicString& GetInitialPasswordPath() const noexcept
     {
         return initialPasswordPath;

@@ -88,6 +88,7 @@ private:
         element.RequireOnly({"address", "port", "maximumConnections", "idleSeconds", "headerSeconds", "bodySeconds",
                              "writeSeconds", "shutdownSeconds"});
         HttpConfiguration& http = configuration.http;
+        http.position = element.GetPosition();
         element.Read("address", http.address);
         boost::system::error_code error;
         boost::asio::ip::make_address(http.address, error);
@@ -110,6 +111,7 @@ private:
     {
         element.RequireOnly({"database"});
         element.ReadRequired("database", configuration.usersDatabasePath);
+        configuration.usersPosition = element.GetPosition();
     }
 
     void ReadSessions(const XmlElementReader& element)
@@ -157,6 +159,7 @@ private:
         element.ReadRequired("name", module.name);
         element.ReadRequired("library", module.libraryPath);
         element.Read("settings", module.settingsPath);
+        module.position = element.GetPosition();
         RequireNewName(element, module.name, configuration.modules);
         configuration.modules.push_back(std::move(module));
     }

@@ -28,6 +28,7 @@ struct HttpConfiguration
     std::chrono::seconds writeTimeout{20};
     /// When the host ends: for requests in progress, and then once more for modules and components to stop.
     std::chrono::seconds shutdownTimeout{10};
+    BasicString position;
 };
 
 struct SessionConfiguration
@@ -53,6 +54,8 @@ struct ModuleConfiguration
     BasicString libraryPath;
     BasicString settingsPath;
     std::vector<DataProviderConfiguration> dataProviders;
+    /// "FILE:LINE" of what says so, for messages.
+    BasicString position = {};
 };
 
 /// Everything that the host is told by its configuration file. A value type.
@@ -62,6 +65,7 @@ struct HostConfiguration
     HttpConfiguration http;
     SessionConfiguration sessions;
     BasicString usersDatabasePath;
+    BasicString usersPosition;
     /// So many requests wait for one data provider.
     std::size_t maximumWaitingRequests = 16;
     /// Where the services are that no component of this process provides.

@@ -11,6 +11,7 @@ namespace Oxa::Tests::EndToEnd
 {
 
 using testing::HasSubstr;
+using namespace std::string_literals;
 
 namespace
 {
@@ -176,6 +177,46 @@ TEST(Starting, EndsWith78WhenAModuleReportsItsSettings)
     EXPECT_EQ(host.GetProcess().Wait(), configurationFault);
     EXPECT_THAT(host.GetProcess().GetErrors(), HasSubstr("oxa-wbm: /settings.xml:7: the module does not like it\n"));
     EXPECT_THAT(host.GetFolder().Read("trace"), HasSubstr("module reset\nmodule destroyed\nmodule library unloaded\n"));
+}
+
+TEST(CheckingAConfiguration, NamesEverythingThatIsWrongWithFileAndLineAndChangesNothing)
+{
+    const Support::TemporaryFolder folder;
+    const BasicString device = R"(" library="${OXA_LIBRARIES}/libOxa.Device.Linux.so" settings=")";
+    const BasicString module = R"(" library="${OXA_LIBRARIES}/libOxa.Services.Modules.Wbm.Di.so" settings=")";
+    const BasicString good = OXA_CONFIGURATION;
+    const BasicString description =
+        folder.Write("device.xml", "<DeviceDescriptionDocument>\n<Oops/></DeviceDescriptionDocument>");
+    const BasicString settings = folder.Write("Di.xml", "<DiWbmModuleSettingsDocument>\n<oops");
+    const auto check = [&folder](const BasicString& path)
+    {
+        Support::ChildProcess process({OXA_WBM, "--config", path, "--state", folder.GetPath("state"), "--check"});
+        const int status = process.Wait();
+        return Outcome{status, process.GetOutput(), process.GetErrors()};
+    };
+    const BasicString path = folder.Write(
+        "bad.xml", "<WbmHostDocument><Log target=\"file\" file=\"/proc/no/log\"/>\n<Http address=\"192.0.2.1\"/>\n"
+                   "<Users database=\"/proc/no/users\"/><Components>\n<Component name=\"A\" library=\"/no.so\"/>\n"
+                   "<Component name=\"Linux" +
+                       device + description +
+                       "\"/></Components><Modules>\n"
+                       "<Module name=\"Di" +
+                       module + settings + "\"/>\n<Module name=\"No" + module + "\"/></Modules></WbmHostDocument>");
+    const Outcome bad = check(path);
+    EXPECT_EQ(bad.status, configurationFault);
+    for (const BasicString& message : {":1: cannot write '/proc/no/log'"s, ":2: cannot listen at '192.0.2.1'"s,
+                                       ":3: cannot write '/proc/no/users'"s, ":4: component 'A' of '/no.so'"s,
+                                       ":5: component 'Linux'"s, ":6: " + settings + ":2"s, ":7: the module 'No'"s})
+    {
+        EXPECT_THAT(bad.errors, HasSubstr(path + message));
+    }
+    EXPECT_THAT(bad.errors, HasSubstr(description + ":2"));
+    EXPECT_EQ(std::count(bad.errors.begin(), bad.errors.end(), '\n'), 7) << bad.errors;
+
+    const Outcome inOrder = check(good + "/oxa-wbm.xml");
+    EXPECT_EQ(inOrder.status, 0);
+    EXPECT_EQ(inOrder.errors, "");
+    EXPECT_FALSE(std::filesystem::exists(folder.GetPath("state")));
 }
 
 TEST(Starting, NeverReplacesADatabaseThatCannotBeUsed)

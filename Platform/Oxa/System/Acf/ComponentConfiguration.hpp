@@ -15,6 +15,8 @@ struct ComponentConfiguration
     BasicString componentName;
     /// Handed on to the component; empty when it has none.
     BasicString settingsPath;
+    /// "FILE:LINE" of what says so, for messages.
+    BasicString position = {};
 };
 
 } // namespace Oxa::System::Acf

@@ -20,6 +20,7 @@ void ReadComponent(const XmlElementReader& element, std::vector<ComponentConfigu
     component.componentName = component.name;
     element.Read("component", component.componentName);
     element.Read("settings", component.settingsPath);
+    component.position = element.GetPosition();
     if (std::ranges::any_of(components, [&component](const auto& each) { return each.name == component.name; }))
     {
         element.ThrowBadValue("name", component.name, "a name that is not taken");

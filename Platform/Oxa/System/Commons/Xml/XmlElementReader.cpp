@@ -116,6 +116,11 @@ std::optional<BasicString> XmlElementReader::FindText(std::string_view attribute
     return text;
 }
 
+BasicString XmlElementReader::GetPosition() const
+{
+    return Text::Format("{0}:{1}", reader.GetFileName(), reader.GetLineNumber());
+}
+
 void XmlElementReader::ThrowBadValue(std::string_view attributeName, std::string_view value,
                                      std::string_view expected) const
 {

@@ -40,6 +40,9 @@ public:
     void Read(std::string_view attributeName, std::chrono::milliseconds& value, std::chrono::milliseconds minimum,
               std::chrono::milliseconds maximum) const;
 
+    /// "FILE:LINE" of the element.
+    [[nodiscard]] BasicString GetPosition() const;
+
     [[noreturn]] void ThrowBadValue(std::string_view attributeName, std::string_view value,
                                     std::string_view expected) const;
     [[noreturn]] void ThrowUnknownElement() const;

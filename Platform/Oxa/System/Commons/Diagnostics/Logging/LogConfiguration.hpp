@@ -25,6 +25,8 @@ struct LogConfiguration
 
     Target target = Target::Console;
     BasicString filePath;
+    /// "FILE:LINE" of what says so; empty when nothing does.
+    BasicString position;
     LogLevel level = LogLevel::Information;
 
     /// Levels of classes whose fully qualified name starts with a prefix; the longest prefix that fits wins.

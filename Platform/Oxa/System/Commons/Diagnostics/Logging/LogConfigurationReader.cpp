@@ -53,6 +53,7 @@ void ReadLog(const XmlElementReader& element, LogConfiguration& configuration)
     if (configuration.target == LogConfiguration::Target::File)
     {
         element.ReadRequired("file", configuration.filePath);
+        configuration.position = element.GetPosition();
     }
 }
 

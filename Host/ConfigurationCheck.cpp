@@ -1,0 +1,187 @@
+#include "Host/ConfigurationCheck.hpp"
+
+#include "Host/Configuration/HostConfiguration.hpp"
+#include "Host/Modules/HostedModule.hpp"
+#include "Host/Modules/ModuleGate.hpp"
+#include "Host/Modules/ModuleRegistry.hpp"
+#include "Host/StateFolder.hpp"
+#include "Host/Threads/EventLoop.hpp"
+#include "Oxa/System/Acf/ComponentManager.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/ILogSink.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
+#include "Oxa/System/Commons/ProgramMain.hpp"
+#include "Oxa/System/Commons/XmlException.hpp"
+#include "Oxa/System/Nm/NotificationManager.hpp"
+#include "Oxa/System/Um/UserManager.hpp"
+
+#include <boost/asio/ip/tcp.hpp>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <system_error>
+
+namespace Oxa::Host
+{
+
+using Configuration::HostConfiguration;
+using System::Commons::Diagnostics::Logging::LogConfiguration;
+using System::Commons::Diagnostics::Logging::LogLevel;
+using System::Commons::Diagnostics::Logging::LogManager;
+using System::Commons::Text::Format;
+
+namespace
+{
+
+/// Writes what is wrong, also what components and modules log, behind the place in the configuration that is looked at.
+class CheckReport final : public System::Commons::Diagnostics::Logging::ILogSink
+{
+public:
+    void SetPosition(const BasicString& newPosition)
+    {
+        position = newPosition;
+    }
+
+    void AddFault(std::string_view message)
+    {
+        Write(LogLevel::Error, {}, message);
+    }
+
+    void Write(LogLevel level, std::string_view /*typeName*/, std::string_view message) override
+    {
+        // Warnings are about services, which are missing here.
+        if (level <= LogLevel::Error)
+        {
+            hasFault = true;
+            std::cerr << position << ": " << message << std::endl;
+        }
+    }
+
+    [[nodiscard]] bool HasFault() const noexcept
+    {
+        return hasFault;
+    }
+
+private:
+    BasicString position;
+    bool hasFault = false;
+};
+
+void CheckAddress(CheckReport& report, const Configuration::HttpConfiguration& http)
+{
+    report.SetPosition(http.position);
+    // Not the configured port: a server may be running.
+    const boost::asio::ip::tcp::endpoint endpoint(boost::asio::ip::make_address(http.address), 0);
+    boost::asio::io_context context;
+    boost::asio::ip::tcp::acceptor acceptor(context);
+    boost::system::error_code error;
+    acceptor.open(endpoint.protocol(), error);
+    if (!error)
+    {
+        acceptor.bind(endpoint, error);
+    }
+    if (error)
+    {
+        report.AddFault(Format("cannot listen at '{0}': {1}", http.address, error.message()));
+    }
+}
+
+/// A file that is there, or the folder in which it will be made.
+void CheckWritable(CheckReport& report, const BasicString& path)
+{
+    const std::filesystem::path absolute = std::filesystem::absolute(path);
+    const std::filesystem::path place = std::filesystem::exists(absolute) ? absolute : absolute.parent_path();
+    if (access(place.c_str(), W_OK) != 0)
+    {
+        report.AddFault(Format("cannot write '{0}': {1}", path, std::generic_category().message(errno)));
+    }
+    else if (std::filesystem::is_directory(absolute))
+    {
+        report.AddFault(Format("cannot write '{0}': it is a folder", path));
+    }
+}
+
+void CheckUsers(CheckReport& report, const HostConfiguration& configuration, const StateFolder& stateFolder)
+{
+    report.SetPosition(configuration.usersPosition);
+    const std::filesystem::path path = std::filesystem::absolute(configuration.usersDatabasePath);
+    // The state folder, and in it the database, are made by the first start.
+    if (!std::filesystem::exists(path))
+    {
+        if (path.parent_path() != std::filesystem::absolute(stateFolder.GetPath()))
+        {
+            CheckWritable(report, configuration.usersDatabasePath);
+        }
+        return;
+    }
+    try
+    {
+        const System::Um::UserManager users(configuration.usersDatabasePath);
+    }
+    catch (const System::Commons::Exception& exception)
+    {
+        report.AddFault(exception.GetMessage());
+    }
+}
+
+void CheckComponents(CheckReport& report, System::Commons::AppDomain& appDomain, const HostConfiguration& configuration)
+{
+    System::Acf::ComponentManager components(appDomain);
+    for (const auto& component : configuration.components)
+    {
+        report.SetPosition(component.position);
+        components.Load(component);
+        components.SetupAll();
+    }
+}
+
+void CheckModules(CheckReport& report, System::Commons::AppDomain& appDomain, const HostConfiguration& configuration)
+{
+    Threads::EventLoop loop;
+    Modules::ModuleRegistry registry(loop, configuration);
+    System::Nm::NotificationManager notifications;
+    for (const auto& each : configuration.modules)
+    {
+        report.SetPosition(each.position);
+        Modules::HostedModule module(each, std::make_shared<Modules::ModuleGate>(0, [] {}), registry, notifications);
+        try
+        {
+            // What fails otherwise is logged.
+            (void)module.SetUp(appDomain);
+        }
+        catch (const System::Commons::XmlException& exception)
+        {
+            const BasicString& place = exception.GetReadingPosition();
+            report.AddFault(place + (place.empty() ? "" : ": ") + exception.GetMessage());
+        }
+        module.TakeDown();
+    }
+}
+
+} // namespace
+
+int CheckConfiguration(System::Commons::AppDomain& appDomain, const HostConfiguration& configuration,
+                       const StateFolder& stateFolder)
+{
+    const auto report = std::make_shared<CheckReport>();
+    LogConfiguration log;
+    log.target = LogConfiguration::Target::None;
+    LogManager::Configure(log);
+    LogManager::AddSink(report);
+    CheckAddress(*report, configuration.http);
+    if (!configuration.log.filePath.empty())
+    {
+        report->SetPosition(configuration.log.position);
+        CheckWritable(*report, configuration.log.filePath);
+    }
+    CheckUsers(*report, configuration, stateFolder);
+    CheckComponents(*report, appDomain, configuration);
+    CheckModules(*report, appDomain, configuration);
+    LogManager::RemoveSink(report);
+    return report->HasFault() ? System::Commons::configurationFaultStatus : EXIT_SUCCESS;
+}
+
+} // namespace Oxa::Host

@@ -1,0 +1,26 @@
+#pragma once
+
+namespace Oxa::System::Commons
+{
+class AppDomain;
+}
+
+namespace Oxa::Host
+{
+
+namespace Configuration
+{
+struct HostConfiguration;
+}
+
+class StateFolder;
+
+/// Looks whether everything that the configuration names can be used: address, log file, users, the libraries of
+/// components and modules, and what they have to say about their settings, for which they are created and set up, but
+/// components are not started. Says on standard error what is wrong, with file and line. Changes nothing. Returns the
+/// exit status. Requires: nothing of the process logs or uses services yet.
+[[nodiscard]] int CheckConfiguration(System::Commons::AppDomain& appDomain,
+                                     const Configuration::HostConfiguration& configuration,
+                                     const StateFolder& stateFolder);
+
+} // namespace Oxa::Host
