@@ -2,7 +2,7 @@
 
 #include "Oxa/System/Commons/Diagnostics/BoundedWrite.hpp"
 #include "Oxa/System/Commons/FileDescriptor.hpp"
-#include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Commons/TemporaryException.hpp"
 
 #include <fcntl.h>
 #include <syslog.h>
@@ -66,8 +66,7 @@ LogTarget MakeFileTarget(const BasicString& path)
         std::make_shared<const FileDescriptor>(open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
     if (!file->IsOpen())
     {
-        throw InvalidOperationException::Create("cannot open the log file '{0}': {1}", path,
-                                                std::generic_category().message(errno));
+        ThrowErrno("cannot open the log file '" + path + '\'', errno);
     }
     const auto write = [file, isCutOff = false](LogLevel /*level*/, std::string_view line) mutable
     {
