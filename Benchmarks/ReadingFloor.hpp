@@ -187,9 +187,9 @@ class PcFloor final
 public:
     explicit PcFloor(std::size_t coreCount) : common("", coreCount)
     {
-        if (const auto sensor = Sources::FindBoardTemperatureSensor(Machine::MachineRoot("/")))
+        if (const auto sensors = Sources::FindTemperatureSensors(Machine::MachineRoot("/"), 1); !sensors.empty())
         {
-            temperatureFile = std::make_unique<BareFile>(Sources::FindSensor(*sensor).path);
+            temperatureFile = std::make_unique<BareFile>(Sources::FindSensor(sensors.front()).path);
         }
     }
 

@@ -5,10 +5,15 @@
 #include "Device/Machine/BoundedCalls.hpp"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <linux/magic.h>
+#include <linux/openat2.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <condition_variable>
 #include <iterator>
 #include <utility>
@@ -60,6 +65,21 @@ void WaitBudget::Spend(std::chrono::nanoseconds duration) noexcept
 bool BoundedCalls::CanHang(uint32 fileSystemType) noexcept
 {
     return std::find(std::begin(localTypes), std::end(localTypes), fileSystemType) == std::end(localTypes);
+}
+
+System::Commons::FileDescriptor BoundedCalls::OpenOnRootFileSystem(const BasicString& path, int flags) noexcept
+{
+    open_how how = {};
+    how.flags = static_cast<unsigned int>(flags);
+    how.resolve = RESOLVE_NO_XDEV;
+    // An absolute path starts on the root file system, whatever the working folder is.
+    const long result = path.starts_with('/') ? syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how) : -1;
+    if (result < 0 && (!path.starts_with('/') || errno == ENOSYS || errno == EPERM || errno == EINVAL))
+    {
+        // A path that is not absolute, an old kernel, or a system call filter.
+        errno = EXDEV;
+    }
+    return System::Commons::FileDescriptor(static_cast<int>(result));
 }
 
 BasicString BoundedCalls::DescribeHanging(const BasicString& call)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Device/Machine/SteadyClock.hpp"
+#include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
@@ -19,7 +20,7 @@ class WaitBudget final
 {
 public:
     /// Long for a file of one value, short beside the deadline of a remote call, which other items share.
-    static constexpr std::chrono::milliseconds limit = std::chrono::milliseconds(500);
+    static constexpr std::chrono::milliseconds limit = std::chrono::milliseconds(1000);
 
     /// What every call gets even when others have spent the budget, so that one that works is not given up.
     static constexpr std::chrono::milliseconds minimum = std::chrono::milliseconds(20);
@@ -46,6 +47,11 @@ public:
     /// Whether calls on a file system of this type, the low 32 bits of `statfs::f_type`, can hang for longer than a
     /// local disk takes.
     [[nodiscard]] static bool CanHang(uint32 fileSystemType) noexcept;
+
+    /// Opens a file of the root file system, which is there when anything is: that needs no thread. None, and EXDEV in
+    /// errno, when the path leads to another file system or nobody can tell; any other errno is the file's.
+    [[nodiscard]] static System::Commons::FileDescriptor OpenOnRootFileSystem(const BasicString& path,
+                                                                              int flags) noexcept;
 
     /// Why there is no result. `call`: for instance "a read of '/x'".
     [[nodiscard]] static BasicString DescribeHanging(const BasicString& call);

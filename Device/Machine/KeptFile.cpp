@@ -64,6 +64,19 @@ public:
         return !IsOpen() && !pace.IsDue(now);
     }
 
+    /// Opens it if that can be done without a thread, or finds out that it cannot be opened; else false.
+    [[nodiscard]] bool TryOpenDirectly(SteadyTime now) noexcept
+    {
+        descriptor = BoundedCalls::OpenOnRootFileSystem(path, openingFlags);
+        if (!IsOpen() && errno == EXDEV)
+        {
+            return false;
+        }
+        static_cast<void>(pace.TryBegin(now));
+        TakeOpened();
+        return true;
+    }
+
     /// Without opening it.
     [[nodiscard]] Content ReadKept(std::span<char> buffer) noexcept
     {
@@ -93,14 +106,16 @@ public:
         {
             return content;
         }
-        Open();
+        descriptor = System::Commons::FileDescriptor(open(path.c_str(), openingFlags));
+        TakeOpened();
         return ReadKept(buffer);
     }
 
 private:
-    void Open() noexcept
+    static constexpr int openingFlags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+
+    void TakeOpened() noexcept
     {
-        descriptor = System::Commons::FileDescriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
         if (!IsOpen())
         {
             openingError = errno;
@@ -166,6 +181,10 @@ KeptFile::Content KeptFile::Read(std::span<char> buffer, WaitBudget& budget) noe
     if (isKernelPath || file->IsToBeLeftAlone(now))
     {
         return file->Read(buffer, now);
+    }
+    if (!file->IsOpen() && file->TryOpenDirectly(now) && (file->IsLocal() || !file->IsOpen()))
+    {
+        return file->ReadKept(buffer);
     }
     try
     {

@@ -19,7 +19,7 @@ namespace Oxa::Device::Linux::Machine
 /// A file of the machine that is opened once and then read from its start again and again. It is opened anew when it
 /// was replaced by another file, or when reading fails as it does after a device was taken away and brought back; one
 /// that fails then as well, or is not there, at most once a second, and what it failed with is the answer in between.
-/// A file that is neither the kernel's nor on a local disk is opened and read on another thread, because that may hang.
+/// A file that is neither the kernel's nor on a local disk is read on another thread, because that may hang.
 /// Threads: safe from several threads; one reads at a time.
 class KeptFile final
 {

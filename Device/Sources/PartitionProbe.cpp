@@ -1,5 +1,6 @@
 #include "Device/Sources/PartitionProbe.hpp"
 
+#include <fcntl.h>
 #include <sys/statfs.h>
 
 #include <algorithm>
@@ -22,6 +23,14 @@ PartitionUsage Ask(const BasicString& mountPoint) noexcept
 {
     struct statfs status = {};
     return statfs(mountPoint.c_str(), &status) == 0 ? MakePartitionUsage(status) : PartitionUsage{.error = errno};
+}
+
+/// Of the root file system only; of any other, that it can hang.
+PartitionUsage AskRoot(const BasicString& mountPoint) noexcept
+{
+    const auto folder = Machine::BoundedCalls::OpenOnRootFileSystem(mountPoint, O_PATH | O_CLOEXEC);
+    struct statfs status = {};
+    return folder.IsOpen() && fstatfs(folder.Get(), &status) == 0 ? MakePartitionUsage(status) : PartitionUsage();
 }
 
 } // namespace
@@ -69,6 +78,11 @@ PartitionUsage PartitionProbe::GetUsage(const Items::ReadPass& pass)
     if (!usage.canHang && now - lastCheck < checkInterval)
     {
         usage = Ask(mountPoint);
+    }
+    else if (const PartitionUsage root = AskRoot(mountPoint); !root.canHang)
+    {
+        usage = root;
+        lastCheck = now;
     }
     else if (AskOnThread(lock, pass.GetWaitBudget()))
     {

@@ -237,10 +237,9 @@ void ModuleRegistry::ReportDifferences(const BasicString& moduleName, const Modu
     }
     for (const auto& each : expected)
     {
-        const bool isMissing =
-            each.second.moduleName == moduleName &&
-            std::none_of(registered.begin(), registered.end(),
-                         [&each](const auto& provider) { return provider->name == each.first; });
+        const bool isMissing = each.second.moduleName == moduleName &&
+                               std::none_of(registered.begin(), registered.end(),
+                                            [&each](const auto& provider) { return provider->name == each.first; });
         unregistered += isMissing ? " '" + each.first + '\'' : "";
     }
     BasicString difference =
