@@ -23,7 +23,7 @@ BasicString GetProviderName(const std::vector<RscRegistration::Service>& service
     {
         throw ArgumentException::Create("services", services.size(), "A provider has a service");
     }
-    const BasicString name = services.front().factory.GetServiceProviderName();
+    BasicString name = services.front().factory.GetServiceProviderName();
     for (const auto& service : services)
     {
         if (!service.implementation || service.factory.GetServiceProviderName() != name)

@@ -20,9 +20,4 @@ void RscRemoteService::Call(const RscOperation& operation, const WriteFunction& 
     endpoint->Call(interfaceName, operation, writeArguments, readResults);
 }
 
-const BasicString& RscRemoteService::GetInterfaceName() const noexcept
-{
-    return interfaceName;
-}
-
 } // namespace Oxa::System::Rsc

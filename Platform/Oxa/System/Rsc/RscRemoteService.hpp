@@ -35,9 +35,6 @@ public:
     /// passed on; a BadAnswer of the reader with the operation's name before it.
     void Call(const RscOperation& operation, const WriteFunction& writeArguments, const ReadFunction& readResults);
 
-    /// "Oxa.Device.Interface.Services.IDeviceInfoService"
-    [[nodiscard]] const BasicString& GetInterfaceName() const noexcept;
-
 private:
     const std::shared_ptr<Internal::Endpoint> endpoint;
     const BasicString interfaceName;

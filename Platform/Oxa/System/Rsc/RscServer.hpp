@@ -14,12 +14,13 @@ namespace Internal
 class ServerLoop;
 }
 
-/// Offers to other processes what is registered at this process's ServiceManager, now and later, by the protocol of
-/// D-Bus: a provider "A.B" is the object "/A/B", a service interface "A::B::IC" the interface "A.B.IC". A call of a
-/// service that is not provided at the moment is answered so. A message may have 262144 bytes, header included, and a
-/// connection 16 calls under way; a connection with a longer message is ended, a call more is refused.
-/// Owned by the process's main part, which registers the services that it wants to offer from the beginning before.
-/// Threads: one at a time; the calls are carried out on the server's own threads.
+/// Offers to other processes what is registered at this process's ServiceManager, by the protocol of D-Bus, peer to
+/// peer: a provider "A.B" is the object "/A/B", a service interface "A::B::IC" the interface "A.B.IC"; `GetRuns` of
+/// "Oxa.System.Rsc.Peer" at "/" tells which there are. A connection offers what was registered when it was made, and
+/// ends when any of that is withdrawn. A message may have 262144 bytes, header included, and a connection 16 calls
+/// under way; a connection with a longer message is ended, a call more is refused. Owned by the process's main part,
+/// which registers the services that it wants to offer from the beginning before. Threads: one at a time; the calls are
+/// carried out on the server's own threads.
 class OXA_EXPORT RscServer final
 {
 public:

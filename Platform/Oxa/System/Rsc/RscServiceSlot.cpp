@@ -15,12 +15,6 @@ RscServiceSlot::RscServiceSlot(BasicString providerName, BasicString interfaceNa
 
 RscServiceSlot::~RscServiceSlot() = default;
 
-std::shared_ptr<IRscService> RscServiceSlot::TryAcquire() const
-{
-    const std::lock_guard lock(mutex);
-    return implementation;
-}
-
 bool RscServiceSlot::IsProvided() const
 {
     const std::lock_guard lock(mutex);

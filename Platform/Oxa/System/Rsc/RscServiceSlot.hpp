@@ -34,10 +34,7 @@ public:
         return service;
     }
 
-    /// What this process provides; null when that is nothing at the moment.
-    [[nodiscard]] std::shared_ptr<IRscService> TryAcquire() const;
-
-    /// Whether that is something: without owning it, and so without destroying it.
+    /// Whether this process provides the service now.
     [[nodiscard]] bool IsProvided() const;
 
     /// Null: nothing is provided any more. Calls under way finish with the implementation that they began with.

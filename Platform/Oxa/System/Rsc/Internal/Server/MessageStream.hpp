@@ -41,14 +41,12 @@ public:
         return *bus;
     }
 
-    /// Sends what waits and handles at most one message, or all that sd-bus read together with the handshake: calls
-    /// back whoever it is for. Throws RscServiceException when
-    /// the connection is of no use any more: ConnectionLost when the other end is gone, BadAnswer when what it sent is
-    /// no message or too long. Its message is the cause alone, for a sentence of the caller's.
+    /// Sends what waits and handles at most one message, or all that sd-bus read together with the handshake. Throws
+    /// RscServiceException with the cause alone: ConnectionLost when the other end is gone, BadAnswer when what it sent
+    /// is no message or too long.
     [[nodiscard]] Progress Process();
 
-    /// A message has come in completely. Must be called first by every handler of an answer (`sd_bus_call_async`); all
-    /// other messages are noticed by this class's own filter.
+    /// A message has come in completely: for this class's own filter.
     void NoteMessage() noexcept
     {
         ++messageCount;
