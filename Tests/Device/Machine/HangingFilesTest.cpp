@@ -160,6 +160,8 @@ protected:
         return ToTypedText(value);
     }
 
+    /// In place of the console, whose log has a thread of its own.
+    const Support::LogRecorder log;
     const FakeMachine machine;
     std::unique_ptr<Items::ItemTable> items;
 };
@@ -168,7 +170,6 @@ protected:
 
 TEST_F(AMachineWithAHangingMount, CostsOneThreadAFileAndTheValuesOfItsItemsUntilItAnswers)
 {
-    const Support::LogRecorder log;
     MakeItems();
     EXPECT_EQ(Read("Number"), "Uint8 7");
     EXPECT_EQ(Read("Chosen"), "String chosen");
