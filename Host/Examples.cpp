@@ -25,7 +25,7 @@ Log in and keep the token:
     TOKEN=$({4} | curl -fsS -H 'Content-Type: application/json' -d @- {0}/api/v1/session | sed 's/.*"token":"\([^"]*\)".*/\1/')
 Read everything about this device:
     curl -fsS -H "Authorization: Bearer $TOKEN" '{0}/api/v1/DeviceInterfaceDp/GetDataSections?GeneralData&DateTime&Health&StatusIndicators&Utilization'
-Restart it (simulated when ./run started this, else the real thing):
+Restart it (simulated under ./run):
     curl -fsS -X POST -H "Authorization: Bearer $TOKEN" {0}/api/v1/DeviceInterfaceControlDp/RestartController
 
 )sh";
