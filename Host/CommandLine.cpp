@@ -68,7 +68,7 @@ System::Commons::CommandLineOrStatus<CommandLine> ParseCommandLine(int argc, con
     app.add_option("--variable", variables, "NAME=VALUE: what ${NAME} in configuration files stands for")
         ->allow_extra_args(false)
         ->check(&System::Commons::FindVariableMistake);
-    app.add_option("--log", commandLine.logPath, "Logs to that file, whatever the configuration says");
+    app.add_option("--log", commandLine.logPath, "Logs to that file instead of the configured target");
     app.add_flag("--examples", commandLine.printsExamples, "Prints address, first password and commands to try");
     bool isCheck = false;
     app.add_flag("--check", isCheck, "Checks the configuration and everything that it names, without starting");

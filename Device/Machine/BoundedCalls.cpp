@@ -1,6 +1,6 @@
 // The lock guards the numbers of started and ended calls; they differ while a call is in progress. Who holds the lock
 // while they are equal may use what the owner keeps; a call's thread uses it without the lock while they differ. No
-// lock is held while a call runs, so that nobody can wait for more than the condition, which always has a deadline.
+// lock is held while a call runs, so no thread can wait for more than the condition, which always has a deadline.
 
 #include "Device/Machine/BoundedCalls.hpp"
 
@@ -72,7 +72,7 @@ System::Commons::FileDescriptor BoundedCalls::OpenOnRootFileSystem(const BasicSt
     open_how how = {};
     how.flags = static_cast<unsigned int>(flags);
     how.resolve = RESOLVE_NO_XDEV;
-    // An absolute path starts on the root file system, whatever the working folder is.
+    // An absolute path starts on the root file system, independent of the working folder.
     const long result = path.starts_with('/') ? syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how) : -1;
     if (result < 0 && (!path.starts_with('/') || errno == ENOSYS || errno == EPERM || errno == EINVAL))
     {

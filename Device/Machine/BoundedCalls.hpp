@@ -33,7 +33,7 @@ private:
 };
 
 /// Calls into the machine that may hang, such as the read of a file on a dead network mount: one at a time, each on a
-/// thread of its own, and nobody waits for one longer than `WaitBudget::limit`. While a call hangs, only its thread
+/// thread of its own, and no caller waits for one longer than `WaitBudget::limit`. While a call hangs, only its thread
 /// does: all others are told at once. Owned by the file or mount point that is asked, whose state its lock guards.
 /// Threads: safe from several threads.
 class BoundedCalls final
@@ -49,7 +49,7 @@ public:
     [[nodiscard]] static bool CanHang(uint32 fileSystemType) noexcept;
 
     /// Opens a file of the root file system, which is there when anything is: that needs no thread. None, and EXDEV in
-    /// errno, when the path leads to another file system or nobody can tell; any other errno is the file's.
+    /// errno, when the path leads to another file system or that is unknown; any other errno is the file's.
     [[nodiscard]] static System::Commons::FileDescriptor OpenOnRootFileSystem(const BasicString& path,
                                                                               int flags) noexcept;
 

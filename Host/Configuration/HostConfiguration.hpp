@@ -54,7 +54,7 @@ struct ModuleConfiguration
     BasicString libraryPath;
     BasicString settingsPath;
     std::vector<DataProviderConfiguration> dataProviders;
-    /// "FILE:LINE" of what says so, for messages.
+    /// "FILE:LINE" of the element, for messages.
     BasicString position = {};
 };
 

@@ -34,8 +34,8 @@ namespace Oxa::Host::Modules
 
 class ModuleRegistry;
 
-/// Owns the configured modules and sets them up when `ModuleLifecycle` says so, each in a blocking section of its own
-/// on the event loop, so that one that hangs holds up nothing else. A module that fails is left out until its next
+/// Owns the configured modules and sets them up when `ModuleLifecycle` decides it, each in a blocking section of its
+/// own on the event loop, so that one that hangs holds up nothing else. A module that fails is left out until its next
 /// set-up; the others go on. Threads: the host's main thread and the event loop; `GetStates` from any.
 class ModuleSupervisor final : private System::Rsc::IRscServiceListener,
                                private System::Commons::Diagnostics::Logging::Loggable<ModuleSupervisor>

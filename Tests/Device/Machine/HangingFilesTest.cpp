@@ -184,7 +184,7 @@ TEST_F(AMachineWithAHangingMount, CostsOneThreadAFileAndTheValuesOfItsItemsUntil
     EXPECT_EQ(Read("Local", first), "String box");
     EXPECT_EQ(first.GetWaitBudget().GetLeft(), Machine::WaitBudget::minimum);
 
-    // Once they have lasted long enough, nobody waits for them.
+    // Once they have lasted long enough, no read waits for them.
     const auto readsAtOnce = [this]
     {
         const auto pass = Items::ReadPass::Begin();

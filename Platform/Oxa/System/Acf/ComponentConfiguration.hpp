@@ -15,7 +15,7 @@ struct ComponentConfiguration
     BasicString componentName;
     /// Handed on to the component; empty when it has none.
     BasicString settingsPath;
-    /// "FILE:LINE" of what says so, for messages.
+    /// "FILE:LINE" of the element, for messages.
     BasicString position = {};
 };
 

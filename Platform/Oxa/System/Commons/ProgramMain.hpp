@@ -60,7 +60,7 @@ auto UseConfigured(const Use& use)
     }
 }
 
-/// Tells whoever started a server how far it is, on standard output; a reader that stands still does not stop it.
+/// Prints the progress of a server on standard output; a reader that does not read does not stop it.
 OXA_EXPORT void PrintStatus(std::string_view text) noexcept;
 
 /// Writes out what standard output still holds back. Throws InvalidOperationException when something of all that was

@@ -25,7 +25,7 @@ struct LogConfiguration
 
     Target target = Target::Console;
     BasicString filePath;
-    /// "FILE:LINE" of what says so; empty when nothing does.
+    /// "FILE:LINE" of the element; empty when there is none.
     BasicString position;
     LogLevel level = LogLevel::Information;
 

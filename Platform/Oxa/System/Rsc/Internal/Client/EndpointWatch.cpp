@@ -1,5 +1,5 @@
 // An endpoint is in one of these states, which only the thread of this class changes:
-//   idle          nobody has asked for a service of it yet
+//   idle          no service of it has been asked for yet
 //   connected     the descriptor is watched for a hang-up; callers use the connection
 //   waiting       until `nextAttempt`
 //   connecting    an `Attempt` shakes hands, until its answer, its end or its deadline

@@ -11,7 +11,7 @@ namespace Oxa::System::Rsc::Internal
 /// The messages of one connection, none of which may be longer than a bound. sd-bus makes room for as much as a
 /// message's header announces; therefore each header is looked at while it still lies in the socket. Clients may send
 /// their first message, and more, right behind the handshake, and sd-bus may have read a part of that together with the
-/// handshake. Until what was read so is used up, nobody knows where messages begin in the socket, and no header can be
+/// handshake. Until what was read so is used up, it is unknown where messages begin in the socket, and no header can be
 /// looked at: the connection ends when more has come in than a message may have. Owned by the connection. Threads:
 /// everything under the connection's lock, but for waiting at the descriptor.
 class MessageStream final
