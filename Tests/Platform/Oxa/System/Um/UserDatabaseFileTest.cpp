@@ -111,7 +111,7 @@ TEST_F(OpeningAUserDatabase, NamesPathAndCauseWhenItMayNot)
     {
         GTEST_SKIP() << "root may read everything";
     }
-    std::ofstream(path).close();
+    UserManager::CreateDatabase(path);
     std::filesystem::permissions(path, perms::none);
     ExpectRefused(path, "Permission denied");
 }
