@@ -254,6 +254,7 @@ std::vector<Plan> PlanPanelLeds(const std::vector<BasicString>& kernelLeds)
 std::vector<Plan> PlanKernelLeds(const std::vector<BasicString>& kernelLeds)
 {
     std::vector<Plan> plans;
+    plans.reserve(kernelLeds.size());
     for (const BasicString& name : kernelLeds)
     {
         plans.push_back({"Status.Leds.Board." + name, {{"led", {{"name", name}}}}, {}, {}, {}});
