@@ -167,7 +167,7 @@ void ModuleSupervisor::BeginSetup(Entry& entry, Clock::time_point now)
     entry.lifecycle.BeginSetup(now);
 }
 
-void ModuleSupervisor::SetUp(Entry& entry) noexcept
+void ModuleSupervisor::SetUp(Entry& entry)
 {
     std::exception_ptr settingsFault;
     auto outcome = Outcome::Failed;

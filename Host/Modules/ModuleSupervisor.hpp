@@ -92,7 +92,7 @@ private:
     void PostUpdate() noexcept;
     void Update();
     void BeginSetup(Entry& entry, ModuleLifecycle::Clock::time_point now);
-    void SetUp(Entry& entry) noexcept;
+    void SetUp(Entry& entry);
     void ReportFirstSetups(std::exception_ptr settingsFault);
 
     System::Commons::AppDomain& appDomain;

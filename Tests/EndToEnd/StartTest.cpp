@@ -166,7 +166,7 @@ TEST(Starting, ServesBesideAComponentOrModuleThatHangsAndSaysSo)
         EXPECT_EQ(ready.result_int(), 503U);
         EXPECT_THAT(ready.body(), HasSubstr(cause));
         EXPECT_THAT(host.Ask("GET", "/api/v1/pages", host.LogIn()).body(), HasSubstr("overview"));
-        EXPECT_EQ(host.Stop(), 1);
+        EXPECT_EQ(host.Stop(), 1) << host.GetProcess().GetErrors();
     }
 }
 

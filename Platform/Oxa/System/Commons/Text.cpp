@@ -1,13 +1,13 @@
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <cxxabi.h>
-#include <locale.h>
 #include <rapidjson/encodings.h>
-#include <wctype.h>
 
 #include <algorithm>
+#include <clocale>
 #include <cstdlib>
 #include <cstring>
+#include <cwctype>
 #include <iterator>
 #include <memory>
 #include <utility>
