@@ -121,7 +121,7 @@ void WbmHost::BeginStart()
                       [this]
                       {
                           {
-                              const Threads::EventLoop::ForeignCall call(loop);
+                              const Threads::EventLoop::BlockingSection call(loop);
                               StartComponents();
                           }
                           boost::asio::post(loop.GetContext(), [this] { StartModules(); });

@@ -32,6 +32,9 @@ endif()
 
 add_library(OxaWarnings INTERFACE)
 target_compile_options(OxaWarnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow=local -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  target_compile_options(OxaWarnings INTERFACE -Wthread-safety -Werror=thread-safety)
+endif()
 
 # Compiled in everywhere. The fortified functions need an optimiser and do the same work as the sanitizers.
 include(CheckCXXCompilerFlag)

@@ -7,7 +7,6 @@
 
 #include <atomic>
 #include <exception>
-#include <mutex>
 #include <system_error>
 #include <utility>
 
@@ -20,6 +19,7 @@ namespace Oxa::Device::Linux::Commands
 
 using Interface::Services::AccessErrorCode;
 using Interface::Services::IDeviceControlService;
+using System::Commons::MutexLock;
 using System::Commons::Diagnostics::Logging::LogLevel;
 using System::Rsc::RscCallContext;
 
@@ -51,13 +51,13 @@ CommandResult TryRun(const std::function<CommandResult()>& step) noexcept
 
 } // namespace
 
-bool RefusalLogLimits::Admits(AccessErrorCode code)
+bool RefusalLogRateLimiters::Admits(AccessErrorCode code)
 {
     if (code == AccessErrorCode::None || code == AccessErrorCode::TimedOut)
     {
         return true;
     }
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return limits[code].Admits();
 }
 
@@ -139,7 +139,7 @@ void DeviceCommands::Stop() noexcept
     waiter->Cancel();
     std::thread last;
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         isStopped = true;
         last.swap(thread);
         if (currentResponse)
@@ -209,7 +209,7 @@ AccessErrorCode DeviceCommands::Run(Command command)
 AccessErrorCode DeviceCommands::Begin(Command command, std::promise<AccessErrorCode> decision,
                                       const std::shared_ptr<ResponseSent>& responseSent)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (isStopped || isBusy)
     {
         return isStopped ? AccessErrorCode::NotAvailable : AccessErrorCode::Busy;
@@ -269,7 +269,7 @@ void DeviceCommands::LogFailure(const BasicString& title, const CommandResult& r
 void DeviceCommands::EndCommand(Command command) noexcept
 {
     command = {};
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     isBusy = false;
 }
 

@@ -4,7 +4,7 @@
 #include "Device/Commands/CommandSettings.hpp"
 #include "Device/Machine/IWaiter.hpp"
 #include "Oxa/Device/Interface/Services/AccessErrorCode.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/LogLimit.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogRateLimiter.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Threading/WakeEvent.hpp"
@@ -21,7 +21,7 @@ namespace Oxa::Device::Linux::Commands
 
 /// Bounds how often refused commands are logged, which callers can cause at will: ten a minute of each code.
 /// Threads: safe from several threads.
-class RefusalLogLimits final
+class RefusalLogRateLimiters final
 {
 public:
     /// Whether to log a command that ended so. Always true of None, and of TimedOut: such a command may go on.
@@ -29,7 +29,7 @@ public:
 
 private:
     System::Commons::Mutex mutex;
-    std::map<Interface::Services::AccessErrorCode, System::Commons::Diagnostics::Logging::LogLimit> limits;
+    std::map<Interface::Services::AccessErrorCode, System::Commons::Diagnostics::Logging::LogRateLimiter> limits;
 };
 
 /// Restart and factory reset of the device, one at a time: what the settings choose for each. A command runs on a
@@ -95,7 +95,7 @@ private:
     const CommandTimes times;
     const std::unique_ptr<Machine::IWaiter> waiter;
     System::Commons::Threading::WakeEvent stop;
-    RefusalLogLimits logLimits;
+    RefusalLogRateLimiters logLimits;
 
     System::Commons::Mutex mutex;
     bool isBusy = false;

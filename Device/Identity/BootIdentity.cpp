@@ -7,10 +7,11 @@
 #include <systemd/sd-id128.h>
 
 #include <array>
-#include <mutex>
 
 namespace Oxa::Device::Linux::Identity
 {
+
+using System::Commons::MutexLock;
 
 namespace
 {
@@ -46,14 +47,14 @@ BootIdentity::BootIdentity(const BasicString& path) : text(MakeText(ReadId(path)
 
 BasicString BootIdentity::Get() const
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return text;
 }
 
 void BootIdentity::Renew()
 {
     BasicString newText = MakeText(MakeRandomId());
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     text.swap(newText);
 }
 

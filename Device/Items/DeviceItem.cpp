@@ -5,12 +5,12 @@
 
 #include <algorithm>
 #include <exception>
-#include <mutex>
 #include <utility>
 
 namespace Oxa::Device::Linux::Items
 {
 
+using System::Commons::MutexLock;
 using System::Commons::Diagnostics::Logging::LogLevel;
 
 namespace
@@ -65,7 +65,7 @@ const IItemSource& DeviceItem::GetSource() const noexcept
 
 bool DeviceItem::IsNewCause(const BasicString& cause)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (loggedCauses.size() >= maximumLoggedCauses ||
         std::find(loggedCauses.begin(), loggedCauses.end(), cause) != loggedCauses.end())
     {

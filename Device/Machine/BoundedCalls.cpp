@@ -14,12 +14,13 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <condition_variable>
 #include <iterator>
 #include <utility>
 
 namespace Oxa::Device::Linux::Machine
 {
+
+using System::Commons::MutexLock;
 
 namespace
 {
@@ -45,7 +46,7 @@ void KeepCodeLoaded() noexcept
 struct BoundedCalls::Progress
 {
     System::Commons::Mutex mutex;
-    std::condition_variable ended;
+    System::Commons::ConditionVariable ended;
     uint64 startedCount = 0;
     uint64 endedCount = 0;
     /// Of the last call.
@@ -92,7 +93,7 @@ BoundedCalls::BoundedCalls() : progress(std::make_shared<Progress>()) {}
 
 BoundedCalls::~BoundedCalls()
 {
-    const Lock lock(progress->mutex);
+    const MutexLock lock(progress->mutex);
     if (!thread.joinable())
     {
         return;
@@ -106,12 +107,13 @@ BoundedCalls::~BoundedCalls()
     thread.detach();
 }
 
+// The lock is handed from function to function, which the analysis cannot follow.
 BoundedCalls::Lock BoundedCalls::TryLock(WaitBudget& budget)
 {
-    Lock lock(progress->mutex);
+    Lock lock = std::make_unique<MutexLock>(progress->mutex);
     while (progress->endedCount != progress->startedCount)
     {
-        if (!AwaitEnd(lock, progress->startedCount, budget))
+        if (!AwaitEnd(progress->startedCount, budget))
         {
             return {};
         }
@@ -119,7 +121,7 @@ BoundedCalls::Lock BoundedCalls::TryLock(WaitBudget& budget)
     return lock;
 }
 
-bool BoundedCalls::Run(Lock& lock, std::function<void()> call, WaitBudget& budget)
+bool BoundedCalls::Run(const Lock& /*lock*/, std::function<void()> call, WaitBudget& budget)
 {
     if (thread.joinable())
     {
@@ -130,16 +132,16 @@ bool BoundedCalls::Run(Lock& lock, std::function<void()> call, WaitBudget& budge
         [progress = progress, call = std::move(call)]
         {
             call();
-            const Lock endLock(progress->mutex);
+            const MutexLock endLock(progress->mutex);
             ++progress->endedCount;
-            progress->ended.notify_all();
+            progress->ended.NotifyAll();
         });
     progress->start = ReadSteadyClock();
-    return AwaitEnd(lock, ++progress->startedCount, budget);
+    return AwaitEnd(++progress->startedCount, budget);
 }
 
 /// The same moment for all who wait for a call, however late they come; a budget can make it earlier.
-bool BoundedCalls::AwaitEnd(Lock& lock, uint64 number, WaitBudget& budget)
+bool BoundedCalls::AwaitEnd(uint64 number, WaitBudget& budget)
 {
     const SteadyTime now = ReadSteadyClock();
     const SteadyTime deadline = std::min<SteadyTime>(progress->start + WaitBudget::limit, now + budget.GetLeft());
@@ -147,8 +149,10 @@ bool BoundedCalls::AwaitEnd(Lock& lock, uint64 number, WaitBudget& budget)
     {
         return progress->endedCount >= number;
     }
-    const bool hasEnded =
-        progress->ended.wait_until(lock, deadline, [this, number] { return progress->endedCount >= number; });
+    while (progress->endedCount < number && progress->ended.WaitUntil(progress->mutex, deadline))
+    {
+    }
+    const bool hasEnded = progress->endedCount >= number;
     budget.Spend(ReadSteadyClock() - now);
     return hasEnded;
 }

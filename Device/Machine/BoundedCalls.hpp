@@ -42,7 +42,7 @@ public:
     /// Stands for a call that hangs where else an errno tells why there is no result.
     static constexpr int hangs = -1;
 
-    using Lock = std::unique_lock<System::Commons::Mutex>;
+    using Lock = std::unique_ptr<System::Commons::MutexLock>;
 
     /// Whether calls on a file system of this type, the low 32 bits of `statfs::f_type`, can hang for longer than a
     /// local disk takes.
@@ -64,16 +64,16 @@ public:
     ~BoundedCalls();
 
     /// Owns the lock when no call is in progress, so that something that cannot hang may be done under it.
-    [[nodiscard]] Lock TryLock(WaitBudget& budget);
+    [[nodiscard]] Lock TryLock(WaitBudget& budget) OXA_NO_THREAD_SAFETY_ANALYSIS;
 
     /// False when the call lasts; it then goes on alone, and what it uses has to live as long. Either way `lock`, which
     /// `TryLock` returned, is owned; the next call may have begun. Throws std::system_error when no thread can be made.
-    [[nodiscard]] bool Run(Lock& lock, std::function<void()> call, WaitBudget& budget);
+    [[nodiscard]] bool Run(const Lock& lock, std::function<void()> call, WaitBudget& budget);
 
 private:
     struct Progress;
 
-    [[nodiscard]] bool AwaitEnd(Lock& lock, uint64 number, WaitBudget& budget);
+    [[nodiscard]] bool AwaitEnd(uint64 number, WaitBudget& budget) OXA_NO_THREAD_SAFETY_ANALYSIS;
 
     const std::shared_ptr<Progress> progress;
     /// Of the last call; guarded by the lock.

@@ -1,9 +1,9 @@
 #include "Device/Machine/SteadyWaiter.hpp"
 
-#include <mutex>
-
 namespace Oxa::Device::Linux::Machine
 {
+
+using System::Commons::MutexLock;
 
 IWaiter::~IWaiter() = default;
 
@@ -13,17 +13,21 @@ SteadyWaiter::~SteadyWaiter() = default;
 
 bool SteadyWaiter::Wait(std::chrono::milliseconds duration)
 {
-    std::unique_lock lock(mutex);
-    return !condition.wait_for(lock, duration, [this] { return isCancelled; });
+    MutexLock lock(mutex);
+    const auto deadline = std::chrono::steady_clock::now() + duration;
+    while (!isCancelled && condition.WaitUntil(mutex, deadline))
+    {
+    }
+    return !isCancelled;
 }
 
 void SteadyWaiter::Cancel() noexcept
 {
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         isCancelled = true;
     }
-    condition.notify_all();
+    condition.NotifyAll();
 }
 
 } // namespace Oxa::Device::Linux::Machine

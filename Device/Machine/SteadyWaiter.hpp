@@ -3,8 +3,6 @@
 #include "Device/Machine/IWaiter.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 
-#include <condition_variable>
-
 namespace Oxa::Device::Linux::Machine
 {
 
@@ -20,7 +18,7 @@ public:
 
 private:
     System::Commons::Mutex mutex;
-    std::condition_variable condition;
+    System::Commons::ConditionVariable condition;
     bool isCancelled = false;
 };
 

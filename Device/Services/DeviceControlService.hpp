@@ -29,7 +29,7 @@ private:
     void LogOutcome(Interface::Services::AccessErrorCode result, const BasicString& what, const BasicString& caller);
 
     const std::shared_ptr<Commands::DeviceCommands> commands;
-    Commands::RefusalLogLimits logLimits;
+    Commands::RefusalLogRateLimiters logLimits;
 };
 
 } // namespace Oxa::Device::Linux::Services

@@ -3,11 +3,12 @@
 #include "Device/Machine/DeviceText.hpp"
 
 #include <algorithm>
-#include <mutex>
 #include <utility>
 
 namespace Oxa::Device::Linux::Sources
 {
+
+using System::Commons::MutexLock;
 
 namespace
 {
@@ -69,7 +70,7 @@ CpuLoads::CpuLoads(BasicString statPath, const BasicString& onlinePath, Machine:
 
 void CpuLoads::Sample()
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const Slots slots = ParseSlots(ReadFile());
     Publish(slots);
     // The period of what could not be read goes on until it can be read again.

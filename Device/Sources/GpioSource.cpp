@@ -3,12 +3,13 @@
 #include <fmt/format.h>
 
 #include <cerrno>
-#include <mutex>
 #include <system_error>
 #include <utility>
 
 namespace Oxa::Device::Linux::Sources
 {
+
+using System::Commons::MutexLock;
 
 GpioSource::GpioSource(Line line, Machine::SteadyClock clock) : line(std::move(line)), clock(std::move(clock)) {}
 
@@ -17,7 +18,7 @@ GpioSource::~GpioSource() = default;
 Items::ItemReading GpioSource::Read(const Items::ReadPass&)
 {
     const Machine::SteadyTime now = clock();
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (requestedLine == nullptr && pace.TryBegin(now))
     {
         const char* action = nullptr;

@@ -6,12 +6,13 @@
 
 #include <algorithm>
 #include <array>
-#include <mutex>
 #include <optional>
 #include <utility>
 
 namespace Oxa::Device::Linux::Sources
 {
+
+using System::Commons::MutexLock;
 
 namespace
 {
@@ -57,7 +58,7 @@ MemoryProbe::MemoryProbe(BasicString path) : file(std::move(path)) {}
 
 MemoryUsage MemoryProbe::GetUsage(const Items::ReadPass& pass)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (lastPass != pass)
     {
         usage = Ask();

@@ -1,10 +1,11 @@
 #include "Device/Sources/SensorSource.hpp"
 
-#include <mutex>
 #include <utility>
 
 namespace Oxa::Device::Linux::Sources
 {
+
+using System::Commons::MutexLock;
 
 SensorSource::SensorSource(SensorAddress address, Machine::SteadyClock clock)
     : address(std::move(address)), clock(std::move(clock))
@@ -16,7 +17,7 @@ SensorSource::~SensorSource() = default;
 Items::ItemReading SensorSource::Read(const Items::ReadPass& pass)
 {
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         Items::ItemReading reading = ReadKept(pass);
         if (reading.HasValue())
         {
@@ -24,7 +25,7 @@ Items::ItemReading SensorSource::Read(const Items::ReadPass& pass)
         }
     }
     const Machine::SteadyTime now = clock();
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (pace.TryBegin(now))
     {
         Search();

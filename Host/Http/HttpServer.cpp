@@ -13,6 +13,7 @@
 namespace Oxa::Host::Http
 {
 
+using System::Commons::MutexLock;
 namespace asio = boost::asio;
 using System::Commons::InvalidOperationException;
 using System::Commons::Diagnostics::Logging::LogLevel;
@@ -112,7 +113,7 @@ void HttpServer::OnAccepted(Socket socket)
 
 bool HttpServer::TryAdd(HttpConnection& connection)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return connections.size() < configuration.maximumConnections && connections.insert(&connection).second;
 }
 
@@ -120,7 +121,7 @@ void HttpServer::Remove(HttpConnection& connection)
 {
     bool isDrained = false;
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         isDrained = connections.erase(&connection) != 0 && connections.empty() && isStopping;
     }
     if (isDrained)
@@ -150,7 +151,7 @@ void HttpServer::StartSweep()
 void HttpServer::Sweep()
 {
     const uint32 now = tick.fetch_add(1) + 1;
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     for (HttpConnection* const connection : connections)
     {
         connection->EndWhenLate(now);
@@ -166,7 +167,7 @@ void HttpServer::Stop(std::function<void()> whenDrained)
 {
     boost::system::error_code ignored;
     acceptor.close(ignored);
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     isStopping = true;
     drained = std::move(whenDrained);
     for (HttpConnection* const connection : connections)
@@ -181,7 +182,7 @@ void HttpServer::Stop(std::function<void()> whenDrained)
 
 void HttpServer::EndConnections()
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     for (HttpConnection* const connection : connections)
     {
         connection->End();

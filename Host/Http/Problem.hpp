@@ -50,8 +50,8 @@ inline constexpr Problem unknownExpectation{417, "unknown-expectation",
 inline constexpr Problem headerTooLarge{431, "header-too-large", "The header has more than 8192 bytes or 64 fields."};
 inline constexpr Problem internalError{
     500, "internal-error", "The request could not be carried out. The log tells more under the request id."};
-inline constexpr Problem badServiceAnswer{502, "bad-service-answer",
-                                          "A service of the device gave an answer that makes no sense."};
+inline constexpr Problem invalidServiceResponse{502, "bad-service-answer",
+                                                "A service of the device gave an answer that makes no sense."};
 inline constexpr Problem notAvailable{503, "not-available", "The data provider is not available at the moment."};
 inline constexpr Problem serviceNotAvailable{503, "service-not-available",
                                              "A service of the device is not available at the moment."};

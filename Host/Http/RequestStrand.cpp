@@ -11,6 +11,7 @@
 namespace Oxa::Host::Http
 {
 
+using System::Commons::MutexLock;
 using System::Commons::Diagnostics::CallRecord;
 using System::Commons::Diagnostics::Logging::LogLevel;
 using System::Rsc::RscFault;
@@ -39,8 +40,8 @@ const Problem& GetProblem(RscFault fault) noexcept
         return Problems::serviceTimeout;
     case RscFault::ConnectionLost:
         return Problems::serviceLost;
-    case RscFault::BadAnswer:
-        return Problems::badServiceAnswer;
+    case RscFault::InvalidResponse:
+        return Problems::invalidServiceResponse;
     case RscFault::Refused:
         return Problems::serviceRefused;
     default:
@@ -65,7 +66,7 @@ RequestStrand::~RequestStrand() = default;
 
 bool RequestStrand::TryEnter(IHttpExchange& exchange)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (isBusy || isClosed)
     {
         return false;
@@ -117,7 +118,7 @@ void RequestStrand::StartTimer(Clock::duration delay) noexcept
 
 void RequestStrand::CheckTask()
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     isTimerStarted = false;
     if (!isBusy)
     {
@@ -142,7 +143,7 @@ void RequestStrand::ReportReturn(Clock::duration duration) const
 
 std::optional<RequestStrand::HangingTask> RequestStrand::FindHangingTask() const
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const auto duration = Clock::now() - begin;
     if (!isBusy || duration < hangTime)
     {
@@ -154,11 +155,11 @@ std::optional<RequestStrand::HangingTask> RequestStrand::FindHangingTask() const
 Handling RequestStrand::Enqueue(const std::shared_ptr<IHttpExchange>& exchange, Task task)
 {
     {
-        std::unique_lock lock(mutex);
+        MutexLock lock(mutex);
         if (isClosed || waiting.size() >= maximumWaiting)
         {
             const auto& problem = isClosed ? Problems::serviceNotAvailable : Problems::tooManyRequests;
-            lock.unlock();
+            lock.Unlock();
             SendProblem(*exchange, problem);
             return Handling::Answered;
         }
@@ -195,7 +196,7 @@ void RequestStrand::Leave() noexcept
 /// Empty: the strand is idle.
 std::optional<RequestStrand::Waiting> RequestStrand::TakeNext()
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (isHangReported)
     {
         ReportReturn(Clock::now() - begin);
@@ -204,7 +205,7 @@ std::optional<RequestStrand::Waiting> RequestStrand::TakeNext()
     {
         isBusy = false;
         isHangReported = false;
-        becameIdle.notify_all();
+        becameIdle.NotifyAll();
         return std::nullopt;
     }
     std::optional<Waiting> next = std::move(waiting.front());
@@ -220,7 +221,7 @@ void RequestStrand::PostNext(Waiting next)
                       [self = shared_from_this(), next = std::move(next)]() mutable
                       {
                           {
-                              const std::lock_guard lock(self->mutex);
+                              const MutexLock lock(self->mutex);
                               self->EnsureTimer();
                           }
                           {
@@ -267,10 +268,13 @@ void RequestStrand::Close()
 {
     std::deque<Waiting> refused;
     {
-        std::unique_lock lock(mutex);
+        MutexLock lock(mutex);
         isClosed = true;
         refused.swap(waiting);
-        becameIdle.wait(lock, [this] { return !isBusy; });
+        while (isBusy)
+        {
+            becameIdle.Wait(mutex);
+        }
     }
     for (Waiting& each : refused)
     {

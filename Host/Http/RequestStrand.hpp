@@ -11,7 +11,6 @@
 #include <boost/asio/steady_timer.hpp>
 
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <functional>
@@ -104,7 +103,7 @@ private:
     template <class F>
     void Execute(IHttpExchange& exchange, const F& task)
     {
-        const Threads::EventLoop::ForeignCall call(loop);
+        const Threads::EventLoop::BlockingSection call(loop);
         ExecuteGuarded(
             exchange, [](const void* function, IHttpExchange& each) { (*static_cast<const F*>(function))(each); },
             &task);
@@ -121,7 +120,7 @@ private:
     const std::size_t maximumWaiting;
     const std::chrono::milliseconds hangTime;
     mutable System::Commons::Mutex mutex;
-    std::condition_variable becameIdle;
+    System::Commons::ConditionVariable becameIdle;
     bool isBusy = false;
     bool isClosed = false;
     std::deque<Waiting> waiting;

@@ -3,11 +3,12 @@
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 
 #include <algorithm>
-#include <mutex>
 #include <utility>
 
 namespace Oxa::Host::Modules
 {
+
+using System::Commons::MutexLock;
 
 namespace
 {
@@ -27,13 +28,13 @@ ModuleGate::ModuleGate(std::size_t order, std::function<void()> whenEmpty)
 
 bool ModuleGate::IsOpen() const
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return isSetUp && AreCurrent(epochs);
 }
 
 bool ModuleGate::TryClose()
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     isClosingWanted = visits > 0;
     isSetUp = isSetUp && visits > 0;
     return visits == 0;
@@ -41,7 +42,7 @@ bool ModuleGate::TryClose()
 
 void ModuleGate::Open(ModuleLifecycle::Epochs newEpochs)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     epochs = std::move(newEpochs);
     isSetUp = true;
 }
@@ -50,7 +51,7 @@ void ModuleGate::Open(ModuleLifecycle::Epochs newEpochs)
 /// continuous load it would never be empty.
 bool ModuleGate::TryEnter()
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const bool isAdmitted = isSetUp && !isClosingWanted && AreCurrent(epochs);
     visits += isAdmitted ? 1 : 0;
     return isAdmitted;
@@ -59,7 +60,7 @@ bool ModuleGate::TryEnter()
 void ModuleGate::Leave() noexcept
 {
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         if (--visits > 0 || !std::exchange(isClosingWanted, false))
         {
             return;

@@ -11,6 +11,7 @@
 namespace Oxa::Host::Modules
 {
 
+using System::Commons::MutexLock;
 using System::Commons::Diagnostics::Logging::LogLevel;
 
 namespace
@@ -58,7 +59,7 @@ bool ModuleRegistry::RegisterDataProvider(const BasicString& moduleName, const D
     {
         // What it replaces goes outside the lock.
         auto provider = MakeDataProvider(moduleName, name, std::move(handler), gate);
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         cause = dataProviders.TryAdd(provider) ? "" : "the name is taken";
     }
     if (!cause.empty())
@@ -99,7 +100,7 @@ void ModuleRegistry::UnregisterDataProvider(const BasicString& dataProviderName)
 {
     std::shared_ptr<DataProvider> provider;
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         provider = dataProviders.Withdraw(dataProviderName);
     }
     if (provider)
@@ -118,7 +119,7 @@ bool ModuleRegistry::RegisterPage(const PageInfo& pageInfo, PageHandler handler,
     auto page = std::make_shared<RegisteredPage>(pageInfo);
     page->handler = std::move(handler);
     page->gate = gate;
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return pages.TryAdd(page);
 }
 
@@ -126,13 +127,13 @@ void ModuleRegistry::UnregisterPage(const BasicString& pageName)
 {
     // Goes outside the lock.
     std::shared_ptr<RegisteredPage> page;
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     page = pages.Withdraw(pageName);
 }
 
 void ModuleRegistry::RegisterSupportedLanguage(const BasicString& language, const Gate& gate)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const auto found = std::find_if(languages.begin(), languages.end(),
                                     [&language, &gate](const Language& each)
                                     { return each.isWithdrawn && each.name == language && each.gate == gate; });
@@ -148,7 +149,7 @@ void ModuleRegistry::RegisterSupportedLanguage(const BasicString& language, cons
 
 void ModuleRegistry::UnregisterSupportedLanguage(const BasicString& language, const Gate& gate)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const auto found = std::find_if(languages.begin(), languages.end(),
                                     [&language, &gate](const Language& each)
                                     { return !each.isWithdrawn && each.name == language && each.gate == gate; });
@@ -168,7 +169,7 @@ void ModuleRegistry::DropWithdrawn(const ModuleGate& gate)
     // Handlers go outside the lock.
     RegisteredList<DataProvider>::Entries oldDataProviders;
     RegisteredList<RegisteredPage>::Entries oldPages;
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     oldDataProviders = dataProviders.TakeWithdrawn(gate);
     oldPages = pages.TakeWithdrawn(gate);
     std::erase_if(languages,
@@ -177,7 +178,7 @@ void ModuleRegistry::DropWithdrawn(const ModuleGate& gate)
 
 std::shared_ptr<const DataProvider> ModuleRegistry::FindDataProvider(std::string_view name) const
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return dataProviders.Find(name);
 }
 
@@ -194,7 +195,7 @@ std::vector<BasicString> ModuleRegistry::FindUnavailableDataProviders() const
         asked.emplace(name, nullptr);
     }
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         for (const auto& provider : dataProviders.GetAll())
         {
             asked.insert_or_assign(provider->name, provider);
@@ -214,7 +215,7 @@ std::vector<BasicString> ModuleRegistry::FindUnavailableDataProviders() const
 std::vector<Http::RequestStrand::HangingTask> ModuleRegistry::FindHangingRequests() const
 {
     std::vector<Http::RequestStrand::HangingTask> hanging;
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     for (const auto& provider : dataProviders.GetAll())
     {
         if (auto task = provider->strand->FindHangingTask())
@@ -229,7 +230,7 @@ void ModuleRegistry::ReportDifferences(const BasicString& moduleName, const Modu
 {
     BasicString unconfigured;
     BasicString unregistered;
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const auto registered = dataProviders.GetAllOf(gate);
     for (const auto& provider : registered)
     {
@@ -258,7 +259,7 @@ bool ModuleRegistry::IsAvailable(const ModuleGate& gate) const
     std::vector<std::shared_ptr<const DataProvider>> ownProviders;
     std::vector<std::shared_ptr<const RegisteredPage>> ownPages;
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         ownProviders = dataProviders.GetAllOf(gate);
         ownPages = pages.GetAllOf(gate);
     }
@@ -272,14 +273,14 @@ bool ModuleRegistry::IsAvailable(const ModuleGate& gate) const
 
 std::vector<std::shared_ptr<const RegisteredPage>> ModuleRegistry::GetPages() const
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return {pages.GetAll().begin(), pages.GetAll().end()};
 }
 
 std::vector<BasicString> ModuleRegistry::GetSupportedLanguages() const
 {
     std::vector<BasicString> result;
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     for (const Language& language : languages)
     {
         if (std::find(result.begin(), result.end(), language.name) == result.end())

@@ -9,7 +9,6 @@
 #include <boost/asio/post.hpp>
 
 #include <algorithm>
-#include <mutex>
 #include <utility>
 
 // A module is in one of three states: waiting (its lifecycle has a due time, or waits for an epoch), being set up (the
@@ -20,6 +19,7 @@
 namespace Oxa::Host::Modules
 {
 
+using System::Commons::MutexLock;
 using System::Commons::Diagnostics::Logging::LogLevel;
 using System::Nm::NotificationKind;
 using System::Rsc::ServiceManager;
@@ -48,7 +48,7 @@ ModuleSupervisor::~ModuleSupervisor()
 void ModuleSupervisor::Start(WhenSetUp newWhenSetUp)
 {
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         whenSetUp = std::move(newWhenSetUp);
         isListening = true;
     }
@@ -61,7 +61,7 @@ void ModuleSupervisor::StopAll() noexcept
 {
     bool wasListening = false;
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         wasListening = std::exchange(isListening, false);
     }
     if (wasListening)
@@ -83,7 +83,7 @@ void ModuleSupervisor::UnloadAll() noexcept
 std::vector<ModuleSupervisor::ModuleState> ModuleSupervisor::GetStates() const
 {
     std::vector<ModuleState> states;
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     for (const Entry& entry : entries)
     {
         states.push_back({entry.module->GetName(), entry.lifecycle.HasFailed(), entry.lifecycle.GetSetupBegin()});
@@ -96,7 +96,7 @@ void ModuleSupervisor::OnEpochChanged(const BasicString& providerName) noexcept
     const bool isLoss = ServiceManager::GetEpoch(providerName) == 0;
     bool isNews = false;
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         isNews = isLoss ? lostProviders.insert(providerName).second : lostProviders.erase(providerName) > 0;
     }
     if (isNews)
@@ -125,7 +125,7 @@ void ModuleSupervisor::PostUpdate() noexcept
 
 void ModuleSupervisor::Update()
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const auto now = Clock::now();
     auto next = Clock::time_point::max();
     for (Entry& entry : entries)
@@ -161,7 +161,7 @@ void ModuleSupervisor::BeginSetup(Entry& entry, Clock::time_point now)
     boost::asio::post(loop.GetContext(),
                       [this, &entry]
                       {
-                          const Threads::EventLoop::ForeignCall call(loop);
+                          const Threads::EventLoop::BlockingSection call(loop);
                           SetUp(entry);
                       });
     entry.lifecycle.BeginSetup(now);
@@ -173,7 +173,7 @@ void ModuleSupervisor::SetUp(Entry& entry)
     auto outcome = Outcome::Failed;
     bool isFirst = false;
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         isFirst = !entry.lifecycle.HasEnded();
     }
     try
@@ -201,7 +201,7 @@ void ModuleSupervisor::SetUp(Entry& entry)
         Log(LogLevel::Notice, "the module '{0}' was set up again", entry.module->GetName());
     }
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         entry.lifecycle.EndSetup(Clock::now(), entry.module->GetEpochs(), outcome);
     }
     entry.module->GetGate().Open(entry.module->GetEpochs());
@@ -213,7 +213,7 @@ void ModuleSupervisor::ReportFirstSetups(std::exception_ptr settingsFault)
 {
     WhenSetUp report;
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         const bool isDone = std::ranges::all_of(entries, [](const Entry& each) { return each.lifecycle.HasEnded(); });
         if (settingsFault || isDone)
         {

@@ -141,7 +141,7 @@ BasicString SessionManager::GetRoleName(SecurityToken securityToken) const
 /// Reads a file, which may take long.
 std::optional<System::Um::UserInfo> SessionManager::TryGetUser(SecurityToken securityToken) const
 {
-    const Threads::EventLoop::ForeignCall call(loop);
+    const Threads::EventLoop::BlockingSection call(loop);
     return users.TryGetUser(securityToken);
 }
 

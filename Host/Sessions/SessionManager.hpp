@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Host/Sessions/SessionTable.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/LogLimit.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogRateLimiter.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Nm/Notification.hpp"
 #include "Oxa/System/Um/SecurityToken.hpp"
@@ -105,7 +105,7 @@ private:
     System::Nm::NotificationManager& notifications;
     Threads::EventLoop& loop;
     SessionTable table;
-    System::Commons::Diagnostics::Logging::LogLimit crossOriginLimit;
+    System::Commons::Diagnostics::Logging::LogRateLimiter crossOriginLimit;
 };
 
 } // namespace Oxa::Host::Sessions

@@ -7,6 +7,8 @@
 namespace Oxa::Host::Sessions
 {
 
+using System::Commons::MutexLock;
+
 namespace
 {
 
@@ -37,7 +39,7 @@ BasicString SessionTable::Add(System::Um::SecurityToken securityToken, const Bas
 {
     BasicString key = CreateKey();
     const TimePoint now = clock();
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     EndExpired(now);
     EndOldest(&userName, configuration.maximumPerUser - 1);
     EndOldest(nullptr, configuration.maximumTotal - 1);
@@ -49,7 +51,7 @@ std::optional<SessionTable::Found> SessionTable::Find(std::string_view key)
 {
     const KeyHash hash = Hash(key);
     const TimePoint now = clock();
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const auto found = sessions.find(hash);
     if (found == sessions.end())
     {
@@ -75,7 +77,7 @@ std::optional<SessionTable::Found> SessionTable::Find(std::string_view key)
 std::optional<SessionTable::Session> SessionTable::Remove(std::string_view key)
 {
     const KeyHash hash = Hash(key);
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const auto found = sessions.find(hash);
     if (found == sessions.end())
     {
@@ -88,13 +90,13 @@ std::optional<SessionTable::Session> SessionTable::Remove(std::string_view key)
 
 std::vector<SessionTable::Session> SessionTable::TakeEnded()
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return std::exchange(ended, {});
 }
 
 std::vector<SessionTable::Session> SessionTable::TakeAll()
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     while (!sessions.empty())
     {
         End(sessions.begin());

@@ -8,9 +8,9 @@
 namespace Oxa::Host::Threads
 {
 
-/// Runs an io_context by a LeaderTeam: one thread runs the handlers, one after the other, until a `ForeignCall` out of
-/// one of them hangs; then another thread goes on. What escapes a handler is logged, and the loop goes on.
-/// Owned by the host's main part. Threads: everything is safe from any thread.
+/// Runs an io_context by a LeaderTeam: one thread runs the handlers, one after the other, until a `BlockingSection` out
+/// of one of them hangs; then another thread goes on. What escapes a handler is logged, and the loop goes on. Owned by
+/// the host's main part. Threads: everything is safe from any thread.
 class EventLoop final : private System::Commons::Threading::ILeaderWork
 {
 public:
@@ -54,13 +54,13 @@ public:
     };
 
     /// Spans a call of foreign code out of a handler; not inside another one. Does nothing on other threads.
-    class ForeignCall final
+    class BlockingSection final
     {
     public:
-        explicit ForeignCall(EventLoop& loop) noexcept : call(loop.team) {}
+        explicit BlockingSection(EventLoop& loop) noexcept : call(loop.team) {}
 
     private:
-        System::Commons::Threading::LeaderTeam::ForeignCall call;
+        System::Commons::Threading::LeaderTeam::BlockingSection call;
     };
 
 private:

@@ -7,6 +7,7 @@
 namespace Oxa::Host::Threads
 {
 
+using System::Commons::MutexLock;
 using System::Commons::Diagnostics::Logging::LogLevel;
 
 TaskWorker::TaskWorker(std::size_t maximumWaiting) : maximumWaiting(maximumWaiting) {}
@@ -14,9 +15,9 @@ TaskWorker::TaskWorker(std::size_t maximumWaiting) : maximumWaiting(maximumWaiti
 TaskWorker::~TaskWorker()
 {
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         isStopping = true;
-        changed.notify_all();
+        changed.NotifyAll();
     }
     if (thread.joinable())
     {
@@ -26,7 +27,7 @@ TaskWorker::~TaskWorker()
 
 bool TaskWorker::TryAdd(Task task)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (tasks.size() >= maximumWaiting)
     {
         return false;
@@ -36,25 +37,28 @@ bool TaskWorker::TryAdd(Task task)
         thread = std::thread([this] { Run(); });
     }
     tasks.push_back(std::move(task));
-    changed.notify_one();
+    changed.NotifyOne();
     return true;
 }
 
 void TaskWorker::Run()
 {
-    std::unique_lock lock(mutex);
+    MutexLock lock(mutex);
     while (true)
     {
-        changed.wait(lock, [this] { return isStopping || !tasks.empty(); });
+        while (!isStopping && tasks.empty())
+        {
+            changed.Wait(mutex);
+        }
         if (isStopping)
         {
             return;
         }
         const Task task = std::move(tasks.front());
         tasks.pop_front();
-        lock.unlock();
+        lock.Unlock();
         RunGuarded(task);
-        lock.lock();
+        lock.Lock();
     }
 }
 

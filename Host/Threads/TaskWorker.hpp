@@ -3,7 +3,6 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 
-#include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <functional>
@@ -35,7 +34,7 @@ private:
 
     const std::size_t maximumWaiting;
     System::Commons::Mutex mutex;
-    std::condition_variable changed;
+    System::Commons::ConditionVariable changed;
     std::deque<Task> tasks;
     bool isStopping = false;
     std::thread thread;

@@ -112,7 +112,8 @@ private:
         }
         catch (const System::Rsc::RscServiceException& exception)
         {
-            constexpr const char* names[] = {"NotAvailable", "TimedOut", "ConnectionLost", "BadAnswer", "Refused"};
+            constexpr const char* names[] = {"NotAvailable", "TimedOut", "ConnectionLost", "InvalidResponse",
+                                             "Refused"};
             return names[static_cast<std::size_t>(exception.GetFault())];
         }
         catch (const std::exception& exception)

@@ -4,7 +4,6 @@
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Rsc/RscCallContext.hpp"
 
-#include <mutex>
 #include <utility>
 
 namespace GuestBook
@@ -13,6 +12,7 @@ namespace GuestBook
 using Oxa::BasicString;
 using Oxa::System::Commons::ArgumentException;
 using Oxa::System::Commons::InvalidOperationException;
+using Oxa::System::Commons::MutexLock;
 using Oxa::System::Rsc::RscCallContext;
 
 namespace
@@ -33,7 +33,7 @@ void GuestBookService::Sign(const BasicString& guest)
         throw ArgumentException::Create("guest", guest.size(), "A name has 1 to 64 bytes");
     }
     BasicString entry = guest + ", by " + RscCallContext::DescribeCaller();
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (entries.size() == maximumEntries)
     {
         throw InvalidOperationException::Create("The guest book is full");
@@ -43,7 +43,7 @@ void GuestBookService::Sign(const BasicString& guest)
 
 std::vector<BasicString> GuestBookService::ReadEntries()
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return entries;
 }
 

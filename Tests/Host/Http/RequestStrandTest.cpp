@@ -89,7 +89,7 @@ TEST_F(Strands, TellFaultsOfServicesApartAndLogEachOnce)
         {RscFault::NotAvailable, 503, "\"service-not-available\""},
         {RscFault::TimedOut, 504, "\"service-timeout\""},
         {RscFault::ConnectionLost, 503, "\"service-lost\""},
-        {RscFault::BadAnswer, 502, "\"bad-service-answer\""},
+        {RscFault::InvalidResponse, 502, "\"bad-service-answer\""},
         {RscFault::Refused, 503, "\"service-refused\""}};
     for (const auto& [fault, status, code] : cases)
     {

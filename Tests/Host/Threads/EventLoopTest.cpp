@@ -12,7 +12,7 @@ namespace Oxa::Host::Threads
 namespace
 {
 
-TEST(EventLoops, GoOnWhileForeignCallsHangAndTakeTheirThreadsBack)
+TEST(EventLoops, GoOnWhileBlockingSectionsHangAndTakeTheirThreadsBack)
 {
     EventLoop loop;
     std::promise<void> letGo;
@@ -27,7 +27,7 @@ TEST(EventLoops, GoOnWhileForeignCallsHangAndTakeTheirThreadsBack)
                           [&loop, &allHang, &begun, &returned, isLetGo]
                           {
                               {
-                                  const EventLoop::ForeignCall call(loop);
+                                  const EventLoop::BlockingSection call(loop);
                                   if (++begun == hanging)
                                   {
                                       allHang.set_value();
@@ -68,7 +68,7 @@ TEST(EventLoops, RunHandlersOneAfterTheOther)
                           [&loop, &sum]
                           {
                               {
-                                  const EventLoop::ForeignCall call(loop);
+                                  const EventLoop::BlockingSection call(loop);
                               }
                               if (++sum == count)
                               {

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <mutex>
 #include <utility>
 
 namespace Oxa::System::Acf
@@ -16,6 +15,7 @@ namespace Oxa::System::Acf
 
 using System::Commons::ArgumentException;
 using System::Commons::InvalidOperationException;
+using System::Commons::MutexLock;
 using System::Commons::Diagnostics::Logging::LogLevel;
 namespace Text = System::Commons::Text;
 
@@ -67,19 +67,19 @@ void ComponentManager::StopAll() noexcept
 
 std::vector<ComponentFailure> ComponentManager::GetFailures() const
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return failures;
 }
 
 std::optional<ComponentManager::Activity> ComponentManager::GetActivity() const
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return activity;
 }
 
 void ComponentManager::SetActivity(std::optional<Activity> newActivity)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     activity = std::move(newActivity);
 }
 
@@ -180,7 +180,7 @@ void ComponentManager::AddFailure(const ComponentConfiguration& configuration, s
     BasicString text = Text::Format("component '{0}' of '{1}' is left out; {2} failed: {3}", configuration.name,
                                     configuration.libraryPath, operationName, Text::EscapeControlCharacters(cause));
     Log(LogLevel::Error, "{0}", text);
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     failures.push_back({configuration.name, std::move(text)});
 }
 

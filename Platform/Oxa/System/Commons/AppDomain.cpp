@@ -18,13 +18,13 @@ const BasicString& AppDomain::GetName() const noexcept
 
 void AppDomain::SetVariable(const BasicString& variableName, BasicString value)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     variables.insert_or_assign(variableName, std::move(value));
 }
 
 std::optional<BasicString> AppDomain::TryGetVariable(std::string_view variableName) const
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const auto found = variables.find(variableName);
     return found == variables.end() ? std::nullopt : std::optional(found->second);
 }

@@ -3,13 +3,13 @@
 #include "Oxa/System/Commons/ArgumentException.hpp"
 
 #include <chrono>
-#include <mutex>
 #include <utility>
 
 namespace Oxa::System::Nm
 {
 
 using System::Commons::ArgumentException;
+using System::Commons::MutexLock;
 using System::Commons::Diagnostics::Logging::LogLevel;
 
 std::string_view GetNotificationKindName(NotificationKind kind) noexcept
@@ -65,7 +65,7 @@ void NotificationManager::Publish(Notification notification) noexcept
             DateTime::FromUnixTimeMicroseconds(std::chrono::duration_cast<std::chrono::microseconds>(now).count());
     }
     // Held meanwhile: every subscriber sees the same order.
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     for (const Subscriber& subscriber : subscribers)
     {
         try
@@ -85,7 +85,7 @@ void NotificationManager::Subscribe(Subscriber subscriber)
     {
         throw ArgumentException::CreateDefault("subscriber");
     }
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     subscribers.push_back(std::move(subscriber));
 }
 

@@ -25,7 +25,7 @@ constexpr std::size_t maximumSubarrays = 1024;
 
 [[noreturn]] void ThrowUnexpected()
 {
-    throw RscServiceException(RscFault::BadAnswer, "the message holds something else than the operation says");
+    throw RscServiceException(RscFault::InvalidResponse, "the message holds something else than the operation says");
 }
 
 /// True when there was something.

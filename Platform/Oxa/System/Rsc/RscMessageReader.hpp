@@ -21,7 +21,7 @@ struct RemoteArray;
 } // namespace Internal
 
 /// Takes arguments or results off the message of one call, in the order of the operation's signature. The message comes
-/// from another process: everything throws RscServiceException, BadAnswer, when it is not what was asked for.
+/// from another process: everything throws RscServiceException, InvalidResponse, when it is not what was asked for.
 /// Threads: one at a time. Valid during the call that it is passed to.
 class OXA_EXPORT RscMessageReader final
 {

@@ -32,7 +32,7 @@ public:
     /// Calls the operation and waits for its answer, at most as long as the endpoint's configuration says for its kind.
     /// One message goes each way, and only once. Throws RscServiceException, and as what it was what the service threw:
     /// ArgumentException, InvalidOperationException, NotSupportedException, else Exception. What the functions throw is
-    /// passed on; a BadAnswer of the reader with the operation's name before it.
+    /// passed on; a InvalidResponse of the reader with the operation's name before it.
     void Call(const RscOperation& operation, const WriteFunction& writeArguments, const ReadFunction& readResults);
 
 private:

@@ -20,7 +20,7 @@ enum class RscFault : uint8
     /// The other process went away during the call. The service may have carried the operation out.
     ConnectionLost,
     /// An answer came that is none.
-    BadAnswer,
+    InvalidResponse,
     /// The caller may not call the service, or too much is waiting for it. It was not called.
     Refused
 };

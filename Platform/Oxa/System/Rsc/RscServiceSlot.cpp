@@ -2,11 +2,12 @@
 
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
-#include <mutex>
 #include <utility>
 
 namespace Oxa::System::Rsc
 {
+
+using System::Commons::MutexLock;
 
 RscServiceSlot::RscServiceSlot(BasicString providerName, BasicString interfaceName)
     : providerName(std::move(providerName)), interfaceName(std::move(interfaceName))
@@ -17,14 +18,14 @@ RscServiceSlot::~RscServiceSlot() = default;
 
 bool RscServiceSlot::IsProvided() const
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return implementation != nullptr;
 }
 
 void RscServiceSlot::Provide(std::shared_ptr<IRscService> newImplementation)
 {
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         implementation.swap(newImplementation);
     }
     // The previous one, if this was its last owner, is destroyed here, outside the lock.
@@ -33,7 +34,7 @@ void RscServiceSlot::Provide(std::shared_ptr<IRscService> newImplementation)
 void RscServiceSlot::SetRemote(std::shared_ptr<IRscService> newRemote)
 {
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         remote.swap(newRemote);
     }
     // The previous one, if this was its last owner, is destroyed here, outside the lock.
@@ -51,7 +52,7 @@ const BasicString& RscServiceSlot::GetInterfaceName() const noexcept
 
 std::shared_ptr<IRscService> RscServiceSlot::TryAcquireAny() const
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return implementation ? implementation : remote;
 }
 

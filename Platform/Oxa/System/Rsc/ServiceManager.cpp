@@ -10,7 +10,6 @@
 #include "Oxa/System/Rsc/RscServiceSlot.hpp"
 #include "Oxa/System/Rsc/RscUsageRecorder.hpp"
 
-#include <mutex>
 #include <utility>
 
 namespace Oxa::System::Rsc
@@ -19,6 +18,7 @@ namespace Oxa::System::Rsc
 using Internal::EndpointWatch;
 using Internal::ProviderRuns;
 using Internal::ServiceTable;
+using System::Commons::MutexLock;
 
 namespace
 {
@@ -40,7 +40,7 @@ Endpoints& GetEndpoints()
 void ReplaceWatch(std::unique_ptr<EndpointWatch> watch)
 {
     {
-        const std::lock_guard lock(GetEndpoints().mutex);
+        const MutexLock lock(GetEndpoints().mutex);
         GetEndpoints().watch.swap(watch);
     }
     // The previous one is destroyed here, outside the lock.
@@ -48,7 +48,7 @@ void ReplaceWatch(std::unique_ptr<EndpointWatch> watch)
 
 std::shared_ptr<Internal::Endpoint> TryFindEndpoint(const BasicString& providerName)
 {
-    const std::lock_guard lock(GetEndpoints().mutex);
+    const MutexLock lock(GetEndpoints().mutex);
     return GetEndpoints().watch ? GetEndpoints().watch->TryFind(providerName) : nullptr;
 }
 

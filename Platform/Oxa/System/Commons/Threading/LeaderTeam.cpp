@@ -46,7 +46,7 @@ LeaderTeam::~LeaderTeam() = default;
 void LeaderTeam::Run(unsigned minimumLimit)
 {
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         maximumThreads += static_cast<int>(minimumLimit);
         EnsureFollower();
     }
@@ -58,7 +58,7 @@ void LeaderTeam::Run(unsigned minimumLimit)
     {
         std::thread thread;
         {
-            const std::lock_guard lock(mutex);
+            const MutexLock lock(mutex);
             if (index == threads.size())
             {
                 return;
@@ -71,7 +71,7 @@ void LeaderTeam::Run(unsigned minimumLimit)
 
 void LeaderTeam::ChangeLimit(int difference)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     maximumThreads += difference;
     if (isFollowerMissing)
     {
@@ -82,9 +82,9 @@ void LeaderTeam::ChangeLimit(int difference)
 void LeaderTeam::Stop()
 {
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         isStopping = true;
-        changed.notify_all();
+        changed.NotifyAll();
     }
     work.Wake();
 }
@@ -135,34 +135,37 @@ void LeaderTeam::RunGuarded(const Step& step)
 
 bool LeaderTeam::Follow(MemberNumber member)
 {
-    std::unique_lock lock(mutex);
+    const MutexLock lock(mutex);
     ++waitingFollowers;
     isFollowerMissing = false;
-    changed.wait(lock, [this] { return isStopping || !hasWatcher; });
+    while (!isStopping && hasWatcher)
+    {
+        changed.Wait(mutex);
+    }
     --waitingFollowers;
     if (isStopping)
     {
         return false;
     }
     hasWatcher = true;
-    const bool isLeader = Watch(lock, member);
+    const bool isLeader = Watch(member);
     hasWatcher = false;
     if (isLeader)
     {
         EnsureFollower();
-        changed.notify_one();
+        changed.NotifyOne();
     }
     return isLeader;
 }
 
 /// True when this member runs the loop from now on, false when the team stops.
-bool LeaderTeam::Watch(std::unique_lock<std::mutex>& lock, MemberNumber member)
+bool LeaderTeam::Watch(MemberNumber member)
 {
     std::uint64_t seenState = state.load();
     int quietPeriods = 0;
     while (!isStopping)
     {
-        changed.wait_for(lock, watchPeriod);
+        changed.WaitUntil(mutex, std::chrono::steady_clock::now() + watchPeriod);
         std::uint64_t current = state.load();
         if (current != seenState)
         {
@@ -178,14 +181,14 @@ bool LeaderTeam::Watch(std::unique_lock<std::mutex>& lock, MemberNumber member)
         }
         else if (++quietPeriods >= periodsUntilParking)
         {
-            Park(lock, seenState);
+            Park(seenState);
             quietPeriods = 0;
         }
     }
     return false;
 }
 
-void LeaderTeam::Park(std::unique_lock<std::mutex>& lock, std::uint64_t seenState)
+void LeaderTeam::Park(std::uint64_t seenState)
 {
     isParked = true;
     // A call that began before it could see the flag is seen here instead.
@@ -194,18 +197,20 @@ void LeaderTeam::Park(std::unique_lock<std::mutex>& lock, std::uint64_t seenStat
         isParked = false;
         return;
     }
-    changed.wait(lock, [this] { return isStopping || !isParked; });
+    while (!isStopping && isParked)
+    {
+        changed.Wait(mutex);
+    }
     isParked = false;
 }
 
 void LeaderTeam::Unpark()
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     isParked = false;
-    changed.notify_all();
+    changed.NotifyAll();
 }
 
-/// Requires: the mutex is held.
 void LeaderTeam::EnsureFollower()
 {
     if (waitingFollowers > 0 || isStopping)
@@ -238,7 +243,7 @@ bool LeaderTeam::IsLeader(MemberNumber member) const noexcept
     return state.load() >> memberShift == member;
 }
 
-LeaderTeam::ForeignCall::ForeignCall(LeaderTeam& team) noexcept : team(team)
+LeaderTeam::BlockingSection::BlockingSection(LeaderTeam& team) noexcept : team(team)
 {
     if (currentTeam != &team || !team.IsLeader(currentMember))
     {
@@ -251,7 +256,7 @@ LeaderTeam::ForeignCall::ForeignCall(LeaderTeam& team) noexcept : team(team)
     }
 }
 
-LeaderTeam::ForeignCall::~ForeignCall()
+LeaderTeam::BlockingSection::~BlockingSection()
 {
     // Fails when another thread has taken the loop over: then that one's state must stay.
     std::uint64_t expected = state;

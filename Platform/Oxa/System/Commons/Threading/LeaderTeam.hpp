@@ -2,9 +2,9 @@
 
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Export.hpp"
+#include "Oxa/System/Commons/Mutex.hpp"
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <mutex>
 #include <thread>
@@ -16,7 +16,7 @@ namespace Oxa::System::Commons::Threading
 class ILeaderWork;
 
 /// Runs a loop by a team of threads of which one, the leader, runs it at a time. Code of others, which may hang, is
-/// called inside a `ForeignCall`; when one lasts longer than 5 to 10 ms, another thread of the team takes the loop
+/// called inside a `BlockingSection`; when one lasts longer than 5 to 10 ms, another thread of the team takes the loop
 /// over, and the one that hung goes back to the team when it is through. So nothing wakes a second thread as long as
 /// everybody is quick, and all steps but what comes out of a foreign call run one after the other, each seeing what
 /// those before it did. A second after the last foreign call nothing wakes up periodically any more. Threads:
@@ -46,13 +46,13 @@ public:
     /// Spans a call of foreign code out of a step; not inside another one. Costs two atomic operations; does nothing on
     /// threads that do not run the loop. A step that had one must touch nothing of the loop behind it: another thread
     /// may run the loop by then.
-    class OXA_EXPORT ForeignCall final
+    class OXA_EXPORT BlockingSection final
     {
     public:
-        explicit ForeignCall(LeaderTeam& team) noexcept;
-        ForeignCall(const ForeignCall&) = delete;
-        ForeignCall& operator=(const ForeignCall&) = delete;
-        ~ForeignCall();
+        explicit BlockingSection(LeaderTeam& team) noexcept;
+        BlockingSection(const BlockingSection&) = delete;
+        BlockingSection& operator=(const BlockingSection&) = delete;
+        ~BlockingSection();
 
     private:
         LeaderTeam& team;
@@ -68,10 +68,10 @@ private:
     template <class Step>
     void RunGuarded(const Step& step);
     [[nodiscard]] bool Follow(MemberNumber member);
-    [[nodiscard]] bool Watch(std::unique_lock<std::mutex>& lock, MemberNumber member);
-    void Park(std::unique_lock<std::mutex>& lock, std::uint64_t seenState);
+    [[nodiscard]] bool Watch(MemberNumber member) OXA_REQUIRES(mutex);
+    void Park(std::uint64_t seenState) OXA_REQUIRES(mutex);
     void Unpark();
-    void EnsureFollower();
+    void EnsureFollower() OXA_REQUIRES(mutex);
     [[nodiscard]] bool IsLeader(MemberNumber member) const noexcept;
 
     ILeaderWork& work;
@@ -81,14 +81,14 @@ private:
     std::atomic<bool> isParked = false;
     std::atomic<bool> isStopping = false;
 
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool hasWatcher = false;
-    unsigned waitingFollowers = 0;
+    System::Commons::Mutex mutex;
+    System::Commons::ConditionVariable changed;
+    bool hasWatcher OXA_GUARDED_BY(mutex) = false;
+    unsigned waitingFollowers OXA_GUARDED_BY(mutex) = 0;
     /// There was no thread to make when the leader took over: all others hang.
-    bool isFollowerMissing = false;
-    int maximumThreads = 0;
-    std::vector<std::thread> threads;
+    bool isFollowerMissing OXA_GUARDED_BY(mutex) = false;
+    int maximumThreads OXA_GUARDED_BY(mutex) = 0;
+    std::vector<std::thread> threads OXA_GUARDED_BY(mutex);
 };
 
 } // namespace Oxa::System::Commons::Threading

@@ -3,10 +3,11 @@
 #include "Oxa/System/Rsc/IRscServiceListener.hpp"
 
 #include <algorithm>
-#include <mutex>
 
 namespace Oxa::System::Rsc::Internal
 {
+
+using System::Commons::MutexLock;
 
 ProviderRuns& ProviderRuns::GetInstance()
 {
@@ -16,7 +17,7 @@ ProviderRuns& ProviderRuns::GetInstance()
 
 void ProviderRuns::Begin(const BasicString& providerName, const BasicString& bootId, const BasicString& buildId)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     Provider& provider = providers[providerName];
     const bool isSameRun = !bootId.empty() && provider.run.bootId == bootId && provider.run.buildId == buildId;
     if (!isSameRun)
@@ -28,7 +29,7 @@ void ProviderRuns::Begin(const BasicString& providerName, const BasicString& boo
 
 void ProviderRuns::End(const BasicString& providerName) noexcept
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const auto provider = providers.find(providerName);
     if (provider != providers.end())
     {
@@ -39,7 +40,7 @@ void ProviderRuns::End(const BasicString& providerName) noexcept
 /// An entry that is being called stays in the list, so that its iterator stays valid while the lock is released.
 void ProviderRuns::Report(const BasicString& providerName) noexcept
 {
-    std::unique_lock lock(mutex);
+    MutexLock lock(mutex);
     for (auto entry = listeners.begin(); entry != listeners.end();)
     {
         if (entry->isRemoved)
@@ -48,40 +49,40 @@ void ProviderRuns::Report(const BasicString& providerName) noexcept
             continue;
         }
         ++entry->calls;
-        lock.unlock();
+        lock.Unlock();
         entry->listener->OnEpochChanged(providerName);
-        lock.lock();
+        lock.Lock();
         const auto called = entry++;
         if (--called->calls == 0)
         {
-            returned.notify_all();
+            returned.NotifyAll();
         }
     }
 }
 
 uint64 ProviderRuns::GetEpoch(const BasicString& providerName) const noexcept
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const auto provider = providers.find(providerName);
     return provider != providers.end() && provider->second.isThere ? provider->second.run.epoch : 0;
 }
 
 RscRun ProviderRuns::Get(const BasicString& providerName) const
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const auto provider = providers.find(providerName);
     return provider != providers.end() && provider->second.isThere ? provider->second.run : RscRun();
 }
 
 void ProviderRuns::AddListener(IRscServiceListener& listener)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     listeners.push_back({&listener});
 }
 
 void ProviderRuns::RemoveListener(IRscServiceListener& listener)
 {
-    std::unique_lock lock(mutex);
+    MutexLock lock(mutex);
     const auto entry =
         std::find_if(listeners.begin(), listeners.end(),
                      [&listener](const Listener& each) { return each.listener == &listener && !each.isRemoved; });
@@ -90,7 +91,10 @@ void ProviderRuns::RemoveListener(IRscServiceListener& listener)
         return;
     }
     entry->isRemoved = true;
-    returned.wait(lock, [entry] { return entry->calls == 0; });
+    while (entry->calls != 0)
+    {
+        returned.Wait(mutex);
+    }
     listeners.erase(entry);
 }
 

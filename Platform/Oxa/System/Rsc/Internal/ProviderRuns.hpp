@@ -4,7 +4,6 @@
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Rsc/RscRun.hpp"
 
-#include <condition_variable>
 #include <list>
 #include <map>
 
@@ -55,7 +54,7 @@ private:
     };
 
     mutable System::Commons::Mutex mutex;
-    std::condition_variable returned;
+    System::Commons::ConditionVariable returned;
     std::map<BasicString, Provider> providers;
     uint64 lastEpoch = 0;
     std::list<Listener> listeners;

@@ -4,10 +4,11 @@
 #include "Oxa/System/Rsc/RscServiceSlot.hpp"
 
 #include <algorithm>
-#include <mutex>
 
 namespace Oxa::System::Rsc::Internal
 {
+
+using System::Commons::MutexLock;
 
 ServiceTable& ServiceTable::GetInstance()
 {
@@ -17,7 +18,7 @@ ServiceTable& ServiceTable::GetInstance()
 
 std::shared_ptr<RscServiceSlot> ServiceTable::FindOrCreate(const BasicString& provider, const BasicString& interface)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     std::weak_ptr<RscServiceSlot>& known = slots[{provider, interface}];
     auto slot = known.lock();
     if (!slot)
@@ -30,7 +31,7 @@ std::shared_ptr<RscServiceSlot> ServiceTable::FindOrCreate(const BasicString& pr
 
 void ServiceTable::Add(const std::shared_ptr<Registration>& registration)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (std::any_of(registrations.begin(), registrations.end(),
                     [&registration](const auto& each) { return each->providerName == registration->providerName; }))
     {
@@ -42,13 +43,13 @@ void ServiceTable::Add(const std::shared_ptr<Registration>& registration)
 
 void ServiceTable::Remove(const Registration& registration)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     std::erase_if(registrations, [&registration](const auto& each) { return each.get() == &registration; });
 }
 
 std::vector<std::shared_ptr<const Registration>> ServiceTable::GetRegistrations() const
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return registrations;
 }
 

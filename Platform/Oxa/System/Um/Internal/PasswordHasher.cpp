@@ -6,13 +6,13 @@
 #include <sys/mman.h>
 
 #include <array>
-#include <mutex>
 #include <string_view>
 
 namespace Oxa::System::Um::Internal
 {
 
 using System::Commons::InvalidOperationException;
+using System::Commons::MutexLock;
 
 namespace
 {
@@ -55,7 +55,7 @@ PasswordHasher::PasswordHasher()
 
 BasicString PasswordHasher::Hash(const BasicString& password)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     HashText text{};
     if (!TryHash(password, text))
     {
@@ -66,7 +66,7 @@ BasicString PasswordHasher::Hash(const BasicString& password)
 
 bool PasswordHasher::Verify(const BasicString& hash, const BasicString& password)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (crypto_pwhash_str_verify(hash.c_str(), password.data(), password.size()) == 0)
     {
         return true;
@@ -80,7 +80,7 @@ bool PasswordHasher::Verify(const BasicString& hash, const BasicString& password
 
 void PasswordHasher::Imitate(const BasicString& password)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     HashText text{};
     if (!TryHash(password, text))
     {

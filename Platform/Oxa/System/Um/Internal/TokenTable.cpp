@@ -1,16 +1,17 @@
 #include "Oxa/System/Um/Internal/TokenTable.hpp"
 
-#include <mutex>
 #include <utility>
 
 namespace Oxa::System::Um::Internal
 {
 
+using System::Commons::MutexLock;
+
 TokenTable::TokenTable(std::function<uint32()> random) : random(std::move(random)) {}
 
 SecurityToken TokenTable::Add(const Login& login)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     MakeRoom(login.userNumber);
     const uint32 value = MakeTokenValue();
     entries.emplace(value, Entry{login, nextNumber++});
@@ -19,20 +20,20 @@ SecurityToken TokenTable::Add(const Login& login)
 
 std::optional<Login> TokenTable::TryGet(SecurityToken token) const
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const auto found = entries.find(token.GetValue());
     return found != entries.end() ? std::optional(found->second.login) : std::nullopt;
 }
 
 void TokenTable::Remove(SecurityToken token) noexcept
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     entries.erase(token.GetValue());
 }
 
 void TokenTable::RemoveUser(int64 userNumber) noexcept
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     std::erase_if(entries, [userNumber](const auto& entry) { return entry.second.login.userNumber == userNumber; });
 }
 

@@ -11,13 +11,13 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
-#include <mutex>
 #include <utility>
 
 namespace Oxa::System::Um::Internal
 {
 
 using System::Commons::FileDescriptor;
+using System::Commons::MutexLock;
 using System::Commons::Text::Format;
 
 namespace
@@ -218,7 +218,7 @@ UserDatabase::UserDatabase(BasicString databasePath)
 
 std::vector<UserInfo> UserDatabase::GetUsers()
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     std::vector<UserInfo> result;
     SqliteQuery query(allUsers);
     while (query.Next())
@@ -230,14 +230,14 @@ std::vector<UserInfo> UserDatabase::GetUsers()
 
 std::optional<StoredUser> UserDatabase::FindUser(std::string_view userName)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     SqliteQuery query(userOfName, userName);
     return ReadUser(query);
 }
 
 std::optional<UserInfo> UserDatabase::FindUser(const Login& login)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     SqliteQuery query(userOfLogin, login.userNumber, login.passwordGeneration);
     if (!query.Next())
     {

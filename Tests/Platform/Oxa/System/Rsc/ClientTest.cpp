@@ -157,7 +157,7 @@ protected:
     /// "5" or the fault's name.
     std::string Call(const char* operation, uint32 number = 5, BasicString* message = nullptr) const
     {
-        constexpr const char* names[] = {"NotAvailable", "TimedOut", "ConnectionLost", "BadAnswer", "Refused"};
+        constexpr const char* names[] = {"NotAvailable", "TimedOut", "ConnectionLost", "InvalidResponse", "Refused"};
         try
         {
             return std::to_string(echo->Call(operation, number));
@@ -216,7 +216,7 @@ TEST_F(CallingAnotherProcess, SaysWhatWentWrongAndSendsOnce)
         {"org.freedesktop.DBus.Error.AccessDenied", "Refused"},
         {"org.freedesktop.DBus.Error.NoReply", "TimedOut"},
         {"org.freedesktop.DBus.Error.Disconnected", "ConnectionLost"},
-        {"Some.Other", "BadAnswer"},
+        {"Some.Other", "InvalidResponse"},
         {"Oxa.System.Commons.ArgumentException", "cause"},
     };
     Connect(10s);
@@ -225,7 +225,8 @@ TEST_F(CallingAnotherProcess, SaysWhatWentWrongAndSendsOnce)
         peer->SetError(name);
         EXPECT_EQ(Call("Fail"), result) << name;
     }
-    for (const auto& [operation, fault] : {std::pair("Retype", "BadAnswer"), std::pair("HangUp", "ConnectionLost")})
+    for (const auto& [operation, fault] :
+         {std::pair("Retype", "InvalidResponse"), std::pair("HangUp", "ConnectionLost")})
     {
         BasicString message;
         const unsigned before = peer->calls;

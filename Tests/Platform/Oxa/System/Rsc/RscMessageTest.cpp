@@ -247,18 +247,18 @@ TEST_F(Messages, AreNotTakenForWhatTheyAreNot)
         return ReadHandwritten(signature, [=](sd_bus_message* written)
                                { return sd_bus_message_append(written, signature, arguments...); });
     };
-    EXPECT_EQ(fault("u", 5), RscFault::BadAnswer);
-    EXPECT_EQ(fault("(yv)", tag(RscType::Bool), "s", "true"), RscFault::BadAnswer);
-    EXPECT_EQ(fault("(yv)", tag(RscType::Int8), "n", 128), RscFault::BadAnswer);
-    EXPECT_EQ(fault("(yv)", tag(RscType::String), "t", uint64{1}), RscFault::BadAnswer);
-    EXPECT_EQ(fault("(yv)", tag(RscType::Array), "ay", 0), RscFault::BadAnswer);
+    EXPECT_EQ(fault("u", 5), RscFault::InvalidResponse);
+    EXPECT_EQ(fault("(yv)", tag(RscType::Bool), "s", "true"), RscFault::InvalidResponse);
+    EXPECT_EQ(fault("(yv)", tag(RscType::Int8), "n", 128), RscFault::InvalidResponse);
+    EXPECT_EQ(fault("(yv)", tag(RscType::String), "t", uint64{1}), RscFault::InvalidResponse);
+    EXPECT_EQ(fault("(yv)", tag(RscType::Array), "ay", 0), RscFault::InvalidResponse);
     // Fewer elements than announced, and one of another type.
     EXPECT_EQ(
         fault("(yv)", tag(RscType::Array), "(yyua(yv))", tag(RscType::Bool), 1, 2U, 1, tag(RscType::Bool), "b", 1),
-        RscFault::BadAnswer);
+        RscFault::InvalidResponse);
     EXPECT_EQ(
         fault("(yv)", tag(RscType::Array), "(yyua(yv))", tag(RscType::Bool), 1, 1U, 1, tag(RscType::Uint8), "y", 1),
-        RscFault::BadAnswer);
+        RscFault::InvalidResponse);
 }
 
 TEST_F(Messages, AreNotMadeLongerThanTheOtherEndTakes)

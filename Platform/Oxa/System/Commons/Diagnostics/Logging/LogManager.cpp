@@ -5,6 +5,7 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/Internal/LogTarget.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Internal/QueuedSink.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Internal/Severity.hpp"
+#include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <spdlog/logger.h>
@@ -17,7 +18,6 @@
 #include <cstdlib>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -148,7 +148,7 @@ LogLevel FindLevel(const LogConfiguration& configuration, std::string_view typeN
 void LogManager::AssignAppDomain(AppDomain& appDomain)
 {
     LogState& state = GetState();
-    const std::lock_guard lock(state.mutex);
+    const MutexLock lock(state.mutex);
     if (state.applicationName == appDomain.GetName())
     {
         return;
@@ -163,14 +163,14 @@ void LogManager::AssignAppDomain(AppDomain& appDomain)
 BasicString LogManager::GetApplicationName()
 {
     LogState& state = GetState();
-    const std::lock_guard lock(state.mutex);
+    const MutexLock lock(state.mutex);
     return state.applicationName;
 }
 
 void LogManager::Configure(const LogConfiguration& configuration)
 {
     LogState& state = GetState();
-    const std::lock_guard lock(state.mutex);
+    const MutexLock lock(state.mutex);
     LogConfiguration previous = std::exchange(state.configuration, configuration);
     try
     {
@@ -190,7 +190,7 @@ void LogManager::Configure(const LogConfiguration& configuration)
 void LogManager::AddSink(std::shared_ptr<ILogSink> sink)
 {
     LogState& state = GetState();
-    const std::lock_guard lock(state.mutex);
+    const MutexLock lock(state.mutex);
     const auto bridge = std::make_shared<LogSinkBridge>(sink);
     state.addedSinks.emplace_back(std::move(sink), bridge);
     state.distributor->add_sink(bridge);
@@ -199,7 +199,7 @@ void LogManager::AddSink(std::shared_ptr<ILogSink> sink)
 void LogManager::RemoveSink(const std::shared_ptr<ILogSink>& sink)
 {
     LogState& state = GetState();
-    const std::lock_guard lock(state.mutex);
+    const MutexLock lock(state.mutex);
     const auto found = std::find_if(state.addedSinks.begin(), state.addedSinks.end(),
                                     [&sink](const auto& added) { return added.first == sink; });
     if (found == state.addedSinks.end())
@@ -213,7 +213,7 @@ void LogManager::RemoveSink(const std::shared_ptr<ILogSink>& sink)
 std::shared_ptr<ILogAdapter> LogManager::CreateLogAdapter(const BasicString& typeName)
 {
     LogState& state = GetState();
-    const std::lock_guard lock(state.mutex);
+    const MutexLock lock(state.mutex);
     auto& adapter = state.adapters[typeName];
     if (!adapter)
     {

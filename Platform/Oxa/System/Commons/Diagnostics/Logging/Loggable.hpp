@@ -7,7 +7,6 @@
 
 #include <atomic>
 #include <exception>
-#include <mutex>
 #include <typeinfo>
 
 namespace Oxa::System::Commons::Diagnostics::Logging
@@ -62,7 +61,7 @@ private:
         ILogAdapter* current = logger.load(std::memory_order_acquire);
         if (current == nullptr)
         {
-            const std::lock_guard lock(mutex);
+            const System::Commons::MutexLock lock(mutex);
             current = logger.load(std::memory_order_relaxed);
             if (current == nullptr)
             {

@@ -22,6 +22,7 @@
 namespace Oxa::System::Rsc::Internal
 {
 
+using System::Commons::MutexLock;
 using Clock = std::chrono::steady_clock;
 
 namespace
@@ -58,7 +59,7 @@ public:
     /// Throws NotAvailable when the connection is lost, Refused when too many calls wait or there can be no request.
     PendingCall(ClientConnection& connection, const Operation& operation) : connection(connection)
     {
-        const std::lock_guard lock(connection.mutex);
+        const MutexLock lock(connection.mutex);
         if (!connection.loss.empty())
         {
             throw RscServiceException(RscFault::NotAvailable, connection.loss);
@@ -85,7 +86,7 @@ public:
 
     ~PendingCall()
     {
-        const std::lock_guard lock(connection.mutex);
+        const MutexLock lock(connection.mutex);
         std::erase(connection.calls, this);
         slot.reset();
         request.reset();
@@ -97,7 +98,7 @@ public:
     /// Throws NotAvailable and Refused when the request was not sent, TimedOut, ConnectionLost.
     [[nodiscard]] sd_bus_message& SendAndWait(Deadline deadline)
     {
-        std::unique_lock lock(connection.mutex);
+        MutexLock lock(connection.mutex);
         connection.Send(*this);
         while (!answer)
         {
@@ -111,7 +112,7 @@ public:
             }
             else if (connection.hasLeader)
             {
-                changed.wait_until(lock, deadline);
+                changed.WaitUntil(connection.mutex, deadline);
             }
             else
             {
@@ -126,7 +127,7 @@ public:
         auto& self = *static_cast<PendingCall*>(call);
         ++self.connection.received;
         self.answer.reset(sd_bus_message_ref(message));
-        self.changed.notify_one();
+        self.changed.NotifyOne();
         return 1;
     }
 
@@ -135,7 +136,7 @@ public:
     MessageHandle request;
     MessageHandle answer;
     SlotHandle slot;
-    std::condition_variable changed;
+    System::Commons::ConditionVariable changed;
     /// `connection.received` when the request was sent.
     uint64 receivedBefore = 0;
 
@@ -187,7 +188,7 @@ void ClientConnection::Call(const Operation& operation, Deadline deadline,
     }
     if (sd_bus_message_has_signature(&answer, operation.resultsSignature) <= 0)
     {
-        throw RscServiceException(RscFault::BadAnswer, "the answer is of another type than the operation's");
+        throw RscServiceException(RscFault::InvalidResponse, "the answer is of another type than the operation's");
     }
     RscMessageReader reader(answer);
     readResults(reader);
@@ -195,13 +196,13 @@ void ClientConnection::Call(const Operation& operation, Deadline deadline,
 
 void ClientConnection::Close(const BasicString& cause)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     Lose(cause);
 }
 
 void ClientConnection::Drain()
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     while (loss.empty() && Process())
     {
     }
@@ -210,7 +211,7 @@ void ClientConnection::Drain()
 
 BasicString ClientConnection::GetLoss() const
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return loss;
 }
 
@@ -249,7 +250,7 @@ void ClientConnection::Send(PendingCall& call)
     throw RscServiceException::Create(RscFault::Refused, "the request cannot be sent: {0}", cause);
 }
 
-void ClientConnection::Lead(std::unique_lock<System::Commons::Mutex>& lock, PendingCall& call, Deadline deadline)
+void ClientConnection::Lead(System::Commons::MutexLock& lock, PendingCall& call, Deadline deadline)
 {
     hasLeader = true;
     while (!call.answer && loss.empty() && Clock::now() < deadline)
@@ -263,17 +264,17 @@ void ClientConnection::Lead(std::unique_lock<System::Commons::Mutex>& lock, Pend
     HandOverLead();
 }
 
-void ClientConnection::WaitForInput(std::unique_lock<System::Commons::Mutex>& lock, Deadline deadline) const
+void ClientConnection::WaitForInput(System::Commons::MutexLock& lock, Deadline deadline) const
 {
     const int events = sd_bus_get_events(bus.get());
     pollfd waiting{descriptor, static_cast<short>(events < 0 ? POLLIN : events | POLLIN), 0};
-    lock.unlock();
+    lock.Unlock();
     if (!IsReadySoon(waiting))
     {
         // An interruption by a signal is as good as a timeout: the caller looks at its deadline.
         poll(&waiting, 1, GetPollTimeout(deadline, maximumPollWait));
     }
-    lock.lock();
+    lock.Lock();
 }
 
 /// One step: sends what waits, or takes one message in. False when there is nothing left to do.
@@ -300,7 +301,7 @@ void ClientConnection::HandOverLead() noexcept
         std::find_if(calls.begin(), calls.end(), [](const auto* call) { return call->slot && !call->answer; });
     if (next != calls.end())
     {
-        (*next)->changed.notify_one();
+        (*next)->changed.NotifyOne();
     }
 }
 
@@ -316,7 +317,7 @@ void ClientConnection::Lose(const BasicString& cause)
     shutdown(descriptor, SHUT_RDWR);
     for (PendingCall* call : calls)
     {
-        call->changed.notify_one();
+        call->changed.NotifyOne();
     }
 }
 

@@ -59,8 +59,8 @@ private:
 
     // All of these under the lock.
     void Send(PendingCall& call);
-    void Lead(std::unique_lock<System::Commons::Mutex>& lock, PendingCall& call, Deadline deadline);
-    void WaitForInput(std::unique_lock<System::Commons::Mutex>& lock, Deadline deadline) const;
+    void Lead(System::Commons::MutexLock& lock, PendingCall& call, Deadline deadline);
+    void WaitForInput(System::Commons::MutexLock& lock, Deadline deadline) const;
     [[nodiscard]] bool Process();
     void HandOverLead() noexcept;
     void Lose(const BasicString& cause);

@@ -7,11 +7,12 @@
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
 #include <chrono>
-#include <mutex>
 #include <utility>
 
 namespace Oxa::System::Rsc::Internal
 {
+
+using System::Commons::MutexLock;
 
 Endpoint::Endpoint(RscEndpointConfiguration configuration, std::shared_ptr<Commons::Threading::WakeEvent> wake,
                    ProviderRuns& runs)
@@ -36,13 +37,13 @@ void Endpoint::Call(const BasicString& interfaceName, const RscOperation& operat
         return System::Commons::Text::Format("The call of '{0}' of the service '{1}' at '{2}'", operation.name,
                                              interfaceName, configuration.socketPath);
     };
-    std::unique_lock lock(mutex);
+    MutexLock lock(mutex);
     const auto used = connection;
     if (!used)
     {
         throw RscServiceException::Create(RscFault::NotAvailable, "{0} failed: {1}", describe(), cause);
     }
-    lock.unlock();
+    lock.Unlock();
     try
     {
         const BasicString busInterfaceName = GetBusInterfaceName(interfaceName);
@@ -62,12 +63,15 @@ void Endpoint::Call(const BasicString& interfaceName, const RscOperation& operat
 
 bool Endpoint::IsProvided(const BasicString& interfaceName)
 {
-    std::unique_lock lock(mutex);
+    MutexLock lock(mutex);
     if (!std::exchange(isWanted, true))
     {
         wake->Set();
     }
-    changed.wait_for(lock, configuration.readTimeout, [this] { return isTried || isClosed; });
+    const auto deadline = std::chrono::steady_clock::now() + configuration.readTimeout;
+    while (!isTried && !isClosed && changed.WaitUntil(mutex, deadline))
+    {
+    }
     return connection && provided.contains(GetBusInterfaceName(interfaceName));
 }
 
@@ -76,12 +80,12 @@ void Endpoint::Close()
     constexpr const char* text = "this process has ended its connections";
     std::shared_ptr<ClientConnection> closed;
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         isClosed = true;
         cause = text;
         closed.swap(connection);
     }
-    changed.notify_all();
+    changed.NotifyAll();
     if (closed)
     {
         closed->Close(text);
@@ -95,13 +99,13 @@ const RscEndpointConfiguration& Endpoint::GetConfiguration() const noexcept
 
 bool Endpoint::IsWanted() const
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return isWanted;
 }
 
 std::shared_ptr<ClientConnection> Endpoint::TryGetConnection() const
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return connection;
 }
 
@@ -109,14 +113,14 @@ void Endpoint::SetConnection(std::shared_ptr<ClientConnection> newConnection, co
                              const BasicString& buildId, std::set<BasicString> interfaceNames)
 {
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         // Before a caller gets the connection, so that the end of the run, when it is lost, comes after its beginning.
         runs.Begin(configuration.providerName, bootId, buildId);
         connection = std::move(newConnection);
         provided = std::move(interfaceNames);
         isTried = true;
     }
-    changed.notify_all();
+    changed.NotifyAll();
 }
 
 void Endpoint::SetDisconnected(const BasicString& newCause)
@@ -124,12 +128,12 @@ void Endpoint::SetDisconnected(const BasicString& newCause)
     // Its last owner may be this function: it is destroyed without the lock.
     std::shared_ptr<ClientConnection> lost;
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         lost.swap(connection);
         cause = newCause;
         isTried = true;
     }
-    changed.notify_all();
+    changed.NotifyAll();
 }
 
 } // namespace Oxa::System::Rsc::Internal

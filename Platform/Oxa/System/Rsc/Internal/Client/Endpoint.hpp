@@ -5,7 +5,6 @@
 #include "Oxa/System/Rsc/RscEndpointConfiguration.hpp"
 #include "Oxa/System/Rsc/RscRemoteService.hpp"
 
-#include <condition_variable>
 #include <memory>
 #include <set>
 
@@ -64,7 +63,7 @@ private:
     ProviderRuns& runs;
 
     mutable System::Commons::Mutex mutex;
-    std::condition_variable changed;
+    System::Commons::ConditionVariable changed;
     std::shared_ptr<ClientConnection> connection;
     std::set<BasicString> provided;
     /// Why the endpoint is not connected.

@@ -171,11 +171,12 @@ MessageStream::Header MessageStream::PeekHeader()
     }
     if (!IsHeader(header))
     {
-        throw RscServiceException::Create(RscFault::BadAnswer, "what came in is no message");
+        throw RscServiceException::Create(RscFault::InvalidResponse, "what came in is no message");
     }
     if (GetMessageBytes(header) > maximumBytes)
     {
-        throw RscServiceException::Create(RscFault::BadAnswer, "a message of {0} bytes came in, at most {1} are taken",
+        throw RscServiceException::Create(RscFault::InvalidResponse,
+                                          "a message of {0} bytes came in, at most {1} are taken",
                                           GetMessageBytes(header), maximumBytes);
     }
     missingBytes = GetMessageBytes(header);
@@ -217,7 +218,7 @@ MessageStream::Progress MessageStream::ProcessCounted(int& available)
         missingBytes -= std::min(missingBytes, static_cast<uint64>(available));
         if (missingBytes == 0)
         {
-            throw RscServiceException::Create(RscFault::BadAnswer, "what came in cannot be understood");
+            throw RscServiceException::Create(RscFault::InvalidResponse, "what came in cannot be understood");
         }
     }
     return progress;
@@ -233,7 +234,7 @@ MessageStream::Progress MessageStream::ProcessBus()
     }
     if (result < 0)
     {
-        throw RscServiceException::Create(RscFault::BadAnswer, "what came in cannot be understood: {0}",
+        throw RscServiceException::Create(RscFault::InvalidResponse, "what came in cannot be understood: {0}",
                                           std::generic_category().message(-result));
     }
     return result > 0 ? Progress::Worked : Progress::Idle;

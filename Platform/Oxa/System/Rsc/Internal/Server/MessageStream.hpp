@@ -42,8 +42,8 @@ public:
     }
 
     /// Sends what waits and handles at most one message, or all that sd-bus read together with the handshake. Throws
-    /// RscServiceException with the cause alone: ConnectionLost when the other end is gone, BadAnswer when what it sent
-    /// is no message or too long.
+    /// RscServiceException with the cause alone: ConnectionLost when the other end is gone, InvalidResponse when what
+    /// it sent is no message or too long.
     [[nodiscard]] Progress Process();
 
     /// A message has come in completely: for this class's own filter.

@@ -10,13 +10,13 @@
 
 #include <cerrno>
 #include <exception>
-#include <mutex>
 #include <utility>
 
 namespace Oxa::System::Rsc::Internal
 {
 
 using System::Commons::InvalidOperationException;
+using System::Commons::MutexLock;
 using System::Commons::Text::Format;
 
 namespace
@@ -82,7 +82,7 @@ bool ServerConnection::IsWithdrawn() const noexcept
 
 ServerConnection::Stage ServerConnection::Process()
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     try
     {
         if (IsWithdrawn())
@@ -120,7 +120,7 @@ ServerConnection::Stage ServerConnection::Process()
 
 void ServerConnection::Close()
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     CloseBus();
 }
 
@@ -141,7 +141,7 @@ const ServerConnection::Peer& ServerConnection::GetPeer() const noexcept
 
 pollfd ServerConnection::GetPoll() const
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (endCause)
     {
         return {-1, 0, 0};
@@ -158,7 +158,7 @@ pollfd ServerConnection::GetPoll() const
 
 std::optional<ServerConnection::TimePoint> ServerConnection::GetDeadline() const noexcept
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (endCause)
     {
         return TimePoint();
@@ -172,7 +172,7 @@ std::optional<ServerConnection::TimePoint> ServerConnection::GetDeadline() const
 
 MessageHandle ServerConnection::CreateAnswer(sd_bus_message& request)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     sd_bus_message* answer = nullptr;
     if (isClosed || sd_bus_message_new_method_return(&request, &answer) < 0)
     {
@@ -183,7 +183,7 @@ MessageHandle ServerConnection::CreateAnswer(sd_bus_message& request)
 
 void ServerConnection::Answer(MessageHandle request, MessageHandle answer, const std::optional<BusError>& error)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const MessageHandle ownRequest = std::move(request);
     const MessageHandle ownAnswer = std::move(answer);
     --callsUnderWay;
@@ -206,7 +206,7 @@ void ServerConnection::Answer(MessageHandle request, MessageHandle answer, const
 
 void ServerConnection::Drop(MessageHandle request, MessageHandle answer, EndCause cause)
 {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const MessageHandle ownRequest = std::move(request);
     const MessageHandle ownAnswer = std::move(answer);
     --callsUnderWay;

@@ -100,7 +100,7 @@ void ServerLoop::ExecuteNextCall()
     calls.pop_front();
     ++executing;
     {
-        const LeaderTeam::ForeignCall foreign(team);
+        const LeaderTeam::BlockingSection foreign(team);
         // Destroyed before `foreign`: the counter must be down when another thread takes over the loop, because nothing
         // wakes that thread when the counter changes.
         const Decrement decrement(executing);

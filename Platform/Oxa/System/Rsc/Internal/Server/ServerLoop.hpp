@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Oxa/System/Commons/Diagnostics/Logging/LogLimit.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogRateLimiter.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/Threading/ILeaderWork.hpp"
@@ -54,7 +54,7 @@ private:
     [[nodiscard]] static BusHandle MakePeerBus(System::Commons::FileDescriptor descriptor);
 
     ServerUsers users;
-    System::Commons::Diagnostics::Logging::LogLimit endings;
+    System::Commons::Diagnostics::Logging::LogRateLimiter endings;
     const std::size_t maximumConnections;
     System::Commons::Threading::WakeEvent wakeUp;
     std::vector<std::unique_ptr<ServerSocket>> sockets;

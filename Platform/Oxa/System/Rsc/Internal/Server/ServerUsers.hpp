@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Oxa/System/Commons/Diagnostics/Logging/LogLimit.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogRateLimiter.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Rsc/RscServerConfiguration.hpp"
 
@@ -37,7 +37,7 @@ private:
     /// Whether each may command.
     std::map<uint32, bool> users;
     std::set<uint32> loggedStrangers;
-    System::Commons::Diagnostics::Logging::LogLimit refusedCommands;
+    System::Commons::Diagnostics::Logging::LogRateLimiter refusedCommands;
 };
 
 } // namespace Oxa::System::Rsc::Internal

@@ -60,7 +60,7 @@ const char* GetErrorName(const RscServiceException& exception) noexcept
     {
     case RscFault::NotAvailable:
         return notAvailableErrorName;
-    case RscFault::BadAnswer:
+    case RscFault::InvalidResponse:
         // Inside the server this fault means that the arguments of a call could not be read.
         return SD_BUS_ERROR_INVALID_ARGS;
     default:
@@ -128,7 +128,8 @@ void ThrowBusError(const sd_bus_error& error)
     {
         throw Exception(message);
     }
-    throw RscServiceException::Create(RscFault::BadAnswer, "{0} ({1})", message, Text::EscapeControlCharacters(name));
+    throw RscServiceException::Create(RscFault::InvalidResponse, "{0} ({1})", message,
+                                      Text::EscapeControlCharacters(name));
 }
 
 void RequireSuccess(int result, std::string_view what)

@@ -1,12 +1,12 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/Internal/QueuedSink.hpp"
 
 #include "Oxa/System/Commons/Diagnostics/Logging/Internal/Severity.hpp"
+#include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <poll.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <csignal>
 #include <cstddef>
 #include <exception>
@@ -60,7 +60,7 @@ public:
 
     void Add(LogLevel level, std::string_view text)
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         if (bytes + text.size() > maximumQueuedBytes || !EnsureThread())
         {
             ++lost;
@@ -69,14 +69,14 @@ public:
         lines.push_back({level, BasicString(text)});
         bytes += text.size();
         ++unwrittenLines;
-        changed.notify_one();
+        changed.NotifyOne();
     }
 
     void End() noexcept
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         isEnding = true;
-        changed.notify_one();
+        changed.NotifyOne();
     }
 
     [[nodiscard]] const char* GetPattern() const noexcept
@@ -91,8 +91,7 @@ private:
         BasicString text;
     };
 
-    /// Requires: the mutex is held.
-    [[nodiscard]] bool EnsureThread() noexcept
+    [[nodiscard]] bool EnsureThread() noexcept OXA_REQUIRES(mutex)
     {
         try
         {
@@ -112,10 +111,13 @@ private:
 
     void Run() noexcept
     {
-        std::unique_lock lock(mutex);
+        MutexLock lock(mutex);
         while (true)
         {
-            changed.wait(lock, [this] { return isEnding || !lines.empty(); });
+            while (!isEnding && lines.empty())
+            {
+                changed.Wait(mutex);
+            }
             if (lines.empty())
             {
                 return;
@@ -123,10 +125,10 @@ private:
             const std::vector<Line> batch = std::exchange(lines, {});
             const std::size_t lostBehind = std::exchange(lost, 0);
             bytes = 0;
-            lock.unlock();
+            lock.Unlock();
             Write(batch, lostBehind);
             unwrittenLines -= batch.size();
-            lock.lock();
+            lock.Lock();
         }
     }
 
@@ -177,14 +179,14 @@ private:
 
     const LogTarget target;
 
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::vector<Line> lines;
-    std::size_t bytes = 0;
+    System::Commons::Mutex mutex;
+    System::Commons::ConditionVariable changed;
+    std::vector<Line> lines OXA_GUARDED_BY(mutex);
+    std::size_t bytes OXA_GUARDED_BY(mutex) = 0;
     /// Since the thread took lines.
-    std::size_t lost = 0;
-    bool hasThread = false;
-    bool isEnding = false;
+    std::size_t lost OXA_GUARDED_BY(mutex) = 0;
+    bool hasThread OXA_GUARDED_BY(mutex) = false;
+    bool isEnding OXA_GUARDED_BY(mutex) = false;
 
     /// The thread's own: lines that were lost and not told yet.
     std::size_t missing = 0;

@@ -1,4 +1,4 @@
-#include "Oxa/System/Commons/Diagnostics/Logging/LogLimit.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogRateLimiter.hpp"
 
 namespace Oxa::System::Commons::Diagnostics::Logging
 {
@@ -11,10 +11,10 @@ constexpr unsigned maximumPerPeriod = 10;
 
 } // namespace
 
-bool LogLimit::Admits() noexcept
+bool LogRateLimiter::Admits() noexcept
 {
     const auto now = std::chrono::steady_clock::now();
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (count == 0 || now - periodBegin >= periodLength)
     {
         periodBegin = now;
