@@ -102,10 +102,6 @@ void LinuxComponent::Stop() noexcept
         {
             commands->Stop();
         }
-        if (machine)
-        {
-            machine->GetDelayWaiter()->Cancel();
-        }
         services.reset();
         sampler.reset();
     }

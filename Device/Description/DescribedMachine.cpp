@@ -1,7 +1,5 @@
 #include "Device/Description/DescribedMachine.hpp"
 
-#include "Device/Machine/SteadyWaiter.hpp"
-
 #include <utility>
 
 namespace Oxa::Device::Linux::Description
@@ -23,10 +21,7 @@ std::shared_ptr<T> GetShared(std::map<BasicString, std::shared_ptr<T>>& all, con
 
 } // namespace
 
-DescribedMachine::DescribedMachine(Machine::MachineRoot root)
-    : root(std::move(root)), delayWaiter(std::make_shared<Machine::SteadyWaiter>())
-{
-}
+DescribedMachine::DescribedMachine(Machine::MachineRoot root) : root(std::move(root)) {}
 
 DescribedMachine::~DescribedMachine() = default;
 
@@ -67,11 +62,6 @@ const std::shared_ptr<Sources::CpuLoads>& DescribedMachine::GetCpuLoads()
 const std::shared_ptr<Sources::CpuLoads>& DescribedMachine::TryGetCpuLoads() const noexcept
 {
     return loads;
-}
-
-const std::shared_ptr<Machine::IWaiter>& DescribedMachine::GetDelayWaiter() const noexcept
-{
-    return delayWaiter;
 }
 
 std::size_t DescribedMachine::GetCore() const noexcept

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Device/Machine/IWaiter.hpp"
 #include "Device/Machine/KeptFile.hpp"
 #include "Device/Machine/MachineRoot.hpp"
 #include "Device/Sources/CpuLoads.hpp"
@@ -37,16 +36,12 @@ public:
     /// Null when nobody has asked for the loads.
     [[nodiscard]] const std::shared_ptr<Sources::CpuLoads>& TryGetCpuLoads() const noexcept;
 
-    /// What simulated delays wait on; whoever stops the services cancels it. Never null.
-    [[nodiscard]] const std::shared_ptr<Machine::IWaiter>& GetDelayWaiter() const noexcept;
-
     /// The core whose items are being made, for an item that there is one of for each; 0 for all cores together.
     [[nodiscard]] std::size_t GetCore() const noexcept;
     void SetCore(std::size_t newCore) noexcept;
 
 private:
     const Machine::MachineRoot root;
-    const std::shared_ptr<Machine::IWaiter> delayWaiter;
     std::map<BasicString, std::shared_ptr<Machine::KeptFile>> files;
     std::map<BasicString, std::shared_ptr<Sources::PartitionProbe>> partitions;
     std::shared_ptr<Sources::MemoryProbe> memory;

@@ -3,7 +3,6 @@
 #include "Device/Items/ItemConversion.hpp"
 #include "Device/Items/ItemTypeWords.hpp"
 #include "Device/Machine/DeviceText.hpp"
-#include "Device/Sources/SimulatedFaultSource.hpp"
 #include "Device/Sources/SimulatedSource.hpp"
 
 #include <algorithm>
@@ -17,7 +16,6 @@ namespace Oxa::Device::Linux::Description
 {
 
 using Items::ItemValue;
-using Sources::SimulatedFaultSource;
 using Sources::SimulatedSignal;
 using Sources::SimulatedSource;
 using System::Rsc::RscType;
@@ -198,66 +196,6 @@ double ReadNoise(DescriptionElement& element, Form form)
     return amplitude;
 }
 
-std::string_view GetWord(SimulatedFaultSource::Kind kind) noexcept
-{
-    using Kind = SimulatedFaultSource::Kind;
-    switch (kind)
-    {
-    case Kind::Delay:
-        return "delay";
-    case Kind::WrongType:
-        return "wrongType";
-    case Kind::NotSet:
-        return "notSet";
-    default:
-        return "dropConnection";
-    }
-}
-
-/// When there is no fault, or none that is known.
-void RefuseFaultAttributes(DescriptionElement& element)
-{
-    if (element.IsBad("fault"))
-    {
-        element.Accept({"delayMilliseconds", "every"});
-    }
-    else
-    {
-        element.RefuseWithout("fault", {"delayMilliseconds", "every"});
-    }
-}
-
-std::optional<SimulatedFaultSource::Fault> ReadFault(DescriptionElement& element)
-{
-    using Kind = SimulatedFaultSource::Kind;
-    constexpr std::chrono::milliseconds longestDelay{60'000};
-    SimulatedFaultSource::Fault fault;
-    const bool isChosen = element.ReadChoice("fault",
-                                             {{"delay", Kind::Delay},
-                                              {"wrongType", Kind::WrongType},
-                                              {"notSet", Kind::NotSet},
-                                              {"dropConnection", Kind::DroppedConnection}},
-                                             fault.kind);
-    if (!isChosen)
-    {
-        RefuseFaultAttributes(element);
-        return std::nullopt;
-    }
-    if (fault.kind == Kind::Delay)
-    {
-        fault.delay = std::chrono::seconds(1);
-        element.Read("delayMilliseconds", fault.delay, std::chrono::milliseconds(1), longestDelay);
-    }
-    else
-    {
-        element.RefuseWith("fault", GetWord(fault.kind), {"delayMilliseconds"});
-    }
-    std::size_t every = 1;
-    element.Read("every", every, 1, std::numeric_limits<uint32>::max());
-    fault.every = every;
-    return fault;
-}
-
 } // namespace
 
 SourceMaker ReadSimulated(DescriptionElement& element)
@@ -268,15 +206,9 @@ SourceMaker ReadSimulated(DescriptionElement& element)
     const double noise = form ? ReadNoise(element, *form) : 0;
     std::size_t seed = 0;
     element.Read("seed", seed, 0, std::numeric_limits<uint32>::max());
-    return [signal = std::move(signal), noise, seed,
-            fault = ReadFault(element)](DescribedMachine& machine) -> std::unique_ptr<Items::IItemSource>
+    return [signal = std::move(signal), noise, seed](DescribedMachine& /*machine*/)
     {
-        auto source = std::make_unique<SimulatedSource>(signal, noise, seed);
-        if (!fault)
-        {
-            return source;
-        }
-        return std::make_unique<SimulatedFaultSource>(std::move(source), *fault, machine.GetDelayWaiter());
+        return std::make_unique<SimulatedSource>(signal, noise, seed);
     };
 }
 

@@ -174,7 +174,7 @@ ItemReading Convert(const ItemValue& value, RscType type)
 ItemReading ReadAs(std::optional<RscType> type, IItemSource& source, const ReadPass& pass)
 {
     ItemReading reading = source.Read(pass);
-    if (!type || !reading.HasValue() || reading.isTypeKept || reading.value.GetType() == *type)
+    if (!type || !reading.HasValue() || reading.value.GetType() == *type)
     {
         return reading;
     }

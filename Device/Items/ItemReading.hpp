@@ -24,9 +24,6 @@ struct ItemReading
     /// Of type NotSet exactly when there is a cause.
     ItemValue value;
     BasicString cause;
-    /// Whether the value is to be handed on in the type that it has, though its reader expects another: a simulated
-    /// fault.
-    bool isTypeKept = false;
 
     template <class T>
     [[nodiscard]] static ItemReading Of(const T& scalar)

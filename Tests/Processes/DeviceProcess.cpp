@@ -8,29 +8,16 @@
 namespace Oxa::Tests::Processes
 {
 
-namespace
-{
-
-BasicString MakeItem(const BasicString& key, const BasicString& attributes)
-{
-    return "<Item key=\"" + key + "\"><simulated value=\"" + key + "!\" " + attributes + "/></Item>\n";
-}
-
-BasicString MakeDelayedItem(const BasicString& key, std::chrono::milliseconds delay)
-{
-    return MakeItem(key, "fault=\"delay\" delayMilliseconds=\"" + std::to_string(delay.count()) + '"');
-}
-
-} // namespace
-
 DeviceProcess::DeviceProcess(const DeviceSettings& settings) : root(settings.root)
 {
     const BasicString server = settings.server.empty() ? "socket=\"" + socketPath + '"' : settings.server;
     const BasicString own = "<User name=\"" + std::to_string(getuid()) + "\" commands=\"true\"/>";
     folder.Write("device.conf",
                  "<DeviceServerDocument><Log level=\"error\"/><Server " + server + '>' +
-                     (settings.users.empty() ? own : settings.users) +
-                     "</Server><Components><Component name=\"Linux\" library=\"" OXA_DEVICE_LIBRARY "\" settings=\"" +
+                     (settings.users.empty() ? own : settings.users) + "</Server><Components><Component " +
+                     (settings.isFaulty ? "name=\"Faulty\" library=\"" OXA_FAULTY_DEVICE_LIBRARY
+                                        : "name=\"Linux\" library=\"" OXA_DEVICE_LIBRARY) +
+                     "\" settings=\"" +
                      (settings.description.empty() ? folder.GetPath("device.xml") : settings.description) +
                      "\"/></Components></DeviceServerDocument>");
     Describe();
@@ -49,10 +36,9 @@ void DeviceProcess::Describe() const
     BasicString items;
     for (int number = 0; number < itemsCount; ++number)
     {
-        items += MakeItem(MakeKey(number), "");
+        const BasicString key = MakeKey(number);
+        items += "<Item key=\"" + key + "\"><simulated value=\"" + key + "!\"/></Item>\n";
     }
-    items += MakeDelayedItem("Test.Slow", slowness) + MakeDelayedItem("Test.Late", lateness) +
-             MakeDelayedItem("Test.VeryLate", longLateness) + MakeItem("Test.Dropped", "fault=\"dropConnection\"");
     folder.Write("device.xml",
                  "<DeviceDescriptionDocument><Restart action=\"simulate\"/>" + items + "</DeviceDescriptionDocument>");
 }

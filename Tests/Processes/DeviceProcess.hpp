@@ -21,6 +21,8 @@ struct DeviceSettings
     BasicString users = "";
     /// The path of a description. By default one with the items of the tests.
     BasicString description = "";
+    /// Offers the items "Test.Late", "Test.VeryLate" and "Test.Dropped", and any other key, in place of a description.
+    bool isFaulty = false;
     /// A folder that stands for the machine. By default the machine that the test runs on.
     BasicString root = "";
 };
@@ -32,13 +34,8 @@ public:
     static constexpr std::chrono::milliseconds readTimeout{300};
     static constexpr std::chrono::milliseconds commandTimeout{400};
 
-    /// The items "Test.0" to "Test.39", and "Test.Slow", which takes some time; each one's value is its key and '!'.
+    /// The items "Test.0" to "Test.39"; each one's value is its key and '!'.
     static constexpr int itemsCount = 40;
-    static constexpr std::chrono::milliseconds slowness{20};
-    /// "Test.Late" takes longer than a read may.
-    static constexpr std::chrono::milliseconds lateness{900};
-    /// "Test.VeryLate" takes so long that many other calls are over meanwhile, also on a busy machine.
-    static constexpr std::chrono::milliseconds longLateness{5000};
 
     explicit DeviceProcess(const DeviceSettings& settings = {});
     DeviceProcess(const DeviceProcess&) = delete;

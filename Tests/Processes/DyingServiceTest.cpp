@@ -52,13 +52,18 @@ struct LossCounter final : System::Rsc::IRscServiceListener
     std::atomic<int> losses = 0;
 };
 
-/// Threads that read all the time over one client: one item that takes the service some time, many at once, and single
-/// ones.
+/// Threads that read all the time over one client: so many items at once that it takes the service some time, a few,
+/// and single ones.
 class Readers final
 {
 public:
     explicit Readers(const DeviceClient& client) : client(client)
     {
+        for (int number = 0; number < 2000; ++number)
+        {
+            manyKeys.push_back(MakeKey(number % DeviceProcess::itemsCount));
+            manyValues += (number == 0 ? "" : " ") + manyKeys.back() + '!';
+        }
         for (int index = 0; index < count; ++index)
         {
             threads.at(index) = std::thread([this, index] { Run(index); });
@@ -115,7 +120,7 @@ private:
             switch (index)
             {
             case 0:
-                Note(index, client.Read("Test.Slow"), "Test.Slow!");
+                Note(index, client.ReadMany(manyKeys), manyValues);
                 break;
             case 1:
                 Note(index, client.ReadMany({first, second, first}), first + "! " + second + "! " + first + '!');
@@ -142,6 +147,8 @@ private:
     }
 
     const DeviceClient& client;
+    std::vector<BasicString> manyKeys;
+    BasicString manyValues;
     std::atomic<bool> isStopping = false;
     std::array<std::atomic<int>, count> rightValues = {};
     mutable std::mutex mutex;

@@ -96,9 +96,9 @@ TEST(CheckingADescription, DrawsNoConclusionsFromAMistake)
         {R"(<Item key="K"><simulated form="stepz" values="1" holdSeconds="1" noise="1"/></Item>)",
          {"2: the attribute 'form' of the element 'simulated' is 'stepz', expected one of: constant, ramp, sine, "
           "steps"}},
-        {R"(<Item key="K"><simulated value="1" fault="boom" every="2"/></Item>)",
-         {"2: the attribute 'fault' of the element 'simulated' is 'boom', expected one of: delay, wrongType, notSet, "
-          "dropConnection"}},
+        {R"(<Item key="K"><simulated form="boom" noise="2"/></Item>)",
+         {"2: the attribute 'form' of the element 'simulated' is 'boom', expected one of: constant, ramp, sine, "
+          "steps"}},
         {R"(<Item key="K" type="uint8"><text value="${NOPE}"/></Item>)",
          {"2: the attribute 'value' of the element 'text' is '${NOPE}', expected variables that are known"}},
         {R"(<Item key="K"><cpu core="${NOPE}"/></Item>)",

@@ -57,10 +57,6 @@ TEST(DescribingSensors, GivesItemsTheTypeThatTheirReadersExpect)
         {temperature, R"(<file path="/hot" type="uint8"/>)", "NotSet"},
         {position, R"(<simulated form="steps" values="Run; Stop" holdSeconds="1000000"/>)", "String Run"},
         {position, R"(<simulated value=""/>)", "String "},
-        {temperature, R"(<simulated value="45" fault="wrongType"/>)", "String simulated wrong type"},
-        {position, R"(<simulated value="Run" fault="wrongType"/>)", "Real64 0"},
-        {position, R"(<simulated value="Run" fault="dropConnection" every="2"/>)", "String Run"},
-        {position, R"(<first><simulated value="a" fault="notSet"/><text value="b"/></first>)", "String b"},
         {temperature, R"(<first><file path="/hot" type="uint8"/><text value="7"/></first>)", "Int8 7"},
         {temperature, R"(<first choice="start"><file path="/hot" type="uint8"/><text value="7"/></first>)", "Int8 7"},
     };
@@ -103,11 +99,6 @@ TEST(DescribingSensors, SaysEveryMistakeWithItsLine)
         {"real64", R"(<simulated value="1" noise="-1"/>)",
          "the attribute 'noise' of the element 'simulated' is '-1', expected a number from 0 to "
          "1.7976931348623157e+308"},
-        {"string", R"(<simulated value="1" every="2"/>)", "the attribute 'every' needs the attribute 'fault'"},
-        {"string", R"(<simulated value="1" fault="notSet" delayMilliseconds="2"/>)",
-         "the attribute 'delayMilliseconds' does not belong to the fault 'notSet'"},
-        {"string", R"(<simulated value="1" fault="delay" delayMilliseconds="0"/>)",
-         "the attribute 'delayMilliseconds' of the element 'simulated' is '0', expected a number from 1 to 60000"},
         {"string", R"(<simulated form="steps" value="1" values="2"/>)",
          "the attribute 'value' does not belong to the form 'steps'"},
         {"bool", R"(<simulated form="ramp"/>)", "the form 'ramp' needs an item that is a number"},

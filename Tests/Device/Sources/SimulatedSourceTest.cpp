@@ -1,16 +1,11 @@
 #include "Device/Sources/SimulatedSource.hpp"
 
 #include "Device/FakeClock.hpp"
-#include "Device/FakeTime.hpp"
 #include "Device/ItemValueText.hpp"
-#include "Device/Sources/SimulatedFaultSource.hpp"
-#include "Oxa/System/Rsc/Internal/Server/CallContextScope.hpp"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <future>
-#include <memory>
 #include <set>
 #include <vector>
 
@@ -21,8 +16,6 @@ using namespace Oxa::Device::Linux::Items;
 using namespace Oxa::Device::Linux::Machine;
 using namespace Oxa::Device::Linux::Sources;
 using namespace std::chrono_literals;
-using Fault = SimulatedFaultSource::Fault;
-using Kind = SimulatedFaultSource::Kind;
 
 namespace
 {
@@ -30,11 +23,6 @@ namespace
 BasicString Read(IItemSource& source)
 {
     return ToTypedText(source.Read(ReadPass::Begin()).value);
-}
-
-std::unique_ptr<SimulatedSource> MakeNumber()
-{
-    return std::make_unique<SimulatedSource>(ItemValue(int8(45)), "45 °C");
 }
 
 std::vector<double> ReadNoise(double amplitude, uint64 seed)
@@ -94,49 +82,6 @@ TEST(SimulatingNoise, RepeatsItselfForTheSameSeedOnly)
     EXPECT_LT(*lowest, 8.1);
     EXPECT_LE(*highest, 12);
     EXPECT_GT(*highest, 11.9);
-}
-
-TEST(SimulatingAFault, HitsEveryNthRead)
-{
-    const std::pair<Fault, std::vector<BasicString>> cases[] = {
-        {{Kind::NotSet, {}, 1}, {"NotSet", "NotSet"}},
-        {{Kind::NotSet, {}, 3}, {"Int8 45", "Int8 45", "NotSet", "Int8 45", "Int8 45", "NotSet"}},
-        {{Kind::WrongType, {}, 2}, {"Int8 45", "String simulated wrong type"}},
-        {{Kind::DroppedConnection, {}, 2}, {"Int8 45", "NotSet"}},
-    };
-    for (const auto& [fault, values] : cases)
-    {
-        SimulatedFaultSource source(MakeNumber(), fault, nullptr);
-        for (const BasicString& value : values)
-        {
-            EXPECT_EQ(Read(source), value) << source.Describe();
-        }
-    }
-}
-
-TEST(SimulatingAFault, DropsTheConnectionThatTheReadCameOver)
-{
-    SimulatedFaultSource source(MakeNumber(), {Kind::DroppedConnection, {}, 2}, nullptr);
-    const Oxa::System::Rsc::Internal::CallContextScope context(0, 0);
-    EXPECT_EQ(Read(source), "Int8 45");
-    EXPECT_FALSE(context.IsDropped());
-    EXPECT_EQ(Read(source), "NotSet");
-    EXPECT_TRUE(context.IsDropped());
-}
-
-TEST(SimulatingAFault, DelaysEveryReaderUntilTheTimeIsOverOrCancelled)
-{
-    FakeTime time;
-    const std::shared_ptr<Oxa::Device::Linux::Machine::IWaiter> waiter = time.MakeWaiter();
-    SimulatedFaultSource source(MakeNumber(), {Kind::Delay, 2500ms, 1}, waiter);
-    auto first = std::async(std::launch::async, [&source] { return Read(source); });
-    auto second = std::async(std::launch::async, [&source] { return Read(source); });
-    time.AwaitWait(2);
-    EXPECT_EQ(time.GetLastDuration(), 2500ms);
-    time.Elapse();
-    waiter->Cancel();
-    EXPECT_EQ(first.get(), "Int8 45");
-    EXPECT_EQ(second.get(), "Int8 45");
 }
 
 } // namespace Oxa::Tests::Device
