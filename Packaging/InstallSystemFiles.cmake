@@ -1,8 +1,8 @@
 # Installs the files that the services need beside binaries and libraries: configuration, units, users, descriptions and
 # manual pages. Runs as part of `cmake --install`, or alone, without a build:
 #     DESTDIR=/tmp/root cmake -D CMAKE_INSTALL_PREFIX=/usr -P Packaging/InstallSystemFiles.cmake
-# It is an install script because units and configuration path depend on the prefix, which is known only at installation.
-# Existing configuration files are kept.
+# It is an install script because units and configuration path depend on the prefix, which is known only then. Existing
+# configuration files are kept.
 
 foreach(default IN ITEMS OXA_BINDIR:bin OXA_SYSCONFDIR:etc OXA_DATADIR:share OXA_MANDIR:share/man)
   string(REPLACE ":" ";" default "${default}")
