@@ -1,7 +1,7 @@
 #include "Device/Program/DeviceServer.hpp"
 
 #include "Oxa/System/Acf/ComponentManager.hpp"
-#include "Oxa/System/Commons/ConfigurationException.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/StartupMemory.hpp"

@@ -5,7 +5,6 @@
 #include "Host/Modules/ModuleGate.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
-#include "Oxa/System/Commons/Json/JsonException.hpp"
 #include "Oxa/System/Commons/Json/JsonReader.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"

@@ -4,7 +4,6 @@
 #include "Host/Http/IHttpExchange.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Host/Sessions/RequestOrigin.hpp"
-#include "Oxa/System/Commons/Json/JsonException.hpp"
 #include "Oxa/System/Commons/Json/JsonReader.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 #include "Oxa/System/Commons/OxaDateTime.hpp"

@@ -1,8 +1,8 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/Internal/LogTarget.hpp"
 
 #include "Oxa/System/Commons/Diagnostics/BoundedWrite.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/FileDescriptor.hpp"
-#include "Oxa/System/Commons/TemporaryException.hpp"
 
 #include <fcntl.h>
 #include <syslog.h>
