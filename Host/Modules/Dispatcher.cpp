@@ -1,6 +1,6 @@
 #include "Host/Modules/Dispatcher.hpp"
 
-#include "Host/Http/IHttpExchange.hpp"
+#include "Host/Http/HttpExchange.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Host/Modules/ModuleGate.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
@@ -95,17 +95,17 @@ Handling Dispatcher::Handle(const std::shared_ptr<IHttpExchange>& exchange, Prov
     {
         const bool isMissing = registry.IsExpected(request.providerName);
         Http::SendProblem(*exchange, isMissing ? Http::Problems::notAvailable : Http::Problems::unknownDataProvider);
-        return Handling::Answered;
+        return Handling::Completed;
     }
     if (!IsAllowed(exchange->GetRequest().method, *provider))
     {
         Http::SendMethodNotAllowed(*exchange, provider->isSafe ? "GET, HEAD, POST" : "POST");
-        return Handling::Answered;
+        return Handling::Completed;
     }
     if (const Http::Problem* const absence = FindAbsence(*provider))
     {
         Http::SendProblem(*exchange, *absence);
-        return Handling::Answered;
+        return Handling::Completed;
     }
     return provider->strand->Run(exchange, [this, provider, request = std::move(request)](IHttpExchange& each)
                                  { Answer(each, *provider, request); });
@@ -136,7 +136,7 @@ void Dispatcher::Answer(IHttpExchange& exchange, const DataProvider& provider, c
         Http::SendProblem(exchange, Http::Problems::serviceNotAvailable);
         return;
     }
-    exchange.Send({200, response.GetHeader().GetMediaType(), {}}, response.GetBody());
+    exchange.Send({200, response.GetHeader().GetMediaType(), response.GetBody()});
 }
 
 /// Null: the module may be asked.
