@@ -1,7 +1,7 @@
 #include "Device/Program/DeviceServerConfiguration.hpp"
 
 #include "Oxa/System/Acf/ComponentConfigurationReader.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/LogConfigurationReader.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogConfiguration.hpp"
 #include "Oxa/System/Commons/NotSupportedException.hpp"
 #include "Oxa/System/Commons/Xml/IXmlSerializable.hpp"
 #include "Oxa/System/Commons/Xml/XmlConfigDocument.hpp"

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "Oxa/System/Commons/Diagnostics/Logging/LogLevel.hpp"
+#include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Commons/Xml/XmlElementRules.hpp"
 
 #include <map>
 
@@ -25,12 +27,16 @@ struct LogConfiguration
 
     Target target = Target::Console;
     BasicString filePath;
-    /// "FILE:LINE" of the element; empty when there is none.
+    /// "FILE:LINE" of the element; empty without one.
     BasicString position;
     LogLevel level = LogLevel::Information;
 
-    /// Levels of classes whose fully qualified name starts with a prefix; the longest prefix that fits wins.
+    /// Levels of classes whose fully qualified name starts with a prefix; the longest matching prefix wins.
     std::map<BasicString, LogLevel> levelsByPrefix;
 };
+
+/// Adds the elements "Log" (level, target, file) and "Log/Level" (prefix, level) to a configuration document. They fill
+/// `configuration`, which must outlive the rules.
+OXA_EXPORT void AddLogRules(Xml::XmlElementRules& rules, LogConfiguration& configuration);
 
 } // namespace Oxa::System::Commons::Diagnostics::Logging

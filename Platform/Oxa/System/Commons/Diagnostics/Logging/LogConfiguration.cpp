@@ -1,6 +1,4 @@
-#include "Oxa/System/Commons/Diagnostics/Logging/LogConfigurationReader.hpp"
-
-#include "Oxa/System/Commons/Diagnostics/Logging/LogLevel.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogConfiguration.hpp"
 
 namespace Oxa::System::Commons::Diagnostics::Logging
 {
