@@ -1,7 +1,7 @@
 #include "Host/WbmHost.hpp"
 
 #include "Host/Audit/AuditLog.hpp"
-#include "Oxa/System/Commons/StartupMemory.hpp"
+#include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/Threading/EndSignals.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationService.hpp"

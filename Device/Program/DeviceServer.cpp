@@ -4,7 +4,6 @@
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
-#include "Oxa/System/Commons/StartupMemory.hpp"
 #include "Oxa/System/Commons/Threading/EndSignals.hpp"
 #include "Oxa/System/Rsc/RscServer.hpp"
 
