@@ -3,7 +3,6 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/LogRateLimiter.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/FileDescriptor.hpp"
-#include "Oxa/System/Commons/Threading/ILeaderWork.hpp"
 #include "Oxa/System/Commons/Threading/LeaderTeam.hpp"
 #include "Oxa/System/Commons/Threading/WakeEvent.hpp"
 #include "Oxa/System/Rsc/IRscServiceListener.hpp"
