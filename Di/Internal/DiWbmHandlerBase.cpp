@@ -7,7 +7,6 @@
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/RtcServiceProxyFactory.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Rsc/RscString.hpp"
-#include "Oxa/System/Um/Permissions.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationServiceProxyFactory.hpp"
 
 namespace Oxa::Services::Modules::Wbm::Di::Internal
