@@ -4,7 +4,7 @@
 #include "Device/Identity/IdentityItems.hpp"
 #include "Device/Machine/MachineRoot.hpp"
 #include "Oxa/Device/Interface/Services/IdentityItemKeys.hpp"
-#include "Oxa/System/Acf/ComponentInfo.hpp"
+#include "Oxa/System/Acf/IComponent.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 

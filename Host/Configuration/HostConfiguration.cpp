@@ -1,6 +1,6 @@
 #include "Host/Configuration/HostConfiguration.hpp"
 
-#include "Oxa/System/Acf/ComponentConfigurationReader.hpp"
+#include "Oxa/System/Acf/ComponentConfiguration.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogConfiguration.hpp"
 #include "Oxa/System/Commons/NotSupportedException.hpp"
 #include "Oxa/System/Commons/Xml/IXmlSerializable.hpp"

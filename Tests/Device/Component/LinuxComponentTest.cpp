@@ -11,7 +11,7 @@
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/IRtcService.hpp"
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/RtcServiceProxyFactory.hpp"
-#include "Oxa/System/Acf/ComponentInfo.hpp"
+#include "Oxa/System/Acf/IComponent.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"

@@ -154,6 +154,17 @@ std::optional<StoredUser> ReadUserOfName(SqliteConnection& connection, std::stri
     return user;
 }
 
+std::optional<UserInfo> ReadUserOfLogin(SqliteStatement& statement, const Login& login)
+{
+    std::optional<UserInfo> user;
+    statement.Run(
+        [&] {
+            user = UserInfo{statement.GetText(0), statement.GetText(1)};
+        },
+        login.userId, login.passwordGeneration);
+    return user;
+}
+
 } // namespace
 
 bool UserDatabase::Create(const BasicString& path)
@@ -219,14 +230,7 @@ std::optional<StoredUser> UserDatabase::FindUser(std::string_view userName)
 std::optional<UserInfo> UserDatabase::FindUser(const Login& login)
 {
     const MutexLock lock(mutex);
-    std::optional<UserInfo> user;
-    SqliteStatement& statement = userOfLogin;
-    statement.Run(
-        [&] {
-            user = UserInfo{statement.GetText(0), statement.GetText(1)};
-        },
-        login.userId, login.passwordGeneration);
-    return user;
+    return ReadUserOfLogin(userOfLogin, login);
 }
 
 bool UserDatabase::AddUser(std::string_view userName, std::string_view passwordHash, std::string_view roleName)

@@ -1,4 +1,4 @@
-#include "Oxa/System/Acf/ComponentConfigurationReader.hpp"
+#include "Oxa/System/Acf/ComponentConfiguration.hpp"
 
 #include <algorithm>
 #include <utility>
