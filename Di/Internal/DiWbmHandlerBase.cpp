@@ -1,6 +1,5 @@
 #include "Di/Internal/DiWbmHandlerBase.hpp"
 
-#include "Di/Internal/ServiceSubscription.hpp"
 #include "Oxa/Device/Interface/Services/DeviceControlServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceInfoServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
