@@ -4,7 +4,7 @@
 #include "Device/Description/DescriptionCursor.hpp"
 #include "Device/Description/ItemTypes.hpp"
 #include "Device/Description/SourceReader.hpp"
-#include "Device/Items/ItemTypeWords.hpp"
+#include "Device/Items/ItemConversion.hpp"
 #include "Oxa/System/Commons/NotSupportedException.hpp"
 
 #include <set>

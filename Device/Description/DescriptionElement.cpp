@@ -1,7 +1,6 @@
 #include "Device/Description/DescriptionElement.hpp"
 
 #include "Device/Items/ItemConversion.hpp"
-#include "Device/Items/ItemTypeWords.hpp"
 #include "Device/Machine/DeviceText.hpp"
 
 #include <fmt/format.h>

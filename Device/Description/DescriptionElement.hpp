@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Device/Description/DescriptionProblems.hpp"
-#include "Device/Items/ItemReading.hpp"
+#include "Device/Items/IItemSource.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 #include "Oxa/System/Commons/Xml/XmlReader.hpp"

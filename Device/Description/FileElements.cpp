@@ -1,11 +1,9 @@
 #include "Device/Description/FileElements.hpp"
 
-#include "Device/Items/ItemTypeWords.hpp"
+#include "Device/Items/ItemConversion.hpp"
 #include "Device/Machine/DeviceText.hpp"
-#include "Device/Sources/ConstantSource.hpp"
-#include "Device/Sources/DeviceTreeSource.hpp"
+#include "Device/Sources/FallbackSource.hpp"
 #include "Device/Sources/FileSource.hpp"
-#include "Device/Sources/OsReleaseSource.hpp"
 
 #include <utility>
 #include <vector>

@@ -1,6 +1,6 @@
 #include "Device/Description/SensorElements.hpp"
 
-#include "Device/Sources/AbsentSource.hpp"
+#include "Device/Sources/FallbackSource.hpp"
 #include "Device/Sources/GpioSource.hpp"
 #include "Device/Sources/LedSource.hpp"
 #include "Device/Sources/SensorSource.hpp"

@@ -1,7 +1,6 @@
 #include "Device/Description/SimulatedElement.hpp"
 
 #include "Device/Items/ItemConversion.hpp"
-#include "Device/Items/ItemTypeWords.hpp"
 #include "Device/Machine/DeviceText.hpp"
 #include "Device/Sources/SimulatedSource.hpp"
 

@@ -3,7 +3,7 @@
 #include "Device/Description/DescriptionDocument.hpp"
 #include "Device/Description/SourceElements.hpp"
 #include "Device/Items/ItemConversion.hpp"
-#include "Device/Sources/FirstSource.hpp"
+#include "Device/Sources/FallbackSource.hpp"
 
 #include <utility>
 
@@ -97,7 +97,7 @@ SourceMaker SourceReader::ReadFirst()
     {
         SourceList sources = MakeAll(makers, machine);
         return choice == Choice::AtStart ? ChooseNow(std::move(sources), type)
-                                         : std::make_unique<Sources::FirstSource>(std::move(sources), type);
+                                         : std::make_unique<Sources::FallbackSource>(std::move(sources), type);
     };
 }
 

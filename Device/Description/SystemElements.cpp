@@ -1,14 +1,11 @@
 #include "Device/Description/SystemElements.hpp"
 
-#include "Device/Sources/AbsentSource.hpp"
-#include "Device/Sources/BoardTemperature.hpp"
-#include "Device/Sources/BootClockSource.hpp"
-#include "Device/Sources/CpuCountSource.hpp"
-#include "Device/Sources/CpuLoadSource.hpp"
+#include "Device/Sources/CpuLoads.hpp"
+#include "Device/Sources/FallbackSource.hpp"
+#include "Device/Sources/FileSource.hpp"
 #include "Device/Sources/MemorySource.hpp"
 #include "Device/Sources/PartitionSource.hpp"
 #include "Device/Sources/SensorSource.hpp"
-#include "Device/Sources/UptimeFileSource.hpp"
 
 #include <utility>
 
@@ -117,13 +114,14 @@ SourceMaker ReadPartition(DescriptionElement& element)
 
 SourceMaker ReadUptime(DescriptionElement&)
 {
-    return [](DescribedMachine& machine) -> std::unique_ptr<Items::IItemSource>
+    // Whole seconds; the digits behind the point must be digits, too.
+    BasicString fault;
+    const auto pattern = Sources::LinePattern::TryMake(R"(^([0-9]+)(?:\.[0-9]+)?(?: |$))", fault);
+    return [pattern](DescribedMachine& machine)
     {
-        if (machine.GetRoot().IsRunningMachine())
-        {
-            return std::make_unique<Sources::BootClockSource>();
-        }
-        return std::make_unique<Sources::UptimeFileSource>(machine.GetRoot().Resolve("/proc/uptime"));
+        return std::make_unique<Sources::FileSource>(
+            machine.GetFile("/proc/uptime"),
+            Sources::FileSource::Options{.pattern = pattern, .type = System::Rsc::RscType::Uint64});
     };
 }
 

@@ -2,7 +2,7 @@
 
 #include "Device/Identity/BootIdSource.hpp"
 #include "Device/Identity/BuildIdentity.hpp"
-#include "Device/Sources/ConstantSource.hpp"
+#include "Device/Sources/FallbackSource.hpp"
 #include "Oxa/Device/Interface/Services/IdentityItemKeys.hpp"
 
 #include <utility>

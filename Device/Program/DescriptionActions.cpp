@@ -5,7 +5,7 @@
 #include "Device/Description/DeviceDescription.hpp"
 #include "Device/Identity/BootIdentity.hpp"
 #include "Device/Identity/IdentityItems.hpp"
-#include "Device/Items/ItemText.hpp"
+#include "Device/Items/ItemConversion.hpp"
 #include "Device/Machine/MachineRoot.hpp"
 #include "Device/Program/DeviceServerConfiguration.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
