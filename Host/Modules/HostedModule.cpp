@@ -8,7 +8,6 @@
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
-#include "Oxa/System/Rsc/RscUsageRecorder.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 
 #include <string_view>

@@ -7,7 +7,7 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
-#include "Oxa/System/Rsc/IRscServiceListener.hpp"
+#include "Oxa/System/Rsc/ServiceManager.hpp"
 
 #include <boost/asio/steady_timer.hpp>
 
