@@ -1,7 +1,5 @@
-#include "Host/Modules/ModuleRegistrations.hpp"
-
-#include "Host/Modules/ModuleGate.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
+
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
 #include "Support/LogRecorder.hpp"
 
@@ -10,6 +8,8 @@
 namespace Oxa::Host::Modules
 {
 
+using Registrar = ModuleRegistry::Registrar;
+
 namespace
 {
 
@@ -17,18 +17,18 @@ class EmptyHandler final : public Services::Commons::Wbm::Modules::WbmRequestHan
 {
 };
 
-TEST(ModulesRegistrations, CannotTakeBackWhatAnotherModuleRegistered)
+TEST(ModuleRegistries, LetAModuleUnregisterOnlyWhatItHasRegistered)
 {
     Threads::EventLoop loop;
     ModuleRegistry registry(loop, {});
     const auto handler = std::make_shared<EmptyHandler>();
-    const ModuleRegistrations::DataProviderInfo info("Dp");
+    const Registrar::DataProviderInfo info("Dp");
     const auto gate = std::make_shared<ModuleGate>();
     gate->Open({});
-    ModuleRegistrations first(registry, "First", gate);
+    Registrar first(registry, "First", gate);
     ASSERT_TRUE(first.RegisterDataProvider(info, handler));
     {
-        ModuleRegistrations second(registry, "Second", std::make_shared<ModuleGate>());
+        Registrar second(registry, "Second", std::make_shared<ModuleGate>());
         EXPECT_FALSE(second.RegisterDataProvider(info, handler));
         second.UnregisterDataProvider("Dp");
     }
@@ -37,7 +37,7 @@ TEST(ModulesRegistrations, CannotTakeBackWhatAnotherModuleRegistered)
     EXPECT_EQ(registry.FindDataProvider("Dp"), nullptr);
 }
 
-TEST(ModulesRegistrations, GiveANameToTheModuleThatTheConfigurationGivesItToAndTellDifferencesOnce)
+TEST(ModuleRegistries, GiveANameToTheModuleThatTheConfigurationGivesItToAndReportDifferencesOnce)
 {
     const Tests::Support::LogRecorder log(System::Commons::Diagnostics::Logging::LogLevel::Warning);
     Threads::EventLoop loop;
@@ -45,11 +45,11 @@ TEST(ModulesRegistrations, GiveANameToTheModuleThatTheConfigurationGivesItToAndT
     configuration.modules = {{"Owner", "", "", {{"OwnDp", true}, {"MissingDp"}}}, {"Thief", "", "", {}}};
     ModuleRegistry registry(loop, configuration);
     const auto handler = std::make_shared<EmptyHandler>();
-    ModuleRegistrations thief(registry, "Thief", std::make_shared<ModuleGate>());
-    ModuleRegistrations owner(registry, "Owner", std::make_shared<ModuleGate>());
-    EXPECT_FALSE(thief.RegisterDataProvider(ModuleRegistrations::DataProviderInfo("OwnDp"), handler));
-    EXPECT_TRUE(owner.RegisterDataProvider(ModuleRegistrations::DataProviderInfo("OwnDp"), handler));
-    EXPECT_TRUE(owner.RegisterDataProvider(ModuleRegistrations::DataProviderInfo("MisingDp"), handler));
+    Registrar thief(registry, "Thief", std::make_shared<ModuleGate>());
+    Registrar owner(registry, "Owner", std::make_shared<ModuleGate>());
+    EXPECT_FALSE(thief.RegisterDataProvider(Registrar::DataProviderInfo("OwnDp"), handler));
+    EXPECT_TRUE(owner.RegisterDataProvider(Registrar::DataProviderInfo("OwnDp"), handler));
+    EXPECT_TRUE(owner.RegisterDataProvider(Registrar::DataProviderInfo("MisingDp"), handler));
     for (int setup = 0; setup < 2; ++setup)
     {
         owner.ReportDifferences();

@@ -1,12 +1,10 @@
-#include "Host/Modules/PagesRoute.hpp"
+#include "Host/Routes/PagesRoute.hpp"
 
-#include "Host/Http/HttpExchange.hpp"
-#include "Host/Modules/ModuleGate.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmPageHandlerBase.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 
-namespace Oxa::Host::Modules
+namespace Oxa::Host::Routes
 {
 
 using Services::Commons::Wbm::Modules::VisibilityAttribute;
@@ -14,10 +12,10 @@ using Services::Commons::Wbm::Modules::VisibilityAttribute;
 namespace
 {
 
-/// Of a module that must not be called: it is there, and cannot be opened now.
-VisibilityAttribute GetVisibility(const RegisteredPage& page, const System::Um::SecurityToken& securityToken)
+/// `Disabled` for a page whose module must not be called now.
+VisibilityAttribute GetVisibility(const Modules::Page& page, const System::Um::SecurityToken& securityToken)
 {
-    const ModuleGate::Visit visit(*page.gate);
+    const Modules::ModuleGate::Visit visit(*page.gate);
     return visit && !page.isWithdrawn ? page.handler->GetVisibilityAttribute(securityToken)
                                       : VisibilityAttribute::Disabled;
 }
@@ -37,17 +35,18 @@ const char* GetName(VisibilityAttribute visibility) noexcept
 
 } // namespace
 
-PagesRoute::PagesRoute(const ModuleRegistry& registry, Http::RequestStrand& strand) : registry(registry), strand(strand)
+PagesRoute::PagesRoute(const Modules::ModuleRegistry& registry)
+    : registry(registry), strand(registry.MakeStrand("the pages"))
 {
 }
 
 Http::Handling PagesRoute::Handle(const std::shared_ptr<Http::IHttpExchange>& exchange,
                                   System::Um::SecurityToken securityToken) const
 {
-    return strand.Run(exchange, [this, securityToken](Http::IHttpExchange& each) { Answer(each, securityToken); });
+    return strand->Run(exchange, [this, securityToken](Http::IHttpExchange& each) { Send(each, securityToken); });
 }
 
-void PagesRoute::Answer(Http::IHttpExchange& exchange, System::Um::SecurityToken securityToken) const
+void PagesRoute::Send(Http::IHttpExchange& exchange, System::Um::SecurityToken securityToken) const
 {
     System::Commons::Json::JsonWriter writer;
     writer.WriteStartObject();
@@ -67,4 +66,4 @@ void PagesRoute::Answer(Http::IHttpExchange& exchange, System::Um::SecurityToken
     exchange.Send({200, Http::jsonMediaType, writer.GetText()});
 }
 
-} // namespace Oxa::Host::Modules
+} // namespace Oxa::Host::Routes
