@@ -1,8 +1,6 @@
 #include "Host/CommandLine.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/ConfigurationCheck.hpp"
-#include "Host/Examples.hpp"
-#include "Host/InitialUser.hpp"
 #include "Host/StateFolder.hpp"
 #include "Host/UserCommands.hpp"
 #include "Host/WbmHost.hpp"
@@ -20,12 +18,14 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <string_view>
 
 namespace
 {
 
 using Oxa::BasicString;
 using Oxa::Host::CommandLine;
+using Oxa::Host::StateFolder;
 using Oxa::Host::Configuration::HostConfiguration;
 using Oxa::System::Commons::AppDomain;
 using Oxa::System::Commons::InvalidOperationException;
@@ -33,10 +33,50 @@ using Oxa::System::Commons::PrintStatus;
 using Oxa::System::Commons::UseConfigured;
 using Oxa::System::Commons::Diagnostics::Logging::LogConfiguration;
 using Oxa::System::Commons::Diagnostics::Logging::LogManager;
+using Oxa::System::Commons::Text::Format;
 using Oxa::System::Commons::Threading::EndSignals;
 using Oxa::System::Um::UserManager;
 
-/// The password itself only to somebody who looks on, not into a log.
+/// "http://ADDRESS:PORT", with brackets around an address of IP version 6.
+BasicString FormatAddress(std::string_view ipAddress, Oxa::uint16 port)
+{
+    const bool isVersion6 = ipAddress.find(':') != std::string_view::npos;
+    return Format(isVersion6 ? "http://[{0}]:{1}" : "http://{0}:{1}", ipAddress, port);
+}
+
+/// Where and as whom to log in, and shell commands that do it and use the interface. Names the first password as long
+/// as it is kept. `logPath`: empty when the configuration decides where the log goes.
+BasicString FormatExamples(std::string_view address, const StateFolder& stateFolder, std::string_view logPath)
+{
+    constexpr std::string_view examples = R"sh(
+Web-based management, until Ctrl-C:
+    address    {0}
+    user       {1}
+    password   {2}
+    log        {3}
+Log in and keep the token:
+    TOKEN=$({4} | curl -fsS -H 'Content-Type: application/json' -d @- {0}/api/v1/session | sed 's/.*"token":"\([^"]*\)".*/\1/')
+Read everything about this device:
+    curl -fsS -H "Authorization: Bearer $TOKEN" '{0}/api/v1/DeviceInterfaceDp/GetDataSections?GeneralData&DateTime&Health&StatusIndicators&Utilization'
+Restart it (simulated under ./run):
+    curl -fsS -X POST -H "Authorization: Bearer $TOKEN" {0}/api/v1/DeviceInterfaceControlDp/RestartController
+
+)sh";
+    const BasicString& path = stateFolder.GetInitialPasswordPath();
+    const BasicString password = stateFolder.ReadInitialPassword();
+    const bool isKnown = !password.empty();
+    // Without the first password the shell asks for its replacement.
+    const BasicString shownPassword =
+        isKnown ? password + " (kept in '" + path + "')" : BasicString("the one that was set since the first start");
+    const BasicString readPassword =
+        isKnown ? "cat '" + path + "'" : BasicString("{ read -rsp Password: P; echo \"$P\"; }");
+    const BasicString credentials =
+        readPassword + R"( | sed 's/.*/{"user":")" + Oxa::Host::initialUserName + R"(","password":"&"}/')";
+    return Format(examples, address, Oxa::Host::initialUserName, shownPassword,
+                  logPath.empty() ? "where the configuration says" : logPath, credentials);
+}
+
+/// Shows the password itself on a terminal only, not in a log.
 void ReportInitialUser(const BasicString& password, const BasicString& path)
 {
     const bool isShown = isatty(STDOUT_FILENO) == 1;
@@ -44,7 +84,7 @@ void ReportInitialUser(const BasicString& password, const BasicString& path)
                 (isShown ? password + " (kept in '" + path + "')" : "in '" + path + '\'') + '\n');
 }
 
-/// Makes the database when there is none.
+/// Makes the database when it does not exist.
 std::unique_ptr<UserManager> OpenUsers(const BasicString& path)
 {
     return UseConfigured(
@@ -57,13 +97,13 @@ std::unique_ptr<UserManager> OpenUsers(const BasicString& path)
 
 void Serve(const CommandLine& commandLine, const HostConfiguration& configuration, AppDomain& appDomain)
 {
-    // For requests to finish, and as long again for modules and components to stop.
+    // For requests to finish, and the same time again for modules and components to stop.
     EndSignals::Watch(2 * configuration.http.shutdownTimeout);
     UseConfigured([&configuration] { LogManager::Configure(configuration.log); });
-    const Oxa::Host::StateFolder stateFolder(commandLine.stateFolder);
+    const StateFolder stateFolder(commandLine.stateFolder);
     stateFolder.Create();
     const auto users = OpenUsers(configuration.usersDatabasePath);
-    const BasicString password = CreateInitialUser(*users, stateFolder);
+    const BasicString password = stateFolder.CreateInitialUser(*users);
     if (!password.empty() && !commandLine.printsExamples)
     {
         ReportInitialUser(password, stateFolder.GetInitialPasswordPath());
@@ -72,11 +112,11 @@ void Serve(const CommandLine& commandLine, const HostConfiguration& configuratio
     host.Run(
         [&](Oxa::uint16 port)
         {
-            const BasicString address = Oxa::Host::FormatAddress(configuration.http.address, port);
+            const BasicString address = FormatAddress(configuration.http.address, port);
             PrintStatus("listening on " + address + '\n');
             if (commandLine.printsExamples)
             {
-                PrintStatus(Oxa::Host::FormatExamples(address, stateFolder, commandLine.logPath));
+                PrintStatus(FormatExamples(address, stateFolder, commandLine.logPath));
             }
             sd_notify(0, ("READY=1\nSTATUS=listening on " + address).c_str());
         });
@@ -101,7 +141,7 @@ int Run(const CommandLine& commandLine, AppDomain& appDomain)
     LogManager::AssignAppDomain(appDomain);
     if (commandLine.action == CommandLine::Action::Check)
     {
-        return CheckConfiguration(appDomain, configuration, Oxa::Host::StateFolder(commandLine.stateFolder));
+        return CheckConfiguration(appDomain, configuration, StateFolder(commandLine.stateFolder));
     }
     if (commandLine.action != CommandLine::Action::Serve)
     {

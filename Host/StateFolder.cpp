@@ -1,13 +1,17 @@
 #include "Host/StateFolder.hpp"
 
 #include "Oxa/System/Commons/Exception.hpp"
+#include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Um/UserManager.hpp"
 
 #include <fcntl.h>
+#include <sodium.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
@@ -34,7 +38,7 @@ FileDescriptor Open(const BasicString& path, int flags)
     return FileDescriptor(open(path.c_str(), flags | O_CLOEXEC, S_IRUSR | S_IWUSR));
 }
 
-/// Waits until the disk has it. False with errno.
+/// Returns when the text is on the disk. False with errno.
 bool TryWrite(const FileDescriptor& file, std::string_view text) noexcept
 {
     while (!text.empty())
@@ -50,6 +54,52 @@ bool TryWrite(const FileDescriptor& file, std::string_view text) noexcept
         }
     }
     return fsync(file.Get()) == 0;
+}
+
+/// Keeps other processes from changing the folder until the result is closed.
+FileDescriptor Lock(const BasicString& path)
+{
+    FileDescriptor lock = Open(path, O_RDONLY | O_DIRECTORY);
+    if (!lock.IsOpen())
+    {
+        ThrowErrno("open", path, errno);
+    }
+    while (flock(lock.Get(), LOCK_EX) != 0)
+    {
+        if (errno != EINTR)
+        {
+            ThrowErrno("lock", path, errno);
+        }
+    }
+    return lock;
+}
+
+/// 24 characters out of 31, in groups: 118 bits, without those that look alike.
+BasicString CreatePassword()
+{
+    constexpr std::string_view alphabet = "abcdefghjkmnpqrstuvwxyz23456789";
+    constexpr int groups = 4;
+    constexpr int charactersPerGroup = 6;
+    BasicString password;
+    for (int group = 0; group < groups; ++group)
+    {
+        password += group == 0 ? "" : "-";
+        for (int index = 0; index < charactersPerGroup; ++index)
+        {
+            password += alphabet[randombytes_uniform(static_cast<uint32>(alphabet.size()))];
+        }
+    }
+    return password;
+}
+
+bool HasAdministrator(const System::Um::UserManager& users)
+{
+    const auto all = users.GetUsers();
+    return std::any_of(all.begin(), all.end(),
+                       [](const System::Um::UserInfo& user) {
+                           return user.roleName == System::Um::adminRole ||
+                                  System::Commons::Text::FoldCase(user.name) == initialUserName;
+                       });
 }
 
 } // namespace
@@ -74,27 +124,34 @@ void StateFolder::Create() const
     }
 }
 
-FileDescriptor StateFolder::TakeLock() const
+BasicString StateFolder::CreateInitialUser(System::Um::UserManager& users) const
 {
-    FileDescriptor lock = Open(path, O_RDONLY | O_DIRECTORY);
-    if (!lock.IsOpen())
+    const FileDescriptor lock = Lock(path);
+    if (HasAdministrator(users))
     {
-        ThrowErrno("open", path, errno);
+        return {};
     }
-    while (flock(lock.Get(), LOCK_EX) != 0)
+    BasicString password = CreatePassword();
+    // First the file: a user with an unknown password could not log in.
+    WriteInitialPassword(password);
+    try
     {
-        if (errno != EINTR)
-        {
-            ThrowErrno("lock", path, errno);
-        }
+        users.AddUser(initialUserName, password, System::Um::adminRole);
     }
-    return lock;
+    catch (...)
+    {
+        RemoveInitialPassword();
+        throw;
+    }
+    return password;
 }
 
+/// Readable by the owner only, from the first moment, and on the disk when this returns. Replaces an earlier one,
+/// at once and as a whole.
 void StateFolder::WriteInitialPassword(const BasicString& password) const
 {
     const BasicString newPath = initialPasswordPath + ".new";
-    // Left by a process that was cut off.
+    // Left by a process that was interrupted.
     unlink(newPath.c_str());
     const FileDescriptor file = Open(newPath, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW);
     const FileDescriptor folder = Open(path, O_RDONLY | O_DIRECTORY);

@@ -1,20 +1,31 @@
 #pragma once
 
-#include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/Types.hpp"
+
+namespace Oxa::System::Um
+{
+class UserManager;
+}
 
 namespace Oxa::Host
 {
 
-/// The folder of what the host keeps. When it cannot be used: throws, with path and cause, TemporaryException for a
-/// cause that may pass, else InvalidOperationException.
+inline constexpr const char* initialUserName = "admin";
+
+/// The folder of what the host keeps, and in it the password of the initial user. When it cannot be used: throws, with
+/// path and cause, TemporaryException for a cause that may pass, else InvalidOperationException.
 class StateFolder final
 {
 public:
     explicit StateFolder(BasicString newPath);
 
-    /// Makes the folder, for its owner only, when there is none.
+    /// Makes the folder, for its owner only, when it does not exist.
     void Create() const;
+
+    /// Creates the initial user, unless a user has the role "Admin" or that name: a user that may do everything, with a
+    /// password of its own, so that a machine can always be managed, whatever users were added or removed before.
+    /// Returns the password; empty when no user was created. Safe when several processes start at the same time.
+    [[nodiscard]] BasicString CreateInitialUser(System::Um::UserManager& users) const;
 
     [[nodiscard]] const BasicString& GetPath() const noexcept
     {
@@ -26,20 +37,15 @@ public:
         return initialPasswordPath;
     }
 
-    /// Keeps other processes from changing the folder until the result is closed. Waits for those that hold it.
-    [[nodiscard]] System::Commons::FileDescriptor TakeLock() const;
-
-    /// Readable by the owner only, from the first moment, and on the disk when this returns. Replaces an earlier one,
-    /// at once and as a whole. Requires: the lock.
-    void WriteInitialPassword(const BasicString& password) const;
-
-    /// Empty when it is no longer kept, or not for this user.
+    /// Empty when the file no longer exists, or when this user may not read it.
     [[nodiscard]] BasicString ReadInitialPassword() const;
 
-    /// Nothing happens when there is none.
+    /// Does nothing when the file does not exist.
     void RemoveInitialPassword() const noexcept;
 
 private:
+    void WriteInitialPassword(const BasicString& password) const;
+
     const BasicString path;
     const BasicString initialPasswordPath;
 };

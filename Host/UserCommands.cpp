@@ -3,8 +3,6 @@
 #include "Host/Audit/AuditLog.hpp"
 #include "Host/CommandLine.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"
-#include "Host/InitialUser.hpp"
-#include "Host/PasswordInput.hpp"
 #include "Host/StateFolder.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
@@ -14,10 +12,13 @@
 
 #include <grp.h>
 #include <pwd.h>
+#include <sodium.h>
 #include <sys/stat.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -32,6 +33,7 @@ namespace Oxa::Host
 {
 
 using System::Commons::ConfigurationException;
+using System::Commons::InvalidOperationException;
 using System::Commons::UseConfigured;
 using System::Commons::Diagnostics::Logging::LogConfiguration;
 using System::Commons::Diagnostics::Logging::LogManager;
@@ -43,7 +45,7 @@ using System::Um::UserManager;
 namespace
 {
 
-/// Of the person who logged in to the machine, also when sudo changed the user since; else of the process's user.
+/// Of the user who logged in to the machine, also when sudo changed the user since; else of the process's user.
 BasicString GetSystemUserName()
 {
     uid_t user = static_cast<uid_t>(-1);
@@ -56,7 +58,7 @@ BasicString GetSystemUserName()
     return entry != nullptr ? entry->pw_name : std::to_string(user);
 }
 
-/// Instead of handing files over afterwards: in a folder of another user that could be led astray by links.
+/// Instead of changing the owner of new files: in a folder of another user a link could redirect that.
 void BecomeOwner(const std::filesystem::path& folder)
 {
     struct stat status = {};
@@ -70,91 +72,147 @@ void BecomeOwner(const std::filesystem::path& folder)
     }
 }
 
-/// One command "user …".
-class UserCommand final
+/// The terminal as it was found, where the signal handler finds it.
+termios terminalBefore = {};
+
+extern "C" void RestoreTerminalAndEnd(int signalNumber)
+{
+    tcsetattr(STDIN_FILENO, TCSAFLUSH, &terminalBefore);
+    // By now the signal's default action, as soon as this handler returns.
+    raise(signalNumber);
+}
+
+/// Switches the terminal's echo off as long as it lives, or until a signal ends the process; does nothing when standard
+/// input is not a terminal. One at a time.
+class SilentInput final
 {
 public:
-    UserCommand(const CommandLine& commandLine, const LogConfiguration& log, UserManager& users)
-        : commandLine(commandLine), log(log), users(users)
+    SilentInput() : isTerminal(tcgetattr(STDIN_FILENO, &terminalBefore) == 0)
     {
+        if (isTerminal)
+        {
+            SetSignalActions(&RestoreTerminalAndEnd);
+            termios silent = terminalBefore;
+            silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+            tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
+        }
     }
 
-    [[nodiscard]] int Run(const BasicString& systemUserName)
+    SilentInput(const SilentInput&) = delete;
+    SilentInput& operator=(const SilentInput&) = delete;
+
+    ~SilentInput()
     {
-        if (commandLine.action == CommandLine::Action::ListUsers)
+        if (isTerminal)
         {
-            for (const UserInfo& user : users.GetUsers())
-            {
-                std::cout << user.name << '\t' << user.roleName << '\n';
-            }
-            return EXIT_SUCCESS;
+            tcsetattr(STDIN_FILENO, TCSAFLUSH, &terminalBefore);
+            SetSignalActions(SIG_DFL);
         }
-        // First, so that nothing is changed without being recorded.
-        UseConfigured([this] { LogManager::Configure(log); });
-        const auto user = Change();
-        if (!user)
+    }
+
+    const bool isTerminal;
+
+private:
+    static void SetSignalActions(void (*handler)(int))
+    {
+        struct sigaction action = {};
+        action.sa_handler = handler;
+        action.sa_flags = static_cast<int>(SA_RESETHAND);
+        for (const int signalNumber : {SIGINT, SIGTERM, SIGQUIT, SIGHUP})
         {
-            std::cerr << "oxa-wbm: there is no user '" << commandLine.userName << "'\n";
-            return EXIT_FAILURE;
+            sigaction(signalNumber, &action, nullptr);
         }
-        std::cout << report << '\n';
-        std::vector<std::pair<BasicString, BasicString>> fields = {{"role", user->roleName}};
-        if (kind == NotificationKind::UserChanged)
+    }
+};
+
+/// A password from standard input: one line, or on a terminal, prompted for twice and without echo. Wiped in the end.
+class PasswordInput final
+{
+public:
+    /// Empty at the end of the input. Throws InvalidOperationException when the two lines differ.
+    explicit PasswordInput(const BasicString& userName)
+    {
+        const SilentInput silent;
+        Read(silent, "password for '" + userName + '\'');
+        if (silent.isTerminal && PasswordInput(silent, "once more").text != text)
         {
-            fields.emplace_back("changed", "password");
+            throw InvalidOperationException::Create("the two passwords differ: nothing was changed");
         }
-        Audit::AuditLog().Write({{}, kind, "Host.UserCommands", systemUserName, user->name, std::move(fields)});
-        return EXIT_SUCCESS;
+    }
+
+    PasswordInput(const PasswordInput&) = delete;
+    PasswordInput& operator=(const PasswordInput&) = delete;
+
+    ~PasswordInput()
+    {
+        sodium_memzero(text.data(), text.size());
+    }
+
+    /// Valid as long as the object.
+    [[nodiscard]] const BasicString& GetText() const noexcept
+    {
+        return text;
     }
 
 private:
-    /// The user that was changed; nothing when there is none of the name.
-    [[nodiscard]] std::optional<UserInfo> Change()
+    PasswordInput(const SilentInput& silent, const BasicString& prompt)
     {
-        const BasicString& name = commandLine.userName;
-        if (commandLine.action == CommandLine::Action::AddUser)
-        {
-            users.CheckNewUser(name);
-            users.AddUser(name, PasswordInput(name).GetText(), commandLine.roleName);
-            kind = NotificationKind::UserAdded;
-            report = Format("added the user '{0}' with the role {1}", name, commandLine.roleName);
-            return UserInfo{name, commandLine.roleName};
-        }
-        const auto user = users.FindUser(name);
-        if (!user)
-        {
-            return std::nullopt;
-        }
-        auto changed =
-            commandLine.action == CommandLine::Action::RemoveUser ? Remove(user->name) : SetPassword(user->name);
-        if (changed && changed->name == initialUserName)
-        {
-            // The password in the file is no longer the user's.
-            StateFolder(commandLine.stateFolder).RemoveInitialPassword();
-        }
-        return changed;
+        Read(silent, prompt);
     }
 
-    [[nodiscard]] std::optional<UserInfo> Remove(const BasicString& name)
+    void Read(const SilentInput& silent, const BasicString& prompt)
     {
-        kind = NotificationKind::UserRemoved;
-        report = Format("removed the user '{0}'; sessions of the user end", name);
-        return users.RemoveUser(name);
+        // A text that grows would leave copies behind.
+        constexpr std::size_t usualBytes = 1024;
+        text.reserve(usualBytes);
+        std::cerr << (silent.isTerminal ? prompt + ": " : "") << std::flush;
+        std::getline(std::cin, text);
+        std::cerr << (silent.isTerminal ? "\n" : "");
     }
 
-    [[nodiscard]] std::optional<UserInfo> SetPassword(const BasicString& name)
-    {
-        kind = NotificationKind::UserChanged;
-        report = Format("set the password of the user '{0}'; sessions of the user end", name);
-        return users.SetPassword(name, PasswordInput(name).GetText());
-    }
+    BasicString text;
+};
 
-    const CommandLine& commandLine;
-    const LogConfiguration& log;
-    UserManager& users;
-    NotificationKind kind = NotificationKind::UserAdded;
+struct UserChange
+{
+    NotificationKind kind;
+    UserInfo user;
+    /// For the caller's terminal.
     BasicString report;
 };
+
+/// Empty when the user does not exist.
+std::optional<UserChange> ChangeUser(const CommandLine& commandLine, UserManager& users)
+{
+    const BasicString& name = commandLine.userName;
+    if (commandLine.action == CommandLine::Action::AddUser)
+    {
+        users.CheckNewUser(name);
+        users.AddUser(name, PasswordInput(name).GetText(), commandLine.roleName);
+        return UserChange{NotificationKind::UserAdded, UserInfo{name, commandLine.roleName},
+                          Format("added the user '{0}' with the role {1}", name, commandLine.roleName)};
+    }
+    auto user = users.FindUser(name);
+    const bool isRemoval = commandLine.action == CommandLine::Action::RemoveUser;
+    if (user)
+    {
+        user = isRemoval ? users.RemoveUser(user->name)
+                         : users.SetPassword(user->name, PasswordInput(user->name).GetText());
+    }
+    if (!user)
+    {
+        return std::nullopt;
+    }
+    if (user->name == initialUserName)
+    {
+        // The password in the file is no longer the user's.
+        StateFolder(commandLine.stateFolder).RemoveInitialPassword();
+    }
+    return UserChange{isRemoval ? NotificationKind::UserRemoved : NotificationKind::UserChanged, *user,
+                      Format(isRemoval ? "removed the user '{0}'; sessions of the user end"
+                                       : "set the password of the user '{0}'; sessions of the user end",
+                             user->name)};
+}
 
 } // namespace
 
@@ -171,12 +229,36 @@ int RunUserCommand(const CommandLine& commandLine, const Configuration::HostConf
             path.string());
     }
     const auto users = UseConfigured([&] { return std::make_unique<UserManager>(configuration.usersDatabasePath); });
+    if (commandLine.action == CommandLine::Action::ListUsers)
+    {
+        for (const UserInfo& user : users->GetUsers())
+        {
+            std::cout << user.name << '\t' << user.roleName << '\n';
+        }
+        return EXIT_SUCCESS;
+    }
     LogConfiguration log = configuration.log;
     if (log.target == LogConfiguration::Target::Console)
     {
         log.target = LogConfiguration::Target::Syslog;
     }
-    return UserCommand(commandLine, log, *users).Run(systemUserName);
+    // First, so that nothing is changed without being recorded.
+    UseConfigured([&log] { LogManager::Configure(log); });
+    const auto change = ChangeUser(commandLine, *users);
+    if (!change)
+    {
+        std::cerr << "oxa-wbm: there is no user '" << commandLine.userName << "'\n";
+        return EXIT_FAILURE;
+    }
+    std::cout << change->report << '\n';
+    std::vector<std::pair<BasicString, BasicString>> fields = {{"role", change->user.roleName}};
+    if (change->kind == NotificationKind::UserChanged)
+    {
+        fields.emplace_back("changed", "password");
+    }
+    Audit::AuditLog().Write(
+        {{}, change->kind, "Host.UserCommands", systemUserName, change->user.name, std::move(fields)});
+    return EXIT_SUCCESS;
 }
 
 } // namespace Oxa::Host

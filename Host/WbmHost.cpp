@@ -27,7 +27,7 @@ namespace
 {
 
 constexpr std::chrono::milliseconds lastGrace{500};
-/// What hangs at the start longer than this goes on beside what is up.
+/// Parts that hang at the start longer than this do not delay the others.
 constexpr std::chrono::seconds longestStart{2};
 constexpr const char* notificationSource = "Host";
 
@@ -39,11 +39,6 @@ WbmHost::ServiceEndpoints::ServiceEndpoints(const std::vector<System::Rsc::RscEn
 }
 
 WbmHost::ServiceEndpoints::~ServiceEndpoints()
-{
-    Reset();
-}
-
-void WbmHost::ServiceEndpoints::Reset()
 {
     ServiceManager::ResetEndpoints();
 }
@@ -73,14 +68,21 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
 
 WbmHost::~WbmHost()
 {
-    StopModules();
+    modules.StopAll();
 }
 
 void WbmHost::Run(const std::function<void(uint16)>& ready)
 {
     whenReady = ready;
     server.Listen();
-    WaitForSignal();
+    endSignal.async_wait(boost::asio::posix::stream_descriptor::wait_read,
+                         [this](const boost::system::error_code& error)
+                         {
+                             if (!error)
+                             {
+                                 BeginShutdown();
+                             }
+                         });
     BeginStart();
     // One for every set-up of a module, that of the components and the check of sessions, which may all hang, and one
     // that goes on; strands have theirs.
@@ -89,14 +91,14 @@ void WbmHost::Run(const std::function<void(uint16)>& ready)
     {
         std::rethrow_exception(settingsFault);
     }
-    StopModules();
-    ServiceEndpoints::Reset();
+    modules.StopAll();
+    ServiceManager::ResetEndpoints();
     modules.UnloadAll();
     components.StopAll();
     notifications.Publish({{}, NotificationKind::HostStopped, notificationSource, {}, "stopped", {}});
 }
 
-/// Everything that may hang runs in blocking sections of the loop, which serves meanwhile.
+/// What may hang runs in blocking sections of the loop, which serves meanwhile.
 void WbmHost::BeginStart()
 {
     startTimer.expires_after(longestStart);
@@ -112,43 +114,36 @@ void WbmHost::BeginStart()
     boost::asio::post(loop.GetContext(),
                       [this]
                       {
+                          const Threads::EventLoop::BlockingSection call(loop);
+                          for (const auto& component : configuration.components)
                           {
-                              const Threads::EventLoop::BlockingSection call(loop);
-                              StartComponents();
+                              components.Load(component);
                           }
+                          components.SetupAll();
+                          components.StartAll();
                           boost::asio::post(loop.GetContext(), [this] { StartModules(); });
                       });
-}
-
-void WbmHost::StartComponents()
-{
-    for (const auto& component : configuration.components)
-    {
-        components.Load(component);
-    }
-    components.SetupAll();
-    components.StartAll();
 }
 
 /// The first time only.
 void WbmHost::StartModules()
 {
-    if (!std::exchange(areModulesStarted, true))
+    if (std::exchange(areModulesStarted, true))
     {
-        modules.Start([this](const std::exception_ptr& fault) { EndModuleStart(fault); });
-    }
-}
-
-void WbmHost::EndModuleStart(const std::exception_ptr& newSettingsFault)
-{
-    settingsFault = newSettingsFault;
-    if (settingsFault)
-    {
-        loop.Stop();
         return;
     }
-    startTimer.cancel();
-    ReportReady();
+    modules.Start(
+        [this](const std::exception_ptr& fault)
+        {
+            settingsFault = fault;
+            if (settingsFault)
+            {
+                loop.Stop();
+                return;
+            }
+            startTimer.cancel();
+            ReportReady();
+        });
 }
 
 /// The first time only.
@@ -160,18 +155,6 @@ void WbmHost::ReportReady()
         System::Commons::ReleaseStartupMemory();
         report(server.GetPort());
     }
-}
-
-void WbmHost::WaitForSignal()
-{
-    endSignal.async_wait(boost::asio::posix::stream_descriptor::wait_read,
-                         [this](const boost::system::error_code& error)
-                         {
-                             if (!error)
-                             {
-                                 BeginShutdown();
-                             }
-                         });
 }
 
 void WbmHost::BeginShutdown()
@@ -189,7 +172,7 @@ void WbmHost::BeginShutdown()
         });
 }
 
-/// What is left are clients that do not finish their requests, and modules that do not return.
+/// Left are clients that do not finish their requests, and modules that do not return.
 void WbmHost::HurryShutdown()
 {
     server.EndConnections();
@@ -203,11 +186,6 @@ void WbmHost::HurryShutdown()
                     "a request is still in progress: ending without stopping modules and components");
             }
         });
-}
-
-void WbmHost::StopModules() noexcept
-{
-    modules.StopAll();
 }
 
 } // namespace Oxa::Host

@@ -36,9 +36,9 @@ class UserManager;
 namespace Oxa::Host
 {
 
-/// Puts the host's parts together. They come up in the order of the members and go in the reverse order, also when one
-/// of them throws: module settings that cannot be read are an XmlException, anything that the machine refuses is an
-/// InvalidOperationException.
+/// Puts the host's parts together. They are made in the order of the members and destroyed in the reverse order, also
+/// when one of them throws: module settings that cannot be read are an XmlException, anything that the machine refuses
+/// is an InvalidOperationException.
 /// Threads: the main thread only.
 class WbmHost final
 {
@@ -55,27 +55,20 @@ public:
     void Run(const std::function<void(uint16)>& ready);
 
 private:
-    /// Tells this process where the services of others are, until `Reset` or the end of its life.
-    class ServiceEndpoints final
+    /// Tells this process the addresses of other processes' services until the end of its life.
+    struct ServiceEndpoints final
     {
-    public:
         explicit ServiceEndpoints(const std::vector<System::Rsc::RscEndpointConfiguration>& configurations);
         ServiceEndpoints(const ServiceEndpoints&) = delete;
         ServiceEndpoints& operator=(const ServiceEndpoints&) = delete;
         ~ServiceEndpoints();
-
-        static void Reset();
     };
 
     void BeginStart();
-    void StartComponents();
     void StartModules();
-    void EndModuleStart(const std::exception_ptr& newSettingsFault);
     void ReportReady();
-    void WaitForSignal();
     void BeginShutdown();
     void HurryShutdown();
-    void StopModules() noexcept;
 
     const Configuration::HostConfiguration& configuration;
     System::Nm::NotificationManager notifications;
@@ -85,7 +78,7 @@ private:
     Threads::EventLoop loop;
     Modules::ModuleRegistry registry;
     Modules::ModuleSupervisor modules;
-    /// Goes before the modules: what calls other processes may need code of their libraries.
+    /// Destroyed before the modules: what calls other processes may need code of their libraries.
     ServiceEndpoints serviceEndpoints;
     Sessions::SessionManager sessions;
     Sessions::SessionRoute sessionRoute;
@@ -97,7 +90,7 @@ private:
     boost::asio::steady_timer startTimer;
     boost::asio::posix::stream_descriptor endSignal;
     boost::asio::steady_timer shutdownTimer;
-    /// Empty once it was called.
+    /// Empty after its call.
     std::function<void(uint16)> whenReady;
     /// Why the host cannot serve.
     std::exception_ptr settingsFault;
