@@ -1,19 +1,34 @@
 #include "Oxa/System/Um/UserManager.hpp"
 
-#include "Oxa/System/Commons/ArgumentException.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
+#include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Text.hpp"
-#include "Oxa/System/Um/Internal/PasswordHasher.hpp"
+#include "Oxa/System/Um/Internal/Sqlite.hpp"
 #include "Oxa/System/Um/Internal/TokenTable.hpp"
-#include "Oxa/System/Um/Internal/UserDatabase.hpp"
+#include "Oxa/System/Um/Internal/UserDatabaseFile.hpp"
 
 #include <sodium.h>
+#include <sys/mman.h>
 
 #include <algorithm>
+#include <array>
+#include <utility>
+
+// The database is read over one connection that stays open, under the mutex of the content, and never waits for a
+// writer. Each change opens a connection of its own without the mutex, so that reading goes on where nothing can be
+// written; it is one transaction with its result. Passwords are hashed under a mutex of the process, which no other is
+// taken under.
 
 namespace Oxa::System::Um
 {
 
+using Internal::Login;
+using Internal::SqliteConnection;
+using Internal::SqliteStatement;
 using System::Commons::ArgumentException;
+using System::Commons::InvalidOperationException;
+using System::Commons::Mutex;
+using System::Commons::MutexLock;
 namespace Text = System::Commons::Text;
 
 namespace
@@ -57,31 +72,182 @@ void CheckPassword(std::string_view text)
     }
 }
 
+// The widely recommended minimum for argon2id. It costs a small controller some hundredths of a second, and memory that
+// it can spare for one log-in at a time.
+constexpr std::size_t memoryBytes = 19 * 1024 * 1024;
+constexpr unsigned long long passes = 2;
+
+/// Held while memory for a hash is in use: the memory of a controller does not suffice for several.
+Mutex hashing;
+
+/// libsodium reports a lack of memory as a hash that does not match; this tells the two apart.
+bool HasMemory()
+{
+    constexpr std::size_t neededBytes = memoryBytes + std::size_t{64} * 1024;
+    void* const memory = mmap(nullptr, neededBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    return memory != MAP_FAILED && munmap(memory, neededBytes) == 0;
+}
+
+[[noreturn]] void ThrowOutOfMemory(std::string_view operation)
+{
+    throw InvalidOperationException::Create("cannot {0} a password: not enough memory", operation);
+}
+
+/// A text that holds algorithm, parameters, salt and hash. `operation` is for the error text.
+BasicString Hash(const BasicString& password, const char* operation)
+{
+    const MutexLock lock(hashing);
+    std::array<char, crypto_pwhash_STRBYTES> text{};
+    if (crypto_pwhash_str_alg(text.data(), password.data(), password.size(), passes, memoryBytes,
+                              crypto_pwhash_ALG_ARGON2ID13) != 0)
+    {
+        ThrowOutOfMemory(operation);
+    }
+    return text.data();
+}
+
+/// Takes as long as `Hash`, independent of the result.
+bool Verify(const BasicString& hash, const BasicString& password)
+{
+    const MutexLock lock(hashing);
+    if (crypto_pwhash_str_verify(hash.c_str(), password.data(), password.size()) == 0)
+    {
+        return true;
+    }
+    if (!HasMemory())
+    {
+        ThrowOutOfMemory("check");
+    }
+    return false;
+}
+
+// Databases of version 1 may hold names that differ only in case: then only the exact one matches.
+constexpr const char* selectUserOfName = R"sql(
+SELECT number, passwordGeneration, name, roleName, passwordHash FROM users
+WHERE name = ?1 OR (name = ?1 COLLATE caseless AND
+                    (SELECT count(*) FROM users WHERE name = ?1 COLLATE caseless) = 1)
+)sql";
+
+struct StoredUser
+{
+    UserInfo info;
+    Login login;
+    BasicString passwordHash;
+};
+
+std::optional<StoredUser> ReadUser(SqliteConnection& connection, std::string_view userName)
+{
+    std::optional<StoredUser> user;
+    SqliteStatement find(connection, selectUserOfName);
+    find.Run(
+        [&] {
+            user = StoredUser{
+                {find.GetText(2), find.GetText(3)}, {find.GetInteger(0), find.GetInteger(1)}, find.GetText(4)};
+        },
+        userName);
+    return user;
+}
+
+std::optional<UserInfo> ReadUser(SqliteStatement& statement, const Login& login)
+{
+    std::optional<UserInfo> user;
+    statement.Run(
+        [&] {
+            user = UserInfo{statement.GetText(0), statement.GetText(1)};
+        },
+        login.userId, login.passwordGeneration);
+    return user;
+}
+
+/// `sql` changes the user whose id is its first parameter. Returns the user before the change.
+template <class... Parameters>
+std::optional<StoredUser> ChangeUser(const BasicString& path, std::string_view userName, const char* sql,
+                                     const Parameters&... parameters)
+{
+    SqliteConnection connection = Internal::OpenUserDatabaseForWriting(path);
+    // Takes the write lock at once: taken later, it could be refused because what was read is out of date.
+    connection.Execute("BEGIN IMMEDIATE");
+    auto user = ReadUser(connection, userName);
+    if (user)
+    {
+        SqliteStatement(connection, sql).Run([] {}, user->login.userId, parameters...);
+    }
+    connection.Execute("COMMIT");
+    return user;
+}
+
 } // namespace
+
+struct UserManager::Content
+{
+    explicit Content(const BasicString& databasePath)
+        : path(databasePath),
+          connection(Internal::OpenUserDatabase(path)),
+          userOfLogin(connection, "SELECT name, roleName FROM users WHERE number = ? AND passwordGeneration = ?")
+    {
+    }
+
+    [[nodiscard]] std::optional<StoredUser> FindUser(std::string_view userName)
+    {
+        const MutexLock lock(mutex);
+        return ReadUser(connection, userName);
+    }
+
+    [[nodiscard]] std::optional<UserInfo> FindUser(const Login& login)
+    {
+        const MutexLock lock(mutex);
+        return ReadUser(userOfLogin, login);
+    }
+
+    /// Also ends the logins of the user.
+    template <class... Parameters>
+    std::optional<UserInfo> Change(std::string_view userName, const char* sql, const Parameters&... parameters)
+    {
+        const auto user = ChangeUser(path, userName, sql, parameters...);
+        if (!user)
+        {
+            return std::nullopt;
+        }
+        tokens.RemoveUser(user->login.userId);
+        return user->info;
+    }
+
+    const BasicString path;
+    Mutex mutex;
+    SqliteConnection connection OXA_GUARDED_BY(mutex);
+    /// Prepared once, because it runs with every request.
+    SqliteStatement userOfLogin OXA_GUARDED_BY(mutex);
+    Internal::TokenTable tokens{&randombytes_random};
+};
 
 bool UserManager::CreateDatabase(const BasicString& databasePath)
 {
-    return Internal::UserDatabase::Create(databasePath);
+    return Internal::CreateUserDatabase(databasePath);
 }
 
-UserManager::UserManager(const BasicString& databasePath)
-    : hasher(std::make_unique<Internal::PasswordHasher>()),
-      database(std::make_unique<Internal::UserDatabase>(databasePath)),
-      tokens(std::make_unique<Internal::TokenTable>(&randombytes_random))
+UserManager::UserManager(const BasicString& databasePath) : content(std::make_unique<Content>(databasePath))
 {
+    if (sodium_init() < 0)
+    {
+        throw InvalidOperationException::Create("cannot hash passwords: the machine has no source of randomness");
+    }
 }
 
 UserManager::~UserManager() = default;
 
 std::vector<UserInfo> UserManager::GetUsers() const
 {
-    return database->GetUsers();
+    const MutexLock lock(content->mutex);
+    std::vector<UserInfo> users;
+    SqliteStatement statement(content->connection, "SELECT name, roleName FROM users ORDER BY name");
+    statement.Run([&] { users.push_back({statement.GetText(0), statement.GetText(1)}); });
+    return users;
 }
 
 std::optional<UserInfo> UserManager::FindUser(std::string_view userName) const
 {
-    auto user = database->FindUser(userName);
-    return user ? std::optional(std::move(user->info)) : std::nullopt;
+    const auto user = content->FindUser(userName);
+    return user ? std::optional(user->info) : std::nullopt;
 }
 
 void UserManager::CheckNewUser(const BasicString& userName) const
@@ -108,7 +274,13 @@ void UserManager::AddUser(const BasicString& userName, const BasicString& passwo
     {
         throw ArgumentException::Create("roleName", roleName, "The roles are Admin, Engineer and Viewer");
     }
-    if (!database->AddUser(userName, hasher->Hash(password), roleName))
+    SqliteConnection connection = Internal::OpenUserDatabaseForWriting(content->path);
+    SqliteStatement statement(connection, "INSERT INTO users (name, passwordHash, roleName) SELECT ?1, ?2, ?3 "
+                                          "WHERE NOT EXISTS (SELECT 1 FROM users WHERE name = ?1 COLLATE caseless) "
+                                          "RETURNING number");
+    bool isAdded = false;
+    statement.Run([&isAdded] { isAdded = true; }, userName, Hash(password, "hash"), roleName);
+    if (!isAdded)
     {
         // Added by another process meanwhile, or ambiguous: several existing names differ from it only in case.
         throw ArgumentException::Create("userName", userName, "There is a user of this name");
@@ -117,25 +289,16 @@ void UserManager::AddUser(const BasicString& userName, const BasicString& passwo
 
 std::optional<UserInfo> UserManager::RemoveUser(const BasicString& userName)
 {
-    auto user = database->RemoveUser(userName);
-    if (!user)
-    {
-        return std::nullopt;
-    }
-    tokens->RemoveUser(user->login.userId);
-    return std::move(user->info);
+    return content->Change(userName, "DELETE FROM users WHERE number = ?");
 }
 
 std::optional<UserInfo> UserManager::SetPassword(const BasicString& userName, const BasicString& password)
 {
     CheckPassword(password);
-    auto user = database->SetPasswordHash(userName, hasher->Hash(password));
-    if (!user)
-    {
-        return std::nullopt;
-    }
-    tokens->RemoveUser(user->login.userId);
-    return std::move(user->info);
+    return content->Change(userName,
+                           "UPDATE users SET passwordHash = ?2, passwordGeneration = passwordGeneration + 1 "
+                           "WHERE number = ?1",
+                           Hash(password, "hash"));
 }
 
 bool UserManager::MayBeCredentials(const BasicString& userName, const BasicString& password) noexcept
@@ -153,36 +316,37 @@ std::optional<SecurityToken> UserManager::LogIn(const BasicString& userName, con
     {
         return std::nullopt;
     }
-    const auto user = database->FindUser(userName);
+    const auto user = content->FindUser(userName);
     if (!user)
     {
-        hasher->Imitate(password);
+        // Takes as long as `Verify`.
+        (void)Hash(password, "check");
         return std::nullopt;
     }
-    if (!hasher->Verify(user->passwordHash, password))
+    if (!Verify(user->passwordHash, password))
     {
         return std::nullopt;
     }
     // If the password was changed meanwhile, this login is void: it holds the generation that was verified.
-    return tokens->Add(user->login);
+    return content->tokens.Add(user->login);
 }
 
 void UserManager::LogOut(SecurityToken token) noexcept
 {
-    tokens->Remove(token);
+    content->tokens.Remove(token);
 }
 
 std::optional<UserInfo> UserManager::TryGetUser(SecurityToken token) const
 {
-    const auto login = tokens->TryGet(token);
+    const auto login = content->tokens.TryGet(token);
     if (!login)
     {
         return std::nullopt;
     }
-    auto user = database->FindUser(*login);
+    auto user = content->FindUser(*login);
     if (!user)
     {
-        tokens->Remove(token);
+        content->tokens.Remove(token);
     }
     return user;
 }

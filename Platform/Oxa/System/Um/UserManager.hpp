@@ -13,13 +13,6 @@
 namespace Oxa::System::Um
 {
 
-namespace Internal
-{
-class PasswordHasher;
-class TokenTable;
-class UserDatabase;
-} // namespace Internal
-
 /// The users of a machine, their roles and their logins. Users are in a database file that other processes may change
 /// at the same time: every result is the state at that moment. Logins are known to this object only. A user's name has
 /// 1 to 64 bytes of UTF-8; a new one has no blanks at its ends and no control, direction or zero-width characters.
@@ -76,9 +69,9 @@ public:
     [[nodiscard]] bool IsAuthorized(std::string_view objectName, uint32 permission, SecurityToken token) const;
 
 private:
-    std::unique_ptr<Internal::PasswordHasher> hasher;
-    std::unique_ptr<Internal::UserDatabase> database;
-    std::unique_ptr<Internal::TokenTable> tokens;
+    struct Content;
+
+    const std::unique_ptr<Content> content;
 };
 
 } // namespace Oxa::System::Um
