@@ -6,7 +6,6 @@
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <algorithm>
-#include <ranges>
 #include <utility>
 
 namespace Oxa::System::Acf
@@ -53,12 +52,12 @@ void ComponentManager::StartAll()
 
 void ComponentManager::StopAll() noexcept
 {
-    for (Component& entry : components | std::views::reverse)
+    for (auto entry = components.rbegin(); entry != components.rend(); ++entry)
     {
-        if (entry.state == State::Started)
+        if (entry->state == State::Started)
         {
-            entry.component->Stop();
-            entry.state = State::Stopped;
+            entry->component->Stop();
+            entry->state = State::Stopped;
         }
     }
 }

@@ -23,7 +23,29 @@
 namespace Oxa::System::Commons::Diagnostics::Logging
 {
 
-ILogAdapter::~ILogAdapter() = default;
+LogAdapter::LogAdapter(BasicString typeName, spdlog::sink_ptr sink, LogLevel level)
+    : typeName(std::move(typeName)), sink(std::move(sink)), level(level)
+{
+}
+
+LogAdapter::~LogAdapter() = default;
+
+void LogAdapter::Write(LogLevel messageLevel, std::string_view message) noexcept
+{
+    if (messageLevel > GetLevel())
+    {
+        return;
+    }
+    try
+    {
+        const BasicString text = Text::EscapeControlCharacters(message);
+        sink->log(spdlog::details::log_msg(typeName, static_cast<spdlog::level::level_enum>(messageLevel), text));
+    }
+    catch (...)
+    {
+        // Out of memory while logging: there is no way left to report it.
+    }
+}
 
 ILogSink::~ILogSink() = default;
 
@@ -32,47 +54,6 @@ namespace
 
 /// How long a target that takes no lines may delay the end of the process.
 constexpr std::chrono::milliseconds maximumEndDelay{1000};
-
-class LogAdapter final : public ILogAdapter
-{
-public:
-    LogAdapter(BasicString typeName, spdlog::sink_ptr sink, LogLevel initialLevel)
-        : typeName(std::move(typeName)), sink(std::move(sink)), level(initialLevel)
-    {
-    }
-
-    [[nodiscard]] LogLevel GetLevel() const noexcept override
-    {
-        return level.load(std::memory_order_relaxed);
-    }
-
-    void Write(LogLevel messageLevel, std::string_view message) noexcept override
-    {
-        if (messageLevel > GetLevel())
-        {
-            return;
-        }
-        try
-        {
-            const BasicString text = Text::EscapeControlCharacters(message);
-            sink->log(spdlog::details::log_msg(typeName, static_cast<spdlog::level::level_enum>(messageLevel), text));
-        }
-        catch (...)
-        {
-            // Out of memory while logging: there is no way left to report it.
-        }
-    }
-
-    void SetLevel(LogLevel newLevel) noexcept
-    {
-        level.store(newLevel, std::memory_order_relaxed);
-    }
-
-private:
-    const BasicString typeName;
-    const spdlog::sink_ptr sink;
-    std::atomic<LogLevel> level;
-};
 
 /// Hands what spdlog writes to a sink of the platform.
 class SinkBridge final : public spdlog::sinks::base_sink<std::mutex>
@@ -227,7 +208,7 @@ void LogManager::RemoveSink(const std::shared_ptr<ILogSink>& sink)
     state.addedSinks.erase(found);
 }
 
-std::shared_ptr<ILogAdapter> LogManager::CreateLogAdapter(const BasicString& typeName)
+std::shared_ptr<LogAdapter> LogManager::CreateLogAdapter(const BasicString& typeName)
 {
     LogState& state = GetState();
     const MutexLock lock(state.mutex);

@@ -5,6 +5,7 @@
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <string_view>
@@ -14,19 +15,38 @@ namespace Oxa::System::Commons
 class AppDomain;
 }
 
+namespace spdlog::sinks
+{
+class sink;
+}
+
 namespace Oxa::System::Commons::Diagnostics::Logging
 {
 
-/// One class's access to the log. Safe from any thread; never throws.
-class OXA_EXPORT ILogAdapter
+/// One class's access to the log. Safe from any thread.
+class OXA_EXPORT LogAdapter final
 {
 public:
-    virtual ~ILogAdapter();
+    LogAdapter(BasicString typeName, std::shared_ptr<spdlog::sinks::sink> sink, LogLevel level);
+    ~LogAdapter();
 
     /// Messages above this level are dropped and need not be formatted. Follows a later `LogManager::Configure`.
-    [[nodiscard]] virtual LogLevel GetLevel() const noexcept = 0;
+    [[nodiscard]] LogLevel GetLevel() const noexcept
+    {
+        return level.load(std::memory_order_relaxed);
+    }
 
-    virtual void Write(LogLevel level, std::string_view message) noexcept = 0;
+    void SetLevel(LogLevel newLevel) noexcept
+    {
+        level.store(newLevel, std::memory_order_relaxed);
+    }
+
+    void Write(LogLevel messageLevel, std::string_view message) noexcept;
+
+private:
+    const BasicString typeName;
+    const std::shared_ptr<spdlog::sinks::sink> sink;
+    std::atomic<LogLevel> level;
 };
 
 /// A receiver of log messages beside the configured target. Called by one thread at a time, under the log's lock: it
@@ -63,7 +83,7 @@ public:
 
     /// `typeName`: the fully qualified name of the class that logs. Never null; the same adapter for the same name,
     /// valid until the process ends.
-    [[nodiscard]] static std::shared_ptr<ILogAdapter> CreateLogAdapter(const BasicString& typeName);
+    [[nodiscard]] static std::shared_ptr<LogAdapter> CreateLogAdapter(const BasicString& typeName);
 
     /// Returns when all lines so far are written, or after `limit`; called when the process exits. Takes no lock; also
     /// inside signal handlers.

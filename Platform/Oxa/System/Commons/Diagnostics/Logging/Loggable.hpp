@@ -11,9 +11,9 @@
 namespace Oxa::System::Commons::Diagnostics::Logging
 {
 
-/// Gives class T a logger under T's fully qualified name: derive non-publicly and call `Log`. The logger is made at the
-/// first use, once for all objects of T. `WithInstance` puts the object's address before every message, `WithThread`
-/// the thread id. Safe from any thread; nothing escapes from `Log` but a failure to create the logger.
+/// Gives class T a logger under T's fully qualified name: derive non-publicly and call `Log`. The logger is created at
+/// the first use, once for all objects of T. `WithInstance` prefixes every message with the object's address,
+/// `WithThread` with the thread id. Safe from any thread; `Log` throws only if the logger cannot be created.
 template <class T, bool WithInstance = false, bool WithThread = false>
 class Loggable
 {
@@ -25,11 +25,11 @@ protected:
     Loggable& operator=(Loggable&&) noexcept = default;
     ~Loggable() = default;
 
-    /// Placeholders {0}, {1}, …; formatted only when the level is wanted.
+    /// Placeholders {0}, {1}, …; formatted only when the level is enabled.
     template <class... Args>
     void Log(LogLevel level, const char* messageTemplate, const Args&... args) const
     {
-        ILogAdapter& adapter = GetLogger();
+        LogAdapter& adapter = GetLogger();
         if (level > adapter.GetLevel())
         {
             return;
@@ -51,13 +51,13 @@ protected:
     }
 
 private:
-    static ILogAdapter& GetLogger()
+    static LogAdapter& GetLogger()
     {
         static Mutex mutex;
-        // Borrowed: the log keeps its adapters alive longer than any static object that might still log.
-        static std::atomic<ILogAdapter*> logger = nullptr;
+        // Borrowed: the log keeps its adapters until the process ends.
+        static std::atomic<LogAdapter*> logger = nullptr;
 
-        ILogAdapter* current = logger.load(std::memory_order_acquire);
+        LogAdapter* current = logger.load(std::memory_order_acquire);
         if (current == nullptr)
         {
             const System::Commons::MutexLock lock(mutex);
@@ -85,7 +85,7 @@ private:
         return prefix;
     }
 
-    static void WriteFormatFailure(ILogAdapter& adapter, const char* reason) noexcept
+    static void WriteFormatFailure(LogAdapter& adapter, const char* reason) noexcept
     {
         try
         {
