@@ -3,6 +3,7 @@
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 namespace Oxa
@@ -11,7 +12,7 @@ namespace Oxa
 template <class Signature>
 class IFunctor;
 
-/// What a delegate calls.
+/// The target of a delegate.
 template <class R, class... Args>
 class IFunctor<R(Args...)>
 {
@@ -20,7 +21,7 @@ public:
     virtual R Invoke(Args... args) = 0;
 };
 
-/// A member function bound to an object that must outlive every call.
+/// A member function bound to an object that must outlive every call; a const one if T is const.
 template <class T, class Signature>
 class MethodFunctor;
 
@@ -28,7 +29,7 @@ template <class T, class R, class... Args>
 class MethodFunctor<T, R(Args...)> final : public IFunctor<R(Args...)>
 {
 public:
-    using Method = R (T::*)(Args...);
+    using Method = std::conditional_t<std::is_const_v<T>, R (T::*)(Args...) const, R (T::*)(Args...)>;
 
     MethodFunctor(T& object, Method method) : object(object), method(method) {}
 
@@ -42,27 +43,8 @@ private:
     Method method;
 };
 
-/// The same for a const member function.
 template <class T, class Signature>
-class ConstMethodFunctor;
-
-template <class T, class R, class... Args>
-class ConstMethodFunctor<T, R(Args...)> final : public IFunctor<R(Args...)>
-{
-public:
-    using Method = R (T::*)(Args...) const;
-
-    ConstMethodFunctor(const T& object, Method method) : object(object), method(method) {}
-
-    R Invoke(Args... args) override
-    {
-        return (object.*method)(std::forward<Args>(args)...);
-    }
-
-private:
-    const T& object;
-    Method method;
-};
+using ConstMethodFunctor = MethodFunctor<const T, Signature>;
 
 /// A callable value. Copies share one functor, so that binding allocates once and passing on allocates nothing.
 /// Threads: as safe as the functor it holds. Throws InvalidOperationException when called while empty.

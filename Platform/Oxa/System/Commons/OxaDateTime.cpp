@@ -10,8 +10,6 @@ namespace Oxa
 namespace
 {
 
-constexpr uint64 ticksMask = (uint64{1} << 62U) - 1;
-constexpr unsigned kindShift = 62;
 constexpr int64 ticksPerMicrosecond = 10;
 constexpr uint64 ticksPerSecond = 10'000'000;
 
@@ -20,18 +18,6 @@ constexpr int64 unixEpochTicks = -std::chrono::duration_cast<std::chrono::second
                                  static_cast<int64>(ticksPerSecond);
 
 } // namespace
-
-DateTime::DateTime(uint64 ticks, DateTimeKind kind) noexcept
-    : value((ticks & ticksMask) | (static_cast<uint64>(kind) << kindShift))
-{
-}
-
-DateTime DateTime::FromValue(uint64 value) noexcept
-{
-    DateTime result;
-    result.value = value;
-    return result;
-}
 
 DateTime DateTime::FromUnixTimeMicroseconds(int64 microseconds) noexcept
 {
@@ -42,21 +28,6 @@ DateTime DateTime::FromUnixTimeMicroseconds(int64 microseconds) noexcept
         return {0, DateTimeKind::Utc};
     }
     return {static_cast<uint64>(microseconds * ticksPerMicrosecond + unixEpochTicks), DateTimeKind::Utc};
-}
-
-uint64 DateTime::GetTicks() const noexcept
-{
-    return value & ticksMask;
-}
-
-DateTimeKind DateTime::GetKind() const noexcept
-{
-    return static_cast<DateTimeKind>(value >> kindShift);
-}
-
-uint64 DateTime::GetValue() const noexcept
-{
-    return value;
 }
 
 int64 DateTime::ToUnixTimeMicroseconds() const noexcept

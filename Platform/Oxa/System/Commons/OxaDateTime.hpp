@@ -20,19 +20,38 @@ class OXA_EXPORT DateTime final
 public:
     /// Zero ticks, kind Unspecified: "no time".
     constexpr DateTime() noexcept = default;
-    DateTime(uint64 ticks, DateTimeKind kind) noexcept;
+
+    DateTime(uint64 ticks, DateTimeKind kind) noexcept
+        : value((ticks & ticksMask) | (static_cast<uint64>(kind) << kindShift))
+    {
+    }
 
     /// From the 64 bits of `GetValue`.
-    [[nodiscard]] static DateTime FromValue(uint64 value) noexcept;
+    [[nodiscard]] static DateTime FromValue(uint64 value) noexcept
+    {
+        DateTime result;
+        result.value = value;
+        return result;
+    }
 
-    /// Kind Utc. Times before 0001-01-01, and those beyond 62 bits of ticks, become zero ticks.
+    /// Kind Utc. Times before 0001-01-01 and beyond 62 bits of ticks become zero ticks.
     [[nodiscard]] static DateTime FromUnixTimeMicroseconds(int64 microseconds) noexcept;
 
-    [[nodiscard]] uint64 GetTicks() const noexcept;
-    [[nodiscard]] DateTimeKind GetKind() const noexcept;
+    [[nodiscard]] uint64 GetTicks() const noexcept
+    {
+        return value & ticksMask;
+    }
+
+    [[nodiscard]] DateTimeKind GetKind() const noexcept
+    {
+        return static_cast<DateTimeKind>(value >> kindShift);
+    }
 
     /// Ticks and kind together.
-    [[nodiscard]] uint64 GetValue() const noexcept;
+    [[nodiscard]] uint64 GetValue() const noexcept
+    {
+        return value;
+    }
 
     /// Negative before 1970-01-01. Parts of a microsecond are dropped towards the past.
     [[nodiscard]] int64 ToUnixTimeMicroseconds() const noexcept;
@@ -43,6 +62,9 @@ public:
     bool operator==(const DateTime&) const noexcept = default;
 
 private:
+    static constexpr unsigned kindShift = 62;
+    static constexpr uint64 ticksMask = (uint64{1} << kindShift) - 1;
+
     uint64 value = 0;
 };
 

@@ -1,15 +1,13 @@
 #include "Oxa/System/Commons/Text.hpp"
 
-#include <cxxabi.h>
-#include <rapidjson/encodings.h>
+#include <boost/core/demangle.hpp>
+#include <boost/locale/utf.hpp>
 
 #include <algorithm>
 #include <clocale>
-#include <cstdlib>
 #include <cstring>
 #include <cwctype>
 #include <iterator>
-#include <memory>
 #include <utility>
 
 namespace Oxa::System::Commons::Text
@@ -18,41 +16,7 @@ namespace Oxa::System::Commons::Text
 namespace
 {
 
-/// A RapidJSON input stream over a view that reads as NUL behind its end.
-class ViewStream final
-{
-public:
-    using Ch = char;
-
-    explicit ViewStream(std::string_view text) : text(text) {}
-
-    Ch Take()
-    {
-        return position < text.size() ? text[position++] : '\0';
-    }
-
-    [[nodiscard]] std::size_t Tell() const
-    {
-        return position;
-    }
-
-private:
-    std::string_view text;
-    std::size_t position = 0;
-};
-
-/// A RapidJSON output stream that appends to a text.
-struct StringStream
-{
-    using Ch = char;
-
-    void Put(char character)
-    {
-        text += character;
-    }
-
-    BasicString& text;
-};
+using Utf8 = boost::locale::utf::utf_traits<char>;
 
 std::size_t CountLeadingAscii(std::string_view text) noexcept
 {
@@ -89,14 +53,13 @@ struct Sequence
 /// Requires: not empty.
 Sequence DecodeSequence(std::string_view text) noexcept
 {
-    ViewStream stream(text);
-    Sequence sequence;
-    const bool isValid = rapidjson::UTF8<>::Decode(stream, &sequence.codePoint);
-    sequence.length = isValid && stream.Tell() <= text.size() ? stream.Tell() : 0;
-    return sequence;
+    const char* position = text.data();
+    const auto codePoint = Utf8::decode(position, text.data() + text.size());
+    const bool isValid = codePoint != boost::locale::utf::illegal && codePoint != boost::locale::utf::incomplete;
+    return isValid ? Sequence{codePoint, static_cast<std::size_t>(position - text.data())} : Sequence{};
 }
 
-/// Control characters, and what a reader does not see but what changes what he sees: line separators, characters that
+/// Control characters, and invisible characters that change how others are shown: line separators, characters that
 /// control the direction, and those of no width.
 bool IsHidden(unsigned codePoint) noexcept
 {
@@ -188,7 +151,7 @@ BasicString EscapeControlCharacters(std::string_view text)
 
 BasicString FoldCase(std::string_view text)
 {
-    // Part of the C library, whatever is installed. Never freed.
+    // Built into the C library. Never freed.
     static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
     BasicString result;
     result.reserve(text.size());
@@ -202,9 +165,8 @@ BasicString FoldCase(std::string_view text)
         }
         else
         {
-            // By way of the upper case: a letter may have several lower ones.
-            StringStream stream{result};
-            rapidjson::UTF8<>::Encode(stream, towlower_l(towupper_l(sequence.codePoint, locale), locale));
+            // First to upper case: a letter may have several lower-case forms.
+            Utf8::encode(towlower_l(towupper_l(sequence.codePoint, locale), locale), std::back_inserter(result));
             text.remove_prefix(sequence.length);
         }
     }
@@ -217,7 +179,7 @@ std::string_view Truncate(std::string_view text, std::size_t maximumBytes) noexc
     {
         return text;
     }
-    // A character has at most three continuation bytes; more of them are no UTF-8 and may be cut anywhere.
+    // A character has at most three continuation bytes; longer sequences are no UTF-8 and may be cut anywhere.
     std::size_t end = maximumBytes;
     for (int step = 0; step < 3 && end > 0 && IsContinuation(text[end]); ++step)
     {
@@ -228,10 +190,7 @@ std::string_view Truncate(std::string_view text, std::size_t maximumBytes) noexc
 
 BasicString GetTypeName(const std::type_info& type)
 {
-    int status = 0;
-    const std::unique_ptr<char, decltype(&std::free)> name(abi::__cxa_demangle(type.name(), nullptr, nullptr, &status),
-                                                           &std::free);
-    return name ? BasicString(name.get()) : BasicString(type.name());
+    return boost::core::demangle(type.name());
 }
 
 } // namespace Oxa::System::Commons::Text

@@ -14,7 +14,7 @@ namespace Oxa::System::Commons::Text
 {
 
 /// Fills the placeholders {0}, {1}, … of a template that is only known at run time.
-/// Throws fmt::format_error when template and arguments do not fit.
+/// Throws fmt::format_error when template and arguments do not match.
 template <class... Args>
 [[nodiscard]] BasicString Format(std::string_view messageTemplate, const Args&... args)
 {
@@ -24,15 +24,15 @@ template <class... Args>
 
 [[nodiscard]] OXA_EXPORT bool IsValidUtf8(std::string_view text) noexcept;
 
-/// Every byte that is no part of a well-formed UTF-8 sequence becomes U+FFFD; the result is valid UTF-8.
+/// Replaces every byte outside a well-formed UTF-8 sequence by U+FFFD; the result is valid UTF-8.
 [[nodiscard]] OXA_EXPORT BasicString ReplaceInvalidUtf8(std::string_view text);
 
-/// True when a reader sees the text as it is: valid UTF-8 without control characters, line separators, characters that
-/// control the direction of writing, and those of no width.
+/// True for valid UTF-8 without control characters, line separators, characters that control the direction of writing,
+/// and those of no width.
 [[nodiscard]] OXA_EXPORT bool IsPlain(std::string_view text) noexcept;
 
-/// One line that can be logged, in valid UTF-8: of what `IsPlain` refuses, bytes that are no UTF-8 and ASCII control
-/// characters become \xNN, others \uNNNN.
+/// One line that can be logged, in valid UTF-8: bytes that are no UTF-8 and ASCII control characters become \xNN, other
+/// characters that `IsPlain` refuses \uNNNN.
 [[nodiscard]] OXA_EXPORT BasicString EscapeControlCharacters(std::string_view text);
 
 /// Equal for texts that differ only in the case of letters, one by one, of any alphabet. For comparing, not for
