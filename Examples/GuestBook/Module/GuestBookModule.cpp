@@ -1,29 +1,115 @@
-#include "GuestBookModule.hpp"
-
 #include "GuestBookServiceProxyFactory.hpp"
 #include "IGuestBookService.hpp"
+#include "Oxa/Services/Commons/Wbm/Json/JsonResponse.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/IWbmModuleHandler.hpp"
-#include "Oxa/Services/Commons/Wbm/Modules/ModuleInfo.hpp"
-#include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/WbmModuleBase.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/WbmModuleLibrary.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
+#include "Oxa/System/Commons/Json/JsonWriter.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 
-namespace GuestBook
-{
-
-using Oxa::BasicString;
-using Oxa::Services::Commons::Wbm::Modules::IWbmModuleHandler;
-using Oxa::Services::Commons::Wbm::Modules::ModuleInfo;
-using Oxa::Services::Commons::Wbm::Modules::Registration::DataProviderInfo;
-using Oxa::System::Commons::InvalidOperationException;
-using Oxa::System::Rsc::IRscService;
-using Oxa::System::Rsc::ServiceManager;
+#include <memory>
+#include <utility>
+#include <vector>
 
 namespace
 {
 
+using namespace GuestBook;
+using namespace Oxa::Services::Commons::Wbm;
+using namespace Oxa::Services::Commons::Wbm::Json;
+using namespace Oxa::Services::Commons::Wbm::Modules;
+using namespace Oxa::System::Commons::Json;
+using Oxa::BasicString;
+using Oxa::System::Commons::AppDomain;
+using Oxa::System::Commons::ArgumentException;
+using Oxa::System::Commons::InvalidOperationException;
+using Oxa::System::Rsc::IRscService;
+using Oxa::System::Rsc::ServiceManager;
+
 const BasicString dataProviderName = "GuestBookDp";
 
-/// Null when nobody provides the service.
+/// The payload of a response: one member "entries".
+class Entries final : public IJsonSerializable
+{
+public:
+    explicit Entries(std::vector<BasicString> entries) : entries(std::move(entries)) {}
+
+    /// Does nothing: responses are only written.
+    void ReadJson(JsonReader& /*reader*/, JsonSerializationContext& /*context*/) override {}
+
+    void WriteJson(JsonWriter& writer, JsonSerializationContext& /*context*/) override
+    {
+        writer.WriteSimpleArray("entries", entries);
+    }
+
+private:
+    const std::vector<BasicString> entries;
+};
+
+WbmResponse Respond(const BasicString& errorCode, IJsonSerializable& payload, ResultKind kind)
+{
+    return WbmResponse(ResponseHeader(ContentType::Application, ContentSubtype::Json, CharsetType::Utf8),
+                       JsonResponse(errorCode, payload, kind).ToJsonString());
+}
+
+/// Handles the requests of the data provider "GuestBookDp".
+class GuestBookHandler final : public WbmRequestHandlerBase
+{
+public:
+    GuestBookHandler()
+    {
+        RegisterHandlerDelegate("Sign", HandlerDelegate::Bind(*this, &GuestBookHandler::Sign));
+        RegisterHandlerDelegate("GetEntries", HandlerDelegate::Bind(*this, &GuestBookHandler::GetEntries));
+    }
+
+    /// Null: not available, requests get 503. Requires: no request is in progress.
+    void SetService(std::shared_ptr<IGuestBookService> newService)
+    {
+        service = std::move(newService);
+    }
+
+    [[nodiscard]] bool IsAvailable() const override
+    {
+        return service != nullptr;
+    }
+
+private:
+    /// Writes the query parameter "guest" into the book.
+    WbmResponse Sign(const WbmRequest& request)
+    {
+        BasicString guest;
+        request.GetRequestParams().GetQuery().TryGetParameterValue("guest", guest, false);
+        BasicString errorCode;
+        try
+        {
+            service->Sign(guest);
+        }
+        catch (const ArgumentException&)
+        {
+            errorCode = "InvalidInput";
+        }
+        catch (const InvalidOperationException&)
+        {
+            errorCode = "BookFull";
+        }
+        BooleanResult result(errorCode.empty());
+        return Respond(errorCode, result, ResultKind::Boolean);
+    }
+
+    /// The payload is {"entries":[…]}.
+    WbmResponse GetEntries(const WbmRequest& /*request*/)
+    {
+        Entries entries(service->ReadEntries());
+        return Respond("", entries, ResultKind::Object);
+    }
+
+    std::shared_ptr<IGuestBookService> service;
+};
+
+/// Null when no process provides the service.
 std::shared_ptr<IGuestBookService> FindService()
 {
     auto& factory = GuestBookServiceProxyFactory::GetInstance();
@@ -31,30 +117,50 @@ std::shared_ptr<IGuestBookService> FindService()
     return std::dynamic_pointer_cast<IGuestBookService>(proxy);
 }
 
+/// The module "GuestBook": one data provider that calls the service of the guest book.
+class GuestBookModule final : public WbmModuleBase
+{
+public:
+    void SetupModule(const ModuleInfo& /*moduleInfo*/, IWbmModuleHandler& moduleHandler) override
+    {
+        handler->SetService(FindService());
+        if (!moduleHandler.RegisterDataProvider(Registration::DataProviderInfo(dataProviderName), handler))
+        {
+            throw InvalidOperationException::Create("Failed to register data provider: {0}", dataProviderName);
+        }
+        isRegistered = true;
+    }
+
+    void ResetModule(IWbmModuleHandler& moduleHandler) override
+    {
+        if (isRegistered)
+        {
+            moduleHandler.UnregisterDataProvider(dataProviderName);
+            isRegistered = false;
+        }
+        handler->SetService(nullptr);
+    }
+
+private:
+    const std::shared_ptr<GuestBookHandler> handler = std::make_shared<GuestBookHandler>();
+    bool isRegistered = false;
+};
+
+/// Lists what the library can create; lives until it is unloaded.
+class GuestBookModuleLibrary final : public WbmModuleLibrary
+{
+public:
+    explicit GuestBookModuleLibrary(AppDomain& appDomain)
+    {
+        Oxa::System::Commons::Diagnostics::Logging::LogManager::AssignAppDomain(appDomain);
+        GetModuleFactory().AddFactoryFunction("GuestBook", [] { return std::make_unique<GuestBookModule>(); });
+    }
+};
+
 } // namespace
 
-GuestBookModule::GuestBookModule() : handler(std::make_shared<GuestBookHandler>()) {}
-
-GuestBookModule::~GuestBookModule() = default;
-
-void GuestBookModule::SetupModule(const ModuleInfo& /*moduleInfo*/, IWbmModuleHandler& moduleHandler)
+extern "C" OXA_EXPORT WbmModuleLibrary& CreateWbmModuleLibrary(AppDomain& appDomain)
 {
-    handler->SetService(FindService());
-    if (!moduleHandler.RegisterDataProvider(DataProviderInfo(dataProviderName), handler))
-    {
-        throw InvalidOperationException::Create("Failed to register data provider: {0}", dataProviderName);
-    }
-    isRegistered = true;
+    static GuestBookModuleLibrary library(appDomain);
+    return library;
 }
-
-void GuestBookModule::ResetModule(IWbmModuleHandler& moduleHandler)
-{
-    if (isRegistered)
-    {
-        moduleHandler.UnregisterDataProvider(dataProviderName);
-        isRegistered = false;
-    }
-    handler->SetService(nullptr);
-}
-
-} // namespace GuestBook
