@@ -63,7 +63,7 @@ public:
 private:
     Description::DescribedMachine machine;
     Services::DeviceStatusService service;
-    Services::RtcService rtcService{&Services::RtcService::ReadSystemClock};
+    Services::RtcService rtcService;
     const std::vector<ItemKey> keys;
     MultiItemReader leds{ledKeys};
     MultiItemReader utilization{utilizationKeys};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Oxa/Device/Interface/Services/AccessErrorCode.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <chrono>
@@ -7,6 +8,18 @@
 
 namespace Oxa::Device::Linux::Commands
 {
+
+/// How a command, or a step of it, ended, with the cause for the log; the cause is empty for None.
+struct [[nodiscard]] CommandResult
+{
+    Interface::Services::AccessErrorCode code = Interface::Services::AccessErrorCode::None;
+    BasicString cause;
+
+    [[nodiscard]] bool IsSuccess() const noexcept
+    {
+        return code == Interface::Services::AccessErrorCode::None;
+    }
+};
 
 /// What the commands to the device do on this machine; the description defines it. A command without an action is not
 /// supported.
@@ -46,10 +59,10 @@ struct CommandTimes
     /// One call on the system bus, with the connection if there is none yet.
     std::chrono::milliseconds call = std::chrono::seconds(2);
     /// Until the caller gets a response; less than the 10 s after which a caller in another process gives up.
-    std::chrono::milliseconds answer = std::chrono::seconds(8);
+    std::chrono::milliseconds response = std::chrono::seconds(8);
     /// The unit that resets the device.
     std::chrono::milliseconds unit = std::chrono::minutes(10);
-    /// Between two looks at a unit that was started and has not ended yet.
+    /// Between two reads of the state of a unit that was started and has not ended yet.
     std::chrono::milliseconds unitPoll = std::chrono::milliseconds(200);
     /// From the response to the reboot, so that the caller can pass the response on.
     std::chrono::milliseconds beforeReboot = std::chrono::milliseconds(500);

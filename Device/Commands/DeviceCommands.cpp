@@ -1,30 +1,44 @@
+// A command goes through these states: preparing (its thread runs `prepare`, the caller waits for the decision),
+// waiting (until the caller's response has been sent), completing (its thread runs `complete`), ended. A failed
+// preparation leads from preparing to ended. `stop` ends every wait of a command. `mutex` guards whether a command is
+// under way; it is never held while a command runs or anything waits, except for the end of a thread that needs it no
+// more.
+
 #include "Device/Commands/DeviceCommands.hpp"
 
-#include "Device/Commands/MachineRestart.hpp"
-#include "Oxa/Device/Interface/Services/IDeviceControlService.hpp"
+#include "Device/Commands/SystemBus.hpp"
+#include "Device/Commands/UnitRun.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
+#include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Rsc/RscCallContext.hpp"
 
-#include <atomic>
-#include <exception>
+#include <poll.h>
+#include <systemd/sd-bus.h>
+
+#include <cerrno>
+#include <string_view>
 #include <system_error>
 #include <utility>
-
-// A command's thread prepares the command, tells the caller's thread the outcome through a promise, waits until the
-// response has been sent, and completes the command. `mutex` guards whether a command is under way; it is never held
-// while a command runs or anything waits, except for the end of a thread that has nothing left to do.
 
 namespace Oxa::Device::Linux::Commands
 {
 
 using Interface::Services::AccessErrorCode;
 using Interface::Services::IDeviceControlService;
+namespace Text = System::Commons::Text;
 using System::Commons::MutexLock;
 using System::Commons::Diagnostics::Logging::LogLevel;
+using System::Commons::Threading::WakeEvent;
 using System::Rsc::RscCallContext;
 
 namespace
 {
+
+constexpr BusMethod MakeLoginMethod(const char* name)
+{
+    return {"org.freedesktop.login1", "/org/freedesktop/login1", "org.freedesktop.login1.Manager", name};
+}
 
 CommandSettings Checked(CommandSettings settings)
 {
@@ -49,48 +63,36 @@ CommandResult TryRun(const std::function<CommandResult()>& step) noexcept
     }
 }
 
-} // namespace
-
-bool RefusalLogRateLimiters::Admits(AccessErrorCode code)
+CommandResult JudgeAbility(std::string_view ability)
 {
-    if (code == AccessErrorCode::None || code == AccessErrorCode::TimedOut)
+    if (ability == "yes")
     {
-        return true;
+        return {};
     }
-    const MutexLock lock(mutex);
-    return limits[code].Admits();
+    const BasicString cause = Text::Format("the login manager returned '{0}' for the ability to reboot", ability);
+    if (ability == "no" || ability == "challenge")
+    {
+        return {AccessErrorCode::AccessDenied, cause};
+    }
+    return {ability == "na" ? AccessErrorCode::NotSupported : AccessErrorCode::DeviceFault, cause};
 }
 
-/// Shared by the command's thread, which waits, and by the two that can end the wait: the sender of the response, and
-/// `Stop`.
-class DeviceCommands::ResponseSent final
+/// Waits until the other event, if there is one, is set or the time has passed; a negative time is endless. False when
+/// `stop` is set.
+bool Wait(const WakeEvent& stop, std::chrono::milliseconds duration, const WakeEvent* other = nullptr)
 {
-public:
-    void Set(bool isSent)
+    std::array<pollfd, 2> polled = {
+        {{stop.GetDescriptor(), POLLIN, 0}, {other != nullptr ? other->GetDescriptor() : -1, POLLIN, 0}}};
+    while (poll(polled.data(), polled.size(), static_cast<int>(duration.count())) < 0 && errno == EINTR)
     {
-        if (!isSet.test_and_set())
-        {
-            promise.set_value(isSent);
-        }
     }
+    return polled[0].revents == 0;
+}
 
-    /// Once. False when the process stops first.
-    [[nodiscard]] bool Await()
-    {
-        return promise.get_future().get();
-    }
+} // namespace
 
-private:
-    std::atomic_flag isSet;
-    std::promise<bool> promise;
-};
-
-DeviceCommands::DeviceCommands(CommandSettings settings, OutageActions outageActions,
-                               std::unique_ptr<Machine::IWaiter> waiter, const CommandTimes& times)
-    : settings(Checked(std::move(settings))),
-      outageActions(std::move(outageActions)),
-      times(times),
-      waiter(std::move(waiter))
+DeviceCommands::DeviceCommands(CommandSettings settings, OutageActions outageActions, const CommandTimes& times)
+    : settings(Checked(std::move(settings))), outageActions(std::move(outageActions)), times(times)
 {
 }
 
@@ -99,53 +101,48 @@ DeviceCommands::~DeviceCommands()
     Stop();
 }
 
-AccessErrorCode DeviceCommands::Restart(const BasicString& caller)
+AccessErrorCode DeviceCommands::Restart()
 {
-    BasicString title = "Restart for " + caller;
-    switch (settings.restart)
+    const BasicString title = "restart for " + RscCallContext::DescribeCaller();
+    AccessErrorCode code = AccessErrorCode::NotSupported;
+    if (settings.restart == CommandSettings::RestartAction::Simulate)
     {
-    case CommandSettings::RestartAction::Simulate:
-        return RunOutage(std::move(title));
-    case CommandSettings::RestartAction::Reboot:
-        return RunOnMachine(std::move(title), {});
-    case CommandSettings::RestartAction::None:
-        break;
+        code = RunOutage(title);
     }
-    return AccessErrorCode::NotSupported;
+    else if (settings.restart == CommandSettings::RestartAction::Reboot)
+    {
+        code = RunReboot(title, {});
+    }
+    LogOutcome(code, title);
+    return code;
 }
 
-AccessErrorCode DeviceCommands::FactoryReset(uint16 resetKind, const BasicString& caller)
+AccessErrorCode DeviceCommands::FactoryReset(uint16 resetKind)
 {
-    if (resetKind != IDeviceControlService::resetToFactoryDefault)
+    const BasicString title =
+        Text::Format("factory reset of kind {0} for {1}", resetKind, RscCallContext::DescribeCaller());
+    AccessErrorCode code = AccessErrorCode::NotSupported;
+    const bool isKnown = resetKind == IDeviceControlService::resetToFactoryDefault;
+    if (isKnown && settings.factoryReset == CommandSettings::FactoryResetAction::Simulate)
     {
-        return AccessErrorCode::NotSupported;
+        code = RunOutage(title);
     }
-    BasicString title = "Factory reset for " + caller;
-    switch (settings.factoryReset)
+    else if (isKnown && settings.factoryReset == CommandSettings::FactoryResetAction::Unit)
     {
-    case CommandSettings::FactoryResetAction::Simulate:
-        return RunOutage(std::move(title));
-    case CommandSettings::FactoryResetAction::Unit:
-        return RunOnMachine(std::move(title), settings.factoryResetUnit);
-    case CommandSettings::FactoryResetAction::None:
-        break;
+        code = RunReboot(title, settings.factoryResetUnit);
     }
-    return AccessErrorCode::NotSupported;
+    LogOutcome(code, title);
+    return code;
 }
 
 void DeviceCommands::Stop() noexcept
 {
     stop.Set();
-    waiter->Cancel();
     std::thread last;
     {
         const MutexLock lock(mutex);
         isStopped = true;
         last.swap(thread);
-        if (currentResponse)
-        {
-            currentResponse->Set(false);
-        }
     }
     if (last.joinable())
     {
@@ -158,119 +155,180 @@ AccessErrorCode DeviceCommands::RunOutage(BasicString title)
     return Run({std::move(title), [] { return CommandResult(); },
                 [this]
                 {
-                    return TakeServicesAway();
+                    return SimulateRestart();
                 }});
 }
 
-AccessErrorCode DeviceCommands::RunOnMachine(BasicString title, const BasicString& resetUnit)
+/// The connection to the system bus lasts as long as the command.
+AccessErrorCode DeviceCommands::RunReboot(BasicString title, const BasicString& resetUnit)
 {
-    const auto restart = std::make_shared<MachineRestart>(stop, *waiter, times, resetUnit);
-    return Run({std::move(title), [restart] { return restart->Prepare(); },
-                [restart]
+    const auto bus = std::make_shared<SystemBus>(stop, times.call);
+    return Run({std::move(title), [this, bus, resetUnit] { return PrepareReboot(*bus, resetUnit); },
+                [this, bus]
                 {
-                    return restart->Reboot();
+                    return Reboot(*bus);
                 }});
 }
 
-CommandResult DeviceCommands::TakeServicesAway()
+CommandResult DeviceCommands::SimulateRestart()
 {
     outageActions.withdraw();
-    Log(LogLevel::Notice, "Simulated restart: the services are gone for {0} ms", times.outage.count());
-    if (waiter->Wait(times.outage))
+    Log(LogLevel::Notice, "simulated restart: the services are gone for {0} ms", times.outage.count());
+    if (Wait(stop, times.outage))
     {
         outageActions.offerAgain();
-        Log(LogLevel::Notice, "Simulated restart: the services are back");
+        Log(LogLevel::Notice, "simulated restart: the services are back");
     }
     return {};
+}
+
+/// Nothing is reset on a machine that may not be rebooted.
+CommandResult DeviceCommands::PrepareReboot(SystemBus& bus, const BasicString& resetUnit)
+{
+    if (CommandResult opened = bus.Open(); !opened.IsSuccess())
+    {
+        return opened;
+    }
+    const BusResponse response = bus.Call(MakeLoginMethod("CanReboot"), "");
+    if (!response.result.IsSuccess())
+    {
+        return response.result;
+    }
+    const char* ability = nullptr;
+    if (sd_bus_message_read(response.message.get(), "s", &ability) <= 0)
+    {
+        return {AccessErrorCode::DeviceFault, "the login manager returned an invalid response"};
+    }
+    CommandResult result = JudgeAbility(ability);
+    return result.IsSuccess() && !resetUnit.empty() ? RunUnit(bus, resetUnit, times) : result;
+}
+
+/// Returns when the process stops; otherwise the machine did not reboot.
+CommandResult DeviceCommands::Reboot(SystemBus& bus)
+{
+    if (!Wait(stop, times.beforeReboot))
+    {
+        return {AccessErrorCode::NotAvailable, "the device services were stopped before the reboot"};
+    }
+    const int isInteractive = 0;
+    const BusResponse response = bus.Call(MakeLoginMethod("Reboot"), "b", isInteractive);
+    if (!response.result.IsSuccess())
+    {
+        return response.result;
+    }
+    Log(LogLevel::Notice, "the machine reboots");
+    if (!Wait(stop, times.afterReboot))
+    {
+        return {};
+    }
+    return {AccessErrorCode::DeviceFault,
+            Text::Format("the machine has not rebooted within {0} ms", times.afterReboot.count())};
 }
 
 AccessErrorCode DeviceCommands::Run(Command command)
 {
     std::promise<AccessErrorCode> decision;
     auto decided = decision.get_future();
-    const auto responseSent = std::make_shared<ResponseSent>();
+    const auto responseSent = std::make_shared<WakeEvent>();
     const AccessErrorCode refusal = Begin(std::move(command), std::move(decision), responseSent);
     if (refusal != AccessErrorCode::None)
     {
         return refusal;
     }
-    const bool isDecided = decided.wait_for(times.answer) == std::future_status::ready;
+    const bool isDecided = decided.wait_for(times.response) == std::future_status::ready;
     if (RscCallContext* const context = RscCallContext::TryGetCurrent())
     {
-        context->RunAfterAnswer([responseSent] { responseSent->Set(true); });
+        context->RunAfterAnswer([responseSent] { responseSent->Set(); });
     }
     else
     {
-        responseSent->Set(true);
+        responseSent->Set();
     }
     return isDecided ? decided.get() : AccessErrorCode::TimedOut;
 }
 
 AccessErrorCode DeviceCommands::Begin(Command command, std::promise<AccessErrorCode> decision,
-                                      const std::shared_ptr<ResponseSent>& responseSent)
+                                      const std::shared_ptr<WakeEvent>& responseSent)
 {
     const MutexLock lock(mutex);
     if (isStopped || isBusy)
     {
         return isStopped ? AccessErrorCode::NotAvailable : AccessErrorCode::Busy;
     }
-    // The thread of the command before has nothing left to do that needs the lock.
+    // The thread of the previous command needs the mutex no more.
     if (thread.joinable())
     {
         thread.join();
     }
     try
     {
-        thread = std::thread(&DeviceCommands::CarryOut, this, std::move(command), std::move(decision), responseSent);
+        thread =
+            std::thread([this, command = std::move(command), decision = std::move(decision), responseSent]() mutable
+                        { CarryOut(std::move(command), std::move(decision), *responseSent); });
     }
     catch (const std::system_error& error)
     {
-        Log(LogLevel::Error, "Cannot start the thread of a command: {0}", error.what());
+        Log(LogLevel::Error, "cannot start the thread of a command: {0}", error.what());
         return AccessErrorCode::DeviceFault;
     }
     isBusy = true;
-    currentResponse = responseSent;
     return AccessErrorCode::None;
 }
 
 void DeviceCommands::CarryOut(Command command, std::promise<AccessErrorCode> decision,
-                              const std::shared_ptr<ResponseSent>& responseSent) noexcept
+                              const WakeEvent& responseSent) noexcept
 {
+    const BasicString title = command.title;
     const CommandResult prepared = TryRun(command.prepare);
     if (!prepared.IsSuccess())
     {
-        if (logLimits.Admits(prepared.code))
+        if (Admits(failureLogs, prepared.code))
         {
-            LogFailure(command.title, prepared);
+            LogFailure(prepared, title);
         }
-        // Before the caller is told, which may try again at once.
+        // Before the caller gets the response, because it may try again at once.
         EndCommand(std::move(command));
         decision.set_value(prepared.code);
         return;
     }
     decision.set_value(prepared.code);
-    if (responseSent->Await())
+    if (Wait(stop, std::chrono::milliseconds(-1), &responseSent))
     {
         const CommandResult completed = TryRun(command.complete);
         if (!completed.IsSuccess())
         {
-            LogFailure(command.title, completed);
+            LogFailure(completed, title);
         }
     }
     EndCommand(std::move(command));
 }
 
-void DeviceCommands::LogFailure(const BasicString& title, const CommandResult& result) const noexcept
-{
-    Log(LogLevel::Error, "{0}: {1}: {2}", title, result.code, result.cause);
-}
-
-/// What the command holds, a connection for instance, is gone before the next one can begin.
+/// What the command holds, a connection for instance, is released before the next one can begin.
 void DeviceCommands::EndCommand(Command command) noexcept
 {
     command = {};
     const MutexLock lock(mutex);
     isBusy = false;
+}
+
+/// Always true for success, and for a command that timed out: it may go on.
+bool DeviceCommands::Admits(LogRateLimiters& limiters, AccessErrorCode code)
+{
+    return code == AccessErrorCode::None || code == AccessErrorCode::TimedOut ||
+           limiters.at(static_cast<std::size_t>(code)).Admits();
+}
+
+void DeviceCommands::LogOutcome(AccessErrorCode code, const BasicString& title)
+{
+    if (Admits(outcomeLogs, code))
+    {
+        Log(LogLevel::Notice, "{0}: {1}", title, code);
+    }
+}
+
+void DeviceCommands::LogFailure(const CommandResult& result, const BasicString& title) const noexcept
+{
+    Log(LogLevel::Error, "{0}: {1}: {2}", title, result.code, result.cause);
 }
 
 } // namespace Oxa::Device::Linux::Commands

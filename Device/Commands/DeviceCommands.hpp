@@ -1,66 +1,56 @@
 #pragma once
 
-#include "Device/Commands/CommandResult.hpp"
 #include "Device/Commands/CommandSettings.hpp"
-#include "Device/Machine/IWaiter.hpp"
-#include "Oxa/Device/Interface/Services/AccessErrorCode.hpp"
+#include "Oxa/Device/Interface/Services/IDeviceControlService.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogRateLimiter.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Threading/WakeEvent.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <array>
+#include <chrono>
 #include <functional>
 #include <future>
-#include <map>
 #include <memory>
 #include <thread>
 
 namespace Oxa::Device::Linux::Commands
 {
 
-/// Bounds how often refused commands are logged, which callers can cause at will: ten a minute of each code.
-/// Threads: safe from several threads.
-class RefusalLogRateLimiters final
-{
-public:
-    /// Whether to log a command that ended so. Always true of None, and of TimedOut: such a command may go on.
-    [[nodiscard]] bool Admits(Interface::Services::AccessErrorCode code);
-
-private:
-    System::Commons::Mutex mutex;
-    std::map<Interface::Services::AccessErrorCode, System::Commons::Diagnostics::Logging::LogRateLimiter> limits;
-};
+class SystemBus;
 
 /// Restart and factory reset of the device, one at a time: what the settings choose for each. A command runs on a
 /// thread that exists as long as the command. Busy while a command of either kind is under way, NotAvailable after
-/// `Stop`, DeviceFault when no thread can be started. `caller` says in the log who asked. Threads: safe from several
-/// threads. `Stop` must be called before what the outage's actions touch is destroyed.
-class DeviceCommands final : private System::Commons::Diagnostics::Logging::Loggable<DeviceCommands>
+/// `Stop`, DeviceFault when no thread can be started. Logs callers and results; refusals within a limit, because
+/// callers can cause them at will. Threads: safe from several threads. `Stop` must be called before the objects that
+/// the outage's actions use are destroyed; a call that is under way then may outlive the component.
+class DeviceCommands final : public Interface::Services::IDeviceControlService,
+                             private System::Commons::Diagnostics::Logging::Loggable<DeviceCommands>
 {
 public:
-    /// What a simulated restart does. Called on the command's thread, one after the other; `offerAgain` not when `Stop`
-    /// comes first.
+    using AccessErrorCode = Interface::Services::AccessErrorCode;
+
+    /// What a simulated restart does. Called on the command's thread, one after the other; `offerAgain` not after
+    /// `Stop`.
     struct OutageActions
     {
         std::function<void()> withdraw;
         std::function<void()> offerAgain;
     };
 
-    /// The waiter waits for the end of the outage and around a reboot. Throws ArgumentException when the settings name
-    /// a unit that cannot be one. Requires: both actions have a target, `waiter` is not null.
-    DeviceCommands(CommandSettings settings, OutageActions outageActions, std::unique_ptr<Machine::IWaiter> waiter,
-                   const CommandTimes& times = {});
+    /// Throws ArgumentException when the settings name a unit that cannot be one. Requires: both actions have a target.
+    DeviceCommands(CommandSettings settings, OutageActions outageActions, const CommandTimes& times = {});
     DeviceCommands(const DeviceCommands&) = delete;
     DeviceCommands& operator=(const DeviceCommands&) = delete;
-    ~DeviceCommands();
+    ~DeviceCommands() override;
 
     /// Returns when it is decided whether the restart takes place. It begins after the response to the call that this
     /// thread carries out has been sent.
-    [[nodiscard]] Interface::Services::AccessErrorCode Restart(const BasicString& caller);
+    AccessErrorCode Restart() override;
 
     /// As `Restart`. TimedOut when the reset takes longer than a caller waits: it goes on, and the restart follows.
-    [[nodiscard]] Interface::Services::AccessErrorCode FactoryReset(uint16 resetKind, const BasicString& caller);
+    [[nodiscard]] AccessErrorCode FactoryReset(uint16 resetKind) override;
 
     /// Ends a command at once, at whatever point it is; an outage without offering anything again. No command begins
     /// any more.
@@ -75,33 +65,37 @@ private:
         std::function<CommandResult()> complete;
     };
 
-    class ResponseSent;
+    /// One for each code.
+    using LogRateLimiters = std::array<System::Commons::Diagnostics::Logging::LogRateLimiter,
+                                       static_cast<std::size_t>(AccessErrorCode::DeviceFault) + 1>;
+    using WakeEvent = System::Commons::Threading::WakeEvent;
 
-    [[nodiscard]] Interface::Services::AccessErrorCode RunOutage(BasicString title);
-    [[nodiscard]] Interface::Services::AccessErrorCode RunOnMachine(BasicString title, const BasicString& resetUnit);
-    [[nodiscard]] CommandResult TakeServicesAway();
+    [[nodiscard]] AccessErrorCode RunOutage(BasicString title);
+    [[nodiscard]] AccessErrorCode RunReboot(BasicString title, const BasicString& resetUnit);
+    CommandResult SimulateRestart();
+    CommandResult PrepareReboot(SystemBus& bus, const BasicString& resetUnit);
+    CommandResult Reboot(SystemBus& bus);
 
-    [[nodiscard]] Interface::Services::AccessErrorCode Run(Command command);
-    [[nodiscard]] Interface::Services::AccessErrorCode
-    Begin(Command command, std::promise<Interface::Services::AccessErrorCode> decision,
-          const std::shared_ptr<ResponseSent>& responseSent);
-    void CarryOut(Command command, std::promise<Interface::Services::AccessErrorCode> decision,
-                  const std::shared_ptr<ResponseSent>& responseSent) noexcept;
-    void LogFailure(const BasicString& title, const CommandResult& result) const noexcept;
+    [[nodiscard]] AccessErrorCode Run(Command command);
+    [[nodiscard]] AccessErrorCode Begin(Command command, std::promise<AccessErrorCode> decision,
+                                        const std::shared_ptr<WakeEvent>& responseSent);
+    void CarryOut(Command command, std::promise<AccessErrorCode> decision, const WakeEvent& responseSent) noexcept;
     void EndCommand(Command command) noexcept;
+    [[nodiscard]] static bool Admits(LogRateLimiters& limiters, AccessErrorCode code);
+    void LogOutcome(AccessErrorCode code, const BasicString& title);
+    void LogFailure(const CommandResult& result, const BasicString& title) const noexcept;
 
     const CommandSettings settings;
     const OutageActions outageActions;
     const CommandTimes times;
-    const std::unique_ptr<Machine::IWaiter> waiter;
-    System::Commons::Threading::WakeEvent stop;
-    RefusalLogRateLimiters logLimits;
+    WakeEvent stop;
+    LogRateLimiters outcomeLogs;
+    LogRateLimiters failureLogs;
 
     System::Commons::Mutex mutex;
-    bool isBusy = false;
-    bool isStopped = false;
-    std::shared_ptr<ResponseSent> currentResponse;
-    std::thread thread;
+    bool isBusy OXA_GUARDED_BY(mutex) = false;
+    bool isStopped OXA_GUARDED_BY(mutex) = false;
+    std::thread thread OXA_GUARDED_BY(mutex);
 };
 
 } // namespace Oxa::Device::Linux::Commands

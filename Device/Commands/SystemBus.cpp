@@ -34,7 +34,7 @@ constexpr CodeOfError codesOfErrors[] = {
     {SD_BUS_ERROR_INTERACTIVE_AUTHORIZATION_REQUIRED, AccessErrorCode::AccessDenied},
     {SD_BUS_ERROR_SERVICE_UNKNOWN, AccessErrorCode::NotAvailable},
     {SD_BUS_ERROR_NAME_HAS_NO_OWNER, AccessErrorCode::NotAvailable},
-    // What the bus says when it cannot start a service.
+    // Of the bus, when it cannot start a service.
     {"org.freedesktop.DBus.Error.Spawn.", AccessErrorCode::NotAvailable},
     {"org.freedesktop.systemd1.NoSuchUnit", AccessErrorCode::NotAvailable},
     {SD_BUS_ERROR_NO_REPLY, AccessErrorCode::TimedOut},
@@ -50,59 +50,19 @@ AccessErrorCode GetCode(std::string_view errorName)
     return found != std::end(codesOfErrors) ? found->code : AccessErrorCode::DeviceFault;
 }
 
-BasicString Describe(const BusMethod& method)
-{
-    return Text::Format("call '{0}' of '{1}'", method.name, method.service);
-}
-
-CommandResult DescribeAnswer(sd_bus_message* answer, const BusMethod& method)
-{
-    const sd_bus_error* const error = sd_bus_message_get_error(answer);
-    if (error == nullptr)
-    {
-        return {};
-    }
-    const BasicString cause = Text::Format("cannot {0}: {1} ({2})", Describe(method),
-                                           error->message != nullptr ? error->message : "no reason given", error->name);
-    return {GetCode(error->name), cause};
-}
-
-int KeepAnswer(sd_bus_message* answer, void* kept, sd_bus_error*) noexcept
-{
-    static_cast<BusMessagePointer*>(kept)->reset(sd_bus_message_ref(answer));
-    return 0;
-}
-
 } // namespace
 
-void BusReleaser::operator()(sd_bus* bus) const noexcept
-{
-    sd_bus_close_unref(bus);
-}
-
-void BusReleaser::operator()(sd_bus_message* message) const noexcept
-{
-    sd_bus_message_unref(message);
-}
-
-void BusReleaser::operator()(sd_bus_slot* slot) const noexcept
-{
-    sd_bus_slot_unref(slot);
-}
-
-CommandResult DescribeBusFault(int error, const BasicString& what)
+CommandResult DescribeBusFault(int error, const BasicString& action)
 {
     const bool isDenied = error == EACCES || error == EPERM;
     return {isDenied ? AccessErrorCode::AccessDenied : AccessErrorCode::NotAvailable,
-            Text::Format("cannot {0}: {1}", what, std::generic_category().message(error))};
+            Text::Format("cannot {0}: {1}", action, std::generic_category().message(error))};
 }
 
 SystemBus::SystemBus(const System::Commons::Threading::WakeEvent& stop, std::chrono::milliseconds callTimeout)
     : stop(stop), callTimeout(callTimeout)
 {
 }
-
-SystemBus::~SystemBus() = default;
 
 CommandResult SystemBus::Open()
 {
@@ -112,37 +72,31 @@ CommandResult SystemBus::Open()
     return result < 0 ? DescribeBusFault(-result, "open the system bus") : CommandResult();
 }
 
-int SystemBus::Make(const BusMethod& method, BusMessagePointer& call)
+int SystemBus::KeepMessage(sd_bus_message* message, void* kept, sd_bus_error* /*error*/) noexcept
 {
-    sd_bus_message* created = nullptr;
-    const int result =
-        sd_bus_message_new_method_call(bus.get(), &created, method.service, method.path, method.interface, method.name);
-    call.reset(created);
-    return result;
+    static_cast<BusPointer<sd_bus_message>*>(kept)->reset(sd_bus_message_ref(message));
+    return 0;
 }
 
-BusAnswer SystemBus::Send(const BusMethod& method, sd_bus_message* call, int made)
+CommandResult SystemBus::AwaitResponse(const BusMethod& method, int sent, const BusPointer<sd_bus_message>& message)
 {
-    if (made < 0)
+    const BasicString call = Text::Format("call '{0}' of '{1}'", method.name, method.service);
+    if (sent < 0)
     {
-        return {DescribeBusFault(-made, Describe(method)), nullptr};
+        return DescribeBusFault(-sent, call);
     }
-    BusMessagePointer answer;
-    sd_bus_slot* pending = nullptr;
-    const int sent = sd_bus_call_async(bus.get(), &pending, call, &KeepAnswer, &answer, UINT64_MAX);
-    // Once it is gone nobody writes into `answer` any more.
-    const BusSlotPointer slot(pending);
-    CommandResult result = sent < 0 ? DescribeBusFault(-sent, "send the call")
-                                    : ProcessUntil([&answer] { return answer != nullptr; }, callTimeout);
-    if (answer != nullptr && result.IsSuccess())
+    CommandResult result = ProcessUntil([&message] { return message != nullptr; }, callTimeout);
+    const sd_bus_error* const error = result.IsSuccess() ? sd_bus_message_get_error(message.get()) : nullptr;
+    if (error != nullptr)
     {
-        result = DescribeAnswer(answer.get(), method);
+        const char* const reason = error->message != nullptr ? error->message : "no reason given";
+        result = {GetCode(error->name), Text::Format("{0} ({1})", reason, error->name)};
     }
-    else
+    if (!result.IsSuccess())
     {
-        result.cause = Text::Format("cannot {0}: {1}", Describe(method), result.cause);
+        result.cause = Text::Format("cannot {0}: {1}", call, result.cause);
     }
-    return {std::move(result), std::move(answer)};
+    return result;
 }
 
 CommandResult SystemBus::ProcessUntil(const std::function<bool()>& isDone, std::chrono::milliseconds timeout)
@@ -162,10 +116,10 @@ CommandResult SystemBus::ProcessUntil(const std::function<bool()>& isDone, std::
         const auto now = Clock::now();
         if (now >= deadline)
         {
-            return {AccessErrorCode::TimedOut, Text::Format("no answer within {0} ms", timeout.count())};
+            return {AccessErrorCode::TimedOut, Text::Format("no response within {0} ms", timeout.count())};
         }
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - now);
-        CommandResult waited = AwaitMore(progress > 0 ? std::chrono::milliseconds::zero() : left);
+        CommandResult waited = AwaitMessage(progress > 0 ? std::chrono::milliseconds::zero() : left);
         if (!waited.IsSuccess())
         {
             return waited;
@@ -173,7 +127,7 @@ CommandResult SystemBus::ProcessUntil(const std::function<bool()>& isDone, std::
     }
 }
 
-CommandResult SystemBus::AwaitMore(std::chrono::milliseconds timeout) const
+CommandResult SystemBus::AwaitMessage(std::chrono::milliseconds timeout) const
 {
     const int events = sd_bus_get_events(bus.get());
     if (events < 0)
@@ -188,7 +142,7 @@ CommandResult SystemBus::AwaitMore(std::chrono::milliseconds timeout) const
     }
     if (polled[0].revents != 0)
     {
-        return {AccessErrorCode::NotAvailable, "the device services are being stopped"};
+        return {AccessErrorCode::NotAvailable, "the device services are stopping"};
     }
     return {};
 }

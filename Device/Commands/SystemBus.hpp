@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Device/Commands/CommandResult.hpp"
+#include "Device/Commands/CommandSettings.hpp"
 #include "Oxa/System/Commons/Threading/WakeEvent.hpp"
 
 #include <systemd/sd-bus.h>
@@ -8,21 +8,30 @@
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <utility>
 
 namespace Oxa::Device::Linux::Commands
 {
 
 struct BusReleaser
 {
-    void operator()(sd_bus* bus) const noexcept;
-    void operator()(sd_bus_message* message) const noexcept;
-    void operator()(sd_bus_slot* slot) const noexcept;
+    void operator()(sd_bus* bus) const noexcept
+    {
+        sd_bus_close_unref(bus);
+    }
+
+    void operator()(sd_bus_message* message) const noexcept
+    {
+        sd_bus_message_unref(message);
+    }
+
+    void operator()(sd_bus_slot* slot) const noexcept
+    {
+        sd_bus_slot_unref(slot);
+    }
 };
 
-using BusPointer = std::unique_ptr<sd_bus, BusReleaser>;
-using BusMessagePointer = std::unique_ptr<sd_bus_message, BusReleaser>;
-using BusSlotPointer = std::unique_ptr<sd_bus_slot, BusReleaser>;
+template <class T>
+using BusPointer = std::unique_ptr<T, BusReleaser>;
 
 /// The method of a service of the system.
 struct BusMethod
@@ -33,63 +42,61 @@ struct BusMethod
     const char* name;
 };
 
-/// Null when there was no answer; an error's message comes with its result.
-struct BusAnswer
+/// The message is null without a response; an error's message comes with its result.
+struct BusResponse
 {
     CommandResult result;
-    BusMessagePointer message;
+    BusPointer<sd_bus_message> message;
 };
 
-/// A connection to the system bus that waits for nothing longer than its deadline and for nothing once the process
-/// stops. Owned by a command. Threads: only the command's. Nothing it does throws but for want of memory.
+/// A connection to the system bus. Every wait has a deadline and ends when the process stops. Owned by a command.
+/// Threads: only the command's. Throws only when memory runs out.
 class SystemBus final
 {
 public:
     /// Not open yet. Requires: `stop` outlives the bus.
     SystemBus(const System::Commons::Threading::WakeEvent& stop, std::chrono::milliseconds callTimeout);
-    SystemBus(const SystemBus&) = delete;
-    SystemBus& operator=(const SystemBus&) = delete;
-    ~SystemBus();
 
-    /// NotAvailable when there is no bus, AccessDenied when it is not for this process.
+    /// NotAvailable when there is no bus, AccessDenied when this process may not use it.
     CommandResult Open();
 
-    /// Calls with the arguments that `types` tells of, each as `sd_bus_message_append` takes it. Requires: is open.
-    /// NotAvailable: no such service or no bus any more; AccessDenied; TimedOut: no answer; DeviceFault: other errors.
+    /// Calls with arguments of `types`, each as `sd_bus_message_append` takes it. Requires: is open.
+    /// NotAvailable: no such service, or the connection is lost; AccessDenied; TimedOut: no response; DeviceFault:
+    /// other errors.
     template <class... Args>
-    [[nodiscard]] BusAnswer Call(const BusMethod& method, const char* types, Args... arguments)
+    [[nodiscard]] BusResponse Call(const BusMethod& method, const char* types, Args... arguments)
     {
-        BusMessagePointer call;
-        int result = Make(method, call);
-        if constexpr (sizeof...(arguments) > 0)
-        {
-            result = result < 0 ? result : sd_bus_message_append(call.get(), types, arguments...);
-        }
-        return Send(method, call.get(), result);
+        BusPointer<sd_bus_message> message;
+        sd_bus_slot* pending = nullptr;
+        const int sent = sd_bus_call_method_async(bus.get(), &pending, method.service, method.path, method.interface,
+                                                  method.name, &KeepMessage, &message, types, arguments...);
+        // Without the slot the handler is never called, so that it does not outlive `message`.
+        const BusPointer<sd_bus_slot> slot(pending);
+        CommandResult result = AwaitResponse(method, sent, message);
+        return {std::move(result), std::move(message)};
     }
 
-    /// Handles what comes until `isDone`; TimedOut when it is not done by then. Requires: is open.
+    /// Handles messages until `isDone`; TimedOut when that takes too long. Requires: is open.
     CommandResult ProcessUntil(const std::function<bool()>& isDone, std::chrono::milliseconds timeout);
 
-    /// For what else there is to do with it. Requires: is open.
+    /// For everything else. Requires: is open.
     [[nodiscard]] sd_bus* Get() const noexcept
     {
         return bus.get();
     }
 
 private:
-    /// Sets `call`; a negative errno when there is none.
-    int Make(const BusMethod& method, BusMessagePointer& call);
-    /// `made`: how making the call ended.
-    [[nodiscard]] BusAnswer Send(const BusMethod& method, sd_bus_message* call, int made);
-    CommandResult AwaitMore(std::chrono::milliseconds timeout) const;
+    static int KeepMessage(sd_bus_message* message, void* kept, sd_bus_error* error) noexcept;
+    /// `sent`: what sending the call returned.
+    CommandResult AwaitResponse(const BusMethod& method, int sent, const BusPointer<sd_bus_message>& message);
+    CommandResult AwaitMessage(std::chrono::milliseconds timeout) const;
 
     const System::Commons::Threading::WakeEvent& stop;
     const std::chrono::milliseconds callTimeout;
-    BusPointer bus;
+    BusPointer<sd_bus> bus;
 };
 
-/// The result that `error`, a positive errno, of an attempt to do `what` ("open the system bus") means.
-CommandResult DescribeBusFault(int error, const BasicString& what);
+/// The result of a failed `action` ("open the system bus"). `error`: a positive errno.
+CommandResult DescribeBusFault(int error, const BasicString& action);
 
 } // namespace Oxa::Device::Linux::Commands

@@ -1,9 +1,11 @@
 #include "Device/Commands/UnitRun.hpp"
 
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <systemd/sd-bus.h>
 
+#include <chrono>
 #include <string_view>
 
 namespace Oxa::Device::Linux::Commands
@@ -24,7 +26,7 @@ constexpr const char* serviceInterface = "org.freedesktop.systemd1.Service";
 
 using Clock = std::chrono::steady_clock;
 
-/// The unique name that the bus put there; empty when there is none.
+/// The unique name that the bus filled in; empty when there is none.
 std::string_view GetSender(sd_bus_message* message) noexcept
 {
     const char* const sender = sd_bus_message_get_sender(message);
@@ -33,14 +35,62 @@ std::string_view GetSender(sd_bus_message* message) noexcept
 
 } // namespace
 
-UnitRun::UnitRun(SystemBus& bus, const BasicString& unit, const CommandTimes& times)
-    : bus(bus), unit(unit), times(times)
+/// One run of a unit, used once.
+class UnitRun final : private System::Commons::Diagnostics::Logging::Loggable<UnitRun>
 {
-}
+public:
+    UnitRun(SystemBus& bus, const BasicString& unit, const CommandTimes& times) : bus(bus), unit(unit), times(times) {}
 
-UnitRun::~UnitRun() = default;
+    CommandResult Run();
 
-CommandResult UnitRun::Carry()
+private:
+    /// The unit's job, and its result once it has ended. Signals count only from the connection of its manager.
+    struct Job
+    {
+        BasicString manager;
+        BasicString path;
+        BasicString result;
+    };
+
+    /// The unit's state now, in the words of systemd.
+    struct UnitState
+    {
+        BasicString active;
+        BasicString sub;
+        BasicString result;
+    };
+
+    CommandResult FindUnit();
+    CommandResult RefuseWhenActive();
+    CommandResult WatchJobs();
+    CommandResult StartJob();
+    CommandResult AwaitJob();
+    CommandResult AwaitEnd();
+
+    static int OnJobRemoved(sd_bus_message* signal, void* watchedJob, sd_bus_error* error) noexcept;
+
+    [[nodiscard]] bool IsTarget() const noexcept
+    {
+        return unit.ends_with(".target");
+    }
+
+    [[nodiscard]] bool HasEnded(const UnitState& state) const noexcept;
+    CommandResult ReadState(UnitState& state);
+    CommandResult ReadProperty(const char* propertyInterface, const char* property, BasicString& value);
+    CommandResult Judge(const UnitState& state) const;
+    CommandResult MakeUnknown(const CommandResult& result) const;
+
+    SystemBus& bus;
+    const BasicString& unit;
+    const CommandTimes& times;
+    BasicString unitPath;
+    Clock::time_point deadline;
+    Job job;
+    /// Writes into the job.
+    BusPointer<sd_bus_slot> watch;
+};
+
+CommandResult UnitRun::Run()
 {
     for (CommandResult (UnitRun::*const step)() : {&UnitRun::FindUnit, &UnitRun::RefuseWhenActive, &UnitRun::WatchJobs,
                                                    &UnitRun::StartJob, &UnitRun::AwaitJob, &UnitRun::AwaitEnd})
@@ -51,21 +101,21 @@ CommandResult UnitRun::Carry()
             return result;
         }
     }
-    Log(LogLevel::Notice, "The unit '{0}' has done its work", unit);
+    Log(LogLevel::Notice, "the unit '{0}' has ended successfully", unit);
     return {};
 }
 
 CommandResult UnitRun::FindUnit()
 {
-    const BusAnswer answer = bus.Call({service, path, interface, "LoadUnit"}, "s", unit.c_str());
-    if (!answer.result.IsSuccess())
+    const BusResponse response = bus.Call({service, path, interface, "LoadUnit"}, "s", unit.c_str());
+    if (!response.result.IsSuccess())
     {
-        return answer.result;
+        return response.result;
     }
     const char* found = nullptr;
-    if (sd_bus_message_read(answer.message.get(), "o", &found) <= 0)
+    if (sd_bus_message_read(response.message.get(), "o", &found) <= 0)
     {
-        return {AccessErrorCode::DeviceFault, "the answer of systemd is not understood"};
+        return {AccessErrorCode::DeviceFault, "systemd returned an invalid response"};
     }
     unitPath = found;
     return {};
@@ -89,65 +139,71 @@ CommandResult UnitRun::RefuseWhenActive()
 
 CommandResult UnitRun::WatchJobs()
 {
-    const auto onJobRemoved = [](sd_bus_message* signal, void* userData, sd_bus_error*) noexcept
-    {
-        uint32 id = 0;
-        const char* removedPath = nullptr;
-        const char* removedUnit = nullptr;
-        const char* result = nullptr;
-        Job& watched = *static_cast<Job*>(userData);
-        // Anybody on the bus may send a signal to this connection alone; the match does not hold that back.
-        if (watched.manager != GetSender(signal))
-        {
-            return 0;
-        }
-        const int read = sd_bus_message_read(signal, "uoss", &id, &removedPath, &removedUnit, &result);
-        if (read > 0 && watched.path == removedPath)
-        {
-            watched.outcome = result;
-        }
-        return 0;
-    };
     sd_bus_slot* slot = nullptr;
-    // Sent before the unit's start and therefore in force by then.
-    const int result = sd_bus_match_signal_async(bus.Get(), &slot, service, path, interface, "JobRemoved", onJobRemoved,
-                                                 nullptr, &job);
+    // Sent before the unit's start, so that it is in force by then.
+    const int result = sd_bus_match_signal_async(bus.Get(), &slot, service, path, interface, "JobRemoved",
+                                                 &OnJobRemoved, nullptr, &job);
     watch.reset(slot);
     if (result < 0)
     {
         return DescribeBusFault(-result, "watch the jobs of systemd");
     }
-    // Without this systemd does not tell of jobs.
+    // Without this systemd sends no signals about jobs.
     return bus.Call({service, path, interface, "Subscribe"}, "").result;
+}
+
+int UnitRun::OnJobRemoved(sd_bus_message* signal, void* watchedJob, sd_bus_error* /*error*/) noexcept
+{
+    uint32 id = 0;
+    const char* removedPath = nullptr;
+    const char* removedUnit = nullptr;
+    const char* result = nullptr;
+    Job& job = *static_cast<Job*>(watchedJob);
+    // Every process on the bus may send a signal to this connection directly; the match does not filter those.
+    if (job.manager == GetSender(signal) &&
+        sd_bus_message_read(signal, "uoss", &id, &removedPath, &removedUnit, &result) > 0 && job.path == removedPath)
+    {
+        job.result = result;
+    }
+    return 0;
 }
 
 CommandResult UnitRun::StartJob()
 {
-    const BusAnswer answer = bus.Call({service, path, interface, "StartUnit"}, "ss", unit.c_str(), "fail");
-    if (!answer.result.IsSuccess())
+    const BusResponse response = bus.Call({service, path, interface, "StartUnit"}, "ss", unit.c_str(), "fail");
+    if (!response.result.IsSuccess())
     {
         const bool isUnknown =
-            answer.message != nullptr &&
-            sd_bus_message_is_method_error(answer.message.get(), "org.freedesktop.systemd1.NoSuchUnit") > 0;
-        return isUnknown ? CommandResult{AccessErrorCode::NotSupported, answer.result.cause} : answer.result;
+            response.message != nullptr &&
+            sd_bus_message_is_method_error(response.message.get(), "org.freedesktop.systemd1.NoSuchUnit") > 0;
+        return isUnknown ? CommandResult{AccessErrorCode::NotSupported, response.result.cause} : response.result;
     }
     const char* started = nullptr;
-    const std::string_view manager = GetSender(answer.message.get());
-    if (manager.empty() || sd_bus_message_read(answer.message.get(), "o", &started) <= 0)
+    const std::string_view manager = GetSender(response.message.get());
+    if (manager.empty() || sd_bus_message_read(response.message.get(), "o", &started) <= 0)
     {
-        return {AccessErrorCode::DeviceFault, "the answer of systemd is not understood"};
+        return {AccessErrorCode::DeviceFault, "systemd returned an invalid response"};
     }
     job.manager = manager;
     job.path = started;
-    Log(LogLevel::Notice, "The unit '{0}' is being started", unit);
+    Log(LogLevel::Notice, "the unit '{0}' is starting", unit);
     return {};
 }
 
 CommandResult UnitRun::AwaitJob()
 {
     deadline = Clock::now() + times.unit;
-    const CommandResult result = bus.ProcessUntil([this] { return !job.outcome.empty(); }, times.unit);
-    return result.IsSuccess() ? JudgeJob() : CommandResult{result.code, MakeUnknown(result.cause)};
+    const CommandResult waited = bus.ProcessUntil([this] { return !job.result.empty(); }, times.unit);
+    if (!waited.IsSuccess())
+    {
+        return MakeUnknown(waited);
+    }
+    if (job.result == "done")
+    {
+        return {};
+    }
+    return {job.result == "timeout" ? AccessErrorCode::TimedOut : AccessErrorCode::DeviceFault,
+            Text::Format("the job of the unit '{0}' ended with '{1}'", unit, job.result)};
 }
 
 CommandResult UnitRun::AwaitEnd()
@@ -158,7 +214,7 @@ CommandResult UnitRun::AwaitEnd()
         const CommandResult read = ReadState(state);
         if (!read.IsSuccess())
         {
-            return {read.code, MakeUnknown(read.cause)};
+            return MakeUnknown(read);
         }
         if (HasEnded(state))
         {
@@ -170,17 +226,12 @@ CommandResult UnitRun::AwaitEnd()
                                                             state.active, state.sub, times.unit.count())};
         }
         const CommandResult paused = bus.ProcessUntil([] { return false; }, times.unitPoll);
-        // TimedOut says that the time until the next look is over.
+        // TimedOut means that it is time for the next read.
         if (paused.code != AccessErrorCode::TimedOut)
         {
-            return {paused.code, MakeUnknown(paused.cause)};
+            return MakeUnknown(paused);
         }
     }
-}
-
-bool UnitRun::IsTarget() const noexcept
-{
-    return unit.ends_with(".target");
 }
 
 bool UnitRun::HasEnded(const UnitState& state) const noexcept
@@ -190,6 +241,8 @@ bool UnitRun::HasEnded(const UnitState& state) const noexcept
            (state.active == "active" && (IsTarget() || state.sub == "exited"));
 }
 
+/// One property after the other: less code than two calls for all properties of two interfaces, of which three matter.
+/// The order matters: when `active` tells an end, what is read after it belongs to the same run.
 CommandResult UnitRun::ReadState(UnitState& state)
 {
     CommandResult result = ReadProperty(unitInterface, "ActiveState", state.active);
@@ -206,30 +259,20 @@ CommandResult UnitRun::ReadState(UnitState& state)
 
 CommandResult UnitRun::ReadProperty(const char* propertyInterface, const char* property, BasicString& value)
 {
-    const BusAnswer answer = bus.Call({service, unitPath.c_str(), "org.freedesktop.DBus.Properties", "Get"}, "ss",
-                                      propertyInterface, property);
-    if (!answer.result.IsSuccess())
+    const BusResponse response = bus.Call({service, unitPath.c_str(), "org.freedesktop.DBus.Properties", "Get"}, "ss",
+                                          propertyInterface, property);
+    if (!response.result.IsSuccess())
     {
-        return answer.result;
+        return response.result;
     }
     const char* text = nullptr;
-    if (sd_bus_message_read(answer.message.get(), "v", "s", &text) <= 0)
+    if (sd_bus_message_read(response.message.get(), "v", "s", &text) <= 0)
     {
         return {AccessErrorCode::DeviceFault,
-                Text::Format("what systemd says of '{0}' of the unit '{1}' is not understood", property, unit)};
+                Text::Format("systemd returned an invalid property '{0}' of the unit '{1}'", property, unit)};
     }
     value = text;
     return {};
-}
-
-CommandResult UnitRun::JudgeJob() const
-{
-    if (job.outcome == "done")
-    {
-        return {};
-    }
-    return {job.outcome == "timeout" ? AccessErrorCode::TimedOut : AccessErrorCode::DeviceFault,
-            Text::Format("the unit '{0}' ended with '{1}'", unit, job.outcome)};
 }
 
 CommandResult UnitRun::Judge(const UnitState& state) const
@@ -243,9 +286,14 @@ CommandResult UnitRun::Judge(const UnitState& state) const
             Text::Format("the unit '{0}' ended as '{1}' with the result '{2}'", unit, state.active, state.result)};
 }
 
-BasicString UnitRun::MakeUnknown(const BasicString& cause) const
+CommandResult UnitRun::MakeUnknown(const CommandResult& result) const
 {
-    return Text::Format("how the unit '{0}' ends is not known: {1}", unit, cause);
+    return {result.code, Text::Format("the result of the unit '{0}' is unknown: {1}", unit, result.cause)};
+}
+
+CommandResult RunUnit(SystemBus& bus, const BasicString& unit, const CommandTimes& times)
+{
+    return UnitRun(bus, unit, times).Run();
 }
 
 } // namespace Oxa::Device::Linux::Commands

@@ -3,14 +3,19 @@
 #include "Device/Description/DeviceDescription.hpp"
 #include "Device/Identity/IdentityItems.hpp"
 #include "Device/Machine/MachineRoot.hpp"
+#include "Device/Services/ItemService.hpp"
+#include "Device/Services/RtcService.hpp"
+#include "Oxa/Device/Interface/Services/DeviceControlServiceProxyFactory.hpp"
+#include "Oxa/Device/Interface/Services/DeviceInfoServiceProxyFactory.hpp"
+#include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/IdentityItemKeys.hpp"
+#include "Oxa/Hardware/RealTimeClock/Services/Internal/RtcServiceProxyFactory.hpp"
 #include "Oxa/System/Acf/IComponent.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 
 #include <fmt/format.h>
 
-#include <exception>
 #include <utility>
 
 namespace Oxa::Device::Linux::Component
@@ -49,8 +54,8 @@ BasicString ReadText(const Items::ItemTable& items, const char* key)
 
 } // namespace
 
-LinuxComponent::LinuxComponent(System::Commons::AppDomain& appDomain, std::unique_ptr<Machine::IWaiter> commandWaiter)
-    : appDomain(appDomain), commandWaiter(std::move(commandWaiter))
+LinuxComponent::LinuxComponent(System::Commons::AppDomain& appDomain, const Commands::CommandTimes& commandTimes)
+    : appDomain(appDomain), commandTimes(commandTimes)
 {
 }
 
@@ -64,8 +69,7 @@ void LinuxComponent::Setup(const System::Acf::ComponentInfo& componentInfo)
     if (componentInfo.GetSettingsPath().empty())
     {
         throw XmlException::Create(
-            "The component '{0}' has no settings: they have to name a device description, a file "
-            "or a folder of files",
+            "the component '{0}' has no settings: they have to name a device description, a file or a folder of files",
             componentInfo.GetComponentName());
     }
     const auto description = DeviceDescription::Load(componentInfo.GetSettingsPath());
@@ -75,7 +79,7 @@ void LinuxComponent::Setup(const System::Acf::ComponentInfo& componentInfo)
     auto table = description.MakeItems(*machine);
     Identity::AddIdentityItems(*table, bootIdentity, description.GetContent().files);
     items = std::move(table);
-    Log(LogLevel::Information, "Device description '{0}', number of files: {1}", description.GetContent().name,
+    Log(LogLevel::Information, "device description '{0}', number of files: {1}", description.GetContent().name,
         description.GetContent().files.size());
     commandSettings = description.GetContent().commands;
 }
@@ -87,44 +91,39 @@ void LinuxComponent::Start()
     {
         sampler = std::make_unique<Sources::CpuSampler>(loads);
     }
-    commands = MakeCommands();
-    services = std::make_unique<Services::DeviceServices>(items, commands);
-    Offer();
-}
-
-void LinuxComponent::Stop() noexcept
-{
-    try
-    {
-        // First of all, lest the end of an outage offers again what is withdrawn here.
-        if (commands)
-        {
-            commands->Stop();
-        }
-        services.reset();
-        sampler.reset();
-    }
-    catch (const std::exception& exception)
-    {
-        Log(LogLevel::Error, "The device services could not be stopped: {0}", exception.what());
-    }
-}
-
-std::shared_ptr<Commands::DeviceCommands> LinuxComponent::MakeCommands()
-{
-    Commands::DeviceCommands::OutageActions outageActions = {[this] { services->Withdraw(); },
+    Commands::DeviceCommands::OutageActions outageActions = {[this] { registration.reset(); },
                                                              [this]
                                                              {
                                                                  bootIdentity->Renew();
                                                                  Offer();
                                                              }};
-    return std::make_shared<Commands::DeviceCommands>(commandSettings, std::move(outageActions),
-                                                      std::move(commandWaiter));
+    commands = std::make_shared<Commands::DeviceCommands>(commandSettings, std::move(outageActions), commandTimes);
+    Offer();
+}
+
+void LinuxComponent::Stop() noexcept
+{
+    // First, so that the end of an outage cannot offer again what is withdrawn here.
+    if (commands)
+    {
+        commands->Stop();
+    }
+    registration.reset();
+    sampler.reset();
 }
 
 void LinuxComponent::Offer()
 {
-    services->Offer(ReadText(*items, bootIdKey), ReadText(*items, buildIdKey));
+    using Service = System::Rsc::RscRegistration::Service;
+    registration.emplace(
+        ReadText(*items, bootIdKey), ReadText(*items, buildIdKey),
+        std::vector<Service>{{Interface::Services::DeviceInfoServiceProxyFactory::GetInstance(),
+                              std::make_shared<Services::DeviceInfoService>(items)},
+                             {Interface::Services::DeviceStatusServiceProxyFactory::GetInstance(),
+                              std::make_shared<Services::DeviceStatusService>(items)},
+                             {Hardware::RealTimeClock::Services::Internal::RtcServiceProxyFactory::GetInstance(),
+                              std::make_shared<Services::RtcService>()},
+                             {Interface::Services::DeviceControlServiceProxyFactory::GetInstance(), commands}});
 }
 
 void LinuxComponent::LogSources() const
@@ -144,8 +143,8 @@ void LinuxComponent::LogSources() const
             simulatedAsFallback.push_back(item->GetKey());
         }
     }
-    LogNames("Simulated on this machine", simulated);
-    LogNames("Simulated whenever this machine gives no value", simulatedAsFallback);
+    LogNames("simulated on this machine", simulated);
+    LogNames("simulated whenever this machine gives no value", simulatedAsFallback);
 }
 
 void LinuxComponent::LogNames(const char* title, const std::vector<BasicString>& names) const

@@ -4,13 +4,13 @@
 #include "Device/Description/DescribedMachine.hpp"
 #include "Device/Identity/BootIdentity.hpp"
 #include "Device/Items/ItemTable.hpp"
-#include "Device/Machine/IWaiter.hpp"
-#include "Device/Services/DeviceServices.hpp"
 #include "Device/Sources/CpuLoads.hpp"
 #include "Oxa/System/Acf/IComponent.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
+#include "Oxa/System/Rsc/RscRegistration.hpp"
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace Oxa::System::Commons
@@ -21,20 +21,20 @@ class AppDomain;
 namespace Oxa::Device::Linux::Component
 {
 
-/// The device services of a Linux machine: puts items, services, sampler and commands together, as the device
-/// description says that the settings path names. The machine is the folder that the application domain's variable
-/// OXA_DEVICE_ROOT names, else "/". Owned by the process that created it. Threads: as every component, one operation at
+/// The device services of a Linux machine: puts items, services, sampler and commands together, by the device
+/// description at the settings path. The machine is the folder that the application domain's variable OXA_DEVICE_ROOT
+/// names, else "/". Owned by the process that created it. Threads: as every component, one operation at
 /// a time.
 class LinuxComponent final : public System::Acf::IComponent,
                              private System::Commons::Diagnostics::Logging::Loggable<LinuxComponent>
 {
 public:
-    /// Requires: `commandWaiter` is not null, `appDomain` outlives `Setup`.
-    LinuxComponent(System::Commons::AppDomain& appDomain, std::unique_ptr<Machine::IWaiter> commandWaiter);
+    /// Requires: `appDomain` outlives `Setup`.
+    explicit LinuxComponent(System::Commons::AppDomain& appDomain, const Commands::CommandTimes& commandTimes = {});
     ~LinuxComponent() override;
 
-    /// Reads the description and finds out what the machine has. Throws XmlException when there is no description or
-    /// something is wrong with it, ArgumentException when the root is no folder.
+    /// Reads the description and prepares its items. Throws XmlException when there is no description or it has a
+    /// mistake, ArgumentException when the root is no folder.
     void Setup(const System::Acf::ComponentInfo& componentInfo) override;
 
     /// Offers the four services and starts the sampler. Requires: `Setup` was called.
@@ -44,14 +44,13 @@ public:
     void Stop() noexcept override;
 
 private:
-    [[nodiscard]] std::shared_ptr<Commands::DeviceCommands> MakeCommands();
-    /// As the services of the run that the identity items tell.
+    /// Offers the four services together, as those of the run that the identity items describe.
     void Offer();
     void LogSources() const;
     void LogNames(const char* title, const std::vector<BasicString>& names) const;
 
     System::Commons::AppDomain& appDomain;
-    std::unique_ptr<Machine::IWaiter> commandWaiter;
+    const Commands::CommandTimes commandTimes;
 
     std::unique_ptr<Description::DescribedMachine> machine;
     std::shared_ptr<Identity::BootIdentity> bootIdentity;
@@ -59,7 +58,8 @@ private:
     Commands::CommandSettings commandSettings;
 
     std::shared_ptr<Commands::DeviceCommands> commands;
-    std::unique_ptr<Services::DeviceServices> services;
+    /// Calls under way survive its end.
+    std::optional<System::Rsc::RscRegistration> registration;
     std::unique_ptr<Sources::CpuSampler> sampler;
 };
 

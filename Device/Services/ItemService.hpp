@@ -1,17 +1,27 @@
 #pragma once
 
 #include "Device/Items/ItemTable.hpp"
-#include "Device/Services/MultiItemRead.hpp"
+#include "Oxa/Device/Interface/Services/DeviceItems.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceInfoService.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
 
+#include <cstddef>
 #include <memory>
 #include <utility>
 
 namespace Oxa::Device::Linux::Services
 {
 
-/// What the device is, or how it is: both interfaces answer for every item of the table. Safe from several threads.
+/// The largest number of keys in one multi-item read.
+inline constexpr std::size_t maximumItemsPerRead = 4096;
+
+/// Takes the keys from the first delegate, then passes the values, each read on demand, to the second; all in one pass.
+/// Allocates nothing for the usual number of keys. Throws ArgumentException for too many keys, and what the
+/// delegates throw. Safe from several threads.
+void ReadItemsOf(const Items::ItemTable& table, const Interface::Services::WriteItemKeysDelegate& writeKeys,
+                 const Interface::Services::ReadItemValuesDelegate& readValues);
+
+/// What the device is, or how it is: both interfaces read every item of the table. Safe from several threads.
 template <class TService>
 class ItemService final : public TService
 {

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/IRtcService.hpp"
-#include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Commons/NotSupportedException.hpp"
 
-#include <functional>
+#include <chrono>
 
 namespace Oxa::Device::Linux::Services
 {
@@ -12,25 +12,21 @@ namespace Oxa::Device::Linux::Services
 class RtcService final : public Hardware::RealTimeClock::Services::Internal::IRtcService
 {
 public:
-    /// Microseconds since 1970-01-01, UTC. Must be safe from several threads.
-    using ReadClockFunction = std::function<int64()>;
+    /// Always throws NotSupportedException: the operating system sets the machine's time.
+    void WriteDateTime(const Oxa::DateTime& /*dateTime*/) override
+    {
+        throw System::Commons::NotSupportedException::Create(
+            "The real-time clock of this machine cannot be set from here");
+    }
 
-    /// Requires: the function has a target.
-    explicit RtcService(ReadClockFunction readClock);
-    ~RtcService() override;
-
-    /// CLOCK_REALTIME.
-    [[nodiscard]] static int64 ReadSystemClock() noexcept;
-
-    /// Always throws NotSupportedException: the machine's time is the operating system's business.
-    void WriteDateTime(const Oxa::DateTime& dateTime) override;
-
-    /// What the clock says, kind Utc: also the time of a clock that starts in 1970 because its battery is empty. Zero
+    /// The system's clock, kind Utc: also the time of a clock that starts in 1970 because its battery is empty. Zero
     /// ticks only for a time that a DateTime cannot hold.
-    [[nodiscard]] Oxa::DateTime ReadDateTime() override;
-
-private:
-    const ReadClockFunction readClock;
+    [[nodiscard]] Oxa::DateTime ReadDateTime() override
+    {
+        using namespace std::chrono;
+        return Oxa::DateTime::FromUnixTimeMicroseconds(
+            duration_cast<microseconds>(system_clock::now().time_since_epoch()).count());
+    }
 };
 
 } // namespace Oxa::Device::Linux::Services

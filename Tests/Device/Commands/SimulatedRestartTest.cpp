@@ -1,12 +1,10 @@
 #include "Device/Commands/DeviceCommands.hpp"
-#include "Device/FakeTime.hpp"
-#include "Device/Services/DeviceControlService.hpp"
+#include "Support/Eventually.hpp"
 #include "Support/LogRecorder.hpp"
 
 #include <gtest/gtest.h>
 
-#include <future>
-#include <memory>
+#include <atomic>
 
 namespace Oxa::Tests::Device
 {
@@ -17,88 +15,67 @@ using Oxa::Device::Interface::Services::AccessErrorCode;
 namespace
 {
 
-class SimulatedRestart : public testing::Test
+/// A device whose restarts last as long as the test says.
+struct SimulatedDevice
 {
-protected:
-    Commands::DeviceCommands::OutageActions MakeActions()
+    explicit SimulatedDevice(std::chrono::milliseconds outage)
+        : commands({Commands::CommandSettings::RestartAction::Simulate,
+                    Commands::CommandSettings::FactoryResetAction::Simulate,
+                    {}},
+                   {[this] { isOffered = false; },
+                    [this]
+                    {
+                        isOffered = true;
+                        ++returnCount;
+                    }},
+                   {.outage = outage})
     {
-        return {[this] { isOffered = false; },
-                [this]
-                {
-                    isOffered = true;
-                    back.set_value();
-                }};
     }
 
-    void AwaitBack()
-    {
-        back.get_future().wait();
-        back = {};
-    }
-
-    FakeTime time;
-    std::promise<void> back;
     std::atomic<bool> isOffered = true;
-    const std::shared_ptr<Commands::DeviceCommands> commands = std::make_shared<Commands::DeviceCommands>(
-        Commands::CommandSettings{Commands::CommandSettings::RestartAction::Simulate,
-                                  Commands::CommandSettings::FactoryResetAction::Simulate,
-                                  {}},
-        MakeActions(), time.MakeWaiter());
-    Services::DeviceControlService service{commands};
+    std::atomic<int> returnCount = 0;
+    Commands::DeviceCommands commands;
 };
 
 } // namespace
 
-TEST_F(SimulatedRestart, TakesTheServicesAwayAndBringsThemBack)
+TEST(SimulatedRestart, TakesTheServicesAwayUntilItIsOverOrStopped)
 {
-    EXPECT_EQ(service.Restart(), AccessErrorCode::None);
-    time.AwaitWait(1);
-    EXPECT_FALSE(isOffered);
-    EXPECT_EQ(time.GetLastDuration(), std::chrono::seconds(3));
-    EXPECT_EQ(service.Restart(), AccessErrorCode::Busy);
-    EXPECT_EQ(service.FactoryReset(1), AccessErrorCode::Busy);
+    SimulatedDevice device(std::chrono::hours(1));
+    EXPECT_EQ(device.commands.Restart(), AccessErrorCode::None);
+    EXPECT_TRUE(Support::Eventually([&device] { return !device.isOffered; }));
+    EXPECT_EQ(device.commands.Restart(), AccessErrorCode::Busy);
+    EXPECT_EQ(device.commands.FactoryReset(1), AccessErrorCode::Busy);
 
-    time.Elapse();
-    AwaitBack();
-    EXPECT_TRUE(isOffered);
+    device.commands.Stop();
+    EXPECT_FALSE(device.isOffered);
+    EXPECT_EQ(device.commands.Restart(), AccessErrorCode::NotAvailable);
 }
 
-TEST_F(SimulatedRestart, CanHappenAgain)
+TEST(SimulatedRestart, BringsTheServicesBackAndCanHappenAgain)
 {
+    SimulatedDevice device(std::chrono::milliseconds(1));
     for (int round = 1; round <= 3; ++round)
     {
-        // Busy until the thread of the round before has said that it is done.
-        AccessErrorCode result = AccessErrorCode::Busy;
-        while (result == AccessErrorCode::Busy)
-        {
-            result = service.FactoryReset(1);
-        }
-        EXPECT_EQ(result, AccessErrorCode::None);
-        time.AwaitWait(round);
-        time.Elapse();
-        AwaitBack();
+        // Busy until the thread of the previous round has ended its command.
+        EXPECT_TRUE(
+            Support::Eventually([&device] { return device.commands.FactoryReset(1) == AccessErrorCode::None; }));
+        EXPECT_TRUE(Support::Eventually([&device, round] { return device.returnCount == round; }));
+        EXPECT_TRUE(device.isOffered);
     }
 }
 
-TEST_F(SimulatedRestart, IsNotWhatUnknownResetKindsGet)
+TEST(SimulatedRestart, IsNotWhatUnknownResetKindsGet)
 {
     const Support::LogRecorder log;
+    SimulatedDevice device(std::chrono::hours(1));
     for (const uint16 kind : {0, 2, 65535})
     {
-        EXPECT_EQ(service.FactoryReset(kind), AccessErrorCode::NotSupported) << kind;
+        EXPECT_EQ(device.commands.FactoryReset(kind), AccessErrorCode::NotSupported) << kind;
     }
-    EXPECT_TRUE(isOffered);
+    EXPECT_TRUE(device.isOffered);
     ASSERT_EQ(log.GetEntries().size(), 3U);
-    EXPECT_EQ(log.GetEntries()[1].message, "A factory reset of kind 2 was asked for by this process: not supported");
-}
-
-TEST_F(SimulatedRestart, EndsAtOnceWhenItIsStopped)
-{
-    EXPECT_EQ(service.Restart(), AccessErrorCode::None);
-    time.AwaitWait(1);
-    commands->Stop();
-    EXPECT_FALSE(isOffered);
-    EXPECT_EQ(service.Restart(), AccessErrorCode::NotAvailable);
+    EXPECT_EQ(log.GetEntries()[1].message, "factory reset of kind 2 for this process: not supported");
 }
 
 } // namespace Oxa::Tests::Device

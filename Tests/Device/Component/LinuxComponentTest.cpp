@@ -1,7 +1,6 @@
 #include "Device/Component/LinuxComponent.hpp"
 
 #include "Device/FakeMachine.hpp"
-#include "Device/FakeTime.hpp"
 #include "Device/ItemValueText.hpp"
 #include "Oxa/Device/Interface/Services/DeviceControlServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceInfoServiceProxyFactory.hpp"
@@ -17,11 +16,12 @@
 #include "Oxa/System/Commons/XmlException.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
+#include "Support/Eventually.hpp"
 #include "Support/LogRecorder.hpp"
 
 #include <gtest/gtest.h>
 
-#include <thread>
+#include <optional>
 
 namespace Oxa::Tests::Device
 {
@@ -50,13 +50,14 @@ const auto getRtc = &GetService<IRtcService, RtcServiceProxyFactory>;
 class RunningComponent : public testing::Test
 {
 protected:
-    void Start()
+    void Start(std::chrono::milliseconds outage = std::chrono::hours(1))
     {
+        component.emplace(appDomain, Oxa::Device::Linux::Commands::CommandTimes{.outage = outage});
         machine.BecomePc();
         appDomain.SetVariable("OXA_DEVICE_ROOT", machine.GetPath(""));
-        component.Setup(Oxa::System::Acf::ComponentInfo("Linux", OXA_DESCRIPTIONS "/pc.xml"));
+        component->Setup(Oxa::System::Acf::ComponentInfo("Linux", OXA_DESCRIPTIONS "/pc.xml"));
         EXPECT_EQ(getStatus(), nullptr);
-        component.Start();
+        component->Start();
     }
 
     BasicString ReadBootId(IDeviceStatusService& status)
@@ -67,8 +68,7 @@ protected:
     const Support::LogRecorder log{Oxa::System::Commons::Diagnostics::Logging::LogLevel::Information};
     FakeMachine machine;
     Oxa::System::Commons::AppDomain appDomain{"test"};
-    FakeTime outageTime;
-    LinuxComponent component{appDomain, outageTime.MakeWaiter()};
+    std::optional<LinuxComponent> component{std::in_place, appDomain};
 };
 
 } // namespace
@@ -81,7 +81,7 @@ TEST_F(RunningComponent, OffersFourServicesUntilItIsStopped)
     EXPECT_GT(getRtc()->ReadDateTime().ToUnixTimeMicroseconds(), 0);
     EXPECT_NE(getControl(), nullptr);
 
-    component.Stop();
+    component->Stop();
     EXPECT_EQ(getInfo(), nullptr);
     EXPECT_EQ(getStatus(), nullptr);
     EXPECT_EQ(getRtc(), nullptr);
@@ -91,10 +91,10 @@ TEST_F(RunningComponent, OffersFourServicesUntilItIsStopped)
 TEST_F(RunningComponent, SaysOnceWhatIsDescribedAndWhatIsSimulated)
 {
     Start();
-    component.Stop();
+    component->Stop();
     const auto entries = log.GetEntries();
     ASSERT_EQ(entries.size(), 2U);
-    EXPECT_EQ(entries[0].message, "Device description 'pc', number of files: 1");
+    EXPECT_EQ(entries[0].message, "device description 'pc', number of files: 1");
     EXPECT_EQ(entries[1].level, Oxa::System::Commons::Diagnostics::Logging::LogLevel::Information);
     EXPECT_NE(entries[1].message.find("Status.Leds.Runtime.Run"), BasicString::npos);
     EXPECT_EQ(entries[1].message.find("Temperature"), BasicString::npos);
@@ -106,44 +106,39 @@ TEST_F(RunningComponent, SaysWhatIsSimulatedAtTimes)
         <Item key="A"><first><file path="/a"/><first><simulated value="1"/><text value="2"/></first></first></Item>
         <Item key="B"><first><file path="/b"/><text value="2"/></first></Item>
         <Item key="C"><first><simulated value="1"/><simulated value="2"/></first></Item></DeviceDescriptionDocument>)");
-    component.Setup(Oxa::System::Acf::ComponentInfo("Linux", machine.GetPath("/d.xml")));
-    component.Start();
+    component->Setup(Oxa::System::Acf::ComponentInfo("Linux", machine.GetPath("/d.xml")));
+    component->Start();
     BasicString messages;
     for (const auto& entry : log.GetEntries())
     {
         messages += entry.message + "\n";
     }
-    EXPECT_NE(messages.find("Simulated on this machine: C\nSimulated whenever this machine gives no value: A\n"),
+    EXPECT_NE(messages.find("simulated on this machine: C\nsimulated whenever this machine gives no value: A\n"),
               BasicString::npos)
         << messages;
 }
 
 TEST_F(RunningComponent, ComesBackFromARestartWithAnotherBootId)
 {
-    Start();
+    Start(std::chrono::milliseconds(300));
     const auto status = getStatus();
     const BasicString bootId = ReadBootId(*status);
     EXPECT_EQ(getControl()->Restart(), AccessErrorCode::None);
-    outageTime.AwaitWait(1);
-    EXPECT_EQ(getControl(), nullptr);
-    EXPECT_THROW(ReadBootId(*status), Oxa::System::Rsc::RscServiceException);
-
-    outageTime.Elapse();
-    while (!getControl())
-    {
-        std::this_thread::yield();
-    }
+    EXPECT_TRUE(Support::Eventually([] { return !getControl(); }));
+    EXPECT_TRUE(Support::Eventually([] { return getControl() != nullptr; }));
     EXPECT_NE(ReadBootId(*status), bootId);
     EXPECT_EQ(ReadBootId(*status), ReadBootId(*getStatus()));
-    component.Stop();
+    component->Stop();
 }
 
-TEST_F(RunningComponent, CanBeStoppedDuringAnOutage)
+TEST_F(RunningComponent, OffersNothingDuringAnOutageAndCanBeStoppedThen)
 {
     Start();
+    const auto status = getStatus();
     EXPECT_EQ(getControl()->FactoryReset(1), AccessErrorCode::None);
-    outageTime.AwaitWait(1);
-    component.Stop();
+    EXPECT_TRUE(Support::Eventually([] { return !getControl(); }));
+    EXPECT_THROW(ReadBootId(*status), Oxa::System::Rsc::RscServiceException);
+    component->Stop();
     EXPECT_EQ(getControl(), nullptr);
 }
 
@@ -152,7 +147,7 @@ TEST_F(RunningComponent, TellsABuildByProgramAndDescription)
     machine.Write("/d/1.xml", "<DeviceDescriptionDocument/>");
     const auto readBuildId = [this]
     {
-        LinuxComponent other(appDomain, outageTime.MakeWaiter());
+        LinuxComponent other(appDomain);
         other.Setup(Oxa::System::Acf::ComponentInfo("Linux", machine.GetPath("/d")));
         other.Start();
         return getInfo()->ReadItem(ItemKey("Status.System.BuildId")).ToString();
@@ -171,13 +166,13 @@ TEST_F(RunningComponent, TellsABuildByProgramAndDescription)
 
 TEST_F(RunningComponent, NeedsADescription)
 {
-    EXPECT_THROW(component.Setup(Oxa::System::Acf::ComponentInfo("Linux", "")), Oxa::System::Commons::XmlException);
+    EXPECT_THROW(component->Setup(Oxa::System::Acf::ComponentInfo("Linux", "")), Oxa::System::Commons::XmlException);
 }
 
 TEST_F(RunningComponent, DoesNotStartOnARootThatIsNoFolder)
 {
     appDomain.SetVariable("OXA_DEVICE_ROOT", machine.GetPath("/missing"));
-    EXPECT_THROW(component.Setup(Oxa::System::Acf::ComponentInfo("Linux", OXA_DESCRIPTIONS "/pc.xml")),
+    EXPECT_THROW(component->Setup(Oxa::System::Acf::ComponentInfo("Linux", OXA_DESCRIPTIONS "/pc.xml")),
                  Oxa::System::Commons::ArgumentException);
 }
 

@@ -2,11 +2,14 @@
 
 #include "Device/ItemValueText.hpp"
 #include "Device/MultiReadClient.hpp"
-#include "Device/Services/MultiItemRead.hpp"
+#include "Device/Services/RtcService.hpp"
 #include "Device/Sources/FallbackSource.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
+#include "Oxa/System/Commons/NotSupportedException.hpp"
 
 #include <gtest/gtest.h>
+
+#include <ctime>
 
 namespace Oxa::Tests::Device
 {
@@ -65,6 +68,16 @@ TEST(ReadingManyItems, RefusesMoreThanItsBound)
     MultiReadClient liar({});
     liar.announcedCount = static_cast<std::size_t>(-1);
     EXPECT_THROW(liar.Read(service), ArgumentException);
+}
+
+TEST(ReadingTheClock, GivesTheSystemsTimeWhichCannotBeSet)
+{
+    Services::RtcService service;
+    const int64 before = std::time(nullptr);
+    const Oxa::DateTime now = service.ReadDateTime();
+    EXPECT_GE(now.ToUnixTimeMicroseconds() / 1'000'000, before);
+    EXPECT_LE(now.ToUnixTimeMicroseconds() / 1'000'000, before + 60);
+    EXPECT_THROW(service.WriteDateTime(now), Oxa::System::Commons::NotSupportedException);
 }
 
 } // namespace Oxa::Tests::Device

@@ -1,4 +1,4 @@
-#include "Device/Services/MultiItemRead.hpp"
+#include "Device/Services/ItemService.hpp"
 
 #include "Oxa/System/Commons/ArgumentException.hpp"
 
@@ -16,7 +16,7 @@ using Items::DeviceItem;
 namespace
 {
 
-/// Null for every key that nobody knows.
+/// Null for every unknown key.
 using ItemList = std::pmr::vector<DeviceItem*>;
 
 void CheckCount(std::size_t count)
@@ -27,7 +27,7 @@ void CheckCount(std::size_t count)
     }
 }
 
-/// Takes the keys; keeps the items that they name instead of the texts.
+/// Takes the keys and keeps their items.
 class ItemCollector final : public System::Rsc::IRscWriteEnumerator<ItemKey>
 {
 public:
@@ -93,9 +93,9 @@ private:
 void ReadItemsOf(const Items::ItemTable& table, const Interface::Services::WriteItemKeysDelegate& writeKeys,
                  const Interface::Services::ReadItemValuesDelegate& readValues)
 {
-    // Room for 64 keys in one piece.
-    std::array<std::byte, 64 * sizeof(DeviceItem*)> room;
-    std::pmr::monotonic_buffer_resource memory(room.data(), room.size());
+    // Enough for 64 keys without an allocation.
+    std::array<std::byte, 64 * sizeof(DeviceItem*)> buffer;
+    std::pmr::monotonic_buffer_resource memory(buffer.data(), buffer.size());
     ItemList items(&memory);
 
     ItemCollector collector(table, items);
