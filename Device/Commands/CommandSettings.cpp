@@ -8,7 +8,7 @@ namespace Oxa::Device::Linux::Commands
 namespace
 {
 
-// systemd's bound, its terminating zero not counted.
+// systemd's limit, without the terminating zero.
 constexpr std::size_t maximumLength = 255;
 
 constexpr std::string_view allowedCharacters = "abcdefghijklmnopqrstuvwxyz"

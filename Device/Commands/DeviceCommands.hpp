@@ -52,8 +52,8 @@ public:
     /// As `Restart`. TimedOut when the reset takes longer than a caller waits: it goes on, and the restart follows.
     [[nodiscard]] AccessErrorCode FactoryReset(uint16 resetKind) override;
 
-    /// Ends a command at once, at whatever point it is; an outage without offering anything again. No command begins
-    /// any more.
+    /// Ends a command at once, at any step; an outage without offering the services again. No command can begin
+    /// afterwards.
     void Stop() noexcept;
 
 private:

@@ -129,7 +129,7 @@ CommandResult UnitRun::RefuseWhenActive()
     {
         return result;
     }
-    // What is active is not started a second time: systemd would say "done" at once, and nothing would be reset.
+    // An active unit is not started again: systemd would report "done" at once, and nothing would be reset.
     return {
         state.active == "active" ? AccessErrorCode::NotAvailable : AccessErrorCode::Busy,
         Text::Format("the unit '{0}' is '{1}' ({2}) before it is started; it has to be a service that ends, without "
@@ -242,7 +242,7 @@ bool UnitRun::HasEnded(const UnitState& state) const noexcept
 }
 
 /// One property after the other: less code than two calls for all properties of two interfaces, of which three matter.
-/// The order matters: when `active` tells an end, what is read after it belongs to the same run.
+/// The order matters: when `active` shows an end, the values read after it belong to the same run.
 CommandResult UnitRun::ReadState(UnitState& state)
 {
     CommandResult result = ReadProperty(unitInterface, "ActiveState", state.active);

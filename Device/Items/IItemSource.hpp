@@ -89,7 +89,7 @@ enum class Simulation
 };
 
 /// Where the value of one item comes from. Owned by the item.
-/// Threads: safe from several threads. What the machine refuses is a reading without a value, never an exception.
+/// Threads: safe from several threads. A failure of the machine is a reading without a value, never an exception.
 class IItemSource
 {
 public:

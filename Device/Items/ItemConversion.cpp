@@ -128,11 +128,11 @@ ItemReading Make(long double number)
     if constexpr (std::same_as<T, bool>)
     {
         return number == 0 || number == 1 ? ItemReading::Of(number == 1)
-                                          : ItemReading::Missing("a number is neither 0 nor 1, as a bool has to be");
+                                          : ItemReading::Missing("a bool must be 0 or 1");
     }
     const long double exact = std::integral<T> ? std::round(number) : number;
     return IsInRange<T>(exact) ? ItemReading::Of(static_cast<T>(exact))
-                               : ItemReading::Missing(fmt::format("a number is out of the range of {}",
+                               : ItemReading::Missing(fmt::format("the number is out of the range of {}",
                                                                   GetItemTypeWord(ItemValue(T()).GetType())));
 }
 
@@ -176,7 +176,7 @@ ItemReading FromNumber(long double number, RscType type)
     }
     std::optional<ItemReading> result;
     VisitNumberType(type, [number, &result](auto zero) { result = Make<decltype(zero)>(number); });
-    return result ? *result : ItemReading::Missing(fmt::format("a number is no {}", GetItemTypeWord(type)));
+    return result ? *result : ItemReading::Missing(fmt::format("a number cannot be a {}", GetItemTypeWord(type)));
 }
 
 ItemReading FromText(std::string_view text, RscType type)
@@ -191,7 +191,7 @@ ItemReading FromText(std::string_view text, RscType type)
     }
     const auto number = Machine::DeviceText::ParseReal(text);
     return number ? FromNumber(*number, type)
-                  : ItemReading::Missing(fmt::format("a text is no {}", GetItemTypeWord(type)));
+                  : ItemReading::Missing(fmt::format("the text is not a valid {}", GetItemTypeWord(type)));
 }
 
 ItemReading Convert(const ItemValue& value, RscType type)
@@ -210,7 +210,7 @@ ItemReading Convert(const ItemValue& value, RscType type)
     }
     const auto number = GetNumber(value);
     return number ? FromNumber(*number, type)
-                  : ItemReading::Missing(fmt::format("a value of the type {} is no {}",
+                  : ItemReading::Missing(fmt::format("a value of the type {} cannot be a {}",
                                                      GetItemTypeWord(value.GetType()), GetItemTypeWord(type)));
 }
 

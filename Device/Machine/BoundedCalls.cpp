@@ -32,7 +32,7 @@ constexpr uint32 localTypes[] = {PROC_SUPER_MAGIC,      SYSFS_MAGIC,     TMPFS_M
                                  OVERLAYFS_SUPER_MAGIC, SQUASHFS_MAGIC,  JFFS2_SUPER_MAGIC, MSDOS_SUPER_MAGIC,
                                  EROFS_SUPER_MAGIC_V1,  0x24051905 /* UBIFS, missing in the header */};
 
-/// The shared object that this code lies in, for the rest of the process.
+/// Keeps the shared object that contains this code loaded for the rest of the process.
 void KeepCodeLoaded() noexcept
 {
     Dl_info object = {};

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <system_error>
 
-/// What can be said about text that a device gives: any bytes, any length. Safe from any thread; views are valid as
-/// long as the text they were taken from.
+/// Parsing of text from a device: any bytes, any length. Safe from any thread; views are valid as long as the text that
+/// they were taken from.
 namespace Oxa::Device::Linux::Machine::DeviceText
 {
 

@@ -49,13 +49,13 @@ public:
     ~KeptFile();
 
     /// As much of the file as `buffer` holds; the text is valid as long as that. Never blocks on a pipe, and on a file
-    /// that hangs no longer than the budget says.
+    /// that hangs no longer than the budget allows.
     [[nodiscard]] Content Read(std::span<char> buffer, WaitBudget& budget) noexcept;
 
     /// The same with a budget of its own.
     [[nodiscard]] Content Read(std::span<char> buffer) noexcept;
 
-    /// A file that holds one whole number and nothing else. Without a number, `cause` says why.
+    /// The file's content as one whole number. Without a number, `cause` tells why.
     template <std::integral T>
     [[nodiscard]] std::optional<T> ReadNumber(BasicString& cause, WaitBudget& budget)
     {

@@ -7,12 +7,12 @@
 namespace Oxa::Device::Linux::Machine
 {
 
-/// The folder that all of the machine's files lie in: "/" for the machine this process runs on, any other for a machine
-/// that is a folder of files. A value type.
+/// The root folder of the machine's files: "/" for the machine that this process runs on, any other for a machine that
+/// is a folder of files. A value type.
 class MachineRoot final
 {
 public:
-    /// Throws ArgumentException when the folder is none.
+    /// Throws ArgumentException when it is not a folder.
     explicit MachineRoot(BasicString folder);
 
     /// Whether this is the machine that the process runs on.

@@ -16,7 +16,7 @@ namespace Oxa::Device::Linux::Sources
 namespace
 {
 
-// For the expression and what the search remembers of it; the library does without remembering when it is used up.
+// For the expression and the search's cache; without memory for the cache the library searches more slowly.
 constexpr int64_t maximumMemoryBytes = 256 * 1024;
 
 re2::RE2::Options MakeOptions()
@@ -24,7 +24,7 @@ re2::RE2::Options MakeOptions()
     re2::RE2::Options options;
     options.set_max_mem(maximumMemoryBytes);
     options.set_log_errors(false);
-    // What a device says may be no UTF-8.
+    // Text of a device may be invalid UTF-8.
     options.set_encoding(re2::RE2::Options::EncodingLatin1);
     return options;
 }
@@ -80,7 +80,7 @@ std::optional<std::string_view> LinePattern::Find(std::string_view text) const
 namespace
 {
 
-// The kernel prepares a buffer as large as it is asked for.
+// The kernel allocates a buffer as large as the read.
 constexpr std::size_t numberBytes = 128;
 constexpr std::size_t textBytes = 1024;
 
@@ -91,7 +91,7 @@ std::size_t GetReadBytes(const FileSource::Options& options) noexcept
         return Machine::KeptFile::pageBytes;
     }
     const bool isText = options.type == System::Rsc::RscType::String && options.scale == 1 && options.offset == 0;
-    // One more tells that there are too many.
+    // One byte more shows that the content is too long.
     return isText ? textBytes : numberBytes + 1;
 }
 
@@ -169,7 +169,7 @@ Items::ItemReading FileSource::MakeValue(std::string_view text) const
     }
     const auto number = Machine::DeviceText::ParseReal(text);
     return number ? Items::ItemConversion::FromNumber(*number * options.scale + options.offset, options.type)
-                  : Items::ItemReading::Missing("a text is no number");
+                  : Items::ItemReading::Missing("the text is not a number");
 }
 
 namespace

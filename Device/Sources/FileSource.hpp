@@ -20,9 +20,9 @@ class RE2;
 namespace Oxa::Device::Linux::Sources
 {
 
-/// A regular expression that picks one piece out of a text, line by line. The time for a line grows with its length
-/// only, whatever the expression is, and the memory of an expression is limited. Bytes are compared, not characters.
-/// Safe from any thread.
+/// A regular expression that picks one piece out of a text, line by line. The time for a line is linear in its length
+/// for every expression, and the memory of an expression is limited. Bytes are compared, not characters. Safe from any
+/// thread.
 class LinePattern final
 {
 public:
@@ -32,11 +32,11 @@ public:
     LinePattern& operator=(const LinePattern&) = delete;
     ~LinePattern();
 
-    /// The syntax is that of RE2. Null, and `fault` says why, when the expression is none, is too long, needs too much
-    /// memory or has not exactly one group.
+    /// The syntax is that of RE2. Null, and `fault` tells why, when the expression is invalid, is too long, needs too
+    /// much memory or does not have exactly one group.
     [[nodiscard]] static std::shared_ptr<const LinePattern> TryMake(const BasicString& expression, BasicString& fault);
 
-    /// What the group matches in the first line that the expression matches a part of; none when there is no such line.
+    /// The group's match in the first line that contains a match; not set when there is no such line.
     /// A line ends before "\n" or "\r\n". Valid as long as the text.
     [[nodiscard]] std::optional<std::string_view> Find(std::string_view text) const;
 
@@ -46,8 +46,8 @@ private:
     const std::unique_ptr<const re2::RE2> expression;
 };
 
-/// The content of a file without the blanks around it, or a piece of it, as a text or a number. No more is looked at
-/// than 1024 bytes for a text and the whole lines of 4096 for a piece; more than 128 are no number. Safe from any
+/// The content of a file without the blanks around it, or a piece of it, as a text or a number. Reads at most 1024
+/// bytes for a text and the whole lines of 4096 bytes for a piece; a number has at most 128 bytes. Safe from any
 /// thread.
 class FileSource final : public Items::IItemSource
 {
@@ -60,7 +60,7 @@ public:
         double scale = 1;
         double offset = 0;
         System::Rsc::RscType type = System::Rsc::RscType::String;
-        /// Whether what a manufacturer leaves in a field that was never filled is no value.
+        /// Whether a manufacturer's placeholder, such as "To Be Filled By O.E.M.", counts as no value.
         bool refusesPlaceholders = false;
     };
 

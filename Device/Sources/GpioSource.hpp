@@ -24,7 +24,7 @@ public:
         /// The line's name, or its offset in the chip.
         BasicString line;
         bool isActiveLow = false;
-        /// What to give for an active and an inactive line; both empty for a bool.
+        /// The values of an active and an inactive line; both empty for a bool.
         BasicString activeText;
         BasicString inactiveText;
     };

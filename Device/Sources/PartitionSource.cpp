@@ -55,7 +55,7 @@ PartitionUsage MakePartitionUsage(const struct statfs& status) noexcept
 
 uint8 GetUsedPercent(uint64 usedBlocks, uint64 availableBlocks) noexcept
 {
-    // Halved until the arithmetic below cannot overflow, whatever a file system says about itself.
+    // Halved until the arithmetic below cannot overflow, for every number that a file system reports.
     constexpr uint64 bound = std::numeric_limits<uint64>::max() / 256;
     while (usedBlocks > bound || availableBlocks > bound)
     {

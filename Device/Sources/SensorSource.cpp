@@ -38,7 +38,7 @@ struct SensorKind
 constexpr SensorKind sensorKinds[] = {{"temp", 1e3}, {"in", 1e3},    {"curr", 1e3},
                                       {"fan", 1},    {"power", 1e6}, {"humidity", 1e3}};
 
-/// Of "temp", which is a thermal zone's file, and of "temp1_input"; null for what is no sensor.
+/// Of "temp", which is a thermal zone's file, and of "temp1_input"; null for a file of another kind.
 const SensorKind* FindKind(std::string_view fileName) noexcept
 {
     const std::string_view name =
@@ -131,8 +131,8 @@ FoundSensor FindSensor(const SensorAddress& address)
     if (address.index >= devices.size())
     {
         return {{},
-                fmt::format("'{}' has {} of the name '{}', not one of index {}", address.classFolder, devices.size(),
-                            address.name, address.index)};
+                fmt::format("'{}' has {} devices of the name '{}', none with the index {}", address.classFolder,
+                            devices.size(), address.name, address.index)};
     }
     const BasicString& device = devices[address.index];
     if (!address.inputFile.empty())
@@ -142,7 +142,7 @@ FoundSensor FindSensor(const SensorAddress& address)
     BasicString input = FindLabelledInput(device, address.label);
     if (input.empty())
     {
-        return {{}, fmt::format("'{}' has no sensor of the label '{}'", device, address.label)};
+        return {{}, fmt::format("'{}' has no sensor with the label '{}'", device, address.label)};
     }
     return MakeFound(std::move(input));
 }

@@ -21,7 +21,7 @@ struct SensorAddress
 {
     /// The class's folder, for instance "/sys/class/hwmon".
     BasicString classFolder;
-    /// What the names of its devices begin with, for instance "hwmon"; the class may hold others.
+    /// The prefix of its devices' names, for instance "hwmon"; the class may have others.
     BasicString devicePrefix;
     /// The file of a device that holds its name: "name" or "type".
     BasicString nameFile;
@@ -45,13 +45,13 @@ struct FoundSensor
     double unitsPerPlainUnit = 1;
 };
 
-/// The chip of a hardware monitor, by what its file "name" holds; the caller sets the file or the label.
+/// The chip of a hardware monitor, by the content of its file "name"; the caller sets the file or the label.
 [[nodiscard]] SensorAddress MakeHwmonAddress(const Machine::MachineRoot& root, BasicString chip, std::size_t index);
 
-/// The temperature of a thermal zone, by what its file "type" holds.
+/// The temperature of a thermal zone, by the content of its file "type".
 [[nodiscard]] SensorAddress MakeThermalAddress(const Machine::MachineRoot& root, BasicString zone, std::size_t index);
 
-/// Whether a file of a hardware monitor with this name holds what can be read: "temp1_input", and the same of "in",
+/// Whether a file of a hardware monitor with this name holds a measured value: "temp1_input", and the same of "in",
 /// "curr", "fan", "power" and "humidity".
 [[nodiscard]] bool IsSensorInput(std::string_view fileName) noexcept;
 

@@ -26,7 +26,7 @@ double GetPhase(Seconds elapsed, Seconds period) noexcept
     return std::fmod(elapsed.count(), period.count()) / period.count();
 }
 
-/// Makes of every number another that looks random (the mixer of the SplitMix64 generator).
+/// Turns every number into another that looks random (the mixer of the SplitMix64 generator).
 uint64 Mix(uint64 number) noexcept
 {
     number = (number ^ (number >> 30U)) * 0xBF58476D1CE4E5B9U;

@@ -61,7 +61,7 @@ TEST(ConvertingValues, SaysOncePerItemWhatDoesNotFit)
     }
     ASSERT_EQ(log.GetEntries().size(), 1U);
     EXPECT_EQ(log.GetEntries()[0].message,
-              "the item 'Load' has no value: a number is out of the range of uint8, fixed value");
+              "the item 'Load' has no value: the number is out of the range of uint8, fixed value");
 }
 
 } // namespace Oxa::Tests::Device

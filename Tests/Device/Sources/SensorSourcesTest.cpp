@@ -100,9 +100,10 @@ TEST_F(MachineWithSensors, FindsTheLabelOrTheFileOfTheChipOfTheName)
         {"coretemp", 0, "", "temp2_input", "'" + device + "/temp2_input' holds no whole number"},
         {"coretemp", 0, "", "temp3_input", "'" + device + "/temp3_input' holds no whole number"},
         {"coretemp", 0, "", "temp4_input", "'" + device + "/temp4_input' holds no whole number"},
-        {"coretemp", 0, "Core 9", "", "'" + device + "' has no sensor of the label 'Core 9'"},
-        {"coretemp", 2, "", "temp1_input", "'" + hwmon + "' has 2 of the name 'coretemp', not one of index 2"},
-        {"core", 0, "", "temp1_input", "'" + hwmon + "' has 0 of the name 'core', not one of index 0"},
+        {"coretemp", 0, "Core 9", "", "'" + device + "' has no sensor with the label 'Core 9'"},
+        {"coretemp", 2, "", "temp1_input",
+         "'" + hwmon + "' has 2 devices of the name 'coretemp', none with the index 2"},
+        {"core", 0, "", "temp1_input", "'" + hwmon + "' has 0 devices of the name 'core', none with the index 0"},
     };
     for (const auto& [chip, index, label, input, expected] : cases)
     {
@@ -131,7 +132,7 @@ TEST_F(MachineWithSensors, FollowsASensorToItsNewNumberAndNeverReadsAnother)
     Unplug("soc", "thermal_zone0");
     Plug("soc", "thermal_zone0", "type", "gpu-thermal");
     machine.Write("/sys/devices/soc/thermal_zone0/temp", "99000");
-    const BasicString missing = "'" + thermal + "' has 0 of the name 'soc-thermal', not one of index 0";
+    const BasicString missing = "'" + thermal + "' has 0 devices of the name 'soc-thermal', none with the index 0";
     EXPECT_EQ(Read(source), missing);
 
     Plug("soc", "thermal_zone1", "type", "soc-thermal");
