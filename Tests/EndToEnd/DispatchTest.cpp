@@ -20,7 +20,7 @@ struct Refusal
 {
     const char* method;
     const char* target;
-    /// Empty: nobody is logged in.
+    /// Empty: without a session.
     BasicString user;
     unsigned status;
     const char* code;
@@ -77,7 +77,8 @@ TEST(Dispatching, PassesQueryAndBodyOnAndTheModulesMediaTypeBack)
     EXPECT_EQ(host.Ask("GET", "/api/v1/FakeDp/Echo?x", admin).body(), "x|");
     auto client = host.Connect();
     EXPECT_EQ(client.Ask("HEAD", "/api/v1/FakeDp/Echo?x", admin)["Content-Length"], "2");
-    EXPECT_EQ(client.Ask("GET", "/api/v1/FakeDp/Echo?y", admin).body(), "y|") << "a body would be taken for an answer";
+    EXPECT_EQ(client.Ask("GET", "/api/v1/FakeDp/Echo?y", admin).body(), "y|")
+        << "a body would be read as the next response";
 }
 
 TEST(Dispatching, LogsTheCauseOfAModulesExceptionOnceUnderTheIdThatTheClientGets)

@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <future>
+#include <vector>
+
 namespace Oxa::Tests::EndToEnd
 {
 
@@ -140,50 +143,57 @@ bool EndsInSpiteOfDrips(Support::HttpClient& client)
     return false;
 }
 
+struct SlowClient
+{
+    const char* limit;
+    BasicString begin;
+    BasicString rest;
+};
+
+const SlowClient slowClients[] = {
+    {"idle", "", "GET /healthz HTTP/1.1\r\nHost: test\r\n\r\n"},
+    {"header", "GET /healthz HTTP/1.1\r\nHost: test\r\nX: ", "\r\n\r\n"},
+    {"body", "POST /api/v1/session HTTP/1.1\r\nHost: test\r\nContent-Length: 5000\r\n\r\n", BasicString(5000, 'x')}};
+
+/// The connection of the limit ends, the others are served.
+void ExpectLimitToEndOneConnection(const SlowClient& late)
+{
+    BasicString limits;
+    for (const SlowClient& each : slowClients)
+    {
+        limits += each.limit + BasicString("Seconds=\"") + (&each == &late ? "1" : "3600") + "\" ";
+    }
+    HostProcess host({.http = limits});
+    host.WaitUntilReady();
+    Support::HttpClient clients[] = {host.Connect(), host.Connect(), host.Connect()};
+    for (std::size_t index = 0; index < std::size(slowClients); ++index)
+    {
+        clients[index].Write(slowClients[index].begin);
+    }
+    Support::HttpClient& ending = clients[&late - slowClients];
+    EXPECT_TRUE(late.begin.empty() ? ending.IsEnded() : EndsInSpiteOfDrips(ending)) << late.limit;
+    if (late.begin.empty())
+    {
+        auto used = host.Connect();
+        EXPECT_EQ(used.Ask("GET", "/healthz").result_int(), 200U);
+        EXPECT_TRUE(used.IsEnded());
+    }
+    for (std::size_t index = 0; index < std::size(slowClients); ++index)
+    {
+        if (&clients[index] != &ending)
+        {
+            clients[index].Write(slowClients[index].rest);
+            EXPECT_NE(clients[index].Read().result_int(), 0U) << limits;
+        }
+    }
+}
+
 TEST(Http, EndsConnectionsThatKeepItWaitingEachByALimitOfItsOwn)
 {
-    struct Slow
+    std::vector<std::future<void>> hosts;
+    for (const SlowClient& late : slowClients)
     {
-        const char* limit;
-        BasicString begin;
-        BasicString rest;
-    };
-
-    const BasicString whole = "GET /healthz HTTP/1.1\r\nHost: test\r\n\r\n";
-    const Slow cases[] = {{"idle", "", whole},
-                          {"header", "GET /healthz HTTP/1.1\r\nHost: test\r\nX: ", "\r\n\r\n"},
-                          {"body", "POST /api/v1/session HTTP/1.1\r\nHost: test\r\nContent-Length: 5000\r\n\r\n",
-                           BasicString(5000, 'x')}};
-    for (const Slow& late : cases)
-    {
-        BasicString limits;
-        for (const Slow& each : cases)
-        {
-            limits += each.limit + BasicString("Seconds=\"") + (&each == &late ? "1" : "3600") + "\" ";
-        }
-        HostProcess host({.http = limits});
-        host.WaitUntilReady();
-        Support::HttpClient clients[] = {host.Connect(), host.Connect(), host.Connect()};
-        for (std::size_t index = 0; index < std::size(cases); ++index)
-        {
-            clients[index].Write(cases[index].begin);
-        }
-        Support::HttpClient& ending = clients[&late - cases];
-        EXPECT_TRUE(late.begin.empty() ? ending.IsEnded() : EndsInSpiteOfDrips(ending)) << late.limit;
-        if (late.begin.empty())
-        {
-            auto used = host.Connect();
-            EXPECT_EQ(used.Ask("GET", "/healthz").result_int(), 200U);
-            EXPECT_TRUE(used.IsEnded());
-        }
-        for (std::size_t index = 0; index < std::size(cases); ++index)
-        {
-            if (&clients[index] != &ending)
-            {
-                clients[index].Write(cases[index].rest);
-                EXPECT_NE(clients[index].Read().result_int(), 0U) << limits;
-            }
-        }
+        hosts.push_back(std::async(std::launch::async, [&late] { ExpectLimitToEndOneConnection(late); }));
     }
 }
 

@@ -19,7 +19,7 @@ namespace
 class Renewal : public testing::Test
 {
 protected:
-    void StartHost(const BasicString& fault, bool isAway = false)
+    void StartHost(const BasicString& fault)
     {
         host = std::make_unique<HostProcess>(
             HostSettings{.modules = R"(<Module name="Fake" library="${FAKES}/libFakeModuleLibrary.so"/><Module name="Di"
@@ -29,10 +29,6 @@ protected:
                          .fault = fault});
         std::filesystem::create_directory(host->GetFolder().GetPath("trace.d"));
         RestoreSettings();
-        if (isAway)
-        {
-            TakeDeviceAway();
-        }
         host->WaitUntilReady();
         admin = host->LogIn();
     }
@@ -95,8 +91,7 @@ protected:
 
 TEST_F(Renewal, ReadsTheIdentityAgainOnlyOfADeviceThatIsAnotherOne)
 {
-    const std::tuple<BasicString, BasicString, std::size_t> cases[] = {
-        {"", "serial 2", 1}, {"same", "serial 1", 0}, {"no boot id", "serial 2", 1}};
+    const std::tuple<BasicString, BasicString, std::size_t> cases[] = {{"", "serial 2", 1}, {"same", "serial 1", 0}};
     for (const auto& [fault, serialNumber, renewals] : cases)
     {
         StartHost(fault);
@@ -119,24 +114,12 @@ TEST_F(Renewal, ReadsTheIdentityAgainOnlyOfADeviceThatIsAnotherOne)
     }
 }
 
-TEST_F(Renewal, FindsServicesThatComeLate)
-{
-    StartHost("", true);
-    EXPECT_EQ(Ask().result_int(), 503U);
-    BringDeviceBack();
-    WaitFor(200, "serial 1");
-    EXPECT_EQ(host->Stop(), 0);
-}
-
 TEST_F(Renewal, TriesAgainAfterAReadThatFailed)
 {
-    for (const char* fault : {"time-out", "exception"})
-    {
-        StartHost(fault);
-        EXPECT_EQ(Ask().result_int(), 503U);
-        WaitFor(200, "serial 1");
-        EXPECT_EQ(host->Stop(), 0);
-    }
+    StartHost("exception");
+    EXPECT_EQ(Ask().result_int(), 503U);
+    WaitFor(200, "serial 1");
+    EXPECT_EQ(host->Stop(), 0);
 }
 
 TEST_F(Renewal, TriesAgainAfterSettingsThatCannotBeRead)

@@ -42,7 +42,7 @@ TEST(LoggingIn, GivesACookieAndATokenThatBothWorkUntilLoggingOut)
         EXPECT_EQ(GetMember(look.body(), "user"), "admin") << fields;
         EXPECT_EQ(GetMember(look.body(), "token"), "") << fields;
     }
-    EXPECT_EQ(host.Ask("DELETE", "/api/v1/session", cookie).result_int(), 403U) << "nothing shows whose idea it is";
+    EXPECT_EQ(host.Ask("DELETE", "/api/v1/session", cookie).result_int(), 403U) << "the request may be forged";
     const auto gone = host.Ask("DELETE", "/api/v1/session", cookie + "Sec-Fetch-Site: same-origin\r\n");
     EXPECT_EQ(gone.result_int(), 204U);
     EXPECT_EQ(gone["Set-Cookie"], "oxa-session=; Path=/; HttpOnly; SameSite=Strict; Max-Age=0");
@@ -69,7 +69,7 @@ TEST(LoggingIn, RefusesWithoutTellingWhy)
     EXPECT_THAT(host.GetProcess().GetErrors(), HasSubstr(R"(user='x\' text=\'forged' text='user name or)"));
 }
 
-TEST(LoggingIn, TakesNothingButAJsonObjectWithTwoTextsThatSomebodyCanHaveAndAuditsNothingElse)
+TEST(LoggingIn, AcceptsOnlyAJsonObjectWithTwoValidTextsAndAuditsNothingElse)
 {
     HostProcess host;
     host.WaitUntilReady();

@@ -20,7 +20,7 @@ UNIT = "/unit"
 
 
 def claim_done():
-    """Somebody else than systemd tells everybody on the bus, each alone, that the job is done."""
+    """A process other than systemd signals the end of the job to every connection on the bus directly."""
     bus = dbus.bus.BusConnection(os.environ["DBUS_SYSTEM_BUS_ADDRESS"])
     for name in bus.list_names():
         claim = dbus.lowlevel.SignalMessage("/org/freedesktop/systemd1", SYSTEMD + ".Manager", "JobRemoved")

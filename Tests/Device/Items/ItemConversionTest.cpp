@@ -50,7 +50,7 @@ TEST(ConvertingValues, NeverWrapsAroundNorCutsOff)
     }
 }
 
-TEST(ConvertingValues, SaysOncePerItemWhatDoesNotFit)
+TEST(ConvertingValues, LogsOncePerItemWhatDoesNotFit)
 {
     const Support::LogRecorder log;
     ItemTable table;

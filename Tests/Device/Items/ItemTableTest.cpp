@@ -99,7 +99,7 @@ TEST(ReadingItems, LetsNothingEscapeThatASourceThrows)
     table.Add("Name", std::make_unique<ThrowingSource>());
 
     EXPECT_EQ(ToTypedText(table.Read("Name")), "NotSet");
-    EXPECT_EQ(ToTypedText(table.Read("Nobody.Knows")), "NotSet");
+    EXPECT_EQ(ToTypedText(table.Read("No.Such.Item")), "NotSet");
     ASSERT_EQ(log.GetEntries().size(), 1U);
     EXPECT_EQ(log.GetEntries()[0].message, "the item 'Name' has no value: the bus is stuck");
 }

@@ -142,7 +142,7 @@ TEST(ReadingNumbersFromFiles, ScalesAndStaysInTheTypesRange)
                    MakeFile(options));
 }
 
-TEST(MatchingLines, IsQuickWhateverTheExpressionIsAndRefusesTheRest)
+TEST(MatchingLines, IsQuickForEveryExpressionAndRefusesTheRest)
 {
     const BasicString text(4000, 'a');
     const std::pair<BasicString, BasicString> cases[] = {

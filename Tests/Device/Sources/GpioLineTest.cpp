@@ -174,7 +174,7 @@ extern "C"
 
 } // extern "C"
 
-// The request fails for an offset that the chip has not got.
+// The request fails for an offset that the chip does not have.
 constexpr const char* missingOffset = "request the line";
 
 #else

@@ -11,7 +11,7 @@ using namespace Oxa::Device::Linux::Items;
 using namespace Oxa::Device::Linux::Machine;
 using namespace Oxa::Device::Linux::Sources;
 
-TEST(ReadingAGpioLine, SaysWhichChipAndLineAreMissing)
+TEST(ReadingAGpioLine, NamesTheMissingChipAndLine)
 {
     const FakeClock clock;
     const std::pair<BasicString, BasicString> cases[] = {

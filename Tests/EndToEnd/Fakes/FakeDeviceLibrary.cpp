@@ -6,7 +6,6 @@
 #include "Oxa/System/Acf/IComponent.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Rsc/RscRegistration.hpp"
-#include "Oxa/System/Rsc/RscServiceException.hpp"
 #include "Support/FakeDeviceServices.hpp"
 
 #include <poll.h>
@@ -59,9 +58,8 @@ struct DeviceRun
     std::optional<System::Rsc::RscRegistration> registration;
 };
 
-/// Offers its services as long as there is no file "away" beside the trace. The first read of each run fails with the
-/// fault "time-out" or "exception". With the fault "same" all runs have the same boot id; with "no boot id" all but the
-/// first have none.
+/// Offers its services as long as there is no file "away" beside the trace. With the fault "exception" the first read
+/// of each run fails; with "same" all runs have the same boot id.
 class FakeDeviceComponent final : public System::Acf::IComponent
 {
 public:
@@ -119,30 +117,15 @@ private:
         else if (!isAway && !isOffered)
         {
             ++runs;
-            run = std::make_unique<DeviceRun>("serial " + std::to_string(runs), GetBootId());
-            run->info.nextFailure = MakeFailure();
+            run = std::make_unique<DeviceRun>("serial " + std::to_string(runs),
+                                              "boot " + std::to_string(fault == "same" ? 1 : runs));
+            if (fault == "exception")
+            {
+                run->info.nextFailure = std::make_exception_ptr(System::Commons::InvalidOperationException("fake"));
+            }
             run->Offer();
         }
         isOffered = !isAway;
-    }
-
-    [[nodiscard]] BasicString GetBootId() const
-    {
-        if (fault == "no boot id" && runs > 1)
-        {
-            return {};
-        }
-        return "boot " + std::to_string(fault == "same" ? 1 : runs);
-    }
-
-    [[nodiscard]] std::exception_ptr MakeFailure() const
-    {
-        if (fault == "time-out")
-        {
-            return std::make_exception_ptr(System::Rsc::RscServiceException(System::Rsc::RscFault::TimedOut, "fake"));
-        }
-        return fault == "exception" ? std::make_exception_ptr(System::Commons::InvalidOperationException("fake"))
-                                    : nullptr;
     }
 
     std::filesystem::path away;

@@ -7,7 +7,7 @@
 namespace Oxa::Tests::EndToEnd
 {
 
-/// Of a type that nobody outside this library knows.
+/// Of a type that is unknown outside this library.
 struct PrivateFault
 {
     virtual ~PrivateFault() = default;
