@@ -17,6 +17,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <deque>
@@ -148,16 +149,17 @@ void FuzzServer(std::string_view bytes)
         return;
     }
     Internal::ServerUsers users({{std::to_string(getuid()), true}});
-    std::deque<Internal::ServerCall> calls;
+    std::deque<ServerConnection::Call> calls;
+    const auto now = std::chrono::steady_clock::now();
     const auto connection = std::make_shared<ServerConnection>(ServerConnection::Shared{users, calls}, std::move(bus),
-                                                               ServerConnection::Peer{getuid(), getpid()});
-    while (connection->Process() != ServerConnection::Stage::Ended)
+                                                               ServerConnection::Peer{getuid(), getpid()}, now);
+    while (connection->Process(now))
     {
         while (!calls.empty())
         {
-            Internal::ServerCall call = std::move(calls.front());
+            ServerConnection::Call call = std::move(calls.front());
             calls.pop_front();
-            call.Execute();
+            ServerConnection::Execute(std::move(call));
         }
     }
     calls.clear();

@@ -4,7 +4,6 @@
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/NotSupportedException.hpp"
 #include "Oxa/System/Commons/Threading/WakeEvent.hpp"
-#include "Oxa/System/Rsc/RscCallContext.hpp"
 #include "Oxa/System/Rsc/RscRegistration.hpp"
 #include "Support/FakeDeviceServices.hpp"
 
@@ -15,7 +14,7 @@
 #include <optional>
 #include <vector>
 
-// A component for tests of the calls between processes: its items come late, or cost the caller its connection.
+// A component for tests of the calls between processes: some of its items come late.
 
 namespace Oxa::Tests::Processes
 {
@@ -32,10 +31,6 @@ public:
     [[nodiscard]] ItemValue ReadItem(const ItemKey& key) override
     {
         const BasicString name = key.ToString();
-        if (name == "Test.Dropped")
-        {
-            System::Rsc::RscCallContext::TryGetCurrent()->DropConnection();
-        }
         if (const auto delay = delaysMilliseconds.find(name); delay != delaysMilliseconds.end())
         {
             pollfd stopped = {stop.GetDescriptor(), POLLIN, 0};

@@ -2,7 +2,7 @@
 
 #include "Device/Commands/FakeSystem.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
-#include "Oxa/System/Rsc/Internal/Server/CallContextScope.hpp"
+#include "Oxa/System/Rsc/RscCallContext.hpp"
 #include "Support/Eventually.hpp"
 #include "Support/LogRecorder.hpp"
 #include "Support/Possessions.hpp"
@@ -23,7 +23,7 @@ namespace Oxa::Tests::Device
 using namespace Oxa::Device::Linux;
 using namespace Oxa::Device::Linux::Commands;
 using Oxa::Device::Interface::Services::AccessErrorCode;
-using Oxa::System::Rsc::Internal::CallContextScope;
+using Oxa::System::Rsc::RscCallContext;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -153,7 +153,7 @@ TEST(RestartingTheMachine, WaitsUntilTheResponseHasBeenSent)
     times.beforeReboot = veryShortTime;
     Device device(times);
     {
-        CallContextScope context(getuid(), 1);
+        RscCallContext context(getuid(), 1);
         EXPECT_EQ(device.service.Restart(), AccessErrorCode::None);
         EXPECT_EQ(device.service.FactoryReset(1), AccessErrorCode::Busy);
         // Time enough for a reboot that does not wait.
@@ -305,7 +305,7 @@ TEST(ResettingTheMachine, LeavesNothingBehindWhenItIsStopped)
         EXPECT_EQ(code.get(), AccessErrorCode::NotAvailable);
 
         // The response is never sent.
-        const CallContextScope context(getuid(), 1);
+        const RscCallContext context(getuid(), 1);
         Device unanswered;
         EXPECT_EQ(unanswered.service.Restart(), AccessErrorCode::None);
     }
@@ -345,7 +345,7 @@ TEST(LoggingCommands, IsBoundedForRefusalsAndNotForWhatIsCarriedOut)
     FakeSystem system;
     system.LetLogin("CanReboot", "s", "ret = 'no'");
     Device device;
-    CallContextScope context(0, 0);
+    RscCallContext context(0, 0);
     for (int round = 0; round < 20; ++round)
     {
         EXPECT_EQ(device.service.Restart(), AccessErrorCode::AccessDenied);

@@ -11,18 +11,19 @@ namespace Oxa::System::Rsc
 namespace
 {
 
+// The operations of a service are given and have no parameter for it.
 thread_local RscCallContext* currentContext = nullptr;
 
 } // namespace
 
 RscCallContext::RscCallContext(uint32 userId, int32 processId)
-    : userId(userId), processId(processId), previous(std::exchange(currentContext, this))
+    : userId(userId), processId(processId), outer(std::exchange(currentContext, this))
 {
 }
 
 RscCallContext::~RscCallContext()
 {
-    currentContext = previous;
+    currentContext = outer;
 }
 
 RscCallContext* RscCallContext::TryGetCurrent() noexcept
@@ -41,24 +42,9 @@ BasicString RscCallContext::DescribeCaller()
     return process == 0 ? user : System::Commons::Text::Format("{0}, process {1}", user, process);
 }
 
-uint32 RscCallContext::GetUserId() const noexcept
-{
-    return userId;
-}
-
 void RscCallContext::RunAfterAnswer(std::function<void()> function)
 {
     answeredFunctions.push_back(std::move(function));
-}
-
-void RscCallContext::DropConnection() noexcept
-{
-    isDropped = true;
-}
-
-bool RscCallContext::IsDropped() const noexcept
-{
-    return isDropped;
 }
 
 void RscCallContext::RunAnswered() noexcept

@@ -17,7 +17,7 @@
 namespace Oxa::Tests
 {
 
-/// What the tests of the server call: answers at once, late, not at all, or too much.
+/// What the tests of the server call: responds at once, late, with an error, or with too much.
 struct FakeEchoService final : System::Rsc::IRscService
 {
     static FakeEchoService& From(System::Rsc::IRscService& service)
@@ -28,7 +28,7 @@ struct FakeEchoService final : System::Rsc::IRscService
     std::promise<void> letGo;
     const std::shared_future<void> isLetGo = letGo.get_future().share();
     std::atomic<int> changes = 0;
-    /// Who changed last.
+    /// Of the last change.
     std::atomic<uint32> userId = 0;
     std::atomic<int> answered = 0;
 };
@@ -92,11 +92,6 @@ public:
              [](IRscService&, RscMessageReader&, RscMessageWriter& results)
              {
                  results.WriteText(std::string(300000, 'x'));
-             }},
-            {"Drop", RscOperationKind::Read, "", "",
-             [](IRscService&, RscMessageReader&, RscMessageWriter&)
-             {
-                 RscCallContext::TryGetCurrent()->DropConnection();
              }}};
         return operations;
     }

@@ -1,8 +1,11 @@
+// Handshake -> Unaligned -> Aligned <-> PartialHeader, InsideMessage. Unaligned, the connection ends when more has come
+// in than a message may have and none has become complete, which bounds the memory as well; what then looks like the
+// beginning of a message need not be one, which ends the connection later, once in a while.
+
 #include "Oxa/System/Rsc/Internal/Server/MessageStream.hpp"
 
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
-#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
@@ -20,6 +23,7 @@ namespace
 
 /// What every message of the protocol begins with.
 constexpr std::size_t headerBytes = 16;
+constexpr std::chrono::milliseconds partialHeaderWait{1};
 
 using HeaderBytes = std::array<unsigned char, headerBytes>;
 
@@ -63,181 +67,202 @@ bool IsLoss(int error) noexcept
     return error == ECONNRESET || error == EPIPE || error == ENOTCONN || error == ESHUTDOWN || error == ECONNABORTED;
 }
 
-int OnOtherMessage(sd_bus_message* /*message*/, void* stream, sd_bus_error* /*error*/)
-{
-    static_cast<MessageStream*>(stream)->NoteMessage();
-    return 0;
-}
-
 } // namespace
 
-MessageStream::MessageStream(BusHandle newBus, std::size_t maximumBytes)
-    : bus(std::move(newBus)), maximumBytes(maximumBytes), missingBytes(maximumBytes)
+MessageStream::MessageStream(BusHandle newBus, std::size_t maximumBytes, TimePoint now)
+    : bus(std::move(newBus)), maximumBytes(maximumBytes), missingBytes(maximumBytes), deadline(now + completionTimeout)
 {
     sd_bus_slot* slot = nullptr;
-    if (sd_bus_add_filter(bus.get(), &slot, &OnOtherMessage, this) < 0)
-    {
-        ThrowLost(ENOMEM);
-    }
+    RequireSuccess(sd_bus_add_filter(bus.get(), &slot, &OnMessage, this), "cannot watch a connection");
     filter.reset(slot);
 }
 
 MessageStream::~MessageStream() = default;
 
-MessageStream::Progress MessageStream::Process()
+void MessageStream::Process(TimePoint now)
 {
-    if (!isFramed && !(isDrained && StartsWithHeader()))
+    if (state == State::Handshake)
     {
-        return ProcessUnframed();
+        static_cast<void>(ProcessBus());
+        state = sd_bus_is_ready(bus.get()) > 0 ? State::Unaligned : State::Handshake;
     }
-    isFramed = true;
-    if (isInsideMessage)
+    if (state == State::Unaligned)
     {
-        return ProcessMessage();
+        // Also right after the handshake: what sd-bus read with it does not make the descriptor ready any more.
+        ProcessUnaligned();
     }
-    uint64 queued = 0;
-    if (sd_bus_get_n_queued_read(bus.get(), &queued) >= 0 && queued > 0)
+    else if (state != State::Handshake)
     {
-        return ProcessBus();
+        ProcessAligned();
     }
-    const Header header = PeekHeader();
-    isInsideMessage = header == Header::Whole;
-    if (isInsideMessage)
+    nextLook = now + partialHeaderWait;
+    if (!IsIncomplete())
     {
-        return ProcessMessage();
+        deadline = TimePoint::max();
     }
-    // Without one, only what waits to be sent is of interest. Should a header come in at this very moment, it is not
-    // looked at; the worst that can come of it is that the next one does not look like a header and the connection
-    // ends.
-    if ((GetPollEvents() & POLLOUT) != 0)
+    else if (deadline == TimePoint::max())
     {
-        return ProcessBus();
+        deadline = now + completionTimeout;
     }
-    return header == Header::Partial ? Progress::Partial : Progress::Idle;
+    else if (now >= deadline)
+    {
+        throw RscServiceException::Create(RscFault::InvalidResponse, "the {0} remains incomplete",
+                                          state == State::Handshake ? "handshake" : "message");
+    }
 }
 
-int MessageStream::GetDescriptor() const noexcept
-{
-    return sd_bus_get_fd(bus.get());
-}
-
-short MessageStream::GetPollEvents() const noexcept
+pollfd MessageStream::GetPoll() const noexcept
 {
     const int events = sd_bus_get_events(bus.get());
-    return static_cast<short>(events < 0 ? POLLIN : events | POLLIN);
+    const int wanted = (events < 0 ? 0 : events) | POLLIN;
+    return {sd_bus_get_fd(bus.get()), static_cast<short>(state == State::PartialHeader ? wanted & ~POLLIN : wanted), 0};
 }
 
-/// A message that sd-bus has in part goes on with anything; what looks like a header then is none once in a while,
-/// which ends the connection.
+MessageStream::TimePoint MessageStream::GetDeadline() const noexcept
+{
+    return state == State::PartialHeader ? nextLook : deadline;
+}
+
+/// A message has become complete.
+int MessageStream::OnMessage(sd_bus_message* /*message*/, void* stream, sd_bus_error* /*error*/) noexcept
+{
+    auto& self = *static_cast<MessageStream*>(stream);
+    ++self.messageCount;
+    self.missingBytes = self.maximumBytes;
+    self.state = self.state == State::InsideMessage ? State::Aligned : self.state;
+    return 0;
+}
+
+void MessageStream::ProcessUnaligned()
+{
+    if (isDrained && StartsWithHeader())
+    {
+        state = State::Aligned;
+        ProcessAligned();
+        return;
+    }
+    bool isWorking = true;
+    int available = 0;
+    while (isWorking && available == 0)
+    {
+        isWorking = ProcessCounted(available);
+    }
+    isDrained = !isWorking;
+}
+
+/// A message that sd-bus has in part continues with any bytes, so they may look like a header.
 bool MessageStream::StartsWithHeader() const noexcept
 {
     HeaderBytes header;
-    return Peek(GetDescriptor(), header) == static_cast<ssize_t>(header.size()) && IsHeader(header);
+    return Peek(sd_bus_get_fd(bus.get()), header) == static_cast<ssize_t>(header.size()) && IsHeader(header);
 }
 
-MessageStream::Progress MessageStream::ProcessUnframed()
+void MessageStream::ProcessAligned()
 {
-    Progress progress = Progress::Worked;
-    int available = 0;
-    // What sd-bus has read does not make the descriptor ready any more.
-    while (progress == Progress::Worked && available == 0)
+    uint64 queued = 0;
+    if (state != State::InsideMessage)
     {
-        progress = ProcessCounted(available);
+        if (sd_bus_get_n_queued_read(bus.get(), &queued) >= 0 && queued > 0)
+        {
+            static_cast<void>(ProcessBus());
+            return;
+        }
+        CheckHeader();
     }
-    isDrained = progress == Progress::Idle;
-    return progress;
+    int available = 0;
+    if (state == State::InsideMessage)
+    {
+        static_cast<void>(ProcessCounted(available));
+    }
+    // Without a header, only what is queued to be sent matters. A header that arrives at this very moment is not
+    // checked; at worst the next one does not look like a header and the connection ends.
+    else if ((GetPoll().events & POLLOUT) != 0)
+    {
+        static_cast<void>(ProcessBus());
+    }
 }
 
-MessageStream::Header MessageStream::PeekHeader()
+/// Looks at what lies in the socket where a message begins. Requires: state Aligned or PartialHeader.
+void MessageStream::CheckHeader()
 {
     HeaderBytes header;
-    const ssize_t size = Peek(GetDescriptor(), header);
-    if (size == 0)
-    {
-        ThrowLost(ECONNRESET);
-    }
+    pollfd closed{sd_bus_get_fd(bus.get()), POLLRDHUP, 0};
+    const ssize_t size = Peek(closed.fd, header);
     if (size < 0)
     {
-        if (errno == EAGAIN || errno == EINTR)
+        if (errno != EAGAIN && errno != EINTR)
         {
-            return Header::None;
+            ThrowLost(errno);
         }
-        ThrowLost(errno);
+        state = State::Aligned;
+        return;
     }
     if (size < static_cast<ssize_t>(header.size()))
     {
-        RequireMoreToCome();
-        return Header::Partial;
+        // MSG_PEEK does not report the end of the stream while unread bytes are left.
+        if (size == 0 || poll(&closed, 1, 0) > 0)
+        {
+            ThrowLost(ECONNRESET);
+        }
+        state = State::PartialHeader;
+        return;
     }
     if (!IsHeader(header))
     {
-        throw RscServiceException::Create(RscFault::InvalidResponse, "what came in is no message");
-    }
-    if (GetMessageBytes(header) > maximumBytes)
-    {
-        throw RscServiceException::Create(RscFault::InvalidResponse,
-                                          "a message of {0} bytes came in, at most {1} are taken",
-                                          GetMessageBytes(header), maximumBytes);
+        throw RscServiceException::Create(RscFault::InvalidResponse, "the data received is no message");
     }
     missingBytes = GetMessageBytes(header);
-    return Header::Whole;
-}
-
-/// MSG_PEEK does not report end-of-file while unread bytes are left, so ask poll whether the peer has closed its side.
-void MessageStream::RequireMoreToCome() const
-{
-    pollfd descriptor{GetDescriptor(), POLLRDHUP, 0};
-    if (poll(&descriptor, 1, 0) > 0)
+    if (missingBytes > maximumBytes)
     {
-        ThrowLost(ECONNRESET);
+        throw RscServiceException::Create(RscFault::InvalidResponse, "a message of {0} bytes is longer than {1}",
+                                          missingBytes, maximumBytes);
     }
+    state = State::InsideMessage;
 }
 
-MessageStream::Progress MessageStream::ProcessMessage()
-{
-    int available = 0;
-    return ProcessCounted(available);
-}
-
-/// sd-bus drops a message that it cannot understand without a word, and takes in what follows whatever its length.
-/// `available`: what lay in the socket before.
-MessageStream::Progress MessageStream::ProcessCounted(int& available)
+/// sd-bus silently drops a message that it cannot understand, and reads what follows whatever its length. `available`:
+/// what lay in the socket before. False when nothing is left to do.
+bool MessageStream::ProcessCounted(int& available)
 {
     uint64 queued = 0;
-    // sd-bus reads only when nothing is left to be sent; only then do the bytes that are there count as read.
+    // sd-bus reads only when nothing is queued to be sent; only then do the bytes count as read.
     const bool isRead = sd_bus_get_n_queued_write(bus.get(), &queued) >= 0 && queued == 0;
-    if (ioctl(GetDescriptor(), FIONREAD, &available) != 0)
+    if (ioctl(sd_bus_get_fd(bus.get()), FIONREAD, &available) != 0)
     {
         ThrowLost(errno);
     }
     const uint64 messagesBefore = messageCount;
-    const Progress progress = ProcessBus();
-    // No message became complete of all that was there.
+    const bool isWorking = ProcessBus();
     if (isRead && messageCount == messagesBefore)
     {
         missingBytes -= std::min(missingBytes, static_cast<uint64>(available));
         if (missingBytes == 0)
         {
-            throw RscServiceException::Create(RscFault::InvalidResponse, "what came in cannot be understood");
+            throw RscServiceException(RscFault::InvalidResponse, "the data received is no valid message");
         }
     }
-    return progress;
+    return isWorking;
 }
 
-MessageStream::Progress MessageStream::ProcessBus()
+/// False when nothing is left to do.
+bool MessageStream::ProcessBus()
 {
     const int result = sd_bus_process(bus.get(), nullptr);
-    // The loss is noticed here at once. Otherwise sd-bus would tell each waiting call in turn that it has no answer.
     if (IsLoss(-result) || sd_bus_is_open(bus.get()) <= 0)
     {
         ThrowLost(IsLoss(-result) ? -result : ECONNRESET);
     }
     if (result < 0)
     {
-        throw RscServiceException::Create(RscFault::InvalidResponse, "what came in cannot be understood: {0}",
+        throw RscServiceException::Create(RscFault::InvalidResponse, "the data received is invalid: {0}",
                                           std::generic_category().message(-result));
     }
-    return result > 0 ? Progress::Worked : Progress::Idle;
+    return result > 0;
+}
+
+bool MessageStream::IsIncomplete() const noexcept
+{
+    return state == State::Unaligned ? missingBytes < maximumBytes : state != State::Aligned;
 }
 
 } // namespace Oxa::System::Rsc::Internal

@@ -3,93 +3,85 @@
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Rsc/Internal/Wire/Bus.hpp"
 
+#include <poll.h>
+
+#include <chrono>
 #include <cstddef>
 
 namespace Oxa::System::Rsc::Internal
 {
 
-/// The messages of one connection, none of which may be longer than a bound. sd-bus makes room for as much as a
-/// message's header announces; therefore each header is looked at while it still lies in the socket. Clients may send
-/// their first message, and more, right behind the handshake, and sd-bus may have read a part of that together with the
-/// handshake. Until what was read so is used up, it is unknown where messages begin in the socket, and no header can be
-/// looked at: the connection ends when more has come in than a message may have. Owned by the connection. Threads:
-/// everything under the connection's lock, but for waiting at the descriptor.
+/// What comes in on one connection of the server: the handshake, then messages, none of which may be longer than a
+/// bound or take longer than `completionTimeout`. sd-bus reserves as much memory as a message's header announces;
+/// therefore each header is checked while it is still in the socket. Owned by the connection. Threads: everything under
+/// the connection's lock.
 class MessageStream final
 {
 public:
-    enum class Progress
-    {
-        /// There may be more.
-        Worked,
-        /// Wait until the descriptor is ready for `GetPollEvents`.
-        Idle,
-        /// A header has come in part: wait for `partialHeaderWait`, the descriptor would say ready at once.
-        Partial
-    };
+    using TimePoint = std::chrono::steady_clock::time_point;
 
-    /// In milliseconds, as poll takes it.
-    static constexpr int partialHeaderWait = 1;
+    /// For the handshake, and for a message from its first byte to its last.
+    static constexpr std::chrono::seconds completionTimeout{2};
 
-    /// Takes the bus over; it is authenticated. Throws RscServiceException when there is no memory.
-    MessageStream(BusHandle bus, std::size_t maximumBytes);
+    /// Takes over a started bus. Throws InvalidOperationException when there is no memory.
+    MessageStream(BusHandle bus, std::size_t maximumBytes, TimePoint now);
     MessageStream(const MessageStream&) = delete;
     MessageStream& operator=(const MessageStream&) = delete;
     ~MessageStream();
 
-    [[nodiscard]] sd_bus& GetBus() noexcept
+    [[nodiscard]] sd_bus& GetBus() const noexcept
     {
         return *bus;
     }
 
-    /// Sends what waits and handles at most one message, or all that sd-bus read together with the handshake. Throws
-    /// RscServiceException with the cause alone: ConnectionLost when the other end is gone, InvalidResponse when what
-    /// it sent is no message or too long.
-    [[nodiscard]] Progress Process();
+    /// Does one step without waiting: continues the handshake, or sends what is queued and handles at most one message,
+    /// or all that sd-bus read together with the handshake. Throws RscServiceException with the cause alone:
+    /// ConnectionLost when the peer is gone, InvalidResponse when what it sent is no message, too long or too late.
+    void Process(TimePoint now);
 
-    /// A message has come in completely: for this class's own filter.
-    void NoteMessage() noexcept
-    {
-        ++messageCount;
-        isInsideMessage = false;
-        missingBytes = maximumBytes;
-    }
-
-    /// Whether a message is known to have begun and not to be complete.
-    [[nodiscard]] bool IsInsideMessage() const noexcept
-    {
-        return isInsideMessage || (!isFramed && missingBytes < maximumBytes);
-    }
-
-    [[nodiscard]] int GetDescriptor() const noexcept;
-    [[nodiscard]] short GetPollEvents() const noexcept;
+    /// The descriptor and what to wait for.
+    [[nodiscard]] pollfd GetPoll() const noexcept;
+    /// When `Process` must be called at the latest; the end of time when only the descriptor matters.
+    [[nodiscard]] TimePoint GetDeadline() const noexcept;
 
 private:
-    enum class Header
+    enum class State
     {
-        None,
-        Partial,
-        Whole
+        Handshake,
+        /// sd-bus may have read a part of the first messages together with the handshake, as clients may send them
+        /// right behind it. Until that is used up, it is unknown where messages begin in the socket.
+        Unaligned,
+        /// The next byte in the socket begins a message.
+        Aligned,
+        /// As before, with a part of the header in the socket. The descriptor stays ready then, so it is not waited
+        /// for.
+        PartialHeader,
+        /// A header was checked, and its message is not complete.
+        InsideMessage
     };
 
-    [[nodiscard]] Progress ProcessUnframed();
+    static int OnMessage(sd_bus_message* message, void* stream, sd_bus_error* error) noexcept;
+
+    void ProcessUnaligned();
+    void ProcessAligned();
     [[nodiscard]] bool StartsWithHeader() const noexcept;
-    [[nodiscard]] Header PeekHeader();
-    void RequireMoreToCome() const;
-    [[nodiscard]] Progress ProcessMessage();
-    [[nodiscard]] Progress ProcessCounted(int& available);
-    [[nodiscard]] Progress ProcessBus();
+    void CheckHeader();
+    [[nodiscard]] bool ProcessCounted(int& available);
+    [[nodiscard]] bool ProcessBus();
+    [[nodiscard]] bool IsIncomplete() const noexcept;
 
     const BusHandle bus;
     const std::size_t maximumBytes;
     SlotHandle filter;
-    /// What comes next in the socket is the beginning of a message, unless `isInsideMessage`.
-    bool isFramed = false;
-    /// sd-bus found nothing more to do with what it has read; only while not framed.
+    State state = State::Handshake;
+    /// sd-bus found nothing more to do with what it has read; only while unaligned.
     bool isDrained = false;
-    bool isInsideMessage = false;
     uint64 messageCount = 0;
-    /// Of the message that has begun to come in, at most.
+    /// Of the message that is coming in, at most.
     uint64 missingBytes;
+    TimePoint nextLook;
+    /// Until then the handshake or the message must be complete.
+    TimePoint deadline;
 };
 
 } // namespace Oxa::System::Rsc::Internal

@@ -1,15 +1,13 @@
 #include "Oxa/System/Rsc/Internal/Server/OfferedMethods.hpp"
 
-#include "Oxa/System/Rsc/IRscServiceProxyFactory.hpp"
 #include "Oxa/System/Rsc/Internal/Wire/Bus.hpp"
 #include "Oxa/System/Rsc/Internal/Wire/Protocol.hpp"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstddef>
 #include <exception>
 #include <span>
-#include <system_error>
+#include <string_view>
 #include <utility>
 
 namespace Oxa::System::Rsc::Internal
@@ -20,10 +18,8 @@ using System::Commons::Diagnostics::Logging::LogLevel;
 namespace
 {
 
-/// The macros of sd-bus make tables of constants only. `handler` is called with the context of the table, moved on by
-/// `step` bytes for each operation.
-std::vector<sd_bus_vtable> MakeVtable(std::span<const RscOperation> operations, sd_bus_message_handler_t handler,
-                                      std::size_t step)
+/// The macros of sd-bus make constant tables only.
+std::vector<sd_bus_vtable> MakeVtable(std::span<const RscOperation> operations, sd_bus_message_handler_t handler)
 {
     std::vector<sd_bus_vtable> vtable(operations.size() + 2);
     vtable.front().type = _SD_BUS_VTABLE_START;
@@ -34,36 +30,42 @@ std::vector<sd_bus_vtable> MakeVtable(std::span<const RscOperation> operations, 
         sd_bus_vtable& entry = vtable[index + 1];
         entry.type = _SD_BUS_VTABLE_METHOD;
         entry.flags = SD_BUS_VTABLE_UNPRIVILEGED;
-        entry.x.method = {
-            operation.name, operation.argumentsSignature, operation.resultsSignature, handler, index * step, ""};
+        entry.x.method = {operation.name, operation.argumentsSignature, operation.resultsSignature, handler, 0, ""};
     }
     vtable.back().type = _SD_BUS_VTABLE_END;
     return vtable;
 }
 
-int AppendRun(sd_bus_message& answer, const Registration& registration, std::vector<char*> interfaceNames)
+/// Runs what sd-bus calls back. A negative result makes it respond with that error.
+template <class Function>
+int Guard(const Function& function) noexcept
 {
-    interfaceNames.push_back(nullptr);
-    int result = sd_bus_message_open_container(&answer, SD_BUS_TYPE_STRUCT, runMembersSignature);
-    result = result < 0 ? result
-                        : sd_bus_message_append(&answer, "sss", registration.providerName.c_str(),
-                                                registration.bootId.c_str(), registration.buildId.c_str());
-    result = result < 0 ? result : sd_bus_message_append_strv(&answer, interfaceNames.data());
-    return result < 0 ? result : sd_bus_message_close_container(&answer);
+    try
+    {
+        function();
+        return 1;
+    }
+    catch (...)
+    {
+        return -ENOMEM;
+    }
 }
 
 } // namespace
 
-OfferedMethods::OfferedMethods(ReceiveFunction receive) : receive(std::move(receive)) {}
+OfferedMethods::OfferedMethods(ReceiveFunction receive)
+    : receive(std::move(receive)), registrations(ServiceTable::GetInstance().GetRegistrations())
+{
+}
 
 OfferedMethods::~OfferedMethods() = default;
 
 void OfferedMethods::Offer(sd_bus& bus)
 {
     static constexpr RscOperation getRuns{getRunsName, RscOperationKind::Read, "", runsSignature, nullptr};
-    registrations = ServiceTable::GetInstance().GetRegistrations();
-    OfferTable(bus, tables.emplace_back(Table{peerPath, peerInterface, {}, MakeVtable({&getRuns, 1}, &OnGetRuns, 0)}),
-               this);
+    static const auto runsVtable = MakeVtable({&getRuns, 1}, &OnGetRuns);
+    RequireSuccess(sd_bus_add_object_vtable(&bus, nullptr, peerPath, peerInterface, runsVtable.data(), this),
+                   "cannot offer the runs");
     for (const auto& registration : registrations)
     {
         for (const auto& service : registration->services)
@@ -79,30 +81,24 @@ bool OfferedMethods::IsWithdrawn() const noexcept
                        [](const auto& registration) { return registration->isWithdrawn.load(); });
 }
 
-int OfferedMethods::OnCall(sd_bus_message* message, void* method, sd_bus_error* /*error*/) noexcept
+int OfferedMethods::OnCall(sd_bus_message* message, void* interface, sd_bus_error* /*error*/) noexcept
 {
-    const Method& called = *static_cast<Method*>(method);
-    try
-    {
-        called.owner->receive(*message, called);
-        return 1;
-    }
-    catch (...)
-    {
-        return -ENOMEM;
-    }
+    return Guard(
+        [message, interface]
+        {
+            const Interface& called = *static_cast<Interface*>(interface);
+            const auto operations = called.service->factory.GetOperations();
+            const std::string_view name = sd_bus_message_get_member(message);
+            // sd-bus calls this for the operations only.
+            const auto operation = std::find_if(operations.begin(), operations.end(),
+                                                [name](const RscOperation& each) { return each.name == name; });
+            called.owner.receive(*message, {called.registration, called.service, &*operation});
+        });
 }
 
 int OfferedMethods::OnGetRuns(sd_bus_message* message, void* methods, sd_bus_error* /*error*/) noexcept
 {
-    try
-    {
-        return static_cast<const OfferedMethods*>(methods)->AnswerRuns(*message);
-    }
-    catch (...)
-    {
-        return -ENOMEM;
-    }
+    return Guard([message, methods] { static_cast<const OfferedMethods*>(methods)->RespondWithRuns(*message); });
 }
 
 void OfferedMethods::OfferService(sd_bus& bus, const std::shared_ptr<const Registration>& registration,
@@ -115,15 +111,12 @@ void OfferedMethods::OfferService(sd_bus& bus, const std::shared_ptr<const Regis
     }
     try
     {
-        Table& table = tables.emplace_back(Table{GetObjectPath(registration->providerName),
-                                                 GetBusInterfaceName(service.factory.GetServiceInterfaceName()),
-                                                 {},
-                                                 MakeVtable(operations, &OnCall, sizeof(Method))});
-        for (const RscOperation& operation : operations)
-        {
-            table.methods.push_back({this, registration, &service, &operation});
-        }
-        OfferTable(bus, table, table.methods.data());
+        Interface& interface = interfaces.emplace_back(
+            Interface{*this, registration, &service, GetBusInterfaceName(service.factory.GetServiceInterfaceName()),
+                      MakeVtable(operations, &OnCall)});
+        RequireSuccess(sd_bus_add_object_vtable(&bus, nullptr, GetObjectPath(registration->providerName).c_str(),
+                                                interface.name.c_str(), interface.vtable.data(), &interface),
+                       "sd-bus refuses the interface");
     }
     catch (const std::exception& exception)
     {
@@ -132,39 +125,32 @@ void OfferedMethods::OfferService(sd_bus& bus, const std::shared_ptr<const Regis
     }
 }
 
-void OfferedMethods::OfferTable(sd_bus& bus, const Table& table, void* context)
+void OfferedMethods::RespondWithRuns(sd_bus_message& request) const
 {
-    const int result = sd_bus_add_object_vtable(&bus, nullptr, table.path.c_str(), table.interfaceName.c_str(),
-                                                table.vtable.data(), context);
-    if (result < 0)
-    {
-        Log(LogLevel::Error, "the interface '{0}' at '{1}' cannot be offered to other processes: {2}",
-            table.interfaceName, table.path, std::generic_category().message(-result));
-    }
-}
-
-/// A negative number makes sd-bus answer with that error.
-int OfferedMethods::AnswerRuns(sd_bus_message& request) const
-{
+    constexpr const char* failure = "cannot report the runs";
     sd_bus_message* made = nullptr;
-    int result = sd_bus_message_new_method_return(&request, &made);
-    const MessageHandle answer(made);
-    result = result < 0 ? result : sd_bus_message_open_container(made, SD_BUS_TYPE_ARRAY, runSignature);
+    RequireSuccess(sd_bus_message_new_method_return(&request, &made), failure);
+    const MessageHandle response(made);
+    RequireSuccess(sd_bus_message_open_container(made, SD_BUS_TYPE_ARRAY, runSignature), failure);
     for (const auto& registration : registrations)
     {
-        std::vector<char*> interfaceNames;
-        for (const Table& table : tables)
+        RequireSuccess(sd_bus_message_open_container(made, SD_BUS_TYPE_STRUCT, runMembersSignature), failure);
+        RequireSuccess(sd_bus_message_append(made, "sss", registration->providerName.c_str(),
+                                             registration->bootId.c_str(), registration->buildId.c_str()),
+                       failure);
+        RequireSuccess(sd_bus_message_open_container(made, SD_BUS_TYPE_ARRAY, "s"), failure);
+        for (const Interface& interface : interfaces)
         {
-            if (!table.methods.empty() && table.methods.front().registration == registration)
+            if (interface.registration == registration)
             {
-                // sd-bus does not change them.
-                interfaceNames.push_back(const_cast<char*>(table.interfaceName.c_str()));
+                RequireSuccess(sd_bus_message_append(made, "s", interface.name.c_str()), failure);
             }
         }
-        result = result < 0 ? result : AppendRun(*made, *registration, std::move(interfaceNames));
+        RequireSuccess(sd_bus_message_close_container(made), failure);
+        RequireSuccess(sd_bus_message_close_container(made), failure);
     }
-    result = result < 0 ? result : sd_bus_message_close_container(made);
-    return result < 0 ? result : sd_bus_send(nullptr, made, nullptr);
+    RequireSuccess(sd_bus_message_close_container(made), failure);
+    RequireSuccess(sd_bus_send(nullptr, made, nullptr), failure);
 }
 
 } // namespace Oxa::System::Rsc::Internal

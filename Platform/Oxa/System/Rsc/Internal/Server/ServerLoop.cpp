@@ -1,52 +1,70 @@
+// One thread of the team runs the loop at a time, and only that one touches the members, except `executing`. A call is
+// executed inside a blocking section: when it takes long, another thread of the team continues the loop meanwhile.
+
 #include "Oxa/System/Rsc/Internal/Server/ServerLoop.hpp"
 
-#include "Oxa/System/Rsc/Internal/Server/ServerUsers.hpp"
-#include "Oxa/System/Rsc/Internal/ServiceTable.hpp"
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Rsc/Internal/Wire/Bus.hpp"
+#include "Oxa/System/Rsc/RscServer.hpp"
 
 #include <sys/socket.h>
 #include <systemd/sd-id128.h>
 
+#include <algorithm>
+#include <chrono>
 #include <exception>
-#include <limits>
 #include <utility>
 
-namespace Oxa::System::Rsc::Internal
+namespace Oxa::System::Rsc
+{
+
+namespace Internal
 {
 
 using System::Commons::FileDescriptor;
 using System::Commons::Diagnostics::Logging::LogLevel;
 using System::Commons::Threading::LeaderTeam;
+using Clock = std::chrono::steady_clock;
 
 namespace
 {
 
 constexpr unsigned maximumThreads = 32;
+/// After the process or the system had no descriptor left for a connection.
 constexpr std::chrono::seconds acceptPause{1};
 constexpr std::size_t descriptorsBeforeSockets = 1;
 
-/// Counts down when it goes.
-class Decrement final
+struct Decrement
 {
-public:
-    explicit Decrement(std::atomic<unsigned>& counter) noexcept : counter(counter) {}
-
-    Decrement(const Decrement&) = delete;
-    Decrement& operator=(const Decrement&) = delete;
+    std::atomic<unsigned>& counter;
 
     ~Decrement()
     {
         --counter;
     }
-
-private:
-    std::atomic<unsigned>& counter;
 };
+
+/// Throws InvalidOperationException.
+BusHandle MakePeerBus(FileDescriptor descriptor)
+{
+    constexpr const char* failure = "cannot serve the connection";
+    sd_id128_t id = {};
+    BusHandle bus = MakeBus();
+    RequireSuccess(sd_bus_set_fd(bus.get(), descriptor.Get(), descriptor.Get()), failure);
+    static_cast<void>(descriptor.Release());
+    RequireSuccess(sd_id128_randomize(&id), failure);
+    RequireSuccess(sd_bus_set_server(bus.get(), 1, id), failure);
+    RequireSuccess(sd_bus_start(bus.get()), failure);
+    return bus;
+}
 
 } // namespace
 
 ServerLoop::ServerLoop(const RscServerConfiguration& configuration, FileDescriptor listeningSocket)
-    : users(configuration.users), maximumConnections(configuration.maximumConnections), team(*this)
+    : users(configuration.users),
+      maximumConnections(configuration.maximumConnections),
+      acceptBackoff(acceptPause, acceptPause),
+      team(*this)
 {
     if (listeningSocket.IsOpen())
     {
@@ -73,7 +91,7 @@ ServerLoop::~ServerLoop()
 
 void ServerLoop::RunOne()
 {
-    // The last thread carries out no call: it has to stay free to refuse calls that are too many.
+    // The last thread executes no call: it must remain free to refuse calls that are too many.
     if (!calls.empty() && executing < maximumThreads - 1)
     {
         ExecuteNextCall();
@@ -96,32 +114,35 @@ void ServerLoop::OnEpochChanged(const BasicString& /*providerName*/) noexcept
 
 void ServerLoop::ExecuteNextCall()
 {
-    ServerCall call = std::move(calls.front());
+    ServerConnection::Call call = std::move(calls.front());
     calls.pop_front();
     ++executing;
-    {
-        const LeaderTeam::BlockingSection foreign(team);
-        // Destroyed before `foreign`: the counter must be down when another thread takes over the loop, because nothing
-        // wakes that thread when the counter changes.
-        const Decrement decrement(executing);
-        call.Execute();
-    }
+    const LeaderTeam::BlockingSection section(team);
+    // Destroyed before the section ends: the counter must be down when another thread takes over the loop, because
+    // nothing wakes that thread when the counter changes.
+    const Decrement decrement{executing};
+    ServerConnection::Execute(std::move(call));
 }
 
 void ServerLoop::WaitForEvents()
 {
-    descriptors.clear();
-    descriptors.push_back({wakeUp.GetDescriptor(), POLLIN, 0});
-    const bool accepts = nextAccept == TimePoint() || std::chrono::steady_clock::now() >= nextAccept;
+    auto deadline = TimePoint::max();
+    descriptors.assign(1, {wakeUp.GetDescriptor(), POLLIN, 0});
+    const bool isAccepting = acceptBackoff.IsDue(Clock::now());
     for (const auto& socket : sockets)
     {
-        descriptors.push_back({accepts ? socket->GetDescriptor() : -1, POLLIN, 0});
+        descriptors.push_back({isAccepting ? socket->GetDescriptor() : -1, POLLIN, 0});
+    }
+    if (!isAccepting)
+    {
+        deadline = acceptBackoff.GetNext();
     }
     for (const auto& connection : connections)
     {
         descriptors.push_back(connection->GetPoll());
+        deadline = std::min(deadline, connection->GetDeadline());
     }
-    if (poll(descriptors.data(), descriptors.size(), GetTimeout()) <= 0)
+    if (poll(descriptors.data(), descriptors.size(), deadline == TimePoint::max() ? -1 : GetPollTimeout(deadline)) < 0)
     {
         for (pollfd& descriptor : descriptors)
         {
@@ -134,60 +155,26 @@ void ServerLoop::WaitForEvents()
     }
 }
 
-int ServerLoop::GetTimeout() const
-{
-    std::optional<TimePoint> next;
-    const auto consider = [&next](std::optional<TimePoint> time)
-    {
-        if (time && (!next || *time < *next))
-        {
-            next = time;
-        }
-    };
-    for (const auto& connection : connections)
-    {
-        consider(connection->GetDeadline());
-    }
-    if (nextAccept != TimePoint())
-    {
-        consider(nextAccept);
-    }
-    if (!next)
-    {
-        return -1;
-    }
-    return GetPollTimeout(*next);
-}
-
 void ServerLoop::ProcessConnections()
 {
-    const auto isDue = [now = std::chrono::steady_clock::now()](const pollfd& descriptor, const auto& deadline)
-    {
-        return descriptor.revents != 0 || (deadline && *deadline <= now);
-    };
+    const auto now = Clock::now();
     const pollfd* descriptor = descriptors.data() + descriptorsBeforeSockets + sockets.size();
     std::erase_if(connections,
-                  [this, &descriptor, &isDue](const std::shared_ptr<ServerConnection>& connection)
+                  [this, now, &descriptor](const std::shared_ptr<ServerConnection>& connection)
                   {
-                      const bool isReady = isDue(*descriptor++, connection->GetDeadline());
-                      if (!(isReady || connection->IsWithdrawn()) ||
-                          connection->Process() != ServerConnection::Stage::Ended)
+                      const bool isDue = (descriptor++)->revents != 0 || connection->GetDeadline() <= now;
+                      if (!(isDue || connection->IsWithdrawn()) || connection->Process(now))
                       {
                           return false;
                       }
-                      LogEnd(*connection);
+                      const BasicString failure = connection->GetFailure();
+                      if (!failure.empty())
+                      {
+                          LogEnd(connection->GetPeer(), failure);
+                      }
                       connection->Close();
                       return true;
                   });
-}
-
-void ServerLoop::LogEnd(const ServerConnection& connection)
-{
-    if (connection.GetEndCause() == ServerConnection::EndCause::ClosedByServer && endings.Admits())
-    {
-        Log(LogLevel::Warning, "the connection of the user {0}, process {1}, is closed: {2}",
-            DescribeUser(connection.GetPeer().userId), connection.GetPeer().processId, connection.GetFailure());
-    }
 }
 
 void ServerLoop::AcceptConnections()
@@ -200,7 +187,7 @@ void ServerLoop::AcceptConnections()
         }
         try
         {
-            nextAccept = TimePoint();
+            acceptBackoff.Reset();
             if (auto accepted = sockets[index]->TryAccept())
             {
                 Accept(std::move(*accepted));
@@ -208,7 +195,7 @@ void ServerLoop::AcceptConnections()
         }
         catch (const std::exception& exception)
         {
-            nextAccept = std::chrono::steady_clock::now() + acceptPause;
+            acceptBackoff.Delay(Clock::now());
             if (endings.Admits())
             {
                 Log(LogLevel::Error, "{0}", exception.what());
@@ -219,54 +206,51 @@ void ServerLoop::AcceptConnections()
 
 void ServerLoop::Accept(FileDescriptor descriptor)
 {
-    ucred peer = {};
-    socklen_t size = sizeof peer;
-    if (getsockopt(descriptor.Get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0)
+    ucred credentials = {};
+    socklen_t size = sizeof credentials;
+    if (getsockopt(descriptor.Get(), SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0)
     {
         return;
     }
-    if (!users.MayCall(peer.uid))
+    const ServerConnection::Peer peer{credentials.uid, credentials.pid};
+    if (!users.MayCall(peer.userId))
     {
-        users.LogStranger(peer.uid);
-        return;
-    }
-    if (connections.size() >= maximumConnections)
-    {
-        if (endings.Admits())
-        {
-            Log(LogLevel::Warning, "a connection of the user {0}, process {1}, is refused: there are {2} already",
-                DescribeUser(peer.uid), peer.pid, connections.size());
-        }
+        users.LogStranger(peer.userId);
         return;
     }
     try
     {
-        connections.push_back(std::make_shared<ServerConnection>(ServerConnection::Shared{users, calls},
-                                                                 MakePeerBus(std::move(descriptor)),
-                                                                 ServerConnection::Peer{peer.uid, peer.pid}));
+        if (connections.size() >= maximumConnections)
+        {
+            throw System::Commons::InvalidOperationException::Create("there are {0} connections already",
+                                                                     connections.size());
+        }
+        connections.push_back(std::make_shared<ServerConnection>(
+            ServerConnection::Shared{users, calls}, MakePeerBus(std::move(descriptor)), peer, Clock::now()));
     }
     catch (const std::exception& exception)
     {
-        // Already the first bytes may be none of a handshake. No reason to let others wait.
-        if (endings.Admits())
-        {
-            Log(LogLevel::Warning, "the connection of the user {0}, process {1}, is closed: {2}",
-                DescribeUser(peer.uid), peer.pid, exception.what());
-        }
+        // The first bytes may already be no handshake. Other connections are still accepted.
+        LogEnd(peer, exception.what());
     }
 }
 
-BusHandle ServerLoop::MakePeerBus(FileDescriptor descriptor)
+void ServerLoop::LogEnd(const ServerConnection::Peer& peer, const BasicString& cause)
 {
-    constexpr const char* failure = "cannot serve a connection";
-    sd_id128_t id = {};
-    BusHandle bus = MakeBus();
-    RequireSuccess(sd_bus_set_fd(bus.get(), descriptor.Get(), descriptor.Get()), failure);
-    static_cast<void>(descriptor.Release());
-    RequireSuccess(sd_id128_randomize(&id), failure);
-    RequireSuccess(sd_bus_set_server(bus.get(), 1, id), failure);
-    RequireSuccess(sd_bus_start(bus.get()), failure);
-    return bus;
+    if (endings.Admits())
+    {
+        Log(LogLevel::Warning, "the connection of the user {0}, process {1}, is closed: {2}", DescribeUser(peer.userId),
+            peer.processId, cause);
+    }
 }
 
-} // namespace Oxa::System::Rsc::Internal
+} // namespace Internal
+
+RscServer::RscServer(const RscServerConfiguration& configuration, System::Commons::FileDescriptor listeningSocket)
+    : loop(std::make_unique<Internal::ServerLoop>(configuration, std::move(listeningSocket)))
+{
+}
+
+RscServer::~RscServer() = default;
+
+} // namespace Oxa::System::Rsc

@@ -3,11 +3,11 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/LogRateLimiter.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/FileDescriptor.hpp"
+#include "Oxa/System/Commons/Threading/Backoff.hpp"
 #include "Oxa/System/Commons/Threading/LeaderTeam.hpp"
 #include "Oxa/System/Commons/Threading/WakeEvent.hpp"
 #include "Oxa/System/Rsc/Internal/Server/ServerConnection.hpp"
 #include "Oxa/System/Rsc/Internal/Server/ServerSocket.hpp"
-#include "Oxa/System/Rsc/ServiceManager.hpp"
 
 #include <poll.h>
 
@@ -21,9 +21,9 @@
 namespace Oxa::System::Rsc::Internal
 {
 
-/// Waits for what comes in at the server's sockets, and carries out the calls one after the other.
-/// While a call lasts, another thread takes over the loop, so that a slow service delays nobody else.
-/// Owned by RscServer. Threads: made and destroyed on one; all else on the team's own threads.
+/// Waits for what comes in at the server's sockets, and executes the calls one after the other. While a call lasts,
+/// another thread takes over the loop, so that a slow service delays no other one. Owned by RscServer. Threads: made
+/// and destroyed on one; all else on the team's own threads.
 class ServerLoop final : private System::Commons::Threading::ILeaderWork,
                          private IRscServiceListener,
                          private System::Commons::Diagnostics::Logging::Loggable<ServerLoop>
@@ -40,17 +40,15 @@ private:
 
     void RunOne() override;
     void Wake() override;
-    /// Services were taken back: their connections are to be closed.
+    /// When services are withdrawn, their connections are closed.
     void OnEpochChanged(const BasicString& providerName) noexcept override;
 
     void ExecuteNextCall();
     void WaitForEvents();
-    [[nodiscard]] int GetTimeout() const;
     void ProcessConnections();
-    void LogEnd(const ServerConnection& connection);
     void AcceptConnections();
     void Accept(System::Commons::FileDescriptor descriptor);
-    [[nodiscard]] static BusHandle MakePeerBus(System::Commons::FileDescriptor descriptor);
+    void LogEnd(const ServerConnection::Peer& peer, const BasicString& cause);
 
     ServerUsers users;
     System::Commons::Diagnostics::Logging::LogRateLimiter endings;
@@ -58,15 +56,13 @@ private:
     System::Commons::Threading::WakeEvent wakeUp;
     std::vector<std::unique_ptr<ServerSocket>> sockets;
     std::vector<std::shared_ptr<ServerConnection>> connections;
-
-    /// Calls received, not yet executed. Declared after `connections`, so that they are destroyed first: a call holds
+    /// Received and not yet executed. Declared after `connections`, so that they are destroyed first: a call holds
     /// messages of its connection's bus.
-    std::deque<ServerCall> calls;
+    std::deque<ServerConnection::Call> calls;
     std::atomic<unsigned> executing = 0;
     /// The wake-up, the sockets, the connections.
     std::vector<pollfd> descriptors;
-    /// No connection is accepted before this time: there was no descriptor left for the last one.
-    TimePoint nextAccept;
+    System::Commons::Threading::Backoff acceptBackoff;
 
     System::Commons::Threading::LeaderTeam team;
     std::thread runner;

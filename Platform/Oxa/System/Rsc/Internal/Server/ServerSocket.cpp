@@ -24,7 +24,7 @@ namespace
 {
 
 constexpr int backlog = 16;
-constexpr mode_t everybody = 0666;
+constexpr mode_t allUsers = 0666;
 
 [[noreturn]] void ThrowCannotListen(const BasicString& path, const BasicString& cause)
 {
@@ -56,7 +56,7 @@ void Require(bool isDone, const BasicString& path)
     return *address;
 }
 
-/// Only a socket that nobody listens at may be replaced.
+/// Only a socket at which no process listens may be replaced.
 void RequireFree(const BasicString& path)
 {
     struct stat status = {};
@@ -67,7 +67,7 @@ void RequireFree(const BasicString& path)
     }
     if (!S_ISSOCK(status.st_mode))
     {
-        ThrowCannotListen(path, "there is something that is no socket");
+        ThrowCannotListen(path, "the path exists and is no socket");
     }
     const FileDescriptor probe = MakeSocket(path);
     const sockaddr_un address = MakeAddress(path);
@@ -78,7 +78,7 @@ void RequireFree(const BasicString& path)
     Require(errno == ECONNREFUSED || errno == ENOENT, path);
 }
 
-/// Bound under another name and renamed when it listens, so that whoever sees the path can connect.
+/// Bound under another name and renamed when it listens, so that a path that exists can be connected to.
 [[nodiscard]] FileDescriptor Listen(const BasicString& path)
 {
     RequireFree(path);
@@ -87,7 +87,7 @@ void RequireFree(const BasicString& path)
     const sockaddr_un address = MakeAddress(newPath);
     unlink(newPath.c_str());
     Require(bind(made.Get(), AsGeneralAddress(address), sizeof address) == 0, path);
-    if (chmod(newPath.c_str(), everybody) != 0 || listen(made.Get(), backlog) != 0 ||
+    if (chmod(newPath.c_str(), allUsers) != 0 || listen(made.Get(), backlog) != 0 ||
         rename(newPath.c_str(), path.c_str()) != 0)
     {
         const int error = errno;
@@ -143,7 +143,7 @@ std::optional<FileDescriptor> ServerSocket::TryAccept() const
     if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM)
     {
         throw InvalidOperationException::Create("cannot accept a connection at {0}: {1}",
-                                                path.empty() ? "the socket that was handed over" : "'" + path + "'",
+                                                path.empty() ? "the socket passed to the process" : "'" + path + "'",
                                                 std::generic_category().message(errno));
     }
     return std::nullopt;

@@ -14,11 +14,12 @@ namespace Oxa::System::Rsc::Internal
 class ServerSocket final
 {
 public:
-    /// Makes one that everybody may connect to: who may stay is decided then. A socket that nobody listens at is
-    /// replaced; removed again by the destructor, unless another one has taken its place. Throws
+    /// Makes one that every user may connect to; the server checks the user of each connection. Replaces a socket at
+    /// which no process listens. The destructor removes it, unless another one has taken its place. Throws
     /// InvalidOperationException with path and cause.
     explicit ServerSocket(const BasicString& path);
-    /// Takes one over. Throws InvalidOperationException, and closes it, when it is none.
+    /// Takes one over. Throws InvalidOperationException, and closes the descriptor, when it is no listening Unix
+    /// socket.
     explicit ServerSocket(System::Commons::FileDescriptor listening);
     ServerSocket(const ServerSocket&) = delete;
     ServerSocket& operator=(const ServerSocket&) = delete;
@@ -29,7 +30,7 @@ public:
         return descriptor.Get();
     }
 
-    /// The next connection; none when nobody waits. Throws InvalidOperationException when there is no descriptor left.
+    /// The next connection; none when no peer waits. Throws InvalidOperationException when there is no descriptor left.
     [[nodiscard]] std::optional<System::Commons::FileDescriptor> TryAccept() const;
 
 private:

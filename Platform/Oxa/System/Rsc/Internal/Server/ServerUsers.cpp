@@ -4,9 +4,9 @@
 
 #include <pwd.h>
 
-#include <cerrno>
 #include <charconv>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <system_error>
 
@@ -19,35 +19,40 @@ namespace
 {
 
 constexpr std::size_t maximumLoggedStrangers = 64;
-constexpr std::size_t firstBufferBytes = 1024;
-/// Far more than any entry needs, so that a broken directory service cannot take all memory.
-constexpr std::size_t lastBufferBytes = 1024 * 1024;
+/// More than any entry of a directory service needs.
+constexpr std::size_t entryBytes = 65536;
 
 struct User
 {
     BasicString name;
-    uint32 number;
+    uint32 id;
 };
 
-/// `query` is getpwuid_r or getpwnam_r with the user. Entries of directory services may have any size, so the buffer
-/// grows until the entry has room.
+/// `query` is getpwuid_r or getpwnam_r with the user.
 template <class Query>
 std::optional<User> TryQuery(Query query)
 {
-    std::vector<char> buffer(firstBufferBytes);
+    std::vector<char> buffer(entryBytes);
     passwd entry = {};
     passwd* found = nullptr;
-    int error = query(entry, buffer, found);
-    while (error == ERANGE && buffer.size() < lastBufferBytes)
-    {
-        buffer.resize(2 * buffer.size());
-        error = query(entry, buffer, found);
-    }
-    if (error != 0 || found == nullptr)
+    if (query(&entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr)
     {
         return std::nullopt;
     }
     return User{entry.pw_name, entry.pw_uid};
+}
+
+std::optional<uint32> TryFindUser(const BasicString& nameOrId)
+{
+    uint32 id = 0;
+    const char* const end = nameOrId.data() + nameOrId.size();
+    const auto [stop, error] = std::from_chars(nameOrId.data(), end, id);
+    if (error == std::errc() && stop == end)
+    {
+        return id;
+    }
+    const auto user = TryQuery([&nameOrId](auto... arguments) { return getpwnam_r(nameOrId.c_str(), arguments...); });
+    return user ? std::optional(user->id) : std::nullopt;
 }
 
 } // namespace
@@ -63,7 +68,7 @@ ServerUsers::ServerUsers(const std::vector<RscServerUser>& configured)
         }
         else
         {
-            Log(LogLevel::Warning, "the user '{0}', who may call the services, is not known to the system", user.name);
+            Log(LogLevel::Warning, "the configured user '{0}' is not known to the system", user.name);
         }
     }
 }
@@ -83,8 +88,7 @@ void ServerUsers::LogStranger(uint32 userId)
 {
     if (loggedStrangers.size() < maximumLoggedStrangers && loggedStrangers.insert(userId).second)
     {
-        Log(LogLevel::Warning, "the user {0} is not allowed to call the services and was turned away",
-            DescribeUser(userId));
+        Log(LogLevel::Warning, "the user {0} may not call the services: connection refused", DescribeUser(userId));
     }
 }
 
@@ -92,30 +96,15 @@ void ServerUsers::LogRefusedCommand(uint32 userId, const BasicString& operation)
 {
     if (refusedCommands.Admits())
     {
-        Log(LogLevel::Warning, "the user {0} was refused the command '{1}'", DescribeUser(userId), operation);
+        Log(LogLevel::Warning, "the user {0} may not call the command '{1}': call refused", DescribeUser(userId),
+            operation);
     }
 }
 
 BasicString DescribeUser(uint32 userId)
 {
-    const auto user = TryQuery([userId](passwd& entry, std::vector<char>& buffer, passwd*& found)
-                               { return getpwuid_r(userId, &entry, buffer.data(), buffer.size(), &found); });
+    const auto user = TryQuery([userId](auto... arguments) { return getpwuid_r(userId, arguments...); });
     return user ? System::Commons::Text::Format("'{0}' ({1})", user->name, userId) : std::to_string(userId);
-}
-
-std::optional<uint32> TryFindUser(const BasicString& nameOrNumber)
-{
-    uint32 number = 0;
-    const char* const end = nameOrNumber.data() + nameOrNumber.size();
-    const auto [stop, error] = std::from_chars(nameOrNumber.data(), end, number);
-    if (error == std::errc() && stop == end)
-    {
-        return number;
-    }
-    const auto user =
-        TryQuery([&nameOrNumber](passwd& entry, std::vector<char>& buffer, passwd*& found)
-                 { return getpwnam_r(nameOrNumber.c_str(), &entry, buffer.data(), buffer.size(), &found); });
-    return user ? std::optional(user->number) : std::nullopt;
 }
 
 } // namespace Oxa::System::Rsc::Internal

@@ -2,35 +2,30 @@
 
 #include "Oxa/System/Commons/Diagnostics/Logging/LogRateLimiter.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
-#include "Oxa/System/Rsc/RscServerConfiguration.hpp"
+#include "Oxa/System/Rsc/RscServer.hpp"
 
 #include <map>
-#include <optional>
 #include <set>
 #include <vector>
 
 namespace Oxa::System::Rsc::Internal
 {
 
-/// "'oxa-wbm' (998)"; "998" when the system has no user of that number. Safe from any thread.
+/// "'oxa-wbm' (998)"; "998" when the system has no user of that id. Safe from any thread.
 [[nodiscard]] BasicString DescribeUser(uint32 userId);
 
-/// The number of a user by name, or given as a number; none when the system knows no such name. Safe from any thread.
-[[nodiscard]] std::optional<uint32> TryFindUser(const BasicString& nameOrNumber);
-
-/// Who may call the server, by the users' numbers. Owned by the server's loop. Threads: one at a time.
+/// Who may call the server, by user id. Owned by the server's loop. Threads: one at a time.
 class ServerUsers final : private System::Commons::Diagnostics::Logging::Loggable<ServerUsers>
 {
 public:
-    /// Users that the system does not know are logged and let go.
+    /// Users that the system does not know are logged and ignored.
     explicit ServerUsers(const std::vector<RscServerUser>& configured);
 
     [[nodiscard]] bool MayCall(uint32 userId) const noexcept;
     [[nodiscard]] bool MayCommand(uint32 userId) const noexcept;
 
-    /// Somebody else was turned away: logged once for each user, and for a bounded number of them.
+    /// Logged once for each user, and for a bounded number of them.
     void LogStranger(uint32 userId);
-    /// Somebody was refused a command.
     void LogRefusedCommand(uint32 userId, const BasicString& operation);
 
 private:
