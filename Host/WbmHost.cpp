@@ -58,7 +58,8 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       pages(registry),
       readiness(components, modules, registry, users),
       router(sessions, sessionRoute, dispatcher, pages, readiness),
-      server(loop.GetContext(), configuration.http, [this](const auto& exchange) { return router.Handle(exchange); }),
+      server(std::make_shared<Http::HttpServer>(loop.GetContext(), configuration.http,
+                                                [this](const auto& exchange) { return router.Handle(exchange); })),
       startTimer(loop.GetContext()),
       endSignal(loop.GetContext(), dup(EndSignals::GetDescriptor())),
       shutdownTimer(loop.GetContext())
@@ -74,7 +75,7 @@ WbmHost::~WbmHost()
 void WbmHost::Run(const std::function<void(uint16)>& ready)
 {
     whenReady = ready;
-    server.Listen();
+    server->Listen();
     endSignal.async_wait(boost::asio::posix::stream_descriptor::wait_read,
                          [this](const boost::system::error_code& error)
                          {
@@ -153,14 +154,14 @@ void WbmHost::ReportReady()
     {
         notifications.Publish({{}, NotificationKind::HostStarted, notificationSource, {}, "started", {}});
         System::Commons::ReleaseStartupMemory();
-        report(server.GetPort());
+        report(server->GetPort());
     }
 }
 
 void WbmHost::BeginShutdown()
 {
     sd_notify(0, "STOPPING=1\nSTATUS=finishing requests in progress");
-    server.Stop([this] { loop.Stop(); });
+    server->Stop([this] { loop.Stop(); });
     shutdownTimer.expires_after(configuration.http.shutdownTimeout);
     shutdownTimer.async_wait(
         [this](const boost::system::error_code& error)
@@ -175,7 +176,7 @@ void WbmHost::BeginShutdown()
 /// Left are clients that do not finish their requests, and modules that do not return.
 void WbmHost::HurryShutdown()
 {
-    server.EndConnections();
+    server->EndConnections();
     shutdownTimer.expires_after(lastGrace);
     shutdownTimer.async_wait(
         [](const boost::system::error_code& error)

@@ -86,7 +86,7 @@ private:
     Routes::PagesRoute pages;
     Routes::ReadinessRoute readiness;
     Routes::ApiRouter router;
-    Http::HttpServer server;
+    std::shared_ptr<Http::HttpServer> server;
     boost::asio::steady_timer startTimer;
     boost::asio::posix::stream_descriptor endSignal;
     boost::asio::steady_timer shutdownTimer;

@@ -1,16 +1,33 @@
 #include "Host/Http/HttpServer.hpp"
 
+#include "Host/Http/Problem.hpp"
+#include "Host/Http/RequestReader.hpp"
+#include "Host/Http/ResponseWriter.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 
+#include <boost/asio/buffer.hpp>
 #include <boost/asio/ip/address.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/write.hpp>
+#include <sys/socket.h>
 
+#include <chrono>
+#include <cstddef>
+#include <limits>
+#include <string_view>
 #include <utility>
+
+// A connection reads (`Read`), parses (`Process`), waits for the handler (`HandleRequest` until `Resume`), writes
+// (`Flush`) and begins again, or ends: `Linger` until the client has closed its side, then `Close`. The steps follow
+// each other, on whichever thread runs the event loop. The server's lock guards which connections exist; a connection
+// takes it only to add or remove itself, and what the server calls under it takes no lock.
 
 namespace Oxa::Host::Http
 {
 
 namespace asio = boost::asio;
-using System::Commons::InvalidOperationException;
+using boost::system::error_code;
+using System::Commons::MutexLock;
 using System::Commons::Diagnostics::Logging::LogLevel;
 
 namespace
@@ -18,12 +35,298 @@ namespace
 
 constexpr std::chrono::seconds sweepPeriod{1};
 constexpr std::chrono::milliseconds acceptPause{100};
+constexpr uint32 noDeadline = std::numeric_limits<uint32>::max();
+constexpr std::chrono::seconds lingerTimeout{2};
+constexpr std::size_t maximumLingeredBytes = std::size_t{1024} * 1024;
+
+auto MakeBuffer(std::string_view bytes)
+{
+    return asio::buffer(bytes.data(), bytes.size());
+}
 
 } // namespace
 
+/// One client's connection: reads a request, passes it to the handler, writes the response, and so on, in order. At any
+/// time there is either one operation of the socket or one request in progress, so its members need no lock.
+/// Kept alive by that operation or request. Threads: as the handlers; `End…` from any.
+class HttpServer::Connection final : public IHttpExchange, public std::enable_shared_from_this<Connection>
+{
+public:
+    Connection(std::shared_ptr<HttpServer> server, Socket socket) : server(std::move(server)), socket(std::move(socket))
+    {
+    }
+
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    ~Connection() override
+    {
+        Close();
+    }
+
+    /// Serves the client, or tells it that there are too many connections.
+    void Start()
+    {
+        if (server->TryAdd(*this))
+        {
+            SetDeadline(server->configuration.idleTimeout);
+            Read();
+            return;
+        }
+        keepsConnection = false;
+        SendProblem(*this, Problems::tooManyConnections);
+        error_code ignored;
+        socket.write_some(MakeBuffer(writer.GetText()), ignored);
+        socket.shutdown(Socket::shutdown_send, ignored);
+    }
+
+    // Requires: the server's lock is held, so that the socket cannot be closed meanwhile.
+
+    void EndWhenLate(uint32 now) noexcept
+    {
+        if (deadline.load(std::memory_order_relaxed) <= now)
+        {
+            End();
+        }
+    }
+
+    void EndWhenIdle() noexcept
+    {
+        if (isIdle)
+        {
+            End();
+        }
+    }
+
+    void End() noexcept
+    {
+        // The operation in progress fails, or the next one, and its handler closes.
+        shutdown(socket.native_handle(), SHUT_RDWR);
+    }
+
+    [[nodiscard]] const HttpRequest& GetRequest() const noexcept override
+    {
+        return reader.GetRequest();
+    }
+
+    [[nodiscard]] BasicString GetClientAddress() const override
+    {
+        error_code error;
+        const auto endpoint = socket.remote_endpoint(error);
+        return error ? BasicString() : endpoint.address().to_string();
+    }
+
+    void Send(const HttpResponse& response) override
+    {
+        writer.Write(response, GetRequest(), keepsConnection);
+    }
+
+    void Resume() override
+    {
+        if (Flush())
+        {
+            Process();
+        }
+    }
+
+private:
+    void Read()
+    {
+        const auto space = reader.GetSpace();
+        socket.async_read_some(asio::buffer(space.data(), space.size()),
+                               [self = shared_from_this()](const error_code& error, std::size_t count)
+                               {
+                                   if (error)
+                                   {
+                                       self->Close();
+                                       return;
+                                   }
+                                   self->reader.Add(count);
+                                   self->Process();
+                               });
+    }
+
+    void Process()
+    {
+        while (true)
+        {
+            switch (reader.Parse())
+            {
+            case RequestReader::Progress::NeedsMore:
+                BeginPart();
+                Read();
+                return;
+            case RequestReader::Progress::Complete:
+                if (HandleRequest() == Handling::Deferred || !Flush())
+                {
+                    return;
+                }
+                break;
+            case RequestReader::Progress::Failed:
+                // The client and this server no longer agree where a request begins, so the connection ends.
+                keepsConnection = false;
+                SendProblem(*this, reader.GetProblem());
+                (void)Flush();
+                return;
+            }
+        }
+    }
+
+    /// Header and body have a time limit each, and a client that waits for it is told to send the body.
+    void BeginPart()
+    {
+        if (part == reader.GetPart())
+        {
+            return;
+        }
+        part = reader.GetPart();
+        if (part == RequestReader::Part::Header)
+        {
+            SetDeadline(server->configuration.headerTimeout);
+            return;
+        }
+        SetDeadline(server->configuration.bodyTimeout);
+        if (GetRequest().expectsContinue && !reader.HasMore())
+        {
+            error_code ignored;
+            socket.write_some(MakeBuffer("HTTP/1.1 100 Continue\r\n\r\n"), ignored);
+        }
+    }
+
+    [[nodiscard]] Handling HandleRequest()
+    {
+        isIdle.store(false, std::memory_order_relaxed);
+        deadline.store(noDeadline, std::memory_order_relaxed);
+        keepsConnection = GetRequest().keepsConnection && !server->isStopping;
+        try
+        {
+            return server->handler(shared_from_this());
+        }
+        catch (...)
+        {
+            return FaultReport::Send(*this, "a client");
+        }
+    }
+
+    /// True when the response is written and the next request may be read.
+    [[nodiscard]] bool Flush()
+    {
+        const std::string_view text = writer.GetText();
+        error_code error;
+        const std::size_t written = socket.write_some(MakeBuffer(text), error);
+        if (!error && written == text.size())
+        {
+            return OnWritten();
+        }
+        if (error && error != asio::error::would_block)
+        {
+            Close();
+            return false;
+        }
+        SetDeadline(server->configuration.writeTimeout);
+        asio::async_write(socket, MakeBuffer(text.substr(written)),
+                          [self = shared_from_this()](const error_code& writeError, std::size_t /*count*/)
+                          {
+                              if (writeError)
+                              {
+                                  self->Close();
+                              }
+                              else if (self->OnWritten())
+                              {
+                                  self->Process();
+                              }
+                          });
+        return false;
+    }
+
+    [[nodiscard]] bool OnWritten()
+    {
+        if (keepsConnection && !server->isStopping)
+        {
+            writer.Clear();
+            reader.BeginRequest();
+            part = RequestReader::Part::None;
+            SetDeadline(server->configuration.idleTimeout);
+            // The order matters: `Stop` sets isStopping first and then looks for idle connections, so one of the two
+            // checks sees the other.
+            isIdle = true;
+            if (!server->isStopping)
+            {
+                return true;
+            }
+        }
+        EndAfterResponse();
+        return false;
+    }
+
+    void EndAfterResponse()
+    {
+        // A server that stops does not wait for clients that have their response and have sent nothing more.
+        if (server->isStopping && !reader.HasMore())
+        {
+            Close();
+            return;
+        }
+        error_code ignored;
+        socket.shutdown(Socket::shutdown_send, ignored);
+        SetDeadline(lingerTimeout);
+        reader.DropAll();
+        Linger();
+    }
+
+    /// Reads on until the client has closed its side: closing with unread bytes would destroy the response on its way.
+    void Linger()
+    {
+        const auto space = reader.GetSpace();
+        socket.async_read_some(asio::buffer(space.data(), space.size()),
+                               [self = shared_from_this()](const error_code& error, std::size_t count)
+                               {
+                                   self->lingeredBytes += count;
+                                   if (error || self->lingeredBytes > maximumLingeredBytes)
+                                   {
+                                       self->Close();
+                                       return;
+                                   }
+                                   self->Linger();
+                               });
+    }
+
+    void Close()
+    {
+        if (socket.is_open())
+        {
+            server->Remove(*this);
+            error_code ignored;
+            socket.close(ignored);
+        }
+    }
+
+    void SetDeadline(std::chrono::seconds timeout) noexcept
+    {
+        // One more: the current tick may be over in a moment.
+        const uint32 now = server->tick.load(std::memory_order_relaxed);
+        deadline.store(now + static_cast<uint32>(timeout.count()) + 1, std::memory_order_relaxed);
+    }
+
+    const std::shared_ptr<HttpServer> server;
+    Socket socket;
+    RequestReader reader;
+    /// Whose time limit is running.
+    RequestReader::Part part = RequestReader::Part::None;
+    ResponseWriter writer;
+    std::size_t lingeredBytes = 0;
+    bool keepsConnection = true;
+    /// In ticks.
+    std::atomic<uint32> deadline = noDeadline;
+    /// No complete request waits for its response, so a server that stops need not wait for this connection.
+    std::atomic<bool> isIdle = true;
+};
+
 HttpServer::HttpServer(asio::io_context& context, const Configuration::HttpConfiguration& configuration,
                        HttpHandler handler)
-    : connections(std::make_shared<ConnectionSet>(context, configuration, std::move(handler))),
+    : context(context),
+      configuration(configuration),
+      handler(std::move(handler)),
       acceptor(context),
       acceptTimer(context),
       sweepTimer(context)
@@ -34,7 +337,6 @@ HttpServer::~HttpServer() = default;
 
 void HttpServer::Listen()
 {
-    const auto& configuration = connections->GetConfiguration();
     const asio::ip::tcp::endpoint endpoint(asio::ip::make_address(configuration.address), configuration.port);
     try
     {
@@ -45,8 +347,8 @@ void HttpServer::Listen()
     }
     catch (const boost::system::system_error& error)
     {
-        throw InvalidOperationException::Create("cannot listen on {0} port {1}: {2}", configuration.address,
-                                                configuration.port, error.code().message());
+        throw System::Commons::InvalidOperationException::Create(
+            "cannot listen on {0} port {1}: {2}", configuration.address, configuration.port, error.code().message());
     }
     Accept();
 }
@@ -59,9 +361,9 @@ uint16 HttpServer::GetPort() const
 void HttpServer::Accept()
 {
     acceptor.async_accept(
-        [this](const boost::system::error_code& error, HttpConnection::Socket socket)
+        [this](const error_code& error, Socket socket)
         {
-            if (connections->IsStopping())
+            if (isStopping)
             {
                 return;
             }
@@ -71,7 +373,7 @@ void HttpServer::Accept()
                 AcceptLater();
                 return;
             }
-            OnAccepted(std::move(socket));
+            Serve(std::move(socket));
             Accept();
         });
 }
@@ -81,24 +383,42 @@ void HttpServer::AcceptLater()
 {
     acceptTimer.expires_after(acceptPause);
     acceptTimer.async_wait(
-        [this](const boost::system::error_code& error)
+        [this](const error_code& error)
         {
-            if (!error && !connections->IsStopping())
+            if (!error && !isStopping)
             {
                 Accept();
             }
         });
 }
 
-void HttpServer::OnAccepted(HttpConnection::Socket socket)
+void HttpServer::Serve(Socket socket)
 {
-    boost::system::error_code ignored;
+    error_code ignored;
     socket.set_option(asio::ip::tcp::no_delay(true), ignored);
     socket.non_blocking(true, ignored);
-    std::make_shared<HttpConnection>(connections, std::move(socket))->Start();
+    std::make_shared<Connection>(shared_from_this(), std::move(socket))->Start();
     if (!isSweeping)
     {
         StartSweep();
+    }
+}
+
+/// False: too many connections are open.
+bool HttpServer::TryAdd(Connection& connection)
+{
+    const MutexLock lock(mutex);
+    return connections.size() < configuration.maximumConnections && connections.insert(&connection).second;
+}
+
+/// Any thread. The connection is not used any more when this returns.
+void HttpServer::Remove(Connection& connection)
+{
+    const MutexLock lock(mutex);
+    connections.erase(&connection);
+    if (connections.empty() && drained)
+    {
+        asio::post(context, std::exchange(drained, nullptr));
     }
 }
 
@@ -107,30 +427,55 @@ void HttpServer::StartSweep()
     isSweeping = true;
     sweepTimer.expires_after(sweepPeriod);
     sweepTimer.async_wait(
-        [this](const boost::system::error_code& error)
+        [this](const error_code& error)
         {
-            if (error)
+            if (!error)
             {
-                return;
-            }
-            isSweeping = connections->Sweep();
-            if (isSweeping)
-            {
-                StartSweep();
+                Sweep();
             }
         });
 }
 
+void HttpServer::Sweep()
+{
+    const uint32 now = ++tick;
+    const MutexLock lock(mutex);
+    for (Connection* const connection : connections)
+    {
+        connection->EndWhenLate(now);
+    }
+    isSweeping = false;
+    if (!connections.empty())
+    {
+        StartSweep();
+    }
+}
+
 void HttpServer::Stop(std::function<void()> whenDrained)
 {
-    boost::system::error_code ignored;
+    error_code ignored;
     acceptor.close(ignored);
-    connections->Stop(std::move(whenDrained));
+    const MutexLock lock(mutex);
+    isStopping = true;
+    for (Connection* const connection : connections)
+    {
+        connection->EndWhenIdle();
+    }
+    if (connections.empty())
+    {
+        asio::post(context, std::move(whenDrained));
+        return;
+    }
+    drained = std::move(whenDrained);
 }
 
 void HttpServer::EndConnections()
 {
-    connections->EndAll();
+    const MutexLock lock(mutex);
+    for (Connection* const connection : connections)
+    {
+        connection->End();
+    }
 }
 
 } // namespace Oxa::Host::Http

@@ -1,6 +1,9 @@
 #include "Host/Http/ResponseWriter.hpp"
 
-#include <charconv>
+#include <fmt/compile.h>
+
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace Oxa::Host::Http
@@ -15,27 +18,6 @@ constexpr std::string_view commonFields = "Cache-Control: no-store\r\n"
                                           "Cross-Origin-Resource-Policy: same-origin\r\n"
                                           "Referrer-Policy: no-referrer\r\n"
                                           "X-Content-Type-Options: nosniff\r\n";
-
-void AppendNumber(BasicString& output, std::size_t number)
-{
-    std::array<char, 24> digits;
-    const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number);
-    output.append(digits.data(), result.ptr);
-}
-
-void AppendStatusLine(BasicString& output, unsigned status)
-{
-    if (status == 200)
-    {
-        output += "HTTP/1.1 200 OK\r\n";
-        return;
-    }
-    output += "HTTP/1.1 ";
-    AppendNumber(output, status);
-    output += ' ';
-    output += GetReasonPhrase(status);
-    output += "\r\n";
-}
 
 } // namespace
 
@@ -57,38 +39,25 @@ std::string_view GetReasonPhrase(unsigned status) noexcept
                                                                  {502, "Bad Gateway"},
                                                                  {503, "Service Unavailable"},
                                                                  {504, "Gateway Timeout"}};
-    for (const auto& [number, phrase] : phrases)
-    {
-        if (number == status)
-        {
-            return phrase;
-        }
-    }
-    return {};
+    const auto* const found = std::ranges::find(phrases, status, &std::pair<unsigned, std::string_view>::first);
+    return found == std::end(phrases) ? std::string_view() : found->second;
 }
 
 void ResponseWriter::Write(const HttpResponse& response, const HttpRequest& request, bool keepsConnection)
 {
     text.clear();
-    AppendStatusLine(text, response.status);
-    text += GetDateField();
-    text += commonFields;
-    if (!keepsConnection)
+    const auto end = std::back_inserter(text);
+    fmt::format_to(end, FMT_COMPILE("HTTP/1.1 {} {}\r\n{}{}"), response.status, GetReasonPhrase(response.status),
+                   GetDateField(), commonFields);
+    if (!keepsConnection || request.isHttp10)
     {
-        text += "Connection: close\r\n";
-    }
-    else if (request.isHttp10)
-    {
-        text += "Connection: keep-alive\r\n";
+        text += keepsConnection ? "Connection: keep-alive\r\n" : "Connection: close\r\n";
     }
     text += response.fields;
     if (!response.mediaType.empty())
     {
-        text += "Content-Type: ";
-        text += response.mediaType;
-        text += "\r\nContent-Length: ";
-        AppendNumber(text, response.body.size());
-        text += "\r\n";
+        fmt::format_to(end, FMT_COMPILE("Content-Type: {}\r\nContent-Length: {}\r\n"), response.mediaType,
+                       response.body.size());
     }
     else if (response.status != 204)
     {
