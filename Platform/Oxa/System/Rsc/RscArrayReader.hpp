@@ -2,7 +2,6 @@
 
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
-#include "Oxa/System/Rsc/RscArrayInformation.hpp"
 #include "Oxa/System/Rsc/RscVariant.hpp"
 
 #include <cstddef>

@@ -1,7 +1,10 @@
 #include "Oxa/System/Rsc/RscMessageReader.hpp"
 
-#include "Oxa/System/Rsc/Internal/Wire/RemoteArrays.hpp"
-#include "Oxa/System/Rsc/Internal/Wire/ValueEncoding.hpp"
+#include "Oxa/System/Commons/ArgumentException.hpp"
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Rsc/Internal/Wire/Protocol.hpp"
+#include "Oxa/System/Rsc/RscArrayReader.hpp"
+#include "Oxa/System/Rsc/RscMessageWriter.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
 #include <systemd/sd-bus.h>
@@ -9,13 +12,89 @@
 #include <array>
 #include <cstring>
 #include <limits>
-#include <utility>
+#include <vector>
 
 namespace Oxa::System::Rsc
 {
 
+namespace Internal
+{
+
+using System::Commons::ArgumentException;
+using System::Commons::InvalidOperationException;
+
+/// The elements of one array that came from another process.
+/// Threads: one at a time.
+struct RemoteArray
+{
+    /// As wide as the widest primitive element; a narrower one is at its beginning.
+    using Scalar = std::array<std::byte, RscArrayReader::maximumPrimitiveBytes>;
+    using Subarray = RscVariant<subarrayBytes>;
+
+    uint32 elementCount = 0;
+    uint8 dimensions = 0;
+    RscType elementType = RscType::NotSet;
+    std::vector<Scalar> scalars;
+    std::vector<Subarray> subarrays;
+    std::size_t next = 0;
+
+    /// What the payload of a variant holds for this array. Valid as long as the array is not moved.
+    [[nodiscard]] RscArrayInformation GetInformation() noexcept;
+};
+
+namespace
+{
+
+void RequireNext(const RemoteArray& array, std::size_t available)
+{
+    if (array.next >= available)
+    {
+        throw InvalidOperationException::Create("The array has no element after number {0}", array.next);
+    }
+}
+
+/// A ReadElementFunction.
+void ReadElement(void* context, void* element, std::size_t elementBytes)
+{
+    RemoteArray& array = *static_cast<RemoteArray*>(context);
+    if (array.dimensions > 1)
+    {
+        RequireNext(array, array.subarrays.size());
+        if (elementBytes != sizeof(RemoteArray::Subarray))
+        {
+            throw ArgumentException::Create("elementBytes", elementBytes,
+                                            "Arrays of arrays are read as RscVariant<512>");
+        }
+        *static_cast<RemoteArray::Subarray*>(element) = array.subarrays[array.next++];
+        return;
+    }
+    RequireNext(array, array.scalars.size());
+    if (elementBytes < sizeof(RemoteArray::Scalar))
+    {
+        throw ArgumentException::Create("elementBytes", elementBytes, "The buffer is too small for an element");
+    }
+    std::memcpy(element, array.scalars[array.next++].data(), sizeof(RemoteArray::Scalar));
+}
+
+} // namespace
+
+RscArrayInformation RemoteArray::GetInformation() noexcept
+{
+    RscArrayInformation information;
+    information.elementCount = elementCount;
+    information.dimensions = dimensions;
+    information.elementType = elementType;
+    // No elements although some are announced: the array had no source in the process that sent it, and so it has none
+    // here. Elements that are not primitive are never sent; reading them fails.
+    const bool hasSource = elementCount == 0 || !scalars.empty() || !subarrays.empty() || !IsPrimitive(elementType);
+    information.readRemoteElement = hasSource ? &ReadElement : nullptr;
+    information.remotingSource = hasSource ? this : nullptr;
+    return information;
+}
+
+} // namespace Internal
+
 using Internal::RemoteArray;
-using Internal::RemoteArrays;
 
 namespace
 {
@@ -180,12 +259,6 @@ void AddSubarray(void* target, RscType type, std::span<const char> payload)
     array.subarrays.emplace_back().Assign(type, payload);
 }
 
-std::unique_ptr<RemoteArrays>& GetKeptArrays()
-{
-    thread_local std::unique_ptr<RemoteArrays> kept;
-    return kept;
-}
-
 } // namespace
 
 RscMessageReader::RscMessageReader(sd_bus_message& message) : message(message) {}
@@ -233,11 +306,6 @@ bool RscMessageReader::TryLeaveArray()
     return true;
 }
 
-void RscMessageReader::KeepArraysForThisThread()
-{
-    GetKeptArrays() = std::move(arrays);
-}
-
 void RscMessageReader::ReadPayload(AssignFunction assign, void* variant, std::size_t maximumBytes)
 {
     Require(sd_bus_message_enter_container(&message, 'r', Internal::valueMembersSignature));
@@ -260,16 +328,12 @@ void RscMessageReader::ReadPayload(AssignFunction assign, void* variant, std::si
 
 RemoteArray& RscMessageReader::ReadArray()
 {
-    if (!arrays)
-    {
-        arrays = std::make_unique<RemoteArrays>();
-    }
-    RemoteArray& array = arrays->Add();
+    RemoteArray& array = arrays.emplace_back();
     uint8 elementType = 0;
     Require(sd_bus_message_enter_container(&message, 'r', Internal::arrayMembersSignature));
     Require(sd_bus_message_read(&message, "yyu", &elementType, &array.dimensions, &array.elementCount));
     array.elementType = static_cast<RscType>(elementType);
-    EnterArray(Internal::valueSignature);
+    EnterArray(RscMessageWriter::valueSignature);
     while (!TryLeaveArray())
     {
         ReadPayload(array.dimensions > 1 ? &AddSubarray : &AddScalar, &array, Internal::subarrayBytes);

@@ -5,7 +5,7 @@
 #include "Oxa/System/Rsc/RscVariant.hpp"
 
 #include <cstddef>
-#include <memory>
+#include <list>
 #include <span>
 #include <string_view>
 
@@ -16,12 +16,11 @@ namespace Oxa::System::Rsc
 
 namespace Internal
 {
-class RemoteArrays;
 struct RemoteArray;
 } // namespace Internal
 
 /// Takes arguments or results off the message of one call, in the order of the operation's signature. The message comes
-/// from another process: everything throws RscServiceException, InvalidResponse, when it is not what was asked for.
+/// from another process: everything throws RscServiceException, InvalidResponse, when it holds something else.
 /// Threads: one at a time. Valid during the call that it is passed to.
 class OXA_EXPORT RscMessageReader final
 {
@@ -41,8 +40,8 @@ public:
     /// Signature "s". Valid as long as this object.
     [[nodiscard]] std::string_view ReadText();
 
-    /// Signature `RscMessageWriter::valueSignature`. The elements of an array are kept here: they can be read as
-    /// long as this object is there.
+    /// Signature `RscMessageWriter::valueSignature`. The elements of an array can be read as long as this object
+    /// exists.
     template <std::size_t N>
     void ReadValue(RscVariant<N>& value)
     {
@@ -51,14 +50,25 @@ public:
                     &value, N);
     }
 
+    /// For a value that outlives this object: as `ReadValue`, but the elements of an array cannot be read.
+    template <std::size_t N>
+    void ReadDetachedValue(RscVariant<N>& value)
+    {
+        ReadValue(value);
+        if (value.GetType() == RscType::Array)
+        {
+            RscArrayInformation information;
+            value.CopyTo(information);
+            information.readRemoteElement = nullptr;
+            information.remotingSource = nullptr;
+            value = RscVariant<N>(information);
+        }
+    }
+
     /// Everything until `TryLeaveArray` are its elements. `elementSignature`: of one.
     void EnterArray(const char* elementSignature);
     /// True, and the array is left, when no element is left.
     [[nodiscard]] bool TryLeaveArray();
-
-    /// Moves the elements of arrays that were read into the calling thread's keeping, where they stay until its next
-    /// call of this function: for values that outlive the message.
-    void KeepArraysForThisThread();
 
 private:
     using AssignFunction = void (*)(void* variant, RscType type, std::span<const char> payload);
@@ -67,7 +77,7 @@ private:
     [[nodiscard]] Internal::RemoteArray& ReadArray();
 
     sd_bus_message& message;
-    std::unique_ptr<Internal::RemoteArrays> arrays;
+    std::list<Internal::RemoteArray> arrays;
 };
 
 } // namespace Oxa::System::Rsc

@@ -3,7 +3,6 @@
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Rsc/Internal/Wire/Protocol.hpp"
-#include "Oxa/System/Rsc/Internal/Wire/ValueEncoding.hpp"
 #include "Oxa/System/Rsc/RscArrayReader.hpp"
 
 #include <systemd/sd-bus.h>
@@ -41,6 +40,25 @@ template <class T>
     return value;
 }
 
+/// How many bytes of its payload a value of the type needs at most: a text up to its NUL, all of a structure, as many
+/// as the widest scalar for every other type.
+std::size_t GetPayloadBytes(RscType type, std::span<const char> payload) noexcept
+{
+    switch (type)
+    {
+    case RscType::None:
+    case RscType::Void:
+    case RscType::NotSet:
+        return 0;
+    case RscType::String:
+        return SecureStrnlen(payload.data(), payload.size());
+    case RscType::Struct:
+        return payload.size();
+    default:
+        return sizeof(RscGuid);
+    }
+}
+
 void AppendBytes(sd_bus_message& message, RscType type, std::span<const char> bytes)
 {
     Check(sd_bus_message_open_container(&message, 'r', Internal::valueMembersSignature));
@@ -64,7 +82,7 @@ void AppendText(sd_bus_message& message, std::span<const char> payload)
                                 text.data()));
 }
 
-/// None when what the variant says about its elements cannot be: the reader at the other end says so.
+/// None when the variant's information about its elements is invalid: the reader at the peer reports that.
 std::optional<RscArrayReader> TryMakeReader(const RscVariant<sizeof(RscArrayInformation)>& variant)
 {
     try
@@ -86,25 +104,25 @@ RscMessageWriter::RscMessageWriter(sd_bus_message& message) noexcept
 
 void RscMessageWriter::WriteBool(bool value)
 {
-    Use(0);
+    Reserve(0);
     Check(sd_bus_message_append(&message, "b", static_cast<int>(value)));
 }
 
 void RscMessageWriter::WriteUint16(uint16 value)
 {
-    Use(0);
+    Reserve(0);
     Check(sd_bus_message_append(&message, "q", value));
 }
 
 void RscMessageWriter::WriteUint32(uint32 value)
 {
-    Use(0);
+    Reserve(0);
     Check(sd_bus_message_append(&message, "u", value));
 }
 
 void RscMessageWriter::WriteUint64(uint64 value)
 {
-    Use(0);
+    Reserve(0);
     Check(sd_bus_message_append(&message, "t", value));
 }
 
@@ -112,15 +130,15 @@ void RscMessageWriter::WriteText(std::string_view text)
 {
     const bool canCross = text.find('\0') == std::string_view::npos && System::Commons::Text::IsValidUtf8(text);
     const std::string_view written = canCross ? text : std::string_view();
-    Use(written.size());
-    char* room = nullptr;
-    Check(sd_bus_message_append_string_space(&message, written.size(), &room));
-    written.copy(room, written.size());
+    Reserve(written.size());
+    char* buffer = nullptr;
+    Check(sd_bus_message_append_string_space(&message, written.size(), &buffer));
+    written.copy(buffer, written.size());
 }
 
 void RscMessageWriter::BeginArray(const char* elementSignature)
 {
-    Use(0);
+    Reserve(0);
     Check(sd_bus_message_open_container(&message, 'a', elementSignature));
 }
 
@@ -132,7 +150,7 @@ void RscMessageWriter::EndArray()
 void RscMessageWriter::WritePayload(RscType type, std::span<const char> payload)
 {
     const auto tag = static_cast<uint8>(type);
-    Use(Internal::GetPayloadBytes(type, payload));
+    Reserve(GetPayloadBytes(type, payload));
     const auto append = [this, tag](const char* signature, auto value)
     {
         Check(sd_bus_message_append(&message, valueSignature, tag, signature, value));
@@ -183,7 +201,7 @@ void RscMessageWriter::WriteRaw(RscType type, std::span<const char> payload)
     case sizeof(uint64):
         return Check(sd_bus_message_append(&message, valueSignature, tag, "t", Get<uint64>(payload)));
     default:
-        return AppendBytes(message, type, payload.first(Internal::GetPayloadBytes(type, payload)));
+        return AppendBytes(message, type, payload.first(GetPayloadBytes(type, payload)));
     }
 }
 
@@ -235,7 +253,7 @@ void RscMessageWriter::WriteElements(const RscArrayInformation& information)
     }
 }
 
-void RscMessageWriter::Use(std::size_t bytes)
+void RscMessageWriter::Reserve(std::size_t bytes)
 {
     if (bytes + valueOverhead > remainingBytes)
     {

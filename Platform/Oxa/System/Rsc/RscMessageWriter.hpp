@@ -53,7 +53,7 @@ private:
     void WriteVersion(const RscVersion& version);
     void WriteArray(const RscArrayInformation& information);
     void WriteElements(const RscArrayInformation& information);
-    void Use(std::size_t bytes);
+    void Reserve(std::size_t bytes);
 
     sd_bus_message& message;
     std::size_t remainingBytes;

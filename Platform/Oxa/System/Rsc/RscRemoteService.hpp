@@ -2,7 +2,6 @@
 
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
-#include "Oxa/System/Rsc/RscOperation.hpp"
 
 #include <functional>
 #include <memory>
@@ -15,8 +14,12 @@ namespace Internal
 class Endpoint;
 }
 
+class RscMessageReader;
+class RscMessageWriter;
+struct RscOperation;
+
 /// A service in another process, as the implementations that a proxy factory's `CreateRemote` makes call it. Shared by
-/// them. Threads: safe from several threads, which do not wait for each other's answers.
+/// them. Threads: safe from several threads, which do not wait for each other's responses.
 class OXA_EXPORT RscRemoteService final
 {
 public:
@@ -29,10 +32,10 @@ public:
     RscRemoteService& operator=(const RscRemoteService&) = delete;
     ~RscRemoteService();
 
-    /// Calls the operation and waits for its answer, at most as long as the endpoint's configuration says for its kind.
-    /// One message goes each way, and only once. Throws RscServiceException, and as what it was what the service threw:
-    /// ArgumentException, InvalidOperationException, NotSupportedException, else Exception. What the functions throw is
-    /// passed on; a InvalidResponse of the reader with the operation's name before it.
+    /// Calls the operation and waits for its response, at most as long as the endpoint's configuration allows for its
+    /// kind. One message goes each way, and only once. Either function may be empty. Throws RscServiceException, and as
+    /// what it was what the service threw: ArgumentException, InvalidOperationException, NotSupportedException, else
+    /// Exception. What the functions throw is passed on; an RscServiceException with the operation's name before it.
     void Call(const RscOperation& operation, const WriteFunction& writeArguments, const ReadFunction& readResults);
 
 private:

@@ -6,22 +6,23 @@
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <string_view>
+#include <utility>
 
 namespace Oxa::System::Rsc
 {
 
-/// Why a call did not reach a service or brought no answer.
+/// Why a call did not reach a service or brought no response.
 enum class RscFault : uint8
 {
-    /// Nobody provides the service. It was not called.
+    /// The service is not provided. It was not called.
     NotAvailable,
-    /// No answer within the deadline. The service may have carried the operation out.
+    /// No response within the deadline. The service may have carried the operation out.
     TimedOut,
-    /// The other process went away during the call. The service may have carried the operation out.
+    /// The connection ended during the call. The service may have carried the operation out.
     ConnectionLost,
-    /// An answer came that is none.
+    /// The response is invalid.
     InvalidResponse,
-    /// The caller may not call the service, or too much is waiting for it. It was not called.
+    /// The caller may not call the service, or too many calls are in progress. It was not called.
     Refused
 };
 
@@ -29,9 +30,8 @@ enum class RscFault : uint8
 class OXA_EXPORT RscServiceException final : public System::Commons::Exception
 {
 public:
-    RscServiceException(RscFault fault, BasicString message);
-    RscServiceException(const RscServiceException&) noexcept;
-    RscServiceException& operator=(const RscServiceException&) noexcept;
+    RscServiceException(RscFault fault, BasicString message) : Exception(std::move(message)), fault(fault) {}
+
     ~RscServiceException() override;
 
     template <class... Args>
@@ -41,7 +41,10 @@ public:
         return {fault, System::Commons::Text::Format(messageTemplate, args...)};
     }
 
-    [[nodiscard]] RscFault GetFault() const noexcept;
+    [[nodiscard]] RscFault GetFault() const noexcept
+    {
+        return fault;
+    }
 
 private:
     RscFault fault;

@@ -9,6 +9,8 @@ namespace Oxa::System::Rsc
 
 using System::Commons::MutexLock;
 
+RscServiceException::~RscServiceException() = default;
+
 RscServiceSlot::RscServiceSlot(BasicString providerName, BasicString interfaceName)
     : providerName(std::move(providerName)), interfaceName(std::move(interfaceName))
 {
@@ -22,32 +24,18 @@ bool RscServiceSlot::IsProvided() const
     return implementation != nullptr;
 }
 
+// What is replaced, if this was its last owner, is destroyed outside the lock.
+
 void RscServiceSlot::Provide(std::shared_ptr<IRscService> newImplementation)
 {
-    {
-        const MutexLock lock(mutex);
-        implementation.swap(newImplementation);
-    }
-    // The previous one, if this was its last owner, is destroyed here, outside the lock.
+    const MutexLock lock(mutex);
+    implementation.swap(newImplementation);
 }
 
 void RscServiceSlot::SetRemote(std::shared_ptr<IRscService> newRemote)
 {
-    {
-        const MutexLock lock(mutex);
-        remote.swap(newRemote);
-    }
-    // The previous one, if this was its last owner, is destroyed here, outside the lock.
-}
-
-const BasicString& RscServiceSlot::GetProviderName() const noexcept
-{
-    return providerName;
-}
-
-const BasicString& RscServiceSlot::GetInterfaceName() const noexcept
-{
-    return interfaceName;
+    const MutexLock lock(mutex);
+    remote.swap(newRemote);
 }
 
 std::shared_ptr<IRscService> RscServiceSlot::TryAcquireAny() const

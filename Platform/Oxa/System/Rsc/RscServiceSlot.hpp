@@ -10,9 +10,9 @@
 namespace Oxa::System::Rsc
 {
 
-/// The place where one service is to be had: provided in this process, else, when an endpoint is configured for its
-/// provider, in another one. Proxies share it, so that they outlive a provider that goes and work again when it comes
-/// back. Safe from any thread.
+/// Holds the implementation of one service: that of this process, else, when an endpoint is configured for its
+/// provider, the one that calls another process. Proxies share it, so that they outlive a registration and work again
+/// after the next one. Safe from any thread.
 class OXA_EXPORT RscServiceSlot final
 {
 public:
@@ -37,14 +37,21 @@ public:
     /// Whether this process provides the service now.
     [[nodiscard]] bool IsProvided() const;
 
-    /// Null: nothing is provided any more. Calls under way finish with the implementation that they began with.
+    /// Null: nothing is provided any more. Calls in progress finish with the implementation that they began with.
     void Provide(std::shared_ptr<IRscService> newImplementation);
 
-    /// What stands in when this process provides nothing; null: nothing. Requires: it calls another process.
+    /// The fallback when this process provides nothing, or null. Requires: it calls another process.
     void SetRemote(std::shared_ptr<IRscService> newRemote);
 
-    [[nodiscard]] const BasicString& GetProviderName() const noexcept;
-    [[nodiscard]] const BasicString& GetInterfaceName() const noexcept;
+    [[nodiscard]] const BasicString& GetProviderName() const noexcept
+    {
+        return providerName;
+    }
+
+    [[nodiscard]] const BasicString& GetInterfaceName() const noexcept
+    {
+        return interfaceName;
+    }
 
 private:
     [[nodiscard]] std::shared_ptr<IRscService> TryAcquireAny() const;
@@ -53,8 +60,8 @@ private:
     const BasicString providerName;
     const BasicString interfaceName;
     mutable System::Commons::Mutex mutex;
-    std::shared_ptr<IRscService> implementation;
-    std::shared_ptr<IRscService> remote;
+    std::shared_ptr<IRscService> implementation OXA_GUARDED_BY(mutex);
+    std::shared_ptr<IRscService> remote OXA_GUARDED_BY(mutex);
 };
 
 } // namespace Oxa::System::Rsc

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Oxa/System/Commons/ArgumentException.hpp"
+#include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
-#include "Oxa/System/Rsc/SecureString.hpp"
 
 #include <array>
 #include <cstddef>
@@ -11,6 +11,14 @@
 
 namespace Oxa::System::Rsc
 {
+
+/// The length of a text up to its NUL, at most `maximum`. Reads no byte beyond that.
+[[nodiscard]] OXA_EXPORT std::size_t SecureStrnlen(const char* text, std::size_t maximum) noexcept;
+
+/// Copies at most `count` characters of `source` and always terminates `destination`, truncating what does not fit.
+/// Requires: `destinationBytes` is not 0. Returns how many characters were copied.
+OXA_EXPORT std::size_t SecureStrncpy(char* destination, std::size_t destinationBytes, const char* source,
+                                     std::size_t count) noexcept;
 
 /// One NUL-terminated text of at most N - 1 characters in a buffer of its own. A value type without allocation; copying
 /// copies only what is used.

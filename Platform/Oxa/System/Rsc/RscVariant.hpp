@@ -5,9 +5,8 @@
 #include "Oxa/System/Commons/NotSupportedException.hpp"
 #include "Oxa/System/Commons/OxaDateTime.hpp"
 #include "Oxa/System/Commons/Types.hpp"
-#include "Oxa/System/Rsc/RscArrayInformation.hpp"
+#include "Oxa/System/Rsc/RscString.hpp"
 #include "Oxa/System/Rsc/RscType.hpp"
-#include "Oxa/System/Rsc/SecureString.hpp"
 
 #include <algorithm>
 #include <array>
@@ -19,6 +18,28 @@
 
 namespace Oxa::System::Rsc
 {
+
+/// Copies the next element of an array into `element`, a buffer of `elementBytes`. `context` is the source's
+/// own. Throws a platform exception when there is none or the buffer is too small.
+using ReadElementFunction = void (*)(void* context, void* element, std::size_t elementBytes);
+
+/// What the payload of a variant of type Array holds. The elements are not in it: they are read one after the other
+/// from the source, which is borrowed and valid only during the read that delivers the variant.
+struct RscArrayInformation
+{
+    /// Of the first dimension.
+    uint32 elementCount = 0;
+    uint8 dimensions = 0;
+    RscType elementType = RscType::NotSet;
+
+    /// In the own process: null when the elements come from a remoting source.
+    ReadElementFunction readElement = nullptr;
+    void* readElementContext = nullptr;
+
+    /// From another process: the function of the message reader and its state.
+    ReadElementFunction readRemoteElement = nullptr;
+    void* remotingSource = nullptr;
+};
 
 /// Four numbers, major first.
 using RscVersion = std::array<uint32, 4>;

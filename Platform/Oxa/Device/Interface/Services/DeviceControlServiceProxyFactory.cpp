@@ -3,68 +3,60 @@
 #include "Oxa/Device/Interface/Services/IDeviceControlService.hpp"
 #include "Oxa/System/Rsc/RscMessageReader.hpp"
 #include "Oxa/System/Rsc/RscMessageWriter.hpp"
-#include "Oxa/System/Rsc/RscRemoteService.hpp"
 
-#include <utility>
+#include <ostream>
+#include <string>
 
 namespace Oxa::Device::Interface::Services
 {
 
-using System::Rsc::RscMessageReader;
-using System::Rsc::RscMessageWriter;
-using System::Rsc::RscOperationKind;
+using namespace System::Rsc;
 
 IDeviceControlService::~IDeviceControlService() = default;
 
 namespace
 {
 
-class DeviceControlServiceProxy final : public IDeviceControlService
+class DeviceControlServiceProxy final : public RscForwarder<IDeviceControlService, RscServiceSlot>
 {
 public:
-    explicit DeviceControlServiceProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot) : slot(std::move(slot)) {}
+    using RscForwarder::RscForwarder;
 
     AccessErrorCode Restart() override
     {
-        return slot->Acquire<IDeviceControlService>()->Restart();
+        return target->Acquire<IDeviceControlService>()->Restart();
     }
 
     [[nodiscard]] AccessErrorCode FactoryReset(uint16 resetKind) override
     {
-        return slot->Acquire<IDeviceControlService>()->FactoryReset(resetKind);
+        return target->Acquire<IDeviceControlService>()->FactoryReset(resetKind);
     }
-
-private:
-    std::shared_ptr<System::Rsc::RscServiceSlot> slot;
 };
 
-void InvokeRestart(System::Rsc::IRscService& service, RscMessageReader& /*arguments*/, RscMessageWriter& results)
+void InvokeRestart(IRscService& service, RscMessageReader& /*arguments*/, RscMessageWriter& results)
 {
     results.WriteUint16(static_cast<uint16>(dynamic_cast<IDeviceControlService&>(service).Restart()));
 }
 
-void InvokeFactoryReset(System::Rsc::IRscService& service, RscMessageReader& arguments, RscMessageWriter& results)
+void InvokeFactoryReset(IRscService& service, RscMessageReader& arguments, RscMessageWriter& results)
 {
     const uint16 resetKind = arguments.ReadUint16();
     results.WriteUint16(static_cast<uint16>(dynamic_cast<IDeviceControlService&>(service).FactoryReset(resetKind)));
 }
 
-constexpr System::Rsc::RscOperation controlOperations[] = {
+constexpr RscOperation controlOperations[] = {
     {"Restart", RscOperationKind::Command, "", "q", &InvokeRestart},
     {"FactoryReset", RscOperationKind::Command, "q", "q", &InvokeFactoryReset},
 };
 
-/// The service in another process. Safe from several threads.
-class RemoteControlService final : public IDeviceControlService
+class RemoteDeviceControlService final : public RscForwarder<IDeviceControlService, RscRemoteService>
 {
 public:
-    explicit RemoteControlService(std::shared_ptr<System::Rsc::RscRemoteService> service) : service(std::move(service))
-    {
-    }
+    using RscForwarder::RscForwarder;
 
     AccessErrorCode Restart() override
     {
-        return Call(controlOperations[0], [](RscMessageWriter&) {});
+        return Call(controlOperations[0], nullptr);
     }
 
     [[nodiscard]] AccessErrorCode FactoryReset(uint16 resetKind) override
@@ -73,20 +65,21 @@ public:
     }
 
 private:
-    AccessErrorCode Call(const System::Rsc::RscOperation& operation,
-                         const System::Rsc::RscRemoteService::WriteFunction& writeArguments)
+    AccessErrorCode Call(const RscOperation& operation, const RscRemoteService::WriteFunction& writeArguments)
     {
         uint16 code = 0;
-        service->Call(operation, writeArguments, [&code](RscMessageReader& reader) { code = reader.ReadUint16(); });
+        target->Call(operation, writeArguments, [&code](RscMessageReader& reader) { code = reader.ReadUint16(); });
         return static_cast<AccessErrorCode>(code);
     }
-
-    const std::shared_ptr<System::Rsc::RscRemoteService> service;
 };
 
 } // namespace
 
-DeviceControlServiceProxyFactory::DeviceControlServiceProxyFactory() = default;
+DeviceControlServiceProxyFactory::DeviceControlServiceProxyFactory()
+    : RscServiceProxyFactory("Oxa::Device::Interface::Services::IDeviceControlService", "Oxa.Device",
+                             Classes<DeviceControlServiceProxy, RemoteDeviceControlService>(), controlOperations)
+{
+}
 
 DeviceControlServiceProxyFactory::~DeviceControlServiceProxyFactory() = default;
 
@@ -96,31 +89,28 @@ DeviceControlServiceProxyFactory& DeviceControlServiceProxyFactory::GetInstance(
     return instance;
 }
 
-const char* DeviceControlServiceProxyFactory::GetServiceInterfaceName() const
+std::ostream& operator<<(std::ostream& stream, AccessErrorCode code)
 {
-    return "Oxa::Device::Interface::Services::IDeviceControlService";
-}
-
-const char* DeviceControlServiceProxyFactory::GetServiceProviderName() const
-{
-    return "Oxa.Device";
-}
-
-System::Rsc::IRscService*
-DeviceControlServiceProxyFactory::CreateProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot)
-{
-    return new DeviceControlServiceProxy(std::move(slot));
-}
-
-std::span<const System::Rsc::RscOperation> DeviceControlServiceProxyFactory::GetOperations() const noexcept
-{
-    return controlOperations;
-}
-
-std::shared_ptr<System::Rsc::IRscService>
-DeviceControlServiceProxyFactory::CreateRemote(std::shared_ptr<System::Rsc::RscRemoteService> service)
-{
-    return std::make_shared<RemoteControlService>(std::move(service));
+    switch (code)
+    {
+    case AccessErrorCode::None:
+        return stream << "success";
+    case AccessErrorCode::NotSupported:
+        return stream << "not supported";
+    case AccessErrorCode::Busy:
+        return stream << "busy";
+    case AccessErrorCode::AccessDenied:
+        return stream << "access denied";
+    case AccessErrorCode::InvalidArgument:
+        return stream << "invalid argument";
+    case AccessErrorCode::TimedOut:
+        return stream << "timed out";
+    case AccessErrorCode::NotAvailable:
+        return stream << "not available";
+    case AccessErrorCode::DeviceFault:
+        return stream << "device fault";
+    }
+    return stream << "unknown error " + std::to_string(static_cast<unsigned>(code));
 }
 
 } // namespace Oxa::Device::Interface::Services

@@ -213,12 +213,15 @@ TEST_F(Messages, CarryTheElementsOfArrays)
     RscArrayReader outer(value);
     Value element;
     outer.ReadNextArray(element);
-    // As for a value that is returned while its message goes.
-    reader->KeepArraysForThisThread();
-    reader.reset();
     RscArrayReader inner(element);
     EXPECT_EQ(ReadNext<double>(inner), 1.5);
     EXPECT_EQ(ReadNext<double>(inner), 2.5);
+
+    FakeArray<int8> more{{1}};
+    Write([&more](RscMessageWriter& writer) { writer.WriteValue(more.Describe(RscType::Int8, 1)); });
+    RscMessageReader(*message).ReadDetachedValue(value);
+    EXPECT_EQ(value.GetType(), RscType::Array);
+    EXPECT_THROW(RscArrayReader{value}, System::Commons::ArgumentException) << "its elements went with the reader";
 }
 
 TEST_F(Messages, LetTheReaderComplainAboutArraysThatCannotBe)

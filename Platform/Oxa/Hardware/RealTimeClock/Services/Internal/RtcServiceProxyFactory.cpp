@@ -3,85 +3,75 @@
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/IRtcService.hpp"
 #include "Oxa/System/Rsc/RscMessageReader.hpp"
 #include "Oxa/System/Rsc/RscMessageWriter.hpp"
-#include "Oxa/System/Rsc/RscRemoteService.hpp"
-
-#include <utility>
 
 namespace Oxa::Hardware::RealTimeClock::Services::Internal
 {
 
-using System::Rsc::RscMessageReader;
-using System::Rsc::RscMessageWriter;
-using System::Rsc::RscOperationKind;
+using namespace System::Rsc;
 
 IRtcService::~IRtcService() = default;
 
 namespace
 {
 
-class RtcServiceProxy final : public IRtcService
+class RtcServiceProxy final : public RscForwarder<IRtcService, RscServiceSlot>
 {
 public:
-    explicit RtcServiceProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot) : slot(std::move(slot)) {}
+    using RscForwarder::RscForwarder;
 
     void WriteDateTime(const Oxa::DateTime& dateTime) override
     {
-        slot->Acquire<IRtcService>()->WriteDateTime(dateTime);
+        target->Acquire<IRtcService>()->WriteDateTime(dateTime);
     }
 
     [[nodiscard]] Oxa::DateTime ReadDateTime() override
     {
-        return slot->Acquire<IRtcService>()->ReadDateTime();
+        return target->Acquire<IRtcService>()->ReadDateTime();
     }
-
-private:
-    std::shared_ptr<System::Rsc::RscServiceSlot> slot;
 };
 
-void InvokeWriteDateTime(System::Rsc::IRscService& service, RscMessageReader& arguments, RscMessageWriter& /*results*/)
+void InvokeWriteDateTime(IRscService& service, RscMessageReader& arguments, RscMessageWriter& /*results*/)
 {
     dynamic_cast<IRtcService&>(service).WriteDateTime(Oxa::DateTime::FromValue(arguments.ReadUint64()));
 }
 
-void InvokeReadDateTime(System::Rsc::IRscService& service, RscMessageReader& /*arguments*/, RscMessageWriter& results)
+void InvokeReadDateTime(IRscService& service, RscMessageReader& /*arguments*/, RscMessageWriter& results)
 {
     results.WriteUint64(dynamic_cast<IRtcService&>(service).ReadDateTime().GetValue());
 }
 
-constexpr System::Rsc::RscOperation clockOperations[] = {
+constexpr RscOperation clockOperations[] = {
     {"WriteDateTime", RscOperationKind::Command, "t", "", &InvokeWriteDateTime},
     {"ReadDateTime", RscOperationKind::Read, "", "t", &InvokeReadDateTime},
 };
 
-/// The clock of another process. Safe from several threads.
-class RemoteRtcService final : public IRtcService
+class RemoteRtcService final : public RscForwarder<IRtcService, RscRemoteService>
 {
 public:
-    explicit RemoteRtcService(std::shared_ptr<System::Rsc::RscRemoteService> service) : service(std::move(service)) {}
+    using RscForwarder::RscForwarder;
 
     void WriteDateTime(const Oxa::DateTime& dateTime) override
     {
-        service->Call(
-            clockOperations[0], [&dateTime](RscMessageWriter& writer) { writer.WriteUint64(dateTime.GetValue()); },
-            [](RscMessageReader&) {});
+        const uint64 value = dateTime.GetValue();
+        target->Call(
+            clockOperations[0], [value](RscMessageWriter& writer) { writer.WriteUint64(value); }, nullptr);
     }
 
     [[nodiscard]] Oxa::DateTime ReadDateTime() override
     {
-        Oxa::DateTime dateTime;
-        service->Call(
-            clockOperations[1], [](RscMessageWriter&) {},
-            [&dateTime](RscMessageReader& reader) { dateTime = Oxa::DateTime::FromValue(reader.ReadUint64()); });
-        return dateTime;
+        uint64 value = 0;
+        target->Call(clockOperations[1], nullptr, [&value](RscMessageReader& reader) { value = reader.ReadUint64(); });
+        return Oxa::DateTime::FromValue(value);
     }
-
-private:
-    const std::shared_ptr<System::Rsc::RscRemoteService> service;
 };
 
 } // namespace
 
-RtcServiceProxyFactory::RtcServiceProxyFactory() = default;
+RtcServiceProxyFactory::RtcServiceProxyFactory()
+    : RscServiceProxyFactory("Oxa::Hardware::RealTimeClock::Services::Internal::IRtcService", "Oxa.Device",
+                             Classes<RtcServiceProxy, RemoteRtcService>(), clockOperations)
+{
+}
 
 RtcServiceProxyFactory::~RtcServiceProxyFactory() = default;
 
@@ -89,32 +79,6 @@ RtcServiceProxyFactory& RtcServiceProxyFactory::GetInstance()
 {
     static RtcServiceProxyFactory instance;
     return instance;
-}
-
-const char* RtcServiceProxyFactory::GetServiceInterfaceName() const
-{
-    return "Oxa::Hardware::RealTimeClock::Services::Internal::IRtcService";
-}
-
-const char* RtcServiceProxyFactory::GetServiceProviderName() const
-{
-    return "Oxa.Device";
-}
-
-System::Rsc::IRscService* RtcServiceProxyFactory::CreateProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot)
-{
-    return new RtcServiceProxy(std::move(slot));
-}
-
-std::span<const System::Rsc::RscOperation> RtcServiceProxyFactory::GetOperations() const noexcept
-{
-    return clockOperations;
-}
-
-std::shared_ptr<System::Rsc::IRscService>
-RtcServiceProxyFactory::CreateRemote(std::shared_ptr<System::Rsc::RscRemoteService> service)
-{
-    return std::make_shared<RemoteRtcService>(std::move(service));
 }
 
 } // namespace Oxa::Hardware::RealTimeClock::Services::Internal

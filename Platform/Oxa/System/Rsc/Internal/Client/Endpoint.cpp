@@ -11,6 +11,7 @@
 
 #include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Commons/Threading/Backoff.hpp"
+#include "Oxa/System/Rsc/IRscServiceProxyFactory.hpp"
 #include "Oxa/System/Rsc/Internal/ServiceTable.hpp"
 #include "Oxa/System/Rsc/Internal/Wire/Protocol.hpp"
 #include "Oxa/System/Rsc/RscMessageReader.hpp"
@@ -221,8 +222,11 @@ void Endpoint::CallOnce(const BasicString& interfaceName, const RscOperation& op
     lease.RequireSameRun(deadline);
     const MessageHandle request = lease.GetConnection().CreateRequest(
         objectPath.c_str(), GetBusInterfaceName(interfaceName).c_str(), operation.name);
-    RscMessageWriter writer(*request);
-    writeArguments(writer);
+    if (writeArguments)
+    {
+        RscMessageWriter writer(*request);
+        writeArguments(writer);
+    }
     const MessageHandle response = lease.Exchange(*request, deadline);
     if (const sd_bus_error* const error = sd_bus_message_get_error(response.get()))
     {
@@ -232,8 +236,11 @@ void Endpoint::CallOnce(const BasicString& interfaceName, const RscOperation& op
     {
         throw RscServiceException(RscFault::InvalidResponse, "the response has another type than the operation");
     }
-    RscMessageReader reader(*response);
-    readResults(reader);
+    if (readResults)
+    {
+        RscMessageReader reader(*response);
+        readResults(reader);
+    }
 }
 
 bool Endpoint::IsProvided(const BasicString& interfaceName)

@@ -69,6 +69,28 @@ const char* GetErrorName(const RscServiceException& exception) noexcept
 
 } // namespace
 
+std::size_t GetRawBytes(RscType type) noexcept
+{
+    switch (type)
+    {
+    case RscType::Uint32:
+    case RscType::Time32:
+    case RscType::Date32:
+    case RscType::DateAndTime32:
+    case RscType::TimeOfDay32:
+        return sizeof(uint32);
+    case RscType::Uint64:
+    case RscType::DateTime:
+    case RscType::Time64:
+    case RscType::Date64:
+    case RscType::DateAndTime64:
+    case RscType::TimeOfDay64:
+        return sizeof(uint64);
+    default:
+        return 0;
+    }
+}
+
 BasicString GetObjectPath(std::string_view providerName)
 {
     BasicString path = '/' + BasicString(providerName);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Rsc/RscType.hpp"
 
 #include <systemd/sd-bus.h>
 
@@ -28,6 +29,21 @@ inline constexpr const char* getRunsName = "GetRuns";
 inline constexpr const char* runsSignature = "a(sssas)";
 inline constexpr const char* runSignature = "(sssas)";
 inline constexpr const char* runMembersSignature = "sssas";
+
+/// How a variant crosses, inside `RscMessageWriter::valueSignature`: its type tag, then its value in a readable type of
+/// D-Bus; as bytes when it has no type of its own there, or is a text that is no UTF-8.
+inline constexpr const char* valueMembersSignature = "yv";
+inline constexpr const char* bytesSignature = "ay";
+
+/// Of an array's value: type of an element, dimensions, number of elements of the first one, and the elements.
+inline constexpr const char* arraySignature = "(yyua(yv))";
+inline constexpr const char* arrayMembersSignature = "yyua(yv)";
+
+/// The only width of variants in which the elements of arrays of arrays are read and written.
+inline constexpr std::size_t subarrayBytes = 512;
+
+/// 4 or 8 for the types that cross as unsigned numbers of that many bytes; 0 for all others.
+[[nodiscard]] std::size_t GetRawBytes(RscType type) noexcept;
 
 /// "/Oxa/Device" for the provider "Oxa.Device". Throws ArgumentException when that is no path of D-Bus.
 [[nodiscard]] BasicString GetObjectPath(std::string_view providerName);

@@ -12,8 +12,8 @@ class UserManager;
 namespace Oxa::System::Um::Services::Internal
 {
 
-/// Answers from a user manager, which must outlive it. Safe from any thread. When the user manager cannot tell, that is
-/// logged and the answer is no.
+/// Asks a user manager, which must outlive it. Safe from any thread. When the user manager fails, that is logged and
+/// nothing is authorized.
 class OXA_EXPORT AuthorizationService final
     : public IAuthorizationService,
       private System::Commons::Diagnostics::Logging::Loggable<AuthorizationService>

@@ -2,34 +2,36 @@
 
 #include "Oxa/System/Um/Services/Internal/IAuthorizationService.hpp"
 
-#include <utility>
-
 namespace Oxa::System::Um::Services::Internal
 {
+
+using System::Rsc::RscForwarder;
+using System::Rsc::RscServiceSlot;
 
 IAuthorizationService::~IAuthorizationService() = default;
 
 namespace
 {
 
-class AuthorizationServiceProxy final : public IAuthorizationService
+class AuthorizationServiceProxy final : public RscForwarder<IAuthorizationService, RscServiceSlot>
 {
 public:
-    explicit AuthorizationServiceProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot) : slot(std::move(slot)) {}
+    using RscForwarder::RscForwarder;
 
     [[nodiscard]] bool IsAuthorized(const System::Rsc::RscString<512>& objectName, uint32 permission,
                                     uint32 tokenValue) override
     {
-        return slot->Acquire<IAuthorizationService>()->IsAuthorized(objectName, permission, tokenValue);
+        return target->Acquire<IAuthorizationService>()->IsAuthorized(objectName, permission, tokenValue);
     }
-
-private:
-    std::shared_ptr<System::Rsc::RscServiceSlot> slot;
 };
 
 } // namespace
 
-AuthorizationServiceProxyFactory::AuthorizationServiceProxyFactory() = default;
+AuthorizationServiceProxyFactory::AuthorizationServiceProxyFactory()
+    : RscServiceProxyFactory("Oxa::System::Um::Services::Internal::IAuthorizationService", "Oxa.System.Um",
+                             Classes<AuthorizationServiceProxy>())
+{
+}
 
 AuthorizationServiceProxyFactory::~AuthorizationServiceProxyFactory() = default;
 
@@ -37,22 +39,6 @@ AuthorizationServiceProxyFactory& AuthorizationServiceProxyFactory::GetInstance(
 {
     static AuthorizationServiceProxyFactory instance;
     return instance;
-}
-
-const char* AuthorizationServiceProxyFactory::GetServiceInterfaceName() const
-{
-    return "Oxa::System::Um::Services::Internal::IAuthorizationService";
-}
-
-const char* AuthorizationServiceProxyFactory::GetServiceProviderName() const
-{
-    return "Oxa.System.Um";
-}
-
-System::Rsc::IRscService*
-AuthorizationServiceProxyFactory::CreateProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot)
-{
-    return new AuthorizationServiceProxy(std::move(slot));
 }
 
 } // namespace Oxa::System::Um::Services::Internal

@@ -7,16 +7,12 @@ namespace Oxa::System::Um::Services::Internal
 {
 
 /// Makes proxies for IAuthorizationService. Safe from any thread.
-class OXA_EXPORT AuthorizationServiceProxyFactory final : public System::Rsc::IRscServiceProxyFactory
+class OXA_EXPORT AuthorizationServiceProxyFactory final : public System::Rsc::RscServiceProxyFactory
 {
 public:
     [[nodiscard]] static AuthorizationServiceProxyFactory& GetInstance();
 
     ~AuthorizationServiceProxyFactory() override;
-
-    [[nodiscard]] const char* GetServiceInterfaceName() const override;
-    [[nodiscard]] const char* GetServiceProviderName() const override;
-    [[nodiscard]] System::Rsc::IRscService* CreateProxy(std::shared_ptr<System::Rsc::RscServiceSlot> slot) override;
 
 private:
     AuthorizationServiceProxyFactory();

@@ -8,7 +8,7 @@
 namespace Oxa::System::Um::Services::Internal
 {
 
-/// Says what a logged-in user may do. Safe from any thread.
+/// Decides what a logged-in user may do. Safe from any thread.
 class OXA_EXPORT IAuthorizationService : public System::Rsc::IRscService
 {
 public:

@@ -1,4 +1,4 @@
-#include "Oxa/System/Rsc/SecureString.hpp"
+#include "Oxa/System/Rsc/RscString.hpp"
 
 #include <algorithm>
 #include <cassert>
