@@ -7,12 +7,7 @@ namespace Oxa::Services::Modules::Wbm::Di::Internal
 {
 
 using Oxa::Device::Interface::Services::AccessErrorCode;
-using Oxa::Device::Interface::Services::IDeviceControlService;
-using Services::Commons::Wbm::WbmRequest;
-using Services::Commons::Wbm::WbmResponse;
-using System::Commons::Diagnostics::Logging::LogLevel;
 using System::Commons::Text::Format;
-using System::Um::SecurityToken;
 
 namespace
 {

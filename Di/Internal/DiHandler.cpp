@@ -19,8 +19,6 @@ namespace Oxa::Services::Modules::Wbm::Di::Internal
 using Data::DataSection;
 using Data::DataSections;
 using Data::DiRscData;
-using Services::Commons::Wbm::WbmRequest;
-using Services::Commons::Wbm::WbmResponse;
 using System::Rsc::RscString;
 using System::Rsc::RscVariant;
 

@@ -3,7 +3,6 @@
 #include "Di/Internal/Data/DataSection.hpp"
 #include "Di/Internal/DiWbmHandlerBase.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmPageHandlerBase.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 
 #include <memory>
 #include <vector>
@@ -21,7 +20,7 @@ class DiSettings;
 /// same time. What services and sections throw is passed on. Requires of requests: the handler is available.
 class DiHandler final : public Services::Commons::Wbm::Modules::WbmPageHandlerBase,
                         public DiWbmHandlerBase,
-                        private System::Commons::Diagnostics::Logging::Loggable<DiHandler>
+                        private Loggable<DiHandler>
 {
 public:
     /// `settings` are borrowed, and need not have been read yet. Calls no service.
@@ -34,15 +33,11 @@ public:
     /// Prepares every section. Requires: `SubscribeServices` ran before.
     void Setup() const;
 
-    [[nodiscard]] Services::Commons::Wbm::WbmResponse GetDataSection(const Services::Commons::Wbm::WbmRequest& request);
-    [[nodiscard]] Services::Commons::Wbm::WbmResponse
-    GetDataSections(const Services::Commons::Wbm::WbmRequest& request);
-    [[nodiscard]] Services::Commons::Wbm::WbmResponse
-    HasControlPermissions(const Services::Commons::Wbm::WbmRequest& request) const;
-    [[nodiscard]] Services::Commons::Wbm::WbmResponse
-    IsRunStopSwitchSupported(const Services::Commons::Wbm::WbmRequest& request);
-    [[nodiscard]] Services::Commons::Wbm::WbmResponse
-    IsRunStopSwitchInRun(const Services::Commons::Wbm::WbmRequest& request);
+    [[nodiscard]] WbmResponse GetDataSection(const WbmRequest& request);
+    [[nodiscard]] WbmResponse GetDataSections(const WbmRequest& request);
+    [[nodiscard]] WbmResponse HasControlPermissions(const WbmRequest& request) const;
+    [[nodiscard]] WbmResponse IsRunStopSwitchSupported(const WbmRequest& request);
+    [[nodiscard]] WbmResponse IsRunStopSwitchInRun(const WbmRequest& request);
 
     [[nodiscard]] bool ValidateDataSectionName(const BasicString& name);
     [[nodiscard]] bool ValidateDataSectionsList(const std::vector<BasicString>& names);

@@ -18,7 +18,6 @@ using Oxa::Hardware::RealTimeClock::Services::Internal::RtcServiceProxyFactory;
 using System::Commons::Text::Format;
 using System::Rsc::RscString;
 using System::Um::executePermission;
-using System::Um::SecurityToken;
 using System::Um::Services::Internal::AuthorizationServiceProxyFactory;
 
 namespace

@@ -6,6 +6,7 @@
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/IRtcService.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/InvalidCastException.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Rsc/IRscService.hpp"
@@ -18,6 +19,16 @@
 
 namespace Oxa::Services::Modules::Wbm::Di::Internal
 {
+
+// Used by both handlers.
+using Oxa::Device::Interface::Services::IDeviceControlService;
+using Oxa::Device::Interface::Services::IDeviceInfoService;
+using Oxa::Device::Interface::Services::IDeviceStatusService;
+using Services::Commons::Wbm::WbmRequest;
+using Services::Commons::Wbm::WbmResponse;
+using System::Commons::Diagnostics::Logging::Loggable;
+using System::Commons::Diagnostics::Logging::LogLevel;
+using System::Um::SecurityToken;
 
 /// The object whose permission guards the control requests; the data handler reports it beforehand.
 inline const BasicString deviceControlObjectName = "DeviceControl";
@@ -69,11 +80,11 @@ protected:
 
     /// Whether the token's user may execute the module's object `name`, at most 483 bytes. Throws ArgumentException for
     /// a longer one. Requires: the authorization service is subscribed.
-    [[nodiscard]] bool HasPermissionOnObject(const System::Um::SecurityToken& token, const BasicString& name) const;
+    [[nodiscard]] bool HasPermissionOnObject(const SecurityToken& token, const BasicString& name) const;
 
-    std::shared_ptr<Oxa::Device::Interface::Services::IDeviceInfoService> deviceInfoService;
-    std::shared_ptr<Oxa::Device::Interface::Services::IDeviceStatusService> deviceStatusService;
-    std::shared_ptr<Oxa::Device::Interface::Services::IDeviceControlService> deviceControlService;
+    std::shared_ptr<IDeviceInfoService> deviceInfoService;
+    std::shared_ptr<IDeviceStatusService> deviceStatusService;
+    std::shared_ptr<IDeviceControlService> deviceControlService;
     std::shared_ptr<System::Um::Services::Internal::IAuthorizationService> authorizationService;
     std::shared_ptr<Oxa::Hardware::RealTimeClock::Services::Internal::IRtcService> rtcService;
 };

@@ -3,10 +3,6 @@
 namespace Oxa::Services::Modules::Wbm::Di::Internal::Data
 {
 
-using System::Commons::Json::JsonReader;
-using System::Commons::Json::JsonSerializationContext;
-using System::Commons::Json::JsonWriter;
-
 DataSection::DataSection(const BasicString& name) : name(name) {}
 
 DataSection::~DataSection() = default;

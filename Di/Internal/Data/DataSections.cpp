@@ -1,7 +1,5 @@
 #include "Di/Internal/Data/DataSections.hpp"
 
-#include "Di/Internal/Data/DataSection.hpp"
-
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
 
@@ -9,10 +7,6 @@
 
 namespace Oxa::Services::Modules::Wbm::Di::Internal::Data
 {
-
-using System::Commons::Json::JsonReader;
-using System::Commons::Json::JsonSerializationContext;
-using System::Commons::Json::JsonWriter;
 
 DataSections::DataSections(std::vector<DataSection*>& sections) : sections(sections) {}
 

@@ -1,22 +1,15 @@
 #pragma once
 
-#include "Di/Internal/Data/DiRscData.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
-#include "Oxa/System/Commons/Json/IJsonSerializable.hpp"
-#include "Oxa/System/Commons/Types.hpp"
+#include "Di/Internal/Data/DataSection.hpp"
 
 #include <vector>
 
 namespace Oxa::Services::Modules::Wbm::Di::Internal::Data
 {
 
-class DataSection;
-
-/// The sections that one request names, in its order; the same section may stand there more than once. Lives for one
-/// request. What a section throws is passed on.
-class DataSections final : public System::Commons::Json::IJsonSerializable,
-                           private DiRscData,
-                           private System::Commons::Diagnostics::Logging::Loggable<DataSections>
+/// The sections that one request names, in its order; a section may occur more than once. Lives for one request. What a
+/// section throws is passed on.
+class DataSections final : public IJsonSerializable, private DiRscData, private Loggable<DataSections>
 {
 public:
     /// `sections` is borrowed.
@@ -30,12 +23,10 @@ public:
     [[nodiscard]] bool UpdateData() const;
 
     /// Does nothing: sections are only written.
-    void ReadJson(System::Commons::Json::JsonReader& reader,
-                  System::Commons::Json::JsonSerializationContext& context) override;
+    void ReadJson(JsonReader& reader, JsonSerializationContext& context) override;
 
     /// Writes the sections' members side by side into the object that is open.
-    void WriteJson(System::Commons::Json::JsonWriter& writer,
-                   System::Commons::Json::JsonSerializationContext& context) override;
+    void WriteJson(JsonWriter& writer, JsonSerializationContext& context) override;
 
 private:
     std::vector<DataSection*>& sections;

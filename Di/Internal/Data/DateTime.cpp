@@ -10,12 +10,7 @@
 namespace Oxa::Services::Modules::Wbm::Di::Internal::Data
 {
 
-using Oxa::Device::Interface::Services::IDeviceStatusService;
 using Oxa::Hardware::RealTimeClock::Services::Internal::IRtcService;
-using System::Commons::Diagnostics::Logging::LogLevel;
-using System::Commons::Json::JsonSerializationContext;
-using System::Commons::Json::JsonWriter;
-using System::Rsc::RscString;
 
 DateTime::DateTime(const BasicString& name, std::shared_ptr<IDeviceStatusService>& deviceStatusService,
                    std::shared_ptr<IRtcService>& rtcService)

@@ -5,11 +5,6 @@
 namespace Oxa::Services::Modules::Wbm::Di::Internal::Data
 {
 
-using Oxa::Device::Interface::Services::IDeviceStatusService;
-using System::Commons::Json::JsonSerializationContext;
-using System::Commons::Json::JsonWriter;
-using System::Rsc::RscString;
-
 DeviceHealth::DeviceHealth(const BasicString& name, std::shared_ptr<IDeviceStatusService>& deviceStatusService)
     : DataSection(name), deviceStatusService(deviceStatusService)
 {

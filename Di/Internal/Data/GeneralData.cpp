@@ -6,12 +6,7 @@
 namespace Oxa::Services::Modules::Wbm::Di::Internal::Data
 {
 
-using Oxa::Device::Interface::Services::IDeviceInfoService;
 using Settings::DiSettings;
-using System::Commons::Diagnostics::Logging::LogLevel;
-using System::Commons::Json::JsonSerializationContext;
-using System::Commons::Json::JsonWriter;
-using System::Rsc::RscString;
 
 GeneralData::GeneralData(const BasicString& name, std::shared_ptr<IDeviceInfoService>& deviceInfoService,
                          DiSettings& settings)

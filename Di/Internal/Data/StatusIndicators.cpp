@@ -8,13 +8,6 @@
 namespace Oxa::Services::Modules::Wbm::Di::Internal::Data
 {
 
-using Oxa::Device::Interface::Services::IDeviceStatusService;
-using System::Commons::Diagnostics::Logging::LogLevel;
-using System::Commons::Json::JsonReader;
-using System::Commons::Json::JsonSerializationContext;
-using System::Commons::Json::JsonWriter;
-using System::Rsc::RscString;
-
 namespace
 {
 

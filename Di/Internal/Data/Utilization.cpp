@@ -8,13 +8,7 @@
 namespace Oxa::Services::Modules::Wbm::Di::Internal::Data
 {
 
-using Oxa::Device::Interface::Services::IDeviceInfoService;
-using Oxa::Device::Interface::Services::IDeviceStatusService;
-using System::Commons::Diagnostics::Logging::LogLevel;
-using System::Commons::Json::JsonSerializationContext;
-using System::Commons::Json::JsonWriter;
 using System::Commons::Text::Format;
-using System::Rsc::RscString;
 
 namespace
 {

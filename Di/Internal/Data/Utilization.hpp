@@ -1,9 +1,6 @@
 #pragma once
 
 #include "Di/Internal/Data/DataSection.hpp"
-#include "Oxa/Device/Interface/Services/IDeviceInfoService.hpp"
-#include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 
 #include <memory>
 #include <vector>
@@ -12,13 +9,12 @@ namespace Oxa::Services::Modules::Wbm::Di::Internal::Data
 {
 
 /// Memory, user partition and CPU load. The number of cores is learned once, at set-up.
-class Utilization final : public DataSection, private System::Commons::Diagnostics::Logging::Loggable<Utilization>
+class Utilization final : public DataSection, private Loggable<Utilization>
 {
 public:
     /// Keeps references to the handler's own pointers, which are filled later.
-    Utilization(const BasicString& name,
-                std::shared_ptr<Oxa::Device::Interface::Services::IDeviceStatusService>& deviceStatusService,
-                std::shared_ptr<Oxa::Device::Interface::Services::IDeviceInfoService>& deviceInfoService);
+    Utilization(const BasicString& name, std::shared_ptr<IDeviceStatusService>& deviceStatusService,
+                std::shared_ptr<IDeviceInfoService>& deviceInfoService);
 
     /// Passes on what the service throws. Without the service everything stays as it is.
     void Setup() override;
@@ -27,8 +23,7 @@ public:
     /// throws, and std::out_of_range when there are fewer results than the process's first update had.
     [[nodiscard]] bool UpdateData() override;
 
-    void WriteJsonData(System::Commons::Json::JsonWriter& writer,
-                       System::Commons::Json::JsonSerializationContext& context) override;
+    void WriteJsonData(JsonWriter& writer, JsonSerializationContext& context) override;
 
 private:
     [[nodiscard]] bool ConvertDeviceValues();
@@ -43,8 +38,8 @@ private:
     uint8 cpuLoadTotalPercent = 0;
     /// Core 1 first.
     std::vector<uint8> cpuCoresLoadPercent;
-    std::shared_ptr<Oxa::Device::Interface::Services::IDeviceStatusService>& deviceStatusService;
-    std::shared_ptr<Oxa::Device::Interface::Services::IDeviceInfoService>& deviceInfoService;
+    std::shared_ptr<IDeviceStatusService>& deviceStatusService;
+    std::shared_ptr<IDeviceInfoService>& deviceInfoService;
 };
 
 } // namespace Oxa::Services::Modules::Wbm::Di::Internal::Data
