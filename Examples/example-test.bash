@@ -1,12 +1,12 @@
 # shellcheck shell=bash disable=SC2034
-# What the tests of the examples have in common; sourced by them, with their arguments:
+# Functions that the tests of the examples share; sourced by them, with their arguments:
 # CMAKE INSTALLED-PLATFORM WORK-FOLDER     (the work folder is emptied first)
 set -euo pipefail
 
 readonly cmake="$1" prefix="$2" work="$3"
 examples="$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)"
 readonly examples state="$work/state"
-# Those that have not ended.
+# Running processes, by id.
 declare -A processes=()
 
 fail()
@@ -33,17 +33,17 @@ buildExample()
     "$cmake" --build "$folder"
 }
 
-# expectShown DOCUMENT FILE: a block of the document is the file, to the letter.
+# expectShown DOCUMENT FILE: a block of the document equals the file.
 expectShown()
 {
     local document file
     document="$(<"$examples/../Docs/$1")"$'\n'
     file="$(<"$examples/$2")"
-    [[ "$document" == *$'\n```cpp\n'"$file"$'\n```\n'* ]] || fail "Docs/$1 does not show Examples/$2 as it is"
+    [[ "$document" == *$'\n```cpp\n'"$file"$'\n```\n'* ]] || fail "Docs/$1 does not contain the current Examples/$2"
 }
 
 # start NAME PATTERN COMMAND…: returns when the program has written a line that matches, and sets `started` to its
-# process and `match` to what the pattern's group matched.
+# process id and `match` to the match of the pattern's group.
 start()
 {
     local name="$1" pattern="$2" line
@@ -63,10 +63,10 @@ start()
             return
         fi
     done
-    fail "$name did not say that it is ready"
+    fail "$name did not report that it is ready"
 }
 
-# startHost CONFIGURATION: sets `host` to the process and `address` to where it listens.
+# startHost CONFIGURATION: sets `host` to the process id and `address` to its URL.
 startHost()
 {
     start host '^listening on (http://127\.0\.0\.1:[0-9]+)$' \

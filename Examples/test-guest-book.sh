@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds GuestBook as a project of its own, starts the installed device services with its component and the installed
-# host with its module, and asks the one through the other.
+# host with its module, and calls the one through the other.
 # Usage: test-guest-book.sh CMAKE INSTALLED-PLATFORM WORK-FOLDER     (the work folder is emptied first)
 # shellcheck source-path=SCRIPTDIR
 . "$(dirname -- "${BASH_SOURCE[0]}")/example-test.bash"
@@ -10,11 +10,11 @@ sockets="$(mktemp -d)"
 trap 'endAll; rm -rf -- "$sockets"' EXIT
 export GUEST_BOOK_SOCKET="$sockets/guest-book.sock" GUEST_BOOK_LIBRARIES="$work/build" GUEST_BOOK_USER="$UID"
 
-# expect ANSWER PATTERN
+# expect RESPONSE PATTERN
 expect()
 {
     # shellcheck disable=SC2053
-    [[ "$1" == $2 ]] || fail "the answer was '$1' instead of '$2'"
+    [[ "$1" == $2 ]] || fail "the response was '$1' instead of '$2'"
 }
 
 buildExample GuestBook
@@ -24,10 +24,10 @@ startHost "$examples/GuestBook/oxa-wbm.xml"
 logIn
 
 expect "$(ask POST 'GuestBookDp/Sign?guest=Ada')" '{"errorCode":"","resultKind":4,"payload":{"result":true}}'
-# The service's exception arrives as what it was.
+# The service's exception arrives with its type.
 expect "$(ask POST 'GuestBookDp/Sign?guest=')" \
     '{"errorCode":"InvalidInput","resultKind":4,"payload":{"result":false}}'
-# The service saw who called: the kernel told the other process.
+# The service knows the caller, which the kernel identifies to the other process.
 expect "$(ask POST GuestBookDp/GetEntries)" \
     '{"errorCode":"","resultKind":1,"payload":{"entries":\["Ada, by user '"*$UID*, process $host"'"]}}'
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds HelloModule and HelloHost as projects of their own, and asks the module in the installed host and in HelloHost.
+# Builds HelloModule and HelloHost as projects of their own, and calls the module in the installed host and in HelloHost.
 # Usage: test-hello-module.sh CMAKE INSTALLED-PLATFORM WORK-FOLDER     (the work folder is emptied first)
 # shellcheck source-path=SCRIPTDIR
 . "$(dirname -- "${BASH_SOURCE[0]}")/example-test.bash"
@@ -25,11 +25,11 @@ startHost "$work/oxa-wbm.xml"
 logIn
 
 readonly expected='{"errorCode":"","resultKind":1,"payload":{"greeting":"Hello, Ada & Grace!"}}'
-answer="$(ask GET 'HelloDp/SayHello?name=Ada%20%26%20Grace')"
-[ "$answer" = "$expected" ] || fail "SayHello answered '$answer' instead of '$expected'"
+response="$(ask GET 'HelloDp/SayHello?name=Ada%20%26%20Grace')"
+[ "$response" = "$expected" ] || fail "SayHello returned '$response' instead of '$expected'"
 
 endWell "$host"
 
 readonly expectedAlone='{"errorCode":"","resultKind":1,"payload":{"greeting":"Hello, host!"}}'
-answer="$("$work/host/HelloHost" "$work/build/libHelloModule.so")"
-[ "$answer" = "$expectedAlone" ] || fail "HelloHost printed '$answer' instead of '$expectedAlone'"
+response="$("$work/host/HelloHost" "$work/build/libHelloModule.so")"
+[ "$response" = "$expectedAlone" ] || fail "HelloHost printed '$response' instead of '$expectedAlone'"

@@ -52,7 +52,7 @@ public:
 
     void UnregisterSupportedLanguage(const BasicString& /*language*/) override {}
 
-    BasicString Ask(const BasicString& dataProviderName, const WbmRequest& request)
+    BasicString Call(const BasicString& dataProviderName, const WbmRequest& request)
     {
         const auto found = handlers.find(dataProviderName);
         if (found == handlers.end() || !found->second->IsAvailable())
@@ -70,7 +70,7 @@ private:
     std::map<BasicString, std::shared_ptr<WbmRequestHandlerBase>> handlers;
 };
 
-/// In this order: handlers are destroyed before the module that made them, and the library is unloaded last.
+/// In this order: handlers are destroyed before the module that created them, and the library is unloaded last.
 struct LoadedModule
 {
     SharedLibrary library;
@@ -89,7 +89,7 @@ void UseModule(AppDomain& appDomain, LoadedModule& loaded, const BasicString& mo
     }
     loaded.module->SetupModule(ModuleInfo(moduleName, ""), loaded.dataProviders);
     loaded.module->StartModule();
-    std::cout << loaded.dataProviders.Ask("HelloDp", request) << std::endl;
+    std::cout << loaded.dataProviders.Call("HelloDp", request) << std::endl;
     loaded.module->StopModule();
     loaded.module->ResetModule(loaded.dataProviders);
 }
@@ -116,7 +116,7 @@ int main(int argc, char** argv)
         }
         catch (const std::exception& exception)
         {
-            // In here: what the module threw is destroyed before its library is unloaded.
+            // Caught here, so that the module's exception is destroyed before its library is unloaded.
             std::cerr << "the module failed: " << exception.what() << '\n';
         }
         // Proxies to other processes may have come with the module's library.
