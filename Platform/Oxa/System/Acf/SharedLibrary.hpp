@@ -19,12 +19,6 @@ public:
     /// initialisers ends the process, as with every library.
     explicit SharedLibrary(const BasicString& path);
 
-    /// As given to the constructor.
-    [[nodiscard]] const BasicString& GetPath() const noexcept
-    {
-        return path;
-    }
-
     /// True when both are the same library in memory, even if their paths differ.
     [[nodiscard]] bool IsSameAs(const SharedLibrary& other) const noexcept
     {

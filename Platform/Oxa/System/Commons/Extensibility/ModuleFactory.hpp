@@ -3,6 +3,7 @@
 #include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -11,8 +12,8 @@
 namespace Oxa::System::Commons::Extensibility
 {
 
-/// What a module library can create, by name. Filled by the library while it is constructed, read by the host.
-/// Threads: takes no lock; one writer, and no reader before it has finished.
+/// The modules that a library can create, by name. Filled by the library's constructor, read by the host.
+/// Threads: not locked; one writer, and no reader before it has finished.
 template <class TModule>
 class ModuleFactory
 {
@@ -43,8 +44,7 @@ public:
         entries.emplace_back(moduleName, std::move(function));
     }
 
-    /// A new module that the caller owns; null when the library has none of that name. What the module's constructor
-    /// throws is passed on.
+    /// A new module that the caller owns; null for an unknown name. Passes on what the module's constructor throws.
     [[nodiscard]] std::unique_ptr<TModule> CreateModule(const BasicString& moduleName) const
     {
         const FactoryFunction* function = Find(moduleName);
@@ -64,19 +64,15 @@ public:
     }
 
 private:
+    using Entry = std::pair<BasicString, FactoryFunction>;
+
     [[nodiscard]] const FactoryFunction* Find(const BasicString& moduleName) const
     {
-        for (const auto& [name, function] : entries)
-        {
-            if (name == moduleName)
-            {
-                return &function;
-            }
-        }
-        return nullptr;
+        const auto found = std::ranges::find(entries, moduleName, &Entry::first);
+        return found != entries.end() ? &found->second : nullptr;
     }
 
-    std::vector<std::pair<BasicString, FactoryFunction>> entries;
+    std::vector<Entry> entries;
 };
 
 } // namespace Oxa::System::Commons::Extensibility

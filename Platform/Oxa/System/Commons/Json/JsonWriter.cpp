@@ -75,7 +75,7 @@ struct JsonWriter::Implementation
 
     rapidjson::StringBuffer buffer{nullptr, initialBytes};
     rapidjson::Writer<rapidjson::StringBuffer> writer{buffer};
-    // A text as a stack: short ones need no allocation.
+    // A stack, as a string: short ones need no allocation.
     std::string openBrackets;
 };
 
@@ -136,7 +136,7 @@ void JsonWriter::WriteValue(std::string_view name, double value)
         implementation->writer.Null();
         return;
     }
-    // Not the writer's own Double(): that is not always the shortest form, and 1 comes out as 1.0.
+    // Not the writer's own Double(): that is not always the shortest form, and writes 1 as 1.0.
     const BasicString text = Text::Format("{}", value);
     implementation->writer.RawValue(text.data(), text.size(), rapidjson::kNumberType);
 }
@@ -198,13 +198,6 @@ void JsonWriter::WriteEndComplexArrayItem()
 std::string_view JsonWriter::GetText() const noexcept
 {
     return {implementation->buffer.GetString(), implementation->buffer.GetSize()};
-}
-
-void JsonWriter::Clear()
-{
-    implementation->openBrackets.clear();
-    implementation->buffer.Clear();
-    implementation->writer.Reset(implementation->buffer);
 }
 
 } // namespace Oxa::System::Commons::Json

@@ -12,8 +12,8 @@
 namespace Oxa::System::Commons::Json
 {
 
-/// Writes one JSON document from front to back. The same key is written twice when asked to. Bytes that are no UTF-8
-/// come out as U+FFFD, so that every document is valid.
+/// Writes one JSON document from front to back. Duplicate keys are written as given. Bytes that are no UTF-8 become
+/// U+FFFD, so that every document is valid.
 /// Threads: one at a time. Throws InvalidOperationException when a bracket is closed that is not open.
 class OXA_EXPORT JsonWriter final
 {
@@ -55,9 +55,6 @@ public:
 
     /// Valid until the next call of this object.
     [[nodiscard]] std::string_view GetText() const noexcept;
-
-    /// Starts a new document and keeps the storage.
-    void Clear();
 
 private:
     void WriteInteger(std::string_view name, int64 value);
