@@ -55,7 +55,7 @@ protected:
 
 using Calls = std::vector<BasicString>;
 
-TEST_F(SettingUpTheModule, RegistersInOrderAndTakesBackWhatItRegistered)
+TEST_F(SettingUpTheModule, RegistersInOrderAndUnregistersTheSame)
 {
     module.ResetModule(host);
     EXPECT_EQ(host.TakeCalls(), Calls());
@@ -75,7 +75,7 @@ TEST_F(SettingUpTheModule, RegistersInOrderAndTakesBackWhatItRegistered)
     EXPECT_EQ(host.TakeCalls(), (Calls{"-language en", "-language de"}));
 }
 
-TEST_F(SettingUpTheModule, TakesBackWhatTheHostAcceptedAndNotWhatItRefused)
+TEST_F(SettingUpTheModule, UnregistersWhatTheHostAcceptedOnly)
 {
     const Calls all = {"-provider DeviceInterfaceDp", "-provider DeviceInterfaceControlDp", "-page overview",
                        "-language en", "-language de"};
@@ -98,7 +98,7 @@ TEST_F(SettingUpTheModule, TakesBackWhatTheHostAcceptedAndNotWhatItRefused)
         accepted.insert(accepted.end(), all.begin() + 3, all.end());
         EXPECT_EQ(host.TakeCalls(), accepted);
 
-        // The last answer counts: the host that refuses a name gave it to another module.
+        // The last result counts: a host that refuses a name has given it to another module.
         EXPECT_EQ(TrySetUp(), "");
         expectRefusal();
         Calls others = all;

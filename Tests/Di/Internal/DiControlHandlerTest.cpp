@@ -41,7 +41,7 @@ protected:
     DiControlHandler handler;
 };
 
-TEST_F(ControllingTheDevice, AnswersTrueToARestartWhateverTheDeviceDoes)
+TEST_F(ControllingTheDevice, RespondsTrueToEveryRestart)
 {
     device.controlService->result = AccessErrorCode::Busy;
     EXPECT_EQ(Send("RestartController"), yes);
@@ -80,7 +80,7 @@ TEST_F(ControllingTheDevice, PassesOnWhatTheDeviceThrows)
     EXPECT_TRUE(log.GetEntries().empty());
 }
 
-TEST_F(ControllingTheDevice, AsksForThePermissionAndTheServices)
+TEST_F(ControllingTheDevice, ChecksPermissionAndServices)
 {
     EXPECT_TRUE(handler.HasPermissions(SecurityToken(1)));
     EXPECT_FALSE(handler.HasPermissions(SecurityToken(2)));

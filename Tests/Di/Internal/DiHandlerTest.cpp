@@ -72,7 +72,7 @@ protected:
     DiHandler handler{settings};
 };
 
-TEST_F(RequestingData, AnswersOneSectionOrSaysWhatIsWrong)
+TEST_F(RequestingData, ReturnsOneSectionOrAnErrorCode)
 {
     const std::pair<BasicString, BasicString> cases[] = {
         {"SectionName=Health", Data(health)},
@@ -93,7 +93,7 @@ TEST_F(RequestingData, AnswersOneSectionOrSaysWhatIsWrong)
     EXPECT_EQ(Send("GetDataSection", "SectionName=Health"), Error("UnknownError"));
 }
 
-TEST_F(RequestingData, AnswersAListInItsOrder)
+TEST_F(RequestingData, ReturnsAListInItsOrder)
 {
     const std::pair<BasicString, BasicString> cases[] = {
         {"Health&DateTime", Data(BasicString(health) + "," + dateTime)},
@@ -132,7 +132,7 @@ TEST_F(RequestingData, PassesOnWhatASectionDoesNotCatch)
     EXPECT_EQ(Send("GetDataSection", "SectionName=DateTime"), Error("UnknownError"));
 }
 
-TEST_F(RequestingData, WritesAllFiveSectionsWhateverBytesTheDeviceSays)
+TEST_F(RequestingData, WritesAllFiveSectionsForAnyBytesOfTheDevice)
 {
     using namespace std::string_view_literals;
     device.SetInfo("General.SerialNumber", "\xFF\"\\\x1F\n\x7F</script>\x01\0hidden"sv);
@@ -150,7 +150,7 @@ TEST_F(RequestingData, WritesAllFiveSectionsWhateverBytesTheDeviceSays)
     }
 }
 
-TEST_F(RequestingData, AnswersTheQuestionsAboutTheSwitch)
+TEST_F(RequestingData, ReportsTheSwitch)
 {
     EXPECT_EQ(Send("IsRunStopSwitchSupported"), Answer(true));
     device.SetStatus("Status.RunStopSwitch.Supported", uint8{1});
@@ -163,7 +163,7 @@ TEST_F(RequestingData, AnswersTheQuestionsAboutTheSwitch)
     }
 }
 
-TEST_F(RequestingData, TellsWhetherTheCallerMayControl)
+TEST_F(RequestingData, ReportsWhetherTheCallerMayControl)
 {
     EXPECT_EQ(Send("HasControlPermissions", "", 1), Answer(true));
     EXPECT_EQ(Send("HasControlPermissions", "", 2), Answer(false));

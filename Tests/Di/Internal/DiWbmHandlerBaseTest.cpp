@@ -58,7 +58,7 @@ struct FakeProxyFactory final : IRscServiceProxyFactory
     IRscService object;
 };
 
-TEST(SubscribingServices, StopsAtTheFirstOneThatCannotBeHadAndKeepsTheRest)
+TEST(SubscribingServices, StopsAtTheFirstMissingOneAndKeepsTheRest)
 {
     for (std::size_t failing = 0; failing < FakeDevice::GetFactories().size(); ++failing)
     {
@@ -121,7 +121,7 @@ TEST(SubscribingServices, RefusesAServiceWithoutProviderOrOfAnotherInterface)
                                                          "not valid: Service does not specify a service provider"));
 }
 
-TEST(CheckingPermissions, AsksForExecutionOfTheModulesObject)
+TEST(CheckingPermissions, RequestsExecutionOfTheModulesObject)
 {
     FakeDevice device;
     device.authorizationService->grantedToken = 77;

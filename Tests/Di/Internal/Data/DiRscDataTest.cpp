@@ -84,7 +84,7 @@ struct KeyRecorder final : IRscWriteEnumerator<RscString<512>>
     BasicString calls;
 };
 
-/// An array variant; its elements are counted when they are read, and fill all the room that is offered, which
+/// An array variant; its elements are counted when they are read, and fill the whole buffer, which
 /// has to be zero.
 struct ArraySource
 {
@@ -170,7 +170,7 @@ TEST(ReadingManyItems, HandsOutTheKeysInOrder)
     EXPECT_EQ(two.calls, "begin 2;b;a;end");
 }
 
-TEST(ReadingManyItems, ReplacesTheResultsByWhatComesWhateverWasAnnounced)
+TEST(ReadingManyItems, ReplacesTheResultsIndependentOfTheAnnouncedNumber)
 {
     OpenRscData data;
     const std::pair<std::size_t, std::vector<uint8>> cases[] = {{3, {1, 2}}, {1, {3, 4, 5}}, {0, {6}}, {2, {}}};
@@ -264,7 +264,7 @@ TEST(ReadingManyItems, RefusesArraysThatCannotBeDrained)
     EXPECT_THAT(read(2, RscType::String, true),
                 ThrowsMessage<InvalidOperationException>("This method can only be used with primitve Types"));
 
-    // Of several faults the first in this order is told: no element type, no dimension, no source.
+    // Of several faults the first in this order is reported: no element type, no dimension, no source.
     EXPECT_THAT(read(0, RscType::NotSet, false),
                 ThrowsMessage<ArgumentException>("The argument 'arrayElementType' is not valid."));
     EXPECT_THAT(read(0, RscType::Uint8, false),

@@ -78,7 +78,7 @@ TEST_F(ReadingGeneralData, KeepsItsTextsWhenTheNumberOfResultsIsWrong)
     EXPECT_EQ(log.GetEntries().size(), 2U);
 }
 
-TEST_F(ReadingGeneralData, SaysWhichServiceIsMissingAndReadsNothing)
+TEST_F(ReadingGeneralData, LogsAMissingServiceAndReadsNothing)
 {
     service.reset();
     section.Setup();

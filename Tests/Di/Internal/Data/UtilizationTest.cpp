@@ -126,7 +126,7 @@ TEST_F(ReadingUtilization, ChangesNothingWhenTheNumberOfResultsIsWrong)
     }
 }
 
-TEST_F(ReadingUtilization, KeepsItsValuesAndAsksNobodyWhenThereAreNoCoresAnyMore)
+TEST_F(ReadingUtilization, KeepsItsValuesAndReadsNothingWithoutCores)
 {
     bench.section.Setup();
     EXPECT_TRUE(bench.section.UpdateData());
@@ -138,7 +138,7 @@ TEST_F(ReadingUtilization, KeepsItsValuesAndAsksNobodyWhenThereAreNoCoresAnyMore
     EXPECT_EQ(bench.device.status.GetReadKeys(), keysBefore);
 }
 
-TEST_F(ReadingUtilization, SaysWhichServiceIsMissingAndReadsNothing)
+TEST_F(ReadingUtilization, LogsAMissingServiceAndReadsNothing)
 {
     bench.infoService.reset();
     bench.section.Setup();

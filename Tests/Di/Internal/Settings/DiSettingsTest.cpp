@@ -106,7 +106,7 @@ TEST_F(ReadingSettings, AcceptsAnEmptyDocumentElementAndKeepsTheValues)
     EXPECT_TRUE(settings.splcSupported);
 }
 
-TEST_F(ReadingSettings, SaysWhatIsMissing)
+TEST_F(ReadingSettings, NamesTheMissingAttribute)
 {
     const BasicString missingElement = "Di.xml:1: Missing XML element 'DiWbmModuleSettings'";
     EXPECT_EQ(Read("<Other/>"), missingElement);

@@ -72,7 +72,7 @@ TEST(LoadingASharedLibrary, NamesPathAndNameOfAFunctionThatIsNotThere)
     }
 }
 
-TEST(OwningASharedLibrary, ClosesItOnceWhoeverOwnsItLast)
+TEST(OwningASharedLibrary, ClosesItOnceAfterMoves)
 {
     {
         SharedLibrary first(MISSING_ENTRY_PATH);

@@ -21,7 +21,7 @@ struct Talker : private Loggable<Talker>
     using Loggable<Talker>::Log;
 };
 
-TEST(LoggingFirst, LosesNothingWhenManyThreadsDoItAtOnce)
+TEST(LoggingFirst, LosesNothingWithManyThreads)
 {
     const LogRecorder log;
     constexpr int threadCount = 8;

@@ -23,7 +23,7 @@ namespace LoggingTest
 using namespace Oxa;
 using namespace Oxa::System::Commons::Diagnostics::Logging;
 
-/// Counts how often it is formatted, and throws when it is told to.
+/// Counts how often it is formatted, and throws on demand.
 struct Value
 {
     bool isThrowing = false;
@@ -65,7 +65,7 @@ namespace
 
 using Oxa::Tests::Support::LogRecorder;
 
-TEST(Logging, FormatsOnlyWhatIsWanted)
+TEST(Logging, FormatsOnlyEnabledLevels)
 {
     const LogRecorder log(LogLevel::Warning);
     const Talker talker;
@@ -77,7 +77,7 @@ TEST(Logging, FormatsOnlyWhatIsWanted)
                                     {LogLevel::Warning, "LoggingTest::Talker", "line\\x0abreak and value"}}));
 }
 
-TEST(Logging, HandsOnTheVeryLevelAndFollowsALaterConfiguration)
+TEST(Logging, PassesOnTheExactLevelAndFollowsALaterConfiguration)
 {
     const Talker talker;
     std::vector<LogRecorder::Entry> expected;
@@ -112,7 +112,7 @@ TEST(Logging, FallsBackToTheTemplateWhenFormattingThrows)
     EXPECT_EQ(entries[5].message, "third {0} {1}");
 }
 
-TEST(ConfiguringTheLog, GivesTheLongestPrefixTheSay)
+TEST(ConfiguringTheLog, AppliesTheLongestMatchingPrefix)
 {
     const auto early = LogManager::CreateLogAdapter("A::B::C");
     LogConfiguration configuration;
@@ -159,13 +159,13 @@ TEST(Logging, DelaysNoThreadAndCountsWhatIsLostWhileTheTargetTakesNothing)
     }
     FILE* const lines = fdopen(dup(reader.Get()), "r");
     unsigned lost = 0;
-    for (unsigned told = 0; told < total;)
+    for (unsigned seen = 0; seen < total;)
     {
         std::array<char, 2000> line;
         ASSERT_NE(fgets(line.data(), line.size(), lines), nullptr);
         const std::string text = line.data();
         const auto loss = text.find(" lines are missing here");
-        told +=
+        seen +=
             loss == std::string::npos ? 1 : static_cast<unsigned>(std::stoul(text.substr(text.rfind(' ', loss - 1))));
         lost += loss == std::string::npos ? 0 : 1;
     }
@@ -185,10 +185,10 @@ TEST(Logging, GivesTheJournalPrioritiesInsteadOfTimes)
     fstat(STDERR_FILENO, &status);
     setenv("JOURNAL_STREAM", (std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino)).c_str(), 1);
     LogManager::Configure({});
-    LogManager::CreateLogAdapter("A::B")->Write(LogLevel::Notice, "told");
+    LogManager::CreateLogAdapter("A::B")->Write(LogLevel::Notice, "text");
     std::array<char, 100> text = {};
     EXPECT_GT(read(journal[0], text.data(), text.size()), 0);
-    EXPECT_STREQ(text.data(), "<5>A::B: told\n");
+    EXPECT_STREQ(text.data(), "<5>A::B: text\n");
     dup2(errors.Get(), STDERR_FILENO);
     unsetenv("JOURNAL_STREAM");
     LogManager::Configure({});

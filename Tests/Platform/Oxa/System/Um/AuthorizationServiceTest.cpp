@@ -46,7 +46,7 @@ protected:
     std::unique_ptr<IAuthorizationService> proxy;
 };
 
-TEST_F(AskingTheAuthorizationService, AnswersFromTheTokensUser)
+TEST_F(AskingTheAuthorizationService, ChecksTheTokensUser)
 {
     EXPECT_TRUE(MayExecute(token.GetValue()));
     EXPECT_FALSE(MayExecute(token.GetValue() + 1));

@@ -91,7 +91,7 @@ TEST_F(ManagingUsers, ComparesNamesWithoutCase)
     EXPECT_TRUE(users.RemoveUser(shouted));
 }
 
-TEST_F(ManagingUsers, RefusesPasswordsWithoutTellingThem)
+TEST_F(ManagingUsers, RefusesPasswordsWithoutPrintingThem)
 {
     const BasicString tooLong = BasicString(1015, 'p') + "Tr0ub4dor3";
     try
@@ -199,7 +199,7 @@ TEST_F(Authorizing, SeesWhatAnotherProcessChangedAtOnce)
     EXPECT_FALSE(MayExecute(token));
 }
 
-TEST_F(Authorizing, EndsWithTheUserOrThePasswordWhoeverChangesThem)
+TEST_F(Authorizing, EndsWhenAnyProcessRemovesTheUserOrChangesThePassword)
 {
     struct Case
     {
@@ -243,7 +243,7 @@ TEST_F(Authorizing, EndsWithTheUserOrThePasswordWhoeverChangesThem)
     }
 }
 
-TEST_F(ManagingUsers, AnswersManyThreadsWhileUsersComeAndGo)
+TEST_F(ManagingUsers, ServesManyThreadsWhileUsersAreAddedAndRemoved)
 {
     const SecurityToken token = LogInNewUser("engineer", "Engineer");
     {

@@ -38,7 +38,7 @@ struct ClosedPage final : WbmPageHandlerBase
     }
 };
 
-TEST(HandlingRequests, GoesByTheExactName)
+TEST(HandlingRequests, ComparesNamesExactly)
 {
     EchoHandler handler;
     const auto send = [&handler](const BasicString& name)

@@ -14,7 +14,7 @@ using namespace Oxa;
 using System::Acf::ComponentInfo;
 using System::Commons::AppDomain;
 
-/// Its code lies in this library: nobody may touch it once the library is closed.
+/// Its code is in this library: it must not be used after the library is closed.
 class LibraryException final : public std::exception
 {
 public:

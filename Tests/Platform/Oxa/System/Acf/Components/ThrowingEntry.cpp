@@ -6,7 +6,7 @@
 namespace
 {
 
-/// Its code lies in this library: nobody may touch it once the library is closed.
+/// Its code is in this library: it must not be used after the library is closed.
 class EntryException final : public std::exception
 {
 public:
