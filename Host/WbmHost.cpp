@@ -33,16 +33,6 @@ constexpr const char* notificationSource = "Host";
 
 } // namespace
 
-WbmHost::ServiceEndpoints::ServiceEndpoints(const std::vector<System::Rsc::RscEndpointConfiguration>& configurations)
-{
-    ServiceManager::SetEndpoints(configurations);
-}
-
-WbmHost::ServiceEndpoints::~ServiceEndpoints()
-{
-    ServiceManager::ResetEndpoints();
-}
-
 WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
                  System::Um::UserManager& users)
     : configuration(configuration),
@@ -51,13 +41,10 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       components(appDomain),
       registry(loop, configuration),
       modules(appDomain, registry, loop, notifications, configuration.modules),
-      serviceEndpoints(configuration.serviceEndpoints),
       sessions(configuration.sessions, users, notifications, loop),
       sessionRoute(sessions, loop.GetContext()),
       dispatcher(registry, notifications),
-      pages(registry),
-      readiness(components, modules, registry, users),
-      router(sessions, sessionRoute, dispatcher, pages, readiness),
+      router({sessions, sessionRoute, dispatcher, registry, modules, components, users}),
       server(std::make_shared<Http::HttpServer>(loop.GetContext(), configuration.http,
                                                 [this](const auto& exchange) { return router.Handle(exchange); })),
       startTimer(loop.GetContext()),
@@ -70,11 +57,14 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
 WbmHost::~WbmHost()
 {
     modules.StopAll();
+    // Before the modules are unloaded: what calls other processes may need code of their libraries.
+    ServiceManager::ResetEndpoints();
 }
 
 void WbmHost::Run(const std::function<void(uint16)>& ready)
 {
     whenReady = ready;
+    ServiceManager::SetEndpoints(configuration.serviceEndpoints);
     server->Listen();
     endSignal.async_wait(boost::asio::posix::stream_descriptor::wait_read,
                          [this](const boost::system::error_code& error)

@@ -1,13 +1,11 @@
 #pragma once
 
+#include "Host/ApiRouter.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Http/HttpServer.hpp"
 #include "Host/Modules/Dispatcher.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Host/Modules/ModuleSupervisor.hpp"
-#include "Host/Routes/ApiRouter.hpp"
-#include "Host/Routes/PagesRoute.hpp"
-#include "Host/Routes/StatusRoutes.hpp"
 #include "Host/Sessions/SessionManager.hpp"
 #include "Host/Sessions/SessionRoute.hpp"
 #include "Host/Threads/EventLoop.hpp"
@@ -55,15 +53,6 @@ public:
     void Run(const std::function<void(uint16)>& ready);
 
 private:
-    /// Tells this process the addresses of other processes' services until the end of its life.
-    struct ServiceEndpoints final
-    {
-        explicit ServiceEndpoints(const std::vector<System::Rsc::RscEndpointConfiguration>& configurations);
-        ServiceEndpoints(const ServiceEndpoints&) = delete;
-        ServiceEndpoints& operator=(const ServiceEndpoints&) = delete;
-        ~ServiceEndpoints();
-    };
-
     void BeginStart();
     void StartModules();
     void ReportReady();
@@ -78,14 +67,10 @@ private:
     Threads::EventLoop loop;
     Modules::ModuleRegistry registry;
     Modules::ModuleSupervisor modules;
-    /// Destroyed before the modules: what calls other processes may need code of their libraries.
-    ServiceEndpoints serviceEndpoints;
     Sessions::SessionManager sessions;
     Sessions::SessionRoute sessionRoute;
     Modules::Dispatcher dispatcher;
-    Routes::PagesRoute pages;
-    Routes::ReadinessRoute readiness;
-    Routes::ApiRouter router;
+    ApiRouter router;
     std::shared_ptr<Http::HttpServer> server;
     boost::asio::steady_timer startTimer;
     boost::asio::posix::stream_descriptor endSignal;

@@ -47,17 +47,6 @@ struct HttpRequest
     bool expectsContinue = false;
 };
 
-// For the values of header fields.
-
-/// Without regard to the case of ASCII letters.
-[[nodiscard]] bool AreEqual(std::string_view left, std::string_view right) noexcept;
-
-/// Without the spaces and tabs around it.
-[[nodiscard]] std::string_view Trim(std::string_view text) noexcept;
-
-/// What comes before the separator; `text` keeps what follows it.
-[[nodiscard]] std::string_view TakeUntil(std::string_view& text, char separator) noexcept;
-
 inline constexpr std::string_view jsonMediaType = "application/json; charset=utf-8";
 
 /// A response without the header fields that every response carries.

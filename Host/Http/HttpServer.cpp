@@ -46,6 +46,8 @@ auto MakeBuffer(std::string_view bytes)
 
 } // namespace
 
+IHttpExchange::~IHttpExchange() = default;
+
 /// One client's connection: reads a request, passes it to the handler, writes the response, and so on, in order. At any
 /// time there is either one operation of the socket or one request in progress, so its members need no lock.
 /// Kept alive by that operation or request. Threads: as the handlers; `End…` from any.

@@ -1,8 +1,11 @@
 #include "Host/Http/RequestReader.hpp"
 
+#include "Host/Http/HttpSyntax.hpp"
+
 #include <algorithm>
 #include <cassert>
 #include <cstring>
+#include <utility>
 
 // Header fields, chunk sizes and trailers are parsed line by line, each when it is complete. What is too long is known
 // from the first byte that does not fit, so nothing depends on the pieces in which the bytes come. The header stays at
@@ -19,6 +22,13 @@ namespace
 /// extensions and trailers, counts as header.
 constexpr std::size_t freeLineBytes = 18;
 constexpr std::string_view lineEnd = "\r\n";
+
+HttpMethod ToMethod(std::string_view name) noexcept
+{
+    // In the order of the enumeration; behind them comes `Other`.
+    constexpr std::string_view names[] = {"GET", "HEAD", "POST", "DELETE"};
+    return static_cast<HttpMethod>(std::ranges::find(names, name) - std::begin(names));
+}
 
 } // namespace
 
@@ -42,7 +52,7 @@ RequestReader::Progress RequestReader::Parse()
             needsMore = !TryTakeBody();
             break;
         case State::Complete:
-            parser.SetBody(body);
+            header.body = body;
             return Progress::Complete;
         default:
             const auto line = TakeLine();
@@ -85,7 +95,7 @@ bool RequestReader::TryBegin() noexcept
     }
     state = State::RequestLine;
     // At once: a client that speaks another protocol, such as TLS, may never end a line.
-    problem = RequestParser::IsMethodCharacter(buffer.front()) ? nullptr : &Problems::malformedRequest;
+    problem = IsToken({buffer.data(), 1}) ? nullptr : &Problems::malformedRequest;
     return true;
 }
 
@@ -96,7 +106,7 @@ std::optional<std::string_view> RequestReader::TakeLine() noexcept
     const bool isHeader = state <= State::Fields;
     const std::size_t freeBytes = isHeader ? 0 : freeLineBytes;
     const std::size_t maximumBytes =
-        state == State::ChunkEnd ? lineEnd.size() : RequestParser::maximumHeaderBytes - headerBytes + freeBytes;
+        state == State::ChunkEnd ? lineEnd.size() : maximumHeaderBytes - headerBytes + freeBytes;
     const std::string_view unparsed = GetUnparsed().substr(0, maximumBytes);
     const std::size_t end = unparsed.find('\n');
     if (end == std::string_view::npos)
@@ -123,9 +133,9 @@ const Problem* RequestReader::ParseLine(std::string_view line)
     {
     case State::RequestLine:
         state = State::Fields;
-        return parser.ParseRequestLine(line);
+        return ParseRequestLine(line);
     case State::Fields:
-        return line.empty() ? EndHeader() : parser.ParseField(line);
+        return line.empty() ? EndHeader() : ParseField(line);
     case State::ChunkSize:
         return BeginChunk(line);
     case State::ChunkEnd:
@@ -134,35 +144,194 @@ const Problem* RequestReader::ParseLine(std::string_view line)
     default:
         if (!line.empty())
         {
-            return parser.ParseTrailer(line);
+            return CheckField(line);
         }
         state = State::Complete;
         return nullptr;
     }
 }
 
-const Problem* RequestReader::EndHeader()
+const Problem* RequestReader::ParseRequestLine(std::string_view line) noexcept
 {
-    if (const Problem* const cause = parser.EndHeader())
+    const std::string_view method = TakeUntil(line, ' ');
+    const std::string_view target = TakeUntil(line, ' ');
+    header.method = ToMethod(method);
+    const bool isValid = IsToken(method) && TrySetVersion(line) && TrySetTarget(method, target);
+    return isValid ? nullptr : &Problems::malformedRequest;
+}
+
+/// A client with a later minor version accepts responses of this one.
+bool RequestReader::TrySetVersion(std::string_view version) noexcept
+{
+    constexpr std::string_view major = "HTTP/1.";
+    if (version.size() != major.size() + 1 || !version.starts_with(major) || version.back() < '0' ||
+        version.back() > '9')
+    {
+        return false;
+    }
+    header.isHttp10 = version.back() == '0';
+    return true;
+}
+
+/// A path with or without a query, also behind "http://…", which proxies write and where the path may be missing; or
+/// the server as a whole.
+bool RequestReader::TrySetTarget(std::string_view method, std::string_view target) noexcept
+{
+    constexpr std::string_view scheme = "http://";
+    if (!IsTarget(target))
+    {
+        return false;
+    }
+    if (target == "*" && method == "OPTIONS")
+    {
+        header.path = target;
+        return true;
+    }
+    if (AreEqual(target.substr(0, scheme.size()), scheme))
+    {
+        target.remove_prefix(scheme.size());
+        const std::string_view authority = target.substr(0, target.find_first_of("/?"));
+        target.remove_prefix(authority.size());
+        if (authority.empty() || authority.front() == ':' || !IsHostAndPort(authority))
+        {
+            return false;
+        }
+        header.authority = authority;
+        header.path = "/";
+    }
+    const std::size_t question = std::min(target.find('?'), target.size());
+    if (question > 0)
+    {
+        header.path = target.substr(0, question);
+    }
+    header.query = target.substr(std::min(question + 1, target.size()));
+    return header.path.starts_with('/');
+}
+
+const Problem* RequestReader::ParseField(std::string_view line) noexcept
+{
+    if (const Problem* const cause = CheckField(line))
     {
         return cause;
     }
-    bodyOffset = parsedBytes;
-    remainingBytes = parser.GetBodyBytes();
-    // All at once: a reallocation would leave a copy behind that is not wiped.
-    body.reserve(parser.IsChunked() ? RequestParser::maximumBodyBytes : remainingBytes);
-    state = parser.IsChunked() ? State::ChunkSize : remainingBytes == 0 ? State::Complete : State::Body;
-    return nullptr;
-}
-
-const Problem* RequestReader::BeginChunk(std::string_view line) noexcept
-{
-    const auto size = RequestParser::ParseChunkSize(line);
-    if (!size)
+    const std::string_view name = TakeUntil(line, ':');
+    const std::string_view value = Trim(line);
+    if (AreEqual(name, "Connection"))
+    {
+        AddConnectionOptions(value);
+        return nullptr;
+    }
+    std::string_view* const known = FindKnownField(name);
+    if (known == nullptr)
+    {
+        return nullptr;
+    }
+    // Two of them could be read differently by a proxy.
+    if (known->data() != nullptr)
     {
         return &Problems::malformedRequest;
     }
-    if (*size > RequestParser::maximumBodyBytes - body.size())
+    *known = value;
+    return nullptr;
+}
+
+/// Also for trailers, which have no effect. A line that begins with a blank would continue the field before it, which
+/// has been abolished: it is not a field either.
+const Problem* RequestReader::CheckField(std::string_view line) noexcept
+{
+    const std::size_t colon = line.find(':');
+    if (colon == std::string_view::npos || !IsToken(line.substr(0, colon)) || !IsFieldValue(line.substr(colon + 1)))
+    {
+        return &Problems::malformedRequest;
+    }
+    return ++header.fieldCount > maximumFields ? &Problems::headerTooLarge : nullptr;
+}
+
+std::string_view* RequestReader::FindKnownField(std::string_view name) noexcept
+{
+    constexpr std::pair<std::string_view, std::string_view Header::*> knownFields[] = {
+        {"Host", &Header::host},
+        {"Authorization", &Header::authorization},
+        {"Cookie", &Header::cookie},
+        {"Content-Type", &Header::contentType},
+        {"Origin", &Header::origin},
+        {"Sec-Fetch-Site", &Header::fetchSite},
+        {"Content-Length", &Header::contentLength},
+        {"Transfer-Encoding", &Header::transferEncoding},
+        {"Expect", &Header::expectation}};
+    for (const auto& [known, member] : knownFields)
+    {
+        if (AreEqual(known, name))
+        {
+            return &(header.*member);
+        }
+    }
+    return nullptr;
+}
+
+void RequestReader::AddConnectionOptions(std::string_view options) noexcept
+{
+    while (!options.empty())
+    {
+        const std::string_view option = Trim(TakeUntil(options, ','));
+        header.hasClose = header.hasClose || AreEqual(option, "close");
+        header.hasKeepAlive = header.hasKeepAlive || AreEqual(option, "keep-alive");
+    }
+}
+
+const Problem* RequestReader::EndHeader()
+{
+    const bool hasHost = header.host.data() != nullptr;
+    if (!(hasHost ? IsHostAndPort(header.host) : header.isHttp10) || !TrySetFraming())
+    {
+        return &Problems::malformedRequest;
+    }
+    if (remainingBytes > maximumBodyBytes)
+    {
+        return &Problems::bodyTooLarge;
+    }
+    // Clients of HTTP/1.0 do not wait.
+    header.expectsContinue = !header.isHttp10 && !header.expectation.empty();
+    if (header.expectsContinue && !AreEqual(header.expectation, "100-continue"))
+    {
+        return &Problems::unknownExpectation;
+    }
+    if (header.authority.data() != nullptr)
+    {
+        header.host = header.authority;
+    }
+    header.keepsConnection = !header.hasClose && (!header.isHttp10 || header.hasKeepAlive);
+    bodyOffset = parsedBytes;
+    // All at once: a reallocation would leave a copy behind that is not wiped.
+    body.reserve(state == State::ChunkSize ? maximumBodyBytes : remainingBytes);
+    return nullptr;
+}
+
+/// The end of the body must not be ambiguous: the body has one length, or one known coding. HTTP/1.0 has no codings.
+bool RequestReader::TrySetFraming() noexcept
+{
+    std::string_view length = header.contentLength;
+    const bool hasLength = length.data() != nullptr;
+    if (header.transferEncoding.data() != nullptr)
+    {
+        state = State::ChunkSize;
+        return !header.isHttp10 && !hasLength && AreEqual(header.transferEncoding, "chunked");
+    }
+    const auto bytes = hasLength ? TakeNumber(length) : 0;
+    remainingBytes = static_cast<std::size_t>(std::min<uint64>(bytes.value_or(0), maximumBodyBytes + 1));
+    state = remainingBytes == 0 ? State::Complete : State::Body;
+    return bytes && length.empty();
+}
+
+/// Extensions are ignored.
+const Problem* RequestReader::BeginChunk(std::string_view line) noexcept
+{
+    const auto size = TakeNumber(line, 16);
+    if (!size || !IsFieldValue(line) || !(line.empty() || Trim(line).starts_with(';')))
+    {
+        return &Problems::malformedRequest;
+    }
+    if (*size > maximumBodyBytes - body.size())
     {
         return &Problems::bodyTooLarge;
     }
@@ -191,7 +360,7 @@ void RequestReader::BeginRequest()
     MoveUnparsedTo(0);
     WipeBody();
     BasicString().swap(body);
-    parser = RequestParser();
+    header = Header();
     state = State::BeforeRequest;
     bodyOffset = 0;
     headerBytes = 0;

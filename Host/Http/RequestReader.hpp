@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Host/Http/HttpExchange.hpp"
 #include "Host/Http/Problem.hpp"
-#include "Host/Http/RequestParser.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <array>
@@ -15,10 +15,15 @@ namespace Oxa::Host::Http
 
 /// Finds the requests in the bytes of a connection, in a buffer of its own, however the bytes are split. Knows no
 /// socket: the connection reads into `GetSpace`, reports the count with `Add`, and calls `Parse`. Threads: one at a
-/// time. Wipes bodies, which may hold a password.
+/// time. Wipes bodies, which may hold a password. Where the standard leaves a choice, ambiguous requests are refused.
 class RequestReader final
 {
 public:
+    /// Of the request line and the header fields, with their line ends.
+    static constexpr std::size_t maximumHeaderBytes = 8192;
+    static constexpr std::size_t maximumFields = 64;
+    static constexpr std::size_t maximumBodyBytes = 65536;
+
     enum class Progress : uint8
     {
         NeedsMore,
@@ -69,7 +74,7 @@ public:
     /// or `DropAll`.
     [[nodiscard]] const HttpRequest& GetRequest() const noexcept
     {
-        return parser.GetRequest();
+        return header;
     }
 
     /// Whether the first bytes of the current request's body, or bytes behind the complete request, have come.
@@ -98,15 +103,40 @@ private:
         Complete
     };
 
+    /// What the lines of the header say, as views into the buffer. A field that was not sent has no data.
+    struct Header final : HttpRequest
+    {
+        std::string_view contentLength;
+        std::string_view transferEncoding;
+        std::string_view expectation;
+        /// Of an absolute target.
+        std::string_view authority;
+        std::size_t fieldCount = 0;
+        bool hasClose = false;
+        bool hasKeepAlive = false;
+    };
+
     // Space for the largest header, and behind it for pieces of a body.
-    static constexpr std::size_t bufferBytes = 2 * RequestParser::maximumHeaderBytes;
+    static constexpr std::size_t bufferBytes = 2 * maximumHeaderBytes;
 
     [[nodiscard]] bool TryBegin() noexcept;
     [[nodiscard]] bool TryTakeBody();
     [[nodiscard]] std::optional<std::string_view> TakeLine() noexcept;
+
+    // These return null when there is no problem.
+
     [[nodiscard]] const Problem* ParseLine(std::string_view line);
+    [[nodiscard]] const Problem* ParseRequestLine(std::string_view line) noexcept;
+    [[nodiscard]] const Problem* ParseField(std::string_view line) noexcept;
+    [[nodiscard]] const Problem* CheckField(std::string_view line) noexcept;
     [[nodiscard]] const Problem* EndHeader();
     [[nodiscard]] const Problem* BeginChunk(std::string_view line) noexcept;
+
+    [[nodiscard]] bool TrySetVersion(std::string_view version) noexcept;
+    [[nodiscard]] bool TrySetTarget(std::string_view method, std::string_view target) noexcept;
+    [[nodiscard]] bool TrySetFraming() noexcept;
+    [[nodiscard]] std::string_view* FindKnownField(std::string_view name) noexcept;
+    void AddConnectionOptions(std::string_view options) noexcept;
     void MoveUnparsedTo(std::size_t offset) noexcept;
     void WipeBody() noexcept;
 
@@ -115,7 +145,7 @@ private:
         return {buffer.data() + parsedBytes, readBytes - parsedBytes};
     }
 
-    RequestParser parser;
+    Header header;
     State state = State::BeforeRequest;
     const Problem* problem = nullptr;
     BasicString body;

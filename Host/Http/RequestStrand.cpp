@@ -45,7 +45,7 @@ RequestStrand::RequestStrand(Threads::EventLoop& loop, BasicString name, std::si
 RequestStrand::~RequestStrand() = default;
 
 /// Null: the task has begun.
-const Problem* RequestStrand::TryBegin(IHttpExchange& exchange) noexcept
+const Problem* RequestStrand::TryBegin(IHttpExchange& exchange)
 {
     if (isClosed || isBusy)
     {
@@ -57,37 +57,30 @@ const Problem* RequestStrand::TryBegin(IHttpExchange& exchange) noexcept
 
 /// One timer for many tasks: when it expires it checks the one in progress, so that quick requests in a row start one
 /// in each hang time.
-void RequestStrand::Begin(IHttpExchange& exchange) noexcept
+void RequestStrand::Begin(IHttpExchange& exchange)
 {
-    isBusy = true;
-    current = &exchange;
-    begin = Clock::now();
-    isHangReported = false;
     if (!isTimerStarted)
     {
         StartTimer(hangTime);
     }
+    isBusy = true;
+    current = &exchange;
+    begin = Clock::now();
+    isHangReported = false;
 }
 
-void RequestStrand::StartTimer(Clock::duration delay) noexcept
+void RequestStrand::StartTimer(Clock::duration delay)
 {
-    try
-    {
-        timer.expires_after(delay);
-        timer.async_wait(
-            [weak = weak_from_this()](const boost::system::error_code& /*error*/)
+    timer.expires_after(delay);
+    timer.async_wait(
+        [weak = weak_from_this()](const boost::system::error_code& /*error*/)
+        {
+            if (const auto self = weak.lock())
             {
-                if (const auto self = weak.lock())
-                {
-                    self->CheckTask();
-                }
-            });
-        isTimerStarted = true;
-    }
-    catch (...)
-    {
-        // Out of memory: the next request tries again.
-    }
+                self->CheckTask();
+            }
+        });
+    isTimerStarted = true;
 }
 
 void RequestStrand::CheckTask()
@@ -158,24 +151,8 @@ void RequestStrand::RunTask(IHttpExchange& exchange, const Task& task)
     }
 }
 
+/// Posts the next task, so that the response of this one is written first.
 void RequestStrand::Leave() noexcept
-{
-    while (auto next = TakeNext())
-    {
-        try
-        {
-            PostNext(std::move(*next));
-            return;
-        }
-        catch (...)
-        {
-            // Out of memory: this one's connection ends without a response, the strand goes on.
-        }
-    }
-}
-
-/// Empty: the strand is idle.
-std::optional<RequestStrand::Waiting> RequestStrand::TakeNext()
 {
     const MutexLock lock(mutex);
     if (isHangReported)
@@ -183,28 +160,29 @@ std::optional<RequestStrand::Waiting> RequestStrand::TakeNext()
         Log(LogLevel::Notice, "{0}: the request that hung has returned after {1} s", record.GetSubject(),
             ToSeconds(Clock::now() - begin).count());
     }
-    if (waiting.empty())
+    while (!waiting.empty())
     {
-        isBusy = false;
-        isHangReported = false;
-        becameIdle.NotifyAll();
-        return std::nullopt;
+        Waiting next = std::move(waiting.front());
+        waiting.pop_front();
+        try
+        {
+            Begin(*next.first);
+            boost::asio::post(loop.GetContext(),
+                              [self = shared_from_this(), next = std::move(next)]
+                              {
+                                  self->Execute(*next.first, next.second);
+                                  next.first->Resume();
+                              });
+            return;
+        }
+        catch (...)
+        {
+            // Out of memory: this one's connection ends without a response, the strand goes on.
+        }
     }
-    std::optional<Waiting> next = std::move(waiting.front());
-    waiting.pop_front();
-    Begin(*next->first);
-    return next;
-}
-
-/// Not at once: the response of the request before it is to be written first.
-void RequestStrand::PostNext(Waiting next)
-{
-    boost::asio::post(loop.GetContext(),
-                      [self = shared_from_this(), next = std::move(next)]
-                      {
-                          self->Execute(*next.first, next.second);
-                          next.first->Resume();
-                      });
+    isBusy = false;
+    isHangReported = false;
+    becameIdle.NotifyAll();
 }
 
 void RequestStrand::Close()

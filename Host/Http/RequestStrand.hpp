@@ -82,15 +82,13 @@ private:
     using Clock = std::chrono::steady_clock;
     using Waiting = std::pair<std::shared_ptr<IHttpExchange>, Task>;
 
-    [[nodiscard]] const Problem* TryBegin(IHttpExchange& exchange) noexcept OXA_REQUIRES(mutex);
-    void Begin(IHttpExchange& exchange) noexcept OXA_REQUIRES(mutex);
-    void StartTimer(Clock::duration delay) noexcept OXA_REQUIRES(mutex);
+    [[nodiscard]] const Problem* TryBegin(IHttpExchange& exchange) OXA_REQUIRES(mutex);
+    void Begin(IHttpExchange& exchange) OXA_REQUIRES(mutex);
+    void StartTimer(Clock::duration delay) OXA_REQUIRES(mutex);
     void CheckTask();
     void Execute(IHttpExchange& exchange, const Task& task) noexcept;
     void RunTask(IHttpExchange& exchange, const Task& task);
     void Leave() noexcept;
-    [[nodiscard]] std::optional<Waiting> TakeNext();
-    void PostNext(Waiting next);
 
     Threads::EventLoop& loop;
     const Threads::EventLoop::Reserve reserve;

@@ -18,6 +18,7 @@ namespace Oxa::Host::Modules
 using Services::Commons::Wbm::Modules::ModuleInfo;
 using Services::Commons::Wbm::Modules::WbmModuleLibraryEntry;
 using Services::Commons::Wbm::Modules::wbmModuleLibraryEntryName;
+using System::Commons::InvalidOperationException;
 using System::Commons::XmlException;
 using System::Commons::Diagnostics::CallRecord;
 using System::Commons::Diagnostics::Logging::LogLevel;
@@ -87,24 +88,22 @@ bool HostedModule::TryLoad(System::Commons::AppDomain& appDomain)
     {
         return true;
     }
+    const auto create = [this, &appDomain]
+    {
+        auto* const entry = library->GetFunction<WbmModuleLibraryEntry>(wbmModuleLibraryEntryName);
+        module = entry(appDomain).GetModuleFactory().CreateModule(configuration.name);
+        if (!module)
+        {
+            throw InvalidOperationException::Create("the library has no module of the name '{0}'", configuration.name);
+        }
+    };
     const bool isCreated = TryRun("cannot be loaded", [this] { library.emplace(configuration.libraryPath); }) &&
-                           TryRun("cannot be created", [this, &appDomain] { Create(appDomain); });
+                           TryRun("cannot be created", create);
     if (!isCreated)
     {
         library.reset();
     }
     return isCreated;
-}
-
-void HostedModule::Create(System::Commons::AppDomain& appDomain)
-{
-    WbmModuleLibraryEntry* const entry = library->GetFunction<WbmModuleLibraryEntry>(wbmModuleLibraryEntryName);
-    module = entry(appDomain).GetModuleFactory().CreateModule(configuration.name);
-    if (!module)
-    {
-        throw System::Commons::InvalidOperationException::Create("the library has no module of the name '{0}'",
-                                                                 configuration.name);
-    }
 }
 
 void HostedModule::TakeDown() noexcept

@@ -73,7 +73,6 @@ public:
 
 private:
     [[nodiscard]] bool TryLoad(System::Commons::AppDomain& appDomain);
-    void Create(System::Commons::AppDomain& appDomain);
     void Reset() noexcept;
 
     template <class Step>

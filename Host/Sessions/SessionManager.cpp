@@ -1,5 +1,6 @@
 #include "Host/Sessions/SessionManager.hpp"
 
+#include "Host/Http/HttpSyntax.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/System/Commons/Text.hpp"
@@ -77,14 +78,6 @@ SessionManager::SessionManager(const Configuration::SessionConfiguration& config
                                System::Nm::NotificationManager& notifications, Threads::EventLoop& loop)
     : configuration(configuration), users(users), notifications(notifications), loop(loop), table(configuration)
 {
-}
-
-SessionManager::~SessionManager()
-{
-    for (const auto& session : table.TakeAll())
-    {
-        users.LogOut(session.securityToken);
-    }
 }
 
 std::optional<SessionManager::NewSession>

@@ -66,9 +66,6 @@ public:
     SessionManager(const SessionManager&) = delete;
     SessionManager& operator=(const SessionManager&) = delete;
 
-    /// Logs all users out.
-    ~SessionManager();
-
     /// Takes some ten milliseconds of computing. Empty when user name or password is wrong. Requires:
     /// `MayBeCredentials`; impossible credentials are not worth a notification.
     [[nodiscard]] std::optional<NewSession> LogIn(const BasicString& userName, const BasicString& password,

@@ -1,5 +1,6 @@
 #include "Host/Sessions/SessionRoute.hpp"
 
+#include "Host/Http/HttpSyntax.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Oxa/System/Commons/Json/JsonReader.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
@@ -170,7 +171,14 @@ void SessionRoute::Verify(const std::shared_ptr<IHttpExchange>& exchange, const 
 {
     try
     {
-        SendNewSession(*exchange, userName, password);
+        try
+        {
+            SendNewSession(*exchange, sessions.LogIn(userName, password, exchange->GetClientAddress()));
+        }
+        catch (...)
+        {
+            Http::FaultReport::Send(*exchange, "the log-in");
+        }
         boost::asio::post(context, [exchange] { exchange->Resume(); });
     }
     catch (...)
@@ -179,28 +187,20 @@ void SessionRoute::Verify(const std::shared_ptr<IHttpExchange>& exchange, const 
     }
 }
 
-void SessionRoute::SendNewSession(IHttpExchange& exchange, const BasicString& userName, const BasicString& password)
+void SessionRoute::SendNewSession(IHttpExchange& exchange, const std::optional<SessionManager::NewSession>& session)
 {
-    try
+    if (!session)
     {
-        const auto session = sessions.LogIn(userName, password, exchange.GetClientAddress());
-        if (!session)
-        {
-            SendProblem(exchange, Http::Problems::logInFailed);
-            return;
-        }
-        const auto& configuration = sessions.GetConfiguration();
-        JsonWriter writer;
-        writer.WriteStartObject();
-        WriteSession(writer, session->userName, session->roleName, configuration.idleTimeout, configuration.lifetime);
-        writer.WriteValue("token", session->key);
-        writer.WriteEndObject();
-        exchange.Send({200, Http::jsonMediaType, writer.GetText(), FormatCookie(session->key, "")});
+        SendProblem(exchange, Http::Problems::logInFailed);
+        return;
     }
-    catch (...)
-    {
-        Http::FaultReport::Send(exchange, "the log-in");
-    }
+    const auto& configuration = sessions.GetConfiguration();
+    JsonWriter writer;
+    writer.WriteStartObject();
+    WriteSession(writer, session->userName, session->roleName, configuration.idleTimeout, configuration.lifetime);
+    writer.WriteValue("token", session->key);
+    writer.WriteEndObject();
+    exchange.Send({200, Http::jsonMediaType, writer.GetText(), FormatCookie(session->key, "")});
 }
 
 Handling SessionRoute::SendSession(IHttpExchange& exchange)

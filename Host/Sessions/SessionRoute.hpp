@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
+#include <optional>
 
 namespace Oxa::Host::Sessions
 {
@@ -33,7 +34,7 @@ private:
     [[nodiscard]] Http::Handling LogIn(const std::shared_ptr<Http::IHttpExchange>& exchange);
     void Verify(const std::shared_ptr<Http::IHttpExchange>& exchange, const BasicString& userName,
                 const BasicString& password) noexcept;
-    void SendNewSession(Http::IHttpExchange& exchange, const BasicString& userName, const BasicString& password);
+    void SendNewSession(Http::IHttpExchange& exchange, const std::optional<SessionManager::NewSession>& session);
     Http::Handling SendSession(Http::IHttpExchange& exchange);
     Http::Handling LogOut(Http::IHttpExchange& exchange);
 

@@ -101,16 +101,6 @@ std::vector<SessionTable::Session> SessionTable::TakeEnded()
     return std::exchange(ended, {});
 }
 
-std::vector<SessionTable::Session> SessionTable::TakeAll()
-{
-    const MutexLock lock(mutex);
-    while (!sessions.empty())
-    {
-        End(sessions.begin());
-    }
-    return std::exchange(ended, {});
-}
-
 SessionTable::KeyHash SessionTable::Hash(std::string_view key) noexcept
 {
     KeyHash hash;

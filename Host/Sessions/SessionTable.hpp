@@ -8,11 +8,10 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
-#include <cstring>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace Oxa::Host::Sessions
@@ -61,23 +60,10 @@ public:
     /// Removes and returns the sessions that have ended by time or by number.
     [[nodiscard]] std::vector<Session> TakeEnded();
 
-    /// Removes and returns all sessions.
-    [[nodiscard]] std::vector<Session> TakeAll();
-
 private:
     using KeyHash = std::array<unsigned char, 32>;
 
-    struct HashOfKeyHash
-    {
-        std::size_t operator()(const KeyHash& hash) const noexcept
-        {
-            std::size_t value = 0;
-            std::memcpy(&value, hash.data(), sizeof value);
-            return value;
-        }
-    };
-
-    using Sessions = std::unordered_map<KeyHash, Session, HashOfKeyHash>;
+    using Sessions = std::map<KeyHash, Session>;
 
     [[nodiscard]] static KeyHash Hash(std::string_view key) noexcept;
     [[nodiscard]] bool HasEnded(const Session& session, TimePoint now) const noexcept;

@@ -1,0 +1,128 @@
+#include "Host/Http/HttpSyntax.hpp"
+
+#include <arpa/inet.h>
+#include <strings.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <limits>
+#include <system_error>
+
+namespace Oxa::Host::Http
+{
+
+namespace
+{
+
+constexpr bool IsDigit(char character) noexcept
+{
+    return character >= '0' && character <= '9';
+}
+
+constexpr bool IsAlphanumericOr(std::string_view others, char character) noexcept
+{
+    const char lower = static_cast<char>(character | 0x20);
+    return IsDigit(character) || (lower >= 'a' && lower <= 'z') || others.find(character) != std::string_view::npos;
+}
+
+bool IsIpv6Address(std::string_view text) noexcept
+{
+    std::array<char, INET6_ADDRSTRLEN> terminated = {};
+    in6_addr address;
+    if (text.size() >= terminated.size())
+    {
+        return false;
+    }
+    text.copy(terminated.data(), text.size());
+    return inet_pton(AF_INET6, terminated.data(), &address) == 1;
+}
+
+/// A name, percent-encoded where necessary, or an IPv4 address.
+bool IsHostName(std::string_view text) noexcept
+{
+    constexpr std::string_view hexDigits = "0123456789ABCDEFabcdef";
+    while (!text.empty())
+    {
+        const bool isEncoded = text.front() == '%';
+        if (isEncoded ? text.size() < 3 || text.substr(1, 2).find_first_not_of(hexDigits) != std::string_view::npos
+                      : !IsAlphanumericOr("-._~!$&'()*+,;=", text.front()))
+        {
+            return false;
+        }
+        text.remove_prefix(isEncoded ? 3 : 1);
+    }
+    return true;
+}
+
+} // namespace
+
+bool AreEqual(std::string_view left, std::string_view right) noexcept
+{
+    return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
+}
+
+std::string_view Trim(std::string_view text) noexcept
+{
+    constexpr std::string_view blanks = " \t";
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+    return text.substr(0, text.find_last_not_of(blanks) + 1);
+}
+
+std::string_view TakeUntil(std::string_view& text, char separator) noexcept
+{
+    const std::string_view taken = text.substr(0, text.find(separator));
+    text.remove_prefix(std::min(taken.size() + 1, text.size()));
+    return taken;
+}
+
+bool IsToken(std::string_view text) noexcept
+{
+    return !text.empty() &&
+           std::ranges::all_of(text, [](char each) { return IsAlphanumericOr("!#$%&'*+-.^_`|~", each); });
+}
+
+bool IsFieldValue(std::string_view text) noexcept
+{
+    return std::ranges::all_of(text, [](unsigned char each) { return (each >= ' ' && each != 0x7F) || each == '\t'; });
+}
+
+/// More than the grammar has: browsers send some others as they are. Not "#", behind which proxies may see no target.
+bool IsTarget(std::string_view text) noexcept
+{
+    return std::ranges::all_of(text, [](char each) { return each > ' ' && each < 0x7F && each != '#'; });
+}
+
+bool IsHostAndPort(std::string_view text) noexcept
+{
+    std::size_t hostEnd = std::min(text.find(':'), text.size());
+    if (text.starts_with('['))
+    {
+        const std::size_t bracket = text.find(']');
+        if (bracket == std::string_view::npos || !IsIpv6Address(text.substr(1, bracket - 1)))
+        {
+            return false;
+        }
+        hostEnd = bracket + 1;
+    }
+    else if (!IsHostName(text.substr(0, hostEnd)))
+    {
+        return false;
+    }
+    const std::string_view rest = text.substr(hostEnd);
+    return rest.empty() || (rest.front() == ':' && std::ranges::all_of(rest.substr(1), &IsDigit));
+}
+
+std::optional<uint64> TakeNumber(std::string_view& text, int base) noexcept
+{
+    uint64 number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
+    if (error == std::errc::invalid_argument)
+    {
+        return std::nullopt;
+    }
+    text.remove_prefix(end - text.data());
+    return error == std::errc() ? number : std::numeric_limits<uint64>::max();
+}
+
+} // namespace Oxa::Host::Http
