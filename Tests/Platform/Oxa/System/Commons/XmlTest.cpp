@@ -120,6 +120,26 @@ TEST(ReadingXml, ReadsAllThatLiesBeforeAPlaceThatIsNotWellFormed)
     EXPECT_THROW(reader.TryReadStartElement(), XmlException);
 }
 
+TEST(ReadingXml, FindsTagsAndTheirLinesInLongDocumentsAndInEveryEncoding)
+{
+    const BasicString text = "<Root>" + BasicString(70'000, '\n') + "<A\n/><B></B></Root>";
+    BasicString utf16 = "\xFE\xFF";
+    for (const char character : text)
+    {
+        (utf16 += '\0') += character;
+    }
+    for (const BasicString& document : {text, "<?xml version='1.0' encoding='ISO-8859-1'?>" + text, utf16})
+    {
+        XmlReader reader(document, "test.xml");
+        ASSERT_TRUE(reader.TryReadStartElement("A"));
+        EXPECT_TRUE(reader.IsEmptyElement());
+        EXPECT_EQ(reader.GetLineNumber(), 70'001);
+        ASSERT_TRUE(reader.TryReadStartElement("B"));
+        EXPECT_FALSE(reader.IsEmptyElement());
+        EXPECT_EQ(reader.GetLineNumber(), 70'002);
+    }
+}
+
 TEST_F(LoadingDocuments, NamesFileLineAndCauseOfEveryFault)
 {
     const std::tuple<BasicString, BasicString, BasicString> cases[] = {
