@@ -1,7 +1,6 @@
 #include "Device/Program/DescriptionActions.hpp"
 #include "Device/Program/DeviceCommandLine.hpp"
 #include "Device/Program/DeviceServer.hpp"
-#include "Device/Program/DeviceServerConfiguration.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"

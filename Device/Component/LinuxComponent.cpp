@@ -74,11 +74,11 @@ void LinuxComponent::Setup(const System::Acf::ComponentInfo& componentInfo)
     machine = std::make_unique<Description::DescribedMachine>(root);
     bootIdentity = std::make_shared<Identity::BootIdentity>(root.Resolve("/proc/sys/kernel/random/boot_id"));
     auto table = description.MakeItems(*machine);
-    Identity::AddIdentityItems(*table, bootIdentity, description.GetContent().files);
+    Identity::AddIdentityItems(*table, bootIdentity, description.files);
     items = std::move(table);
-    Log(LogLevel::Information, "Device description '{0}', number of files: {1}", description.GetContent().name,
-        description.GetContent().files.size());
-    commandSettings = description.GetContent().commands;
+    Log(LogLevel::Information, "Device description '{0}', number of files: {1}", description.name,
+        description.files.size());
+    commandSettings = description.commands;
 }
 
 void LinuxComponent::Start()

@@ -1,6 +1,5 @@
 #include "Device/Description/DescriptionWriter.hpp"
 
-#include "Device/Description/DescriptionDocument.hpp"
 #include "Device/Description/DeviceDescription.hpp"
 #include "Device/Machine/DeviceText.hpp"
 #include "Device/Sources/BoardTemperature.hpp"
@@ -82,7 +81,7 @@ bool IsUsable(const BasicString& key, const Candidate& candidate, const Machine:
     try
     {
         XmlWriter writer;
-        writer.WriteStartElement(DescriptionDocument::elementName);
+        writer.WriteStartElement(DeviceDescription::elementName);
         Write(writer, key, candidate);
         writer.WriteEndElement();
         return GivesValues(writer.GetText(), root);
@@ -267,7 +266,7 @@ std::vector<Plan> PlanKernelLeds(const std::vector<BasicString>& kernelLeds)
 BasicString WriteDescription(const Machine::MachineRoot& root, MissingParts missingParts)
 {
     XmlWriter writer;
-    writer.WriteStartElement(DescriptionDocument::elementName);
+    writer.WriteStartElement(DeviceDescription::elementName);
     writer.WriteComment(" Commands are simulated; other actions make them real. ");
     Write(writer, {"Restart", {{"action", "simulate"}}});
     Write(writer, {"FactoryReset", {{"action", "simulate"}}});

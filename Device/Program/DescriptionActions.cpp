@@ -7,7 +7,7 @@
 #include "Device/Identity/IdentityItems.hpp"
 #include "Device/Items/ItemText.hpp"
 #include "Device/Machine/MachineRoot.hpp"
-#include "Device/Program/DeviceServerConfiguration.hpp"
+#include "Device/Program/DeviceServer.hpp"
 #include "Oxa/System/Commons/ConfigurationException.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
@@ -66,7 +66,7 @@ std::unique_ptr<Linux::Items::ItemTable> MakeItems(const DeviceDescription& desc
     auto items = description.MakeItems(machine);
     const auto bootIdentity =
         std::make_shared<Linux::Identity::BootIdentity>(root.Resolve("/proc/sys/kernel/random/boot_id"));
-    Linux::Identity::AddIdentityItems(*items, bootIdentity, description.GetContent().files);
+    Linux::Identity::AddIdentityItems(*items, bootIdentity, description.files);
     return items;
 }
 

@@ -20,10 +20,7 @@ XmlConfigDocument::~XmlConfigDocument() = default;
 void XmlConfigDocument::Load(const BasicString& path)
 {
     XmlReader reader(path);
-    if (const BasicString name = reader.GetElementLocalName(); name != documentElementName)
-    {
-        throw XmlException::Create(reader, "the document element is '{0}', expected '{1}'", name, documentElementName);
-    }
+    reader.RequireDocumentElement(documentElementName);
     XmlSerializationContext context(Singleton<AppDomain>::TryGetInstance());
     try
     {

@@ -2,13 +2,12 @@
 
 #include "Oxa/System/Commons/Diagnostics/Logging/LogConfiguration.hpp"
 #include "Oxa/System/Commons/Export.hpp"
-#include "Oxa/System/Commons/Xml/XmlElementRules.hpp"
+#include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 
 namespace Oxa::System::Commons::Diagnostics::Logging
 {
 
-/// Lets a configuration document have the elements "Log" (level, target, file) and "Log/Level" (prefix, level), which
-/// fill `configuration`. That is borrowed as long as the rules are used.
-OXA_EXPORT void AddLogRules(Xml::XmlElementRules& rules, LogConfiguration& configuration);
+/// Reads an element "Log" of a configuration (level, target, file) and its children "Level" (prefix, level).
+OXA_EXPORT void ReadLogConfiguration(Xml::XmlElementReader& element, LogConfiguration& configuration);
 
 } // namespace Oxa::System::Commons::Diagnostics::Logging
