@@ -1,7 +1,7 @@
 #include "Device/Component/LinuxComponent.hpp"
 
 #include "Device/Description/DeviceDescription.hpp"
-#include "Device/Identity/IdentityItems.hpp"
+#include "Device/Identity/BootIdentity.hpp"
 #include "Device/Machine/MachineRoot.hpp"
 #include "Oxa/Device/Interface/Services/IdentityItemKeys.hpp"
 #include "Oxa/System/Acf/ComponentInfo.hpp"

@@ -4,7 +4,6 @@
 #include "Device/Description/DescriptionWriter.hpp"
 #include "Device/Description/DeviceDescription.hpp"
 #include "Device/Identity/BootIdentity.hpp"
-#include "Device/Identity/IdentityItems.hpp"
 #include "Device/Items/ItemText.hpp"
 #include "Device/Machine/MachineRoot.hpp"
 #include "Device/Program/DeviceServer.hpp"
