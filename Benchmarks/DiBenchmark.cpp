@@ -1,8 +1,9 @@
-// The module in process with services that answer from memory: time and allocations of every request of both data
-// providers, and, for all five sections in one request, the ratio to writing the same bytes with RapidJSON.
+// The module in process with services that respond from memory: time and allocations of every request of both data
+// providers, and the ratio of a request for all five sections to its floor, writing the same bytes with RapidJSON.
 
-#include "Benchmarks/AllocationCounter.hpp"
+#include "Benchmarks/FloorComparison.hpp"
 #include "Benchmarks/MemoryServices.hpp"
+#include "Benchmarks/RefreshValues.hpp"
 #include "Di/Internal/DiControlHandler.hpp"
 #include "Di/Internal/DiHandler.hpp"
 #include "Di/Internal/Settings/DiSettings.hpp"
@@ -11,9 +12,39 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
-#include <chrono>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
+
+namespace
+{
+
+std::atomic<std::size_t> allocationCount = 0;
+
+} // namespace
+
+// Not inlined: GCC would otherwise warn about memory from operator new that is passed to free.
+[[gnu::noinline]] void* operator new(std::size_t bytes)
+{
+    allocationCount.fetch_add(1, std::memory_order_relaxed);
+    void* const memory = std::malloc(bytes);
+    if (memory == nullptr)
+    {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+[[gnu::noinline]] void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*bytes*/) noexcept
+{
+    std::free(memory);
+}
 
 namespace
 {
@@ -56,13 +87,13 @@ WbmRequest MakeRequest(const char* name, const char* query)
 void HandleRequest(benchmark::State& state, WbmRequestHandlerBase& handler, const char* name, const char* query)
 {
     const WbmRequest request = MakeRequest(name, query);
-    const std::size_t allocationsBefore = Benchmarks::GetAllocationCount();
+    const std::size_t countBefore = allocationCount;
     for (auto _ : state)
     {
         benchmark::DoNotOptimize(handler.HandleRequest(request));
     }
-    state.counters["allocations"] = benchmark::Counter(
-        static_cast<double>(Benchmarks::GetAllocationCount() - allocationsBefore), benchmark::Counter::kAvgIterations);
+    state.counters["allocations"] =
+        benchmark::Counter(static_cast<double>(allocationCount - countBefore), benchmark::Counter::kAvgIterations);
 }
 
 using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
@@ -108,10 +139,7 @@ void WriteStatusIndicators(Writer& writer)
 {
     writer.Key("StatusIndicators");
     writer.StartArray();
-    for (const char* const led :
-         {"Status.Leds.Pnio.Bf_C", "Status.Leds.Runtime.Run", "Status.Leds.Pnio.Bf_D", "Status.Leds.Runtime.Fail",
-          "Status.Leds.Pnio.Sf", "Status.Leds.Runtime.Debug", "Status.Leds.Zelo.D", "Status.Leds.Zelo.E",
-          "Status.Leds.Runtime.Ext", "Status.Leds.Safety.Run", "Status.Leds.Safety.Fs"})
+    for (const char* const led : Benchmarks::ledKeys)
     {
         writer.StartObject();
         writer.Key("fullName");
@@ -150,7 +178,7 @@ void WriteUtilization(Writer& writer)
     writer.EndObject();
 }
 
-/// The same bytes as the module's answer, from constants.
+/// Writes the module's response from constants.
 BasicString WriteFloor()
 {
     rapidjson::StringBuffer buffer;
@@ -179,31 +207,12 @@ void WriteFloor(benchmark::State& state)
     }
 }
 
-template <class TOperation>
-double MeasureNanoseconds(const TOperation& operation)
-{
-    constexpr int rounds = 2'000;
-    const auto start = std::chrono::steady_clock::now();
-    for (int round = 0; round < rounds; ++round)
-    {
-        benchmark::DoNotOptimize(operation());
-    }
-    const std::chrono::duration<double, std::nano> duration = std::chrono::steady_clock::now() - start;
-    return duration.count() / rounds;
-}
-
-/// Both in turns, so that whatever else the machine does meets both alike.
 void CompareWithFloor(benchmark::State& state)
 {
     const WbmRequest request = MakeRequest("GetDataSections", allSections);
-    double moduleNanoseconds = 0;
-    double floorNanoseconds = 0;
-    for (auto _ : state)
-    {
-        moduleNanoseconds += MeasureNanoseconds([&request] { return GetBench().dataHandler.HandleRequest(request); });
-        floorNanoseconds += MeasureNanoseconds([] { return WriteFloor(); });
-    }
-    state.counters["ratio"] = moduleNanoseconds / floorNanoseconds;
+    Benchmarks::CompareWithFloor(
+        state, [&request] { benchmark::DoNotOptimize(GetBench().dataHandler.HandleRequest(request)); },
+        [] { benchmark::DoNotOptimize(WriteFloor()); });
 }
 
 void RegisterRequests()
@@ -240,8 +249,7 @@ int main(int argc, char** argv)
         GetBench().dataHandler.HandleRequest(MakeRequest("GetDataSections", allSections)).GetBody();
     if (body != WriteFloor())
     {
-        std::fprintf(stderr, "the floor writes other bytes than the module\n%s\n%s\n", body.c_str(),
-                     WriteFloor().c_str());
+        std::fprintf(stderr, "module and floor write different bytes\n%s\n%s\n", body.c_str(), WriteFloor().c_str());
         return EXIT_FAILURE;
     }
     RegisterRequests();

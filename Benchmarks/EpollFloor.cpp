@@ -1,7 +1,7 @@
-// The floor of the end-to-end measurement: a bare epoll loop on loopback that answers every request with the same
-// number of bytes, after the same reads of kept-open files. It understands nothing of HTTP but where a request ends.
+// The floor of the end-to-end measurement: an epoll loop on loopback that sends as many bytes as the server for every
+// request, after the same reads of files that are kept open. Of HTTP it only detects the end of a request.
 //
-//     EpollFloor ANSWER_BYTES STATVFS_PATH FILE…      prints its port
+//     EpollFloor RESPONSE_BYTES STATVFS_PATH FILE…      prints its port
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -75,8 +75,8 @@ void Watch(int epoll, int descriptor)
     epoll_ctl(epoll, EPOLL_CTL_ADD, descriptor, &event);
 }
 
-/// False when the connection is over.
-bool Answer(int connection, const Machine& machine, const std::string& answer)
+/// False when the connection has ended.
+bool Respond(int connection, const Machine& machine, const std::string& response)
 {
     std::array<char, 4096> request;
     const ssize_t length = read(connection, request.data(), request.size());
@@ -89,24 +89,24 @@ bool Answer(int connection, const Machine& machine, const std::string& answer)
         return true;
     }
     machine.ReadAll();
-    return write(connection, answer.data(), answer.size()) == static_cast<ssize_t>(answer.size());
+    return write(connection, response.data(), response.size()) == static_cast<ssize_t>(response.size());
 }
 
-std::string MakeAnswer(std::size_t totalBytes)
+std::string MakeResponse(std::size_t totalBytes)
 {
-    std::string answer;
+    std::string response;
     for (std::size_t bodyBytes = totalBytes; bodyBytes > 0; --bodyBytes)
     {
-        answer = "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(bodyBytes) + "\r\n\r\n";
-        if (answer.size() + bodyBytes <= totalBytes)
+        response = "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(bodyBytes) + "\r\n\r\n";
+        if (response.size() + bodyBytes <= totalBytes)
         {
-            return answer.append(bodyBytes, 'x');
+            return response.append(bodyBytes, 'x');
         }
     }
-    return answer;
+    return response;
 }
 
-void Serve(int listener, const Machine& machine, const std::string& answer)
+void Serve(int listener, const Machine& machine, const std::string& response)
 {
     const int epoll = epoll_create1(EPOLL_CLOEXEC);
     Watch(epoll, listener);
@@ -124,7 +124,7 @@ void Serve(int listener, const Machine& machine, const std::string& answer)
                 setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &enabled, sizeof enabled);
                 Watch(epoll, connection);
             }
-            else if (!Answer(descriptor, machine, answer))
+            else if (!Respond(descriptor, machine, response))
             {
                 close(descriptor);
             }
@@ -136,10 +136,10 @@ void Serve(int listener, const Machine& machine, const std::string& answer)
 
 int main(int argc, char** argv)
 {
-    std::size_t answerBytes = 0;
-    if (argc < 3 || std::from_chars(argv[1], argv[1] + std::strlen(argv[1]), answerBytes).ec != std::errc())
+    std::size_t responseBytes = 0;
+    if (argc < 3 || std::from_chars(argv[1], argv[1] + std::strlen(argv[1]), responseBytes).ec != std::errc())
     {
-        std::fputs("usage: EpollFloor ANSWER_BYTES STATVFS_PATH FILE…\n", stderr);
+        std::fputs("usage: EpollFloor RESPONSE_BYTES STATVFS_PATH FILE…\n", stderr);
         return EXIT_FAILURE;
     }
     Machine machine;
@@ -153,5 +153,5 @@ int main(int argc, char** argv)
             return EXIT_FAILURE;
         }
     }
-    Serve(Listen(), machine, MakeAnswer(answerBytes));
+    Serve(Listen(), machine, MakeResponse(responseBytes));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Benchmarks/RefreshValues.hpp"
 #include "Oxa/Device/Interface/Services/DeviceControlServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceInfoServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
@@ -19,12 +20,9 @@
 #include <utility>
 #include <vector>
 
-/// A device whose services answer from memory as fast as they can, so that what is measured is the module.
+/// A device whose services respond from memory, so that their own time hardly counts.
 namespace Oxa::Benchmarks
 {
-
-using Oxa::Device::Interface::Services::ItemKey;
-using Oxa::Device::Interface::Services::ItemValue;
 
 template <class TService>
 class MemoryItemService final : public TService
@@ -41,16 +39,16 @@ public:
     void ReadItems(Oxa::Device::Interface::Services::WriteItemKeysDelegate writeKeys,
                    Oxa::Device::Interface::Services::ReadItemValuesDelegate readValues) override
     {
-        KeyTaker taker(*this);
-        writeKeys(taker);
-        ValueGiver giver(found);
-        readValues(giver);
+        KeyCollector collector(*this);
+        writeKeys(collector);
+        FoundValues foundValues(found);
+        readValues(foundValues);
     }
 
 private:
-    struct KeyTaker final : System::Rsc::IRscWriteEnumerator<ItemKey>
+    struct KeyCollector final : System::Rsc::IRscWriteEnumerator<ItemKey>
     {
-        explicit KeyTaker(MemoryItemService& service) : service(service) {}
+        explicit KeyCollector(MemoryItemService& service) : service(service) {}
 
         void BeginWrite(std::size_t count) override
         {
@@ -68,9 +66,9 @@ private:
         MemoryItemService& service;
     };
 
-    struct ValueGiver final : System::Rsc::IRscReadEnumerator<ItemValue>
+    struct FoundValues final : System::Rsc::IRscReadEnumerator<ItemValue>
     {
-        explicit ValueGiver(const std::vector<const ItemValue*>& values) : values(values) {}
+        explicit FoundValues(const std::vector<const ItemValue*>& values) : values(values) {}
 
         std::size_t BeginRead() override
         {
@@ -129,9 +127,35 @@ struct MemoryAuthorizationService final : System::Um::Services::Internal::IAutho
     }
 };
 
-/// The services of two providers, until it goes.
+/// Registers the services of two providers while it lives.
 class ProvidedMemoryServices final
 {
+public:
+    [[nodiscard]] static std::shared_ptr<IDeviceStatusService> MakeStatus()
+    {
+        std::unordered_map<std::string_view, ItemValue> values = {
+            {"Status.System.UpTime.Seconds", ItemValue(uint64{86'400})},
+            {"Status.Board.Temperature.Centigrade", ItemValue(int8{41})},
+            {"Status.Memory.Usage.Percent.Actual", ItemValue(uint8{37})},
+            {"Status.UserPartition.Total", ItemValue(uint64{4'000'000'000})},
+            {"Status.UserPartition.Usage", ItemValue(uint64{1'000'000'000})},
+            {"Status.UserPartition.Usage.Percent", ItemValue(uint8{25})},
+            {"Status.Cpu.0.Load.Percent", ItemValue(uint8{10})},
+            {"Status.Cpu.1.Load.Percent", ItemValue(uint8{11})},
+            {"Status.Cpu.2.Load.Percent", ItemValue(uint8{12})},
+            {"Status.Cpu.3.Load.Percent", ItemValue(uint8{13})},
+            {"Status.Cpu.4.Load.Percent", ItemValue(uint8{14})},
+            {"Status.RunStopSwitch.Supported", ItemValue(true)},
+            {"Status.RunStopSwitch.Position", ItemValue("Run")},
+        };
+        for (const char* const key : ledKeys)
+        {
+            values.emplace(key, ItemValue(uint32{0x00010001}));
+        }
+        return std::make_shared<MemoryItemService<IDeviceStatusService>>(std::move(values));
+    }
+
+private:
     using Control = Oxa::Device::Interface::Services::DeviceControlServiceProxyFactory;
     using Info = Oxa::Device::Interface::Services::DeviceInfoServiceProxyFactory;
     using Status = Oxa::Device::Interface::Services::DeviceStatusServiceProxyFactory;
@@ -152,38 +176,6 @@ class ProvidedMemoryServices final
             {"General.SPNS.Fpga.Version", ItemValue("4.5.6")},
             {"Cpu.Cores.Count", ItemValue(uint8{4})},
         });
-    }
-
-    static std::shared_ptr<System::Rsc::IRscService> MakeStatus()
-    {
-        using namespace Oxa::Device::Interface::Services;
-        return std::make_shared<MemoryItemService<IDeviceStatusService>>(
-            std::unordered_map<std::string_view, ItemValue>{
-                {"Status.System.UpTime.Seconds", ItemValue(uint64{86'400})},
-                {"Status.Board.Temperature.Centigrade", ItemValue(int8{41})},
-                {"Status.Memory.Usage.Percent.Actual", ItemValue(uint8{37})},
-                {"Status.UserPartition.Total", ItemValue(uint64{4'000'000'000})},
-                {"Status.UserPartition.Usage", ItemValue(uint64{1'000'000'000})},
-                {"Status.UserPartition.Usage.Percent", ItemValue(uint8{25})},
-                {"Status.Cpu.0.Load.Percent", ItemValue(uint8{10})},
-                {"Status.Cpu.1.Load.Percent", ItemValue(uint8{11})},
-                {"Status.Cpu.2.Load.Percent", ItemValue(uint8{12})},
-                {"Status.Cpu.3.Load.Percent", ItemValue(uint8{13})},
-                {"Status.Cpu.4.Load.Percent", ItemValue(uint8{14})},
-                {"Status.Leds.Pnio.Bf_C", ItemValue(uint32{0x00010001})},
-                {"Status.Leds.Runtime.Run", ItemValue(uint32{0x00010001})},
-                {"Status.Leds.Pnio.Bf_D", ItemValue(uint32{0x00010001})},
-                {"Status.Leds.Runtime.Fail", ItemValue(uint32{0x00010001})},
-                {"Status.Leds.Pnio.Sf", ItemValue(uint32{0x00010001})},
-                {"Status.Leds.Runtime.Debug", ItemValue(uint32{0x00010001})},
-                {"Status.Leds.Zelo.D", ItemValue(uint32{0x00010001})},
-                {"Status.Leds.Zelo.E", ItemValue(uint32{0x00010001})},
-                {"Status.Leds.Runtime.Ext", ItemValue(uint32{0x00010001})},
-                {"Status.Leds.Safety.Run", ItemValue(uint32{0x00010001})},
-                {"Status.Leds.Safety.Fs", ItemValue(uint32{0x00010001})},
-                {"Status.RunStopSwitch.Supported", ItemValue(true)},
-                {"Status.RunStopSwitch.Position", ItemValue("Run")},
-            });
     }
 
     System::Rsc::RscRegistration device{"boot",

@@ -1,20 +1,24 @@
-// What the device services read when a page asks for all five sections, beside the bare floor: the same preads on
-// descriptors that are open, the same statvfs, clocks and parsing by hand, the results in the same array of values. Two
-// machines: "board" is the shipped description of a single-board computer, all of whose files are links to files of the
-// running kernel; "pc" the shipped description of a PC, on the running machine. The counter "ratio" is services to
-// floor, measured in turns.
+// The reads of the device services for a page with all five sections, compared with their floor: the same preads on
+// open files, the same statvfs and clocks, parsing by hand, results in the same array of values. There are two
+// machines: "board" is the shipped description of a single-board computer, whose files are links to files of the
+// running kernel; "pc" is the shipped description of a PC on the running machine. The counter "ratio" is services to
+// floor.
 
+#include "Benchmarks/FloorComparison.hpp"
 #include "Benchmarks/ReadingFloor.hpp"
-#include "Benchmarks/ServiceRefresh.hpp"
+#include "Benchmarks/RefreshValues.hpp"
+#include "Device/Description/DescribedMachine.hpp"
+#include "Device/Description/DeviceDescription.hpp"
+#include "Device/Services/ItemService.hpp"
+#include "Device/Services/RtcService.hpp"
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -24,7 +28,48 @@ namespace
 using namespace Oxa;
 using namespace Oxa::Benchmarks;
 
-/// The folder of a board whose files are links to files of the running kernel that hold something alike.
+/// The services of a described machine, called like the five sections call them.
+class ServiceRefresh final
+{
+public:
+    ServiceRefresh(const BasicString& root, const BasicString& descriptionName)
+        : machine(Machine::MachineRoot(root)),
+          service(std::shared_ptr<const Items::ItemTable>(
+              Description::DeviceDescription::Load(OXA_DESCRIPTIONS "/" + descriptionName).MakeItems(machine))),
+          keys(std::begin(singleKeys), std::end(singleKeys))
+    {
+        for (std::size_t core = 0; core <= GetCoreCount(); ++core)
+        {
+            utilization.AddKey("Status.Cpu." + std::to_string(core) + ".Load.Percent");
+        }
+    }
+
+    [[nodiscard]] std::size_t GetCoreCount()
+    {
+        return machine.GetCpuLoads()->GetCoreCount();
+    }
+
+    void Read(Values& values)
+    {
+        for (std::size_t index = 0; index < keys.size(); ++index)
+        {
+            values.items[index] = service.ReadItem(keys[index]);
+        }
+        values.time = rtcService.ReadDateTime();
+        leds.Read(service, &values.items[ledIndex]);
+        utilization.Read(service, &values.items[memoryIndex]);
+    }
+
+private:
+    Description::DescribedMachine machine;
+    Services::DeviceStatusService service;
+    Services::RtcService rtcService{&Services::RtcService::ReadSystemClock};
+    const std::vector<ItemKey> keys;
+    MultiItemReader leds{ledKeys};
+    MultiItemReader utilization{utilizationKeys};
+};
+
+/// The folder of a board whose files are links to files of the running kernel with similar content.
 class LinkedBoard final
 {
 public:
@@ -78,56 +123,22 @@ private:
 };
 
 template <class Reader>
+void ReadOnce(Reader& reader, Values& values)
+{
+    reader.Read(values);
+    benchmark::ClobberMemory();
+}
+
+template <class Reader>
 void Measure(benchmark::State& state, Reader& reader, Values& values)
 {
     for ([[maybe_unused]] auto iteration : state)
     {
-        reader.Read(values);
-        benchmark::ClobberMemory();
+        ReadOnce(reader, values);
     }
 }
 
-double GetThreadSeconds()
-{
-    timespec time = {};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
-/// Of processor time, so that other programs do not count.
-template <class Reader>
-double MeasureSeconds(Reader& reader, Values& values)
-{
-    const double start = GetThreadSeconds();
-    for (int round = 0; round < 200; ++round)
-    {
-        reader.Read(values);
-        benchmark::ClobberMemory();
-    }
-    return GetThreadSeconds() - start;
-}
-
-double GetMedian(std::vector<double> numbers)
-{
-    const auto middle = numbers.begin() + static_cast<std::ptrdiff_t>(numbers.size() / 2);
-    std::nth_element(numbers.begin(), middle, numbers.end());
-    return *middle;
-}
-
-/// Both in turns, so that whatever else the machine does meets both alike.
-template <class Floor>
-void Compare(benchmark::State& state, ServiceRefresh& services, const Floor& floor, Values& values)
-{
-    std::vector<double> ratios;
-    for ([[maybe_unused]] auto iteration : state)
-    {
-        const double seconds = MeasureSeconds(services, values);
-        ratios.push_back(seconds / MeasureSeconds(floor, values));
-    }
-    state.counters["ratio"] = GetMedian(std::move(ratios));
-}
-
-/// Ends the program when the floor does not read what the services read.
+/// Ends the program if floor and services read values of different types.
 template <class Floor>
 void RequireSameTypes(const BasicString& name, ServiceRefresh& services, const Floor& floor, Values& values)
 {
@@ -138,7 +149,7 @@ void RequireSameTypes(const BasicString& name, ServiceRefresh& services, const F
     {
         if (values.items[index].GetType() != floorValues.items[index].GetType())
         {
-            std::fprintf(stderr, "%s: value %zu of the floor is another than the services'\n", name.c_str(), index);
+            std::fprintf(stderr, "%s: value %zu has different types in floor and services\n", name.c_str(), index);
             std::exit(EXIT_FAILURE);
         }
     }
@@ -154,7 +165,10 @@ void Register(const BasicString& name, ServiceRefresh& services, const Floor& fl
                                  [&services, &values](benchmark::State& state) { Measure(state, services, values); });
     benchmark::RegisterBenchmark((name + ", services to floor").c_str(),
                                  [&services, &floor, &values](benchmark::State& state)
-                                 { Compare(state, services, floor, values); });
+                                 {
+                                     CompareWithFloor(
+                                         state, [&] { ReadOnce(services, values); }, [&] { ReadOnce(floor, values); });
+                                 });
 }
 
 } // namespace

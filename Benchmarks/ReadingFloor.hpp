@@ -18,13 +18,13 @@
 #include <string_view>
 #include <vector>
 
-/// The bare reads of the same values, with the same system calls, and parsing by hand.
+/// Reads the same values as the device services, with the same system calls and parsing by hand.
 namespace Oxa::Benchmarks
 {
 
 using namespace Device::Linux;
 
-/// A file that is open, and its text.
+/// A file that is kept open.
 class BareFile final
 {
 public:
@@ -62,7 +62,7 @@ inline int64 ReadNumber(const BareFile& file) noexcept
     return ParseFirst<int64>(file.Read(buffer));
 }
 
-/// The number behind the blanks behind a name.
+/// The number that follows a name and blanks; 0 if there is none.
 inline uint64 FindNumber(std::string_view text, std::string_view name) noexcept
 {
     const std::size_t start = text.find(name);
@@ -75,7 +75,7 @@ inline uint64 FindNumber(std::string_view text, std::string_view name) noexcept
     return ParseFirst<uint64>(text);
 }
 
-/// What both machines have: memory, file system, loads and the time.
+/// The values of both machines: memory, file system, loads and time.
 class CommonFloor final
 {
 public:
@@ -120,7 +120,7 @@ private:
 
     const BareFile memoryFile;
     const BasicString mountPoint;
-    /// A sampler's: they are only handed on.
+    /// Constant, because the services pass on the values of a sampler as well.
     const std::vector<uint8> loads;
 };
 

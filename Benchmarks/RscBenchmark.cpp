@@ -1,8 +1,9 @@
-// Reads of one item and of eleven through the remote service call layer, beside a bare exchange of as many bytes
-// between two processes. "same core": both processes on core 0; "other core": the service on core 1. The services
-// answer from memory.
+// Reads of one item and of eleven items through the remote service call layer, compared with sending as many bytes
+// between two processes ("ping-pong"). "same core": both processes on core 0; "other core": the service on core 1. The
+// services respond from memory.
 
 #include "Benchmarks/MemoryServices.hpp"
+#include "Benchmarks/RefreshValues.hpp"
 #include "Oxa/System/Rsc/RscServer.hpp"
 
 #include <benchmark/benchmark.h>
@@ -21,22 +22,15 @@
 namespace
 {
 
-using namespace Oxa::Device::Interface::Services;
+using namespace Oxa::Benchmarks;
 using Oxa::BasicString;
-using Oxa::System::Rsc::IRscReadEnumerator;
-using Oxa::System::Rsc::IRscWriteEnumerator;
+using Oxa::Device::Interface::Services::DeviceStatusServiceProxyFactory;
 using Oxa::System::Rsc::RscServer;
 using Oxa::System::Rsc::ServiceManager;
 
-// As strace shows them for these reads: request and answer.
+// Bytes of request and response of these reads, measured with strace.
 constexpr std::size_t singleBytes[] = {216, 80};
 constexpr std::size_t elevenBytes[] = {608, 240};
-
-constexpr const char* keys[] = {
-    "Status.Leds.Pnio.Bf_C",   "Status.Leds.Runtime.Run",   "Status.Leds.Pnio.Bf_D", "Status.Leds.Runtime.Fail",
-    "Status.Leds.Pnio.Sf",     "Status.Leds.Runtime.Debug", "Status.Leds.Zelo.D",    "Status.Leds.Zelo.E",
-    "Status.Leds.Runtime.Ext", "Status.Leds.Safety.Run",    "Status.Leds.Safety.Fs",
-};
 
 void PinToCore(int core)
 {
@@ -46,7 +40,7 @@ void PinToCore(int core)
     sched_setaffinity(0, sizeof cores, &cores);
 }
 
-/// A process that does `run` on a core, says that it is ready, and goes with this one.
+/// Starts a process that executes `run` on a core, and waits until it is ready. It ends with this process.
 template <class Run>
 void StartProcess(int core, const Run& run)
 {
@@ -66,12 +60,12 @@ void StartProcess(int core, const Run& run)
     }
     close(ready[1]);
     char byte = 0;
-    // At the child's word, or when it ended.
+    // Returns when the child signals or ends.
     (void)!read(ready[0], &byte, 1);
     close(ready[0]);
 }
 
-void Say(int ready)
+void SignalReady(int ready)
 {
     (void)!write(ready, "r", 1);
 }
@@ -85,12 +79,12 @@ BasicString GetSocketPath(int core)
 
 void Serve(const BasicString& socketPath, int ready)
 {
-    const Oxa::Benchmarks::ProvidedMemoryServices services;
+    const ProvidedMemoryServices services;
     Oxa::System::Rsc::RscServerConfiguration configuration;
     configuration.socketPath = socketPath;
     configuration.users = {{std::to_string(getuid()), true}};
     const RscServer server(configuration);
-    Say(ready);
+    SignalReady(ready);
     pause();
 }
 
@@ -98,11 +92,11 @@ int pingPong[2] = {-1, -1};
 
 void Echo(int descriptor, int ready)
 {
-    Say(ready);
+    SignalReady(ready);
     std::array<char, 4096> buffer = {};
     while (recv(descriptor, buffer.data(), buffer.size(), 0) > 0)
     {
-        // The first bytes say how long the answer is to be.
+        // The request begins with the size of the response.
         std::size_t size = 0;
         std::memcpy(&size, buffer.data(), sizeof size);
         (void)!send(descriptor, buffer.data(), size, 0);
@@ -137,35 +131,6 @@ void PingPong(benchmark::State& state, const std::size_t (&bytes)[2], int core)
     }
 }
 
-/// Asks for all keys and takes all values.
-class ElevenItems final
-{
-public:
-    void Write(IRscWriteEnumerator<ItemKey>& enumerator)
-    {
-        enumerator.BeginWrite(items.size());
-        for (const ItemKey& key : items)
-        {
-            enumerator.WriteNext(key);
-        }
-        enumerator.EndWrite();
-    }
-
-    void Read(IRscReadEnumerator<ItemValue>& enumerator)
-    {
-        enumerator.BeginRead();
-        ItemValue value;
-        while (enumerator.ReadNext(value))
-        {
-            benchmark::DoNotOptimize(value.GetType());
-        }
-        enumerator.EndRead();
-    }
-
-private:
-    std::vector<ItemKey> items = std::vector<ItemKey>(std::begin(keys), std::end(keys));
-};
-
 std::unique_ptr<IDeviceStatusService> GetService()
 {
     auto& factory = DeviceStatusServiceProxyFactory::GetInstance();
@@ -175,7 +140,7 @@ std::unique_ptr<IDeviceStatusService> GetService()
 
 void ReadSingle(benchmark::State& state, IDeviceStatusService& service)
 {
-    const ItemKey key(keys[0]);
+    const ItemKey key(ledKeys[0]);
     for ([[maybe_unused]] auto iteration : state)
     {
         benchmark::DoNotOptimize(service.ReadItem(key).GetType());
@@ -184,12 +149,12 @@ void ReadSingle(benchmark::State& state, IDeviceStatusService& service)
 
 void ReadEleven(benchmark::State& state, IDeviceStatusService& service)
 {
-    ElevenItems items;
-    const auto write = WriteItemKeysDelegate::Bind(items, &ElevenItems::Write);
-    const auto read = ReadItemValuesDelegate::Bind(items, &ElevenItems::Read);
+    MultiItemReader reader(ledKeys);
+    std::array<ItemValue, std::size(ledKeys)> values;
     for ([[maybe_unused]] auto iteration : state)
     {
-        service.ReadItems(write, read);
+        reader.Read(service, values.data());
+        benchmark::ClobberMemory();
     }
 }
 
@@ -213,27 +178,17 @@ void MeasureRemote(benchmark::State& state, ReadFunction read,
 
 void MeasureInProcess(benchmark::State& state, ReadFunction read)
 {
-    const Oxa::Benchmarks::ProvidedMemoryServices services;
+    const ProvidedMemoryServices services;
     read(state, *GetService());
 }
 
-/// The service itself, to be taken off what a read in process takes.
+/// The service without the layer, to subtract from a read in process.
 void MeasureImplementation(benchmark::State& state, ReadFunction read)
 {
-    Oxa::Benchmarks::MemoryItemService<IDeviceStatusService> service(
-        []
-        {
-            std::unordered_map<std::string_view, ItemValue> values;
-            for (const char* key : keys)
-            {
-                values.emplace(key, ItemValue(Oxa::uint32{0x00010001}));
-            }
-            return values;
-        }());
-    read(state, service);
+    read(state, *ProvidedMemoryServices::MakeStatus());
 }
 
-void RegisterForCore(int core, const std::string& place)
+void RegisterForCore(int core, const std::string& coreName)
 {
     const struct
     {
@@ -244,7 +199,7 @@ void RegisterForCore(int core, const std::string& place)
 
     for (const auto& each : reads)
     {
-        const std::string suffix = fmt::format("/{}/{}", each.name, place);
+        const std::string suffix = fmt::format("/{}/{}", each.name, coreName);
         Oxa::System::Rsc::RscEndpointConfiguration peer;
         peer.providerName = "Oxa.Device";
         peer.socketPath = GetSocketPath(core);

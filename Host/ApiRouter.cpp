@@ -1,6 +1,6 @@
 #include "Host/ApiRouter.hpp"
 
-#include "Host/Http/IHttpExchange.hpp"
+#include "Host/Http/HttpExchange.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Host/Modules/Dispatcher.hpp"
 #include "Host/Modules/PagesRoute.hpp"
@@ -24,7 +24,7 @@ namespace
 Handling AnswerProblem(Http::IHttpExchange& exchange, const Http::Problem& problem)
 {
     Http::SendProblem(exchange, problem);
-    return Handling::Answered;
+    return Handling::Completed;
 }
 
 } // namespace
@@ -44,8 +44,8 @@ Handling ApiRouter::Handle(const Exchange& exchange)
         return HandleRead(exchange,
                           [](const Exchange& each)
                           {
-                              each->Send({200, Http::jsonMediaType, {}}, R"({"status":"ok"})");
-                              return Handling::Answered;
+                              each->Send({200, Http::jsonMediaType, R"({"status":"ok"})"});
+                              return Handling::Completed;
                           });
     }
     if (path == "/readyz")
@@ -54,8 +54,8 @@ Handling ApiRouter::Handle(const Exchange& exchange)
     }
     if (path == "*")
     {
-        exchange->Send({204, {}, "Allow: GET, HEAD, POST, DELETE\r\n"}, {});
-        return Handling::Answered;
+        exchange->Send({.status = 204, .fields = "Allow: GET, HEAD, POST, DELETE\r\n"});
+        return Handling::Completed;
     }
     return AnswerProblem(*exchange, Http::Problems::unknownPath);
 }
@@ -80,7 +80,7 @@ Handling ApiRouter::HandleApi(const Exchange& exchange, std::string_view path)
                           [](const Exchange& each)
                           {
                               Status::AnswerBootId(*each);
-                              return Handling::Answered;
+                              return Handling::Completed;
                           });
     }
     return AnswerProblem(*exchange, Http::Problems::unknownPath);
@@ -97,7 +97,7 @@ Handling ApiRouter::HandleProvider(const Exchange& exchange, std::string_view pa
     if (caller->isByCookie && !Http::IsRead(request.method) && Sessions::IsForeign(request))
     {
         routes.sessions.ReportCrossOrigin(*exchange, caller->userName);
-        return AnswerProblem(*exchange, Http::Problems::foreignOrigin);
+        return AnswerProblem(*exchange, Http::Problems::crossOrigin);
     }
     const std::size_t slash = path.find('/');
     return routes.dispatcher.Handle(exchange, {BasicString(path.substr(0, slash)), BasicString(path.substr(slash + 1)),
@@ -117,7 +117,7 @@ Handling ApiRouter::HandleRead(const Exchange& exchange, const Route& route)
     if (!Http::IsRead(exchange->GetRequest().method))
     {
         Http::SendMethodNotAllowed(*exchange, "GET, HEAD");
-        return Handling::Answered;
+        return Handling::Completed;
     }
     return route(exchange);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Host/Http/IHttpHandler.hpp"
+#include "Host/Http/HttpExchange.hpp"
 
 #include <memory>
 #include <string_view>
@@ -26,7 +26,7 @@ class ReadinessRoute;
 } // namespace Status
 
 /// Finds out by the path who answers a request, and by the session who asks. Threads: the event loop's.
-class ApiRouter final : public Http::IHttpHandler
+class ApiRouter final
 {
 public:
     /// Everything is borrowed.
@@ -41,7 +41,7 @@ public:
 
     explicit ApiRouter(const Routes& routes);
 
-    [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange) override;
+    [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange);
 
 private:
     using Exchange = std::shared_ptr<Http::IHttpExchange>;

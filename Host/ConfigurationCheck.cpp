@@ -7,7 +7,6 @@
 #include "Host/StateFolder.hpp"
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/ILogSink.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"

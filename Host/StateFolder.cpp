@@ -1,6 +1,6 @@
 #include "Host/StateFolder.hpp"
 
-#include "Oxa/System/Commons/TemporaryException.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <fcntl.h>

@@ -7,8 +7,8 @@
 #include "Host/PasswordInput.hpp"
 #include "Host/StateFolder.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
-#include "Oxa/System/Commons/TemporaryException.hpp"
 #include "Oxa/System/Nm/Notification.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 

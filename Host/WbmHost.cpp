@@ -62,16 +62,17 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       registry(loop, configuration),
       modules(appDomain, registry, loop, notifications, configuration.modules),
       serviceEndpoints(configuration.serviceEndpoints),
-      pageQuestions(std::make_shared<Http::RequestStrand>(loop, "the pages", configuration.maximumWaitingRequests)),
-      readinessQuestions(
-          std::make_shared<Http::RequestStrand>(loop, "the readiness", configuration.maximumWaitingRequests)),
+      pageQuestions(std::make_shared<Http::RequestStrand>(loop, "the pages", configuration.maximumWaitingRequests,
+                                                          &Modules::FindServiceProblem)),
+      readinessQuestions(std::make_shared<Http::RequestStrand>(
+          loop, "the readiness", configuration.maximumWaitingRequests, &Modules::FindServiceProblem)),
       sessions(configuration.sessions, users, notifications, loop),
       sessionRoute(sessions, loop.GetContext()),
       dispatcher(registry, notifications),
       pages(registry, *pageQuestions),
       readiness(components, modules, registry, users, *readinessQuestions),
       router({sessions, sessionRoute, dispatcher, pages, readiness}),
-      server(loop.GetContext(), configuration.http, router),
+      server(loop.GetContext(), configuration.http, [this](const auto& exchange) { return router.Handle(exchange); }),
       startTimer(loop.GetContext()),
       endSignal(loop.GetContext(), dup(EndSignals::GetDescriptor())),
       shutdownTimer(loop.GetContext())

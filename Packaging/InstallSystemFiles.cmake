@@ -1,8 +1,8 @@
-# Installs what the services need beside binaries and libraries: configuration, units, users, descriptions,
+# Installs the files that the services need beside binaries and libraries: configuration, units, users, descriptions and
 # manual pages. Runs as part of `cmake --install`, or alone, without a build:
 #     DESTDIR=/tmp/root cmake -D CMAKE_INSTALL_PREFIX=/usr -P Packaging/InstallSystemFiles.cmake
-# A part of the installation proper because units and the place of the configuration depend on the prefix, which is
-# known only here. Configuration that is there already is kept: it belongs to the machine.
+# It is an install script because units and configuration path depend on the prefix, which is known only then. Existing
+# configuration files are kept.
 
 foreach(default IN ITEMS OXA_BINDIR:bin OXA_SYSCONFDIR:etc OXA_DATADIR:share OXA_MANDIR:share/man)
   string(REPLACE ":" ";" default "${default}")
@@ -13,7 +13,7 @@ foreach(default IN ITEMS OXA_BINDIR:bin OXA_SYSCONFDIR:etc OXA_DATADIR:share OXA
 endforeach()
 
 set(sources "${CMAKE_CURRENT_LIST_DIR}/..")
-# What belongs to /usr is configured in /etc.
+# The prefix /usr has its configuration in /etc.
 if(CMAKE_INSTALL_PREFIX STREQUAL "/usr" AND OXA_SYSCONFDIR STREQUAL "etc")
   set(OXA_SYSCONFDIR "/etc")
 endif()
@@ -38,7 +38,7 @@ install_configuration("${configuration}" oxa-device.xml "${sources}/Device/Confi
 
 file(GLOB descriptions "${sources}/Device/Descriptions/*.xml")
 file(INSTALL DESTINATION "${datadir}/oxa/descriptions" TYPE FILE FILES ${descriptions})
-# A machine that has a description keeps it, under whatever name.
+# An existing description is kept, under any file name.
 file(GLOB present "$ENV{DESTDIR}${configuration}/device.d/*.xml")
 if(NOT present)
   install_configuration("${configuration}/device.d" 10-device.xml "${sources}/Device/Descriptions/pc.xml")

@@ -1,4 +1,4 @@
-# What every target of this project has in common.
+# Settings of every target of this project.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -8,13 +8,13 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
-# The same in the build tree, whose folders are the installed ones: CMake's own search path for the build tree ends with
-# an empty element, which the loader takes for the current folder, whatever lies there.
+# The build tree has the layout of the installation and uses the same search path: CMake's own search path for build
+# trees ends with an empty element, which the loader takes as the current folder.
 set(CMAKE_INSTALL_RPATH "$ORIGIN/../lib" "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}" "$ORIGIN")
 list(REMOVE_DUPLICATES CMAKE_INSTALL_RPATH)
 set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 
-# Sizes over 4 GiB and times after 2038 on machines of 32 bits, too.
+# Sizes over 4 GiB and times after 2038 on 32-bit machines.
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   add_compile_definitions(_FILE_OFFSET_BITS=64 _TIME_BITS=64)
 endif()
@@ -36,7 +36,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   target_compile_options(OxaWarnings INTERFACE -Wthread-safety -Werror=thread-safety)
 endif()
 
-# Compiled in everywhere. The fortified functions need an optimiser and do the same work as the sanitizers.
+# Hardening of every target. Fortified functions require optimisation, and sanitizers make them redundant.
 include(CheckCXXCompilerFlag)
 add_compile_options(-fstack-protector-strong)
 check_cxx_compiler_flag(-fcf-protection OXA_HAS_CF_PROTECTION)
@@ -48,7 +48,7 @@ if(NOT OXA_SANITIZERS)
 endif()
 add_link_options(-Wl,-z,relro -Wl,-z,now)
 
-# oxa_harden(<target>): a library that leaves a symbol undefined is refused at link time.
+# oxa_harden(<target>): an undefined symbol in a library is a link error.
 function(oxa_harden target)
   get_target_property(type ${target} TYPE)
   if(NOT type STREQUAL "EXECUTABLE")
@@ -56,15 +56,15 @@ function(oxa_harden target)
   endif()
 endfunction()
 
-# oxa_export_only(<target> <map>): the map decides what a shared object exports; hidden visibility alone leaks
-# instantiations of standard templates.
+# oxa_export_only(<target> <map>): the shared object exports the symbols of the map only. Hidden visibility alone would
+# export instantiations of standard templates.
 function(oxa_export_only target map)
   target_link_options(${target} PRIVATE "-Wl,--version-script=${map}")
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${map}")
 endfunction()
 
-# oxa_add_platform_library(<name> SOURCES … [PUBLIC …] [PRIVATE …]): the shared library libOxa.<name>.so with the alias
-# Oxa::<name>, which is also its name after installation.
+# oxa_add_platform_library(<name> SOURCES … [PUBLIC …] [PRIVATE …]): the shared library libOxa.<name>.so, in the build
+# tree and after installation the target Oxa::<name>.
 function(oxa_add_platform_library name)
   cmake_parse_arguments(arg "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
   set(target "Oxa.${name}")

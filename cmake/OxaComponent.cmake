@@ -1,16 +1,16 @@
 # Part of the package Oxa.
 include("${CMAKE_CURRENT_LIST_DIR}/OxaPlugin.cmake")
 
-# oxa_add_component(<target> SOURCES … [LINK …] [OUTPUT_NAME <name>]): a component library, lib<name>.so, that the
-# process of the device services or the host loads. It exports `CreateComponentLibrary` and nothing else.
+# oxa_add_component(<target> SOURCES … [LINK …] [OUTPUT_NAME <name>]): a component library, lib<name>.so, for the device
+# services or the host to load. It exports `CreateComponentLibrary` only.
 function(oxa_add_component target)
   oxa_add_plugin(${target} MAP ComponentLibrary.map ${ARGN})
   target_link_libraries(${target} PRIVATE Oxa::System.Acf)
 endfunction()
 
 # oxa_add_service_interface(<target> SOURCES … [LINK …]): the shared library of a service interface and its proxy
-# factory, for who provides the service and who calls it. Once loaded it stays: the service manager keeps what the
-# factory made for longer than a module or component lives.
+# factory, for the provider of the service and its callers. It is never unloaded, because the service manager keeps the
+# factory's proxies longer than a module or component lives.
 function(oxa_add_service_interface target)
   cmake_parse_arguments(arg "" "" "SOURCES;LINK" ${ARGN})
   add_library(${target} SHARED ${arg_SOURCES})

@@ -1,12 +1,12 @@
-# What an installation holds beside the libraries and executables, which say so where they are made: what the services
-# need, and the package Oxa for modules and components that are built outside this tree.
+# Installs the files of the services, and the package Oxa for modules and components outside this tree. Libraries and
+# executables are installed where they are defined.
 
 include(CMakePackageConfigHelpers)
 
 set(OXA_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/Oxa")
 
-# Host/Configuration is for a host that holds the device services itself, as ./run starts it; what is installed is for two
-# processes. Empty variables have the script's defaults.
+# The installed configuration is for two processes; the one in Host/Configuration is for a host that includes the device
+# services, as in ./run. Empty variables get the script's defaults.
 install(CODE "
   set(OXA_BINDIR \"${CMAKE_INSTALL_BINDIR}\")
   set(OXA_SYSCONFDIR \"${CMAKE_INSTALL_SYSCONFDIR}\")
@@ -14,7 +14,7 @@ install(CODE "
   set(OXA_MANDIR \"${CMAKE_INSTALL_MANDIR}\")")
 install(SCRIPT "${PROJECT_SOURCE_DIR}/Packaging/InstallSystemFiles.cmake")
 
-# Folders named Internal are not for others, except these, whose names modules use.
+# Headers in folders named Internal are not installed, except for these two, which modules include.
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/Platform/Oxa" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
   FILES_MATCHING PATTERN "*.hpp" PATTERN "Internal" EXCLUDE)
 foreach(public System/Um/Services/Internal Hardware/RealTimeClock/Services/Internal)

@@ -1,8 +1,8 @@
-# Part of the package Oxa: what oxa_add_wbm_module() and oxa_add_component() have in common.
+# Part of the package Oxa: the common part of oxa_add_wbm_module() and oxa_add_component().
 
-# oxa_add_plugin(<target> MAP <map> SOURCES … [LINK …] [OUTPUT_NAME <name>]): a library, lib<name>.so, that a process
-# loads. It exports what the map says and nothing else, every symbol it needs is resolved while it is linked, and it can
-# be unloaded: unique symbols would keep it in the process for ever.
+# oxa_add_plugin(<target> MAP <map> SOURCES … [LINK …] [OUTPUT_NAME <name>]): a library, lib<name>.so, for a process to
+# load. It exports the symbols of the map only, and undefined symbols are link errors. It has no unique symbols, which
+# would prevent unloading.
 function(oxa_add_plugin target)
   cmake_parse_arguments(arg "" "MAP;OUTPUT_NAME" "SOURCES;LINK" ${ARGN})
   if(NOT arg_OUTPUT_NAME)

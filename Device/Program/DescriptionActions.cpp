@@ -6,7 +6,7 @@
 #include "Device/Items/ItemText.hpp"
 #include "Device/Machine/MachineRoot.hpp"
 #include "Device/Program/DeviceServer.hpp"
-#include "Oxa/System/Commons/ConfigurationException.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 

@@ -2,8 +2,7 @@
 
 #include "Oxa/System/Acf/ComponentConfigurationReader.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
-#include "Oxa/System/Commons/ConfigurationException.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/LogConfigurationReader.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/StartupMemory.hpp"

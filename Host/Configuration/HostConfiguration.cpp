@@ -1,7 +1,6 @@
 #include "Host/Configuration/HostConfiguration.hpp"
 
 #include "Oxa/System/Acf/ComponentConfigurationReader.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/LogConfigurationReader.hpp"
 #include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 
 #include <boost/asio/ip/address.hpp>

@@ -1,21 +1,25 @@
 #include "Host/Http/HttpConnection.hpp"
 
-#include "Host/Http/AnswerWriter.hpp"
-#include "Host/Http/FaultReport.hpp"
-#include "Host/Http/KeptStorage.hpp"
-
 #include <boost/asio/buffer.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/write.hpp>
 #include <sys/socket.h>
 
 #include <limits>
+#include <string_view>
 #include <utility>
+
+// A connection reads (`Read`), parses (`Process`), waits for its handler (`HandleRequest` until `Resume`), writes
+// (`Flush`) and begins again, or ends: `Linger` until the client has closed its side, then `Close`. The steps follow
+// each other, on whichever thread runs the event loop. The set's lock guards which connections there are; a connection
+// takes it only to add or remove itself, and what the set calls under it takes no lock.
 
 namespace Oxa::Host::Http
 {
 
 namespace asio = boost::asio;
 using boost::system::error_code;
+using System::Commons::MutexLock;
 
 namespace
 {
@@ -24,10 +28,80 @@ constexpr uint32 noDeadline = std::numeric_limits<uint32>::max();
 constexpr std::chrono::seconds lingerTimeout{2};
 constexpr std::size_t maximumLingeredBytes = std::size_t{1024} * 1024;
 
+auto MakeBuffer(std::string_view bytes)
+{
+    return asio::buffer(bytes.data(), bytes.size());
+}
+
 } // namespace
 
-HttpConnection::HttpConnection(HttpServer& server, HttpServer::Socket socket)
-    : server(server), socket(std::move(socket)), deadline(noDeadline)
+ConnectionSet::ConnectionSet(asio::io_context& context, const Configuration::HttpConfiguration& configuration,
+                             HttpHandler handler)
+    : context(context), configuration(configuration), handler(std::move(handler))
+{
+}
+
+bool ConnectionSet::TryAdd(HttpConnection& connection)
+{
+    const MutexLock lock(mutex);
+    return connections.size() < configuration.maximumConnections && connections.insert(&connection).second;
+}
+
+void ConnectionSet::Remove(HttpConnection& connection)
+{
+    std::function<void()> whenDrained;
+    {
+        const MutexLock lock(mutex);
+        connections.erase(&connection);
+        if (connections.empty())
+        {
+            whenDrained.swap(drained);
+        }
+    }
+    if (whenDrained)
+    {
+        asio::post(context, std::move(whenDrained));
+    }
+}
+
+bool ConnectionSet::Sweep()
+{
+    const uint32 now = tick.fetch_add(1) + 1;
+    const MutexLock lock(mutex);
+    for (HttpConnection* const connection : connections)
+    {
+        connection->EndWhenLate(now);
+    }
+    return !connections.empty();
+}
+
+void ConnectionSet::Stop(std::function<void()> whenDrained)
+{
+    const MutexLock lock(mutex);
+    isStopping = true;
+    for (HttpConnection* const connection : connections)
+    {
+        connection->EndWhenIdle();
+    }
+    if (connections.empty())
+    {
+        asio::post(context, std::move(whenDrained));
+        return;
+    }
+    drained = std::move(whenDrained);
+}
+
+void ConnectionSet::EndAll()
+{
+    const MutexLock lock(mutex);
+    for (HttpConnection* const connection : connections)
+    {
+        connection->End();
+    }
+}
+
+HttpConnection::HttpConnection(std::shared_ptr<ConnectionSet> connections, Socket socket)
+    : connections(std::move(connections)), socket(std::move(socket)), deadline(noDeadline)
 {
 }
 
@@ -38,18 +112,17 @@ HttpConnection::~HttpConnection()
 
 void HttpConnection::Start()
 {
-    SetDeadline(server.GetConfiguration().idleTimeout);
-    Read();
-}
-
-void HttpConnection::Refuse()
-{
-    const BasicString text = FormatProblem(Problems::tooManyConnections);
-    WriteAnswer(output, {.status = 503, .mediaType = problemMediaType, .fields = retryAfterField}, text,
-                {.keepsConnection = false});
+    if (connections->TryAdd(*this))
+    {
+        SetDeadline(connections->GetConfiguration().idleTimeout);
+        Read();
+        return;
+    }
+    keepsConnection = false;
+    SendProblem(*this, Problems::tooManyConnections);
     error_code ignored;
-    socket.write_some(asio::buffer(output), ignored);
-    socket.shutdown(HttpServer::Socket::shutdown_send, ignored);
+    socket.write_some(MakeBuffer(writer.GetText()), ignored);
+    socket.shutdown(Socket::shutdown_send, ignored);
 }
 
 void HttpConnection::EndWhenLate(uint32 now) noexcept
@@ -70,13 +143,13 @@ void HttpConnection::EndWhenIdle() noexcept
 
 void HttpConnection::End() noexcept
 {
-    // The operation under way fails, or the next one, and its handler closes.
+    // The operation in progress fails, or the next one, and its handler closes.
     shutdown(socket.native_handle(), SHUT_RDWR);
 }
 
 const HttpRequest& HttpConnection::GetRequest() const noexcept
 {
-    return reader.GetParser().GetRequest();
+    return reader.GetRequest();
 }
 
 BasicString HttpConnection::GetClientAddress() const
@@ -88,7 +161,8 @@ BasicString HttpConnection::GetClientAddress() const
 
 void HttpConnection::Read()
 {
-    socket.async_read_some(asio::buffer(reader.GetSpace(), reader.GetSpaceBytes()),
+    const auto space = reader.GetSpace();
+    socket.async_read_some(asio::buffer(space.data(), space.size()),
                            [self = shared_from_this()](const error_code& error, std::size_t count)
                            {
                                if (error)
@@ -108,67 +182,64 @@ void HttpConnection::Process()
         switch (reader.Parse())
         {
         case RequestReader::Progress::NeedsMore:
+            BeginPart();
             Read();
             return;
-        case RequestReader::Progress::HeaderBegins:
-            SetDeadline(server.GetConfiguration().headerTimeout);
-            break;
-        case RequestReader::Progress::HeaderEnds:
-            BeginBody();
-            break;
-        case RequestReader::Progress::RequestEnds:
+        case RequestReader::Progress::Complete:
             if (HandleRequest() == Handling::Deferred || !Flush())
             {
                 return;
             }
             break;
         case RequestReader::Progress::Failed:
-            Fail(reader.GetProblem());
+            // The client and this server no longer agree where a request begins, so the connection ends.
+            keepsConnection = false;
+            SendProblem(*this, reader.GetProblem());
+            (void)Flush();
             return;
         }
     }
 }
 
-/// The time for the body begins, and a client that asks is told to go on.
-void HttpConnection::BeginBody()
+/// Header and body have a time limit each, and a client that waits for it is told to send the body.
+void HttpConnection::BeginPart()
 {
-    SetDeadline(server.GetConfiguration().bodyTimeout);
-    if (reader.GetParser().ExpectsContinue() && !reader.HasMore())
+    if (part == reader.GetPart())
     {
-        constexpr std::string_view text = "HTTP/1.1 100 Continue\r\n\r\n";
+        return;
+    }
+    part = reader.GetPart();
+    if (part == RequestReader::Part::Header)
+    {
+        SetDeadline(connections->GetConfiguration().headerTimeout);
+        return;
+    }
+    SetDeadline(connections->GetConfiguration().bodyTimeout);
+    if (GetRequest().expectsContinue && !reader.HasMore())
+    {
         error_code ignored;
-        socket.write_some(asio::buffer(text.data(), text.size()), ignored);
+        socket.write_some(MakeBuffer("HTTP/1.1 100 Continue\r\n\r\n"), ignored);
     }
 }
 
 Handling HttpConnection::HandleRequest()
 {
     isIdle.store(false, std::memory_order_relaxed);
-    ClearDeadline();
-    keepsConnection = reader.GetParser().KeepsConnection() && !server.IsStopping();
+    deadline.store(noDeadline, std::memory_order_relaxed);
+    keepsConnection = GetRequest().keepsConnection && !connections->IsStopping();
     try
     {
-        return server.GetHandler().Handle(shared_from_this());
+        return connections->GetHandler()(shared_from_this());
     }
     catch (...)
     {
-        FaultReport::Answer(*this, "a client");
+        return FaultReport::Send(*this, "a client");
     }
-    return Handling::Answered;
 }
 
-/// The client and this server no longer agree where a request begins, so the connection ends.
-void HttpConnection::Fail(const Problem& problem)
+void HttpConnection::Send(const HttpResponse& response)
 {
-    keepsConnection = false;
-    SendProblem(*this, problem);
-    (void)Flush();
-}
-
-void HttpConnection::Send(const HttpAnswer& answer, std::string_view answerBody)
-{
-    const AnswerForm form{GetRequest().method == HttpMethod::Head, reader.GetParser().IsHttp10(), keepsConnection};
-    WriteAnswer(output, answer, answerBody, form);
+    writer.Write(response, GetRequest(), keepsConnection);
 }
 
 void HttpConnection::Resume()
@@ -179,12 +250,13 @@ void HttpConnection::Resume()
     }
 }
 
-/// True when the answer is out and the next request may be read.
+/// True when the response is written and the next request may be read.
 bool HttpConnection::Flush()
 {
+    const std::string_view text = writer.GetText();
     error_code error;
-    const std::size_t written = socket.write_some(asio::buffer(output), error);
-    if (!error && written == output.size())
+    const std::size_t written = socket.write_some(MakeBuffer(text), error);
+    if (!error && written == text.size())
     {
         return OnWritten();
     }
@@ -193,17 +265,11 @@ bool HttpConnection::Flush()
         Close();
         return false;
     }
-    WriteRest(written);
-    return false;
-}
-
-void HttpConnection::WriteRest(std::size_t written)
-{
-    SetDeadline(server.GetConfiguration().writeTimeout);
-    asio::async_write(socket, asio::buffer(output.data() + written, output.size() - written),
-                      [self = shared_from_this()](const error_code& error, std::size_t /*count*/)
+    SetDeadline(connections->GetConfiguration().writeTimeout);
+    asio::async_write(socket, MakeBuffer(text.substr(written)),
+                      [self = shared_from_this()](const error_code& writeError, std::size_t /*count*/)
                       {
-                          if (error)
+                          if (writeError)
                           {
                               self->Close();
                           }
@@ -212,51 +278,49 @@ void HttpConnection::WriteRest(std::size_t written)
                               self->Process();
                           }
                       });
+    return false;
 }
 
 bool HttpConnection::OnWritten()
 {
-    if (!keepsConnection || server.IsStopping())
+    if (keepsConnection && !connections->IsStopping())
     {
-        EndAfterAnswer();
-        return false;
+        writer.Clear();
+        reader.BeginRequest();
+        part = RequestReader::Part::None;
+        SetDeadline(connections->GetConfiguration().idleTimeout);
+        // The order matters: `Stop` sets isStopping first and then looks for idle connections, so one of the two checks
+        // sees the other.
+        isIdle = true;
+        if (!connections->IsStopping())
+        {
+            return true;
+        }
     }
-    Shrink(output);
-    reader.BeginRequest();
-    SetDeadline(server.GetConfiguration().idleTimeout);
-    // The order matters: `Stop` sets isStopping first and then looks for idle connections, so one of the two checks
-    // sees the other.
-    isIdle = true;
-    if (server.IsStopping())
-    {
-        EndAfterAnswer();
-        return false;
-    }
-    return true;
+    EndAfterResponse();
+    return false;
 }
 
-void HttpConnection::EndAfterAnswer()
+void HttpConnection::EndAfterResponse()
 {
-    // A server that ends waits for nobody who has his answer and has sent nothing more.
-    if (server.IsStopping() && !reader.HasMore())
+    // A server that stops does not wait for clients that have their response and have sent nothing more.
+    if (connections->IsStopping() && !reader.HasMore())
     {
         Close();
         return;
     }
+    error_code ignored;
+    socket.shutdown(Socket::shutdown_send, ignored);
+    SetDeadline(lingerTimeout);
+    reader.DropAll();
     Linger();
 }
 
-/// Reads on until the client has closed its side: closing with bytes unread would take the answer from the client.
+/// Reads on until the client has closed its side: closing with unread bytes would destroy the response on its way.
 void HttpConnection::Linger()
 {
-    error_code ignored;
-    if (lingeredBytes == 0)
-    {
-        socket.shutdown(HttpServer::Socket::shutdown_send, ignored);
-        SetDeadline(lingerTimeout);
-        reader.DropAll();
-    }
-    socket.async_read_some(asio::buffer(reader.GetSpace(), reader.GetSpaceBytes()),
+    const auto space = reader.GetSpace();
+    socket.async_read_some(asio::buffer(space.data(), space.size()),
                            [self = shared_from_this()](const error_code& error, std::size_t count)
                            {
                                self->lingeredBytes += count;
@@ -275,7 +339,7 @@ void HttpConnection::Close()
     {
         return;
     }
-    server.Remove(*this);
+    connections->Remove(*this);
     error_code ignored;
     socket.close(ignored);
 }
@@ -283,12 +347,7 @@ void HttpConnection::Close()
 void HttpConnection::SetDeadline(std::chrono::seconds timeout) noexcept
 {
     // One more: the current tick may be over in a moment.
-    deadline.store(server.GetTick() + static_cast<uint32>(timeout.count()) + 1, std::memory_order_relaxed);
-}
-
-void HttpConnection::ClearDeadline() noexcept
-{
-    deadline.store(noDeadline, std::memory_order_relaxed);
+    deadline.store(connections->GetTick() + static_cast<uint32>(timeout.count()) + 1, std::memory_order_relaxed);
 }
 
 } // namespace Oxa::Host::Http

@@ -1,19 +1,14 @@
 #include "Host/Http/HttpServer.hpp"
 
-#include "Host/Http/AnswerWriter.hpp"
-#include "Host/Http/HttpConnection.hpp"
-#include "Host/Http/Problem.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 
 #include <boost/asio/ip/address.hpp>
-#include <boost/asio/post.hpp>
 
 #include <utility>
 
 namespace Oxa::Host::Http
 {
 
-using System::Commons::MutexLock;
 namespace asio = boost::asio;
 using System::Commons::InvalidOperationException;
 using System::Commons::Diagnostics::Logging::LogLevel;
@@ -27,10 +22,8 @@ constexpr std::chrono::milliseconds acceptPause{100};
 } // namespace
 
 HttpServer::HttpServer(asio::io_context& context, const Configuration::HttpConfiguration& configuration,
-                       IHttpHandler& handler)
-    : context(context),
-      configuration(configuration),
-      handler(handler),
+                       HttpHandler handler)
+    : connections(std::make_shared<ConnectionSet>(context, configuration, std::move(handler))),
       acceptor(context),
       acceptTimer(context),
       sweepTimer(context)
@@ -41,6 +34,7 @@ HttpServer::~HttpServer() = default;
 
 void HttpServer::Listen()
 {
+    const auto& configuration = connections->GetConfiguration();
     const asio::ip::tcp::endpoint endpoint(asio::ip::make_address(configuration.address), configuration.port);
     try
     {
@@ -65,9 +59,9 @@ uint16 HttpServer::GetPort() const
 void HttpServer::Accept()
 {
     acceptor.async_accept(
-        [this](const boost::system::error_code& error, Socket socket)
+        [this](const boost::system::error_code& error, HttpConnection::Socket socket)
         {
-            if (isStopping)
+            if (connections->IsStopping())
             {
                 return;
             }
@@ -82,111 +76,61 @@ void HttpServer::Accept()
         });
 }
 
-/// The process or the machine has run out of something; trying at once would only burn the processor.
+/// The process or the machine has run out of a resource; trying at once would only load the processor.
 void HttpServer::AcceptLater()
 {
     acceptTimer.expires_after(acceptPause);
     acceptTimer.async_wait(
         [this](const boost::system::error_code& error)
         {
-            if (!error && !isStopping)
+            if (!error && !connections->IsStopping())
             {
                 Accept();
             }
         });
 }
 
-void HttpServer::OnAccepted(Socket socket)
+void HttpServer::OnAccepted(HttpConnection::Socket socket)
 {
     boost::system::error_code ignored;
     socket.set_option(asio::ip::tcp::no_delay(true), ignored);
     socket.non_blocking(true, ignored);
-    const auto connection = std::make_shared<HttpConnection>(*this, std::move(socket));
-    if (!TryAdd(*connection))
+    std::make_shared<HttpConnection>(connections, std::move(socket))->Start();
+    if (!isSweeping)
     {
-        connection->Refuse();
-        return;
-    }
-    StartSweep();
-    connection->Start();
-}
-
-bool HttpServer::TryAdd(HttpConnection& connection)
-{
-    const MutexLock lock(mutex);
-    return connections.size() < configuration.maximumConnections && connections.insert(&connection).second;
-}
-
-void HttpServer::Remove(HttpConnection& connection)
-{
-    bool isDrained = false;
-    {
-        const MutexLock lock(mutex);
-        isDrained = connections.erase(&connection) != 0 && connections.empty() && isStopping;
-    }
-    if (isDrained)
-    {
-        asio::post(context, [this] { std::exchange(drained, nullptr)(); });
+        StartSweep();
     }
 }
 
 void HttpServer::StartSweep()
 {
-    if (isSweeping)
-    {
-        return;
-    }
     isSweeping = true;
     sweepTimer.expires_after(sweepPeriod);
     sweepTimer.async_wait(
         [this](const boost::system::error_code& error)
         {
-            if (!error)
+            if (error)
             {
-                Sweep();
+                return;
+            }
+            isSweeping = connections->Sweep();
+            if (isSweeping)
+            {
+                StartSweep();
             }
         });
-}
-
-void HttpServer::Sweep()
-{
-    const uint32 now = tick.fetch_add(1) + 1;
-    const MutexLock lock(mutex);
-    for (HttpConnection* const connection : connections)
-    {
-        connection->EndWhenLate(now);
-    }
-    isSweeping = false;
-    if (!connections.empty())
-    {
-        StartSweep();
-    }
 }
 
 void HttpServer::Stop(std::function<void()> whenDrained)
 {
     boost::system::error_code ignored;
     acceptor.close(ignored);
-    const MutexLock lock(mutex);
-    isStopping = true;
-    drained = std::move(whenDrained);
-    for (HttpConnection* const connection : connections)
-    {
-        connection->EndWhenIdle();
-    }
-    if (connections.empty())
-    {
-        asio::post(context, [this] { std::exchange(drained, nullptr)(); });
-    }
+    connections->Stop(std::move(whenDrained));
 }
 
 void HttpServer::EndConnections()
 {
-    const MutexLock lock(mutex);
-    for (HttpConnection* const connection : connections)
-    {
-        connection->End();
-    }
+    connections->EndAll();
 }
 
 } // namespace Oxa::Host::Http

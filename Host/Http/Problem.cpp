@@ -1,10 +1,12 @@
 #include "Host/Http/Problem.hpp"
 
-#include "Host/Http/AnswerWriter.hpp"
-#include "Host/Http/IHttpExchange.hpp"
 #include "Host/Http/RequestParser.hpp"
+#include "Host/Http/ResponseWriter.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 #include "Oxa/System/Commons/Text.hpp"
+
+#include <sodium.h>
 
 namespace Oxa::Host::Http
 {
@@ -35,24 +37,36 @@ BasicString FormatProblem(const Problem& problem, std::string_view requestId)
     return BasicString(writer.GetText());
 }
 
-void SendProblem(IHttpExchange& exchange, const Problem& problem, std::string_view requestId)
+Handling SendProblem(IHttpExchange& exchange, const Problem& problem, std::string_view requestId)
 {
-    HttpAnswer answer{problem.status, problemMediaType, {}};
+    std::string_view fields;
     if (problem.status == 503)
     {
-        answer.fields = retryAfterField;
+        fields = retryAfterField;
     }
     else if (problem.status == 401)
     {
-        answer.fields = "WWW-Authenticate: Bearer\r\n";
+        fields = "WWW-Authenticate: Bearer\r\n";
     }
-    exchange.Send(answer, FormatProblem(problem, requestId));
+    exchange.Send({problem.status, problemMediaType, FormatProblem(problem, requestId), fields});
+    return Handling::Completed;
 }
 
-void SendMethodNotAllowed(IHttpExchange& exchange, std::string_view allowedMethods)
+Handling SendMethodNotAllowed(IHttpExchange& exchange, std::string_view allowedMethods)
 {
-    const BasicString fields = System::Commons::Text::Format("Allow: {0}\r\n", allowedMethods);
-    exchange.Send({405, problemMediaType, fields}, FormatProblem(Problems::methodNotAllowed));
+    exchange.Send({405, problemMediaType, FormatProblem(Problems::methodNotAllowed),
+                   System::Commons::Text::Format("Allow: {0}\r\n", allowedMethods)});
+    return Handling::Completed;
+}
+
+Handling FaultReport::Send(IHttpExchange& exchange, std::string_view subject)
+{
+    // Random: it must not be guessable, and it must find one line in a log.
+    const BasicString requestId =
+        System::Commons::Text::Format("{0:08x}{1:08x}", randombytes_random(), randombytes_random());
+    FaultReport().Log(System::Commons::Diagnostics::Logging::LogLevel::Error, "request {0} of {1} failed: {2}",
+                      requestId, subject, System::Commons::DescribeCurrentException());
+    return SendProblem(exchange, Problems::internalError, requestId);
 }
 
 } // namespace Oxa::Host::Http

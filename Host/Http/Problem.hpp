@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Host/Http/HttpExchange.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <string_view>
@@ -12,32 +14,30 @@ class JsonWriter;
 namespace Oxa::Host::Http
 {
 
-class IHttpExchange;
-
 /// An error of the host, for people and programs (RFC 9457). Codes are part of the interface: they never change.
 struct Problem
 {
     unsigned status = 500;
     std::string_view code;
-    /// One sentence, without anything from inside.
+    /// One sentence, without internal details.
     std::string_view detail;
 };
 
 namespace Problems
 {
 
-inline constexpr Problem malformedRequest{400, "malformed-request", "The request is no well-formed HTTP request."};
+inline constexpr Problem malformedRequest{400, "malformed-request", "The request is not well-formed HTTP."};
 inline constexpr Problem invalidCredentials{
     400, "invalid-log-in",
-    "The body must be a JSON object with the texts \"user\" (1 to 64 bytes) and "
+    "The body must be a JSON object with the strings \"user\" (1 to 64 bytes) and "
     "\"password\" (1 to 1024 bytes)."};
 inline constexpr Problem noSession{401, "no-session",
                                    "Log in first: the request has no session, or the session has ended."};
 inline constexpr Problem logInFailed{401, "log-in-failed", "User name or password is wrong."};
 inline constexpr Problem noPermission{403, "no-permission",
                                       "The user has no permission to send requests to this data provider."};
-inline constexpr Problem foreignOrigin{403, "foreign-origin", "Requests of other sites are refused."};
-inline constexpr Problem unknownPath{404, "unknown-path", "There is nothing under this path."};
+inline constexpr Problem crossOrigin{403, "foreign-origin", "Cross-origin requests are refused."};
+inline constexpr Problem unknownPath{404, "unknown-path", "This path does not exist."};
 inline constexpr Problem unknownDataProvider{404, "unknown-data-provider", "There is no data provider of this name."};
 inline constexpr Problem unknownRequest{404, "unknown-request", "The data provider has no request of this name."};
 inline constexpr Problem methodNotAllowed{
@@ -46,41 +46,55 @@ inline constexpr Problem bodyTooLarge{413, "body-too-large", "The body has more 
 inline constexpr Problem targetTooLong{414, "target-too-long", "The request line has more than 8192 bytes."};
 inline constexpr Problem notJson{415, "not-json", "The body must be of the type application/json."};
 inline constexpr Problem unknownExpectation{417, "unknown-expectation",
-                                            "The only expectation that can be met is 100-continue."};
+                                            "The only supported expectation is 100-continue."};
 inline constexpr Problem headerTooLarge{431, "header-too-large", "The header has more than 8192 bytes or 64 fields."};
 inline constexpr Problem internalError{
-    500, "internal-error", "The request could not be carried out. The log tells more under the request id."};
+    500, "internal-error", "The request could not be carried out. The log has the cause under the request id."};
 inline constexpr Problem invalidServiceResponse{502, "bad-service-answer",
-                                                "A service of the device gave an answer that makes no sense."};
+                                                "The device service returned an invalid response."};
 inline constexpr Problem notAvailable{503, "not-available", "The data provider is not available at the moment."};
 inline constexpr Problem serviceNotAvailable{503, "service-not-available",
-                                             "A service of the device is not available at the moment."};
+                                             "The device service is not available at the moment."};
 inline constexpr Problem serviceLost{503, "service-lost",
-                                     "A service of the device went away before it answered; it may have carried the "
-                                     "request out."};
+                                     "The device service was lost before it responded; it may have carried out the "
+                                     "request."};
 inline constexpr Problem serviceRefused{503, "service-refused",
-                                        "A service of the device does not take requests of this server now."};
+                                        "The device service does not accept requests of this server at the moment."};
 inline constexpr Problem tooManyRequests{503, "too-many-requests", "Too many requests are waiting."};
 inline constexpr Problem tooManyConnections{503, "too-many-connections", "Too many connections are open."};
-inline constexpr Problem notReady{503, "not-ready", "Not everything that is configured is up."};
+inline constexpr Problem notReady{503, "not-ready", "Some configured parts are not available."};
 inline constexpr Problem serviceTimeout{504, "service-timeout",
-                                        "A service of the device did not answer in time; it may still carry the "
-                                        "request out."};
+                                        "The device service did not respond in time; it may still carry out the "
+                                        "request."};
 
 } // namespace Problems
 
 inline constexpr std::string_view problemMediaType = "application/problem+json";
 
-/// The members that every problem has, into the object that is open.
+/// With a 503: what is missing now may be available in a second.
+inline constexpr std::string_view retryAfterField = "Retry-After: 1\r\n";
+
+/// Writes the members that every problem has into the open JSON object.
 void WriteProblemMembers(System::Commons::Json::JsonWriter& writer, const Problem& problem);
 
 /// The media type's JSON text; `requestId` may be empty.
 [[nodiscard]] BasicString FormatProblem(const Problem& problem, std::string_view requestId = {});
 
-/// Answers with the problem and with the header fields that belong to its status: Retry-After, WWW-Authenticate.
-void SendProblem(IHttpExchange& exchange, const Problem& problem, std::string_view requestId = {});
+// These send a response and return `Handling::Completed`, which is then the handler's result as well.
 
-/// 405 with the header field Allow.
-void SendMethodNotAllowed(IHttpExchange& exchange, std::string_view allowedMethods);
+/// Sends the problem with the header fields that belong to its status: Retry-After, WWW-Authenticate.
+Handling SendProblem(IHttpExchange& exchange, const Problem& problem, std::string_view requestId = {});
+
+/// Sends 405 with the header field Allow.
+Handling SendMethodNotAllowed(IHttpExchange& exchange, std::string_view allowedMethods);
+
+/// Turns exceptions into responses that tell the client no internal details. Threads: safe from any thread.
+class FaultReport final : private System::Commons::Diagnostics::Logging::Loggable<FaultReport>
+{
+public:
+    /// Logs the exception that is being handled under a new request id and sends 500 with that id. `subject` names in
+    /// the log whose request failed. Requires: called inside a catch block.
+    static Handling Send(IHttpExchange& exchange, std::string_view subject);
+};
 
 } // namespace Oxa::Host::Http

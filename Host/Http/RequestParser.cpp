@@ -64,18 +64,8 @@ constexpr bool AreAllIn(const CharacterSet& set, std::string_view text) noexcept
 
 HttpMethod ToMethod(std::string_view name) noexcept
 {
-    constexpr std::pair<std::string_view, HttpMethod> methods[] = {{"GET", HttpMethod::Get},
-                                                                   {"HEAD", HttpMethod::Head},
-                                                                   {"POST", HttpMethod::Post},
-                                                                   {"DELETE", HttpMethod::Delete}};
-    for (const auto& [known, method] : methods)
-    {
-        if (known == name)
-        {
-            return method;
-        }
-    }
-    return HttpMethod::Other;
+    constexpr std::string_view names[] = {"GET", "HEAD", "POST", "DELETE"};
+    return static_cast<HttpMethod>(std::ranges::find(names, name) - std::begin(names));
 }
 
 bool IsIpv6Address(std::string_view text) noexcept
@@ -158,7 +148,7 @@ const Problem* RequestParser::ParseRequestLine(std::string_view line)
     return isValid ? nullptr : &Problems::malformedRequest;
 }
 
-/// A later minor version is sent by a client that takes answers of this one.
+/// A client with a later minor version accepts responses of this one.
 bool RequestParser::TrySetVersion(std::string_view version) noexcept
 {
     constexpr std::string_view major = "HTTP/1.";
@@ -166,7 +156,7 @@ bool RequestParser::TrySetVersion(std::string_view version) noexcept
     {
         return false;
     }
-    isHttp10 = version.back() == '0';
+    header.isHttp10 = version.back() == '0';
     return true;
 }
 
@@ -187,12 +177,13 @@ bool RequestParser::TrySetTarget(std::string_view method, std::string_view targe
     if (AreEqual(target.substr(0, scheme.size()), scheme))
     {
         target.remove_prefix(scheme.size());
-        authority = target.substr(0, target.find_first_of("/?"));
+        const std::string_view authority = target.substr(0, target.find_first_of("/?"));
         target.remove_prefix(authority.size());
         if (authority.empty() || authority.front() == ':' || !IsHostAndPort(authority))
         {
             return false;
         }
+        header.authority = authority;
         header.path = "/";
     }
     const std::size_t question = std::min(target.find('?'), target.size());
@@ -204,32 +195,20 @@ bool RequestParser::TrySetTarget(std::string_view method, std::string_view targe
     return header.path.starts_with('/');
 }
 
-/// A line that begins with a blank would continue the field before it, which has been abolished: it is no field either.
-const Problem* RequestParser::SplitField(std::string_view line, Field& field)
-{
-    const std::size_t colon = line.find(':');
-    if (colon == 0 || colon == std::string_view::npos || !AreAllIn(tokenCharacters, line.substr(0, colon)) ||
-        !AreAllIn(valueCharacters, line.substr(colon + 1)))
-    {
-        return &Problems::malformedRequest;
-    }
-    field = {line.substr(0, colon), Trim(line.substr(colon + 1))};
-    return ++fieldCount > maximumFields ? &Problems::headerTooLarge : nullptr;
-}
-
 const Problem* RequestParser::ParseField(std::string_view line)
 {
-    Field field;
-    if (const Problem* const problem = SplitField(line, field))
+    if (const Problem* const problem = ParseTrailer(line))
     {
         return problem;
     }
-    if (AreEqual(field.name, "Connection"))
+    const std::string_view name = TakeUntil(line, ':');
+    const std::string_view value = Trim(line);
+    if (AreEqual(name, "Connection"))
     {
-        AddConnectionOptions(field.value);
+        AddConnectionOptions(value);
         return nullptr;
     }
-    std::string_view* const known = FindKnownField(field.name);
+    std::string_view* const known = FindKnownField(name);
     if (known == nullptr)
     {
         return nullptr;
@@ -239,14 +218,20 @@ const Problem* RequestParser::ParseField(std::string_view line)
     {
         return &Problems::malformedRequest;
     }
-    *known = field.value;
+    *known = value;
     return nullptr;
 }
 
+/// A line that begins with a blank would continue the field before it, which has been abolished: it is no field either.
 const Problem* RequestParser::ParseTrailer(std::string_view line)
 {
-    Field ignored;
-    return SplitField(line, ignored);
+    const std::size_t colon = line.find(':');
+    if (colon == 0 || colon == std::string_view::npos || !AreAllIn(tokenCharacters, line.substr(0, colon)) ||
+        !AreAllIn(valueCharacters, line.substr(colon + 1)))
+    {
+        return &Problems::malformedRequest;
+    }
+    return ++fieldCount > maximumFields ? &Problems::headerTooLarge : nullptr;
 }
 
 std::string_view* RequestParser::FindKnownField(std::string_view name) noexcept
@@ -283,45 +268,36 @@ void RequestParser::AddConnectionOptions(std::string_view options) noexcept
 
 const Problem* RequestParser::EndHeader()
 {
-    if (!TrySetHost() || !TrySetFraming())
+    const bool hasHost = header.host.data() != nullptr;
+    if (!(hasHost ? IsHostAndPort(header.host) : header.isHttp10) || !TrySetFraming())
     {
         return &Problems::malformedRequest;
     }
+    if (header.authority.data() != nullptr)
+    {
+        header.host = header.authority;
+    }
+    header.keepsConnection = !hasClose && (!header.isHttp10 || hasKeepAlive);
     if (bodyBytes > maximumBodyBytes)
     {
         return &Problems::bodyTooLarge;
     }
     // Clients of HTTP/1.0 do not wait.
-    if (!header.expectation.empty() && !isHttp10)
+    if (!header.expectation.empty() && !header.isHttp10)
     {
-        expectsContinue = AreEqual(header.expectation, "100-continue");
-        return expectsContinue ? nullptr : &Problems::unknownExpectation;
+        header.expectsContinue = AreEqual(header.expectation, "100-continue");
+        return header.expectsContinue ? nullptr : &Problems::unknownExpectation;
     }
     return nullptr;
 }
 
-bool RequestParser::TrySetHost() noexcept
-{
-    const bool isMissing = header.host.data() == nullptr;
-    if (isMissing ? !isHttp10 : !IsHostAndPort(header.host))
-    {
-        return false;
-    }
-    if (authority.data() != nullptr)
-    {
-        header.host = authority;
-    }
-    return true;
-}
-
-/// Where the body ends must not be guessed at: it has one length, or one coding that is understood. HTTP/1.0 has none.
+/// The end of the body must not be ambiguous: the body has one length, or one known coding. HTTP/1.0 has no codings.
 bool RequestParser::TrySetFraming() noexcept
 {
     const std::string_view length = header.contentLength;
-    if (header.transferEncoding.data() != nullptr)
+    if (IsChunked())
     {
-        isChunked = true;
-        return !isHttp10 && length.data() == nullptr && AreEqual(header.transferEncoding, "chunked");
+        return !header.isHttp10 && length.data() == nullptr && AreEqual(header.transferEncoding, "chunked");
     }
     if (length.data() == nullptr)
     {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Host/Http/HttpRequest.hpp"
+#include "Host/Http/HttpExchange.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
@@ -12,7 +12,7 @@ namespace Oxa::Host::Http
 {
 
 /// Parses the lines of one request's header (RFC 9112) and keeps what the host needs as views into them: the lines must
-/// stay where they are until the request is answered. Where the standard leaves a choice, what is ambiguous is refused.
+/// stay in memory until the response has been sent. Where the standard leaves a choice, ambiguous input is refused.
 class RequestParser final
 {
 public:
@@ -31,7 +31,7 @@ public:
     [[nodiscard]] const Problem* ParseTrailer(std::string_view line);
 
     /// The size in front of a chunk, the greatest number when it is a greater one; empty: the line is malformed.
-    /// Extensions are passed over.
+    /// Extensions are ignored.
     [[nodiscard]] static std::optional<uint64> ParseChunkSize(std::string_view line) noexcept;
 
     /// Whether a request line may begin with it.
@@ -48,26 +48,9 @@ public:
         return header;
     }
 
-    [[nodiscard]] bool IsHttp10() const noexcept
-    {
-        return isHttp10;
-    }
-
-    /// Whether the client wants to send further requests on the connection.
-    [[nodiscard]] bool KeepsConnection() const noexcept
-    {
-        return !hasClose && (!isHttp10 || hasKeepAlive);
-    }
-
-    /// Whether the client waits for 100 (Continue) before it sends the body.
-    [[nodiscard]] bool ExpectsContinue() const noexcept
-    {
-        return expectsContinue;
-    }
-
     [[nodiscard]] bool IsChunked() const noexcept
     {
-        return isChunked;
+        return header.transferEncoding.data() != nullptr;
     }
 
     /// Of a body that is not chunked; at most `maximumBodyBytes`.
@@ -77,37 +60,27 @@ public:
     }
 
 private:
-    struct Field
-    {
-        std::string_view name;
-        std::string_view value;
-    };
-
+    /// A field that was not sent has no data.
     struct Header final : HttpRequest
     {
         std::string_view contentLength;
         std::string_view transferEncoding;
         std::string_view expectation;
+        /// Of an absolute target.
+        std::string_view authority;
     };
 
-    [[nodiscard]] const Problem* SplitField(std::string_view line, Field& field);
     [[nodiscard]] std::string_view* FindKnownField(std::string_view name) noexcept;
     void AddConnectionOptions(std::string_view options) noexcept;
     [[nodiscard]] bool TrySetVersion(std::string_view version) noexcept;
     [[nodiscard]] bool TrySetTarget(std::string_view method, std::string_view target) noexcept;
-    [[nodiscard]] bool TrySetHost() noexcept;
     [[nodiscard]] bool TrySetFraming() noexcept;
 
     Header header;
-    /// Of an absolute target; no data when the target is none.
-    std::string_view authority;
     std::size_t fieldCount = 0;
     std::size_t bodyBytes = 0;
-    bool isHttp10 = false;
-    bool isChunked = false;
     bool hasClose = false;
     bool hasKeepAlive = false;
-    bool expectsContinue = false;
 };
 
 } // namespace Oxa::Host::Http

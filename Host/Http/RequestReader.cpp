@@ -1,18 +1,26 @@
 #include "Host/Http/RequestReader.hpp"
 
-#include "Host/Http/KeptStorage.hpp"
-
 #include <algorithm>
 #include <cassert>
 #include <cstring>
 
-// The header is parsed line by line, each when it is complete, and so are chunk sizes and trailers. What is too long is
-// known from the first byte that does not fit, so nothing depends on the pieces in which the bytes come. The header
-// stays at the buffer's beginning until the request is answered; what comes behind it is copied into the body, and its
-// space is used again.
+// Header fields, chunk sizes and trailers are parsed line by line, each when it is complete. What is too long is known
+// from the first byte that does not fit, so nothing depends on the pieces in which the bytes come. The header stays at
+// the buffer's beginning until the response has been sent; what comes behind it is copied into the body, and its space
+// is used again.
 
 namespace Oxa::Host::Http
 {
+
+namespace
+{
+
+/// Of a line behind the header this much is free: the digits of a chunk's size and the line's end. The rest, chunk
+/// extensions and trailers, counts as header.
+constexpr std::size_t freeLineBytes = 18;
+constexpr std::string_view lineEnd = "\r\n";
+
+} // namespace
 
 RequestReader::~RequestReader()
 {
@@ -21,214 +29,27 @@ RequestReader::~RequestReader()
 
 RequestReader::Progress RequestReader::Parse()
 {
-    while (problem == nullptr)
+    bool needsMore = false;
+    while (!needsMore && problem == nullptr)
     {
-        if (const auto progress = ParseNext())
+        switch (state)
         {
-            return *progress;
+        case State::BeforeRequest:
+            needsMore = !TryBegin();
+            break;
+        case State::Body:
+        case State::ChunkData:
+            needsMore = !TryTakeBody();
+            break;
+        case State::Complete:
+            parser.SetBody(body);
+            return Progress::Complete;
+        default:
+            const auto line = TakeLine();
+            needsMore = !line;
+            problem = line ? ParseLine(*line) : problem;
         }
     }
-    return Progress::Failed;
-}
-
-std::optional<RequestReader::Progress> RequestReader::ParseNext()
-{
-    switch (state)
-    {
-    case State::BeforeRequest:
-        return ParseBeginning();
-    case State::RequestLine:
-        return ParseRequestLine();
-    case State::Fields:
-        return ParseField();
-    case State::Body:
-        return ParseBody(State::Complete);
-    case State::ChunkSize:
-        return ParseChunkSize();
-    case State::ChunkData:
-        return ParseBody(State::ChunkEnd);
-    case State::ChunkEnd:
-        return ParseChunkEnd();
-    case State::Trailers:
-        return ParseTrailer();
-    case State::Complete:
-        break;
-    }
-    return EndRequest();
-}
-
-/// Some clients send an empty line behind a body.
-std::optional<RequestReader::Progress> RequestReader::ParseBeginning()
-{
-    constexpr std::string_view emptyLine = "\r\n";
-    while (GetUnparsed().starts_with(emptyLine))
-    {
-        parsedBytes += emptyLine.size();
-    }
-    MoveUnparsedTo(0);
-    if (emptyLine.starts_with(GetUnparsed()))
-    {
-        return Progress::NeedsMore;
-    }
-    state = State::RequestLine;
-    return Progress::HeaderBegins;
-}
-
-std::optional<RequestReader::Progress> RequestReader::ParseRequestLine()
-{
-    // A client that speaks something else, such as TLS, may never end a line.
-    if (!RequestParser::IsMethodCharacter(buffer.front()))
-    {
-        return Fail(Problems::malformedRequest);
-    }
-    const auto line = TakeHeaderLine(Problems::targetTooLong);
-    if (!line)
-    {
-        return MakeSpace();
-    }
-    problem = parser.ParseRequestLine(*line);
-    state = State::Fields;
-    return std::nullopt;
-}
-
-std::optional<RequestReader::Progress> RequestReader::ParseField()
-{
-    const auto line = TakeHeaderLine(Problems::headerTooLarge);
-    if (!line)
-    {
-        return MakeSpace();
-    }
-    if (line->empty())
-    {
-        return EndHeader();
-    }
-    problem = parser.ParseField(*line);
-    return std::nullopt;
-}
-
-RequestReader::Progress RequestReader::EndHeader()
-{
-    if (const Problem* const cause = parser.EndHeader())
-    {
-        return Fail(*cause);
-    }
-    bodyOffset = parsedBytes;
-    remainingBytes = parser.GetBodyBytes();
-    if (!parser.IsChunked() && remainingBytes == 0)
-    {
-        return EndRequest();
-    }
-    // All at once: a reallocation would leave a copy behind that is not wiped.
-    body.reserve(parser.IsChunked() ? RequestParser::maximumBodyBytes : remainingBytes);
-    state = parser.IsChunked() ? State::ChunkSize : State::Body;
-    return Progress::HeaderEnds;
-}
-
-std::optional<RequestReader::Progress> RequestReader::ParseBody(State next)
-{
-    const std::string_view piece = GetUnparsed().substr(0, remainingBytes);
-    body += piece;
-    parsedBytes += piece.size();
-    remainingBytes -= piece.size();
-    if (remainingBytes != 0)
-    {
-        return MakeSpace();
-    }
-    state = next;
-    return std::nullopt;
-}
-
-std::optional<RequestReader::Progress> RequestReader::ParseChunkSize()
-{
-    const auto line = TakeLineBehindHeader();
-    if (!line)
-    {
-        return MakeSpace();
-    }
-    const auto size = RequestParser::ParseChunkSize(*line);
-    if (!size)
-    {
-        return Fail(Problems::malformedRequest);
-    }
-    if (*size > RequestParser::maximumBodyBytes - body.size())
-    {
-        return Fail(Problems::bodyTooLarge);
-    }
-    remainingBytes = static_cast<std::size_t>(*size);
-    state = *size == 0 ? State::Trailers : State::ChunkData;
-    return std::nullopt;
-}
-
-std::optional<RequestReader::Progress> RequestReader::ParseChunkEnd()
-{
-    if (!TakeLine(2, Problems::malformedRequest))
-    {
-        return MakeSpace();
-    }
-    state = State::ChunkSize;
-    return std::nullopt;
-}
-
-std::optional<RequestReader::Progress> RequestReader::ParseTrailer()
-{
-    const auto line = TakeLineBehindHeader();
-    if (!line)
-    {
-        return MakeSpace();
-    }
-    if (line->empty())
-    {
-        return EndRequest();
-    }
-    problem = parser.ParseTrailer(*line);
-    return std::nullopt;
-}
-
-RequestReader::Progress RequestReader::EndRequest()
-{
-    state = State::Complete;
-    parser.SetBody(body);
-    return Progress::RequestEnds;
-}
-
-/// The next line without its end; empty: it is not complete yet, or there is a problem. A line ends with CR LF, and
-/// control characters in it are left to its parser.
-std::optional<std::string_view> RequestReader::TakeLine(std::size_t maximumBytes, const Problem& tooLong)
-{
-    const std::string_view unparsed = GetUnparsed().substr(0, maximumBytes);
-    const std::size_t end = unparsed.find('\n');
-    if (end == std::string_view::npos)
-    {
-        problem = unparsed.size() == maximumBytes ? &tooLong : nullptr;
-        return std::nullopt;
-    }
-    if (end == 0 || unparsed[end - 1] != '\r')
-    {
-        problem = &Problems::malformedRequest;
-        return std::nullopt;
-    }
-    parsedBytes += end + 1;
-    return unparsed.substr(0, end - 1);
-}
-
-std::optional<std::string_view> RequestReader::TakeHeaderLine(const Problem& tooLong)
-{
-    const auto line = TakeLine(RequestParser::maximumHeaderBytes - parsedBytes, tooLong);
-    headerBytes = parsedBytes;
-    return line;
-}
-
-std::optional<std::string_view> RequestReader::TakeLineBehindHeader()
-{
-    const std::size_t begin = parsedBytes;
-    const auto line =
-        TakeLine(RequestParser::maximumHeaderBytes - headerBytes + freeLineBytes, Problems::headerTooLarge);
-    headerBytes += std::max(parsedBytes - begin, freeLineBytes) - freeLineBytes;
-    return line;
-}
-
-RequestReader::Progress RequestReader::MakeSpace() noexcept
-{
     if (problem != nullptr)
     {
         return Progress::Failed;
@@ -241,21 +62,139 @@ RequestReader::Progress RequestReader::MakeSpace() noexcept
     return Progress::NeedsMore;
 }
 
-RequestReader::Progress RequestReader::Fail(const Problem& cause) noexcept
+RequestReader::Part RequestReader::GetPart() const noexcept
 {
-    problem = &cause;
-    return Progress::Failed;
+    if (state == State::BeforeRequest)
+    {
+        return Part::None;
+    }
+    return state <= State::Fields ? Part::Header : Part::Body;
+}
+
+/// False: the first byte of a request has not come. Some clients send an empty line behind a body.
+bool RequestReader::TryBegin() noexcept
+{
+    while (GetUnparsed().starts_with(lineEnd))
+    {
+        parsedBytes += lineEnd.size();
+    }
+    MoveUnparsedTo(0);
+    if (lineEnd.starts_with(GetUnparsed()))
+    {
+        return false;
+    }
+    state = State::RequestLine;
+    // At once: a client that speaks another protocol, such as TLS, may never end a line.
+    problem = RequestParser::IsMethodCharacter(buffer.front()) ? nullptr : &Problems::malformedRequest;
+    return true;
+}
+
+/// The next line without its end; empty: it is not complete yet, or there is a problem. A line ends with CR LF, and
+/// control characters in it are left to its parser.
+std::optional<std::string_view> RequestReader::TakeLine() noexcept
+{
+    const bool isHeader = state <= State::Fields;
+    const std::size_t freeBytes = isHeader ? 0 : freeLineBytes;
+    const std::size_t maximumBytes =
+        state == State::ChunkEnd ? lineEnd.size() : RequestParser::maximumHeaderBytes - headerBytes + freeBytes;
+    const std::string_view unparsed = GetUnparsed().substr(0, maximumBytes);
+    const std::size_t end = unparsed.find('\n');
+    if (end == std::string_view::npos)
+    {
+        const Problem& tooLong = state == State::RequestLine ? Problems::targetTooLong
+                                 : state == State::ChunkEnd  ? Problems::malformedRequest
+                                                             : Problems::headerTooLarge;
+        problem = unparsed.size() == maximumBytes ? &tooLong : nullptr;
+        return std::nullopt;
+    }
+    if (end == 0 || unparsed[end - 1] != '\r')
+    {
+        problem = &Problems::malformedRequest;
+        return std::nullopt;
+    }
+    parsedBytes += end + 1;
+    headerBytes += std::max(end + 1, freeBytes) - freeBytes;
+    return unparsed.substr(0, end - 1);
+}
+
+const Problem* RequestReader::ParseLine(std::string_view line)
+{
+    switch (state)
+    {
+    case State::RequestLine:
+        state = State::Fields;
+        return parser.ParseRequestLine(line);
+    case State::Fields:
+        return line.empty() ? EndHeader() : parser.ParseField(line);
+    case State::ChunkSize:
+        return BeginChunk(line);
+    case State::ChunkEnd:
+        state = State::ChunkSize;
+        return nullptr;
+    default:
+        if (!line.empty())
+        {
+            return parser.ParseTrailer(line);
+        }
+        state = State::Complete;
+        return nullptr;
+    }
+}
+
+const Problem* RequestReader::EndHeader()
+{
+    if (const Problem* const cause = parser.EndHeader())
+    {
+        return cause;
+    }
+    bodyOffset = parsedBytes;
+    remainingBytes = parser.GetBodyBytes();
+    // All at once: a reallocation would leave a copy behind that is not wiped.
+    body.reserve(parser.IsChunked() ? RequestParser::maximumBodyBytes : remainingBytes);
+    state = parser.IsChunked() ? State::ChunkSize : remainingBytes == 0 ? State::Complete : State::Body;
+    return nullptr;
+}
+
+const Problem* RequestReader::BeginChunk(std::string_view line) noexcept
+{
+    const auto size = RequestParser::ParseChunkSize(line);
+    if (!size)
+    {
+        return &Problems::malformedRequest;
+    }
+    if (*size > RequestParser::maximumBodyBytes - body.size())
+    {
+        return &Problems::bodyTooLarge;
+    }
+    remainingBytes = static_cast<std::size_t>(*size);
+    state = *size == 0 ? State::Trailers : State::ChunkData;
+    return nullptr;
+}
+
+/// False: the body or chunk is not complete.
+bool RequestReader::TryTakeBody()
+{
+    const std::string_view piece = GetUnparsed().substr(0, remainingBytes);
+    body += piece;
+    parsedBytes += piece.size();
+    remainingBytes -= piece.size();
+    if (remainingBytes != 0)
+    {
+        return false;
+    }
+    state = state == State::Body ? State::Complete : State::ChunkEnd;
+    return true;
 }
 
 void RequestReader::BeginRequest()
 {
     MoveUnparsedTo(0);
     WipeBody();
-    body.clear();
-    Shrink(body);
+    BasicString().swap(body);
     parser = RequestParser();
     state = State::BeforeRequest;
     bodyOffset = 0;
+    headerBytes = 0;
 }
 
 void RequestReader::DropAll() noexcept

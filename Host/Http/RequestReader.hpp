@@ -7,29 +7,34 @@
 #include <array>
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <string_view>
 
 namespace Oxa::Host::Http
 {
 
-/// Finds one request after the other in the bytes of a connection, in a buffer of its own, whatever the pieces in which
-/// they come. Knows no socket: its user reads into `GetSpace`, tells how much came by `Add`, and calls `Parse` until it
-/// needs more. Owned by a connection. Threads: one at a time. Wipes bodies, which may hold a password.
+/// Finds the requests in the bytes of a connection, in a buffer of its own, however the bytes are split. Knows no
+/// socket: the connection reads into `GetSpace`, reports the count with `Add`, and calls `Parse`. Threads: one at a
+/// time. Wipes bodies, which may hold a password.
 class RequestReader final
 {
 public:
-    /// How far `Parse` has come. After `HeaderBegins` and `HeaderEnds` it is to be called again.
     enum class Progress : uint8
     {
         NeedsMore,
-        /// The first byte of a request is there.
-        HeaderBegins,
-        /// The header is complete, and a body follows.
-        HeaderEnds,
         /// The request is complete.
-        RequestEnds,
+        Complete,
         /// It is not known where the next request begins: the connection has to end.
         Failed
+    };
+
+    /// Which part of a request comes next.
+    enum class Part : uint8
+    {
+        /// Not even the first byte of a request has come.
+        None,
+        Header,
+        Body
     };
 
     RequestReader() = default;
@@ -37,25 +42,22 @@ public:
     RequestReader& operator=(const RequestReader&) = delete;
     ~RequestReader();
 
-    /// Where the next bytes go; never empty after `NeedsMore`.
-    [[nodiscard]] char* GetSpace() noexcept
+    /// For the next bytes; never empty after `NeedsMore`.
+    [[nodiscard]] std::span<char> GetSpace() noexcept
     {
-        return buffer.data() + readBytes;
+        return std::span(buffer).subspan(readBytes);
     }
 
-    [[nodiscard]] std::size_t GetSpaceBytes() const noexcept
-    {
-        return bufferBytes - readBytes;
-    }
-
-    /// So many bytes were put there.
+    /// So many bytes were written to the space.
     void Add(std::size_t count) noexcept
     {
         readBytes += count;
     }
 
-    /// Requires: neither a complete request nor `DropAll` came before it.
+    /// Requires: `DropAll` has not been called.
     [[nodiscard]] Progress Parse();
+
+    [[nodiscard]] Part GetPart() const noexcept;
 
     /// Requires: `Parse` has returned `Failed`.
     [[nodiscard]] const Problem& GetProblem() const noexcept
@@ -63,23 +65,23 @@ public:
         return *problem;
     }
 
-    /// The current request: its header is valid after `HeaderEnds`, all of it after `RequestEnds`, until
-    /// `BeginRequest` or `DropAll`.
-    [[nodiscard]] const RequestParser& GetParser() const noexcept
+    /// The current request: its header is valid while the body comes, all of it after `Complete`, until `BeginRequest`
+    /// or `DropAll`.
+    [[nodiscard]] const HttpRequest& GetRequest() const noexcept
     {
-        return parser;
+        return parser.GetRequest();
     }
 
-    /// Whether there are bytes behind what was parsed.
+    /// Whether the first bytes of the current request's body, or bytes behind the complete request, have come.
     [[nodiscard]] bool HasMore() const noexcept
     {
-        return parsedBytes < readBytes;
+        return parsedBytes < readBytes || (state != State::Complete && !body.empty());
     }
 
     /// Goes on to the next request. What was read beyond the last one is its beginning.
     void BeginRequest();
 
-    /// Forgets every byte. Nothing can be parsed any more.
+    /// Forgets every byte.
     void DropAll() noexcept;
 
 private:
@@ -96,30 +98,15 @@ private:
         Complete
     };
 
-    // Room for the largest header, and behind it for pieces of a body.
+    // Space for the largest header, and behind it for pieces of a body.
     static constexpr std::size_t bufferBytes = 2 * RequestParser::maximumHeaderBytes;
-    /// Of a line behind the header this much is free: the digits of a chunk's size and the line's end. The rest, chunk
-    /// extensions and trailers, counts as header.
-    static constexpr std::size_t freeLineBytes = 18;
 
-    // Each takes what it can. Empty: there is more to parse.
-
-    [[nodiscard]] std::optional<Progress> ParseNext();
-    [[nodiscard]] std::optional<Progress> ParseBeginning();
-    [[nodiscard]] std::optional<Progress> ParseRequestLine();
-    [[nodiscard]] std::optional<Progress> ParseField();
-    [[nodiscard]] std::optional<Progress> ParseBody(State next);
-    [[nodiscard]] std::optional<Progress> ParseChunkSize();
-    [[nodiscard]] std::optional<Progress> ParseChunkEnd();
-    [[nodiscard]] std::optional<Progress> ParseTrailer();
-
-    [[nodiscard]] std::optional<std::string_view> TakeLine(std::size_t maximumBytes, const Problem& tooLong);
-    [[nodiscard]] std::optional<std::string_view> TakeHeaderLine(const Problem& tooLong);
-    [[nodiscard]] std::optional<std::string_view> TakeLineBehindHeader();
-    [[nodiscard]] Progress EndHeader();
-    [[nodiscard]] Progress EndRequest();
-    [[nodiscard]] Progress MakeSpace() noexcept;
-    [[nodiscard]] Progress Fail(const Problem& cause) noexcept;
+    [[nodiscard]] bool TryBegin() noexcept;
+    [[nodiscard]] bool TryTakeBody();
+    [[nodiscard]] std::optional<std::string_view> TakeLine() noexcept;
+    [[nodiscard]] const Problem* ParseLine(std::string_view line);
+    [[nodiscard]] const Problem* EndHeader();
+    [[nodiscard]] const Problem* BeginChunk(std::string_view line) noexcept;
     void MoveUnparsedTo(std::size_t offset) noexcept;
     void WipeBody() noexcept;
 

@@ -1,12 +1,10 @@
 #include "Host/Http/RequestStrand.hpp"
 
-#include "Host/Http/FaultReport.hpp"
-#include "Host/Http/Problem.hpp"
-#include "Oxa/System/Rsc/RscServiceException.hpp"
-
 #include <boost/asio/post.hpp>
 
-#include <utility>
+// A strand is idle, busy (one task is in progress, others may wait) or closed. `mutex` guards these states and is never
+// held while a task runs or a response is sent. The thread that ends a task makes the strand idle or posts the next
+// task to the loop, so no thread ever waits for the strand, but in `Close` for the task in progress.
 
 namespace Oxa::Host::Http
 {
@@ -14,8 +12,6 @@ namespace Oxa::Host::Http
 using System::Commons::MutexLock;
 using System::Commons::Diagnostics::CallRecord;
 using System::Commons::Diagnostics::Logging::LogLevel;
-using System::Rsc::RscFault;
-using System::Rsc::RscServiceException;
 
 namespace
 {
@@ -32,31 +28,15 @@ BasicString GetLoggedPath(const IHttpExchange& exchange)
     return BasicString(System::Commons::Text::Truncate(exchange.GetRequest().path, maximumLoggedBytes));
 }
 
-const Problem& GetProblem(RscFault fault) noexcept
-{
-    switch (fault)
-    {
-    case RscFault::TimedOut:
-        return Problems::serviceTimeout;
-    case RscFault::ConnectionLost:
-        return Problems::serviceLost;
-    case RscFault::InvalidResponse:
-        return Problems::invalidServiceResponse;
-    case RscFault::Refused:
-        return Problems::serviceRefused;
-    default:
-        return Problems::serviceNotAvailable;
-    }
-}
-
 } // namespace
 
 RequestStrand::RequestStrand(Threads::EventLoop& loop, BasicString name, std::size_t maximumWaiting,
-                             std::chrono::milliseconds hangTime)
+                             FindProblem findProblem, std::chrono::milliseconds hangTime)
     : loop(loop),
       reserve(loop),
       record(std::move(name)),
       maximumWaiting(maximumWaiting),
+      findProblem(findProblem),
       hangTime(hangTime),
       timer(loop.GetContext())
 {
@@ -64,31 +44,25 @@ RequestStrand::RequestStrand(Threads::EventLoop& loop, BasicString name, std::si
 
 RequestStrand::~RequestStrand() = default;
 
-bool RequestStrand::TryEnter(IHttpExchange& exchange)
+/// Null: the task has begun.
+const Problem* RequestStrand::TryBegin(IHttpExchange& exchange) noexcept
 {
-    const MutexLock lock(mutex);
-    if (isBusy || isClosed)
+    if (isClosed || isBusy)
     {
-        return false;
+        return isClosed ? &Problems::serviceNotAvailable : &Problems::tooManyRequests;
     }
-    BeginTask(exchange);
-    EnsureTimer();
-    return true;
+    Begin(exchange);
+    return nullptr;
 }
 
-/// Requires: the mutex is held.
-void RequestStrand::BeginTask(IHttpExchange& exchange) noexcept
+/// One timer for many tasks: when it expires it checks the one in progress, so that quick requests in a row start one
+/// in each hang time.
+void RequestStrand::Begin(IHttpExchange& exchange) noexcept
 {
     isBusy = true;
     current = &exchange;
     begin = Clock::now();
     isHangReported = false;
-}
-
-/// One timer for many tasks: it looks at the one that is under way when it ends, so that quick requests in a row set
-/// one in each hang time. Requires: the mutex is held, on the thread that runs the loop.
-void RequestStrand::EnsureTimer() noexcept
-{
     if (!isTimerStarted)
     {
         StartTimer(hangTime);
@@ -135,12 +109,6 @@ void RequestStrand::CheckTask()
         GetLoggedPath(*current), ToSeconds(duration).count());
 }
 
-void RequestStrand::ReportReturn(Clock::duration duration) const
-{
-    Log(LogLevel::Notice, "{0}: the request that hung has returned after {1} s", record.GetSubject(),
-        ToSeconds(duration).count());
-}
-
 std::optional<RequestStrand::HangingTask> RequestStrand::FindHangingTask() const
 {
     const MutexLock lock(mutex);
@@ -152,29 +120,42 @@ std::optional<RequestStrand::HangingTask> RequestStrand::FindHangingTask() const
     return HangingTask{GetLoggedPath(*current), ToSeconds(duration)};
 }
 
-Handling RequestStrand::Enqueue(const std::shared_ptr<IHttpExchange>& exchange, Task task)
+void RequestStrand::Execute(IHttpExchange& exchange, const Task& task) noexcept
 {
+    try
     {
-        MutexLock lock(mutex);
-        if (isClosed || waiting.size() >= maximumWaiting)
-        {
-            const auto& problem = isClosed ? Problems::serviceNotAvailable : Problems::tooManyRequests;
-            lock.Unlock();
-            SendProblem(*exchange, problem);
-            return Handling::Answered;
-        }
-        if (isBusy)
-        {
-            waiting.emplace_back(exchange, std::move(task));
-            return Handling::Deferred;
-        }
-        BeginTask(*exchange);
-        EnsureTimer();
+        const Threads::EventLoop::BlockingSection call(loop);
+        RunTask(exchange, task);
     }
-    // It became idle a moment ago.
-    const Visit visit(*this);
-    Execute(*exchange, task);
-    return Handling::Answered;
+    catch (...)
+    {
+        // Not even the problem can be sent: this client gets no response, the others must.
+    }
+    Leave();
+}
+
+void RequestStrand::RunTask(IHttpExchange& exchange, const Task& task)
+{
+    try
+    {
+        const CallRecord::Scope call(record, exchange.GetRequest().path);
+        task(exchange);
+    }
+    catch (const std::exception& exception)
+    {
+        const Problem* const problem = findProblem(exception);
+        if (problem == nullptr)
+        {
+            FaultReport::Send(exchange, record.GetSubject());
+            return;
+        }
+        Log(LogLevel::Warning, "{0}: {1}", record.GetSubject(), exception.what());
+        SendProblem(exchange, *problem);
+    }
+    catch (...)
+    {
+        FaultReport::Send(exchange, record.GetSubject());
+    }
 }
 
 void RequestStrand::Leave() noexcept
@@ -188,7 +169,7 @@ void RequestStrand::Leave() noexcept
         }
         catch (...)
         {
-            // Out of memory: this one's connection ends without an answer, the strand goes on.
+            // Out of memory: this one's connection ends without a response, the strand goes on.
         }
     }
 }
@@ -199,7 +180,8 @@ std::optional<RequestStrand::Waiting> RequestStrand::TakeNext()
     const MutexLock lock(mutex);
     if (isHangReported)
     {
-        ReportReturn(Clock::now() - begin);
+        Log(LogLevel::Notice, "{0}: the request that hung has returned after {1} s", record.GetSubject(),
+            ToSeconds(Clock::now() - begin).count());
     }
     if (waiting.empty())
     {
@@ -210,65 +192,26 @@ std::optional<RequestStrand::Waiting> RequestStrand::TakeNext()
     }
     std::optional<Waiting> next = std::move(waiting.front());
     waiting.pop_front();
-    BeginTask(*next->first);
+    Begin(*next->first);
     return next;
 }
 
-/// Not at once: the answer of the request before it is to go out first.
+/// Not at once: the response of the request before it is to be written first.
 void RequestStrand::PostNext(Waiting next)
 {
     boost::asio::post(loop.GetContext(),
-                      [self = shared_from_this(), next = std::move(next)]() mutable
+                      [self = shared_from_this(), next = std::move(next)]
                       {
-                          {
-                              const MutexLock lock(self->mutex);
-                              self->EnsureTimer();
-                          }
-                          {
-                              const Visit visit(*self);
-                              self->Execute(*next.first, next.second);
-                          }
+                          self->Execute(*next.first, next.second);
                           next.first->Resume();
                       });
-}
-
-void RequestStrand::ExecuteGuarded(IHttpExchange& exchange, void (*invoke)(const void*, IHttpExchange&),
-                                   const void* function) noexcept
-{
-    try
-    {
-        ExecuteOrAnswerFault(exchange, invoke, function);
-    }
-    catch (...)
-    {
-        // The fault cannot even be told: this client waits in vain, the others must not.
-    }
-}
-
-void RequestStrand::ExecuteOrAnswerFault(IHttpExchange& exchange, void (*invoke)(const void*, IHttpExchange&),
-                                         const void* function)
-{
-    try
-    {
-        const CallRecord::Scope call(record, exchange.GetRequest().path);
-        invoke(function, exchange);
-    }
-    catch (const RscServiceException& exception)
-    {
-        Log(LogLevel::Warning, "{0}: {1}", record.GetSubject(), exception.what());
-        SendProblem(exchange, GetProblem(exception.GetFault()));
-    }
-    catch (...)
-    {
-        FaultReport::Answer(exchange, record.GetSubject());
-    }
 }
 
 void RequestStrand::Close()
 {
     std::deque<Waiting> refused;
     {
-        MutexLock lock(mutex);
+        const MutexLock lock(mutex);
         isClosed = true;
         refused.swap(waiting);
         while (isBusy)

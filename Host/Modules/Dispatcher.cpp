@@ -1,11 +1,10 @@
 #include "Host/Modules/Dispatcher.hpp"
 
-#include "Host/Http/IHttpExchange.hpp"
+#include "Host/Http/HttpExchange.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Host/Modules/ModuleGate.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
-#include "Oxa/System/Commons/Json/JsonException.hpp"
 #include "Oxa/System/Commons/Json/JsonReader.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
@@ -96,17 +95,17 @@ Handling Dispatcher::Handle(const std::shared_ptr<IHttpExchange>& exchange, Prov
     {
         const bool isMissing = registry.IsExpected(request.providerName);
         Http::SendProblem(*exchange, isMissing ? Http::Problems::notAvailable : Http::Problems::unknownDataProvider);
-        return Handling::Answered;
+        return Handling::Completed;
     }
     if (!IsAllowed(exchange->GetRequest().method, *provider))
     {
         Http::SendMethodNotAllowed(*exchange, provider->isSafe ? "GET, HEAD, POST" : "POST");
-        return Handling::Answered;
+        return Handling::Completed;
     }
     if (const Http::Problem* const absence = FindAbsence(*provider))
     {
         Http::SendProblem(*exchange, *absence);
-        return Handling::Answered;
+        return Handling::Completed;
     }
     return provider->strand->Run(exchange, [this, provider, request = std::move(request)](IHttpExchange& each)
                                  { Answer(each, *provider, request); });
@@ -137,7 +136,7 @@ void Dispatcher::Answer(IHttpExchange& exchange, const DataProvider& provider, c
         Http::SendProblem(exchange, Http::Problems::serviceNotAvailable);
         return;
     }
-    exchange.Send({200, response.GetHeader().GetMediaType(), {}}, response.GetBody());
+    exchange.Send({200, response.GetHeader().GetMediaType(), response.GetBody()});
 }
 
 /// Null: the module may be asked.

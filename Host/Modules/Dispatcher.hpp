@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Host/Http/IHttpHandler.hpp"
+#include "Host/Http/HttpExchange.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Um/SecurityToken.hpp"
 

@@ -4,6 +4,7 @@
 #include "Host/RouteNames.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmPageHandlerBase.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
+#include "Oxa/System/Rsc/RscServiceException.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -13,6 +14,8 @@ namespace Oxa::Host::Modules
 
 using System::Commons::MutexLock;
 using System::Commons::Diagnostics::Logging::LogLevel;
+using System::Rsc::RscFault;
+using System::Rsc::RscServiceException;
 
 namespace
 {
@@ -35,6 +38,28 @@ bool MayBeAsked(const DataProvider& provider)
 }
 
 } // namespace
+
+const Http::Problem* FindServiceProblem(const std::exception& exception) noexcept
+{
+    const auto* const fault = dynamic_cast<const RscServiceException*>(&exception);
+    if (fault == nullptr)
+    {
+        return nullptr;
+    }
+    switch (fault->GetFault())
+    {
+    case RscFault::TimedOut:
+        return &Http::Problems::serviceTimeout;
+    case RscFault::ConnectionLost:
+        return &Http::Problems::serviceLost;
+    case RscFault::InvalidResponse:
+        return &Http::Problems::invalidServiceResponse;
+    case RscFault::Refused:
+        return &Http::Problems::serviceRefused;
+    default:
+        return &Http::Problems::serviceNotAvailable;
+    }
+}
 
 ModuleRegistry::ModuleRegistry(Threads::EventLoop& loop, const Configuration::HostConfiguration& configuration)
     : loop(loop), maximumWaiting(configuration.maximumWaitingRequests)
@@ -90,7 +115,8 @@ std::shared_ptr<DataProvider> ModuleRegistry::MakeDataProvider(const BasicString
     provider->name = name;
     provider->handler = std::move(handler);
     provider->strand = std::make_shared<Http::RequestStrand>(
-        loop, "the data provider '" + name + "' of the module '" + moduleName + '\'', maximumWaiting);
+        loop, "the data provider '" + name + "' of the module '" + moduleName + '\'', maximumWaiting,
+        &FindServiceProblem);
     provider->gate = gate;
     provider->isSafe = found != expected.end() && found->second.isSafe;
     return provider;

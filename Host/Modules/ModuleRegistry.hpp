@@ -11,6 +11,7 @@
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <cstddef>
+#include <exception>
 #include <functional>
 #include <map>
 #include <memory>
@@ -19,6 +20,9 @@
 
 namespace Oxa::Host::Modules
 {
+
+/// What a fault of the remote service call layer means for a client; null for other exceptions.
+[[nodiscard]] const Http::Problem* FindServiceProblem(const std::exception& exception) noexcept;
 
 /// What the modules have registered, each by its gate. What a module takes back while its gate is closed, because it is
 /// being set up again, is kept until `DropWithdrawn`, but not called: it is away rather than unknown, and its name

@@ -1,6 +1,6 @@
 #include "Host/Modules/PagesRoute.hpp"
 
-#include "Host/Http/IHttpExchange.hpp"
+#include "Host/Http/HttpExchange.hpp"
 #include "Host/Modules/ModuleGate.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmPageHandlerBase.hpp"
@@ -64,7 +64,7 @@ void PagesRoute::Answer(Http::IHttpExchange& exchange, System::Um::SecurityToken
     writer.TryWriteEndComplexArray();
     writer.WriteSimpleArray("languages", registry.GetSupportedLanguages());
     writer.WriteEndObject();
-    exchange.Send({200, Http::jsonMediaType, {}}, writer.GetText());
+    exchange.Send({200, Http::jsonMediaType, writer.GetText()});
 }
 
 } // namespace Oxa::Host::Modules

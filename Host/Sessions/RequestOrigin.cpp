@@ -1,6 +1,6 @@
 #include "Host/Sessions/RequestOrigin.hpp"
 
-#include "Host/Http/HttpRequest.hpp"
+#include "Host/Http/HttpExchange.hpp"
 
 namespace Oxa::Host::Sessions
 {

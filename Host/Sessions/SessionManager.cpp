@@ -1,6 +1,6 @@
 #include "Host/Sessions/SessionManager.hpp"
 
-#include "Host/Http/IHttpExchange.hpp"
+#include "Host/Http/HttpExchange.hpp"
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"

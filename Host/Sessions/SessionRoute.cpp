@@ -1,10 +1,8 @@
 #include "Host/Sessions/SessionRoute.hpp"
 
-#include "Host/Http/FaultReport.hpp"
-#include "Host/Http/IHttpExchange.hpp"
+#include "Host/Http/HttpExchange.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Host/Sessions/RequestOrigin.hpp"
-#include "Oxa/System/Commons/Json/JsonException.hpp"
 #include "Oxa/System/Commons/Json/JsonReader.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 #include "Oxa/System/Commons/OxaDateTime.hpp"
@@ -87,7 +85,7 @@ Handling SessionRoute::Handle(const std::shared_ptr<IHttpExchange>& exchange)
         Http::SendMethodNotAllowed(*exchange, "GET, HEAD, POST, DELETE");
         break;
     }
-    return Handling::Answered;
+    return Handling::Completed;
 }
 
 Handling SessionRoute::LogIn(const std::shared_ptr<IHttpExchange>& exchange)
@@ -96,26 +94,26 @@ Handling SessionRoute::LogIn(const std::shared_ptr<IHttpExchange>& exchange)
     if (IsSaidToBeForeign(request))
     {
         sessions.ReportCrossOrigin(*exchange, {});
-        Http::SendProblem(*exchange, Http::Problems::foreignOrigin);
-        return Handling::Answered;
+        Http::SendProblem(*exchange, Http::Problems::crossOrigin);
+        return Handling::Completed;
     }
     if (!IsJson(request.contentType))
     {
         Http::SendProblem(*exchange, Http::Problems::notJson);
-        return Handling::Answered;
+        return Handling::Completed;
     }
     const auto logIn = ReadLogInRequest(request.body);
     if (!logIn || !System::Um::UserManager::MayBeCredentials(logIn->userName, logIn->password))
     {
         Http::SendProblem(*exchange, Http::Problems::invalidCredentials);
-        return Handling::Answered;
+        return Handling::Completed;
     }
     if (worker.TryAdd([this, exchange, logIn] { Finish(exchange, *logIn); }))
     {
         return Handling::Deferred;
     }
     Http::SendProblem(*exchange, Http::Problems::tooManyRequests);
-    return Handling::Answered;
+    return Handling::Completed;
 }
 
 SessionRoute::LogInRequest::~LogInRequest()
@@ -190,7 +188,7 @@ void SessionRoute::Answer(IHttpExchange& exchange, const LogInRequest& request)
     }
     catch (...)
     {
-        Http::FaultReport::Answer(exchange, "the log-in");
+        Http::FaultReport::Send(exchange, "the log-in");
     }
 }
 
@@ -204,7 +202,7 @@ void SessionRoute::SendNewSession(IHttpExchange& exchange, const SessionManager:
     writer.WriteEndObject();
     const BasicString cookie = System::Commons::Text::Format(
         "Set-Cookie: {0}={1}; Path=/; HttpOnly; SameSite=Strict\r\n", SessionManager::cookieName, session.key);
-    exchange.Send({200, Http::jsonMediaType, cookie}, writer.GetText());
+    exchange.Send({200, Http::jsonMediaType, writer.GetText(), cookie});
 }
 
 void SessionRoute::Look(IHttpExchange& exchange)
@@ -220,7 +218,7 @@ void SessionRoute::Look(IHttpExchange& exchange)
     WriteSession(writer, caller->userName, sessions.GetRoleName(caller->securityToken),
                  sessions.GetConfiguration().idleTimeout, caller->remainingLifetime);
     writer.WriteEndObject();
-    exchange.Send({200, Http::jsonMediaType, {}}, writer.GetText());
+    exchange.Send({200, Http::jsonMediaType, writer.GetText()});
 }
 
 void SessionRoute::LogOut(IHttpExchange& exchange)
@@ -235,13 +233,13 @@ void SessionRoute::LogOut(IHttpExchange& exchange)
     if (caller->isByCookie && IsForeign(request))
     {
         sessions.ReportCrossOrigin(exchange, caller->userName);
-        Http::SendProblem(exchange, Http::Problems::foreignOrigin);
+        Http::SendProblem(exchange, Http::Problems::crossOrigin);
         return;
     }
     sessions.LogOut(request, exchange.GetClientAddress());
     const BasicString cookie = System::Commons::Text::Format(
         "Set-Cookie: {0}=; Path=/; HttpOnly; SameSite=Strict; Max-Age=0\r\n", SessionManager::cookieName);
-    exchange.Send({204, {}, cookie}, {});
+    exchange.Send({.status = 204, .fields = cookie});
 }
 
 } // namespace Oxa::Host::Sessions

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Host/Http/IHttpHandler.hpp"
+#include "Host/Http/HttpExchange.hpp"
 #include "Host/Sessions/SessionManager.hpp"
 #include "Host/Threads/TaskWorker.hpp"
 #include "Oxa/System/Commons/Types.hpp"

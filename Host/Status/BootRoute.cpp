@@ -1,6 +1,6 @@
 #include "Host/Status/BootRoute.hpp"
 
-#include "Host/Http/IHttpExchange.hpp"
+#include "Host/Http/HttpExchange.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
@@ -25,7 +25,7 @@ void AnswerBootId(Http::IHttpExchange& exchange)
     writer.WriteStartObject();
     writer.WriteValue("bootId", bootId);
     writer.WriteEndObject();
-    exchange.Send({200, Http::jsonMediaType, {}}, writer.GetText());
+    exchange.Send({200, Http::jsonMediaType, writer.GetText()});
 }
 
 } // namespace Oxa::Host::Status

@@ -78,7 +78,7 @@ void ReadinessRoute::Answer(Http::IHttpExchange& exchange) const
     }
     if (failedComponents.empty() && failedModules.empty() && dataProviders.empty() && causes.empty())
     {
-        exchange.Send({200, Http::jsonMediaType, {}}, R"({"status":"ready"})");
+        exchange.Send({200, Http::jsonMediaType, R"({"status":"ready"})"});
         return;
     }
     System::Commons::Json::JsonWriter writer;
@@ -89,7 +89,7 @@ void ReadinessRoute::Answer(Http::IHttpExchange& exchange) const
     writer.WriteSimpleArray("dataProviders", dataProviders);
     writer.WriteSimpleArray("causes", causes);
     writer.WriteEndObject();
-    exchange.Send({503, Http::problemMediaType, Http::retryAfterField}, writer.GetText());
+    exchange.Send({503, Http::problemMediaType, writer.GetText(), Http::retryAfterField});
 }
 
 /// Logs it when that changes.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Host/Http/IHttpHandler.hpp"
+#include "Host/Http/HttpExchange.hpp"
 #include "Host/Http/RequestStrand.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Types.hpp"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Host/Http/IHttpExchange.hpp"
+#include "Host/Http/HttpExchange.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <atomic>
@@ -8,7 +8,7 @@
 namespace Oxa::Tests::Support
 {
 
-/// Keeps the answer.
+/// Keeps the response.
 class FakeExchange final : public Oxa::Host::Http::IHttpExchange
 {
 public:
@@ -22,10 +22,11 @@ public:
         return "192.0.2.1";
     }
 
-    void Send(const Oxa::Host::Http::HttpAnswer& answer, std::string_view answerBody) override
+    void Send(const Oxa::Host::Http::HttpResponse& response) override
     {
-        status = answer.status;
-        body = answerBody;
+        status = response.status;
+        body = response.body;
+        fields = response.fields;
     }
 
     void Resume() override
@@ -36,6 +37,7 @@ public:
     Oxa::Host::Http::HttpRequest request;
     unsigned status = 0;
     BasicString body;
+    BasicString fields;
     std::atomic<bool> isResumed = false;
 };
 

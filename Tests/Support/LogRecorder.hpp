@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Oxa/System/Commons/Diagnostics/Logging/ILogSink.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 
 #include <memory>

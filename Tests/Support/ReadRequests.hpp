@@ -12,7 +12,7 @@ namespace Oxa::Tests::Support
 {
 
 /// What a reader finds in the bytes, as text: "GET /path?query host='…' …; " for each request, and the code of the
-/// problem at the end. The first piece has `firstBytes`, others `pieceBytes`, or as many as there is room for.
+/// problem at the end. The first piece has `firstBytes`, others `pieceBytes`, or as many as there is space for.
 inline BasicString ReadRequests(std::string_view bytes, std::size_t firstBytes, std::size_t pieceBytes)
 {
     using Host::Http::RequestReader;
@@ -24,15 +24,11 @@ inline BasicString ReadRequests(std::string_view bytes, std::size_t firstBytes, 
     {
         switch (reader.Parse())
         {
-        case RequestReader::Progress::HeaderBegins:
-        case RequestReader::Progress::HeaderEnds:
-            break;
         case RequestReader::Progress::Failed:
             return found += reader.GetProblem().code;
-        case RequestReader::Progress::RequestEnds:
+        case RequestReader::Progress::Complete:
         {
-            const auto& parser = reader.GetParser();
-            const auto& request = parser.GetRequest();
+            const auto& request = reader.GetRequest();
             found += methods[static_cast<std::size_t>(request.method)];
             found.append(" ").append(request.path);
             found.append(request.query.empty() ? "" : "?").append(request.query);
@@ -48,9 +44,9 @@ inline BasicString ReadRequests(std::string_view bytes, std::size_t firstBytes, 
                     found.append(" ").append(name).append("='").append(text).append("'");
                 }
             }
-            found += parser.IsHttp10() ? " 1.0" : "";
-            found += parser.KeepsConnection() ? "" : " close";
-            found += parser.ExpectsContinue() ? " continue" : "";
+            found += request.isHttp10 ? " 1.0" : "";
+            found += request.keepsConnection ? "" : " close";
+            found += request.expectsContinue ? " continue" : "";
             found += "; ";
             reader.BeginRequest();
             break;
@@ -60,7 +56,8 @@ inline BasicString ReadRequests(std::string_view bytes, std::size_t firstBytes, 
             {
                 return found;
             }
-            const std::size_t count = bytes.copy(reader.GetSpace(), std::min(nextBytes, reader.GetSpaceBytes()));
+            const auto space = reader.GetSpace();
+            const std::size_t count = bytes.copy(space.data(), std::min(nextBytes, space.size()));
             reader.Add(count);
             bytes.remove_prefix(count);
             nextBytes = pieceBytes;

@@ -1,6 +1,5 @@
 #include "Host/Http/RequestStrand.hpp"
 
-#include "Oxa/System/Rsc/RscServiceException.hpp"
 #include "Support/FakeExchange.hpp"
 #include "Support/LogRecorder.hpp"
 
@@ -9,17 +8,19 @@
 #include <future>
 #include <stdexcept>
 #include <thread>
-#include <tuple>
 
 namespace Oxa::Host::Http
 {
 
-using System::Rsc::RscFault;
-using System::Rsc::RscServiceException;
 using Tests::Support::FakeExchange;
 
 namespace
 {
+
+const Problem* FindProblem(const std::exception& exception) noexcept
+{
+    return dynamic_cast<const std::range_error*>(&exception) != nullptr ? &Problems::serviceTimeout : nullptr;
+}
 
 class Strands : public testing::Test
 {
@@ -31,21 +32,21 @@ protected:
         return exchange;
     }
 
-    static void Answer(IHttpExchange& exchange)
+    static void Respond(IHttpExchange& exchange)
     {
-        exchange.Send({200, "text/plain", {}}, "done");
+        exchange.Send({200, "text/plain", "done"});
     }
 
     Tests::Support::LogRecorder log{System::Commons::Diagnostics::Logging::LogLevel::Notice};
     Threads::EventLoop loop;
-    std::shared_ptr<RequestStrand> strand = std::make_shared<RequestStrand>(loop, "Dp", 1);
+    std::shared_ptr<RequestStrand> strand = std::make_shared<RequestStrand>(loop, "Dp", 1, &FindProblem);
     Handling handling = Handling::Deferred;
 };
 
 TEST_F(Strands, RunATaskAtOnceWhenNoneIsUnderWay)
 {
-    const auto exchange = Ask(Answer);
-    EXPECT_EQ(handling, Handling::Answered);
+    const auto exchange = Ask(Respond);
+    EXPECT_EQ(handling, Handling::Completed);
     EXPECT_EQ(exchange->body, "done");
     EXPECT_FALSE(exchange->isResumed);
 }
@@ -57,21 +58,21 @@ TEST_F(Strands, LetOneWaitAndRefuseTheNext)
     Ask(
         [&](IHttpExchange& first)
         {
-            waiting = Ask(Answer);
+            waiting = Ask(Respond);
             EXPECT_EQ(handling, Handling::Deferred);
-            refused = Ask(Answer);
-            EXPECT_EQ(handling, Handling::Answered);
-            Answer(first);
+            refused = Ask(Respond);
+            EXPECT_EQ(handling, Handling::Completed);
+            Respond(first);
         });
     EXPECT_EQ(refused->status, 503U);
     EXPECT_THAT(refused->body, testing::HasSubstr("too-many-requests"));
-    EXPECT_EQ(waiting->status, 0U) << "the answer before it has to go out first";
+    EXPECT_EQ(waiting->status, 0U) << "the response before it is written first";
     loop.GetContext().poll();
     EXPECT_EQ(waiting->body, "done");
     EXPECT_TRUE(waiting->isResumed);
 }
 
-TEST_F(Strands, TurnWhatATaskThrowsIntoAnAnswerWithoutItsText)
+TEST_F(Strands, TurnWhatATaskThrowsIntoAResponseWithoutItsText)
 {
     const auto fault = Ask([](IHttpExchange&) { throw std::runtime_error("inner secret"); });
     EXPECT_EQ(fault->status, 500U);
@@ -80,30 +81,21 @@ TEST_F(Strands, TurnWhatATaskThrowsIntoAnAnswerWithoutItsText)
     EXPECT_THAT(log.GetEntries()[0].message, testing::HasSubstr("inner secret"));
 
     EXPECT_EQ(Ask([](IHttpExchange&) { throw 1; })->status, 500U);
-    EXPECT_EQ(Ask(Answer)->status, 200U) << "the strand goes on";
+    EXPECT_EQ(Ask(Respond)->status, 200U) << "the strand goes on";
 }
 
-TEST_F(Strands, TellFaultsOfServicesApartAndLogEachOnce)
+TEST_F(Strands, SendTheProblemThatIsKnownForAnExceptionAndLogItOnce)
 {
-    const std::tuple<RscFault, unsigned, const char*> cases[] = {
-        {RscFault::NotAvailable, 503, "\"service-not-available\""},
-        {RscFault::TimedOut, 504, "\"service-timeout\""},
-        {RscFault::ConnectionLost, 503, "\"service-lost\""},
-        {RscFault::InvalidResponse, 502, "\"bad-service-answer\""},
-        {RscFault::Refused, 503, "\"service-refused\""}};
-    for (const auto& [fault, status, code] : cases)
-    {
-        const auto exchange = Ask([&](IHttpExchange&) { throw RscServiceException::Create(fault, "of {0}", status); });
-        EXPECT_EQ(exchange->status, status) << code;
-        EXPECT_THAT(exchange->body, testing::HasSubstr(code));
-    }
-    ASSERT_EQ(log.GetEntries().size(), std::size(cases));
-    EXPECT_EQ(log.GetEntries()[1].message, "Dp: of 504");
+    const auto exchange = Ask([](IHttpExchange&) { throw std::range_error("of a service"); });
+    EXPECT_EQ(exchange->status, 504U);
+    EXPECT_THAT(exchange->body, testing::HasSubstr("service-timeout"));
+    ASSERT_EQ(log.GetEntries().size(), 1U);
+    EXPECT_EQ(log.GetEntries()[0].message, "Dp: of a service");
 }
 
 TEST_F(Strands, LogATaskThatHangsOnceAndItsReturn)
 {
-    strand = std::make_shared<RequestStrand>(loop, "Dp", 1, std::chrono::milliseconds(1));
+    strand = std::make_shared<RequestStrand>(loop, "Dp", 1, &FindProblem, std::chrono::milliseconds(1));
     const auto exchange = std::make_shared<FakeExchange>();
     exchange->request.path = "/api/v1/Dp/Hang";
     const auto hang = [this](IHttpExchange& each)
@@ -113,11 +105,11 @@ TEST_F(Strands, LogATaskThatHangsOnceAndItsReturn)
         const auto task = strand->FindHangingTask();
         EXPECT_EQ(task ? task->path : "none", "/api/v1/Dp/Hang");
         EXPECT_EQ(loop.GetContext().poll(), 0U) << "it is logged once";
-        Answer(each);
+        Respond(each);
     };
     for (int index = 0; index < 2; ++index)
     {
-        EXPECT_EQ(strand->Run(exchange, hang), Handling::Answered);
+        EXPECT_EQ(strand->Run(exchange, hang), Handling::Completed);
         EXPECT_FALSE(strand->FindHangingTask());
     }
     std::vector<BasicString> messages;
@@ -130,9 +122,9 @@ TEST_F(Strands, LogATaskThatHangsOnceAndItsReturn)
                                                "Dp: the request that hung has returned after 0 s"));
 }
 
-TEST_F(Strands, GoOnWhenNotEvenTheFaultCanBeAnswered)
+TEST_F(Strands, GoOnWhenNotEvenTheProblemCanBeSent)
 {
-    /// There is no memory for an answer.
+    /// There is no memory for a response.
     class FullExchange final : public IHttpExchange
     {
     public:
@@ -146,7 +138,7 @@ TEST_F(Strands, GoOnWhenNotEvenTheFaultCanBeAnswered)
             return {};
         }
 
-        void Send(const HttpAnswer& /*answer*/, std::string_view /*body*/) override
+        void Send(const HttpResponse& /*response*/) override
         {
             throw std::bad_alloc();
         }
@@ -157,8 +149,8 @@ TEST_F(Strands, GoOnWhenNotEvenTheFaultCanBeAnswered)
         HttpRequest request;
     };
 
-    EXPECT_EQ(strand->Run(std::make_shared<FullExchange>(), RequestStrand::Task(Answer)), Handling::Answered);
-    EXPECT_EQ(Ask(Answer)->body, "done");
+    EXPECT_EQ(strand->Run(std::make_shared<FullExchange>(), RequestStrand::Task(Respond)), Handling::Completed);
+    EXPECT_EQ(Ask(Respond)->body, "done");
 }
 
 TEST_F(Strands, CloseWhenTheTaskUnderWayHasEnded)
@@ -172,14 +164,14 @@ TEST_F(Strands, CloseWhenTheTaskUnderWayHasEnded)
             Ask(
                 [&](IHttpExchange& exchange)
                 {
-                    waiting = Ask(Answer);
+                    waiting = Ask(Respond);
                     started.set_value();
                     // Until the other thread waits in Close, which refuses newcomers at once.
-                    while (Ask(Answer)->body.find("not-available") == BasicString::npos)
+                    while (Ask(Respond)->body.find("not-available") == BasicString::npos)
                     {
                         std::this_thread::yield();
                     }
-                    Answer(exchange);
+                    Respond(exchange);
                     hasEnded = true;
                 });
         });
@@ -190,7 +182,7 @@ TEST_F(Strands, CloseWhenTheTaskUnderWayHasEnded)
     loop.GetContext().poll();
     EXPECT_EQ(waiting->status, 503U);
     EXPECT_TRUE(waiting->isResumed);
-    EXPECT_EQ(Ask(Answer)->status, 503U);
+    EXPECT_EQ(Ask(Respond)->status, 503U);
 }
 
 } // namespace

@@ -2,6 +2,10 @@
 
 #include <boost/stacktrace.hpp>
 
+#include <algorithm>
+#include <cerrno>
+#include <iterator>
+#include <system_error>
 #include <utility>
 
 namespace Oxa::System::Commons
@@ -49,32 +53,55 @@ BasicString Exception::GetStackTrace() const
     return boost::stacktrace::to_string(content->stackTrace);
 }
 
-namespace
-{
+const char* const ArgumentException::defaultMessage1 = "The argument '{0}' is not valid.";
 
-BasicString RethrowAndDescribe()
+const char* const ArgumentException::defaultMessage2 = "The argument '{0}' with the value '{1}' is not valid: {2}";
+
+ArgumentException::~ArgumentException() = default;
+
+InvalidCastException::~InvalidCastException() = default;
+
+InvalidOperationException::~InvalidOperationException() = default;
+
+NotSupportedException::~NotSupportedException() = default;
+
+ConfigurationException::~ConfigurationException() = default;
+
+TemporaryException::~TemporaryException() = default;
+
+bool IsTemporaryError(int error) noexcept
 {
-    try
-    {
-        throw;
-    }
-    catch (const std::exception& exception)
-    {
-        return exception.what();
-    }
-    catch (...)
-    {
-        return "an exception of unknown type";
-    }
+    constexpr int errors[] = {EAGAIN, EBUSY,  EDQUOT, EINTR, EIO,    EMFILE,   ENFILE,
+                              ENOLCK, ENOMEM, ENOSPC, EROFS, ESTALE, ETIMEDOUT};
+    return std::find(std::begin(errors), std::end(errors), error) != std::end(errors);
 }
 
-} // namespace
+void ThrowErrno(const BasicString& subject, int error)
+{
+    const BasicString text = subject + ": " + std::generic_category().message(error);
+    if (IsTemporaryError(error))
+    {
+        throw TemporaryException(text);
+    }
+    throw InvalidOperationException(text);
+}
 
 BasicString DescribeCurrentException() noexcept
 {
     try
     {
-        return RethrowAndDescribe();
+        try
+        {
+            throw;
+        }
+        catch (const std::exception& exception)
+        {
+            return exception.what();
+        }
+        catch (...)
+        {
+            return "an exception of unknown type";
+        }
     }
     catch (...)
     {

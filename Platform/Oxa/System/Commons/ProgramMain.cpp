@@ -5,7 +5,6 @@
 #include "Oxa/System/Commons/Diagnostics/CrashReport.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
-#include "Oxa/System/Commons/TemporaryException.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 
 #include <unistd.h>

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "Oxa/System/Commons/ConfigurationException.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Export.hpp"
-#include "Oxa/System/Commons/InvalidOperationException.hpp"
 
 #include <functional>
 #include <string_view>

@@ -1,6 +1,5 @@
 #include "Oxa/System/Commons/Json/JsonReader.hpp"
 
-#include "Oxa/System/Commons/Json/JsonException.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <rapidjson/error/en.h>
@@ -8,7 +7,6 @@
 #include <rapidjson/reader.h>
 
 #include <cstring>
-#include <vector>
 
 namespace Oxa::System::Commons::Json
 {
@@ -20,19 +18,15 @@ namespace
 constexpr unsigned parseFlags =
     rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag | rapidjson::kParseNumbersAsStringsFlag;
 
-struct Token
-{
-    JsonTokenType type;
-    bool boolean;
-    std::size_t textOffset;
-    std::size_t textLength;
-};
+} // namespace
+
+JsonException::~JsonException() = default;
 
 /// Collects what RapidJSON reports; numbers arrive as texts.
-class TokenCollector final : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, TokenCollector>
+class JsonReader::TokenCollector final : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, TokenCollector>
 {
 public:
-    explicit TokenCollector(std::size_t maximumDepth) : maximumDepth(maximumDepth) {}
+    TokenCollector(JsonReader& reader, std::size_t maximumDepth) : reader(reader), maximumDepth(maximumDepth) {}
 
     bool Null()
     {
@@ -81,48 +75,21 @@ public:
         return Add(JsonTokenType::EndArray);
     }
 
-    std::vector<Token> tokens;
-    BasicString texts;
-
 private:
     bool Add(JsonTokenType type, std::string_view text = {}, bool boolean = false)
     {
-        tokens.push_back({type, boolean, texts.size(), text.size()});
-        texts += text;
+        reader.tokens.push_back({type, boolean, reader.texts.size(), text.size()});
+        reader.texts += text;
         return true;
     }
 
-    std::size_t maximumDepth;
+    JsonReader& reader;
+    const std::size_t maximumDepth;
     std::size_t depth = 0;
 };
 
-} // namespace
-
-struct JsonReader::Implementation
-{
-    Implementation() = default;
-    Implementation(const Implementation&) = delete;
-    Implementation& operator=(const Implementation&) = delete;
-
-    /// A document may hold a password.
-    ~Implementation()
-    {
-        explicit_bzero(texts.data(), texts.size());
-    }
-
-    [[nodiscard]] const Token& GetCurrent() const noexcept
-    {
-        return tokens[position];
-    }
-
-    std::vector<Token> tokens;
-    BasicString texts;
-    std::size_t position = 0;
-    bool isStarted = false;
-};
-
-JsonReader::JsonReader(std::string_view text, const JsonReaderLimits& limits)
-    : implementation(std::make_unique<Implementation>())
+// Delegates, so that the destructor also clears what was read of a document that is refused.
+JsonReader::JsonReader(std::string_view text, const JsonReaderLimits& limits) : JsonReader()
 {
     if (text.size() > limits.maximumBytes)
     {
@@ -136,9 +103,9 @@ JsonReader::JsonReader(std::string_view text, const JsonReaderLimits& limits)
     }
     rapidjson::MemoryStream memory(text.data(), text.size());
     rapidjson::EncodedInputStream<rapidjson::UTF8<>, rapidjson::MemoryStream> stream(memory);
-    TokenCollector collector(limits.maximumDepth);
-    // No text is longer than the document, so nothing is copied to and fro while it grows.
-    collector.texts.reserve(text.size());
+    TokenCollector collector(*this, limits.maximumDepth);
+    // No text is longer than the document, so that no copy of a password stays behind in a buffer that grew.
+    texts.reserve(text.size());
     const rapidjson::ParseResult result = rapidjson::Reader().Parse<parseFlags>(stream, collector);
     if (result.Code() == rapidjson::kParseErrorTermination)
     {
@@ -150,22 +117,23 @@ JsonReader::JsonReader(std::string_view text, const JsonReaderLimits& limits)
         throw JsonException::Create("The JSON document is not valid at offset {0}: {1}", result.Offset(),
                                     rapidjson::GetParseError_En(result.Code()));
     }
-    implementation->tokens = std::move(collector.tokens);
-    implementation->tokens.push_back({JsonTokenType::End, false, 0, 0});
-    implementation->texts = std::move(collector.texts);
-    // The parser checks the bytes of the document, and that a high surrogate is followed by a low one, but writes an
-    // escaped low surrogate that stands alone as if it were a character.
-    if (!Text::IsValidUtf8(implementation->texts))
+    tokens.push_back({});
+    // The parser checks the bytes of the document, and that a high surrogate is followed by a low one, but accepts an
+    // escaped low surrogate that stands alone.
+    if (!Text::IsValidUtf8(texts))
     {
         throw JsonException::Create("The JSON document is not valid: an escaped low surrogate stands alone");
     }
 }
 
-JsonReader::~JsonReader() = default;
+/// A document may hold a password.
+JsonReader::~JsonReader()
+{
+    explicit_bzero(texts.data(), texts.size());
+}
 
 JsonTokenType JsonReader::Read() noexcept
 {
-    auto& [tokens, texts, position, isStarted] = *implementation;
     if (isStarted && position + 1 < tokens.size())
     {
         ++position;
@@ -176,18 +144,18 @@ JsonTokenType JsonReader::Read() noexcept
 
 JsonTokenType JsonReader::GetTokenType() const noexcept
 {
-    return implementation->GetCurrent().type;
+    return tokens[position].type;
 }
 
 std::string_view JsonReader::GetText() const noexcept
 {
-    const Token& token = implementation->GetCurrent();
-    return std::string_view(implementation->texts).substr(token.textOffset, token.textLength);
+    const Token& token = tokens[position];
+    return std::string_view(texts).substr(token.textOffset, token.textLength);
 }
 
 bool JsonReader::GetBoolean() const noexcept
 {
-    return implementation->GetCurrent().boolean;
+    return tokens[position].boolean;
 }
 
 void JsonReader::Skip() noexcept

@@ -1,14 +1,23 @@
 #pragma once
 
+#include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <cstddef>
-#include <memory>
 #include <string_view>
+#include <vector>
 
 namespace Oxa::System::Commons::Json
 {
+
+/// A text is no JSON document, or exceeds the reader's limits. The message names offset and cause.
+class OXA_EXPORT JsonException final : public FormattedException<JsonException>
+{
+public:
+    using FormattedException::FormattedException;
+    ~JsonException() override;
+};
 
 enum class JsonTokenType : uint8
 {
@@ -25,7 +34,7 @@ enum class JsonTokenType : uint8
     End
 };
 
-/// What a document from outside may cost.
+/// Bounds for an untrusted document.
 struct JsonReaderLimits
 {
     std::size_t maximumBytes = std::size_t{64} * 1024;
@@ -33,8 +42,7 @@ struct JsonReaderLimits
 };
 
 /// Reads one JSON document (RFC 8259, strictly, valid UTF-8 only) token by token. The whole document is checked before
-/// the first token is handed out, so nobody acts on half of one.
-/// Threads: one at a time.
+/// the first token is handed out. Threads: one at a time.
 class OXA_EXPORT JsonReader final
 {
 public:
@@ -59,8 +67,22 @@ public:
     void Skip() noexcept;
 
 private:
-    struct Implementation;
-    std::unique_ptr<Implementation> implementation;
+    class TokenCollector;
+
+    struct Token
+    {
+        JsonTokenType type = JsonTokenType::End;
+        bool boolean = false;
+        std::size_t textOffset = 0;
+        std::size_t textLength = 0;
+    };
+
+    JsonReader() = default;
+
+    std::vector<Token> tokens;
+    BasicString texts;
+    std::size_t position = 0;
+    bool isStarted = false;
 };
 
 } // namespace Oxa::System::Commons::Json

@@ -17,7 +17,7 @@ IJsonSerializable::~IJsonSerializable() = default;
 
 struct JsonWriter::Implementation
 {
-    // Room for a usual answer at once, instead of growing to it in half a dozen steps.
+    // Holds a usual response without growing in several steps.
     static constexpr std::size_t initialBytes = 2048;
 
     enum class Bracket : char
@@ -27,26 +27,29 @@ struct JsonWriter::Implementation
         ComplexArrayItem
     };
 
+    /// The text itself, or in `replaced` what is written instead of bytes that are no UTF-8.
+    static std::string_view MakeValid(std::string_view text, BasicString& replaced)
+    {
+        if (Text::IsValidUtf8(text))
+        {
+            return text;
+        }
+        replaced = Text::ReplaceInvalidUtf8(text);
+        return replaced;
+    }
+
     void WriteKey(std::string_view name)
     {
-        if (Text::IsValidUtf8(name))
-        {
-            writer.Key(name.data(), static_cast<rapidjson::SizeType>(name.size()));
-            return;
-        }
-        const BasicString replaced = Text::ReplaceInvalidUtf8(name);
-        writer.Key(replaced.data(), static_cast<rapidjson::SizeType>(replaced.size()));
+        BasicString replaced;
+        const std::string_view valid = MakeValid(name, replaced);
+        writer.Key(valid.data(), static_cast<rapidjson::SizeType>(valid.size()));
     }
 
     void WriteText(std::string_view text)
     {
-        if (Text::IsValidUtf8(text))
-        {
-            writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
-            return;
-        }
-        const BasicString replaced = Text::ReplaceInvalidUtf8(text);
-        writer.String(replaced.data(), static_cast<rapidjson::SizeType>(replaced.size()));
+        BasicString replaced;
+        const std::string_view valid = MakeValid(text, replaced);
+        writer.String(valid.data(), static_cast<rapidjson::SizeType>(valid.size()));
     }
 
     void OpenObject(Bracket bracket)
@@ -113,35 +116,13 @@ void JsonWriter::WriteValue(std::string_view name, bool value)
     implementation->writer.Bool(value);
 }
 
-void JsonWriter::WriteValue(std::string_view name, int8 value)
-{
-    WriteValue(name, int32{value});
-}
-
-void JsonWriter::WriteValue(std::string_view name, uint8 value)
-{
-    WriteValue(name, uint32{value});
-}
-
-void JsonWriter::WriteValue(std::string_view name, int32 value)
-{
-    implementation->WriteKey(name);
-    implementation->writer.Int(value);
-}
-
-void JsonWriter::WriteValue(std::string_view name, uint32 value)
-{
-    implementation->WriteKey(name);
-    implementation->writer.Uint(value);
-}
-
-void JsonWriter::WriteValue(std::string_view name, int64 value)
+void JsonWriter::WriteInteger(std::string_view name, int64 value)
 {
     implementation->WriteKey(name);
     implementation->writer.Int64(value);
 }
 
-void JsonWriter::WriteValue(std::string_view name, uint64 value)
+void JsonWriter::WriteInteger(std::string_view name, uint64 value)
 {
     implementation->WriteKey(name);
     implementation->writer.Uint64(value);

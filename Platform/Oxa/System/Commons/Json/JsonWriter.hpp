@@ -3,8 +3,10 @@
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <concepts>
 #include <memory>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace Oxa::System::Commons::Json
@@ -28,12 +30,13 @@ public:
     void WriteValue(std::string_view name, std::string_view value);
     void WriteValue(std::string_view name, const char* value);
     void WriteValue(std::string_view name, bool value);
-    void WriteValue(std::string_view name, int8 value);
-    void WriteValue(std::string_view name, uint8 value);
-    void WriteValue(std::string_view name, int32 value);
-    void WriteValue(std::string_view name, uint32 value);
-    void WriteValue(std::string_view name, int64 value);
-    void WriteValue(std::string_view name, uint64 value);
+
+    template <std::integral T>
+    void WriteValue(std::string_view name, T value)
+    {
+        WriteInteger(name, static_cast<std::conditional_t<std::is_signed_v<T>, int64, uint64>>(value));
+    }
+
     /// The shortest decimal number that reads back as the same value; null for NaN and infinities.
     void WriteValue(std::string_view name, double value);
 
@@ -57,6 +60,9 @@ public:
     void Clear();
 
 private:
+    void WriteInteger(std::string_view name, int64 value);
+    void WriteInteger(std::string_view name, uint64 value);
+
     struct Implementation;
     std::unique_ptr<Implementation> implementation;
 };

@@ -1,7 +1,6 @@
 #include "Oxa/System/Um/Internal/Sqlite.hpp"
 
-#include "Oxa/System/Commons/InvalidOperationException.hpp"
-#include "Oxa/System/Commons/TemporaryException.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <sqlite3.h>

@@ -1,5 +1,4 @@
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
-#include "Oxa/System/Commons/Json/JsonException.hpp"
 #include "Oxa/System/Commons/Json/JsonReader.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 

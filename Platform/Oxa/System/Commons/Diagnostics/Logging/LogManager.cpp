@@ -1,14 +1,10 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 
 #include "Oxa/System/Commons/AppDomain.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/Internal/LogSinkBridge.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/Internal/LogTarget.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Internal/QueuedSink.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/Internal/Severity.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
-#include <spdlog/logger.h>
 #include <spdlog/sinks/dist_sink.h>
 #include <spdlog/sinks/null_sink.h>
 #include <unistd.h>
@@ -21,6 +17,9 @@
 #include <utility>
 #include <vector>
 
+// The state's mutex guards the configuration and the lists; logging itself takes only the lock of the distributing
+// sink, under which each sink formats or queues one line. No target is called under either of them.
+
 namespace Oxa::System::Commons::Diagnostics::Logging
 {
 
@@ -31,19 +30,15 @@ ILogSink::~ILogSink() = default;
 namespace
 {
 
-using Internal::LogSinkBridge;
-
 /// How long a target that takes no lines may delay the end of the process.
 constexpr std::chrono::milliseconds maximumEndDelay{1000};
 
 class LogAdapter final : public ILogAdapter
 {
 public:
-    LogAdapter(const BasicString& typeName, const spdlog::sink_ptr& sink, LogLevel initialLevel)
-        : logger(typeName, sink), level(initialLevel)
+    LogAdapter(BasicString typeName, spdlog::sink_ptr sink, LogLevel initialLevel)
+        : typeName(std::move(typeName)), sink(std::move(sink)), level(initialLevel)
     {
-        logger.set_level(spdlog::level::trace);
-        logger.flush_on(spdlog::level::trace);
     }
 
     [[nodiscard]] LogLevel GetLevel() const noexcept override
@@ -59,12 +54,12 @@ public:
         }
         try
         {
-            logger.log(Internal::ToSourceLocation(messageLevel), spdlog::level::info,
-                       Text::EscapeControlCharacters(message));
+            const BasicString text = Text::EscapeControlCharacters(message);
+            sink->log(spdlog::details::log_msg(typeName, static_cast<spdlog::level::level_enum>(messageLevel), text));
         }
         catch (...)
         {
-            // Out of memory while logging: there is nobody left to tell.
+            // Out of memory while logging: there is no way left to report it.
         }
     }
 
@@ -74,19 +69,39 @@ public:
     }
 
 private:
-    spdlog::logger logger;
+    const BasicString typeName;
+    const spdlog::sink_ptr sink;
     std::atomic<LogLevel> level;
 };
 
-/// All that the process's log knows. Never destroyed: classes may log until the very end of the process.
+/// Hands what spdlog writes to a sink of the platform.
+class SinkBridge final : public spdlog::sinks::base_sink<std::mutex>
+{
+public:
+    explicit SinkBridge(std::shared_ptr<ILogSink> sink) : sink(std::move(sink)) {}
+
+private:
+    void sink_it_(const spdlog::details::log_msg& message) override
+    {
+        sink->Write(Internal::GetLevel(message),
+                    std::string_view(message.logger_name.data(), message.logger_name.size()),
+                    std::string_view(message.payload.data(), message.payload.size()));
+    }
+
+    void flush_() override {}
+
+    const std::shared_ptr<ILogSink> sink;
+};
+
+/// The state of the process's log. Never destroyed: classes may log until the very end of the process.
 struct LogState
 {
     Mutex mutex;
-    LogConfiguration configuration;
-    BasicString applicationName = "oxa";
-    std::shared_ptr<spdlog::sinks::dist_sink_mt> distributor = std::make_shared<spdlog::sinks::dist_sink_mt>();
-    std::vector<std::pair<std::shared_ptr<ILogSink>, spdlog::sink_ptr>> addedSinks;
-    std::map<BasicString, std::shared_ptr<LogAdapter>, std::less<>> adapters;
+    LogConfiguration configuration OXA_GUARDED_BY(mutex);
+    BasicString applicationName OXA_GUARDED_BY(mutex) = "oxa";
+    const std::shared_ptr<spdlog::sinks::dist_sink_mt> distributor = std::make_shared<spdlog::sinks::dist_sink_mt>();
+    std::vector<std::pair<std::shared_ptr<ILogSink>, spdlog::sink_ptr>> addedSinks OXA_GUARDED_BY(mutex);
+    std::map<BasicString, std::shared_ptr<LogAdapter>> adapters OXA_GUARDED_BY(mutex);
 };
 
 spdlog::sink_ptr CreateTargetSink(const LogConfiguration& configuration, const BasicString& applicationName)
@@ -105,8 +120,7 @@ spdlog::sink_ptr CreateTargetSink(const LogConfiguration& configuration, const B
     return std::make_shared<Internal::QueuedSink>(Internal::MakeConsoleTarget());
 }
 
-/// Requires: the state's mutex is held, unless nobody else knows the state yet.
-void ApplySinks(LogState& state)
+void ApplySinks(LogState& state) OXA_REQUIRES(state.mutex)
 {
     std::vector<spdlog::sink_ptr> sinks = {CreateTargetSink(state.configuration, state.applicationName)};
     for (const auto& [sink, bridge] : state.addedSinks)
@@ -121,7 +135,10 @@ LogState& GetState()
     static LogState& state = []() -> LogState&
     {
         auto* const created = new LogState;
-        ApplySinks(*created);
+        {
+            const MutexLock lock(created->mutex);
+            ApplySinks(*created);
+        }
         std::atexit([] { LogManager::WaitUntilWritten(maximumEndDelay); });
         return *created;
     }();
@@ -191,7 +208,7 @@ void LogManager::AddSink(std::shared_ptr<ILogSink> sink)
 {
     LogState& state = GetState();
     const MutexLock lock(state.mutex);
-    const auto bridge = std::make_shared<LogSinkBridge>(sink);
+    const auto bridge = std::make_shared<SinkBridge>(sink);
     state.addedSinks.emplace_back(std::move(sink), bridge);
     state.distributor->add_sink(bridge);
 }
@@ -227,7 +244,7 @@ void LogManager::WaitUntilWritten(std::chrono::milliseconds limit) noexcept
     Internal::QueuedSink::WaitUntilWritten(limit);
 }
 
-int64 LogManager::GetThreadNumber() noexcept
+int64 LogManager::GetThreadId() noexcept
 {
     return gettid();
 }

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "Oxa/System/Commons/Diagnostics/Logging/ILogAdapter.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/ILogSink.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogConfiguration.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogLevel.hpp"
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <chrono>
 #include <memory>
+#include <string_view>
 
 namespace Oxa::System::Commons
 {
@@ -17,8 +17,31 @@ class AppDomain;
 namespace Oxa::System::Commons::Diagnostics::Logging
 {
 
-/// The process's log. Lines go to the configured target on a thread of the log's own: a target that does not take them
-/// loses lines and delays none of those that log. How many it lost is written when it takes lines again. Safe from any
+/// One class's access to the log. Safe from any thread; never throws.
+class OXA_EXPORT ILogAdapter
+{
+public:
+    virtual ~ILogAdapter();
+
+    /// Messages above this level are dropped and need not be formatted. Follows a later `LogManager::Configure`.
+    [[nodiscard]] virtual LogLevel GetLevel() const noexcept = 0;
+
+    virtual void Write(LogLevel level, std::string_view message) noexcept = 0;
+};
+
+/// A receiver of log messages beside the configured target. Called by one thread at a time, under the log's lock: it
+/// must not log.
+class OXA_EXPORT ILogSink
+{
+public:
+    virtual ~ILogSink();
+
+    /// `typeName`: the fully qualified name of the class that logs.
+    virtual void Write(LogLevel level, std::string_view typeName, std::string_view message) = 0;
+};
+
+/// The process's log. A thread of its own hands lines to the configured target: a target that blocks or fails loses
+/// lines and delays no thread that logs. The number of lost lines is written when the target works again. Safe from any
 /// thread.
 class OXA_EXPORT LogManager final
 {
@@ -30,24 +53,24 @@ public:
     static void AssignAppDomain(AppDomain& appDomain);
     [[nodiscard]] static BasicString GetApplicationName();
 
-    /// Throws InvalidOperationException when the log file cannot be opened; the configuration in force then stays.
-    /// Adapters that exist already follow.
+    /// Throws TemporaryException or InvalidOperationException when the log file cannot be opened; the previous
+    /// configuration then stays. Adapters that exist already follow.
     static void Configure(const LogConfiguration& configuration);
 
     /// Kept until `RemoveSink`; in addition to the configured target.
     static void AddSink(std::shared_ptr<ILogSink> sink);
     static void RemoveSink(const std::shared_ptr<ILogSink>& sink);
 
-    /// `typeName`: the fully qualified name of the class that logs. Never null; the same adapter for the same name, and
-    /// kept until the process ends, so that a class may log to the very end.
+    /// `typeName`: the fully qualified name of the class that logs. Never null; the same adapter for the same name,
+    /// valid until the process ends.
     [[nodiscard]] static std::shared_ptr<ILogAdapter> CreateLogAdapter(const BasicString& typeName);
 
     /// Returns when all lines so far are written, or after `limit`; called when the process exits. Takes no lock; also
     /// inside signal handlers.
     static void WaitUntilWritten(std::chrono::milliseconds limit) noexcept;
 
-    /// The kernel's number of the calling thread, as other tools show it.
-    [[nodiscard]] static int64 GetThreadNumber() noexcept;
+    /// The kernel's id of the calling thread, as other tools show it.
+    [[nodiscard]] static int64 GetThreadId() noexcept;
 };
 
 } // namespace Oxa::System::Commons::Diagnostics::Logging

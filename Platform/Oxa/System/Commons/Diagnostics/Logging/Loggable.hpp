@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Oxa/System/Commons/Diagnostics/Logging/ILogAdapter.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Text.hpp"
@@ -14,7 +13,7 @@ namespace Oxa::System::Commons::Diagnostics::Logging
 
 /// Gives class T a logger under T's fully qualified name: derive non-publicly and call `Log`. The logger is made at the
 /// first use, once for all objects of T. `WithInstance` puts the object's address before every message, `WithThread`
-/// the thread's number. Safe from any thread; nothing escapes from `Log` but a failure to create the logger.
+/// the thread id. Safe from any thread; nothing escapes from `Log` but a failure to create the logger.
 template <class T, bool WithInstance = false, bool WithThread = false>
 class Loggable
 {
@@ -81,7 +80,7 @@ private:
         }
         if constexpr (WithThread)
         {
-            prefix += Text::Format("[thread {0}] ", LogManager::GetThreadNumber());
+            prefix += Text::Format("[thread {0}] ", LogManager::GetThreadId());
         }
         return prefix;
     }

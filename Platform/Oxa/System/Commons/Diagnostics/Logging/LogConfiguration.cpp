@@ -1,6 +1,6 @@
-#include "Oxa/System/Commons/Diagnostics/Logging/LogConfigurationReader.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogConfiguration.hpp"
 
-#include "Oxa/System/Commons/Diagnostics/Logging/LogLevel.hpp"
+#include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 
 namespace Oxa::System::Commons::Diagnostics::Logging
 {

@@ -1,9 +1,6 @@
-#include "Host/Http/AnswerWriter.hpp"
+#include "Host/Http/ResponseWriter.hpp"
 
-#include <array>
 #include <charconv>
-#include <cstddef>
-#include <ctime>
 #include <utility>
 
 namespace Oxa::Host::Http
@@ -12,7 +9,7 @@ namespace Oxa::Host::Http
 namespace
 {
 
-// Nothing of this interface is meant to be stored, framed, sniffed or run.
+// Browsers must not store, frame, sniff or run responses of this interface.
 constexpr std::string_view commonFields = "Cache-Control: no-store\r\n"
                                           "Content-Security-Policy: default-src 'none'; frame-ancestors 'none'\r\n"
                                           "Cross-Origin-Resource-Policy: same-origin\r\n"
@@ -24,23 +21,6 @@ void AppendNumber(BasicString& output, std::size_t number)
     std::array<char, 24> digits;
     const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number);
     output.append(digits.data(), result.ptr);
-}
-
-/// The header field Date, made anew once a second.
-std::string_view GetDateField()
-{
-    thread_local std::time_t second = 0;
-    thread_local std::array<char, 64> text;
-    thread_local std::size_t length = 0;
-    if (const std::time_t now = std::time(nullptr); now != second)
-    {
-        std::tm parts = {};
-        gmtime_r(&now, &parts);
-        // The process keeps the locale "C", in which these names are the ones that HTTP wants.
-        length = std::strftime(text.data(), text.size(), "Date: %a, %d %b %Y %H:%M:%S GMT\r\n", &parts);
-        second = now;
-    }
-    return {text.data(), length};
 }
 
 void AppendStatusLine(BasicString& output, unsigned status)
@@ -55,18 +35,6 @@ void AppendStatusLine(BasicString& output, unsigned status)
     output += ' ';
     output += GetReasonPhrase(status);
     output += "\r\n";
-}
-
-void AppendConnectionField(BasicString& output, const AnswerForm& form)
-{
-    if (!form.keepsConnection)
-    {
-        output += "Connection: close\r\n";
-    }
-    else if (form.isHttp10)
-    {
-        output += "Connection: keep-alive\r\n";
-    }
 }
 
 } // namespace
@@ -99,31 +67,61 @@ std::string_view GetReasonPhrase(unsigned status) noexcept
     return {};
 }
 
-void WriteAnswer(BasicString& output, const HttpAnswer& answer, std::string_view body, const AnswerForm& form)
+void ResponseWriter::Write(const HttpResponse& response, const HttpRequest& request, bool keepsConnection)
 {
-    output.clear();
-    AppendStatusLine(output, answer.status);
-    output += GetDateField();
-    output += commonFields;
-    AppendConnectionField(output, form);
-    output += answer.fields;
-    if (!answer.mediaType.empty())
+    text.clear();
+    AppendStatusLine(text, response.status);
+    text += GetDateField();
+    text += commonFields;
+    if (!keepsConnection)
     {
-        output += "Content-Type: ";
-        output += answer.mediaType;
-        output += "\r\nContent-Length: ";
-        AppendNumber(output, body.size());
-        output += "\r\n";
+        text += "Connection: close\r\n";
     }
-    else if (answer.status != 204)
+    else if (request.isHttp10)
     {
-        output += "Content-Length: 0\r\n";
+        text += "Connection: keep-alive\r\n";
     }
-    output += "\r\n";
-    if (!form.isHead)
+    text += response.fields;
+    if (!response.mediaType.empty())
     {
-        output += body;
+        text += "Content-Type: ";
+        text += response.mediaType;
+        text += "\r\nContent-Length: ";
+        AppendNumber(text, response.body.size());
+        text += "\r\n";
     }
+    else if (response.status != 204)
+    {
+        text += "Content-Length: 0\r\n";
+    }
+    text += "\r\n";
+    if (request.method != HttpMethod::Head)
+    {
+        text += response.body;
+    }
+}
+
+void ResponseWriter::Clear()
+{
+    constexpr std::size_t maximumKeptBytes = std::size_t{16} * 1024;
+    text.clear();
+    if (text.capacity() > maximumKeptBytes)
+    {
+        text.shrink_to_fit();
+    }
+}
+
+std::string_view ResponseWriter::GetDateField()
+{
+    if (const std::time_t now = std::time(nullptr); now != dateSecond)
+    {
+        std::tm parts = {};
+        gmtime_r(&now, &parts);
+        // The process keeps the locale "C", in which these names are the ones that HTTP wants.
+        dateLength = std::strftime(date.data(), date.size(), "Date: %a, %d %b %Y %H:%M:%S GMT\r\n", &parts);
+        dateSecond = now;
+    }
+    return {date.data(), dateLength};
 }
 
 } // namespace Oxa::Host::Http

@@ -1,0 +1,105 @@
+#pragma once
+
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <functional>
+#include <memory>
+#include <string_view>
+
+namespace Oxa::Host::Http
+{
+
+enum class HttpMethod : uint8
+{
+    Get,
+    Head,
+    Post,
+    Delete,
+    Other
+};
+
+/// Whether the method only reads.
+[[nodiscard]] constexpr bool IsRead(HttpMethod method) noexcept
+{
+    return method == HttpMethod::Get || method == HttpMethod::Head;
+}
+
+/// One request as it came: every text is untrusted. The views are valid until the response has been sent.
+struct HttpRequest
+{
+    HttpMethod method = HttpMethod::Other;
+    /// The target without query, percent-encoding as it came; "*" for OPTIONS of the server as a whole.
+    std::string_view path;
+    /// What follows the "?", without it.
+    std::string_view query;
+    /// Of an absolute target its authority, else the header field.
+    std::string_view host;
+    std::string_view authorization;
+    std::string_view cookie;
+    std::string_view contentType;
+    std::string_view origin;
+    std::string_view fetchSite;
+    std::string_view body;
+    bool isHttp10 = false;
+    /// Whether the client wants to send further requests on the connection.
+    bool keepsConnection = true;
+    /// Whether the client waits for 100 (Continue) before it sends the body.
+    bool expectsContinue = false;
+};
+
+// For the values of header fields.
+
+/// Without regard to the case of ASCII letters.
+[[nodiscard]] bool AreEqual(std::string_view left, std::string_view right) noexcept;
+
+/// Without the spaces and tabs around it.
+[[nodiscard]] std::string_view Trim(std::string_view text) noexcept;
+
+/// What comes before the separator; `text` keeps what follows it.
+[[nodiscard]] std::string_view TakeUntil(std::string_view& text, char separator) noexcept;
+
+inline constexpr std::string_view jsonMediaType = "application/json; charset=utf-8";
+
+/// A response without the header fields that every response carries.
+struct HttpResponse
+{
+    unsigned status = 200;
+    /// Empty: the response has no body.
+    std::string_view mediaType = {};
+    std::string_view body = {};
+    /// Further header fields, each ended by CR LF.
+    std::string_view fields = {};
+};
+
+/// One request and its response. One thread at a time; a handler that defers the response hands the exchange from
+/// thread to thread.
+class IHttpExchange
+{
+public:
+    virtual ~IHttpExchange();
+
+    [[nodiscard]] virtual const HttpRequest& GetRequest() const noexcept = 0;
+
+    /// The IP address that the request came from, perhaps a proxy's. Empty when the client has disconnected.
+    [[nodiscard]] virtual BasicString GetClientAddress() const = 0;
+
+    /// Once per request. The views in `response` need only be valid during the call.
+    virtual void Send(const HttpResponse& response) = 0;
+
+    /// After `Send`, when the handler has returned `Deferred`: writes the response to the client. On a thread of the
+    /// event loop; the exchange must not be used afterwards.
+    virtual void Resume() = 0;
+};
+
+enum class Handling : uint8
+{
+    /// `Send` was called.
+    Completed,
+    /// The handler keeps the exchange; `Send` and `Resume` follow, perhaps already on another thread.
+    Deferred
+};
+
+/// Called on threads of the event loop, for several exchanges at the same time.
+using HttpHandler = std::function<Handling(const std::shared_ptr<IHttpExchange>&)>;
+
+} // namespace Oxa::Host::Http

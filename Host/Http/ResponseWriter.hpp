@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Host/Http/HttpExchange.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <array>
+#include <cstddef>
+#include <ctime>
+#include <string_view>
+
+namespace Oxa::Host::Http
+{
+
+/// The standard's short text; empty for a status that the host does not use.
+[[nodiscard]] std::string_view GetReasonPhrase(unsigned status) noexcept;
+
+/// Formats one connection's responses, each into the same buffer. Threads: one at a time.
+class ResponseWriter final
+{
+public:
+    /// Writes the whole response, header and body. The form depends on the request: HEAD has no body.
+    void Write(const HttpResponse& response, const HttpRequest& request, bool keepsConnection);
+
+    /// The bytes for the client. Valid until the next `Write` or `Clear`.
+    [[nodiscard]] std::string_view GetText() const noexcept
+    {
+        return text;
+    }
+
+    /// Releases the buffer when a response made it large.
+    void Clear();
+
+private:
+    [[nodiscard]] std::string_view GetDateField();
+
+    BasicString text;
+    /// The field Date, formatted once a second.
+    std::time_t dateSecond = 0;
+    std::size_t dateLength = 0;
+    std::array<char, 40> date;
+};
+
+} // namespace Oxa::Host::Http
