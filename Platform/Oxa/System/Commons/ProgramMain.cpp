@@ -65,8 +65,7 @@ int RunProgram(const char* programName, const std::function<int(AppDomain&)>& ru
     }
     catch (const XmlException& exception)
     {
-        const BasicString& position = exception.GetReadingPosition();
-        ReportFailure(programName, position + (position.empty() ? "" : ": ") + exception.what());
+        ReportFailure(programName, exception.GetMessageWithPosition());
         return configurationFaultStatus;
     }
     catch (const ConfigurationException& exception)

@@ -28,10 +28,7 @@ void XmlConfigDocument::Load(const BasicString& path)
     }
     catch (XmlException& exception)
     {
-        if (!exception.HasPositionInText())
-        {
-            exception.SetReadingPosition(Text::Format("{0}:{1}", reader.GetFileName(), reader.GetLineNumber()));
-        }
+        exception.AddReadingPosition(reader);
         throw;
     }
     reader.ReadToEnd();
