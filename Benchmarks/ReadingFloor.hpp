@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Benchmarks/RefreshValues.hpp"
-#include "Device/Sources/BoardTemperature.hpp"
+#include "Device/Sources/SensorSource.hpp"
 
 #include <fcntl.h>
 #include <sys/statvfs.h>

@@ -36,8 +36,8 @@ DiModuleLibrary::~DiModuleLibrary() = default;
 
 } // namespace Oxa::Services::Modules::Wbm::Di
 
-/// The way in. Every call returns the same object; only the first one looks at its argument, and when it throws, the
-/// next call tries again.
+/// The entry function. Every call returns the same object; only the first one looks at its argument, and when it
+/// throws, the next call tries again.
 extern "C" OXA_EXPORT Oxa::Services::Commons::Wbm::Modules::WbmModuleLibrary&
 CreateWbmModuleLibrary(Oxa::System::Commons::AppDomain& appDomain)
 {

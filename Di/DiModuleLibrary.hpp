@@ -5,7 +5,8 @@
 namespace Oxa::Services::Modules::Wbm::Di
 {
 
-/// What this shared object offers: the module "Di". There is one object; it lives until the shared object is unloaded.
+/// The content of this shared object: the module "Di". There is one object; it lives until the shared object is
+/// unloaded.
 class DiModuleLibrary final : public Services::Commons::Wbm::Modules::WbmModuleLibrary
 {
 public:

@@ -87,7 +87,7 @@ void DiWbmModule::ResetModule(IWbmModuleHandler& moduleHandler)
         moduleHandler.UnregisterPage(pageInfo.GetPageName());
         isPageRegistered = false;
     }
-    // Whether or not they were ever registered: the host takes no offence at a language that it does not know.
+    // Also those that were never registered: the host ignores a language that it does not know.
     for (const BasicString& language : settings.supportedLanguages)
     {
         moduleHandler.UnregisterSupportedLanguage(language);

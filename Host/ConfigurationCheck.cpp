@@ -2,7 +2,6 @@
 
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Modules/HostedModule.hpp"
-#include "Host/Modules/ModuleGate.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Host/StateFolder.hpp"
 #include "Host/Threads/EventLoop.hpp"
@@ -142,7 +141,7 @@ void CheckModules(CheckReport& report, System::Commons::AppDomain& appDomain, co
     for (const auto& each : configuration.modules)
     {
         report.SetPosition(each.position);
-        Modules::HostedModule module(each, std::make_shared<Modules::ModuleGate>(0, [] {}), registry, notifications);
+        Modules::HostedModule module(each, registry, notifications);
         try
         {
             // Other failures are logged.

@@ -1,7 +1,7 @@
 #include "Host/WbmHost.hpp"
 
 #include "Host/Audit/AuditLog.hpp"
-#include "Oxa/System/Commons/StartupMemory.hpp"
+#include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/Threading/EndSignals.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationService.hpp"
@@ -33,12 +33,6 @@ constexpr const char* notificationSource = "Host";
 
 } // namespace
 
-WbmHost::AuthorizationProvider::AuthorizationProvider(System::Um::UserManager& users)
-    : registration({}, {},
-                   {{AuthorizationServiceProxyFactory::GetInstance(), std::make_shared<AuthorizationService>(users)}})
-{
-}
-
 WbmHost::ServiceEndpoints::ServiceEndpoints(const std::vector<System::Rsc::RscEndpointConfiguration>& configurations)
 {
     ServiceManager::SetEndpoints(configurations);
@@ -57,21 +51,18 @@ void WbmHost::ServiceEndpoints::Reset()
 WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
                  System::Um::UserManager& users)
     : configuration(configuration),
-      authorizationProvider(users),
+      authorizationService(
+          {}, {}, {{AuthorizationServiceProxyFactory::GetInstance(), std::make_shared<AuthorizationService>(users)}}),
       components(appDomain),
       registry(loop, configuration),
       modules(appDomain, registry, loop, notifications, configuration.modules),
       serviceEndpoints(configuration.serviceEndpoints),
-      pageQuestions(std::make_shared<Http::RequestStrand>(loop, "the pages", configuration.maximumWaitingRequests,
-                                                          &Modules::FindServiceProblem)),
-      readinessQuestions(std::make_shared<Http::RequestStrand>(
-          loop, "the readiness", configuration.maximumWaitingRequests, &Modules::FindServiceProblem)),
       sessions(configuration.sessions, users, notifications, loop),
       sessionRoute(sessions, loop.GetContext()),
       dispatcher(registry, notifications),
-      pages(registry, *pageQuestions),
-      readiness(components, modules, registry, users, *readinessQuestions),
-      router({sessions, sessionRoute, dispatcher, pages, readiness}),
+      pages(registry),
+      readiness(components, modules, registry, users),
+      router(sessions, sessionRoute, dispatcher, pages, readiness),
       server(loop.GetContext(), configuration.http, [this](const auto& exchange) { return router.Handle(exchange); }),
       startTimer(loop.GetContext()),
       endSignal(loop.GetContext(), dup(EndSignals::GetDescriptor())),

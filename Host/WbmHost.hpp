@@ -1,16 +1,15 @@
 #pragma once
 
-#include "Host/ApiRouter.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Http/HttpServer.hpp"
-#include "Host/Http/RequestStrand.hpp"
 #include "Host/Modules/Dispatcher.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Host/Modules/ModuleSupervisor.hpp"
-#include "Host/Modules/PagesRoute.hpp"
+#include "Host/Routes/ApiRouter.hpp"
+#include "Host/Routes/PagesRoute.hpp"
+#include "Host/Routes/StatusRoutes.hpp"
 #include "Host/Sessions/SessionManager.hpp"
 #include "Host/Sessions/SessionRoute.hpp"
-#include "Host/Status/ReadinessRoute.hpp"
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
@@ -56,16 +55,6 @@ public:
     void Run(const std::function<void(uint16)>& ready);
 
 private:
-    /// Offers the users' permissions to the modules as long as it lives.
-    class AuthorizationProvider final
-    {
-    public:
-        explicit AuthorizationProvider(System::Um::UserManager& users);
-
-    private:
-        System::Rsc::RscRegistration registration;
-    };
-
     /// Tells this process where the services of others are, until `Reset` or the end of its life.
     class ServiceEndpoints final
     {
@@ -90,22 +79,20 @@ private:
 
     const Configuration::HostConfiguration& configuration;
     System::Nm::NotificationManager notifications;
-    AuthorizationProvider authorizationProvider;
+    /// Offers the users' permissions to the modules.
+    System::Rsc::RscRegistration authorizationService;
     System::Acf::ComponentManager components;
     Threads::EventLoop loop;
     Modules::ModuleRegistry registry;
     Modules::ModuleSupervisor modules;
     /// Goes before the modules: what calls other processes may need code of their libraries.
     ServiceEndpoints serviceEndpoints;
-    /// For questions of the host's own routes to modules and services: one that hangs holds up its own route only.
-    std::shared_ptr<Http::RequestStrand> pageQuestions;
-    std::shared_ptr<Http::RequestStrand> readinessQuestions;
     Sessions::SessionManager sessions;
     Sessions::SessionRoute sessionRoute;
     Modules::Dispatcher dispatcher;
-    Modules::PagesRoute pages;
-    Status::ReadinessRoute readiness;
-    ApiRouter router;
+    Routes::PagesRoute pages;
+    Routes::ReadinessRoute readiness;
+    Routes::ApiRouter router;
     Http::HttpServer server;
     boost::asio::steady_timer startTimer;
     boost::asio::posix::stream_descriptor endSignal;

@@ -4,7 +4,7 @@
 #include "Device/Identity/BootIdentity.hpp"
 #include "Device/Machine/MachineRoot.hpp"
 #include "Oxa/Device/Interface/Services/IdentityItemKeys.hpp"
-#include "Oxa/System/Acf/ComponentInfo.hpp"
+#include "Oxa/System/Acf/IComponent.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 
@@ -49,9 +49,8 @@ BasicString ReadText(const Items::ItemTable& items, const char* key)
 
 } // namespace
 
-LinuxComponent::LinuxComponent(System::Commons::AppDomain& appDomain, std::unique_ptr<Machine::IWaiter> samplingWaiter,
-                               std::unique_ptr<Machine::IWaiter> commandWaiter)
-    : appDomain(appDomain), samplingWaiter(std::move(samplingWaiter)), commandWaiter(std::move(commandWaiter))
+LinuxComponent::LinuxComponent(System::Commons::AppDomain& appDomain, std::unique_ptr<Machine::IWaiter> commandWaiter)
+    : appDomain(appDomain), commandWaiter(std::move(commandWaiter))
 {
 }
 
@@ -86,7 +85,7 @@ void LinuxComponent::Start()
     LogSources();
     if (const auto& loads = machine->TryGetCpuLoads())
     {
-        sampler = std::make_unique<Sources::CpuSampler>(loads, std::move(samplingWaiter));
+        sampler = std::make_unique<Sources::CpuSampler>(loads);
     }
     commands = MakeCommands();
     services = std::make_unique<Services::DeviceServices>(items, commands);
@@ -131,21 +130,22 @@ void LinuxComponent::Offer()
 void LinuxComponent::LogSources() const
 {
     std::vector<BasicString> simulated = NameSimulatedCommands(commandSettings);
-    std::vector<BasicString> simulatedAtTimes;
+    std::vector<BasicString> simulatedAsFallback;
     for (const Items::DeviceItem* item : items->GetItems())
     {
         Log(LogLevel::Debug, "{0}: {1}", item->GetKey(), item->GetSource().Describe());
-        if (item->GetSource().IsSimulated())
+        const Items::Simulation simulation = item->GetSource().GetSimulation();
+        if (simulation == Items::Simulation::Always)
         {
             simulated.push_back(item->GetKey());
         }
-        else if (item->GetSource().IsSimulatedAtTimes())
+        else if (simulation == Items::Simulation::AsFallback)
         {
-            simulatedAtTimes.push_back(item->GetKey());
+            simulatedAsFallback.push_back(item->GetKey());
         }
     }
     LogNames("Simulated on this machine", simulated);
-    LogNames("Simulated whenever this machine gives no value", simulatedAtTimes);
+    LogNames("Simulated whenever this machine gives no value", simulatedAsFallback);
 }
 
 void LinuxComponent::LogNames(const char* title, const std::vector<BasicString>& names) const

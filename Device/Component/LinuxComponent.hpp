@@ -6,7 +6,7 @@
 #include "Device/Items/ItemTable.hpp"
 #include "Device/Machine/IWaiter.hpp"
 #include "Device/Services/DeviceServices.hpp"
-#include "Device/Sources/CpuSampler.hpp"
+#include "Device/Sources/CpuLoads.hpp"
 #include "Oxa/System/Acf/IComponent.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 
@@ -29,10 +29,8 @@ class LinuxComponent final : public System::Acf::IComponent,
                              private System::Commons::Diagnostics::Logging::Loggable<LinuxComponent>
 {
 public:
-    /// The waiters give the sampling period and the commands their time. Requires: neither is null,
-    /// `appDomain` outlives `Setup`.
-    LinuxComponent(System::Commons::AppDomain& appDomain, std::unique_ptr<Machine::IWaiter> samplingWaiter,
-                   std::unique_ptr<Machine::IWaiter> commandWaiter);
+    /// Requires: `commandWaiter` is not null, `appDomain` outlives `Setup`.
+    LinuxComponent(System::Commons::AppDomain& appDomain, std::unique_ptr<Machine::IWaiter> commandWaiter);
     ~LinuxComponent() override;
 
     /// Reads the description and finds out what the machine has. Throws XmlException when there is no description or
@@ -53,7 +51,6 @@ private:
     void LogNames(const char* title, const std::vector<BasicString>& names) const;
 
     System::Commons::AppDomain& appDomain;
-    std::unique_ptr<Machine::IWaiter> samplingWaiter;
     std::unique_ptr<Machine::IWaiter> commandWaiter;
 
     std::unique_ptr<Description::DescribedMachine> machine;

@@ -10,13 +10,9 @@ namespace Oxa::Device::Linux::Component
 
 LinuxComponentLibrary::LinuxComponentLibrary(System::Commons::AppDomain& appDomain)
 {
-    GetModuleFactory().AddFactoryFunction("Linux",
-                                          [&appDomain]
-                                          {
-                                              return std::make_unique<LinuxComponent>(
-                                                  appDomain, std::make_unique<Machine::SteadyWaiter>(),
-                                                  std::make_unique<Machine::SteadyWaiter>());
-                                          });
+    GetModuleFactory().AddFactoryFunction(
+        "Linux", [&appDomain]
+        { return std::make_unique<LinuxComponent>(appDomain, std::make_unique<Machine::SteadyWaiter>()); });
 }
 
 LinuxComponentLibrary::~LinuxComponentLibrary() = default;

@@ -4,8 +4,8 @@
 #include "Device/Machine/KeptFile.hpp"
 #include "Device/Machine/MachineRoot.hpp"
 #include "Device/Sources/CpuLoads.hpp"
-#include "Device/Sources/MemoryProbe.hpp"
-#include "Device/Sources/PartitionProbe.hpp"
+#include "Device/Sources/MemorySource.hpp"
+#include "Device/Sources/PartitionSource.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <cstddef>

@@ -2,8 +2,8 @@
 
 #include "Device/Description/DeviceDescription.hpp"
 #include "Device/Machine/DeviceText.hpp"
-#include "Device/Sources/BoardTemperature.hpp"
 #include "Device/Sources/LedSource.hpp"
+#include "Device/Sources/SensorSource.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Xml/XmlWriter.hpp"
 

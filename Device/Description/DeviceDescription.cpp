@@ -2,7 +2,7 @@
 
 #include "Device/Description/ItemTypes.hpp"
 #include "Device/Description/SourceElements.hpp"
-#include "Device/Items/ItemTypeWords.hpp"
+#include "Device/Items/ItemConversion.hpp"
 #include "Oxa/System/Commons/Xml/MultiXmlConfigDocument.hpp"
 #include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 

@@ -1,6 +1,5 @@
 #include "Device/Description/SourceElements.hpp"
 #include "Device/Items/ItemConversion.hpp"
-#include "Device/Items/ItemTypeWords.hpp"
 #include "Device/Machine/DeviceText.hpp"
 #include "Device/Sources/SimulatedSource.hpp"
 

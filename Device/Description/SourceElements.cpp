@@ -1,24 +1,15 @@
 #include "Device/Description/SourceElements.hpp"
 
 #include "Device/Items/ItemConversion.hpp"
-#include "Device/Items/ItemTypeWords.hpp"
 #include "Device/Machine/DeviceText.hpp"
-#include "Device/Sources/AbsentSource.hpp"
-#include "Device/Sources/BoardTemperature.hpp"
-#include "Device/Sources/BootClockSource.hpp"
-#include "Device/Sources/ConstantSource.hpp"
-#include "Device/Sources/CpuCountSource.hpp"
-#include "Device/Sources/CpuLoadSource.hpp"
-#include "Device/Sources/DeviceTreeSource.hpp"
+#include "Device/Sources/CpuLoads.hpp"
+#include "Device/Sources/FallbackSource.hpp"
 #include "Device/Sources/FileSource.hpp"
-#include "Device/Sources/FirstSource.hpp"
 #include "Device/Sources/GpioSource.hpp"
 #include "Device/Sources/LedSource.hpp"
 #include "Device/Sources/MemorySource.hpp"
-#include "Device/Sources/OsReleaseSource.hpp"
 #include "Device/Sources/PartitionSource.hpp"
 #include "Device/Sources/SensorSource.hpp"
-#include "Device/Sources/UptimeFileSource.hpp"
 
 #include <fmt/format.h>
 
@@ -165,14 +156,12 @@ SourceMaker ReadAbsent(XmlElementReader& element, SourceContext&)
 
 SourceMaker ReadUptime(XmlElementReader&, SourceContext&)
 {
-    return [](DescribedMachine& machine, std::size_t) -> SourcePointer
-    {
-        if (machine.GetRoot().IsRunningMachine())
-        {
-            return std::make_unique<Sources::BootClockSource>();
-        }
-        return std::make_unique<Sources::UptimeFileSource>(machine.GetRoot().Resolve("/proc/uptime"));
-    };
+    // Whole seconds; the digits behind the point must be digits, too.
+    BasicString fault;
+    FileSource::Options options;
+    options.pattern = Sources::LinePattern::TryMake(R"(^([0-9]+)(?:\.[0-9]+)?(?: |$))", fault);
+    options.type = RscType::Uint64;
+    return MakeFile("/proc/uptime", std::move(options));
 }
 
 SourceMaker ReadCpuLoad(XmlElementReader& element, SourceContext& context)
@@ -382,7 +371,7 @@ SourceMaker ReadFirst(XmlElementReader& element, SourceContext& context)
             sources.push_back(make(machine, core));
         }
         return isChosenAtStart ? ChooseNow(std::move(sources), type)
-                               : std::make_unique<Sources::FirstSource>(std::move(sources), type);
+                               : std::make_unique<Sources::FallbackSource>(std::move(sources), type);
     };
 }
 

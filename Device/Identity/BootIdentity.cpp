@@ -4,7 +4,7 @@
 #include "Device/Items/IItemSource.hpp"
 #include "Device/Machine/DeviceText.hpp"
 #include "Device/Machine/KeptFile.hpp"
-#include "Device/Sources/ConstantSource.hpp"
+#include "Device/Sources/FallbackSource.hpp"
 #include "Oxa/Device/Interface/Services/IdentityItemKeys.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 

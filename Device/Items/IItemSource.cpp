@@ -1,18 +1,20 @@
 #include "Device/Items/IItemSource.hpp"
 
+#include "Oxa/System/Commons/Text.hpp"
+
 namespace Oxa::Device::Linux::Items
 {
 
-IItemSource::~IItemSource() = default;
-
-bool IItemSource::IsSimulated() const noexcept
+ItemReading ItemReading::OfText(std::string_view text)
 {
-    return false;
+    return {ItemValue(System::Commons::Text::Truncate(text, maximumTextBytes)), {}};
 }
 
-bool IItemSource::IsSimulatedAtTimes() const noexcept
+IItemSource::~IItemSource() = default;
+
+Simulation IItemSource::GetSimulation() const noexcept
 {
-    return false;
+    return Simulation::Never;
 }
 
 } // namespace Oxa::Device::Linux::Items

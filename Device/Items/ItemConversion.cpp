@@ -1,13 +1,71 @@
 #include "Device/Items/ItemConversion.hpp"
 
-#include "Device/Items/ItemTypeWords.hpp"
 #include "Device/Machine/DeviceText.hpp"
+#include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Rsc/RscType.hpp"
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <concepts>
 #include <limits>
+#include <utility>
+
+namespace Oxa::Device::Linux::Items
+{
+
+using Oxa::Device::Interface::Services::FormatItemValue;
+using System::Commons::Text::EscapeControlCharacters;
+using System::Rsc::RscType;
+
+namespace
+{
+
+constexpr std::array<std::pair<std::string_view, RscType>, 12> typeWords = {{
+    {"bool", RscType::Bool},
+    {"int8", RscType::Int8},
+    {"uint8", RscType::Uint8},
+    {"int16", RscType::Int16},
+    {"uint16", RscType::Uint16},
+    {"int32", RscType::Int32},
+    {"uint32", RscType::Uint32},
+    {"int64", RscType::Int64},
+    {"uint64", RscType::Uint64},
+    {"real32", RscType::Real32},
+    {"real64", RscType::Real64},
+    {"string", RscType::String},
+}};
+
+} // namespace
+
+std::optional<RscType> ParseItemType(std::string_view word) noexcept
+{
+    const auto* const found =
+        std::find_if(typeWords.begin(), typeWords.end(), [word](const auto& entry) { return entry.first == word; });
+    return found == typeWords.end() ? std::nullopt : std::optional(found->second);
+}
+
+BasicString GetItemTypeWord(RscType type)
+{
+    const auto* const found =
+        std::find_if(typeWords.begin(), typeWords.end(), [type](const auto& entry) { return entry.second == type; });
+    return found == typeWords.end() ? fmt::format("{}", type) : BasicString(found->first);
+}
+
+BasicString FormatItem(std::string_view key, const ItemValue& value)
+{
+    const BasicString name = EscapeControlCharacters(key);
+    if (value.GetType() == RscType::NotSet)
+    {
+        return name + " has no value";
+    }
+    return fmt::format("{} = {} ({})", name, EscapeControlCharacters(FormatItemValue(value)),
+                       GetItemTypeWord(value.GetType()));
+}
+
+} // namespace Oxa::Device::Linux::Items
 
 namespace Oxa::Device::Linux::Items::ItemConversion
 {
@@ -17,12 +75,37 @@ using System::Rsc::RscType;
 namespace
 {
 
-template <class T>
-long double Read(const ItemValue& value)
+/// Calls `use` with a zero of the number type, a bool included; not for other types.
+template <class Use>
+void VisitNumberType(RscType type, const Use& use)
 {
-    T number = {};
-    value.CopyTo(number);
-    return static_cast<long double>(number);
+    switch (type)
+    {
+    case RscType::Bool:
+        return use(false);
+    case RscType::Int8:
+        return use(int8());
+    case RscType::Uint8:
+        return use(uint8());
+    case RscType::Int16:
+        return use(int16());
+    case RscType::Uint16:
+        return use(uint16());
+    case RscType::Int32:
+        return use(int32());
+    case RscType::Uint32:
+        return use(uint32());
+    case RscType::Int64:
+        return use(int64());
+    case RscType::Uint64:
+        return use(uint64());
+    case RscType::Real32:
+        return use(float());
+    case RscType::Real64:
+        return use(double());
+    default:
+        return;
+    }
 }
 
 /// The bounds are powers of two, so that they are exact in every floating-point type.
@@ -42,16 +125,15 @@ bool IsInRange(long double number) noexcept
 template <class T>
 ItemReading Make(long double number)
 {
+    if constexpr (std::same_as<T, bool>)
+    {
+        return number == 0 || number == 1 ? ItemReading::Of(number == 1)
+                                          : ItemReading::Missing("a number is neither 0 nor 1, as a bool has to be");
+    }
     const long double exact = std::integral<T> ? std::round(number) : number;
     return IsInRange<T>(exact) ? ItemReading::Of(static_cast<T>(exact))
                                : ItemReading::Missing(fmt::format("a number is out of the range of {}",
                                                                   GetItemTypeWord(ItemValue(T()).GetType())));
-}
-
-ItemReading MakeBool(long double number)
-{
-    return number == 0 || number == 1 ? ItemReading::Of(number == 1)
-                                      : ItemReading::Missing("a number is neither 0 nor 1, as a bool has to be");
 }
 
 BasicString PrintNumber(long double number)
@@ -72,68 +154,29 @@ BasicString PrintNumber(long double number)
 
 std::optional<long double> GetNumber(const ItemValue& value)
 {
-    switch (value.GetType())
+    if (value.GetType() == RscType::String)
     {
-    case RscType::Bool:
-        return Read<bool>(value);
-    case RscType::Int8:
-        return Read<int8>(value);
-    case RscType::Uint8:
-        return Read<uint8>(value);
-    case RscType::Int16:
-        return Read<int16>(value);
-    case RscType::Uint16:
-        return Read<uint16>(value);
-    case RscType::Int32:
-        return Read<int32>(value);
-    case RscType::Uint32:
-        return Read<uint32>(value);
-    case RscType::Int64:
-        return Read<int64>(value);
-    case RscType::Uint64:
-        return Read<uint64>(value);
-    case RscType::Real32:
-        return Read<float>(value);
-    case RscType::Real64:
-        return Read<double>(value);
-    case RscType::String:
         return Machine::DeviceText::ParseReal(Machine::DeviceText::Trim(value.GetText()));
-    default:
-        return std::nullopt;
     }
+    std::optional<long double> result;
+    VisitNumberType(value.GetType(),
+                    [&value, &result](auto number)
+                    {
+                        value.CopyTo(number);
+                        result = static_cast<long double>(number);
+                    });
+    return result;
 }
 
 ItemReading FromNumber(long double number, RscType type)
 {
-    switch (type)
+    if (type == RscType::String)
     {
-    case RscType::Bool:
-        return MakeBool(number);
-    case RscType::Int8:
-        return Make<int8>(number);
-    case RscType::Uint8:
-        return Make<uint8>(number);
-    case RscType::Int16:
-        return Make<int16>(number);
-    case RscType::Uint16:
-        return Make<uint16>(number);
-    case RscType::Int32:
-        return Make<int32>(number);
-    case RscType::Uint32:
-        return Make<uint32>(number);
-    case RscType::Int64:
-        return Make<int64>(number);
-    case RscType::Uint64:
-        return Make<uint64>(number);
-    case RscType::Real32:
-        return Make<float>(number);
-    case RscType::Real64:
-        return Make<double>(number);
-    case RscType::String:
         return ItemReading::OfText(PrintNumber(number));
-    default:
-        return ItemReading::Missing(fmt::format("a number is no {}", GetItemTypeWord(type)));
     }
+    std::optional<ItemReading> result;
+    VisitNumberType(type, [number, &result](auto zero) { result = Make<decltype(zero)>(number); });
+    return result ? *result : ItemReading::Missing(fmt::format("a number is no {}", GetItemTypeWord(type)));
 }
 
 ItemReading FromText(std::string_view text, RscType type)

@@ -1,6 +1,9 @@
 #include "Device/Items/ItemTable.hpp"
 
+#include "Device/Items/ItemConversion.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
+#include "Oxa/System/Commons/Text.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -8,9 +11,56 @@
 namespace Oxa::Device::Linux::Items
 {
 
-ItemTable::ItemTable() = default;
+using System::Commons::MutexLock;
+using System::Commons::Diagnostics::Logging::LogLevel;
 
-ItemTable::~ItemTable() = default;
+namespace
+{
+
+// A device that gives a different wrong value at every read must not fill the log.
+constexpr std::size_t maximumLoggedCauses = 8;
+
+} // namespace
+
+DeviceItem::DeviceItem(BasicString key, std::unique_ptr<IItemSource> source, std::optional<System::Rsc::RscType> type)
+    : key(std::move(key)), source(std::move(source)), type(type)
+{
+}
+
+void DeviceItem::Read(const ReadPass& pass, ItemValue& value)
+{
+    const ItemReading reading = TryRead(pass);
+    value = reading.value;
+    if (!reading.HasValue() && IsNewCause(reading.cause))
+    {
+        Log(LogLevel::Warning, "the item '{0}' has no value: {1}", key,
+            System::Commons::Text::EscapeControlCharacters(reading.cause));
+    }
+}
+
+ItemReading DeviceItem::TryRead(const ReadPass& pass)
+{
+    try
+    {
+        return ItemConversion::ReadAs(type, *source, pass);
+    }
+    catch (...)
+    {
+        return ItemReading::Missing(System::Commons::DescribeCurrentException());
+    }
+}
+
+bool DeviceItem::IsNewCause(const BasicString& cause)
+{
+    const MutexLock lock(mutex);
+    if (loggedCauses.size() >= maximumLoggedCauses ||
+        std::find(loggedCauses.begin(), loggedCauses.end(), cause) != loggedCauses.end())
+    {
+        return false;
+    }
+    loggedCauses.push_back(cause);
+    return true;
+}
 
 void ItemTable::Add(const BasicString& key, std::unique_ptr<IItemSource> source,
                     std::optional<System::Rsc::RscType> type)

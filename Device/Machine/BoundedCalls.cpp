@@ -1,6 +1,7 @@
-// The lock guards the numbers of started and ended calls; they differ while a call is in progress. Who holds the lock
-// while they are equal may use what the owner keeps; a call's thread uses it without the lock while they differ. No
-// lock is held while a call runs, so no thread can wait for more than the condition, which always has a deadline.
+// The mutex guards the numbers of started and ended calls; they differ while a call is in progress. A thread that holds
+// the mutex while they are equal may use the owner's state; a call's thread uses it without the mutex while they
+// differ. No mutex is held while a call runs, so no thread can wait for more than the condition, which always has a
+// deadline.
 
 #include "Device/Machine/BoundedCalls.hpp"
 
@@ -29,7 +30,7 @@ namespace
 constexpr uint32 localTypes[] = {PROC_SUPER_MAGIC,      SYSFS_MAGIC,     TMPFS_MAGIC,       RAMFS_MAGIC,
                                  EXT4_SUPER_MAGIC,      XFS_SUPER_MAGIC, BTRFS_SUPER_MAGIC, F2FS_SUPER_MAGIC,
                                  OVERLAYFS_SUPER_MAGIC, SQUASHFS_MAGIC,  JFFS2_SUPER_MAGIC, MSDOS_SUPER_MAGIC,
-                                 EROFS_SUPER_MAGIC_V1,  0x24051905 /* UBIFS, which the header has not got */};
+                                 EROFS_SUPER_MAGIC_V1,  0x24051905 /* UBIFS, missing in the header */};
 
 /// The shared object that this code lies in, for the rest of the process.
 void KeepCodeLoaded() noexcept
@@ -42,16 +43,6 @@ void KeepCodeLoaded() noexcept
 }
 
 } // namespace
-
-struct BoundedCalls::Progress
-{
-    System::Commons::Mutex mutex;
-    System::Commons::ConditionVariable ended;
-    uint64 startedCount = 0;
-    uint64 endedCount = 0;
-    /// Of the last call.
-    SteadyTime start;
-};
 
 std::chrono::nanoseconds WaitBudget::GetLeft() const noexcept
 {
@@ -107,32 +98,35 @@ BoundedCalls::~BoundedCalls()
     thread.detach();
 }
 
-// The lock is handed from function to function, which the analysis cannot follow.
-BoundedCalls::Lock BoundedCalls::TryLock(WaitBudget& budget)
+System::Commons::Mutex& BoundedCalls::GetMutex() noexcept
 {
-    Lock lock = std::make_unique<MutexLock>(progress->mutex);
+    return progress->mutex;
+}
+
+bool BoundedCalls::AwaitIdle(WaitBudget& budget)
+{
     while (progress->endedCount != progress->startedCount)
     {
         if (!AwaitEnd(progress->startedCount, budget))
         {
-            return {};
+            return false;
         }
     }
-    return lock;
+    return true;
 }
 
-bool BoundedCalls::Run(const Lock& /*lock*/, std::function<void()> call, WaitBudget& budget)
+bool BoundedCalls::Run(std::function<void()> call, WaitBudget& budget)
 {
     if (thread.joinable())
     {
-        // It has ended its call, and needs no lock any more.
+        // It has ended its call, and needs the mutex no more.
         thread.join();
     }
     thread = std::thread(
         [progress = progress, call = std::move(call)]
         {
             call();
-            const MutexLock endLock(progress->mutex);
+            const MutexLock lock(progress->mutex);
             ++progress->endedCount;
             progress->ended.NotifyAll();
         });
@@ -140,7 +134,7 @@ bool BoundedCalls::Run(const Lock& /*lock*/, std::function<void()> call, WaitBud
     return AwaitEnd(++progress->startedCount, budget);
 }
 
-/// The same moment for all who wait for a call, however late they come; a budget can make it earlier.
+/// The deadline is the same for all who wait for a call, however late they come; a budget can make it earlier.
 bool BoundedCalls::AwaitEnd(uint64 number, WaitBudget& budget)
 {
     const SteadyTime now = ReadSteadyClock();

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Device/Machine/SteadyClock.hpp"
 #include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
@@ -8,21 +7,30 @@
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 namespace Oxa::Device::Linux::Machine
 {
+
+using SteadyTime = std::chrono::steady_clock::time_point;
+
+/// Returns the time that never jumps; tests pass one of their own. Safe from any thread, throws nothing.
+using SteadyClock = std::function<SteadyTime()>;
+
+[[nodiscard]] inline SteadyTime ReadSteadyClock() noexcept
+{
+    return std::chrono::steady_clock::now();
+}
 
 /// How long one read of one or several items may wait for calls that hang, all its waits taken together. Threads: one
 /// at a time.
 class WaitBudget final
 {
 public:
-    /// Long for a file of one value, short beside the deadline of a remote call, which other items share.
+    /// Long for a file of one value, short compared to the deadline of a remote call, which other items share.
     static constexpr std::chrono::milliseconds limit = std::chrono::milliseconds(1000);
 
-    /// What every call gets even when others have spent the budget, so that one that works is not given up.
+    /// What every call gets even when others have spent the budget, so that a call that works is not given up.
     static constexpr std::chrono::milliseconds minimum = std::chrono::milliseconds(20);
 
     [[nodiscard]] std::chrono::nanoseconds GetLeft() const noexcept;
@@ -34,22 +42,31 @@ private:
 
 /// Calls into the machine that may hang, such as the read of a file on a dead network mount: one at a time, each on a
 /// thread of its own, and no caller waits for one longer than `WaitBudget::limit`. While a call hangs, only its thread
-/// does: all others are told at once. Owned by the file or mount point that is asked, whose state its lock guards.
+/// does: all others are refused at once. Owned by the file or mount point that is read, whose state the mutex guards.
 /// Threads: safe from several threads.
 class BoundedCalls final
 {
-public:
-    /// Stands for a call that hangs where else an errno tells why there is no result.
-    static constexpr int hangs = -1;
+    /// Shared with the thread of a call that hangs.
+    struct Progress
+    {
+        System::Commons::Mutex mutex;
+        System::Commons::ConditionVariable ended;
+        uint64 startedCount OXA_GUARDED_BY(mutex) = 0;
+        uint64 endedCount OXA_GUARDED_BY(mutex) = 0;
+        /// Of the last call.
+        SteadyTime start OXA_GUARDED_BY(mutex);
+    };
 
-    using Lock = std::unique_ptr<System::Commons::MutexLock>;
+public:
+    /// Stands for a call that hangs where otherwise an errno tells why there is no result.
+    static constexpr int hangs = -1;
 
     /// Whether calls on a file system of this type, the low 32 bits of `statfs::f_type`, can hang for longer than a
     /// local disk takes.
     [[nodiscard]] static bool CanHang(uint32 fileSystemType) noexcept;
 
-    /// Opens a file of the root file system, which is there when anything is: that needs no thread. None, and EXDEV in
-    /// errno, when the path leads to another file system or that is unknown; any other errno is the file's.
+    /// Opens a file of the root file system, which always works without a thread. Not open, and EXDEV in errno, when
+    /// the path leads to another file system or that is unknown; any other errno is the file's.
     [[nodiscard]] static System::Commons::FileDescriptor OpenOnRootFileSystem(const BasicString& path,
                                                                               int flags) noexcept;
 
@@ -63,21 +80,24 @@ public:
     /// Waits for no call that hangs; the code that its thread returns to stays loaded then.
     ~BoundedCalls();
 
-    /// Owns the lock when no call is in progress, so that something that cannot hang may be done under it.
-    [[nodiscard]] Lock TryLock(WaitBudget& budget) OXA_NO_THREAD_SAFETY_ANALYSIS;
+    /// Guards what the owner keeps; a call in progress may use that as well, see `AwaitIdle`.
+    [[nodiscard]] System::Commons::Mutex& GetMutex() noexcept OXA_THREAD_ATTRIBUTE(lock_returned(progress->mutex));
 
-    /// False when the call lasts; it then goes on alone, and what it uses has to live as long. Either way `lock`, which
-    /// `TryLock` returned, is owned; the next call may have begun. Throws std::system_error when no thread can be made.
-    [[nodiscard]] bool Run(const Lock& lock, std::function<void()> call, WaitBudget& budget);
+    /// True when no call is in progress: until the mutex is released, what the owner keeps may be used. False when a
+    /// call hangs. Releases the mutex while it waits.
+    [[nodiscard]] bool AwaitIdle(WaitBudget& budget) OXA_REQUIRES(GetMutex());
+
+    /// False when the call lasts; it then goes on alone, and what it uses has to live as long. Releases the mutex while
+    /// it waits; the next call may have begun. Throws std::system_error when no thread can be made. Requires: no call
+    /// is in progress.
+    [[nodiscard]] bool Run(std::function<void()> call, WaitBudget& budget) OXA_REQUIRES(GetMutex());
 
 private:
-    struct Progress;
-
-    [[nodiscard]] bool AwaitEnd(uint64 number, WaitBudget& budget) OXA_NO_THREAD_SAFETY_ANALYSIS;
+    [[nodiscard]] bool AwaitEnd(uint64 number, WaitBudget& budget) OXA_REQUIRES(GetMutex());
 
     const std::shared_ptr<Progress> progress;
-    /// Of the last call; guarded by the lock.
-    std::thread thread;
+    /// Of the last call.
+    std::thread thread OXA_GUARDED_BY(GetMutex());
 };
 
 } // namespace Oxa::Device::Linux::Machine

@@ -1,7 +1,7 @@
 #include "Device/Machine/KeptFile.hpp"
 
-#include "Device/Machine/RetryPace.hpp"
 #include "Oxa/System/Commons/FileDescriptor.hpp"
+#include "Oxa/System/Commons/Threading/Backoff.hpp"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -19,6 +19,9 @@
 
 namespace Oxa::Device::Linux::Machine
 {
+
+using System::Commons::MutexLock;
+using System::Commons::Threading::Backoff;
 
 namespace
 {
@@ -41,7 +44,7 @@ KeptFile::Content ReadOnce(int descriptor, std::span<char> buffer) noexcept
 
 } // namespace
 
-/// The descriptor and what is known of it. Threads: one at a time.
+/// The descriptor and what is known about it. Threads: one at a time.
 class KeptFile::OpenedFile final
 {
 public:
@@ -58,13 +61,13 @@ public:
         return IsOpen() && isLocal;
     }
 
-    /// Whether a read has to open it, and has already failed to within the last second.
-    [[nodiscard]] bool IsToBeLeftAlone(SteadyTime now) const noexcept
+    /// Whether it could not be opened within the last second.
+    [[nodiscard]] bool IsPaused(SteadyTime now) const noexcept
     {
-        return !IsOpen() && !pace.IsDue(now);
+        return !IsOpen() && !opening.IsDue(now);
     }
 
-    /// Opens it if that can be done without a thread, or finds out that it cannot be opened; else false.
+    /// Opens it, or finds that it cannot be opened. False when that needs a thread.
     [[nodiscard]] bool TryOpenDirectly(SteadyTime now) noexcept
     {
         descriptor = BoundedCalls::OpenOnRootFileSystem(path, openingFlags);
@@ -72,7 +75,7 @@ public:
         {
             return false;
         }
-        static_cast<void>(pace.TryBegin(now));
+        opening.Delay(now);
         TakeOpened();
         return true;
     }
@@ -88,8 +91,8 @@ public:
             isReplaceable && WasReplaced() ? Content{{}, ENODEV} : ReadOnce(descriptor.Get(), buffer);
         if (content.error == 0)
         {
-            // Whatever comes next is a new failure, and tried again at once.
-            pace = RetryPace();
+            // The next failure is a new one: the file is reopened at once.
+            opening.Reset();
         }
         else if (reopening == Reopening::ByPath)
         {
@@ -102,10 +105,11 @@ public:
     [[nodiscard]] Content Read(std::span<char> buffer, SteadyTime now) noexcept
     {
         const Content content = ReadKept(buffer);
-        if (IsOpen() || !pace.TryBegin(now))
+        if (IsOpen() || !opening.IsDue(now))
         {
             return content;
         }
+        opening.Delay(now);
         descriptor = System::Commons::FileDescriptor(open(path.c_str(), openingFlags));
         TakeOpened();
         return ReadKept(buffer);
@@ -136,9 +140,10 @@ private:
 
     const BasicString path;
     const Reopening reopening;
-    RetryPace pace;
+    /// Of the attempts to open it.
+    Backoff opening{std::chrono::seconds(1), std::chrono::seconds(1)};
     System::Commons::FileDescriptor descriptor;
-    /// Why it is not open.
+    /// The errno of the failure, while it is not open.
     int openingError = 0;
     bool isReplaceable = false;
     bool isLocal = false;
@@ -156,29 +161,21 @@ KeptFile::~KeptFile() = default;
 
 KeptFile::Content KeptFile::Read(std::span<char> buffer, WaitBudget& budget) noexcept
 {
-    constexpr Content hanging = {{}, BoundedCalls::hangs};
-    {
-        const auto lock = calls.TryLock(budget);
-        if (!lock)
-        {
-            return hanging;
-        }
-        if (file->IsLocal())
-        {
-            const Content content = file->ReadKept(buffer);
-            if (file->IsOpen())
-            {
-                return content;
-            }
-        }
-    }
     const SteadyTime now = clock();
-    auto lock = calls.TryLock(budget);
-    if (!lock)
+    const MutexLock lock(calls.GetMutex());
+    if (!calls.AwaitIdle(budget))
     {
-        return hanging;
+        return {{}, BoundedCalls::hangs};
     }
-    if (isKernelPath || file->IsToBeLeftAlone(now))
+    if (file->IsLocal())
+    {
+        const Content content = file->ReadKept(buffer);
+        if (file->IsOpen())
+        {
+            return content;
+        }
+    }
+    if (isKernelPath || file->IsPaused(now))
     {
         return file->Read(buffer, now);
     }
@@ -188,7 +185,7 @@ KeptFile::Content KeptFile::Read(std::span<char> buffer, WaitBudget& budget) noe
     }
     try
     {
-        return ReadOnThread(lock, buffer, budget, now);
+        return ReadOnThread(buffer, budget, now);
     }
     catch (const std::exception&)
     {
@@ -215,8 +212,7 @@ BasicString KeptFile::DescribeError(int error) const
                : fmt::format("cannot read '{}': {}", path, std::generic_category().message(error));
 }
 
-KeptFile::Content KeptFile::ReadOnThread(BoundedCalls::Lock& lock, std::span<char> buffer, WaitBudget& budget,
-                                         SteadyTime now)
+KeptFile::Content KeptFile::ReadOnThread(std::span<char> buffer, WaitBudget& budget, SteadyTime now)
 {
     // Both outlive this function when the read hangs.
     struct Copy
@@ -227,8 +223,8 @@ KeptFile::Content KeptFile::ReadOnThread(BoundedCalls::Lock& lock, std::span<cha
 
     const auto copy = std::make_shared<Copy>();
     copy->buffer.resize(buffer.size());
-    const bool hasEnded = calls.Run(
-        lock, [copy, file = file, now] { copy->content = file->Read(copy->buffer, now); }, budget);
+    const bool hasEnded =
+        calls.Run([copy, file = file, now] { copy->content = file->Read(copy->buffer, now); }, budget);
     if (!hasEnded)
     {
         return {{}, BoundedCalls::hangs};

@@ -2,7 +2,6 @@
 
 #include "Device/Machine/BoundedCalls.hpp"
 #include "Device/Machine/DeviceText.hpp"
-#include "Device/Machine/SteadyClock.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <array>
@@ -16,15 +15,15 @@
 namespace Oxa::Device::Linux::Machine
 {
 
-/// A file of the machine that is opened once and then read from its start again and again. It is opened anew when it
-/// was replaced by another file, or when reading fails as it does after a device was taken away and brought back; one
-/// that fails then as well, or is not there, at most once a second, and what it failed with is the answer in between.
-/// A file that is neither the kernel's nor on a local disk is read on another thread, because that may hang.
-/// Threads: safe from several threads; one reads at a time.
+/// A file of the machine that is opened once and then read from its start again and again. It is reopened when it was
+/// replaced by another file, or when reading fails, as after a device was removed and added again. A file that cannot
+/// be opened is tried once a second; reads in between report the last error. A file that is neither the kernel's nor on
+/// a local disk is read on another thread, because that may hang. Threads: safe from several threads; one reads at a
+/// time.
 class KeptFile final
 {
 public:
-    /// As much as any file of one value needs; what lies behind is never looked at.
+    /// As much as any file of one value needs; the rest of a file is ignored.
     static constexpr std::size_t pageBytes = 4096;
 
     /// The text of a read, or the errno of its failure; `BoundedCalls::hangs` for a read that lasts.
@@ -34,7 +33,7 @@ public:
         int error = 0;
     };
 
-    /// What becomes of a file that was open and then fails.
+    /// What happens to a file that was open and then fails.
     enum class Reopening
     {
         ByPath,
@@ -79,15 +78,15 @@ public:
 private:
     class OpenedFile;
 
-    [[nodiscard]] Content ReadOnThread(BoundedCalls::Lock& lock, std::span<char> buffer, WaitBudget& budget,
-                                       SteadyTime now);
+    [[nodiscard]] Content ReadOnThread(std::span<char> buffer, WaitBudget& budget, SteadyTime now)
+        OXA_REQUIRES(calls.GetMutex());
 
     const BasicString path;
     const bool isKernelPath;
     const SteadyClock clock;
     BoundedCalls calls;
-    /// Guarded by the lock of the calls. Shared with the thread of a call that hangs.
-    const std::shared_ptr<OpenedFile> file;
+    /// Shared with the thread of a call that hangs.
+    const std::shared_ptr<OpenedFile> file OXA_GUARDED_BY(calls.GetMutex());
 };
 
 } // namespace Oxa::Device::Linux::Machine

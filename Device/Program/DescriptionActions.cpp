@@ -3,7 +3,7 @@
 #include "Device/Description/DescriptionWriter.hpp"
 #include "Device/Description/DeviceDescription.hpp"
 #include "Device/Identity/BootIdentity.hpp"
-#include "Device/Items/ItemText.hpp"
+#include "Device/Items/ItemConversion.hpp"
 #include "Device/Machine/MachineRoot.hpp"
 #include "Device/Program/DeviceServer.hpp"
 #include "Oxa/System/Commons/Exception.hpp"

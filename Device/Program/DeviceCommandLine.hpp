@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Oxa/System/Commons/ProgramMain.hpp"
-#include "Oxa/System/Commons/ProgramVariables.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <vector>

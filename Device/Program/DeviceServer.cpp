@@ -1,11 +1,9 @@
 #include "Device/Program/DeviceServer.hpp"
 
-#include "Oxa/System/Acf/ComponentConfigurationReader.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
-#include "Oxa/System/Commons/StartupMemory.hpp"
 #include "Oxa/System/Commons/Threading/EndSignals.hpp"
 #include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 #include "Oxa/System/Rsc/RscServer.hpp"

@@ -4,6 +4,7 @@
 #include "Device/Machine/DeviceText.hpp"
 
 #include <fmt/format.h>
+#include <re2/re2.h>
 
 #include <array>
 #include <span>
@@ -11,6 +12,70 @@
 
 namespace Oxa::Device::Linux::Sources
 {
+
+namespace
+{
+
+// For the expression and what the search remembers of it; the library does without remembering when it is used up.
+constexpr int64_t maximumMemoryBytes = 256 * 1024;
+
+re2::RE2::Options MakeOptions()
+{
+    re2::RE2::Options options;
+    options.set_max_mem(maximumMemoryBytes);
+    options.set_log_errors(false);
+    // What a device says may be no UTF-8.
+    options.set_encoding(re2::RE2::Options::EncodingLatin1);
+    return options;
+}
+
+} // namespace
+
+std::shared_ptr<const LinePattern> LinePattern::TryMake(const BasicString& expression, BasicString& fault)
+{
+    if (expression.size() > maximumBytes)
+    {
+        fault = fmt::format("at most {} bytes", maximumBytes);
+        return nullptr;
+    }
+    auto compiled = std::make_unique<const re2::RE2>(expression, MakeOptions());
+    if (!compiled->ok())
+    {
+        fault = compiled->error();
+        return nullptr;
+    }
+    if (compiled->NumberOfCapturingGroups() != 1)
+    {
+        fault = "exactly one group";
+        return nullptr;
+    }
+    return std::shared_ptr<const LinePattern>(new LinePattern(std::move(compiled)));
+}
+
+LinePattern::LinePattern(std::unique_ptr<const re2::RE2> expression) : expression(std::move(expression)) {}
+
+LinePattern::~LinePattern() = default;
+
+std::optional<std::string_view> LinePattern::Find(std::string_view text) const
+{
+    while (!text.empty())
+    {
+        std::string_view line = Machine::DeviceText::TakeUntil(text, '\n');
+        if (line.ends_with('\r'))
+        {
+            line.remove_suffix(1);
+        }
+        // The whole match, and the group, which has no address when it takes no part in the match.
+        std::array<re2::StringPiece, 2> matches;
+        const bool isMatch = expression->Match({line.data(), line.size()}, 0, line.size(), re2::RE2::UNANCHORED,
+                                               matches.data(), static_cast<int>(matches.size()));
+        if (isMatch && matches[1].data() != nullptr)
+        {
+            return std::string_view(matches[1].data(), matches[1].size());
+        }
+    }
+    return std::nullopt;
+}
 
 namespace
 {
@@ -39,8 +104,6 @@ FileSource::FileSource(std::shared_ptr<Machine::KeptFile> file, Options options)
       readBytes(GetReadBytes(this->options))
 {
 }
-
-FileSource::~FileSource() = default;
 
 Items::ItemReading FileSource::Read(const Items::ReadPass& pass)
 {
@@ -107,6 +170,147 @@ Items::ItemReading FileSource::MakeValue(std::string_view text) const
     const auto number = Machine::DeviceText::ParseReal(text);
     return number ? Items::ItemConversion::FromNumber(*number * options.scale + options.offset, options.type)
                   : Items::ItemReading::Missing("a text is no number");
+}
+
+namespace
+{
+
+constexpr std::size_t cellBytes = 4;
+
+} // namespace
+
+DeviceTreeSource::DeviceTreeSource(std::shared_ptr<Machine::KeptFile> file, Options options)
+    : file(std::move(file)), options(options)
+{
+}
+
+Items::ItemReading DeviceTreeSource::Read(const Items::ReadPass& pass)
+{
+    std::array<char, Machine::KeptFile::pageBytes> buffer;
+    const Machine::KeptFile::Content content = file->Read(buffer, pass.GetWaitBudget());
+    if (content.error != 0)
+    {
+        return Items::ItemReading::Missing(file->DescribeError(content.error));
+    }
+    return options.cells == 0 ? ReadText(content.text) : ReadNumber(content.text);
+}
+
+BasicString DeviceTreeSource::Describe() const
+{
+    return "device tree property " + file->GetPath();
+}
+
+Items::ItemReading DeviceTreeSource::ReadText(std::string_view content) const
+{
+    for (std::size_t index = 0; index < options.index; ++index)
+    {
+        static_cast<void>(Machine::DeviceText::TakeUntil(content, '\0'));
+    }
+    const std::string_view text = Machine::DeviceText::Trim(content);
+    return Machine::DeviceText::IsPlaceholder(text)
+               ? Items::ItemReading::Missing(fmt::format("'{}' has no text number {}", file->GetPath(), options.index))
+               : Items::ItemReading::OfText(text);
+}
+
+Items::ItemReading DeviceTreeSource::ReadNumber(std::string_view content) const
+{
+    const std::size_t numberBytes = options.cells * cellBytes;
+    const std::size_t start = options.index * numberBytes;
+    if (content.size() < start + numberBytes)
+    {
+        return Items::ItemReading::Missing(fmt::format("'{}' has no number {}", file->GetPath(), options.index));
+    }
+    uint64 number = 0;
+    for (const char byte : content.substr(start, numberBytes))
+    {
+        number = number << 8U | static_cast<unsigned char>(byte);
+    }
+    return options.cells == 1 ? Items::ItemReading::Of(static_cast<uint32>(number)) : Items::ItemReading::Of(number);
+}
+
+namespace
+{
+
+BasicString Unquote(std::string_view text)
+{
+    const char quote = text.empty() ? '\0' : text.front();
+    if (text.size() < 2 || (quote != '"' && quote != '\'') || text.back() != quote)
+    {
+        return BasicString(text);
+    }
+    text = text.substr(1, text.size() - 2);
+    BasicString plain;
+    for (std::size_t index = 0; index < text.size(); ++index)
+    {
+        const bool isEscape = quote == '"' && text[index] == '\\' && index + 1 < text.size();
+        plain += text[isEscape ? ++index : index];
+    }
+    return plain;
+}
+
+BasicString FindField(std::string_view text, std::string_view field)
+{
+    BasicString value;
+    while (!text.empty())
+    {
+        std::string_view line = Machine::DeviceText::TakeUntil(text, '\n');
+        if (Machine::DeviceText::Trim(Machine::DeviceText::TakeUntil(line, '=')) == field)
+        {
+            value = Unquote(Machine::DeviceText::Trim(line));
+        }
+    }
+    return value;
+}
+
+} // namespace
+
+OsReleaseSource::OsReleaseSource(std::vector<std::shared_ptr<Machine::KeptFile>> files, std::vector<BasicString> fields)
+    : files(std::move(files)), fields(std::move(fields))
+{
+}
+
+Items::ItemReading OsReleaseSource::Read(const Items::ReadPass& pass)
+{
+    BasicString causes;
+    for (const auto& file : files)
+    {
+        Items::ItemReading reading = ReadFrom(*file, pass);
+        if (reading.HasValue())
+        {
+            return reading;
+        }
+        causes += (causes.empty() ? "" : "; ") + reading.cause;
+    }
+    return Items::ItemReading::Missing(std::move(causes));
+}
+
+BasicString OsReleaseSource::Describe() const
+{
+    return fmt::format("field {} of {}", fmt::join(fields, " or "), files.front()->GetPath());
+}
+
+Items::ItemReading OsReleaseSource::ReadFrom(Machine::KeptFile& file, const Items::ReadPass& pass) const
+{
+    std::array<char, Machine::KeptFile::pageBytes> buffer;
+    const Machine::KeptFile::Content content = file.Read(buffer, pass.GetWaitBudget());
+    if (content.error != 0)
+    {
+        return Items::ItemReading::Missing(file.DescribeError(content.error));
+    }
+    std::string_view text = content.text;
+    if (text.size() == buffer.size())
+    {
+        // The rest of the last line is missing.
+        text = text.substr(0, text.rfind('\n') + 1);
+    }
+    for (const BasicString& field : fields)
+    {
+        if (const BasicString value = FindField(text, field); !value.empty())
+        {
+            return Items::ItemReading::OfText(value);
+        }
+    }
+    return Items::ItemReading::Missing(fmt::format("'{}' has no field {}", file.GetPath(), fmt::join(fields, " or ")));
 }
 
 } // namespace Oxa::Device::Linux::Sources

@@ -1,19 +1,18 @@
 #pragma once
 
 #include "Device/Items/IItemSource.hpp"
-#include "Device/Machine/RetryPace.hpp"
-#include "Device/Machine/SteadyClock.hpp"
-#include "Device/Sources/GpioLine.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
+#include "Oxa/System/Commons/Threading/Backoff.hpp"
 
+#include <chrono>
 #include <memory>
 
 namespace Oxa::Device::Linux::Sources
 {
 
 /// The state of a GPIO line of the running machine, for instance of a run/stop switch: a bool, or a text for each of
-/// the two states. The line is requested as an input at the first read and then kept; when that or a read fails, it is
-/// requested anew, at most once a second.
+/// the two states. The line is requested as an input at the first read and then kept; after a failure it is requested
+/// again, at most once a second.
 /// Threads: safe from several threads; one reads at a time.
 class GpioSource final : public Items::IItemSource
 {
@@ -37,19 +36,23 @@ public:
     [[nodiscard]] BasicString Describe() const override;
 
 private:
-    [[nodiscard]] Items::ItemReading ReadRequested();
+    /// A line that is requested; released with the object.
+    class Request;
+
     [[nodiscard]] Items::ItemReading MakeReading(bool isActive) const;
-    /// Gives the line back. `action`: what did not work; errno says why.
-    void Fail(const char* action);
+    /// Releases the line. `action`: what failed; errno tells the cause.
+    [[nodiscard]] Items::ItemReading Fail(const char* action) OXA_REQUIRES(mutex);
 
     const Line line;
     const Machine::SteadyClock clock;
     System::Commons::Mutex mutex;
-    Machine::RetryPace pace;
-    /// Null when it is not requested.
-    std::unique_ptr<GpioLine> requestedLine;
-    /// Why it is not.
-    BasicString cause = "not requested yet";
+    /// Of the requests.
+    System::Commons::Threading::Backoff requesting OXA_GUARDED_BY(mutex){std::chrono::seconds(1),
+                                                                         std::chrono::seconds(1)};
+    /// Null when the line is not requested.
+    std::unique_ptr<Request> request OXA_GUARDED_BY(mutex);
+    /// Why the line is not requested.
+    BasicString cause OXA_GUARDED_BY(mutex) = "not requested yet";
 };
 
 } // namespace Oxa::Device::Linux::Sources

@@ -40,8 +40,6 @@ LedSource::LedSource(const BasicString& folder, std::optional<LedColour> colour)
 {
 }
 
-LedSource::~LedSource() = default;
-
 LedColour LedSource::GetColourOfName(std::string_view name) noexcept
 {
     while (!name.empty())

@@ -2,13 +2,38 @@
 
 #include "Device/Items/IItemSource.hpp"
 #include "Device/Machine/KeptFile.hpp"
-#include "Device/Sources/LedStatus.hpp"
+#include "Oxa/System/Commons/Types.hpp"
 
 #include <optional>
 #include <string_view>
 
 namespace Oxa::Device::Linux::Sources
 {
+
+/// The low 16 bits of a LED's status word.
+enum class LedState : uint16
+{
+    Off = 0,
+    On = 1,
+    SlowBlinking = 2,
+    FastBlinking = 3
+};
+
+/// The high 16 bits of a LED's status word.
+enum class LedColour : uint16
+{
+    Unknown = 0,
+    Green = 1,
+    Yellow = 2,
+    Red = 3,
+    Blue = 4,
+    White = 5
+};
+
+[[nodiscard]] constexpr uint32 MakeLedWord(LedState state, LedColour colour) noexcept
+{
+    return static_cast<uint32>(colour) << 16U | static_cast<uint32>(state);
+}
 
 /// The status word of a LED that the kernel drives. It blinks by its triggers "timer" (period below 500 ms: fast),
 /// "heartbeat" and "pattern" (slow); by any other, and without one, it is on when its brightness is above 0.
@@ -19,7 +44,6 @@ public:
     /// `folder`: of the class device, for instance "/sys/class/leds/board:green:run". Without a colour, that of the
     /// name.
     explicit LedSource(const BasicString& folder, std::optional<LedColour> colour = std::nullopt);
-    ~LedSource() override;
 
     /// The first of the name's parts, which ':' separates, that is a colour; amber and orange count as yellow.
     [[nodiscard]] static LedColour GetColourOfName(std::string_view name) noexcept;

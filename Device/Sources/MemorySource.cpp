@@ -1,47 +1,113 @@
 #include "Device/Sources/MemorySource.hpp"
 
+#include "Device/Machine/DeviceText.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <string_view>
 #include <utility>
 
 namespace Oxa::Device::Linux::Sources
 {
+
+using Items::ItemReading;
+using System::Commons::MutexLock;
 
 namespace
 {
 
 constexpr uint64 kibibyte = 1024;
 
-} // namespace
+// MemTotal and MemAvailable are the first and the third line.
+constexpr std::size_t firstLinesBytes = 256;
 
-MemorySource::MemorySource(std::shared_ptr<MemoryProbe> probe, Figure figure) : probe(std::move(probe)), figure(figure)
+struct MemorySizes
 {
+    std::optional<uint64> total;
+    std::optional<uint64> available;
+};
+
+/// "   16314236 kB"
+std::optional<uint64> ParseKibibytes(std::string_view text) noexcept
+{
+    const auto number = Machine::DeviceText::ParseNumber<uint64>(Machine::DeviceText::TakeWord(text));
+    return Machine::DeviceText::Trim(text) == "kB" ? number : std::nullopt;
 }
 
-MemorySource::~MemorySource() = default;
-
-Items::ItemReading MemorySource::Read(const Items::ReadPass& pass)
+MemorySizes ParseSizes(std::string_view text) noexcept
 {
-    const MemoryUsage usage = probe->GetUsage(pass);
-    if (usage.totalKibibytes == 0)
+    MemorySizes sizes;
+    while (!text.empty() && !(sizes.total && sizes.available))
     {
-        return Items::ItemReading::Missing(probe->DescribeError(usage));
+        std::string_view line = Machine::DeviceText::TakeUntil(text, '\n');
+        const std::string_view name = Machine::DeviceText::TakeUntil(line, ':');
+        if (name == "MemTotal")
+        {
+            sizes.total = ParseKibibytes(line);
+        }
+        else if (name == "MemAvailable")
+        {
+            sizes.available = ParseKibibytes(line);
+        }
+    }
+    return sizes;
+}
+
+} // namespace
+
+MemoryProbe::MemoryProbe(BasicString path) : file(std::move(path)) {}
+
+ItemReading MemoryProbe::Read(Figure figure, const Items::ReadPass& pass)
+{
+    const Usage current = GetUsage(pass);
+    if (current.totalKibibytes == 0)
+    {
+        return ItemReading::Missing(current.error != 0
+                                        ? file.DescribeError(current.error)
+                                        : fmt::format("'{}' has no MemTotal and MemAvailable", file.GetPath()));
     }
     switch (figure)
     {
     case Figure::Total:
-        return Items::ItemReading::Of(usage.totalKibibytes * kibibyte);
+        return ItemReading::Of(current.totalKibibytes * kibibyte);
     case Figure::Usage:
-        return Items::ItemReading::Of(usage.usedKibibytes * kibibyte);
+        return ItemReading::Of(current.usedKibibytes * kibibyte);
     case Figure::UsagePercent:
         break;
     }
-    const double share = static_cast<double>(usage.usedKibibytes) / static_cast<double>(usage.totalKibibytes);
-    return Items::ItemReading::Of(static_cast<uint8>(std::lround(100.0 * share)));
+    const double share = static_cast<double>(current.usedKibibytes) / static_cast<double>(current.totalKibibytes);
+    return ItemReading::Of(static_cast<uint8>(std::lround(100.0 * share)));
 }
 
-BasicString MemorySource::Describe() const
+BasicString MemoryProbe::Describe(Figure /*figure*/) const
 {
-    return "file " + probe->GetPath();
+    return "file " + file.GetPath();
+}
+
+MemoryProbe::Usage MemoryProbe::GetUsage(const Items::ReadPass& pass)
+{
+    const MutexLock lock(mutex);
+    if (lastPass != pass)
+    {
+        usage = Measure();
+        lastPass = pass;
+    }
+    return usage;
+}
+
+MemoryProbe::Usage MemoryProbe::Measure() noexcept
+{
+    std::array<char, firstLinesBytes> buffer;
+    const Machine::KeptFile::Content content = file.Read(buffer);
+    const MemorySizes sizes = ParseSizes(content.text);
+    if (content.error != 0 || !sizes.available || sizes.total.value_or(0) == 0)
+    {
+        return {0, 0, content.error};
+    }
+    return {*sizes.total, *sizes.total - std::min(*sizes.available, *sizes.total), 0};
 }
 
 } // namespace Oxa::Device::Linux::Sources

@@ -1,6 +1,5 @@
 #include "Di/Internal/DiControlHandler.hpp"
 
-#include "Di/Internal/DeviceControlObject.hpp"
 #include "Di/Internal/ResponseEnvelope.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
@@ -30,8 +29,6 @@ DiControlHandler::DiControlHandler()
     RegisterHandlerDelegate(resetControllerToFactoryDefaultRequest,
                             HandlerDelegate::Bind(*this, &DiControlHandler::ResetControllerToFactoryDefault));
 }
-
-DiControlHandler::~DiControlHandler() = default;
 
 bool DiControlHandler::IsAvailable() const
 {

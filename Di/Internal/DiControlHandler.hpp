@@ -6,21 +6,20 @@
 namespace Oxa::Services::Modules::Wbm::Di::Internal
 {
 
-/// Answers the requests that change the controller's state. Keeps no state between requests.
+/// Handles the requests that change the controller's state. Keeps no state between requests.
 /// Threads: as `DiWbmHandlerBase`. What the platform's services throw is passed on.
 class DiControlHandler final : public DiWbmHandlerBase,
                                private System::Commons::Diagnostics::Logging::Loggable<DiControlHandler, false, false>
 {
 public:
     DiControlHandler();
-    ~DiControlHandler() override;
 
     [[nodiscard]] bool IsAvailable() const override;
     [[nodiscard]] bool HasPermissions(const System::Um::SecurityToken& token) const override;
 
     void SubscribeServices();
 
-    /// Always answers true: the page only learns that the restart was requested.
+    /// The response is always true: it only confirms that the restart was requested.
     [[nodiscard]] Services::Commons::Wbm::WbmResponse
     RestartController(const Services::Commons::Wbm::WbmRequest& request) const;
 

@@ -7,7 +7,6 @@
 #include "Di/Internal/Data/GeneralData.hpp"
 #include "Di/Internal/Data/StatusIndicators.hpp"
 #include "Di/Internal/Data/Utilization.hpp"
-#include "Di/Internal/DeviceControlObject.hpp"
 #include "Di/Internal/ResponseEnvelope.hpp"
 #include "Oxa/System/Rsc/RscString.hpp"
 #include "Oxa/System/Rsc/RscVariant.hpp"
@@ -72,8 +71,6 @@ DiHandler::DiHandler(Settings::DiSettings& settings) : settings(settings)
     RegisterHandlerDelegate(isRunStopSwitchInRunRequest,
                             HandlerDelegate::Bind(*this, &DiHandler::IsRunStopSwitchInRun));
 }
-
-DiHandler::~DiHandler() = default;
 
 bool DiHandler::IsAvailable() const
 {

@@ -16,7 +16,7 @@ namespace Settings
 class DiSettings;
 }
 
-/// Answers the data requests and stands behind the page. Owns the five data sections for its whole life.
+/// Handles the data requests and the page. Owns the five data sections for its whole life.
 /// Threads: the sections are shared by all requests and not locked; the host never has two requests in progress at the
 /// same time. What services and sections throw is passed on. Requires of requests: the handler is available.
 class DiHandler final : public Services::Commons::Wbm::Modules::WbmPageHandlerBase,
@@ -26,7 +26,6 @@ class DiHandler final : public Services::Commons::Wbm::Modules::WbmPageHandlerBa
 public:
     /// `settings` are borrowed, and need not have been read yet. Calls no service.
     explicit DiHandler(Settings::DiSettings& settings);
-    ~DiHandler() override;
 
     [[nodiscard]] bool IsAvailable() const override;
 
@@ -48,7 +47,7 @@ public:
     [[nodiscard]] bool ValidateDataSectionName(const BasicString& name);
     [[nodiscard]] bool ValidateDataSectionsList(const std::vector<BasicString>& names);
 
-    /// Null when there is none of that name, byte for byte. Owned by the handler.
+    /// Null for an unknown name; names are compared byte for byte. Owned by the handler.
     [[nodiscard]] Data::DataSection* GetDeviceDataSection(const BasicString& name);
 
     /// In the order of the names, repeated ones repeatedly, unknown ones left out.

@@ -1,13 +1,11 @@
 #include "Di/Internal/DiWbmHandlerBase.hpp"
 
-#include "Di/Internal/ServiceSubscription.hpp"
 #include "Oxa/Device/Interface/Services/DeviceControlServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceInfoServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/RtcServiceProxyFactory.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Rsc/RscString.hpp"
-#include "Oxa/System/Um/Permissions.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationServiceProxyFactory.hpp"
 
 namespace Oxa::Services::Modules::Wbm::Di::Internal

@@ -1,6 +1,5 @@
 #include "Host/Configuration/HostConfiguration.hpp"
 
-#include "Oxa/System/Acf/ComponentConfigurationReader.hpp"
 #include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 
 #include <boost/asio/ip/address.hpp>

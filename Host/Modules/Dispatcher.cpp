@@ -1,8 +1,6 @@
 #include "Host/Modules/Dispatcher.hpp"
 
-#include "Host/Http/HttpExchange.hpp"
 #include "Host/Http/Problem.hpp"
-#include "Host/Modules/ModuleGate.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
 #include "Oxa/System/Commons/Json/JsonReader.hpp"
@@ -19,7 +17,6 @@ namespace Oxa::Host::Modules
 
 using Http::Handling;
 using Http::HttpMethod;
-using Http::HttpRequest;
 using Http::IHttpExchange;
 using Services::Commons::Wbm::RequestParams;
 using Services::Commons::Wbm::RequestQuery;
@@ -35,10 +32,10 @@ namespace Text = System::Commons::Text;
 namespace
 {
 
-/// A log is no place for whatever somebody sends.
+/// Clients choose the texts.
 constexpr std::size_t maximumLoggedBytes = 64;
 
-/// The error code of an answer in the modules' envelope; empty also for an answer of another form.
+/// The error code of a response in the modules' envelope; empty also for a response of another form.
 BasicString FindErrorCode(std::string_view body)
 {
     try
@@ -61,7 +58,7 @@ BasicString FindErrorCode(std::string_view body)
     }
     catch (const System::Commons::Json::JsonException&)
     {
-        // No envelope.
+        // Not the envelope.
     }
     return {};
 }
@@ -81,6 +78,28 @@ const Http::Problem* FindAbsence(const DataProvider& provider)
     return provider.isWithdrawn ? &Http::Problems::notAvailable : nullptr;
 }
 
+/// Null when the module takes this request of this user. Requires: a visit.
+const Http::Problem* FindObstacle(const DataProvider& provider, const ProviderRequest& request)
+{
+    if (!provider.handler->IsAvailable())
+    {
+        return &Http::Problems::notAvailable;
+    }
+    if (!provider.handler->HasPermissions(request.securityToken))
+    {
+        return &Http::Problems::noPermission;
+    }
+    return provider.handler->HandlesRequest(request.requestName) ? nullptr : &Http::Problems::unknownRequest;
+}
+
+WbmResponse HandleRequest(const IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request)
+{
+    const Http::HttpRequest& http = exchange.GetRequest();
+    return provider.handler->HandleRequest(
+        WbmRequest(request.requestName, RequestParams(RequestQuery(BasicString(http.query)), BasicString(http.body)),
+                   request.securityToken));
+}
+
 } // namespace
 
 Dispatcher::Dispatcher(ModuleRegistry& registry, System::Nm::NotificationManager& notifications)
@@ -94,29 +113,26 @@ Handling Dispatcher::Handle(const std::shared_ptr<IHttpExchange>& exchange, Prov
     if (!provider)
     {
         const bool isMissing = registry.IsExpected(request.providerName);
-        Http::SendProblem(*exchange, isMissing ? Http::Problems::notAvailable : Http::Problems::unknownDataProvider);
-        return Handling::Completed;
+        return SendProblem(*exchange, isMissing ? Http::Problems::notAvailable : Http::Problems::unknownDataProvider);
     }
     if (!IsAllowed(exchange->GetRequest().method, *provider))
     {
-        Http::SendMethodNotAllowed(*exchange, provider->isSafe ? "GET, HEAD, POST" : "POST");
-        return Handling::Completed;
+        return Http::SendMethodNotAllowed(*exchange, provider->isSafe ? "GET, HEAD, POST" : "POST");
     }
     if (const Http::Problem* const absence = FindAbsence(*provider))
     {
-        Http::SendProblem(*exchange, *absence);
-        return Handling::Completed;
+        return SendProblem(*exchange, *absence);
     }
     return provider->strand->Run(exchange, [this, provider, request = std::move(request)](IHttpExchange& each)
-                                 { Answer(each, *provider, request); });
+                                 { Call(each, *provider, request); });
 }
 
-void Dispatcher::Answer(IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const
+void Dispatcher::Call(IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const
 {
     const ModuleGate::Visit visit(*provider.gate);
     if (!visit)
     {
-        Http::SendProblem(exchange, Http::Problems::serviceNotAvailable);
+        SendProblem(exchange, Http::Problems::serviceNotAvailable);
         return;
     }
     if (const Http::Problem* const obstacle = FindObstacle(provider, request))
@@ -125,41 +141,27 @@ void Dispatcher::Answer(IHttpExchange& exchange, const DataProvider& provider, c
         {
             Publish(NotificationKind::CommandRefused, exchange, request, {{"errorCode", BasicString(obstacle->code)}});
         }
-        Http::SendProblem(exchange, *obstacle);
+        SendProblem(exchange, *obstacle);
         return;
     }
     const WbmResponse response =
-        provider.isSafe ? Ask(exchange.GetRequest(), provider, request) : Execute(exchange, provider, request);
+        provider.isSafe ? HandleRequest(exchange, provider, request) : Execute(exchange, provider, request);
     // Values of two runs may be mixed in a read; the response to a command tells what was done.
     if (provider.isSafe && !visit.IsStillCurrent())
     {
-        Http::SendProblem(exchange, Http::Problems::serviceNotAvailable);
+        SendProblem(exchange, Http::Problems::serviceNotAvailable);
         return;
     }
     exchange.Send({200, response.GetHeader().GetMediaType(), response.GetBody()});
 }
 
-/// Null: the module may be asked.
-const Http::Problem* Dispatcher::FindObstacle(const DataProvider& provider, const ProviderRequest& request)
-{
-    if (!provider.handler->IsAvailable())
-    {
-        return &Http::Problems::notAvailable;
-    }
-    if (!provider.handler->HasPermissions(request.securityToken))
-    {
-        return &Http::Problems::noPermission;
-    }
-    return provider.handler->HandlesRequest(request.requestName) ? nullptr : &Http::Problems::unknownRequest;
-}
-
-/// Publishes how it went: also when the module's answer is an error, or it ends with an exception.
+/// Publishes the outcome: also when the module's response is an error, or the module throws.
 WbmResponse Dispatcher::Execute(const IHttpExchange& exchange, const DataProvider& provider,
                                 const ProviderRequest& request) const
 {
     try
     {
-        WbmResponse response = Ask(exchange.GetRequest(), provider, request);
+        WbmResponse response = HandleRequest(exchange, provider, request);
         const BasicString errorCode = FindErrorCode(response.GetBody());
         Publish(errorCode.empty() ? NotificationKind::CommandExecuted : NotificationKind::CommandFailed, exchange,
                 request, {{"outcome", errorCode.empty() ? "success" : "error"}, {"errorCode", errorCode}});
@@ -180,24 +182,13 @@ WbmResponse Dispatcher::Execute(const IHttpExchange& exchange, const DataProvide
     }
 }
 
-WbmResponse Dispatcher::Ask(const HttpRequest& http, const DataProvider& provider, const ProviderRequest& request)
-{
-    return provider.handler->HandleRequest(
-        WbmRequest(request.requestName, RequestParams(RequestQuery(BasicString(http.query)), BasicString(http.body)),
-                   request.securityToken));
-}
-
 void Dispatcher::Publish(NotificationKind kind, const IHttpExchange& exchange, const ProviderRequest& request,
                          Fields details) const
 {
     Fields fields = {{"dataProvider", request.providerName}, {"address", exchange.GetClientAddress()}};
     std::ranges::move(details, std::back_inserter(fields));
-    notifications.Publish({{},
-                           kind,
-                           "Host.Modules",
-                           request.userName,
-                           BasicString(Text::Truncate(request.requestName, maximumLoggedBytes)),
-                           std::move(fields)});
+    const BasicString text(Text::Truncate(request.requestName, maximumLoggedBytes));
+    notifications.Publish({{}, kind, "Host.Modules", request.userName, text, std::move(fields)});
 }
 
 } // namespace Oxa::Host::Modules

@@ -19,13 +19,6 @@ namespace Oxa::Services::Commons::Wbm
 class WbmResponse;
 }
 
-namespace Oxa::Host::Http
-{
-class IHttpExchange;
-struct HttpRequest;
-struct Problem;
-} // namespace Oxa::Host::Http
-
 namespace Oxa::Host::Modules
 {
 
@@ -41,10 +34,10 @@ struct ProviderRequest
     BasicString userName;
 };
 
-/// Brings requests to the data providers and their answers back. In this order: unknown provider 404, method 405,
-/// module's gate closed or provider away 503, no permission 403, unknown request 404, then the module's own answer.
-/// Requests by other methods than GET and HEAD to a provider that is not safe are commands, and published as such, with
-/// their outcome. Threads: the event loop's.
+/// Passes requests to the data providers and sends their responses. In this order: unknown provider 404, method 405,
+/// module's gate closed or provider unavailable 503, no permission 403, unknown request 404, then the module's own
+/// response. Requests to a provider that is not safe are commands, and published as such, with their outcome. Threads:
+/// the event loop's.
 class Dispatcher final
 {
 public:
@@ -56,13 +49,9 @@ public:
 private:
     using Fields = std::vector<std::pair<BasicString, BasicString>>;
 
-    void Answer(Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const;
-    [[nodiscard]] static const Http::Problem* FindObstacle(const DataProvider& provider,
-                                                           const ProviderRequest& request);
+    void Call(Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const;
     [[nodiscard]] Services::Commons::Wbm::WbmResponse
     Execute(const Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const;
-    [[nodiscard]] static Services::Commons::Wbm::WbmResponse
-    Ask(const Http::HttpRequest& http, const DataProvider& provider, const ProviderRequest& request);
     void Publish(System::Nm::NotificationKind kind, const Http::IHttpExchange& exchange, const ProviderRequest& request,
                  Fields details) const;
 

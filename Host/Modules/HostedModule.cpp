@@ -1,16 +1,14 @@
 #include "Host/Modules/HostedModule.hpp"
 
-#include "Host/Modules/ModuleGate.hpp"
-#include "Host/Modules/ModuleRegistry.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/ModuleInfo.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmModuleLibrary.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
-#include "Oxa/System/Rsc/RscUsageRecorder.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 
+#include <exception>
 #include <string_view>
 #include <utility>
 
@@ -26,12 +24,11 @@ using System::Commons::Diagnostics::Logging::LogLevel;
 using System::Rsc::RscUsageRecorder;
 using System::Rsc::ServiceManager;
 
-HostedModule::HostedModule(Configuration::ModuleConfiguration configuration, std::shared_ptr<ModuleGate> gate,
-                           ModuleRegistry& registry, System::Nm::NotificationManager& notifications)
+HostedModule::HostedModule(Configuration::ModuleConfiguration configuration, ModuleRegistry& registry,
+                           System::Nm::NotificationManager& notifications, std::function<void()> whenGateEmpty)
     : configuration(std::move(configuration)),
-      registry(registry),
       notifications(notifications),
-      registrations(registry, this->configuration.name, std::move(gate)),
+      registrar(registry, this->configuration.name, std::make_shared<ModuleGate>(std::move(whenGateEmpty))),
       callRecord("the module '" + this->configuration.name + '\'')
 {
 }
@@ -53,26 +50,34 @@ HostedModule::Outcome HostedModule::SetUp(System::Commons::AppDomain& appDomain)
         epoch = ServiceManager::GetEpoch(providerName);
     }
     const RscUsageRecorder usage;
+    std::exception_ptr settingsFault;
     try
     {
-        isUp = TrySetUp();
+        const ModuleInfo info(configuration.name, configuration.settingsPath);
+        isUp = TryRun("cannot be set up", [this, &info] { module->SetupModule(info, registrar); }) &&
+               TryRun("cannot be started", [this] { module->StartModule(); });
     }
     catch (const XmlException&)
     {
-        epochs.insert(usage.GetEpochs().begin(), usage.GetEpochs().end());
-        Reset();
-        throw;
+        settingsFault = std::current_exception();
     }
     epochs.insert(usage.GetEpochs().begin(), usage.GetEpochs().end());
     if (!isUp)
     {
         Reset();
+        if (settingsFault)
+        {
+            std::rethrow_exception(settingsFault);
+        }
         return Outcome::Failed;
     }
     lastReport.clear();
-    registry.DropWithdrawn(GetGate());
-    registrations.ReportDifferences();
-    return IsAvailable() ? Outcome::Complete : Outcome::Incomplete;
+    registrar.DropWithdrawn();
+    registrar.ReportDifferences();
+    bool isAvailable = false;
+    RunAndReport("cannot tell whether it is available",
+                 [this, &isAvailable] { isAvailable = registrar.IsAvailable(); });
+    return isAvailable ? Outcome::Complete : Outcome::Incomplete;
 }
 
 /// What the library throws may be of a type of its own: it is destroyed before the library is closed.
@@ -102,23 +107,6 @@ void HostedModule::Create(System::Commons::AppDomain& appDomain)
     }
 }
 
-bool HostedModule::TrySetUp()
-{
-    return TryRun("cannot be set up",
-                  [this] {
-                      module->SetupModule(ModuleInfo(configuration.name, configuration.settingsPath), registrations);
-                  }) &&
-           TryRun("cannot be started", [this] { module->StartModule(); });
-}
-
-bool HostedModule::IsAvailable()
-{
-    bool isAvailable = false;
-    RunAndReport("cannot say whether it is available",
-                 [this, &isAvailable] { isAvailable = registry.IsAvailable(GetGate()); });
-    return isAvailable;
-}
-
 void HostedModule::TakeDown() noexcept
 {
     if (std::exchange(isUp, false))
@@ -132,8 +120,8 @@ void HostedModule::TakeDown() noexcept
 
 void HostedModule::Reset() noexcept
 {
-    RunAndReport("cannot be reset", [this] { module->ResetModule(registrations); });
-    registrations.TakeBackAll();
+    RunAndReport("cannot be reset", [this] { module->ResetModule(registrar); });
+    registrar.UnregisterAll();
 }
 
 /// False when the step threw. Only an XmlException passes: what to do about settings is the caller's decision.

@@ -2,13 +2,14 @@
 
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Modules/ModuleLifecycle.hpp"
-#include "Host/Modules/ModuleRegistrations.hpp"
+#include "Host/Modules/ModuleRegistry.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/IWbmModule.hpp"
 #include "Oxa/System/Acf/SharedLibrary.hpp"
 #include "Oxa/System/Commons/Diagnostics/CrashReport.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -26,18 +27,18 @@ class NotificationManager;
 namespace Oxa::Host::Modules
 {
 
-/// One configured module: its library, the object that the library creates, and what that has registered. Whatever the
+/// One configured module: its library, the object that the library creates, and what that has registered. What the
 /// module throws is logged with the library and the cause, once for each cause in a row, and published.
-/// Threads: one at a time. No other thread calls the module during a call of these, unless it is said.
+/// Threads: one at a time. No other thread calls the module during a call of these, unless stated.
 class HostedModule final : private System::Commons::Diagnostics::Logging::Loggable<HostedModule>
 {
 public:
-    using Epochs = ModuleLifecycle::Epochs;
     using Outcome = ModuleLifecycle::Outcome;
 
-    /// `registry` and `notifications` are borrowed. `gate` is closed.
-    HostedModule(Configuration::ModuleConfiguration configuration, std::shared_ptr<ModuleGate> gate,
-                 ModuleRegistry& registry, System::Nm::NotificationManager& notifications);
+    /// `registry` and `notifications` are borrowed. `whenGateEmpty`: see `ModuleGate`.
+    HostedModule(
+        Configuration::ModuleConfiguration configuration, ModuleRegistry& registry,
+        System::Nm::NotificationManager& notifications, std::function<void()> whenGateEmpty = [] {});
     HostedModule(const HostedModule&) = delete;
     HostedModule& operator=(const HostedModule&) = delete;
     ~HostedModule();
@@ -53,7 +54,7 @@ public:
     /// Stops and resets the module if it is up.
     void TakeDown() noexcept;
 
-    /// Of the providers that the module has asked for so far, from before it was set up.
+    /// Of the providers that the module has used so far, from before it was set up.
     [[nodiscard]] const Epochs& GetEpochs() const noexcept
     {
         return epochs;
@@ -61,7 +62,7 @@ public:
 
     [[nodiscard]] ModuleGate& GetGate() noexcept
     {
-        return registrations.GetGate();
+        return registrar.GetGate();
     }
 
     /// From any thread.
@@ -73,8 +74,6 @@ public:
 private:
     [[nodiscard]] bool TryLoad(System::Commons::AppDomain& appDomain);
     void Create(System::Commons::AppDomain& appDomain);
-    [[nodiscard]] bool TrySetUp();
-    [[nodiscard]] bool IsAvailable();
     void Reset() noexcept;
 
     template <class Step>
@@ -84,12 +83,11 @@ private:
     void Report(const char* fault, const BasicString& cause);
 
     const Configuration::ModuleConfiguration configuration;
-    ModuleRegistry& registry;
     System::Nm::NotificationManager& notifications;
-    // In this order, so that the library goes last and the registry's way into the module first.
+    // In this order, so that the registrations go first, since they lead into the module, and the library goes last.
     std::optional<System::Acf::SharedLibrary> library;
     std::unique_ptr<Services::Commons::Wbm::Modules::IWbmModule> module;
-    ModuleRegistrations registrations;
+    ModuleRegistry::Registrar registrar;
     Epochs epochs;
     bool isUp = false;
     BasicString lastReport;

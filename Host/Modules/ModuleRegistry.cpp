@@ -1,13 +1,15 @@
 #include "Host/Modules/ModuleRegistry.hpp"
 
-#include "Host/Modules/ModuleGate.hpp"
-#include "Host/RouteNames.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmPageHandlerBase.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
+
+// The registry's lock guards the three lists. Handlers are neither called nor destroyed under it, since both run a
+// module's code: entries that leave a list are moved out and released after the lock.
 
 namespace Oxa::Host::Modules
 {
@@ -20,14 +22,91 @@ using System::Rsc::RscServiceException;
 namespace
 {
 
+template <class Entry>
+using Entries = ModuleRegistry::Entries<Entry>;
+using Gate = std::shared_ptr<ModuleGate>;
+
+/// Puts the entry in the place of one that the module has withdrawn, else at the end. `entry` is then what was
+/// replaced.
+template <class Entry>
+void Add(Entries<Entry>& entries, std::shared_ptr<Entry>& entry)
+{
+    const auto found =
+        std::ranges::find_if(entries, [&entry](const auto& each)
+                             { return each->isWithdrawn && each->name == entry->name && each->gate == entry->gate; });
+    if (found != entries.end())
+    {
+        found->swap(entry);
+        return;
+    }
+    entries.push_back(std::move(entry));
+}
+
+/// Likewise; false for a name that is taken.
+template <class Entry>
+bool TryAdd(Entries<Entry>& entries, std::shared_ptr<Entry>& entry)
+{
+    const bool isTaken =
+        std::ranges::any_of(entries, [&entry](const auto& each)
+                            { return each->name == entry->name && !(each->isWithdrawn && each->gate == entry->gate); });
+    if (!isTaken)
+    {
+        Add(entries, entry);
+    }
+    return !isTaken;
+}
+
+/// Marks the module's entry as withdrawn; forgets it as well when the gate is open, since its module then does not
+/// register it again. Null when the module has no entry of that name.
+template <class Entry>
+std::shared_ptr<Entry> Withdraw(Entries<Entry>& entries, std::string_view name, const Gate& gate)
+{
+    const auto found = std::ranges::find_if(entries, [name, &gate](const auto& each)
+                                            { return !each->isWithdrawn && each->name == name && each->gate == gate; });
+    if (found == entries.end())
+    {
+        return nullptr;
+    }
+    auto entry = *found;
+    entry->isWithdrawn = true;
+    if (gate->IsOpen())
+    {
+        entries.erase(found);
+    }
+    return entry;
+}
+
+/// Takes out what the module has withdrawn.
+template <class Entry>
+Entries<Entry> TakeWithdrawn(Entries<Entry>& entries, const Gate& gate)
+{
+    const auto withdrawn = std::ranges::stable_partition(entries, [&gate](const auto& each)
+                                                         { return each->gate != gate || !each->isWithdrawn; });
+    Entries<Entry> taken(std::make_move_iterator(withdrawn.begin()), std::make_move_iterator(withdrawn.end()));
+    entries.erase(withdrawn.begin(), withdrawn.end());
+    return taken;
+}
+
+/// What the module has registered and not withdrawn.
+template <class Entry>
+Entries<Entry> CopyOwn(const Entries<Entry>& entries, const Gate& gate)
+{
+    Entries<Entry> own;
+    std::ranges::copy_if(entries, std::back_inserter(own),
+                         [&gate](const auto& each) { return each->gate == gate && !each->isWithdrawn; });
+    return own;
+}
+
 bool CanBeReached(std::string_view name)
 {
     constexpr std::string_view allowed = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
-    return !name.empty() && name.find_first_not_of(allowed) == std::string_view::npos && !RouteNames::IsReserved(name);
+    // The host's own routes below "/api/v1/".
+    const bool isReserved = name == "session" || name == "pages" || name == "boot";
+    return !name.empty() && name.find_first_not_of(allowed) == std::string_view::npos && !isReserved;
 }
 
-/// Does not call a module whose gate is closed, nor one that hangs: that may hang here as well.
-bool MayBeAsked(const DataProvider& provider)
+/// Does not call a module whose gate is closed, nor one that hangs: that call may hang as well.
+bool IsAvailable(const DataProvider& provider)
 {
     if (provider.strand->FindHangingTask())
     {
@@ -61,6 +140,165 @@ const Http::Problem* FindServiceProblem(const std::exception& exception) noexcep
     }
 }
 
+ModuleRegistry::Registrar::Registrar(ModuleRegistry& registry, BasicString moduleName, Gate gate)
+    : registry(registry), moduleName(std::move(moduleName)), gate(std::move(gate))
+{
+}
+
+ModuleRegistry::Registrar::~Registrar()
+{
+    UnregisterAll();
+    // Nothing may be left that leads into the module's library.
+    DropWithdrawn();
+}
+
+bool ModuleRegistry::Registrar::RegisterDataProvider(const DataProviderInfo& dataProviderInfo, RequestHandler handler)
+{
+    const BasicString& name = dataProviderInfo.GetDataProviderName();
+    BasicString cause = handler ? FindRefusalCause(name) : "it has no handler";
+    if (cause.empty())
+    {
+        const auto found = registry.expected.find(name);
+        // What it replaces is released after the lock.
+        auto provider = std::make_shared<DataProvider>(name, gate);
+        provider->handler = std::move(handler);
+        provider->strand = registry.MakeStrand("the data provider '" + name + "' of the module '" + moduleName + '\'');
+        provider->isSafe = found != registry.expected.end() && found->second.isSafe;
+        const MutexLock lock(registry.mutex);
+        cause = TryAdd(registry.dataProviders, provider) ? "" : "the name is taken";
+    }
+    if (!cause.empty())
+    {
+        registry.Log(LogLevel::Warning, "the data provider '{0}' of the module '{1}' is refused: {2}", name, moduleName,
+                     cause);
+    }
+    return cause.empty();
+}
+
+/// Empty: the module may have the name, unless it is taken.
+BasicString ModuleRegistry::Registrar::FindRefusalCause(const BasicString& name) const
+{
+    if (!CanBeReached(name))
+    {
+        return "no request can reach the name";
+    }
+    const auto found = registry.expected.find(name);
+    return found == registry.expected.end() || found->second.moduleName == moduleName
+               ? ""
+               : "the configuration gives the name to the module '" + found->second.moduleName + '\'';
+}
+
+void ModuleRegistry::Registrar::UnregisterDataProvider(const BasicString& dataProviderName)
+{
+    std::shared_ptr<DataProvider> provider;
+    {
+        const MutexLock lock(registry.mutex);
+        provider = Withdraw(registry.dataProviders, dataProviderName, gate);
+    }
+    if (provider)
+    {
+        provider->strand->Close();
+    }
+}
+
+bool ModuleRegistry::Registrar::RegisterPage(const Page::Info& pageInfo, Page::Handler handler)
+{
+    if (!handler)
+    {
+        return false;
+    }
+    auto page = std::make_shared<Page>(pageInfo, std::move(handler), gate);
+    const MutexLock lock(registry.mutex);
+    return TryAdd(registry.pages, page);
+}
+
+void ModuleRegistry::Registrar::UnregisterPage(const BasicString& pageName)
+{
+    std::shared_ptr<Page> page;
+    const MutexLock lock(registry.mutex);
+    page = Withdraw(registry.pages, pageName, gate);
+}
+
+void ModuleRegistry::Registrar::RegisterSupportedLanguage(const BasicString& language)
+{
+    auto entry = std::make_shared<Registration>(language, gate);
+    const MutexLock lock(registry.mutex);
+    Add(registry.languages, entry);
+}
+
+void ModuleRegistry::Registrar::UnregisterSupportedLanguage(const BasicString& language)
+{
+    const MutexLock lock(registry.mutex);
+    (void)Withdraw(registry.languages, language, gate);
+}
+
+ModuleRegistry::Registrar::Own ModuleRegistry::Registrar::FindOwn() const
+{
+    const MutexLock lock(registry.mutex);
+    return {CopyOwn(registry.dataProviders, gate), CopyOwn(registry.pages, gate), CopyOwn(registry.languages, gate)};
+}
+
+void ModuleRegistry::Registrar::UnregisterAll()
+{
+    const auto unregister = [this](const auto& entries, auto function)
+    {
+        for (auto each = entries.rbegin(); each != entries.rend(); ++each)
+        {
+            registry.Log(LogLevel::Warning, "the module '{0}' left '{1}' registered", moduleName, (*each)->name);
+            (this->*function)((*each)->name);
+        }
+    };
+    const Own own = FindOwn();
+    unregister(own.dataProviders, &Registrar::UnregisterDataProvider);
+    unregister(own.pages, &Registrar::UnregisterPage);
+    unregister(own.languages, &Registrar::UnregisterSupportedLanguage);
+}
+
+void ModuleRegistry::Registrar::DropWithdrawn()
+{
+    Own dropped;
+    const MutexLock lock(registry.mutex);
+    dropped = {TakeWithdrawn(registry.dataProviders, gate), TakeWithdrawn(registry.pages, gate),
+               TakeWithdrawn(registry.languages, gate)};
+}
+
+void ModuleRegistry::Registrar::ReportDifferences()
+{
+    BasicString unconfigured;
+    BasicString unregistered;
+    const Own own = FindOwn();
+    for (const auto& provider : own.dataProviders)
+    {
+        unconfigured += registry.IsExpected(provider->name) ? "" : " '" + provider->name + '\'';
+    }
+    for (const auto& each : registry.expected)
+    {
+        const bool isMissing = each.second.moduleName == moduleName &&
+                               std::ranges::none_of(own.dataProviders, [&each](const auto& provider)
+                                                    { return provider->name == each.first; });
+        unregistered += isMissing ? " '" + each.first + '\'' : "";
+    }
+    BasicString difference =
+        (unconfigured.empty() ? "" : " registers data providers that the configuration does not name:" + unconfigured) +
+        (unconfigured.empty() || unregistered.empty() ? "" : ", and") +
+        (unregistered.empty() ? "" : " does not register those that the configuration names:" + unregistered);
+    if (!difference.empty() && difference != lastDifference)
+    {
+        registry.Log(LogLevel::Warning, "the module '{0}'{1}", moduleName, difference);
+    }
+    lastDifference = std::move(difference);
+}
+
+bool ModuleRegistry::Registrar::IsAvailable() const
+{
+    const auto isAvailable = [](const auto& entry)
+    {
+        return entry->handler->IsAvailable();
+    };
+    const Own own = FindOwn();
+    return std::ranges::all_of(own.dataProviders, isAvailable) && std::ranges::all_of(own.pages, isAvailable);
+}
+
 ModuleRegistry::ModuleRegistry(Threads::EventLoop& loop, const Configuration::HostConfiguration& configuration)
     : loop(loop), maximumWaiting(configuration.maximumWaitingRequests)
 {
@@ -75,137 +313,16 @@ ModuleRegistry::ModuleRegistry(Threads::EventLoop& loop, const Configuration::Ho
 
 ModuleRegistry::~ModuleRegistry() = default;
 
-bool ModuleRegistry::RegisterDataProvider(const BasicString& moduleName, const DataProviderInfo& dataProviderInfo,
-                                          RequestHandler handler, const Gate& gate)
+std::shared_ptr<Http::RequestStrand> ModuleRegistry::MakeStrand(BasicString name) const
 {
-    const BasicString& name = dataProviderInfo.GetDataProviderName();
-    BasicString cause = handler ? FindRefusalCause(moduleName, name) : "it has no handler";
-    if (cause.empty())
-    {
-        // What it replaces goes outside the lock.
-        auto provider = MakeDataProvider(moduleName, name, std::move(handler), gate);
-        const MutexLock lock(mutex);
-        cause = dataProviders.TryAdd(provider) ? "" : "the name is taken";
-    }
-    if (!cause.empty())
-    {
-        Log(LogLevel::Warning, "the data provider '{0}' of the module '{1}' is refused: {2}", name, moduleName, cause);
-    }
-    return cause.empty();
-}
-
-/// Empty: the module may have the name, unless it is taken.
-BasicString ModuleRegistry::FindRefusalCause(const BasicString& moduleName, const BasicString& name) const
-{
-    if (!CanBeReached(name))
-    {
-        return "no request can reach the name";
-    }
-    const auto found = expected.find(name);
-    return found == expected.end() || found->second.moduleName == moduleName
-               ? ""
-               : "the configuration gives the name to the module '" + found->second.moduleName + '\'';
-}
-
-std::shared_ptr<DataProvider> ModuleRegistry::MakeDataProvider(const BasicString& moduleName, const BasicString& name,
-                                                               RequestHandler handler, const Gate& gate) const
-{
-    const auto found = expected.find(name);
-    auto provider = std::make_shared<DataProvider>();
-    provider->name = name;
-    provider->handler = std::move(handler);
-    provider->strand = std::make_shared<Http::RequestStrand>(
-        loop, "the data provider '" + name + "' of the module '" + moduleName + '\'', maximumWaiting,
-        &FindServiceProblem);
-    provider->gate = gate;
-    provider->isSafe = found != expected.end() && found->second.isSafe;
-    return provider;
-}
-
-void ModuleRegistry::UnregisterDataProvider(const BasicString& dataProviderName)
-{
-    std::shared_ptr<DataProvider> provider;
-    {
-        const MutexLock lock(mutex);
-        provider = dataProviders.Withdraw(dataProviderName);
-    }
-    if (provider)
-    {
-        provider->strand->Close();
-    }
-}
-
-bool ModuleRegistry::RegisterPage(const PageInfo& pageInfo, PageHandler handler, const Gate& gate)
-{
-    if (!handler)
-    {
-        return false;
-    }
-    // What it replaces goes outside the lock.
-    auto page = std::make_shared<RegisteredPage>(pageInfo);
-    page->handler = std::move(handler);
-    page->gate = gate;
-    const MutexLock lock(mutex);
-    return pages.TryAdd(page);
-}
-
-void ModuleRegistry::UnregisterPage(const BasicString& pageName)
-{
-    // Goes outside the lock.
-    std::shared_ptr<RegisteredPage> page;
-    const MutexLock lock(mutex);
-    page = pages.Withdraw(pageName);
-}
-
-void ModuleRegistry::RegisterSupportedLanguage(const BasicString& language, const Gate& gate)
-{
-    const MutexLock lock(mutex);
-    const auto found = std::find_if(languages.begin(), languages.end(),
-                                    [&language, &gate](const Language& each)
-                                    { return each.isWithdrawn && each.name == language && each.gate == gate; });
-    if (found == languages.end())
-    {
-        languages.push_back({language, gate});
-    }
-    else
-    {
-        found->isWithdrawn = false;
-    }
-}
-
-void ModuleRegistry::UnregisterSupportedLanguage(const BasicString& language, const Gate& gate)
-{
-    const MutexLock lock(mutex);
-    const auto found = std::find_if(languages.begin(), languages.end(),
-                                    [&language, &gate](const Language& each)
-                                    { return !each.isWithdrawn && each.name == language && each.gate == gate; });
-    if (found == languages.end())
-    {
-        return;
-    }
-    found->isWithdrawn = true;
-    if (gate->IsOpen())
-    {
-        languages.erase(found);
-    }
-}
-
-void ModuleRegistry::DropWithdrawn(const ModuleGate& gate)
-{
-    // Handlers go outside the lock.
-    RegisteredList<DataProvider>::Entries oldDataProviders;
-    RegisteredList<RegisteredPage>::Entries oldPages;
-    const MutexLock lock(mutex);
-    oldDataProviders = dataProviders.TakeWithdrawn(gate);
-    oldPages = pages.TakeWithdrawn(gate);
-    std::erase_if(languages,
-                  [&gate](const Language& language) { return language.gate.get() == &gate && language.isWithdrawn; });
+    return std::make_shared<Http::RequestStrand>(loop, std::move(name), maximumWaiting, &FindServiceProblem);
 }
 
 std::shared_ptr<const DataProvider> ModuleRegistry::FindDataProvider(std::string_view name) const
 {
     const MutexLock lock(mutex);
-    return dataProviders.Find(name);
+    const auto found = std::ranges::find_if(dataProviders, [name](const auto& each) { return each->name == name; });
+    return found == dataProviders.end() ? nullptr : *found;
 }
 
 bool ModuleRegistry::IsExpected(std::string_view name) const
@@ -215,22 +332,22 @@ bool ModuleRegistry::IsExpected(std::string_view name) const
 
 std::vector<BasicString> ModuleRegistry::FindUnavailableDataProviders() const
 {
-    std::map<BasicString, std::shared_ptr<const DataProvider>> asked;
+    std::map<BasicString, std::shared_ptr<DataProvider>> providers;
     for (const auto& [name, provider] : expected)
     {
-        asked.emplace(name, nullptr);
+        providers.emplace(name, nullptr);
     }
     {
         const MutexLock lock(mutex);
-        for (const auto& provider : dataProviders.GetAll())
+        for (const auto& provider : dataProviders)
         {
-            asked.insert_or_assign(provider->name, provider);
+            providers.insert_or_assign(provider->name, provider);
         }
     }
     std::vector<BasicString> names;
-    for (const auto& [name, provider] : asked)
+    for (const auto& [name, provider] : providers)
     {
-        if (!provider || !MayBeAsked(*provider))
+        if (!provider || !Modules::IsAvailable(*provider))
         {
             names.push_back(name);
         }
@@ -242,7 +359,7 @@ std::vector<Http::RequestStrand::HangingTask> ModuleRegistry::FindHangingRequest
 {
     std::vector<Http::RequestStrand::HangingTask> hanging;
     const MutexLock lock(mutex);
-    for (const auto& provider : dataProviders.GetAll())
+    for (const auto& provider : dataProviders)
     {
         if (auto task = provider->strand->FindHangingTask())
         {
@@ -252,66 +369,21 @@ std::vector<Http::RequestStrand::HangingTask> ModuleRegistry::FindHangingRequest
     return hanging;
 }
 
-void ModuleRegistry::ReportDifferences(const BasicString& moduleName, const ModuleGate& gate)
-{
-    BasicString unconfigured;
-    BasicString unregistered;
-    const MutexLock lock(mutex);
-    const auto registered = dataProviders.GetAllOf(gate);
-    for (const auto& provider : registered)
-    {
-        unconfigured += IsExpected(provider->name) ? "" : " '" + provider->name + '\'';
-    }
-    for (const auto& each : expected)
-    {
-        const bool isMissing = each.second.moduleName == moduleName &&
-                               std::none_of(registered.begin(), registered.end(),
-                                            [&each](const auto& provider) { return provider->name == each.first; });
-        unregistered += isMissing ? " '" + each.first + '\'' : "";
-    }
-    BasicString difference =
-        (unconfigured.empty() ? "" : " registers data providers that the configuration does not name:" + unconfigured) +
-        (unconfigured.empty() || unregistered.empty() ? "" : ", and") +
-        (unregistered.empty() ? "" : " does not register those that the configuration names:" + unregistered);
-    if (!difference.empty() && differences[moduleName] != difference)
-    {
-        Log(LogLevel::Warning, "the module '{0}'{1}", moduleName, difference);
-    }
-    differences[moduleName] = std::move(difference);
-}
-
-bool ModuleRegistry::IsAvailable(const ModuleGate& gate) const
-{
-    std::vector<std::shared_ptr<const DataProvider>> ownProviders;
-    std::vector<std::shared_ptr<const RegisteredPage>> ownPages;
-    {
-        const MutexLock lock(mutex);
-        ownProviders = dataProviders.GetAllOf(gate);
-        ownPages = pages.GetAllOf(gate);
-    }
-    const auto isAvailable = [](const auto& entry)
-    {
-        return entry->handler->IsAvailable();
-    };
-    return std::all_of(ownProviders.begin(), ownProviders.end(), isAvailable) &&
-           std::all_of(ownPages.begin(), ownPages.end(), isAvailable);
-}
-
-std::vector<std::shared_ptr<const RegisteredPage>> ModuleRegistry::GetPages() const
+ModuleRegistry::Entries<Page> ModuleRegistry::GetPages() const
 {
     const MutexLock lock(mutex);
-    return {pages.GetAll().begin(), pages.GetAll().end()};
+    return pages;
 }
 
 std::vector<BasicString> ModuleRegistry::GetSupportedLanguages() const
 {
     std::vector<BasicString> result;
     const MutexLock lock(mutex);
-    for (const Language& language : languages)
+    for (const auto& language : languages)
     {
-        if (std::find(result.begin(), result.end(), language.name) == result.end())
+        if (std::ranges::find(result, language->name) == result.end())
         {
-            result.push_back(language.name);
+            result.push_back(language->name);
         }
     }
     return result;

@@ -1,21 +1,22 @@
 #pragma once
 
 #include "Host/Configuration/HostConfiguration.hpp"
-#include "Host/Modules/DataProvider.hpp"
-#include "Host/Modules/RegisteredList.hpp"
-#include "Host/Modules/RegisteredPage.hpp"
+#include "Host/Http/RequestStrand.hpp"
+#include "Host/Modules/ModuleLifecycle.hpp"
 #include "Host/Threads/EventLoop.hpp"
-#include "Oxa/Services/Commons/Wbm/Modules/Registration/DataProviderInfo.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/IWbmModuleHandler.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <atomic>
 #include <cstddef>
 #include <exception>
 #include <functional>
 #include <map>
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Oxa::Host::Modules
@@ -24,39 +25,126 @@ namespace Oxa::Host::Modules
 /// What a fault of the remote service call layer means for a client; null for other exceptions.
 [[nodiscard]] const Http::Problem* FindServiceProblem(const std::exception& exception) noexcept;
 
-/// What the modules have registered, each by its gate. What a module takes back while its gate is closed, because it is
-/// being set up again, is kept until `DropWithdrawn`, but not called: it is away rather than unknown, and its name
-/// stays the module's. Safe from any thread; no module is called under its lock.
+/// A name that a module has registered; for a language, that is all.
+struct Registration
+{
+    Registration(BasicString name, std::shared_ptr<ModuleGate> gate) : name(std::move(name)), gate(std::move(gate)) {}
+
+    const BasicString name;
+    /// The module's. Never null.
+    const std::shared_ptr<ModuleGate> gate;
+    /// The module has unregistered it in order to register it again. Changes only while the gate is closed, or together
+    /// with the end of the registration.
+    std::atomic<bool> isWithdrawn = false;
+};
+
+struct DataProvider final : Registration
+{
+    using Registration::Registration;
+
+    /// Never null. Called inside a visit of the gate only, and only when it is not withdrawn; so is a page's.
+    std::shared_ptr<Services::Commons::Wbm::Modules::WbmRequestHandlerBase> handler;
+    /// Of its requests.
+    std::shared_ptr<Http::RequestStrand> strand;
+    /// GET is allowed.
+    bool isSafe = false;
+};
+
+struct Page final : Registration
+{
+    using Info = Services::Commons::Wbm::Modules::Registration::PageInfo;
+    using Handler = std::shared_ptr<Services::Commons::Wbm::Modules::WbmPageHandlerBase>;
+
+    Page(const Info& info, Handler handler, std::shared_ptr<ModuleGate> gate)
+        : Registration(info.GetPageName(), std::move(gate)), info(info), handler(std::move(handler))
+    {
+    }
+
+    const Info info;
+    const Handler handler;
+};
+
+/// What the modules have registered. What a module unregisters while its gate is closed, because it is being set up
+/// again, is kept until `DropWithdrawn`, but not called: it is unavailable rather than unknown, and its name stays the
+/// module's. Safe from any thread; no module is called under its lock.
 class ModuleRegistry final : private System::Commons::Diagnostics::Logging::Loggable<ModuleRegistry>
 {
 public:
-    using Gate = std::shared_ptr<ModuleGate>;
-    using PageInfo = Services::Commons::Wbm::Modules::Registration::PageInfo;
-    using DataProviderInfo = Services::Commons::Wbm::Modules::Registration::DataProviderInfo;
-    using PageHandler = std::shared_ptr<Services::Commons::Wbm::Modules::WbmPageHandlerBase>;
-    using RequestHandler = std::shared_ptr<Services::Commons::Wbm::Modules::WbmRequestHandlerBase>;
+    /// In the order of registration.
+    template <class Entry>
+    using Entries = std::vector<std::shared_ptr<Entry>>;
+
+    /// The registry as one module sees it: a module can unregister only what it has registered. Owned together with the
+    /// module's library, which must outlive it. Threads: one at a time; the gate is safe from any.
+    class Registrar final : public Services::Commons::Wbm::Modules::IWbmModuleHandler
+    {
+    public:
+        using DataProviderInfo = Services::Commons::Wbm::Modules::Registration::DataProviderInfo;
+        using RequestHandler = std::shared_ptr<Services::Commons::Wbm::Modules::WbmRequestHandlerBase>;
+
+        /// `registry` is borrowed. `gate` is the module's, never null.
+        Registrar(ModuleRegistry& registry, BasicString moduleName, std::shared_ptr<ModuleGate> gate);
+        Registrar(const Registrar&) = delete;
+        Registrar& operator=(const Registrar&) = delete;
+        ~Registrar() override;
+
+        /// False for a name that is taken.
+        [[nodiscard]] bool RegisterPage(const Page::Info& pageInfo, Page::Handler handler) override;
+        void UnregisterPage(const BasicString& pageName) override;
+        /// False, and the cause is logged, for a name that is taken, that the configuration gives to another module,
+        /// that is not a plain path segment or that is reserved for the host's own routes.
+        [[nodiscard]] bool RegisterDataProvider(const DataProviderInfo& dataProviderInfo,
+                                                RequestHandler handler) override;
+        /// Returns when no request is in progress. Other calls are kept away by the gate.
+        void UnregisterDataProvider(const BasicString& dataProviderName) override;
+        void RegisterSupportedLanguage(const BasicString& language) override;
+        void UnregisterSupportedLanguage(const BasicString& language) override;
+
+        /// Unregisters what the module has left registered, and logs that.
+        void UnregisterAll();
+
+        /// Forgets what the module has unregistered and not registered again.
+        void DropWithdrawn();
+
+        /// Warns when the data providers that the module has registered and those that the configuration gives to it
+        /// differ. Once for each difference.
+        void ReportDifferences();
+
+        /// Whether everything that the module has registered says that it is available. Calls the module, whether its
+        /// gate is open or not: for the thread that sets it up.
+        [[nodiscard]] bool IsAvailable() const;
+
+        [[nodiscard]] ModuleGate& GetGate() noexcept
+        {
+            return *gate;
+        }
+
+    private:
+        struct Own
+        {
+            Entries<DataProvider> dataProviders;
+            Entries<Page> pages;
+            Entries<Registration> languages;
+        };
+
+        [[nodiscard]] Own FindOwn() const;
+        [[nodiscard]] BasicString FindRefusalCause(const BasicString& name) const;
+
+        ModuleRegistry& registry;
+        const BasicString moduleName;
+        const std::shared_ptr<ModuleGate> gate;
+        BasicString lastDifference;
+    };
 
     ModuleRegistry(Threads::EventLoop& loop, const Configuration::HostConfiguration& configuration);
     ModuleRegistry(const ModuleRegistry&) = delete;
     ModuleRegistry& operator=(const ModuleRegistry&) = delete;
     ~ModuleRegistry();
 
-    /// False, and the cause is logged, for a name that is taken, that the configuration gives to another module, that
-    /// is no plain path segment or that is reserved for the host's own routes.
-    [[nodiscard]] bool RegisterDataProvider(const BasicString& moduleName, const DataProviderInfo& dataProviderInfo,
-                                            RequestHandler handler, const Gate& gate);
-    /// Returns when no request is under way. Questions are kept away by the gate.
-    void UnregisterDataProvider(const BasicString& dataProviderName);
-    /// False for a name that is taken.
-    [[nodiscard]] bool RegisterPage(const PageInfo& pageInfo, PageHandler handler, const Gate& gate);
-    void UnregisterPage(const BasicString& pageName);
-    void RegisterSupportedLanguage(const BasicString& language, const Gate& gate);
-    void UnregisterSupportedLanguage(const BasicString& language, const Gate& gate);
+    /// A strand for calls of modules. `name` is for the log.
+    [[nodiscard]] std::shared_ptr<Http::RequestStrand> MakeStrand(BasicString name) const;
 
-    /// Forgets what the module has taken back and not registered again.
-    void DropWithdrawn(const ModuleGate& gate);
-
-    /// Null when there is none of that name.
+    /// Null: unknown.
     [[nodiscard]] std::shared_ptr<const DataProvider> FindDataProvider(std::string_view name) const;
 
     /// Whether the configuration names it: then it is missing rather than unknown.
@@ -65,38 +153,18 @@ public:
     /// Names of data providers that are configured and not registered or registered and not available. Calls modules.
     [[nodiscard]] std::vector<BasicString> FindUnavailableDataProviders() const;
 
-    /// Warns when the names that the module has registered and those that the configuration gives to it differ. Once
-    /// for each difference. After a set-up.
-    void ReportDifferences(const BasicString& moduleName, const ModuleGate& gate);
-
     /// Of all data providers.
     [[nodiscard]] std::vector<Http::RequestStrand::HangingTask> FindHangingRequests() const;
 
-    /// Whether everything that the module has registered says that it is available. Calls the module, whether its gate
-    /// is open or not: for the thread that sets it up.
-    [[nodiscard]] bool IsAvailable(const ModuleGate& gate) const;
-
-    /// In the order of registration.
-    [[nodiscard]] std::vector<std::shared_ptr<const RegisteredPage>> GetPages() const;
+    [[nodiscard]] Entries<Page> GetPages() const;
     [[nodiscard]] std::vector<BasicString> GetSupportedLanguages() const;
 
 private:
-    struct Language
-    {
-        BasicString name;
-        Gate gate;
-        bool isWithdrawn = false;
-    };
-
     struct ExpectedDataProvider
     {
         BasicString moduleName;
         bool isSafe = false;
     };
-
-    [[nodiscard]] BasicString FindRefusalCause(const BasicString& moduleName, const BasicString& name) const;
-    [[nodiscard]] std::shared_ptr<DataProvider> MakeDataProvider(const BasicString& moduleName, const BasicString& name,
-                                                                 RequestHandler handler, const Gate& gate) const;
 
     Threads::EventLoop& loop;
     const std::size_t maximumWaiting;
@@ -104,11 +172,9 @@ private:
     std::map<BasicString, ExpectedDataProvider, std::less<>> expected;
 
     mutable System::Commons::Mutex mutex;
-    RegisteredList<DataProvider> dataProviders;
-    RegisteredList<RegisteredPage> pages;
-    std::vector<Language> languages;
-    /// The last difference of each module.
-    std::map<BasicString, BasicString> differences;
+    Entries<DataProvider> dataProviders OXA_GUARDED_BY(mutex);
+    Entries<Page> pages OXA_GUARDED_BY(mutex);
+    Entries<Registration> languages OXA_GUARDED_BY(mutex);
 };
 
 } // namespace Oxa::Host::Modules

@@ -1,6 +1,5 @@
 #include "Host/Modules/ModuleSupervisor.hpp"
 
-#include "Host/Modules/ModuleGate.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
@@ -12,9 +11,10 @@
 #include <utility>
 
 // A module is in one of three states: waiting (its lifecycle has a due time, or waits for an epoch), being set up (the
-// lifecycle is under way, the gate is closed), or open. `Update` moves it from the first to the second; it runs on the
-// loop after everything that may change the outcome: an epoch, the end of a set-up, the end of a gate's last visit, the
-// timer. `mutex` guards the lifecycles and is never held while a module is called; gates lock themselves inside it.
+// lifecycle's set-up is in progress, the gate is closed), or open. `Update` moves it from the first to the second; it
+// runs on the loop after everything that may change the outcome: an epoch, the end of a set-up, the end of a gate's
+// last visit, the timer. `mutex` guards the lifecycles and is never held while a module is called; gates lock
+// themselves inside it.
 
 namespace Oxa::Host::Modules
 {
@@ -33,9 +33,9 @@ ModuleSupervisor::ModuleSupervisor(System::Commons::AppDomain& appDomain, Module
 {
     for (const auto& configuration : configurations)
     {
-        auto gate = std::make_shared<ModuleGate>(entries.size(), [this] { PostUpdate(); });
-        entries.push_back(
-            {std::make_unique<HostedModule>(configuration, std::move(gate), registry, notifications), {}});
+        modules.push_back(
+            std::make_unique<HostedModule>(configuration, registry, notifications, [this] { PostUpdate(); }));
+        lifecycles[modules.back().get()];
     }
 }
 
@@ -50,33 +50,28 @@ void ModuleSupervisor::Start(WhenSetUp newWhenSetUp)
     {
         const MutexLock lock(mutex);
         whenSetUp = std::move(newWhenSetUp);
-        isListening = true;
     }
     ServiceManager::AddListener(*this);
+    isListening = true;
     ReportFirstSetups(nullptr);
     PostUpdate();
 }
 
 void ModuleSupervisor::StopAll() noexcept
 {
-    bool wasListening = false;
-    {
-        const MutexLock lock(mutex);
-        wasListening = std::exchange(isListening, false);
-    }
-    if (wasListening)
+    if (std::exchange(isListening, false))
     {
         // Services that go at the end of the process are not lost.
         ServiceManager::RemoveListener(*this);
     }
-    std::for_each(entries.rbegin(), entries.rend(), [](Entry& entry) { entry.module->TakeDown(); });
+    std::for_each(modules.rbegin(), modules.rend(), [](const auto& module) { module->TakeDown(); });
 }
 
 void ModuleSupervisor::UnloadAll() noexcept
 {
-    while (!entries.empty())
+    while (!modules.empty())
     {
-        entries.pop_back();
+        modules.pop_back();
     }
 }
 
@@ -84,9 +79,10 @@ std::vector<ModuleSupervisor::ModuleState> ModuleSupervisor::GetStates() const
 {
     std::vector<ModuleState> states;
     const MutexLock lock(mutex);
-    for (const Entry& entry : entries)
+    for (const auto& module : modules)
     {
-        states.push_back({entry.module->GetName(), entry.lifecycle.HasFailed(), entry.lifecycle.GetSetupBegin()});
+        const ModuleLifecycle& lifecycle = lifecycles.at(module.get());
+        states.push_back({module->GetName(), lifecycle.HasFailed(), lifecycle.GetSetupBegin()});
     }
     return states;
 }
@@ -94,19 +90,15 @@ std::vector<ModuleSupervisor::ModuleState> ModuleSupervisor::GetStates() const
 void ModuleSupervisor::OnEpochChanged(const BasicString& providerName) noexcept
 {
     const bool isLoss = ServiceManager::GetEpoch(providerName) == 0;
-    bool isNews = false;
+    bool isChange = false;
     {
         const MutexLock lock(mutex);
-        isNews = isLoss ? lostProviders.insert(providerName).second : lostProviders.erase(providerName) > 0;
+        isChange = isLoss ? lostProviders.insert(providerName).second : lostProviders.erase(providerName) > 0;
     }
-    if (isNews)
+    if (isChange)
     {
-        notifications.Publish({{},
-                               isLoss ? NotificationKind::ServiceLost : NotificationKind::ServiceBack,
-                               "Host.Modules",
-                               {},
-                               providerName,
-                               {}});
+        const auto kind = isLoss ? NotificationKind::ServiceLost : NotificationKind::ServiceBack;
+        notifications.Publish({{}, kind, "Host.Modules", {}, providerName, {}});
     }
     PostUpdate();
 }
@@ -125,19 +117,24 @@ void ModuleSupervisor::PostUpdate() noexcept
 
 void ModuleSupervisor::Update()
 {
-    const MutexLock lock(mutex);
     const auto now = Clock::now();
     auto next = Clock::time_point::max();
-    for (Entry& entry : entries)
     {
-        const auto due = entry.lifecycle.FindDueTime(&ServiceManager::GetEpoch);
-        if (due && *due > now)
+        const MutexLock lock(mutex);
+        for (const auto& module : modules)
         {
-            next = std::min(next, *due);
-        }
-        else if (due && entry.module->GetGate().TryClose())
-        {
-            BeginSetup(entry, now);
+            ModuleLifecycle& lifecycle = lifecycles.at(module.get());
+            const auto due = lifecycle.FindDueTime(&ServiceManager::GetEpoch);
+            if (due && *due > now)
+            {
+                next = std::min(next, *due);
+            }
+            else if (due && module->GetGate().TryClose())
+            {
+                boost::asio::post(loop.GetContext(), [this, &module = *module, isFirst = !lifecycle.HasEnded()]
+                                  { SetUp(module, isFirst); });
+                lifecycle.BeginSetup(now);
+            }
         }
     }
     if (next == Clock::time_point::max())
@@ -155,30 +152,14 @@ void ModuleSupervisor::Update()
         });
 }
 
-/// Requires: the mutex is held.
-void ModuleSupervisor::BeginSetup(Entry& entry, Clock::time_point now)
+void ModuleSupervisor::SetUp(HostedModule& module, bool isFirst)
 {
-    boost::asio::post(loop.GetContext(),
-                      [this, &entry]
-                      {
-                          const Threads::EventLoop::BlockingSection call(loop);
-                          SetUp(entry);
-                      });
-    entry.lifecycle.BeginSetup(now);
-}
-
-void ModuleSupervisor::SetUp(Entry& entry)
-{
+    const Threads::EventLoop::BlockingSection call(loop);
     std::exception_ptr settingsFault;
     auto outcome = Outcome::Failed;
-    bool isFirst = false;
-    {
-        const MutexLock lock(mutex);
-        isFirst = !entry.lifecycle.HasEnded();
-    }
     try
     {
-        outcome = entry.module->SetUp(appDomain);
+        outcome = module.SetUp(appDomain);
     }
     catch (const System::Commons::XmlException& exception)
     {
@@ -188,42 +169,41 @@ void ModuleSupervisor::SetUp(Entry& entry)
         }
         else
         {
-            entry.module->Report(exception);
+            module.Report(exception);
         }
     }
     catch (...)
     {
-        Log(LogLevel::Error, "the module '{0}' cannot be set up: {1}", entry.module->GetName(),
+        Log(LogLevel::Error, "the module '{0}' cannot be set up: {1}", module.GetName(),
             System::Commons::DescribeCurrentException());
     }
     if (!isFirst && outcome != Outcome::Failed)
     {
-        Log(LogLevel::Notice, "the module '{0}' was set up again", entry.module->GetName());
+        Log(LogLevel::Notice, "the module '{0}' was set up again", module.GetName());
     }
     {
         const MutexLock lock(mutex);
-        entry.lifecycle.EndSetup(Clock::now(), entry.module->GetEpochs(), outcome);
+        lifecycles.at(&module).EndSetup(Clock::now(), module.GetEpochs(), outcome);
+        // Under the same lock: else the next set-up could begin in between, with a gate that is then opened.
+        module.GetGate().Open(module.GetEpochs());
     }
-    entry.module->GetGate().Open(entry.module->GetEpochs());
-    ReportFirstSetups(std::move(settingsFault));
+    ReportFirstSetups(settingsFault);
     PostUpdate();
 }
 
-void ModuleSupervisor::ReportFirstSetups(std::exception_ptr settingsFault)
+void ModuleSupervisor::ReportFirstSetups(const std::exception_ptr& settingsFault)
 {
     WhenSetUp report;
     {
         const MutexLock lock(mutex);
-        const bool isDone = std::ranges::all_of(entries, [](const Entry& each) { return each.lifecycle.HasEnded(); });
-        if (settingsFault || isDone)
+        if (settingsFault || std::ranges::all_of(lifecycles, [](const auto& each) { return each.second.HasEnded(); }))
         {
             report.swap(whenSetUp);
         }
     }
     if (report)
     {
-        boost::asio::post(loop.GetContext(),
-                          [report = std::move(report), fault = std::move(settingsFault)] { report(fault); });
+        boost::asio::post(loop.GetContext(), [report = std::move(report), settingsFault] { report(settingsFault); });
     }
 }
 

@@ -7,36 +7,25 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
-#include "Oxa/System/Rsc/IRscServiceListener.hpp"
+#include "Oxa/System/Rsc/ServiceManager.hpp"
 
 #include <boost/asio/steady_timer.hpp>
 
+#include <cstddef>
 #include <exception>
 #include <functional>
-#include <list>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
 #include <vector>
 
-namespace Oxa::System::Commons
-{
-class AppDomain;
-}
-
-namespace Oxa::System::Nm
-{
-class NotificationManager;
-}
-
 namespace Oxa::Host::Modules
 {
 
-class ModuleRegistry;
-
 /// Owns the configured modules and sets them up when `ModuleLifecycle` decides it, each in a blocking section of its
-/// own on the event loop, so that one that hangs holds up nothing else. A module that fails is left out until its next
-/// set-up; the others go on. Threads: the host's main thread and the event loop; `GetStates` from any.
+/// own on the event loop, so that one that hangs does not delay the others. A module that fails is left out until its
+/// next set-up; the others go on. Threads: the host's main thread and the event loop; `GetStates` from any.
 class ModuleSupervisor final : private System::Rsc::IRscServiceListener,
                                private System::Commons::Diagnostics::Logging::Loggable<ModuleSupervisor>
 {
@@ -45,7 +34,7 @@ public:
     {
         BasicString name;
         bool hasFailed;
-        /// Of the set-up that is under way.
+        /// Of the set-up in progress.
         std::optional<ModuleLifecycle::Clock::time_point> setupBegin;
     };
 
@@ -70,7 +59,7 @@ public:
     void StopAll() noexcept;
 
     /// Destroys the modules and unloads their libraries, each in the reverse order. Requires: they are stopped, and
-    /// nothing is left in the process whose code came with a module's library, such as what calls services in other
+    /// no object whose code is in a module's library is left in the process, such as what calls services in other
     /// processes.
     void UnloadAll() noexcept;
 
@@ -78,32 +67,25 @@ public:
 
     [[nodiscard]] std::size_t CountModules() const noexcept
     {
-        return entries.size();
+        return modules.size();
     }
 
 private:
-    struct Entry
-    {
-        std::unique_ptr<HostedModule> module;
-        ModuleLifecycle lifecycle;
-    };
-
     void OnEpochChanged(const BasicString& providerName) noexcept override;
     void PostUpdate() noexcept;
     void Update();
-    void BeginSetup(Entry& entry, ModuleLifecycle::Clock::time_point now);
-    void SetUp(Entry& entry);
-    void ReportFirstSetups(std::exception_ptr settingsFault);
+    void SetUp(HostedModule& module, bool isFirst);
+    void ReportFirstSetups(const std::exception_ptr& settingsFault);
 
     System::Commons::AppDomain& appDomain;
     Threads::EventLoop& loop;
     System::Nm::NotificationManager& notifications;
+    std::vector<std::unique_ptr<HostedModule>> modules;
 
     mutable System::Commons::Mutex mutex;
-    /// Only what the modules are, and when they are set up; a module is called without the lock.
-    std::list<Entry> entries;
-    std::set<BasicString> lostProviders;
-    WhenSetUp whenSetUp;
+    std::map<const HostedModule*, ModuleLifecycle> lifecycles OXA_GUARDED_BY(mutex);
+    std::set<BasicString> lostProviders OXA_GUARDED_BY(mutex);
+    WhenSetUp whenSetUp OXA_GUARDED_BY(mutex);
     bool isListening = false;
     boost::asio::steady_timer timer;
 };

@@ -1,6 +1,6 @@
 #include "Host/Sessions/SessionManager.hpp"
 
-#include "Host/Http/HttpExchange.hpp"
+#include "Host/Http/Problem.hpp"
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
@@ -15,7 +15,7 @@ using System::Um::SecurityToken;
 namespace
 {
 
-/// Of texts that clients choose.
+/// Clients choose the texts.
 constexpr std::size_t maximumLoggedBytes = 128;
 
 struct Credentials
@@ -37,7 +37,7 @@ std::string_view FindCookie(std::string_view cookies, std::string_view name) noe
     return {};
 }
 
-/// A header field that the caller wrote himself goes before a cookie.
+/// A header field that the client sets itself takes precedence over a cookie.
 Credentials FindCredentials(const Http::HttpRequest& request)
 {
     constexpr std::string_view scheme = "Bearer ";
@@ -49,7 +49,29 @@ Credentials FindCredentials(const Http::HttpRequest& request)
     return {FindCookie(request.cookie, SessionManager::cookieName), true};
 }
 
+/// A cookie comes with every request to this host, also with one that a page of another site sends.
+bool MayBeForged(const Http::HttpRequest& request)
+{
+    const bool hasNoOrigin = request.origin.empty() && request.fetchSite.empty();
+    return !Http::IsRead(request.method) && (hasNoOrigin || IsCrossOrigin(request));
+}
+
 } // namespace
+
+bool IsCrossOrigin(const Http::HttpRequest& request)
+{
+    if (!request.fetchSite.empty() && request.fetchSite != "same-origin" && request.fetchSite != "none")
+    {
+        return true;
+    }
+    if (request.origin.empty())
+    {
+        return false;
+    }
+    const std::size_t schemeEnd = request.origin.find("://");
+    return schemeEnd == std::string_view::npos || request.host.empty() ||
+           request.origin.substr(schemeEnd + 3) != request.host;
+}
 
 SessionManager::SessionManager(const Configuration::SessionConfiguration& configuration, System::Um::UserManager& users,
                                System::Nm::NotificationManager& notifications, Threads::EventLoop& loop)
@@ -102,34 +124,35 @@ std::optional<Caller> SessionManager::Authenticate(const Http::HttpRequest& requ
         Publish(NotificationKind::SessionExpired, found->userName, "the user's logins were ended");
         return std::nullopt;
     }
-    return Caller{found->securityToken, std::move(found->userName), found->remainingLifetime, credentials.isByCookie};
+    return Caller{found->securityToken, std::move(found->userName), found->remainingLifetime,
+                  credentials.isByCookie && MayBeForged(request)};
 }
 
-void SessionManager::LogOut(const Http::HttpRequest& request, const BasicString& clientAddress)
+void SessionManager::LogOut(const Http::IHttpExchange& exchange)
 {
-    const auto session = table.Remove(FindCredentials(request).key);
-    if (session)
+    if (const auto session = table.Remove(FindCredentials(exchange.GetRequest()).key))
     {
         users.LogOut(session->securityToken);
-        Publish(NotificationKind::LoggedOut, session->userName, "logged out", {{"address", clientAddress}});
+        Publish(NotificationKind::LoggedOut, session->userName, "logged out",
+                {{"address", exchange.GetClientAddress()}});
     }
 }
 
-void SessionManager::ReportCrossOrigin(const Http::IHttpExchange& exchange, std::string_view userName)
+Http::Handling SessionManager::RefuseCrossOrigin(Http::IHttpExchange& exchange, std::string_view userName)
 {
-    if (!crossOriginLimit.Admits())
+    if (crossOriginLimit.Admits())
     {
-        return;
+        const auto limit = [](std::string_view text)
+        {
+            return BasicString(System::Commons::Text::Truncate(text, maximumLoggedBytes));
+        };
+        const Http::HttpRequest& request = exchange.GetRequest();
+        Publish(NotificationKind::CrossOriginRefused, userName, limit(request.path),
+                {{"address", exchange.GetClientAddress()},
+                 {"origin", limit(request.origin)},
+                 {"fetchSite", limit(request.fetchSite)}});
     }
-    const auto limit = [](std::string_view text)
-    {
-        return BasicString(System::Commons::Text::Truncate(text, maximumLoggedBytes));
-    };
-    const Http::HttpRequest& request = exchange.GetRequest();
-    Publish(NotificationKind::CrossOriginRefused, userName, limit(request.path),
-            {{"address", exchange.GetClientAddress()},
-             {"origin", limit(request.origin)},
-             {"fetchSite", limit(request.fetchSite)}});
+    return SendProblem(exchange, Http::Problems::crossOrigin);
 }
 
 BasicString SessionManager::GetRoleName(SecurityToken securityToken) const
@@ -138,7 +161,7 @@ BasicString SessionManager::GetRoleName(SecurityToken securityToken) const
     return user ? user->roleName : BasicString();
 }
 
-/// Reads a file, which may take long.
+/// Reads a file, which may block.
 std::optional<System::Um::UserInfo> SessionManager::TryGetUser(SecurityToken securityToken) const
 {
     const Threads::EventLoop::BlockingSection call(loop);

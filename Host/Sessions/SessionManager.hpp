@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Host/Http/HttpExchange.hpp"
 #include "Host/Sessions/SessionTable.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogRateLimiter.hpp"
 #include "Oxa/System/Commons/Types.hpp"
@@ -23,12 +24,6 @@ namespace Oxa::System::Um
 class UserManager;
 }
 
-namespace Oxa::Host::Http
-{
-class IHttpExchange;
-struct HttpRequest;
-} // namespace Oxa::Host::Http
-
 namespace Oxa::Host::Threads
 {
 class EventLoop;
@@ -37,14 +32,18 @@ class EventLoop;
 namespace Oxa::Host::Sessions
 {
 
+/// Whether the browser names another site as the origin of the request. Programs name none.
+[[nodiscard]] bool IsCrossOrigin(const Http::HttpRequest& request);
+
 /// Who sent a request.
 struct Caller
 {
     System::Um::SecurityToken securityToken;
     BasicString userName;
     std::chrono::seconds remainingLifetime{0};
-    /// The browser added the session on its own, so that the request may be somebody else's idea.
-    bool isByCookie = false;
+    /// A cookie-authenticated write from another site, or without an origin, so the request may be forged (CSRF).
+    /// Browsers name the origin of every write.
+    bool mayBeForged = false;
 };
 
 /// Logs users in and out and tells who sent a request. Logins, failed ones too, and their ends are published.
@@ -67,24 +66,24 @@ public:
     SessionManager(const SessionManager&) = delete;
     SessionManager& operator=(const SessionManager&) = delete;
 
-    /// Logs everybody out.
+    /// Logs all users out.
     ~SessionManager();
 
-    /// Takes some ten milliseconds of computing. Nothing when name and password do not belong together. Requires:
-    /// `MayBeCredentials`; what nobody can have is not worth a notification.
+    /// Takes some ten milliseconds of computing. Empty when user name or password is wrong. Requires:
+    /// `MayBeCredentials`; impossible credentials are not worth a notification.
     [[nodiscard]] std::optional<NewSession> LogIn(const BasicString& userName, const BasicString& password,
                                                   const BasicString& clientAddress);
 
-    /// Nothing for a request without a session. A user who was removed loses the session within a second.
+    /// Empty for a request without a session. A user who was removed loses the session within a second.
     [[nodiscard]] std::optional<Caller> Authenticate(const Http::HttpRequest& request);
 
     /// Ends the request's session, if it has one.
-    void LogOut(const Http::HttpRequest& request, const BasicString& clientAddress);
+    void LogOut(const Http::IHttpExchange& exchange);
 
-    /// Publishes that a request was refused because a page of another site has sent it; not each one of a flood.
-    void ReportCrossOrigin(const Http::IHttpExchange& exchange, std::string_view userName);
+    /// Sends 403 and publishes, at a bounded rate, that a page of another site has sent the request.
+    Http::Handling RefuseCrossOrigin(Http::IHttpExchange& exchange, std::string_view userName);
 
-    /// Empty when the user is gone.
+    /// Empty when the user has been removed.
     [[nodiscard]] BasicString GetRoleName(System::Um::SecurityToken securityToken) const;
 
     [[nodiscard]] const Configuration::SessionConfiguration& GetConfiguration() const noexcept

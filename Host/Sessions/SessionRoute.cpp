@@ -1,8 +1,6 @@
 #include "Host/Sessions/SessionRoute.hpp"
 
-#include "Host/Http/HttpExchange.hpp"
 #include "Host/Http/Problem.hpp"
-#include "Host/Sessions/RequestOrigin.hpp"
 #include "Oxa/System/Commons/Json/JsonReader.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 #include "Oxa/System/Commons/OxaDateTime.hpp"
@@ -12,6 +10,8 @@
 #include <sodium.h>
 
 #include <chrono>
+#include <optional>
+#include <string_view>
 
 namespace Oxa::Host::Sessions
 {
@@ -33,16 +33,63 @@ bool IsJson(std::string_view contentType)
     return Http::AreEqual(Http::Trim(contentType.substr(0, contentType.find(';'))), "application/json");
 }
 
-/// Where a string can be expected: false when the token is none.
-bool TryReadString(JsonReader& reader, BasicString& value)
+/// One log-in, from the request to the response. Counts itself. Stays in one place and wipes the password in the end,
+/// so that no copy of it is left in memory.
+class LogInRequest final
 {
-    if (reader.Read() != JsonTokenType::String)
+public:
+    explicit LogInRequest(std::atomic<std::size_t>& count) : count(count)
     {
-        return false;
+        ++count;
     }
-    value = reader.GetText();
-    return true;
-}
+
+    LogInRequest(const LogInRequest&) = delete;
+    LogInRequest& operator=(const LogInRequest&) = delete;
+
+    ~LogInRequest()
+    {
+        if (password)
+        {
+            sodium_memzero(password->data(), password->size());
+        }
+        --count;
+    }
+
+    /// False: the body is not a JSON object with possible credentials. Further members are ignored.
+    [[nodiscard]] bool TryRead(std::string_view body)
+    {
+        try
+        {
+            JsonReader reader(body);
+            if (reader.Read() != JsonTokenType::StartObject)
+            {
+                return false;
+            }
+            while (reader.Read() == JsonTokenType::PropertyName)
+            {
+                std::optional<BasicString>* const value = reader.GetText() == "user"       ? &userName
+                                                          : reader.GetText() == "password" ? &password
+                                                                                           : nullptr;
+                if (reader.Read() == JsonTokenType::String && value != nullptr && !value->has_value())
+                {
+                    *value = reader.GetText();
+                }
+                reader.Skip();
+            }
+            return userName && password && System::Um::UserManager::MayBeCredentials(*userName, *password);
+        }
+        catch (const System::Commons::Json::JsonException&)
+        {
+            return false;
+        }
+    }
+
+    std::optional<BasicString> userName;
+    std::optional<BasicString> password;
+
+private:
+    std::atomic<std::size_t>& count;
+};
 
 BasicString FormatExpiry(std::chrono::seconds remaining)
 {
@@ -61,12 +108,20 @@ void WriteSession(JsonWriter& writer, std::string_view userName, std::string_vie
     writer.WriteValue("expires", FormatExpiry(remaining));
 }
 
+BasicString FormatCookie(std::string_view value, std::string_view attributes)
+{
+    return System::Commons::Text::Format("Set-Cookie: {0}={1}; Path=/; HttpOnly; SameSite=Strict{2}\r\n",
+                                         SessionManager::cookieName, value, attributes);
+}
+
 } // namespace
 
 SessionRoute::SessionRoute(SessionManager& sessions, boost::asio::io_context& context)
-    : sessions(sessions), context(context), worker(maximumWaitingLogIns)
+    : sessions(sessions), context(context)
 {
 }
+
+SessionRoute::~SessionRoute() = default;
 
 Handling SessionRoute::Handle(const std::shared_ptr<IHttpExchange>& exchange)
 {
@@ -76,115 +131,71 @@ Handling SessionRoute::Handle(const std::shared_ptr<IHttpExchange>& exchange)
         return LogIn(exchange);
     case HttpMethod::Get:
     case HttpMethod::Head:
-        Look(*exchange);
-        break;
+        return SendSession(*exchange);
     case HttpMethod::Delete:
-        LogOut(*exchange);
-        break;
+        return LogOut(*exchange);
     default:
-        Http::SendMethodNotAllowed(*exchange, "GET, HEAD, POST, DELETE");
-        break;
+        return Http::SendMethodNotAllowed(*exchange, "GET, HEAD, POST, DELETE");
     }
-    return Handling::Completed;
 }
 
 Handling SessionRoute::LogIn(const std::shared_ptr<IHttpExchange>& exchange)
 {
     const Http::HttpRequest& request = exchange->GetRequest();
-    if (IsSaidToBeForeign(request))
+    if (IsCrossOrigin(request))
     {
-        sessions.ReportCrossOrigin(*exchange, {});
-        Http::SendProblem(*exchange, Http::Problems::crossOrigin);
-        return Handling::Completed;
+        return sessions.RefuseCrossOrigin(*exchange, {});
     }
     if (!IsJson(request.contentType))
     {
-        Http::SendProblem(*exchange, Http::Problems::notJson);
-        return Handling::Completed;
+        return SendProblem(*exchange, Http::Problems::notJson);
     }
-    const auto logIn = ReadLogInRequest(request.body);
-    if (!logIn || !System::Um::UserManager::MayBeCredentials(logIn->userName, logIn->password))
+    const auto logIn = std::make_shared<LogInRequest>(logIns);
+    if (!logIn->TryRead(request.body))
     {
-        Http::SendProblem(*exchange, Http::Problems::invalidCredentials);
-        return Handling::Completed;
+        return SendProblem(*exchange, Http::Problems::invalidCredentials);
     }
-    if (worker.TryAdd([this, exchange, logIn] { Finish(exchange, *logIn); }))
+    // Beside this one and the one in progress.
+    if (logIns > maximumWaitingLogIns + 1)
     {
-        return Handling::Deferred;
+        return SendProblem(*exchange, Http::Problems::tooManyRequests);
     }
-    Http::SendProblem(*exchange, Http::Problems::tooManyRequests);
-    return Handling::Completed;
-}
-
-SessionRoute::LogInRequest::~LogInRequest()
-{
-    sodium_memzero(password.data(), password.size());
-}
-
-/// Further members are passed over.
-std::shared_ptr<SessionRoute::LogInRequest> SessionRoute::ReadLogInRequest(std::string_view body)
-{
-    try
-    {
-        const auto request = std::make_shared<LogInRequest>();
-        JsonReader reader(body);
-        if (reader.Read() != JsonTokenType::StartObject)
-        {
-            return nullptr;
-        }
-        bool hasUser = false;
-        bool hasPassword = false;
-        while (reader.Read() == JsonTokenType::PropertyName)
-        {
-            if (reader.GetText() == "user" && !hasUser)
-            {
-                hasUser = TryReadString(reader, request->userName);
-            }
-            else if (reader.GetText() == "password" && !hasPassword)
-            {
-                hasPassword = TryReadString(reader, request->password);
-            }
-            else
-            {
-                reader.Read();
-            }
-            reader.Skip();
-        }
-        return hasUser && hasPassword ? request : nullptr;
-    }
-    catch (const System::Commons::Json::JsonException&)
-    {
-        return nullptr;
-    }
+    boost::asio::post(worker, [this, exchange, logIn] { Verify(exchange, *logIn->userName, *logIn->password); });
+    return Handling::Deferred;
 }
 
 /// On the worker's thread.
-void SessionRoute::Finish(const std::shared_ptr<IHttpExchange>& exchange, const LogInRequest& request) noexcept
+void SessionRoute::Verify(const std::shared_ptr<IHttpExchange>& exchange, const BasicString& userName,
+                          const BasicString& password) noexcept
 {
     try
     {
-        Answer(*exchange, request);
+        SendNewSession(*exchange, userName, password);
         boost::asio::post(context, [exchange] { exchange->Resume(); });
     }
     catch (...)
     {
-        // No memory even to tell so. The exchange is given up, and with it the client's connection.
+        // Out of memory. The exchange is given up, and with it the client's connection.
     }
 }
 
-void SessionRoute::Answer(IHttpExchange& exchange, const LogInRequest& request)
+void SessionRoute::SendNewSession(IHttpExchange& exchange, const BasicString& userName, const BasicString& password)
 {
     try
     {
-        const auto session = sessions.LogIn(request.userName, request.password, exchange.GetClientAddress());
-        if (session)
+        const auto session = sessions.LogIn(userName, password, exchange.GetClientAddress());
+        if (!session)
         {
-            SendNewSession(exchange, *session);
+            SendProblem(exchange, Http::Problems::logInFailed);
+            return;
         }
-        else
-        {
-            Http::SendProblem(exchange, Http::Problems::logInFailed);
-        }
+        const auto& configuration = sessions.GetConfiguration();
+        JsonWriter writer;
+        writer.WriteStartObject();
+        WriteSession(writer, session->userName, session->roleName, configuration.idleTimeout, configuration.lifetime);
+        writer.WriteValue("token", session->key);
+        writer.WriteEndObject();
+        exchange.Send({200, Http::jsonMediaType, writer.GetText(), FormatCookie(session->key, "")});
     }
     catch (...)
     {
@@ -192,26 +203,12 @@ void SessionRoute::Answer(IHttpExchange& exchange, const LogInRequest& request)
     }
 }
 
-void SessionRoute::SendNewSession(IHttpExchange& exchange, const SessionManager::NewSession& session) const
-{
-    const auto& configuration = sessions.GetConfiguration();
-    JsonWriter writer;
-    writer.WriteStartObject();
-    WriteSession(writer, session.userName, session.roleName, configuration.idleTimeout, configuration.lifetime);
-    writer.WriteValue("token", session.key);
-    writer.WriteEndObject();
-    const BasicString cookie = System::Commons::Text::Format(
-        "Set-Cookie: {0}={1}; Path=/; HttpOnly; SameSite=Strict\r\n", SessionManager::cookieName, session.key);
-    exchange.Send({200, Http::jsonMediaType, writer.GetText(), cookie});
-}
-
-void SessionRoute::Look(IHttpExchange& exchange)
+Handling SessionRoute::SendSession(IHttpExchange& exchange)
 {
     const auto caller = sessions.Authenticate(exchange.GetRequest());
     if (!caller)
     {
-        Http::SendProblem(exchange, Http::Problems::noSession);
-        return;
+        return SendProblem(exchange, Http::Problems::noSession);
     }
     JsonWriter writer;
     writer.WriteStartObject();
@@ -219,27 +216,23 @@ void SessionRoute::Look(IHttpExchange& exchange)
                  sessions.GetConfiguration().idleTimeout, caller->remainingLifetime);
     writer.WriteEndObject();
     exchange.Send({200, Http::jsonMediaType, writer.GetText()});
+    return Handling::Completed;
 }
 
-void SessionRoute::LogOut(IHttpExchange& exchange)
+Handling SessionRoute::LogOut(IHttpExchange& exchange)
 {
-    const Http::HttpRequest& request = exchange.GetRequest();
-    const auto caller = sessions.Authenticate(request);
+    const auto caller = sessions.Authenticate(exchange.GetRequest());
     if (!caller)
     {
-        Http::SendProblem(exchange, Http::Problems::noSession);
-        return;
+        return SendProblem(exchange, Http::Problems::noSession);
     }
-    if (caller->isByCookie && IsForeign(request))
+    if (caller->mayBeForged)
     {
-        sessions.ReportCrossOrigin(exchange, caller->userName);
-        Http::SendProblem(exchange, Http::Problems::crossOrigin);
-        return;
+        return sessions.RefuseCrossOrigin(exchange, caller->userName);
     }
-    sessions.LogOut(request, exchange.GetClientAddress());
-    const BasicString cookie = System::Commons::Text::Format(
-        "Set-Cookie: {0}=; Path=/; HttpOnly; SameSite=Strict; Max-Age=0\r\n", SessionManager::cookieName);
-    exchange.Send({.status = 204, .fields = cookie});
+    sessions.LogOut(exchange);
+    exchange.Send({.status = 204, .fields = FormatCookie("", "; Max-Age=0")});
+    return Handling::Completed;
 }
 
 } // namespace Oxa::Host::Sessions

@@ -2,19 +2,20 @@
 
 #include "Host/Http/HttpExchange.hpp"
 #include "Host/Sessions/SessionManager.hpp"
-#include "Host/Threads/TaskWorker.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/thread_pool.hpp>
 
+#include <atomic>
+#include <cstddef>
 #include <memory>
-#include <string_view>
 
 namespace Oxa::Host::Sessions
 {
 
-/// POST logs in, GET looks, DELETE logs out. Passwords are compared by a worker, one at a time, since that takes long
-/// on purpose. Threads: the event loop's.
+/// POST logs in, GET sends the session, DELETE logs out. Passwords are verified on a thread of its own, one at a time,
+/// since that takes long on purpose; a bounded number of log-ins waits. Threads: the event loop's.
 class SessionRoute final
 {
 public:
@@ -23,33 +24,24 @@ public:
     SessionRoute(const SessionRoute&) = delete;
     SessionRoute& operator=(const SessionRoute&) = delete;
 
+    /// Finishes the log-in in progress; those that wait get no response.
+    ~SessionRoute();
+
     [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange);
 
 private:
-    /// Stays where it is and wipes the password in the end, so that no copy of it is left in memory.
-    struct LogInRequest final
-    {
-        LogInRequest() = default;
-        LogInRequest(const LogInRequest&) = delete;
-        LogInRequest& operator=(const LogInRequest&) = delete;
-        ~LogInRequest();
-
-        BasicString userName;
-        BasicString password;
-    };
-
     [[nodiscard]] Http::Handling LogIn(const std::shared_ptr<Http::IHttpExchange>& exchange);
-    /// Null when the body is none.
-    [[nodiscard]] static std::shared_ptr<LogInRequest> ReadLogInRequest(std::string_view body);
-    void Finish(const std::shared_ptr<Http::IHttpExchange>& exchange, const LogInRequest& request) noexcept;
-    void Answer(Http::IHttpExchange& exchange, const LogInRequest& request);
-    void SendNewSession(Http::IHttpExchange& exchange, const SessionManager::NewSession& session) const;
-    void Look(Http::IHttpExchange& exchange);
-    void LogOut(Http::IHttpExchange& exchange);
+    void Verify(const std::shared_ptr<Http::IHttpExchange>& exchange, const BasicString& userName,
+                const BasicString& password) noexcept;
+    void SendNewSession(Http::IHttpExchange& exchange, const BasicString& userName, const BasicString& password);
+    Http::Handling SendSession(Http::IHttpExchange& exchange);
+    Http::Handling LogOut(Http::IHttpExchange& exchange);
 
     SessionManager& sessions;
     boost::asio::io_context& context;
-    Threads::TaskWorker worker;
+    /// Waiting and in progress.
+    std::atomic<std::size_t> logIns = 0;
+    boost::asio::thread_pool worker{1};
 };
 
 } // namespace Oxa::Host::Sessions

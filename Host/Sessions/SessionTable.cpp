@@ -40,9 +40,16 @@ BasicString SessionTable::Add(System::Um::SecurityToken securityToken, const Bas
     BasicString key = CreateKey();
     const TimePoint now = clock();
     const MutexLock lock(mutex);
-    EndExpired(now);
-    EndOldest(&userName, configuration.maximumPerUser - 1);
-    EndOldest(nullptr, configuration.maximumTotal - 1);
+    for (auto each = sessions.begin(); each != sessions.end();)
+    {
+        const auto current = each++;
+        if (HasEnded(current->second, now))
+        {
+            End(current);
+        }
+    }
+    EndLeastRecentlyUsed(&userName, configuration.maximumPerUser - 1);
+    EndLeastRecentlyUsed(nullptr, configuration.maximumTotal - 1);
     sessions.emplace(Hash(key), Session{securityToken, userName, now, now, now});
     return key;
 }
@@ -123,20 +130,7 @@ void SessionTable::End(Sessions::iterator session)
     sessions.erase(session);
 }
 
-void SessionTable::EndExpired(TimePoint now)
-{
-    for (auto each = sessions.begin(); each != sessions.end();)
-    {
-        const auto current = each++;
-        if (HasEnded(current->second, now))
-        {
-            End(current);
-        }
-    }
-}
-
-/// Of one user, or of all for null.
-void SessionTable::EndOldest(const BasicString* userName, std::size_t maximum)
+void SessionTable::EndLeastRecentlyUsed(const BasicString* userName, std::size_t maximum)
 {
     std::size_t count = 0;
     auto oldest = sessions.end();

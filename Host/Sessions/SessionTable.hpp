@@ -18,8 +18,8 @@
 namespace Oxa::Host::Sessions
 {
 
-/// Who is logged in. A session is found by its key, 256 random bits in base64url, of which only a hash is kept: what
-/// can be read out of this process opens no session. Safe from any thread.
+/// The sessions of users who are logged in. A session is found by its key, 256 random bits in base64url, of which only
+/// a hash is kept: a copy of this process's memory gives access to no session. Safe from any thread.
 class SessionTable final
 {
 public:
@@ -40,7 +40,7 @@ public:
         System::Um::SecurityToken securityToken;
         BasicString userName;
         std::chrono::seconds remainingLifetime{0};
-        /// At most once a second: time to ask whether the user is still there.
+        /// At most once a second: time to check whether the user still exists.
         bool isCheckDue = false;
     };
 
@@ -50,19 +50,18 @@ public:
     SessionTable(const SessionTable&) = delete;
     SessionTable& operator=(const SessionTable&) = delete;
 
-    /// The key of the new session. When there are too many, those of the user or of all that were not used for longest
-    /// end.
+    /// The key of the new session. When there are too many, the least recently used one of the user or of all ends.
     [[nodiscard]] BasicString Add(System::Um::SecurityToken securityToken, const BasicString& userName);
 
-    /// Counts as use. Nothing for a key that is no session's or of one that has ended.
+    /// Counts as use. Empty for an unknown key and for a session that has ended.
     [[nodiscard]] std::optional<Found> Find(std::string_view key);
 
     [[nodiscard]] std::optional<Session> Remove(std::string_view key);
 
-    /// Takes out those that have ended by time or by number and were not taken before.
+    /// Removes and returns the sessions that have ended by time or by number.
     [[nodiscard]] std::vector<Session> TakeEnded();
 
-    /// Takes out all.
+    /// Removes and returns all sessions.
     [[nodiscard]] std::vector<Session> TakeAll();
 
 private:
@@ -82,15 +81,15 @@ private:
 
     [[nodiscard]] static KeyHash Hash(std::string_view key) noexcept;
     [[nodiscard]] bool HasEnded(const Session& session, TimePoint now) const noexcept;
-    void End(Sessions::iterator session);
-    void EndExpired(TimePoint now);
-    void EndOldest(const BasicString* userName, std::size_t maximum);
+    void End(Sessions::iterator session) OXA_REQUIRES(mutex);
+    /// Of one user, or of all for null.
+    void EndLeastRecentlyUsed(const BasicString* userName, std::size_t maximum) OXA_REQUIRES(mutex);
 
     const Configuration::SessionConfiguration configuration;
     const Clock clock;
     System::Commons::Mutex mutex;
-    Sessions sessions;
-    std::vector<Session> ended;
+    Sessions sessions OXA_GUARDED_BY(mutex);
+    std::vector<Session> ended OXA_GUARDED_BY(mutex);
 };
 
 } // namespace Oxa::Host::Sessions

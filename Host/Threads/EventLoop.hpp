@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Oxa/System/Commons/Threading/ILeaderWork.hpp"
 #include "Oxa/System/Commons/Threading/LeaderTeam.hpp"
 
 #include <boost/asio/io_context.hpp>

@@ -7,7 +7,7 @@
 #include "Device/MultiReadClient.hpp"
 #include "Device/Services/DeviceServices.hpp"
 #include "Device/Services/ItemService.hpp"
-#include "Device/Sources/CpuSampler.hpp"
+#include "Device/Sources/CpuLoads.hpp"
 #include "Support/LogRecorder.hpp"
 
 #include <gtest/gtest.h>

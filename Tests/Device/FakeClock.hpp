@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Device/Machine/SteadyClock.hpp"
+#include "Device/Machine/BoundedCalls.hpp"
 
 #include <chrono>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Oxa/System/Rsc/RscEndpointConfiguration.hpp"
+#include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Support/ChildProcess.hpp"
 #include "Support/Eventually.hpp"
 #include "Support/TemporaryFolder.hpp"

@@ -1,4 +1,3 @@
-#include "Oxa/System/Rsc/IRscServiceListener.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Processes/DeviceClient.hpp"
 #include "Processes/DeviceProcess.hpp"

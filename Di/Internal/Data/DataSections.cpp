@@ -16,8 +16,6 @@ using System::Commons::Json::JsonWriter;
 
 DataSections::DataSections(std::vector<DataSection*>& sections) : sections(sections) {}
 
-DataSections::~DataSections() = default;
-
 std::vector<BasicString> DataSections::ParseSectionsNamesList(const BasicString& sectionsNames)
 {
     BasicString text = sectionsNames;

@@ -21,7 +21,6 @@ class DataSections final : public System::Commons::Json::IJsonSerializable,
 public:
     /// `sections` is borrowed.
     explicit DataSections(std::vector<DataSection*>& sections);
-    ~DataSections() override;
 
     /// Splits at "&" after dropping one trailing "&". Nothing is trimmed, merged or checked; there is always at least
     /// one name, be it empty.

@@ -23,12 +23,10 @@ DateTime::DateTime(const BasicString& name, std::shared_ptr<IDeviceStatusService
 {
 }
 
-DateTime::~DateTime() = default;
-
 bool DateTime::UpdateData()
 {
-    // Unlike the other sections this one answers "no data" to every fault of its services, and says nothing of it:
-    // clients rely on the difference.
+    // Unlike the other sections this one reports every fault of its services as "no data", without a log line: clients
+    // rely on the difference.
     try
     {
         return ReadValues();

@@ -18,7 +18,6 @@ public:
     DateTime(const BasicString& name,
              std::shared_ptr<Oxa::Device::Interface::Services::IDeviceStatusService>& deviceStatusService,
              std::shared_ptr<Oxa::Hardware::RealTimeClock::Services::Internal::IRtcService>& rtcService);
-    ~DateTime() override;
 
     /// False when the up-time was of another type than expected or anything threw; nothing is passed on.
     [[nodiscard]] bool UpdateData() override;

@@ -15,8 +15,6 @@ DeviceHealth::DeviceHealth(const BasicString& name, std::shared_ptr<IDeviceStatu
 {
 }
 
-DeviceHealth::~DeviceHealth() = default;
-
 bool DeviceHealth::UpdateData()
 {
     return ConvRscVariant512Value(deviceStatusService->ReadItem(RscString<512>("Status.Board.Temperature.Centigrade")),

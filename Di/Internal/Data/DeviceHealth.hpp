@@ -16,10 +16,9 @@ public:
     /// Keeps a reference to the handler's own pointer, which is filled later.
     DeviceHealth(const BasicString& name,
                  std::shared_ptr<Oxa::Device::Interface::Services::IDeviceStatusService>& deviceStatusService);
-    ~DeviceHealth() override;
 
-    /// False when the value was of another type than expected. Passes on what the service throws: other than the date
-    /// and time, a temperature that cannot be asked for is a fault of its own.
+    /// False when the value was of another type than expected. Passes on what the service throws, unlike the date and
+    /// time section: a temperature that cannot be read is a fault of its own.
     [[nodiscard]] bool UpdateData() override;
 
     void WriteJsonData(System::Commons::Json::JsonWriter& writer,

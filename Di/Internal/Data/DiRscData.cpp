@@ -71,7 +71,7 @@ void DiRscData::ReadRscVariantItemsResults(IRscReadEnumerator<RscVariant<512>>& 
     results.reserve(announcedCount);
     RscVariant<512> value;
     value.SetType(RscType::NotSet);
-    // How many results there are, only the end of the enumeration tells; the announced number sizes the list.
+    // Only the end of the enumeration determines the number of results; the announced number sizes the list.
     while (enumerator.ReadNext(value))
     {
         if (value.GetType() == RscType::Array)

@@ -13,30 +13,11 @@ using System::Commons::Json::JsonSerializationContext;
 using System::Commons::Json::JsonWriter;
 using System::Rsc::RscString;
 
-namespace
-{
-
-const BasicString notAvailable = "N/A";
-
-} // namespace
-
 GeneralData::GeneralData(const BasicString& name, std::shared_ptr<IDeviceInfoService>& deviceInfoService,
                          DiSettings& settings)
-    : DataSection(name),
-      articleName(notAvailable),
-      orderNumber(notAvailable),
-      serialNumber(notAvailable),
-      firmwareVersion(notAvailable),
-      hardwareVersion(notAvailable),
-      fpgaVersion(notAvailable),
-      deviceInfoService(deviceInfoService),
-      settings(settings),
-      splcFirmwareVersion(notAvailable),
-      splcFpgaVersion(notAvailable)
+    : DataSection(name), deviceInfoService(deviceInfoService), settings(settings)
 {
 }
-
-GeneralData::~GeneralData() = default;
 
 void GeneralData::Setup()
 {

@@ -23,7 +23,6 @@ public:
     GeneralData(const BasicString& name,
                 std::shared_ptr<Oxa::Device::Interface::Services::IDeviceInfoService>& deviceInfoService,
                 Settings::DiSettings& settings);
-    ~GeneralData() override;
 
     /// Passes on what the service throws. Without the service the values stay as they are.
     void Setup() override;
@@ -37,16 +36,16 @@ public:
 private:
     void ReadText(const char* key, BasicString& text);
 
-    BasicString articleName;
-    BasicString orderNumber;
-    BasicString serialNumber;
-    BasicString firmwareVersion;
-    BasicString hardwareVersion;
-    BasicString fpgaVersion;
+    BasicString articleName = "N/A";
+    BasicString orderNumber = "N/A";
+    BasicString serialNumber = "N/A";
+    BasicString firmwareVersion = "N/A";
+    BasicString hardwareVersion = "N/A";
+    BasicString fpgaVersion = "N/A";
     std::shared_ptr<Oxa::Device::Interface::Services::IDeviceInfoService>& deviceInfoService;
     Settings::DiSettings& settings;
-    BasicString splcFirmwareVersion;
-    BasicString splcFpgaVersion;
+    BasicString splcFirmwareVersion = "N/A";
+    BasicString splcFpgaVersion = "N/A";
 };
 
 } // namespace Oxa::Services::Modules::Wbm::Di::Internal::Data

@@ -3,22 +3,46 @@
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 
 #include <cstddef>
+#include <utility>
 
 namespace Oxa::Services::Modules::Wbm::Di::Internal::Data
 {
 
 using Oxa::Device::Interface::Services::IDeviceStatusService;
 using System::Commons::Diagnostics::Logging::LogLevel;
+using System::Commons::Json::JsonReader;
 using System::Commons::Json::JsonSerializationContext;
 using System::Commons::Json::JsonWriter;
 using System::Rsc::RscString;
+
+namespace
+{
+
+constexpr uint32 stateMask = 0xFFFF;
+constexpr uint32 colorMask = 0xFFFF0000;
+
+} // namespace
+
+StatusIndicator::StatusIndicator(BasicString fullName, uint32 statusWord)
+    : fullName(std::move(fullName)), stateCode(statusWord & stateMask), colorCode(statusWord & colorMask)
+{
+}
+
+void StatusIndicator::ReadJson(JsonReader& /*reader*/, JsonSerializationContext& /*context*/) {}
+
+void StatusIndicator::WriteJson(JsonWriter& writer, JsonSerializationContext& /*context*/)
+{
+    writer.TryWriteStartComplexArrayItem();
+    writer.WriteValue("fullName", fullName);
+    writer.WriteValue("stateCode", stateCode);
+    writer.WriteValue("colorCode", colorCode);
+    writer.WriteEndComplexArrayItem();
+}
 
 StatusIndicators::StatusIndicators(const BasicString& name, std::shared_ptr<IDeviceStatusService>& deviceStatusService)
     : DataSection(name), deviceStatusService(deviceStatusService)
 {
 }
-
-StatusIndicators::~StatusIndicators() = default;
 
 bool StatusIndicators::UpdateData()
 {

@@ -21,7 +21,7 @@ namespace
 
 constexpr const char* coreLoadKeyTemplate = "Status.Cpu.{0}.Load.Percent";
 
-/// Where the loads of the single cores begin in the results.
+/// The index of the first core's load in the results.
 constexpr uint32 firstCoreIndex = 5;
 
 } // namespace
@@ -31,8 +31,6 @@ Utilization::Utilization(const BasicString& name, std::shared_ptr<IDeviceStatusS
     : DataSection(name), deviceStatusService(deviceStatusService), deviceInfoService(deviceInfoService)
 {
 }
-
-Utilization::~Utilization() = default;
 
 void Utilization::Setup()
 {
@@ -48,8 +46,8 @@ void Utilization::Setup()
     }
     else
     {
-        // The count is now 255, the conversion's failure value, and all those cores are asked for: the answer shows at
-        // a glance that something is wrong. Not to be mended.
+        // The count is now 255, the conversion's failure value, and that many cores are read: the response makes the
+        // fault obvious. Deliberate, not to be changed.
         Log(LogLevel::Debug, "Failed to get CPU cores count");
     }
     for (const char* const key :
@@ -66,8 +64,8 @@ void Utilization::Setup()
 
 bool Utilization::UpdateData()
 {
-    // The process's, not the object's, and never changed after the first update, whatever the number of cores is
-    // later. Deliberate: a client sees the same number of loads for the life of the process.
+    // One for the process, not per object, and never changed after the first update, even if the number of cores
+    // changes. Deliberate: a client sees the same number of loads for the life of the process.
     static const uint32 lastResultIndex = uint32{cpuCoresCount} + firstCoreIndex - 1;
 
     const std::size_t expectedCount = itemKeys.size();

@@ -19,7 +19,6 @@ public:
     Utilization(const BasicString& name,
                 std::shared_ptr<Oxa::Device::Interface::Services::IDeviceStatusService>& deviceStatusService,
                 std::shared_ptr<Oxa::Device::Interface::Services::IDeviceInfoService>& deviceInfoService);
-    ~Utilization() override;
 
     /// Passes on what the service throws. Without the service everything stays as it is.
     void Setup() override;

@@ -35,10 +35,6 @@ BasicString ReadMandatoryAttribute(const XmlReader& reader, const BasicString& a
 
 } // namespace
 
-DiSettings::DiSettings() = default;
-
-DiSettings::~DiSettings() = default;
-
 BasicString DiSettings::GetDocumentElementName()
 {
     return documentElementName;

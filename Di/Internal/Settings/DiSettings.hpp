@@ -13,9 +13,6 @@ namespace Oxa::Services::Modules::Wbm::Di::Internal::Settings
 class DiSettings final : public System::Commons::Xml::IXmlSerializable
 {
 public:
-    DiSettings();
-    ~DiSettings() override;
-
     [[nodiscard]] static BasicString GetDocumentElementName();
 
     /// Throws XmlException when the document element holds no settings element or one lacks an attribute. Of several

@@ -11,7 +11,7 @@
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/IRtcService.hpp"
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/RtcServiceProxyFactory.hpp"
-#include "Oxa/System/Acf/ComponentInfo.hpp"
+#include "Oxa/System/Acf/IComponent.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
@@ -67,9 +67,8 @@ protected:
     const Support::LogRecorder log{Oxa::System::Commons::Diagnostics::Logging::LogLevel::Information};
     FakeMachine machine;
     Oxa::System::Commons::AppDomain appDomain{"test"};
-    FakeTime samplingTime;
     FakeTime outageTime;
-    LinuxComponent component{appDomain, samplingTime.MakeWaiter(), outageTime.MakeWaiter()};
+    LinuxComponent component{appDomain, outageTime.MakeWaiter()};
 };
 
 } // namespace
@@ -153,7 +152,7 @@ TEST_F(RunningComponent, TellsABuildByProgramAndDescription)
     machine.Write("/d/1.xml", "<DeviceDescriptionDocument/>");
     const auto readBuildId = [this]
     {
-        LinuxComponent other(appDomain, samplingTime.MakeWaiter(), outageTime.MakeWaiter());
+        LinuxComponent other(appDomain, outageTime.MakeWaiter());
         other.Setup(Oxa::System::Acf::ComponentInfo("Linux", machine.GetPath("/d")));
         other.Start();
         return getInfo()->ReadItem(ItemKey("Status.System.BuildId")).ToString();

@@ -2,7 +2,6 @@
 #include "Device/ItemValueText.hpp"
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
-#include "Oxa/System/Acf/ComponentInfo.hpp"
 #include "Oxa/System/Acf/IComponent.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"

@@ -166,7 +166,9 @@ TEST(DescribingAMachine, WritesWhatGivesAValueAndSimulatesOnlyWhenAsked)
                     missingParts == MissingParts::Absent && item->GetSource().Describe().starts_with("none: ");
                 EXPECT_EQ(ToTypedText(items->Read(item->GetKey())) == "NotSet", isAbsent)
                     << item->GetKey() << " of " << root.Resolve("");
-                EXPECT_FALSE(missingParts == MissingParts::Absent && item->GetSource().IsSimulated()) << item->GetKey();
+                EXPECT_FALSE(missingParts == MissingParts::Absent &&
+                             item->GetSource().GetSimulation() == Items::Simulation::Always)
+                    << item->GetKey();
             }
             EXPECT_EQ(ToTypedText(items->Read("Status.RunStopSwitch.Supported")),
                       missingParts == MissingParts::Absent ? "Bool false" : "Bool true");

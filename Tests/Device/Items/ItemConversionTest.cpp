@@ -2,8 +2,7 @@
 
 #include "Device/ItemValueText.hpp"
 #include "Device/Items/ItemTable.hpp"
-#include "Device/Items/ItemText.hpp"
-#include "Device/Sources/ConstantSource.hpp"
+#include "Device/Sources/FallbackSource.hpp"
 #include "Support/LogRecorder.hpp"
 
 #include <gtest/gtest.h>
@@ -62,7 +61,7 @@ TEST(ConvertingValues, SaysOncePerItemWhatDoesNotFit)
     }
     ASSERT_EQ(log.GetEntries().size(), 1U);
     EXPECT_EQ(log.GetEntries()[0].message,
-              "The item 'Load' has no value: a number is out of the range of uint8, fixed value");
+              "the item 'Load' has no value: a number is out of the range of uint8, fixed value");
 }
 
 } // namespace Oxa::Tests::Device

@@ -3,7 +3,6 @@
 #include "Device/FakeClock.hpp"
 #include "Device/FakeMachine.hpp"
 #include "Device/ItemValueText.hpp"
-#include "Device/Machine/RetryPace.hpp"
 #include "Device/Sources/FileSource.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Support/LogRecorder.hpp"
@@ -51,14 +50,14 @@ TEST(ReadingItems, LogsEveryCauseOnce)
     {
         EXPECT_EQ(ToTypedText(table.Read("Name")), "NotSet");
         machine.Write("/name", "Box");
-        clock.Advance(RetryPace::interval);
+        clock.Advance(std::chrono::seconds(1));
         EXPECT_EQ(ToTypedText(table.Read("Name")), "String Box");
         std::filesystem::remove(machine.GetPath("/name"));
     }
 
     const auto entries = log.GetEntries();
     ASSERT_EQ(entries.size(), 1U);
-    EXPECT_EQ(entries[0].message, "The item 'Name' has no value: cannot read '" + machine.GetPath("/name") +
+    EXPECT_EQ(entries[0].message, "the item 'Name' has no value: cannot read '" + machine.GetPath("/name") +
                                       "': No such file or directory");
 }
 
@@ -90,7 +89,7 @@ TEST(ReadingItems, DoesNotFillTheLogWithADevicesNonsense)
         EXPECT_EQ(ToTypedText(table.Read("Name")), "NotSet");
     }
     EXPECT_LE(log.GetEntries().size(), 8U);
-    EXPECT_EQ(log.GetEntries().front().message, "The item 'Name' has no value: nonsense\\x0a1");
+    EXPECT_EQ(log.GetEntries().front().message, "the item 'Name' has no value: nonsense\\x0a1");
 }
 
 TEST(ReadingItems, LetsNothingEscapeThatASourceThrows)
@@ -102,7 +101,7 @@ TEST(ReadingItems, LetsNothingEscapeThatASourceThrows)
     EXPECT_EQ(ToTypedText(table.Read("Name")), "NotSet");
     EXPECT_EQ(ToTypedText(table.Read("Nobody.Knows")), "NotSet");
     ASSERT_EQ(log.GetEntries().size(), 1U);
-    EXPECT_EQ(log.GetEntries()[0].message, "The item 'Name' has no value: the bus is stuck");
+    EXPECT_EQ(log.GetEntries()[0].message, "the item 'Name' has no value: the bus is stuck");
 }
 
 TEST(FillingTheTable, RefusesAKeyThatIsTaken)

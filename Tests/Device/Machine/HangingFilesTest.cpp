@@ -206,9 +206,9 @@ TEST_F(AMachineWithAHangingMount, CostsOneThreadAFileAndTheValuesOfItsItemsUntil
         messages.push_back(entry.message);
     }
     ASSERT_EQ(messages.size(), 4U);
-    EXPECT_EQ(messages[0], "The item 'Number' has no value: a read of '" + machine.GetPath("/mnt/number") +
+    EXPECT_EQ(messages[0], "the item 'Number' has no value: a read of '" + machine.GetPath("/mnt/number") +
                                "' has lasted longer than a request waits, 1000 ms");
-    EXPECT_EQ(messages[3], "The item 'Disk' has no value: a query of the file system at '" + machine.GetPath("/mnt") +
+    EXPECT_EQ(messages[3], "the item 'Disk' has no value: a query of the file system at '" + machine.GetPath("/mnt") +
                                "' has lasted longer than a request waits, 1000 ms");
 
     Release();

@@ -3,7 +3,7 @@
 #include "Device/ItemValueText.hpp"
 #include "Device/MultiReadClient.hpp"
 #include "Device/Services/MultiItemRead.hpp"
-#include "Device/Sources/SimulatedSource.hpp"
+#include "Device/Sources/FallbackSource.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
 
 #include <gtest/gtest.h>
@@ -20,8 +20,8 @@ namespace
 std::shared_ptr<const Items::ItemTable> MakeItems()
 {
     auto items = std::make_shared<Items::ItemTable>();
-    items->Add("A", std::make_unique<Sources::SimulatedSource>(Items::ItemValue("a"), "a"));
-    items->Add("B", std::make_unique<Sources::SimulatedSource>(Items::ItemValue(uint8(7)), "7"));
+    items->Add("A", std::make_unique<Sources::ConstantSource>(Items::ItemValue("a")));
+    items->Add("B", std::make_unique<Sources::ConstantSource>(Items::ItemValue(uint8(7))));
     return items;
 }
 

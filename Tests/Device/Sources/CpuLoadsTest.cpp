@@ -2,9 +2,7 @@
 
 #include "Device/FakeClock.hpp"
 #include "Device/FakeMachine.hpp"
-#include "Device/FakeTime.hpp"
-#include "Device/Machine/RetryPace.hpp"
-#include "Device/Sources/CpuSampler.hpp"
+#include "Support/Eventually.hpp"
 
 #include <gtest/gtest.h>
 
@@ -76,7 +74,7 @@ TEST(SamplingLoads, HasNoValueWhileTheCountersCannotBeRead)
     EXPECT_EQ(loads->GetCause(), "cannot read '" + machine.GetPath("/proc/stat") + "': No such file or directory");
 
     machine.Write("/proc/stat", "cpu 1 0 0 1\ncpu0 1 0 0 1\ncpu1 1 0 0 1\ncpu4 1 0 0 1\n");
-    clock.Advance(Machine::RetryPace::interval);
+    clock.Advance(std::chrono::seconds(1));
     loads->Sample();
     machine.Write("/proc/stat", "cpu 2 0 0 1\ncpu0 1 0 0 2\ncpu1 2 0 0 2\ncpu4 2 0 0 1\n");
     loads->Sample();
@@ -149,16 +147,14 @@ TEST(SamplingLoads, HappensOnceAPeriodAndEndsAtOnce)
     const FakeMachine machine;
     machine.Write("/proc/stat", "cpu 1 0 0 1\ncpu0 1 0 0 1\n");
     const auto loads = MakeLoads(machine);
-    FakeTime time;
+    machine.Write("/proc/stat", "cpu 2 0 0 1\ncpu0 1 0 0 2\n");
     {
-        const Sources::CpuSampler sampler(loads, time.MakeWaiter());
-        time.AwaitWait(1);
-        EXPECT_EQ(time.GetLastDuration(), std::chrono::seconds(1));
-        machine.Write("/proc/stat", "cpu 2 0 0 1\ncpu0 1 0 0 2\n");
-        time.Elapse();
-        time.AwaitWait(2);
-        EXPECT_EQ(GetPercents(*loads), (Percents{100, 0}));
+        const Sources::CpuSampler sampler(loads, std::chrono::hours(1));
     }
+    EXPECT_EQ(GetPercents(*loads), (Percents{50, 50}));
+    const Sources::CpuSampler sampler(loads, std::chrono::milliseconds(1));
+    // The counters do not change from the second sample on.
+    EXPECT_TRUE(Support::Eventually([&loads] { return GetPercents(*loads) == Percents{0, 0}; }));
 }
 
 } // namespace Oxa::Tests::Device

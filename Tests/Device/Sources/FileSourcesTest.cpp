@@ -1,10 +1,8 @@
+#include "Device/Description/DeviceDescription.hpp"
 #include "Device/FakeMachine.hpp"
 #include "Device/ItemValueText.hpp"
-#include "Device/Sources/DeviceTreeSource.hpp"
 #include "Device/Sources/FileSource.hpp"
 #include "Device/Sources/MemorySource.hpp"
-#include "Device/Sources/OsReleaseSource.hpp"
-#include "Device/Sources/UptimeFileSource.hpp"
 
 #include <gtest/gtest.h>
 
@@ -62,20 +60,26 @@ TEST(ReadingMemory, IsTheShareThatIsNotAvailable)
                     {"", "NotSet"}},
                    [](const BasicString& path) {
                        return std::make_unique<MemorySource>(std::make_shared<MemoryProbe>(path),
-                                                             MemorySource::Figure::UsagePercent);
+                                                             MemoryProbe::Figure::UsagePercent);
                    });
 }
 
 TEST(ReadingUptime, CountsWholeSeconds)
 {
-    ExpectReadings({{"0.00 0.00\n", "Uint64 0"},
-                    {"59.99 1.0\n", "Uint64 59"},
-                    {"12", "Uint64 12"},
-                    {"-1.0 0", "NotSet"},
-                    {"1e9 0", "NotSet"},
-                    {"1.x 0", "NotSet"},
-                    {"", "NotSet"}},
-                   [](const BasicString& path) { return std::make_unique<UptimeFileSource>(path); });
+    const std::pair<const char*, const char*> cases[] = {
+        {"0.00 0.00\n", "Uint64 0"}, {"59.99 1.0\n", "Uint64 59"}, {"12", "Uint64 12"}, {"-1.0 0", "NotSet"},
+        {"1e9 0", "NotSet"},         {"1.x 0", "NotSet"},          {"", "NotSet"}};
+    const FakeMachine machine;
+    Oxa::Device::Linux::Description::DescribedMachine described(machine.GetRoot());
+    const auto items =
+        Oxa::Device::Linux::Description::DeviceDescription::Parse(
+            "<DeviceDescriptionDocument><Item key='A'><uptime/></Item></DeviceDescriptionDocument>", "test")
+            .MakeItems(described);
+    for (const auto& [content, expected] : cases)
+    {
+        machine.Write("/proc/uptime", content);
+        EXPECT_EQ(ToTypedText(items->Read("A")), expected) << "content: '" << content << "'";
+    }
 }
 
 TEST(ReadingOsRelease, UnderstandsShellQuotes)

@@ -47,11 +47,11 @@ TEST(ReadingAPartition, TellsWhatTheKernelTells)
 
     EXPECT_GT(usage.totalBytes, 0U);
     EXPECT_LE(usage.usedBytes, usage.totalBytes);
-    EXPECT_EQ(ToTypedText(PartitionSource(probe, PartitionSource::Figure::Total).Read(pass).value),
+    EXPECT_EQ(ToTypedText(PartitionSource(probe, PartitionProbe::Figure::Total).Read(pass).value),
               "Uint64 " + std::to_string(usage.totalBytes));
-    EXPECT_EQ(ToTypedText(PartitionSource(probe, PartitionSource::Figure::Usage).Read(pass).value),
+    EXPECT_EQ(ToTypedText(PartitionSource(probe, PartitionProbe::Figure::Usage).Read(pass).value),
               "Uint64 " + std::to_string(usage.usedBytes));
-    EXPECT_EQ(ToTypedText(PartitionSource(probe, PartitionSource::Figure::UsagePercent).Read(pass).value),
+    EXPECT_EQ(ToTypedText(PartitionSource(probe, PartitionProbe::Figure::UsagePercent).Read(pass).value),
               "Uint8 " + std::to_string(usage.usedPercent));
 }
 

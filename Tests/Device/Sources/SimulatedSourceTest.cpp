@@ -62,7 +62,7 @@ TEST(SimulatingASignal, GoesOnWithTheClock)
         FakeClock clock;
         clock.Advance(123456s);
         SimulatedSource source(signal, 0, 0, clock.Get());
-        EXPECT_TRUE(source.IsSimulated());
+        EXPECT_EQ(source.GetSimulation(), Simulation::Always);
         for (const BasicString& value : values)
         {
             EXPECT_EQ(Read(source), value) << source.Describe();

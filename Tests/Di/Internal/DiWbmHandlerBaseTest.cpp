@@ -1,6 +1,5 @@
 #include "Di/Internal/DiWbmHandlerBase.hpp"
 
-#include "Di/Internal/ServiceSubscription.hpp"
 #include "Support/FakeDevice.hpp"
 
 #include <gmock/gmock.h>

@@ -14,7 +14,6 @@ namespace
 {
 
 using Clock = ModuleLifecycle::Clock;
-using Epochs = ModuleLifecycle::Epochs;
 using Outcome = ModuleLifecycle::Outcome;
 
 constexpr Clock::time_point start{1h};

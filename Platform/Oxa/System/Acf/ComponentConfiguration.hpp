@@ -1,6 +1,14 @@
 #pragma once
 
+#include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
+
+#include <vector>
+
+namespace Oxa::System::Commons::Xml
+{
+class XmlElementReader;
+}
 
 namespace Oxa::System::Acf
 {
@@ -8,15 +16,19 @@ namespace Oxa::System::Acf
 /// One component of a process, as its configuration names it.
 struct ComponentConfiguration
 {
-    /// Of this component in this process, given once; messages name it so, and the component is told it.
+    /// Unique in the process; identifies the component in messages and is passed to it.
     BasicString name;
     BasicString libraryPath;
-    /// Under which the library knows it.
+    /// The name of the component in its library.
     BasicString componentName;
-    /// Handed on to the component; empty when it has none.
+    /// Passed on to the component; may be empty.
     BasicString settingsPath;
     /// "FILE:LINE" of the element, for messages.
     BasicString position = {};
 };
+
+/// Reads an element "Components" of a configuration: its children "Component" (name, library, component, settings).
+OXA_EXPORT void ReadComponentConfigurations(System::Commons::Xml::XmlElementReader& element,
+                                            std::vector<ComponentConfiguration>& components);
 
 } // namespace Oxa::System::Acf

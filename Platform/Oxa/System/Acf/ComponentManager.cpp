@@ -1,13 +1,12 @@
 #include "Oxa/System/Acf/ComponentManager.hpp"
 
-#include "Oxa/System/Acf/ComponentInfo.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <algorithm>
-#include <exception>
+#include <ranges>
 #include <utility>
 
 namespace Oxa::System::Acf
@@ -33,7 +32,7 @@ ComponentManager::~ComponentManager()
 void ComponentManager::Load(const ComponentConfiguration& configuration)
 {
     TryRun(configuration, "Load", [&] { Create(configuration); });
-    // Only now: what an entry function threw was destroyed with code of its library.
+    // Only now: an exception of an entry function must be destroyed before its library is closed.
     std::erase_if(libraries, [](const Library& library) { return library.content == nullptr; });
 }
 
@@ -54,15 +53,14 @@ void ComponentManager::StartAll()
 
 void ComponentManager::StopAll() noexcept
 {
-    std::for_each(components.rbegin(), components.rend(),
-                  [](Component& entry)
-                  {
-                      if (entry.state == State::Started)
-                      {
-                          entry.component->Stop();
-                          entry.state = State::Stopped;
-                      }
-                  });
+    for (Component& entry : components | std::views::reverse)
+    {
+        if (entry.state == State::Started)
+        {
+            entry.component->Stop();
+            entry.state = State::Stopped;
+        }
+    }
 }
 
 std::vector<ComponentFailure> ComponentManager::GetFailures() const
@@ -149,29 +147,18 @@ bool ComponentManager::TryRun(const ComponentConfiguration& configuration, std::
                               Operation operation)
 {
     SetActivity(Activity{configuration.name, std::chrono::steady_clock::now()});
-    const bool success = TryRunGuarded(configuration, operationName, operation);
-    SetActivity(std::nullopt);
-    return success;
-}
-
-template <class Operation>
-bool ComponentManager::TryRunGuarded(const ComponentConfiguration& configuration, std::string_view operationName,
-                                     const Operation& operation)
-{
+    bool isSuccessful = true;
     try
     {
         operation();
-        return true;
-    }
-    catch (const std::exception& exception)
-    {
-        AddFailure(configuration, operationName, exception.what());
     }
     catch (...)
     {
-        AddFailure(configuration, operationName, "unknown exception");
+        isSuccessful = false;
+        AddFailure(configuration, operationName, System::Commons::DescribeCurrentException());
     }
-    return false;
+    SetActivity(std::nullopt);
+    return isSuccessful;
 }
 
 void ComponentManager::AddFailure(const ComponentConfiguration& configuration, std::string_view operationName,

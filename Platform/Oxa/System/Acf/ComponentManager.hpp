@@ -32,26 +32,25 @@ struct ComponentFailure
     BasicString text;
 };
 
-/// Loads components from shared libraries and takes them through their life: Setup and Start in the order of loading,
-/// Stop and destruction in the reverse order. A component that fails, in whatever way, is logged with its library and
-/// the cause and left out; the others go on.
-/// Owned by the process's main part. Threads: one at a time, unless it is said.
+/// Loads components from shared libraries and runs their life cycle: Setup and Start in the order of loading, Stop and
+/// destruction in the reverse order. A component that fails is logged with its library and the cause and left out; the
+/// others continue. Owned by the process's main part. Threads: one at a time, unless noted.
 class OXA_EXPORT ComponentManager final : private System::Commons::Diagnostics::Logging::Loggable<ComponentManager>
 {
 public:
-    /// `appDomain` goes to the entry functions and must outlive this object.
+    /// `appDomain` is passed to the entry functions and must outlive this object.
     explicit ComponentManager(System::Commons::AppDomain& appDomain);
     ComponentManager(const ComponentManager&) = delete;
     ComponentManager& operator=(const ComponentManager&) = delete;
 
-    /// Stops what runs, destroys the components and then closes their libraries.
+    /// Stops the started components, destroys all and then closes their libraries.
     ~ComponentManager();
 
-    /// Loads the library, unless another component brought it already, and creates the component. A configuration name
-    /// that was given before is a failure.
+    /// Loads the library, unless another component has loaded it, and creates the component. A duplicate name is a
+    /// failure.
     void Load(const ComponentConfiguration& configuration);
 
-    /// Each of these passes over the components that are not at that point of their life.
+    /// Each of these skips the components that are in another state.
     void SetupAll();
     void StartAll();
     void StopAll() noexcept;
@@ -65,7 +64,7 @@ public:
         std::chrono::steady_clock::time_point begin;
     };
 
-    /// The component that is being loaded, set up or started at this moment. From any thread.
+    /// The component that is being loaded, set up or started. From any thread.
     [[nodiscard]] std::optional<Activity> GetActivity() const;
 
 private:
@@ -94,15 +93,12 @@ private:
     void Create(const ComponentConfiguration& configuration);
     [[nodiscard]] Library& GetLibrary(const BasicString& path);
     [[nodiscard]] bool TryStart(const Component& entry);
-    /// Takes each component from one state to the next; those for which `operation` says false are destroyed.
+    /// Moves each component from one state to the next; those for which `operation` returns false are destroyed.
     template <class Operation>
     void Advance(State from, State to, Operation operation);
-    /// False when `operation` threw: that is then a failure of the component.
+    /// False when `operation` threw, which is then recorded as a failure of the component.
     template <class Operation>
     bool TryRun(const ComponentConfiguration& configuration, std::string_view operationName, Operation operation);
-    template <class Operation>
-    [[nodiscard]] bool TryRunGuarded(const ComponentConfiguration& configuration, std::string_view operationName,
-                                     const Operation& operation);
     void SetActivity(std::optional<Activity> newActivity);
     void AddFailure(const ComponentConfiguration& configuration, std::string_view operationName,
                     std::string_view cause);
@@ -112,10 +108,10 @@ private:
     std::list<Library> libraries;
     std::list<Component> components;
 
-    /// Guards what other threads may ask for.
+    /// Guards what other threads may read.
     mutable System::Commons::Mutex mutex;
-    std::vector<ComponentFailure> failures;
-    std::optional<Activity> activity;
+    std::vector<ComponentFailure> failures OXA_GUARDED_BY(mutex);
+    std::optional<Activity> activity OXA_GUARDED_BY(mutex);
 };
 
 } // namespace Oxa::System::Acf

@@ -3,27 +3,54 @@
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Extensibility/ModuleLibraryBase.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <utility>
 
 namespace Oxa::System::Acf
 {
 
-class ComponentInfo;
+/// What a process tells a component about itself. A value type.
+class ComponentInfo final
+{
+public:
+    ComponentInfo() = default;
 
-/// A part of a process that comes from a shared library and has a life cycle: Setup, Start, Stop, in this order, once
-/// each; destroyed after Stop. The process that created it owns it and calls one operation at a time.
+    ComponentInfo(BasicString componentName, BasicString settingsPath)
+        : componentName(std::move(componentName)), settingsPath(std::move(settingsPath))
+    {
+    }
+
+    [[nodiscard]] const BasicString& GetComponentName() const noexcept
+    {
+        return componentName;
+    }
+
+    /// Empty without settings.
+    [[nodiscard]] const BasicString& GetSettingsPath() const noexcept
+    {
+        return settingsPath;
+    }
+
+private:
+    BasicString componentName;
+    BasicString settingsPath;
+};
+
+/// A part of a process that a shared library provides, with a life cycle: Setup, Start, Stop, in this order, once each;
+/// destroyed after Stop. The process that created it owns it and calls one operation at a time.
 class OXA_EXPORT IComponent
 {
 public:
     virtual ~IComponent();
 
-    /// Prepares everything; nothing is offered to others yet. What it throws ends the component's life: neither Start
-    /// nor Stop follows.
+    /// Prepares everything; provides nothing yet. If it throws, the component is destroyed without Start or Stop.
     virtual void Setup(const ComponentInfo& componentInfo) = 0;
 
-    /// Offers services, starts threads. What it throws is followed by Stop.
+    /// Provides services, starts threads. If it throws, Stop follows.
     virtual void Start() = 0;
 
-    /// Takes back what Start offered and ends its threads.
+    /// Withdraws what Start provided and ends its threads.
     virtual void Stop() noexcept = 0;
 };
 

@@ -5,7 +5,6 @@
 #include <dlfcn.h>
 
 #include <string_view>
-#include <utility>
 
 namespace Oxa::System::Acf
 {
@@ -15,7 +14,7 @@ using System::Commons::InvalidOperationException;
 namespace
 {
 
-/// What the loader said last, which it says only once; without the path where it begins with that.
+/// The loader's last error, which it returns only once, without the path at its begin.
 BasicString TakeLoaderError(const BasicString& path)
 {
     const char* error = ::dlerror();
@@ -31,52 +30,21 @@ BasicString TakeLoaderError(const BasicString& path)
 
 SharedLibrary::SharedLibrary(const BasicString& path) : path(path)
 {
-    // The loader takes an empty path for the program itself.
+    // To the loader an empty path means the program itself.
     if (path.empty())
     {
         throw InvalidOperationException::Create("cannot load '': the path is empty");
     }
-    handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr)
+    handle.reset(::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
+    if (!handle)
     {
         throw InvalidOperationException::Create("cannot load '{0}': {1}", path, TakeLoaderError(path));
     }
 }
 
-SharedLibrary::SharedLibrary(SharedLibrary&& other) noexcept
-    : path(std::move(other.path)), handle(std::exchange(other.handle, nullptr))
-{
-}
-
-SharedLibrary& SharedLibrary::operator=(SharedLibrary&& other) noexcept
-{
-    if (this != &other)
-    {
-        Close();
-        path = std::move(other.path);
-        handle = std::exchange(other.handle, nullptr);
-    }
-    return *this;
-}
-
-SharedLibrary::~SharedLibrary()
-{
-    Close();
-}
-
-const BasicString& SharedLibrary::GetPath() const noexcept
-{
-    return path;
-}
-
-bool SharedLibrary::IsSameAs(const SharedLibrary& other) const noexcept
-{
-    return handle == other.handle;
-}
-
 void* SharedLibrary::FindSymbol(const char* name) const
 {
-    void* symbol = ::dlsym(handle, name);
+    void* symbol = ::dlsym(handle.get(), name);
     if (symbol == nullptr)
     {
         throw InvalidOperationException::Create("cannot find the function '{0}' in '{1}': {2}", name, path,
@@ -85,12 +53,9 @@ void* SharedLibrary::FindSymbol(const char* name) const
     return symbol;
 }
 
-void SharedLibrary::Close() noexcept
+void SharedLibrary::Closer::operator()(void* library) const noexcept
 {
-    if (handle != nullptr)
-    {
-        ::dlclose(handle);
-    }
+    ::dlclose(library);
 }
 
 } // namespace Oxa::System::Acf

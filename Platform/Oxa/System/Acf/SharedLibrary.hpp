@@ -3,31 +3,36 @@
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <memory>
+
 namespace Oxa::System::Acf
 {
 
-/// Owns the handle of a loaded shared library. What came out of the library must be gone before this is.
+/// Owns the handle of a loaded shared library. Objects that came from the library must be destroyed before it.
 /// Movable, not copyable; an object that was moved from may only be assigned to or destroyed.
 /// Threads: one at a time.
 class OXA_EXPORT SharedLibrary final
 {
 public:
-    /// Loads the library with everything it needs; a path without '/' is searched where the loader searches.
-    /// Throws InvalidOperationException, "cannot load '{path}': {cause}". What the library's own initialisers throw
-    /// ends the process, as with every library.
+    /// Loads the library with its dependencies; a path without '/' is searched where the loader searches.
+    /// Throws InvalidOperationException, "cannot load '{path}': {cause}". An exception of the library's own
+    /// initialisers ends the process, as with every library.
     explicit SharedLibrary(const BasicString& path);
-    SharedLibrary(SharedLibrary&& other) noexcept;
-    SharedLibrary& operator=(SharedLibrary&& other) noexcept;
-    ~SharedLibrary();
 
     /// As given to the constructor.
-    [[nodiscard]] const BasicString& GetPath() const noexcept;
+    [[nodiscard]] const BasicString& GetPath() const noexcept
+    {
+        return path;
+    }
 
-    /// True when both are the same library in memory, whatever their paths.
-    [[nodiscard]] bool IsSameAs(const SharedLibrary& other) const noexcept;
+    /// True when both are the same library in memory, even if their paths differ.
+    [[nodiscard]] bool IsSameAs(const SharedLibrary& other) const noexcept
+    {
+        return handle == other.handle;
+    }
 
-    /// The function of this name, never null. The caller answers for its type. Throws InvalidOperationException, with
-    /// path and name, when the library has none.
+    /// The function of this name, never null. The caller is responsible for its type. Throws InvalidOperationException,
+    /// with path and name, when the library has none.
     template <class F>
     [[nodiscard]] F* GetFunction(const char* name) const
     {
@@ -36,10 +41,14 @@ public:
 
 private:
     [[nodiscard]] void* FindSymbol(const char* name) const;
-    void Close() noexcept;
+
+    struct Closer
+    {
+        void operator()(void* library) const noexcept;
+    };
 
     BasicString path;
-    void* handle = nullptr;
+    std::unique_ptr<void, Closer> handle;
 };
 
 } // namespace Oxa::System::Acf

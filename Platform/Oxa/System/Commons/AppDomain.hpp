@@ -31,10 +31,10 @@ public:
 private:
     const BasicString name;
     mutable Mutex mutex;
-    std::map<BasicString, BasicString, std::less<>> variables;
+    std::map<BasicString, BasicString, std::less<>> variables OXA_GUARDED_BY(mutex);
 };
 
-// One for the whole process: without this every shared object would have a slot of its own.
+// Instantiated once for the process: else every shared object would have an instance of its own.
 extern template class OXA_EXPORT Singleton<AppDomain>;
 
 } // namespace Oxa::System::Commons

@@ -8,13 +8,13 @@
 namespace Oxa::System::Commons
 {
 
-/// Owns a file descriptor of the process, or none (-1), and closes it in the end. Threads: one at a time.
+/// Owns a file descriptor, or none (-1), and closes it when destroyed. Threads: one at a time.
 class FileDescriptor final
 {
 public:
     FileDescriptor() noexcept = default;
 
-    /// Takes over an open descriptor; what `open` and the like return when they fail is none.
+    /// Takes ownership of an open descriptor; -1, the result of a failed `open`, means none.
     explicit FileDescriptor(int descriptor) noexcept : descriptor(descriptor) {}
 
     FileDescriptor(FileDescriptor&& other) noexcept : descriptor(other.Release()) {}
@@ -39,19 +39,19 @@ public:
         return descriptor >= 0;
     }
 
-    /// -1 when there is none.
+    /// -1 for none.
     [[nodiscard]] int Get() const noexcept
     {
         return descriptor;
     }
 
-    /// Gives the ownership away.
+    /// Hands over the ownership.
     [[nodiscard]] int Release() noexcept
     {
         return std::exchange(descriptor, -1);
     }
 
-    /// Leaves `errno` as it is, so that the cause of a failure can still be told.
+    /// Preserves `errno`, so that the cause of an earlier failure can still be reported.
     void Close() noexcept
     {
         if (IsOpen())

@@ -3,15 +3,19 @@
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/Diagnostics/BoundedWrite.hpp"
 #include "Oxa/System/Commons/Diagnostics/CrashReport.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
-#include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 
+#include <link.h>
+#include <malloc.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <system_error>
 
@@ -21,7 +25,7 @@ namespace Oxa::System::Commons
 namespace
 {
 
-/// Makes the domain the process's one as long as it lives.
+/// Makes the domain that of the process as long as this lives.
 class DomainOfProcess final
 {
 public:
@@ -39,16 +43,32 @@ public:
     }
 };
 
-/// How long a reader that stands still may delay the program.
+/// For the log and for a reader of the output that does not read.
 constexpr std::chrono::milliseconds maximumOutputDelay{1000};
 
-/// Behind all that was logged before.
-void ReportFailure(const char* programName, const BasicString& cause)
+int Fail(int status, const BasicString& cause)
 {
-    Diagnostics::Logging::LogManager::WaitUntilWritten(maximumOutputDelay);
-    const char* const priority = Diagnostics::IsJournalStream() ? "<3>" : "";
-    Diagnostics::WriteBounded(STDERR_FILENO, BasicString(priority) + programName + ": " + cause + '\n',
-                              maximumOutputDelay);
+    Diagnostics::WriteLastLine("<3>", {cause}, maximumOutputDelay);
+    return status;
+}
+
+/// Only of segments that cannot have been written to: other pages exist nowhere else.
+int ReleaseSegments(dl_phdr_info* object, std::size_t /*size*/, void* /*context*/)
+{
+    const auto pageBytes = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    for (int index = 0; index < object->dlpi_phnum; ++index)
+    {
+        const auto& segment = object->dlpi_phdr[index];
+        if (segment.p_type != PT_LOAD || (segment.p_flags & PF_W) != 0)
+        {
+            continue;
+        }
+        const std::uintptr_t begin = (object->dlpi_addr + segment.p_vaddr) & ~(pageBytes - 1);
+        const std::uintptr_t end = object->dlpi_addr + segment.p_vaddr + segment.p_memsz;
+        // Fails for the kernel's own object, which has no file. Nothing depends on it.
+        (void)madvise(reinterpret_cast<void*>(begin), end - begin, MADV_DONTNEED); // NOLINT
+    }
+    return 0;
 }
 
 } // namespace
@@ -65,24 +85,49 @@ int RunProgram(const char* programName, const std::function<int(AppDomain&)>& ru
     }
     catch (const XmlException& exception)
     {
-        ReportFailure(programName, exception.GetMessageWithPosition());
-        return configurationFaultStatus;
+        return Fail(configurationFaultStatus, exception.GetMessageWithPosition());
     }
     catch (const ConfigurationException& exception)
     {
-        ReportFailure(programName, exception.what());
-        return configurationFaultStatus;
+        return Fail(configurationFaultStatus, exception.what());
     }
     catch (const TemporaryException& exception)
     {
-        ReportFailure(programName, exception.what());
-        return temporaryFaultStatus;
+        return Fail(temporaryFaultStatus, exception.what());
     }
     catch (...)
     {
-        ReportFailure(programName, DescribeCurrentException());
+        return Fail(EXIT_FAILURE, DescribeCurrentException());
     }
-    return EXIT_FAILURE;
+}
+
+BasicString FindVariableMistake(const BasicString& text)
+{
+    const std::size_t equals = text.find('=');
+    return equals == 0 || equals == BasicString::npos ? "'" + text + "' is not NAME=VALUE" : BasicString();
+}
+
+ProgramVariables SplitVariables(const std::vector<BasicString>& texts)
+{
+    ProgramVariables variables;
+    for (const BasicString& text : texts)
+    {
+        const std::size_t equals = text.find('=');
+        variables.emplace_back(text.substr(0, equals), text.substr(equals + 1));
+    }
+    return variables;
+}
+
+void SetProgramVariables(AppDomain& appDomain, const BasicString& configurationPath, const ProgramVariables& variables)
+{
+    using namespace std::filesystem;
+    const path programFolder = read_symlink("/proc/self/exe").parent_path();
+    appDomain.SetVariable("OXA_CONFIG", absolute(configurationPath).parent_path().string());
+    appDomain.SetVariable("OXA_LIBRARIES", (programFolder.parent_path() / "lib").string());
+    for (const auto& [name, value] : variables)
+    {
+        appDomain.SetVariable(name, value);
+    }
 }
 
 void PrintStatus(std::string_view text) noexcept
@@ -96,10 +141,16 @@ void FlushOutput()
     std::cout.flush();
     if (!std::cout)
     {
-        // A write before this one may have failed; its cause is no longer known.
+        // If an earlier write failed, its cause is no longer known.
         const BasicString cause = errno != 0 ? ": " + std::generic_category().message(errno) : BasicString();
         throw InvalidOperationException::Create("cannot write to standard output{0}", cause);
     }
+}
+
+void ReleaseStartupMemory() noexcept
+{
+    malloc_trim(0);
+    dl_iterate_phdr(&ReleaseSegments, nullptr);
 }
 
 } // namespace Oxa::System::Commons

@@ -7,28 +7,28 @@
 namespace Oxa::System::Commons
 {
 
-/// The one object of a type that a whole process shares, host and modules alike. It is borrowed: whoever sets it keeps
-/// it alive until it has been cleared. Safe from any thread.
+/// The one object of a type that a whole process shares, host and modules alike. It is borrowed: its owner sets it and
+/// keeps it alive until it has been cleared. Safe from any thread.
 template <class T>
 class Singleton final
 {
 public:
     Singleton() = delete;
 
-    /// False when there was an instance already, which then stays.
+    /// False when there is an instance already, which then stays.
     static bool TrySetInstance(T& newInstance) noexcept
     {
         T* expected = nullptr;
         return instance.compare_exchange_strong(expected, &newInstance);
     }
 
-    /// Null when there is none.
+    /// Null without an instance.
     [[nodiscard]] static T* TryGetInstance() noexcept
     {
         return instance.load();
     }
 
-    /// Throws InvalidOperationException when there is none.
+    /// Throws InvalidOperationException without an instance.
     [[nodiscard]] static T& GetInstance()
     {
         T* current = instance.load();

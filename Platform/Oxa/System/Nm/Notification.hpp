@@ -11,7 +11,7 @@
 namespace Oxa::System::Nm
 {
 
-/// What happened. An enumerator keeps its number, new ones go to the end.
+/// The kind of event. An enumerator keeps its number, new ones go to the end.
 enum class NotificationKind : uint16
 {
     HostStarted = 1,
@@ -36,18 +36,18 @@ enum class NotificationKind : uint16
 /// The enumerator's name; "Unknown" for a number without one. Valid until the process ends.
 [[nodiscard]] OXA_EXPORT std::string_view GetNotificationKindName(NotificationKind kind) noexcept;
 
-/// Something that happened and that others may want to know, for instance for an audit trail. A value type.
-/// Texts may hold any bytes; whoever shows or stores them makes them presentable. Never holds a secret.
+/// An event that others may record, for instance in an audit trail. A value type. Texts may hold any bytes; code that
+/// shows or stores them escapes them. Never holds a secret.
 struct Notification
 {
     /// Set by NotificationManager::Publish when it has zero ticks.
     DateTime time;
     NotificationKind kind = NotificationKind::HostStarted;
-    /// The part of the system that it happened in, for instance "Host.Sessions".
+    /// The part of the system that reports it, for instance "Host.Sessions".
     BasicString source;
-    /// The name of the user who did it; empty when nobody did.
+    /// The name of the user who caused it; empty without one.
     BasicString user;
-    /// What it happened to, or one sentence for people.
+    /// The subject of the event, or one sentence for people.
     BasicString text;
     /// Details for programs, as pairs of name and value.
     std::vector<std::pair<BasicString, BasicString>> fields;

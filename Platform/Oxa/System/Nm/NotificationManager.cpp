@@ -2,7 +2,9 @@
 
 #include "Oxa/System/Commons/ArgumentException.hpp"
 
+#include <algorithm>
 #include <chrono>
+#include <iterator>
 #include <utility>
 
 namespace Oxa::System::Nm
@@ -12,49 +14,35 @@ using System::Commons::ArgumentException;
 using System::Commons::MutexLock;
 using System::Commons::Diagnostics::Logging::LogLevel;
 
+namespace
+{
+
+constexpr std::pair<NotificationKind, std::string_view> kindNames[] = {
+    {NotificationKind::HostStarted, "HostStarted"},
+    {NotificationKind::HostStopped, "HostStopped"},
+    {NotificationKind::LoggedIn, "LoggedIn"},
+    {NotificationKind::LogInFailed, "LogInFailed"},
+    {NotificationKind::LoggedOut, "LoggedOut"},
+    {NotificationKind::SessionExpired, "SessionExpired"},
+    {NotificationKind::CommandExecuted, "CommandExecuted"},
+    {NotificationKind::CommandFailed, "CommandFailed"},
+    {NotificationKind::CommandRefused, "CommandRefused"},
+    {NotificationKind::UserAdded, "UserAdded"},
+    {NotificationKind::UserRemoved, "UserRemoved"},
+    {NotificationKind::UserChanged, "UserChanged"},
+    {NotificationKind::ModuleFailed, "ModuleFailed"},
+    {NotificationKind::ServiceLost, "ServiceLost"},
+    {NotificationKind::ServiceBack, "ServiceBack"},
+    {NotificationKind::CrossOriginRefused, "CrossOriginRefused"},
+};
+
+} // namespace
+
 std::string_view GetNotificationKindName(NotificationKind kind) noexcept
 {
-    switch (kind)
-    {
-    case NotificationKind::HostStarted:
-        return "HostStarted";
-    case NotificationKind::HostStopped:
-        return "HostStopped";
-    case NotificationKind::LoggedIn:
-        return "LoggedIn";
-    case NotificationKind::LogInFailed:
-        return "LogInFailed";
-    case NotificationKind::LoggedOut:
-        return "LoggedOut";
-    case NotificationKind::SessionExpired:
-        return "SessionExpired";
-    case NotificationKind::CommandExecuted:
-        return "CommandExecuted";
-    case NotificationKind::CommandFailed:
-        return "CommandFailed";
-    case NotificationKind::CommandRefused:
-        return "CommandRefused";
-    case NotificationKind::UserAdded:
-        return "UserAdded";
-    case NotificationKind::UserRemoved:
-        return "UserRemoved";
-    case NotificationKind::UserChanged:
-        return "UserChanged";
-    case NotificationKind::ModuleFailed:
-        return "ModuleFailed";
-    case NotificationKind::ServiceLost:
-        return "ServiceLost";
-    case NotificationKind::ServiceBack:
-        return "ServiceBack";
-    case NotificationKind::CrossOriginRefused:
-        return "CrossOriginRefused";
-    }
-    return "Unknown";
+    const auto* const found = std::ranges::find(kindNames, kind, &std::pair<NotificationKind, std::string_view>::first);
+    return found != std::end(kindNames) ? found->second : "Unknown";
 }
-
-NotificationManager::NotificationManager() = default;
-
-NotificationManager::~NotificationManager() = default;
 
 void NotificationManager::Publish(Notification notification) noexcept
 {
@@ -64,7 +52,7 @@ void NotificationManager::Publish(Notification notification) noexcept
         notification.time =
             DateTime::FromUnixTimeMicroseconds(std::chrono::duration_cast<std::chrono::microseconds>(now).count());
     }
-    // Held meanwhile: every subscriber sees the same order.
+    // Held during the calls, so that every subscriber sees the same order.
     const MutexLock lock(mutex);
     for (const Subscriber& subscriber : subscribers)
     {

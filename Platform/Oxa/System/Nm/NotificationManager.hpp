@@ -11,29 +11,24 @@
 namespace Oxa::System::Nm
 {
 
-/// Hands every notification that is published to every subscriber, to all in the same order, on the thread that
-/// publishes. Owned by the process's main part. Threads: safe from any thread.
+/// Delivers every published notification to every subscriber, to all in the same order, on the publishing thread. Owned
+/// by the process's main part. Threads: safe from any thread.
 class OXA_EXPORT NotificationManager final
     : private System::Commons::Diagnostics::Logging::Loggable<NotificationManager>
 {
 public:
-    /// Called with one notification at a time. It returns soon and uses the manager for nothing. What it throws is
-    /// logged.
+    /// Called with one notification at a time, under a lock: it must return soon and not call the manager. What it
+    /// throws is logged.
     using Subscriber = std::function<void(const Notification&)>;
-
-    NotificationManager();
-    NotificationManager(const NotificationManager&) = delete;
-    NotificationManager& operator=(const NotificationManager&) = delete;
-    ~NotificationManager();
 
     void Publish(Notification notification) noexcept;
 
-    /// From now on, as long as the manager lives. Throws ArgumentException for an empty function.
+    /// Takes effect from now on, until the manager is destroyed. Throws ArgumentException for an empty function.
     void Subscribe(Subscriber subscriber);
 
 private:
     System::Commons::Mutex mutex;
-    std::list<Subscriber> subscribers;
+    std::list<Subscriber> subscribers OXA_GUARDED_BY(mutex);
 };
 
 } // namespace Oxa::System::Nm

@@ -24,7 +24,7 @@ struct RscServerConfiguration
     BasicString socketPath;
     /// Only these may connect.
     std::vector<RscServerUser> users;
-    std::size_t maximumConnections = 8;
+    std::size_t maximumConnections = 32;
 };
 
 } // namespace Oxa::System::Rsc

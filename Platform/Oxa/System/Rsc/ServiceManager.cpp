@@ -1,61 +1,73 @@
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 
+#include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Rsc/IRscServiceProxyFactory.hpp"
 #include "Oxa/System/Rsc/Internal/Client/Endpoint.hpp"
-#include "Oxa/System/Rsc/Internal/Client/EndpointWatch.hpp"
-#include "Oxa/System/Rsc/Internal/ProviderRuns.hpp"
 #include "Oxa/System/Rsc/Internal/ServiceTable.hpp"
-#include "Oxa/System/Rsc/RscRemoteService.hpp"
-#include "Oxa/System/Rsc/RscServiceSlot.hpp"
-#include "Oxa/System/Rsc/RscUsageRecorder.hpp"
 
+#include <algorithm>
+#include <memory>
 #include <utility>
 
 namespace Oxa::System::Rsc
 {
 
-using Internal::EndpointWatch;
-using Internal::ProviderRuns;
+using Internal::Endpoint;
 using Internal::ServiceTable;
 using System::Commons::MutexLock;
 
 namespace
 {
 
-/// The endpoints of this process; null without any.
-struct Endpoints
-{
-    System::Commons::Mutex mutex;
-    std::unique_ptr<EndpointWatch> watch;
-};
+// GetService is given and has no parameter for it: a module calls it from its own code on the thread that sets it up.
+thread_local RscUsageRecorder* currentRecorder = nullptr;
 
-Endpoints& GetEndpoints()
-{
-    // Never destroyed: a proxy may be called to the end.
-    static auto& endpoints = *new Endpoints;
-    return endpoints;
-}
+using Endpoints = std::vector<std::shared_ptr<Endpoint>>;
 
-void ReplaceWatch(std::unique_ptr<EndpointWatch> watch)
+/// The endpoints of this process.
+class EndpointTable final
 {
+public:
+    static EndpointTable& GetInstance()
     {
-        const MutexLock lock(GetEndpoints().mutex);
-        GetEndpoints().watch.swap(watch);
+        // Never destroyed: a proxy may be called until the process ends.
+        static auto& table = *new EndpointTable;
+        return table;
     }
-    // The previous one is destroyed here, outside the lock.
-}
 
-std::shared_ptr<Internal::Endpoint> TryFindEndpoint(const BasicString& providerName)
-{
-    const MutexLock lock(GetEndpoints().mutex);
-    return GetEndpoints().watch ? GetEndpoints().watch->TryFind(providerName) : nullptr;
-}
+    /// Returns when the previous ones are closed.
+    void Replace(Endpoints newEndpoints)
+    {
+        {
+            const MutexLock lock(mutex);
+            endpoints.swap(newEndpoints);
+        }
+        for (const auto& endpoint : newEndpoints)
+        {
+            endpoint->Close();
+        }
+    }
+
+    [[nodiscard]] std::shared_ptr<Endpoint> TryFind(const BasicString& providerName)
+    {
+        const MutexLock lock(mutex);
+        const auto found =
+            std::find_if(endpoints.begin(), endpoints.end(),
+                         [&providerName](const auto& endpoint) { return endpoint->GetProviderName() == providerName; });
+        return found == endpoints.end() ? nullptr : *found;
+    }
+
+private:
+    System::Commons::Mutex mutex;
+    Endpoints endpoints OXA_GUARDED_BY(mutex);
+};
 
 /// Whether another process provides the slot's service now. From then on the slot leads there.
 bool TryReachRemote(RscServiceSlot& slot, IRscServiceProxyFactory& factory)
 {
-    const auto endpoint = factory.GetOperations().empty() ? nullptr : TryFindEndpoint(slot.GetProviderName());
+    const auto endpoint =
+        factory.GetOperations().empty() ? nullptr : EndpointTable::GetInstance().TryFind(slot.GetProviderName());
     if (!endpoint || !endpoint->IsProvided(slot.GetInterfaceName()))
     {
         return false;
@@ -68,46 +80,69 @@ bool TryReachRemote(RscServiceSlot& slot, IRscServiceProxyFactory& factory)
 
 } // namespace
 
+IRscServiceListener::~IRscServiceListener() = default;
+
 IRscService* ServiceManager::GetService(const char* providerName, IRscServiceProxyFactory& factory)
 {
     auto slot = ServiceTable::GetInstance().FindOrCreate(providerName, factory.GetServiceInterfaceName());
-    const bool isThere = slot->IsProvided() || TryReachRemote(*slot, factory);
+    const bool isProvided = slot->IsProvided() || TryReachRemote(*slot, factory);
     // After the connection was made, and before the service can be called.
-    RscUsageRecorder::Note(providerName, GetEpoch(providerName));
-    return isThere ? factory.CreateProxy(std::move(slot)) : nullptr;
+    if (currentRecorder != nullptr)
+    {
+        currentRecorder->epochs.emplace(providerName, GetEpoch(providerName));
+    }
+    return isProvided ? factory.CreateProxy(std::move(slot)) : nullptr;
 }
 
 void ServiceManager::SetEndpoints(const std::vector<RscEndpointConfiguration>& configurations)
 {
-    // The previous one must not report a run's end after the next one has reported its beginning.
-    ReplaceWatch(nullptr);
-    ReplaceWatch(configurations.empty() ? nullptr
-                                        : std::make_unique<EndpointWatch>(configurations, ProviderRuns::GetInstance()));
+    // The previous ones must not report a run's end after the next ones have reported its beginning.
+    ResetEndpoints();
+    Endpoints endpoints;
+    for (const auto& configuration : configurations)
+    {
+        if (std::any_of(endpoints.begin(), endpoints.end(),
+                        [&configuration](const auto& endpoint)
+                        { return endpoint->GetProviderName() == configuration.providerName; }))
+        {
+            throw System::Commons::ArgumentException::Create("configurations", configuration.providerName,
+                                                             "A provider has one endpoint");
+        }
+        endpoints.push_back(std::make_shared<Endpoint>(configuration, ServiceTable::GetInstance()));
+    }
+    EndpointTable::GetInstance().Replace(std::move(endpoints));
 }
 
 void ServiceManager::ResetEndpoints()
 {
-    ReplaceWatch(nullptr);
+    EndpointTable::GetInstance().Replace({});
 }
 
 uint64 ServiceManager::GetEpoch(const BasicString& providerName) noexcept
 {
-    return ProviderRuns::GetInstance().GetEpoch(providerName);
+    return ServiceTable::GetInstance().GetEpoch(providerName);
 }
 
 RscRun ServiceManager::GetRun(const BasicString& providerName)
 {
-    return ProviderRuns::GetInstance().Get(providerName);
+    return ServiceTable::GetInstance().GetRun(providerName);
 }
 
 void ServiceManager::AddListener(IRscServiceListener& listener)
 {
-    ProviderRuns::GetInstance().AddListener(listener);
+    ServiceTable::GetInstance().AddListener(listener);
 }
 
 void ServiceManager::RemoveListener(IRscServiceListener& listener)
 {
-    ProviderRuns::GetInstance().RemoveListener(listener);
+    ServiceTable::GetInstance().RemoveListener(listener);
+}
+
+RscUsageRecorder::RscUsageRecorder() noexcept : outer(std::exchange(currentRecorder, this)) {}
+
+RscUsageRecorder::~RscUsageRecorder()
+{
+    currentRecorder = outer;
 }
 
 } // namespace Oxa::System::Rsc

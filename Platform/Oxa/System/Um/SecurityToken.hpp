@@ -5,7 +5,10 @@
 namespace Oxa::System::Um
 {
 
-/// Stands for one login of one user. A value type; 0 is nobody.
+/// The permission bit that roles hold on objects: to run a request that changes something.
+inline constexpr uint32 executePermission = 0x1000;
+
+/// Stands for one login of one user. A value type; 0 means not logged in.
 class SecurityToken final
 {
 public:

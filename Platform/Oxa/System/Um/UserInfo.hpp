@@ -7,13 +7,13 @@
 namespace Oxa::System::Um
 {
 
-/// What a user may do. "Admin": everything. "Engineer": looks and executes what modules offer. "Viewer": looks.
+/// The roles. "Admin": everything. "Engineer": reads and executes what modules offer. "Viewer": reads.
 inline constexpr const char* adminRole = "Admin";
 inline constexpr const char* engineerRole = "Engineer";
 inline constexpr const char* viewerRole = "Viewer";
 inline constexpr std::array roleNames = {adminRole, engineerRole, viewerRole};
 
-/// A user as others may see it.
+/// The public data of a user.
 struct UserInfo
 {
     BasicString name;

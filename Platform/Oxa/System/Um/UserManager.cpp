@@ -5,7 +5,6 @@
 #include "Oxa/System/Um/Internal/PasswordHasher.hpp"
 #include "Oxa/System/Um/Internal/TokenTable.hpp"
 #include "Oxa/System/Um/Internal/UserDatabase.hpp"
-#include "Oxa/System/Um/Permissions.hpp"
 
 #include <sodium.h>
 
@@ -37,24 +36,9 @@ static_assert(std::size(roles) == roleNames.size());
 
 bool HasBlankEnds(std::string_view text)
 {
-    // ASCII, U+00A0, U+1680, U+2000 to U+200A, U+202F, U+205F and U+3000.
-    constexpr std::string_view blanks[] = {" ",
-                                           "\xC2\xA0",
-                                           "\xE1\x9A\x80",
-                                           "\xE2\x80\x80",
-                                           "\xE2\x80\x81",
-                                           "\xE2\x80\x82",
-                                           "\xE2\x80\x83",
-                                           "\xE2\x80\x84",
-                                           "\xE2\x80\x85",
-                                           "\xE2\x80\x86",
-                                           "\xE2\x80\x87",
-                                           "\xE2\x80\x88",
-                                           "\xE2\x80\x89",
-                                           "\xE2\x80\x8A",
-                                           "\xE2\x80\xAF",
-                                           "\xE2\x81\x9F",
-                                           "\xE3\x80\x80"};
+    constexpr std::string_view blanks[] = {" ",      "\u00A0", "\u1680", "\u2000", "\u2001", "\u2002",
+                                           "\u2003", "\u2004", "\u2005", "\u2006", "\u2007", "\u2008",
+                                           "\u2009", "\u200A", "\u202F", "\u205F", "\u3000"};
     return std::ranges::any_of(blanks, [text](std::string_view blank)
                                { return text.starts_with(blank) || text.ends_with(blank); });
 }
@@ -126,7 +110,7 @@ void UserManager::AddUser(const BasicString& userName, const BasicString& passwo
     }
     if (!database->AddUser(userName, hasher->Hash(password), roleName))
     {
-        // Added by another process meanwhile, or one of several that differ in case.
+        // Added by another process meanwhile, or ambiguous: several existing names differ from it only in case.
         throw ArgumentException::Create("userName", userName, "There is a user of this name");
     }
 }
@@ -138,7 +122,7 @@ std::optional<UserInfo> UserManager::RemoveUser(const BasicString& userName)
     {
         return std::nullopt;
     }
-    tokens->RemoveUser(user->login.userNumber);
+    tokens->RemoveUser(user->login.userId);
     return std::move(user->info);
 }
 
@@ -150,13 +134,13 @@ std::optional<UserInfo> UserManager::SetPassword(const BasicString& userName, co
     {
         return std::nullopt;
     }
-    tokens->RemoveUser(user->login.userNumber);
+    tokens->RemoveUser(user->login.userId);
     return std::move(user->info);
 }
 
 bool UserManager::MayBeCredentials(const BasicString& userName, const BasicString& password) noexcept
 {
-    // Also what older databases hold and no new user may be called.
+    // Includes names that older databases may hold but that are refused for new users.
     const bool isName = !userName.empty() && userName.size() <= maximumNameBytes && Text::IsValidUtf8(userName) &&
                         std::ranges::none_of(userName, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; });
     return isName && IsPassword(password);
@@ -164,7 +148,7 @@ bool UserManager::MayBeCredentials(const BasicString& userName, const BasicStrin
 
 std::optional<SecurityToken> UserManager::LogIn(const BasicString& userName, const BasicString& password)
 {
-    // The same for every user: it tells nothing about who exists.
+    // Reveals nothing about which users exist.
     if (!MayBeCredentials(userName, password))
     {
         return std::nullopt;
@@ -179,7 +163,7 @@ std::optional<SecurityToken> UserManager::LogIn(const BasicString& userName, con
     {
         return std::nullopt;
     }
-    // A password that was changed meanwhile makes this login void: it holds the generation that was verified.
+    // If the password was changed meanwhile, this login is void: it holds the generation that was verified.
     return tokens->Add(user->login);
 }
 

@@ -21,55 +21,55 @@ class UserDatabase;
 } // namespace Internal
 
 /// The users of a machine, their roles and their logins. Users are in a database file that other processes may change
-/// at the same time: every answer is how things are at that moment. Logins are known to this object only. A user's name
-/// has 1 to 64 bytes of UTF-8; a new one has no blanks at its ends and no control, direction or zero-width characters.
-/// Names are compared without case; among names of an older database that differ only in case, the exact one is meant.
-/// A password has 1 to 1024 bytes. Threads: safe from any thread; a password is hashed, for some ten milliseconds,
-/// without holding up the other calls. Throws: ArgumentException for what does not meet these limits and for an unknown
-/// role, never with a password in it; when the database cannot be used, with path and cause, TemporaryException for a
-/// cause that may pass, else InvalidOperationException. Reading goes on where nothing can be written.
+/// at the same time: every result is the state at that moment. Logins are known to this object only. A user's name has
+/// 1 to 64 bytes of UTF-8; a new one has no blanks at its ends and no control, direction or zero-width characters.
+/// Names are compared without case; where names of an older database differ only in case, only the exact one matches. A
+/// password has 1 to 1024 bytes. Threads: safe from any thread; a password is hashed, for some ten milliseconds,
+/// without delaying other calls. Throws: ArgumentException for a violation of these limits and for an unknown role,
+/// never with a password in it; when the database cannot be used, with path and cause, TemporaryException for a cause
+/// that may pass, else InvalidOperationException. Reading goes on where nothing can be written.
 class OXA_EXPORT UserManager final
 {
 public:
-    /// Makes a database without users, for its owner only, at once and as a whole. False: there is a file of that name,
-    /// which is left as it is.
+    /// Creates a database without users, readable by its owner only, atomically. False: a file of that name exists and
+    /// is left as it is.
     static bool CreateDatabase(const BasicString& databasePath);
 
-    /// Requires: the database exists. A file that is empty or no user database is refused.
+    /// Requires: the database exists. An empty file and one that is no user database are refused.
     explicit UserManager(const BasicString& databasePath);
     UserManager(const UserManager&) = delete;
     UserManager& operator=(const UserManager&) = delete;
     ~UserManager();
 
-    /// In the order of their names.
+    /// Ordered by name.
     [[nodiscard]] std::vector<UserInfo> GetUsers() const;
 
-    /// Nothing when there is no such user, as with the functions below. The user's name comes as it is stored.
+    /// Nothing for an unknown name, as with the functions below. The result has the name as it is stored.
     [[nodiscard]] std::optional<UserInfo> FindUser(std::string_view userName) const;
 
-    /// Throws ArgumentException when there is a user of this name, or no user may have it.
+    /// Throws ArgumentException when the name is taken or not allowed.
     void CheckNewUser(const BasicString& userName) const;
 
     /// As `CheckNewUser`.
     void AddUser(const BasicString& userName, const BasicString& password, std::string_view roleName);
 
-    /// Ends the user's logins. The user as it was.
+    /// Ends the user's logins. Returns the user before the change, as `SetPassword` does.
     std::optional<UserInfo> RemoveUser(const BasicString& userName);
 
-    /// Ends the user's logins, also those that other processes know.
+    /// Ends the user's logins, also those of other processes.
     std::optional<UserInfo> SetPassword(const BasicString& userName, const BasicString& password);
 
-    /// False for a name or a password that nobody can have: its log-in is refused at once.
+    /// False for a name or a password that no user can have: the log-in is then refused at once.
     [[nodiscard]] static bool MayBeCredentials(const BasicString& userName, const BasicString& password) noexcept;
 
     /// Nothing when name and password do not belong together; an unknown name takes as long as a wrong password.
     /// A user has at most 64 logins at a time, and all users together 4096: one more ends the oldest.
     [[nodiscard]] std::optional<SecurityToken> LogIn(const BasicString& userName, const BasicString& password);
 
-    /// Nothing happens when the token is not valid (any more).
+    /// Does nothing for an invalid token.
     void LogOut(SecurityToken token) noexcept;
 
-    /// The user as it is at this moment; nothing when the token is not valid (any more).
+    /// The user's current data; nothing for an invalid token.
     [[nodiscard]] std::optional<UserInfo> TryGetUser(SecurityToken token) const;
 
     /// True when the token is valid and its user's role holds every bit of `permission` on the object.

@@ -7,7 +7,7 @@
 namespace Oxa::Services::Commons::Wbm
 {
 
-/// What a caller passed along with a request.
+/// The parameters of a request.
 class RequestParams final
 {
 public:
@@ -22,7 +22,7 @@ public:
         return query;
     }
 
-    /// As it came: untrusted, any bytes.
+    /// As received: untrusted, any bytes.
     [[nodiscard]] const BasicString& GetBody() const noexcept
     {
         return body;

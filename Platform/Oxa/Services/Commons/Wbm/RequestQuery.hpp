@@ -13,13 +13,13 @@ class OXA_EXPORT RequestQuery final
 public:
     RequestQuery();
 
-    /// As it came with the request, without the "?".
+    /// As received, without the "?".
     explicit RequestQuery(BasicString text);
 
     [[nodiscard]] BasicString GetQueryString(bool decoded) const;
 
     /// The decoded value of the first parameter of that name; empty for a parameter without "=". False, and `value` is
-    /// unchanged, when there is none. `ignoreCase`: names are compared without regard to ASCII case.
+    /// unchanged, without such a parameter. `ignoreCase`: names are compared without ASCII case.
     bool TryGetParameterValue(const BasicString& name, BasicString& value, bool ignoreCase) const;
 
 private:

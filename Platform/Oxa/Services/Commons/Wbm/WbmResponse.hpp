@@ -8,7 +8,7 @@
 namespace Oxa::Services::Commons::Wbm
 {
 
-/// A module's answer to one request.
+/// A module's response to one request.
 class WbmResponse final
 {
 public:

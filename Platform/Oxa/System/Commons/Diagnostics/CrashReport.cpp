@@ -6,6 +6,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -13,86 +14,49 @@
 #include <cstring>
 #include <utility>
 
+// The signal handler reads the records without a lock. Each has a slot that its constructor takes by exchanging a null
+// pointer; the handler uses a slot only if its own thread is in that record's call, so that the record cannot be
+// destroyed meanwhile.
+
 namespace Oxa::System::Commons::Diagnostics
 {
 
 namespace
 {
 
-/// For the lines that were logged before, and for the report.
-constexpr std::chrono::milliseconds writeLimit{100};
-
-/// The records of the process, for a signal handler that must take no lock. It looks into a record only when its own
-/// thread is in that record's call, so that the record cannot go meanwhile.
 struct Slot
 {
     std::atomic<const CallRecord*> record = nullptr;
-    /// 0: no call is under way.
+    /// 0: no call is in progress.
     std::atomic<pthread_t> thread = 0;
     std::atomic<const std::string_view*> request = nullptr;
 };
 
 constexpr std::size_t slotCount = 128;
-/// The last one is shared by the records that are too many, and not reported.
+/// The last one is shared by the records beyond the count, and not reported.
 std::array<Slot, slotCount + 1> slots;
 
 std::atomic<bool> isJournal = false;
 
-/// A text of limited length without control characters; makes nothing that needs memory.
-class ReportText final
-{
-public:
-    void Add(std::string_view text) noexcept
-    {
-        for (const char character : text)
-        {
-            if (size < characters.size() - 1)
-            {
-                characters[size++] = character < ' ' || character > '~' ? '?' : character;
-            }
-        }
-    }
-
-    [[nodiscard]] std::string_view Finish() noexcept
-    {
-        characters[size++] = '\n';
-        return {characters.data(), size};
-    }
-
-private:
-    std::array<char, 1024> characters;
-    std::size_t size = 0;
-};
-
-void AddCall(ReportText& text) noexcept
-{
-    for (std::size_t index = 0; index < slotCount; ++index)
-    {
-        const Slot& slot = slots[index];
-        if (slot.thread.load() == pthread_self())
-        {
-            text.Add(" in '");
-            text.Add(*slot.request.load());
-            text.Add("' of ");
-            text.Add(slot.record.load()->GetSubject());
-            return;
-        }
-    }
-}
-
-/// The signal's action is the default one by now. A fault happens again when this returns, and then leaves the core of
-/// the place where it happened; a signal that was sent is sent again.
+/// The signal's action is the default one by now. A fault happens again when this returns, and then leaves a core dump
+/// of the place where it happened; a signal that was sent is sent again.
 void Report(int number, siginfo_t* information, void* /*context*/) noexcept
 {
+    constexpr std::chrono::milliseconds limit{100};
     const int savedError = errno;
-    ReportText text;
-    text.Add(isJournal ? "<2>" : "");
-    text.Add(program_invocation_short_name);
-    text.Add(": SIG");
-    text.Add(sigabbrev_np(number));
-    AddCall(text);
-    Logging::LogManager::WaitUntilWritten(writeLimit);
-    WriteBounded(STDERR_FILENO, text.Finish(), writeLimit);
+    const auto slot = std::find_if(slots.begin(), slots.end() - 1,
+                                   [](const Slot& each) { return each.thread.load() == pthread_self(); });
+    if (slot == slots.end() - 1)
+    {
+        WriteLastLine("<2>", {"SIG", sigabbrev_np(number)}, limit);
+    }
+    else
+    {
+        WriteLastLine(
+            "<2>",
+            {"SIG", sigabbrev_np(number), " in '", *slot->request.load(), "' of ", slot->record.load()->GetSubject()},
+            limit);
+    }
     errno = savedError;
     if (information->si_code <= 0)
     {
@@ -101,6 +65,20 @@ void Report(int number, siginfo_t* information, void* /*context*/) noexcept
 }
 
 } // namespace
+
+void WriteLastLine(std::string_view priority, std::initializer_list<std::string_view> parts,
+                   std::chrono::milliseconds limit) noexcept
+{
+    Logging::LogManager::WaitUntilWritten(limit);
+    const auto write = [limit](std::string_view text)
+    {
+        return WriteBounded(STDERR_FILENO, text, limit);
+    };
+    if (write(isJournal ? priority : "") && write(program_invocation_short_name) && write(": "))
+    {
+        std::all_of(parts.begin(), parts.end(), write) && write("\n");
+    }
+}
 
 void InstallCrashReport() noexcept
 {
@@ -111,7 +89,7 @@ void InstallCrashReport() noexcept
     for (const int number : {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT})
     {
         struct sigaction previous = {};
-        // A sanitizer tells more.
+        // A sanitizer's own handler reports more.
         if (sigaction(number, nullptr, &previous) == 0 && previous.sa_handler == SIG_DFL)
         {
             sigaction(number, &action, nullptr);

@@ -3,19 +3,28 @@
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <chrono>
 #include <cstddef>
+#include <initializer_list>
 #include <string_view>
 
+/// How a process reports on standard error why it ends.
 namespace Oxa::System::Commons::Diagnostics
 {
 
-/// From now on a signal that means a crash (SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT) is told on standard error, with
-/// what the thread was doing by its `CallRecord`, before the process ends by it as it would without this. Signals that
-/// have a handler already keep it. Once.
+/// Waits for the lines that were logged before, then writes "{program}: {parts}" and a line end; for the journal with
+/// `priority`, for instance "<3>", before it. Gives up when the log or the reader makes no progress for `limit`.
+/// Threads: any; also inside signal handlers, once InstallCrashReport has returned.
+OXA_EXPORT void WriteLastLine(std::string_view priority, std::initializer_list<std::string_view> parts,
+                              std::chrono::milliseconds limit) noexcept;
+
+/// From now on a signal that means a crash (SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT) is reported on standard error,
+/// with the call that the thread was in by its `CallRecord`, before the process ends by it as it would without this.
+/// Signals that already have a handler keep it. Once.
 OXA_EXPORT void InstallCrashReport() noexcept;
 
-/// One party whose code the process calls, such as a module's data provider, and the call that is under way.
-/// Threads: made and destroyed on any; one call at a time.
+/// Foreign code that the process calls, such as a module's data provider, and the call that is in progress.
+/// Threads: constructed and destroyed on any; one call at a time.
 class OXA_EXPORT CallRecord final
 {
 public:
@@ -45,7 +54,7 @@ public:
 
 private:
     const BasicString subject;
-    /// Among the process's records; there is none for it when too many are there.
+    /// Index among the process's records; the last, shared one when there are too many.
     std::size_t slot = 0;
 };
 

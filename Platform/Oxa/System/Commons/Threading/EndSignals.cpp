@@ -1,7 +1,6 @@
 #include "Oxa/System/Commons/Threading/EndSignals.hpp"
 
-#include "Oxa/System/Commons/Diagnostics/BoundedWrite.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
+#include "Oxa/System/Commons/Diagnostics/CrashReport.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/Threading/WakeEvent.hpp"
 
@@ -23,11 +22,10 @@ namespace
 {
 
 /// For the lines that were logged before, and for the last one; part of the time that the process has.
-constexpr std::chrono::milliseconds lastWordsLimit{200};
+constexpr std::chrono::milliseconds lastLineLimit{200};
 
 /// Never destroyed: the thread outlives all static objects.
 std::atomic<WakeEvent*> firstSignal = nullptr;
-std::atomic<bool> isJournal = false;
 
 sigset_t MakeEndSignals() noexcept
 {
@@ -47,13 +45,13 @@ sigset_t MakeEndSignals() noexcept
     _exit(EXIT_FAILURE);
 }
 
-/// The signals are blocked in all threads, this one included: `sigwait` takes them.
+/// Requires: the signals are blocked in all threads, this one included.
 void WatchSignals(std::chrono::seconds limit) noexcept
 {
     const sigset_t signals = MakeEndSignals();
     int number = 0;
     sigwait(&signals, &number);
-    const auto deadline = std::chrono::steady_clock::now() + limit - lastWordsLimit;
+    const auto deadline = std::chrono::steady_clock::now() + limit - lastLineLimit;
     firstSignal.load()->Set();
     while (true)
     {
@@ -78,7 +76,6 @@ void WatchSignals(std::chrono::seconds limit) noexcept
 
 void EndSignals::Watch(std::chrono::seconds limit)
 {
-    isJournal = Diagnostics::IsJournalStream();
     firstSignal = new WakeEvent;
     const sigset_t signals = MakeEndSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
@@ -88,7 +85,7 @@ void EndSignals::Watch(std::chrono::seconds limit)
     }
     catch (const std::system_error& error)
     {
-        throw InvalidOperationException::Create("no thread to wait for signals: {0}", error.what());
+        throw InvalidOperationException::Create("cannot start the thread that waits for signals: {0}", error.what());
     }
 }
 
@@ -107,15 +104,7 @@ void EndSignals::Wait() noexcept
 
 void EndSignals::EndProcess(std::string_view cause) noexcept
 {
-    using Diagnostics::WriteBounded;
-    Diagnostics::Logging::LogManager::WaitUntilWritten(lastWordsLimit / 2);
-    bool isTaken = true;
-    for (const std::string_view part :
-         {std::string_view(isJournal ? "<3>" : ""), std::string_view(program_invocation_short_name),
-          std::string_view(": "), cause, std::string_view("\n")})
-    {
-        isTaken = isTaken && WriteBounded(STDERR_FILENO, part, lastWordsLimit / 2);
-    }
+    Diagnostics::WriteLastLine("<3>", {cause}, lastLineLimit / 2);
     _exit(EXIT_FAILURE);
 }
 

@@ -1,9 +1,23 @@
 #include "Oxa/System/Commons/Threading/LeaderTeam.hpp"
 
-#include "Oxa/System/Commons/Threading/ILeaderWork.hpp"
-
 #include <chrono>
 #include <exception>
+#include <utility>
+
+// A member of the team is the leader, which runs the loop; the watcher, at most one, which checks the leader every 5
+// ms; a follower, which waits to become the watcher; or delayed: it has lost the loop during a blocking section and
+// becomes a follower when its call returns. The watcher is parked, without a period, while there are no blocking
+// sections.
+//
+// The atomic `state` holds who leads and whether in a blocking section: the member id in the upper bits, below it a
+// counter that the begin and the end of each section increment, so that an odd counter means inside. A watcher that
+// sees the same odd state twice takes over by a compare-exchange, which fails when the section ends at the same moment;
+// the end of the section is a compare-exchange as well, which fails when the loop was taken over. So exactly one of the
+// two leads afterwards. Only the leader makes a state odd.
+//
+// The mutex guards the followers and the list of threads. It is held neither during a step nor in a blocking section,
+// and nothing else is locked or called under it but the log: it cannot deadlock. `isStopping` and `isParked` are also
+// read without it: a leader looks at them between steps. They change under it, so that no waiting member misses it.
 
 namespace Oxa::System::Commons::Threading
 {
@@ -13,19 +27,25 @@ using Diagnostics::Logging::LogLevel;
 namespace
 {
 
-/// A call that the watcher sees unfinished twice in a row has lasted at least this long.
+/// A blocking section that the watcher sees twice in a row has lasted at least this long.
 constexpr std::chrono::milliseconds watchPeriod{5};
-/// Without a call for this many periods the watcher sleeps until there is one again.
+/// Without a blocking section for this many periods the watcher parks until the next one.
 constexpr int periodsUntilParking = 200;
 
 constexpr unsigned memberShift = 48;
 constexpr std::uint64_t counterMask = (std::uint64_t{1} << memberShift) - 1;
 
-// Which member of which team the thread is.
-thread_local LeaderTeam* currentTeam = nullptr;
-thread_local std::uint64_t currentMember = 0;
+/// Which member of which team the thread is. Thread-local, because a blocking section begins deep inside a step, behind
+/// interfaces and libraries that know nothing of the team, and may begin on threads that are no member.
+struct Membership
+{
+    LeaderTeam* team = nullptr;
+    std::uint64_t member = 0;
+};
 
-bool IsInsideCall(std::uint64_t state) noexcept
+thread_local Membership current;
+
+bool IsInsideSection(std::uint64_t state) noexcept
 {
     return (state & 1U) != 0;
 }
@@ -50,21 +70,16 @@ void LeaderTeam::Run(unsigned minimumLimit)
         maximumThreads += static_cast<int>(minimumLimit);
         EnsureFollower();
     }
-    currentTeam = this;
     RunMember(0);
-    currentTeam = nullptr;
+    current = {};
     // Once the team stops no members are added any more.
-    for (std::size_t index = 0;; ++index)
+    std::vector<std::thread> members;
     {
-        std::thread thread;
-        {
-            const MutexLock lock(mutex);
-            if (index == threads.size())
-            {
-                return;
-            }
-            thread.swap(threads[index]);
-        }
+        const MutexLock lock(mutex);
+        members.swap(threads);
+    }
+    for (std::thread& thread : members)
+    {
         thread.join();
     }
 }
@@ -89,9 +104,9 @@ void LeaderTeam::Stop()
     work.Wake();
 }
 
-void LeaderTeam::RunMember(MemberNumber member)
+void LeaderTeam::RunMember(MemberId member)
 {
-    currentMember = member;
+    current = {this, member};
     while (!isStopping)
     {
         if (IsLeader(member))
@@ -105,23 +120,22 @@ void LeaderTeam::RunMember(MemberNumber member)
     }
 }
 
-void LeaderTeam::Lead(MemberNumber member)
+void LeaderTeam::Lead(MemberId member)
 {
     while (IsLeader(member) && !isStopping)
     {
-        RunGuarded([this] { work.RunOne(); });
+        RunGuarded(&ILeaderWork::RunOne);
     }
-    // What this thread left to do on its last way out of a foreign call is known to nobody who waits.
-    RunGuarded([this] { work.Wake(); });
+    // Work that was queued while leaving a blocking section is invisible to the waiting leader.
+    RunGuarded(&ILeaderWork::Wake);
 }
 
-/// The border of the work: a thread that ended here would take the loop along.
-template <class Step>
-void LeaderTeam::RunGuarded(const Step& step)
+/// An exception that escaped would end the thread, and the loop with it.
+void LeaderTeam::RunGuarded(void (ILeaderWork::*step)())
 {
     try
     {
-        step();
+        (work.*step)();
     }
     catch (const std::exception& exception)
     {
@@ -133,7 +147,7 @@ void LeaderTeam::RunGuarded(const Step& step)
     }
 }
 
-bool LeaderTeam::Follow(MemberNumber member)
+bool LeaderTeam::Follow(MemberId member)
 {
     const MutexLock lock(mutex);
     ++waitingFollowers;
@@ -159,22 +173,22 @@ bool LeaderTeam::Follow(MemberNumber member)
 }
 
 /// True when this member runs the loop from now on, false when the team stops.
-bool LeaderTeam::Watch(MemberNumber member)
+bool LeaderTeam::Watch(MemberId member)
 {
     std::uint64_t seenState = state.load();
     int quietPeriods = 0;
     while (!isStopping)
     {
         changed.WaitUntil(mutex, std::chrono::steady_clock::now() + watchPeriod);
-        std::uint64_t current = state.load();
-        if (current != seenState)
+        std::uint64_t newState = state.load();
+        if (newState != seenState)
         {
-            seenState = current;
+            seenState = newState;
             quietPeriods = 0;
         }
-        else if (IsInsideCall(current))
+        else if (IsInsideSection(newState))
         {
-            if (state.compare_exchange_strong(current, MakeState(member, current + 1)))
+            if (state.compare_exchange_strong(newState, MakeState(member, newState + 1)))
             {
                 return true;
             }
@@ -191,7 +205,7 @@ bool LeaderTeam::Watch(MemberNumber member)
 void LeaderTeam::Park(std::uint64_t seenState)
 {
     isParked = true;
-    // A call that began before it could see the flag is seen here instead.
+    // A blocking section that began too early to see the flag is seen here instead.
     if (state.load() != seenState)
     {
         isParked = false;
@@ -222,30 +236,25 @@ void LeaderTeam::EnsureFollower()
     {
         return;
     }
-    const MemberNumber member = threads.size() + 1;
+    const MemberId member = threads.size() + 1;
     try
     {
-        threads.emplace_back(
-            [this, member]
-            {
-                currentTeam = this;
-                RunMember(member);
-            });
+        threads.emplace_back([this, member] { RunMember(member); });
     }
     catch (const std::exception& exception)
     {
-        Log(LogLevel::Error, "no thread to take over when a call hangs: {0}", exception.what());
+        Log(LogLevel::Error, "cannot start a thread to take over when a call hangs: {0}", exception.what());
     }
 }
 
-bool LeaderTeam::IsLeader(MemberNumber member) const noexcept
+bool LeaderTeam::IsLeader(MemberId member) const noexcept
 {
     return state.load() >> memberShift == member;
 }
 
 LeaderTeam::BlockingSection::BlockingSection(LeaderTeam& team) noexcept : team(team)
 {
-    if (currentTeam != &team || !team.IsLeader(currentMember))
+    if (current.team != &team || !team.IsLeader(current.member))
     {
         return;
     }
@@ -258,11 +267,11 @@ LeaderTeam::BlockingSection::BlockingSection(LeaderTeam& team) noexcept : team(t
 
 LeaderTeam::BlockingSection::~BlockingSection()
 {
-    // Fails when another thread has taken the loop over: then that one's state must stay.
+    // Fails when another thread has taken over the loop: its state must stay.
     std::uint64_t expected = state;
     if (state != 0)
     {
-        team.state.compare_exchange_strong(expected, MakeState(currentMember, state + 1));
+        team.state.compare_exchange_strong(expected, MakeState(current.member, state + 1));
     }
 }
 

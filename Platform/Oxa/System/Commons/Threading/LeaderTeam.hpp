@@ -13,14 +13,26 @@
 namespace Oxa::System::Commons::Threading
 {
 
-class ILeaderWork;
+/// What a LeaderTeam does: a loop, given as its step.
+class OXA_EXPORT ILeaderWork
+{
+public:
+    virtual ~ILeaderWork();
 
-/// Runs a loop by a team of threads of which one, the leader, runs it at a time. Code of others, which may hang, is
-/// called inside a `BlockingSection`; when one lasts longer than 5 to 10 ms, another thread of the team takes the loop
-/// over, and the one that hung goes back to the team when it is through. So nothing wakes a second thread as long as
-/// everybody is quick, and all steps but what comes out of a foreign call run one after the other, each seeing what
-/// those before it did. A second after the last foreign call nothing wakes up periodically any more. Threads:
-/// everything is safe from any thread.
+    /// Runs one unit of work, or waits until there is one or until `Wake`. Called by the team's leader only; what it
+    /// throws is logged, and the loop goes on.
+    virtual void RunOne() = 0;
+
+    /// Makes a waiting `RunOne` return soon, or else the next one. Any thread. May throw only when memory is short.
+    virtual void Wake() = 0;
+};
+
+/// The event loop of a program: a team of threads of which one, the leader, runs the loop. Foreign code, which may
+/// hang, is called inside a `BlockingSection`; when one lasts longer than 5 to 10 ms, another thread of the team takes
+/// over the loop, and the delayed thread rejoins the team when its call returns. So no second thread wakes up while all
+/// calls are short, and all steps except what follows a blocking section run one after the other, each with the effects
+/// of those before it visible. One second after the last blocking section the periodic check stops. Safe from any
+/// thread.
 class OXA_EXPORT LeaderTeam final : private Diagnostics::Logging::Loggable<LeaderTeam>
 {
 public:
@@ -32,20 +44,20 @@ public:
     /// Requires: `Run` has returned or was never called.
     ~LeaderTeam();
 
-    /// Runs step after step until `Stop`, on this thread and others; returns when all threads of the team are through.
-    /// Once. `minimumLimit`, at least 1, and what was added to it bound the number of threads; one more than there may
-    /// be foreign calls that hang at the same time keeps the loop going.
+    /// Runs step after step until `Stop`, on this thread and others; returns when all threads of the team have ended.
+    /// Once. `minimumLimit`, at least 1, plus all changes by `ChangeLimit` bounds the number of threads; the loop never
+    /// stalls when the bound exceeds the number of blocking sections that may hang at the same time.
     void Run(unsigned minimumLimit);
 
-    /// Raises or lowers the bound on the number of threads, because there may be more or fewer foreign calls that hang.
+    /// Raises or lowers the bound on the number of threads, because more or fewer blocking sections may hang.
     void ChangeLimit(int difference);
 
-    /// No step begins any more. Wakes the one that waits.
+    /// No further step begins. Wakes a step that waits.
     void Stop();
 
-    /// Spans a call of foreign code out of a step; not inside another one. Costs two atomic operations; does nothing on
-    /// threads that do not run the loop. A step that had one must touch nothing of the loop behind it: another thread
-    /// may run the loop by then.
+    /// Spans a call of foreign code out of a step; not nested. Costs two atomic operations; does nothing on threads
+    /// that do not run the loop. After it the step must not touch the loop's data: another thread may run the loop by
+    /// then.
     class OXA_EXPORT BlockingSection final
     {
     public:
@@ -56,27 +68,24 @@ public:
 
     private:
         LeaderTeam& team;
-        /// The team's state inside the call; 0 when the thread does not run the loop.
+        /// The team's state during the call; 0 when the thread does not run the loop.
         std::uint64_t state = 0;
     };
 
 private:
-    using MemberNumber = std::uint64_t;
+    using MemberId = std::uint64_t;
 
-    void RunMember(MemberNumber member);
-    void Lead(MemberNumber member);
-    template <class Step>
-    void RunGuarded(const Step& step);
-    [[nodiscard]] bool Follow(MemberNumber member);
-    [[nodiscard]] bool Watch(MemberNumber member) OXA_REQUIRES(mutex);
+    void RunMember(MemberId member);
+    void Lead(MemberId member);
+    void RunGuarded(void (ILeaderWork::*step)());
+    [[nodiscard]] bool Follow(MemberId member);
+    [[nodiscard]] bool Watch(MemberId member) OXA_REQUIRES(mutex);
     void Park(std::uint64_t seenState) OXA_REQUIRES(mutex);
     void Unpark();
     void EnsureFollower() OXA_REQUIRES(mutex);
-    [[nodiscard]] bool IsLeader(MemberNumber member) const noexcept;
+    [[nodiscard]] bool IsLeader(MemberId member) const noexcept;
 
     ILeaderWork& work;
-    /// Who runs the loop and whether in a foreign call: member number in the upper bits, below it a counter that every
-    /// begin and end of a call moves on by one, so that an odd one means inside.
     std::atomic<std::uint64_t> state;
     std::atomic<bool> isParked = false;
     std::atomic<bool> isStopping = false;
@@ -85,7 +94,7 @@ private:
     System::Commons::ConditionVariable changed;
     bool hasWatcher OXA_GUARDED_BY(mutex) = false;
     unsigned waitingFollowers OXA_GUARDED_BY(mutex) = 0;
-    /// There was no thread to make when the leader took over: all others hang.
+    /// The bound was reached when a leader needed a follower; `ChangeLimit` makes up for it.
     bool isFollowerMissing OXA_GUARDED_BY(mutex) = false;
     int maximumThreads OXA_GUARDED_BY(mutex) = 0;
     std::vector<std::thread> threads OXA_GUARDED_BY(mutex);

@@ -1,26 +1,42 @@
 #pragma once
 
-#include "Oxa/System/Commons/Export.hpp"
+#include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/FileDescriptor.hpp"
+
+#include <sys/eventfd.h>
+
+#include <cerrno>
+#include <system_error>
 
 namespace Oxa::System::Commons::Threading
 {
 
-/// Wakes a thread that waits in `poll`. Threads: safe from several threads.
-class OXA_EXPORT WakeEvent final
+/// Wakes a thread that waits in `poll`. Safe from several threads.
+class WakeEvent final
 {
 public:
     /// Throws InvalidOperationException when the process or the system has no descriptor left.
-    WakeEvent();
-    WakeEvent(const WakeEvent&) = delete;
-    WakeEvent& operator=(const WakeEvent&) = delete;
+    WakeEvent() : descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+    {
+        if (!descriptor.IsOpen())
+        {
+            throw InvalidOperationException::Create("cannot create an event descriptor: {0}",
+                                                    std::generic_category().message(errno));
+        }
+    }
 
-    ~WakeEvent();
+    void Set() noexcept
+    {
+        // Fails only when the counter is at its maximum; then the descriptor is ready already.
+        static_cast<void>(eventfd_write(descriptor.Get(), 1));
+    }
 
-    void Set() noexcept;
-
-    /// Back to how it was before `Set`.
-    void Clear() noexcept;
+    /// Undoes `Set`.
+    void Clear() noexcept
+    {
+        eventfd_t count = 0;
+        static_cast<void>(eventfd_read(descriptor.Get(), &count));
+    }
 
     /// Ready for POLLIN from `Set` to `Clear`. Valid until the event is destroyed.
     [[nodiscard]] int GetDescriptor() const noexcept

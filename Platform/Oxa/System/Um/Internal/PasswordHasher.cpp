@@ -17,20 +17,12 @@ using System::Commons::MutexLock;
 namespace
 {
 
-// What is widely recommended as the least for argon2id. It costs a small controller some hundredths of a second, and
-// memory that it can spare for one log-in at a time.
+// The widely recommended minimum for argon2id. It costs a small controller some hundredths of a second, and memory that
+// it can spare for one log-in at a time.
 constexpr std::size_t memoryBytes = 19 * 1024 * 1024;
 constexpr unsigned long long passes = 2;
 
-using HashText = std::array<char, crypto_pwhash_STRBYTES>;
-
-bool TryHash(const BasicString& password, HashText& text)
-{
-    return crypto_pwhash_str_alg(text.data(), password.data(), password.size(), passes, memoryBytes,
-                                 crypto_pwhash_ALG_ARGON2ID13) == 0;
-}
-
-/// libsodium reports a hash for which memory was short as one that does not match, so the same is asked for once more.
+/// libsodium reports a lack of memory as a hash that does not match; this tells the two apart.
 bool HasMemory()
 {
     constexpr std::size_t neededBytes = memoryBytes + std::size_t{64} * 1024;
@@ -55,11 +47,17 @@ PasswordHasher::PasswordHasher()
 
 BasicString PasswordHasher::Hash(const BasicString& password)
 {
+    return Hash(password, "hash");
+}
+
+BasicString PasswordHasher::Hash(const BasicString& password, const char* operation)
+{
     const MutexLock lock(mutex);
-    HashText text{};
-    if (!TryHash(password, text))
+    std::array<char, crypto_pwhash_STRBYTES> text{};
+    if (crypto_pwhash_str_alg(text.data(), password.data(), password.size(), passes, memoryBytes,
+                              crypto_pwhash_ALG_ARGON2ID13) != 0)
     {
-        ThrowOutOfMemory("hash");
+        ThrowOutOfMemory(operation);
     }
     return text.data();
 }
@@ -80,12 +78,7 @@ bool PasswordHasher::Verify(const BasicString& hash, const BasicString& password
 
 void PasswordHasher::Imitate(const BasicString& password)
 {
-    const MutexLock lock(mutex);
-    HashText text{};
-    if (!TryHash(password, text))
-    {
-        ThrowOutOfMemory("check");
-    }
+    (void)Hash(password, "check");
 }
 
 } // namespace Oxa::System::Um::Internal

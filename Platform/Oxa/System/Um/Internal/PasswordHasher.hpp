@@ -6,8 +6,8 @@
 namespace Oxa::System::Um::Internal
 {
 
-/// Makes and checks argon2id hashes, one at a time: a controller has not the memory for many. Every operation takes the
-/// same time and memory, whatever it finds. Safe from any thread.
+/// Makes and checks argon2id hashes, one at a time, because the memory of a controller does not suffice for many. Every
+/// operation takes the same time and memory, independent of its result. Safe from any thread.
 class PasswordHasher final
 {
 public:
@@ -25,6 +25,9 @@ public:
     void Imitate(const BasicString& password);
 
 private:
+    [[nodiscard]] BasicString Hash(const BasicString& password, const char* operation);
+
+    /// Held while memory is in use; guards no data.
     System::Commons::Mutex mutex;
 };
 

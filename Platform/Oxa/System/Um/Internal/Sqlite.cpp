@@ -21,7 +21,7 @@ namespace Text = System::Commons::Text;
 namespace
 {
 
-// As long as an administrator's tool on a slow flash card may hold the write lock.
+// An administrator's tool on a slow flash card may hold the write lock for this long.
 constexpr int busyTimeoutMilliseconds = 5000;
 
 BasicString FormatError(const BasicString& path, std::string_view cause)
@@ -76,7 +76,7 @@ SqliteConnection::SqliteConnection(BasicString databasePath) : path(std::move(da
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE;
     sqlite3* opened = nullptr;
     const int result = sqlite3_open_v2(MakeFileName(path).c_str(), &opened, flags, nullptr);
-    // Has to be closed also when it could not be opened.
+    // To be closed even if opening failed.
     handle.reset(opened);
     if (opened == nullptr)
     {
@@ -101,7 +101,7 @@ void SqliteConnection::Closer::operator()(sqlite3* connection) const noexcept
 
 void SqliteConnection::Execute(const char* sql)
 {
-    if (sqlite3_exec(GetHandle(), sql, nullptr, nullptr, nullptr) != SQLITE_OK)
+    if (sqlite3_exec(handle.get(), sql, nullptr, nullptr, nullptr) != SQLITE_OK)
     {
         ThrowLastError();
     }
@@ -109,23 +109,24 @@ void SqliteConnection::Execute(const char* sql)
 
 int64 SqliteConnection::ReadNumber(const char* sql)
 {
+    int64 number = 0;
     SqliteStatement statement(*this, sql);
-    SqliteQuery query(statement);
-    return query.Next() ? query.GetInteger(0) : 0;
+    statement.Run([&] { number = statement.GetInteger(0); });
+    return number;
 }
 
 void SqliteConnection::ThrowLastError() const
 {
-    const int primaryCode = sqlite3_errcode(GetHandle()) & 0xFF;
-    // What cannot be opened may be a file beside the database, which SQLite would have to make.
+    const int primaryCode = sqlite3_errcode(handle.get()) & 0xFF;
+    // The file that cannot be opened may be one that SQLite creates beside the database.
     if (primaryCode == SQLITE_CANTOPEN && access(path.c_str(), R_OK | W_OK) != 0)
     {
         ThrowDatabaseErrno(path, errno);
     }
-    // Of other failures SQLite does not know the errno, and tells that of an earlier one.
+    // For other failures SQLite returns the errno of an earlier one.
     const bool isFileError = primaryCode == SQLITE_IOERR || primaryCode == SQLITE_CANTOPEN;
-    const int systemError = isFileError ? sqlite3_system_errno(GetHandle()) : 0;
-    BasicString cause = sqlite3_errmsg(GetHandle());
+    const int systemError = isFileError ? sqlite3_system_errno(handle.get()) : 0;
+    BasicString cause = sqlite3_errmsg(handle.get());
     if (systemError != 0)
     {
         cause += " (" + std::generic_category().message(systemError) + ')';
@@ -139,82 +140,60 @@ void SqliteConnection::ThrowLastError() const
 
 SqliteStatement::SqliteStatement(SqliteConnection& connection, const char* sql) : connection(connection)
 {
-    if (sqlite3_prepare_v3(connection.GetHandle(), sql, -1, SQLITE_PREPARE_PERSISTENT, &handle, nullptr) != SQLITE_OK)
+    sqlite3_stmt* prepared = nullptr;
+    Check(sqlite3_prepare_v3(connection.handle.get(), sql, -1, SQLITE_PREPARE_PERSISTENT, &prepared, nullptr));
+    handle.reset(prepared);
+}
+
+void SqliteStatement::Finalizer::operator()(sqlite3_stmt* statement) const noexcept
+{
+    sqlite3_finalize(statement);
+}
+
+void SqliteStatement::Resetter::operator()(sqlite3_stmt* statement) const noexcept
+{
+    sqlite3_reset(statement);
+    sqlite3_clear_bindings(statement);
+}
+
+BasicString SqliteStatement::GetText(int column) const
+{
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(handle.get(), column));
+    const int size = sqlite3_column_bytes(handle.get(), column);
+    return text != nullptr ? BasicString(text, static_cast<std::size_t>(size)) : BasicString();
+}
+
+int64 SqliteStatement::GetInteger(int column) const
+{
+    return sqlite3_column_int64(handle.get(), column);
+}
+
+void SqliteStatement::Bind(int index, std::string_view text)
+{
+    Check(sqlite3_bind_text64(handle.get(), index, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8));
+}
+
+void SqliteStatement::Bind(int index, int64 number)
+{
+    Check(sqlite3_bind_int64(handle.get(), index, number));
+}
+
+void SqliteStatement::Check(int result) const
+{
+    if (result != SQLITE_OK)
     {
         connection.ThrowLastError();
     }
 }
 
-SqliteStatement::~SqliteStatement()
+bool SqliteStatement::Next()
 {
-    sqlite3_finalize(handle);
-}
-
-SqliteQuery::~SqliteQuery()
-{
-    sqlite3_reset(statement.handle);
-    sqlite3_clear_bindings(statement.handle);
-}
-
-bool SqliteQuery::Next()
-{
-    switch (sqlite3_step(statement.handle))
+    const int result = sqlite3_step(handle.get());
+    if (result != SQLITE_ROW && result != SQLITE_DONE)
     {
-    case SQLITE_ROW:
-        return true;
-    case SQLITE_DONE:
-        return false;
-    default:
-        statement.connection.ThrowLastError();
+        connection.ThrowLastError();
     }
-}
-
-BasicString SqliteQuery::GetText(int column) const
-{
-    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement.handle, column));
-    const int size = sqlite3_column_bytes(statement.handle, column);
-    return text != nullptr ? BasicString(text, static_cast<std::size_t>(size)) : BasicString();
-}
-
-int64 SqliteQuery::GetInteger(int column) const
-{
-    return sqlite3_column_int64(statement.handle, column);
-}
-
-void SqliteQuery::Bind(int index, std::string_view text)
-{
-    if (sqlite3_bind_text64(statement.handle, index, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8) != SQLITE_OK)
-    {
-        statement.connection.ThrowLastError();
-    }
-}
-
-void SqliteQuery::Bind(int index, int64 number)
-{
-    if (sqlite3_bind_int64(statement.handle, index, number) != SQLITE_OK)
-    {
-        statement.connection.ThrowLastError();
-    }
-}
-
-SqliteTransaction::SqliteTransaction(SqliteConnection& connection) : connection(connection)
-{
-    // Takes the write lock at once: taken later, it could be refused after what was read is out of date.
-    connection.Execute("BEGIN IMMEDIATE");
-}
-
-SqliteTransaction::~SqliteTransaction()
-{
-    // Some failures have ended the transaction already.
-    if (sqlite3_get_autocommit(connection.GetHandle()) == 0)
-    {
-        sqlite3_exec(connection.GetHandle(), "ROLLBACK", nullptr, nullptr, nullptr);
-    }
-}
-
-void SqliteTransaction::Commit()
-{
-    connection.Execute("COMMIT");
+    return result == SQLITE_ROW;
 }
 
 } // namespace Oxa::System::Um::Internal

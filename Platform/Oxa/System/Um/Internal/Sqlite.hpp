@@ -16,99 +16,78 @@ namespace Oxa::System::Um::Internal
 [[noreturn]] void ThrowDatabaseErrno(const BasicString& path, int error);
 
 /// One connection to a database file, durable: what has been committed survives a power failure. The collation
-/// "caseless" compares texts without case. Everything here throws, with path and cause, TemporaryException for a cause
-/// that may pass, else InvalidOperationException. Threads: one at a time.
+/// "caseless" compares texts without case. A transaction that is not committed is rolled back when the connection is
+/// closed. Everything here throws, with path and cause, TemporaryException for a cause that may pass, else
+/// InvalidOperationException. Threads: one at a time.
 class SqliteConnection final
 {
 public:
     /// Requires: the file exists; an empty one is a database without content.
     explicit SqliteConnection(BasicString path);
 
-    /// Runs one or more statements that have neither parameters nor results that matter.
+    /// Runs one or more statements that have neither parameters nor results.
     void Execute(const char* sql);
 
-    /// The first column of the first row; 0 when there is none.
+    /// The first column of the first row; 0 without rows.
     [[nodiscard]] int64 ReadNumber(const char* sql);
 
-    /// Never null.
-    [[nodiscard]] sqlite3* GetHandle() const noexcept
-    {
-        return handle.get();
-    }
-
-    /// Throws with the cause of the last failure of a call on the handle.
-    [[noreturn]] void ThrowLastError() const;
-
 private:
+    friend class SqliteStatement;
+
     struct Closer
     {
         void operator()(sqlite3* connection) const noexcept;
     };
 
+    /// Throws with the cause of the last failure of a call on the handle.
+    [[noreturn]] void ThrowLastError() const;
+
     BasicString path;
     std::unique_ptr<sqlite3, Closer> handle;
 };
 
-/// Owns a prepared statement, run through SqliteQuery. The connection must outlive it.
+/// A prepared statement, which may run several times. The connection must outlive it.
 class SqliteStatement final
 {
 public:
     SqliteStatement(SqliteConnection& connection, const char* sql);
-    SqliteStatement(const SqliteStatement&) = delete;
-    SqliteStatement& operator=(const SqliteStatement&) = delete;
-    ~SqliteStatement();
 
-private:
-    friend class SqliteQuery;
-
-    SqliteConnection& connection;
-    sqlite3_stmt* handle = nullptr;
-};
-
-/// One run of a prepared statement; there is at most one at a time. Its end also ends the implicit transaction.
-/// A statement that changes something must be run until `Next` says false: only then it is committed.
-class SqliteQuery final
-{
-public:
-    /// Binds the parameters in their order: texts, which must outlive this, and integers.
-    template <class... Parameters>
-    explicit SqliteQuery(SqliteStatement& statement, const Parameters&... parameters) : statement(statement)
+    /// Runs to the end, which also commits unless a transaction is open, and calls `onRow` for each row. The parameters
+    /// are texts and integers in the order of the statement's.
+    template <class OnRow, class... Parameters>
+    void Run(const OnRow& onRow, const Parameters&... parameters)
     {
+        const std::unique_ptr<sqlite3_stmt, Resetter> run(handle.get());
         int index = 0;
         (Bind(++index, parameters), ...);
+        while (Next())
+        {
+            onRow();
+        }
     }
 
-    SqliteQuery(const SqliteQuery&) = delete;
-    SqliteQuery& operator=(const SqliteQuery&) = delete;
-    ~SqliteQuery();
-
-    /// Moves to the next row; false after the last one.
-    [[nodiscard]] bool Next();
-
-    /// Of the row that it is on; empty for NULL.
+    /// Columns of the current row, for `onRow`; empty and 0 for NULL.
     [[nodiscard]] BasicString GetText(int column) const;
     [[nodiscard]] int64 GetInteger(int column) const;
 
 private:
+    struct Finalizer
+    {
+        void operator()(sqlite3_stmt* statement) const noexcept;
+    };
+
+    struct Resetter
+    {
+        void operator()(sqlite3_stmt* statement) const noexcept;
+    };
+
     void Bind(int index, std::string_view text);
     void Bind(int index, int64 number);
+    void Check(int result) const;
+    [[nodiscard]] bool Next();
 
-    SqliteStatement& statement;
-};
-
-/// Several statements that happen together or not at all; no other process writes meanwhile. Undone unless committed.
-class SqliteTransaction final
-{
-public:
-    explicit SqliteTransaction(SqliteConnection& connection);
-    SqliteTransaction(const SqliteTransaction&) = delete;
-    SqliteTransaction& operator=(const SqliteTransaction&) = delete;
-    ~SqliteTransaction();
-
-    void Commit();
-
-private:
     SqliteConnection& connection;
+    std::unique_ptr<sqlite3_stmt, Finalizer> handle;
 };
 
 } // namespace Oxa::System::Um::Internal

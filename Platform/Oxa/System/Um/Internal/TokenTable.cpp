@@ -1,5 +1,6 @@
 #include "Oxa/System/Um/Internal/TokenTable.hpp"
 
+#include <algorithm>
 #include <utility>
 
 namespace Oxa::System::Um::Internal
@@ -12,9 +13,20 @@ TokenTable::TokenTable(std::function<uint32()> random) : random(std::move(random
 SecurityToken TokenTable::Add(const Login& login)
 {
     const MutexLock lock(mutex);
-    MakeRoom(login.userNumber);
+    const auto isOfUser = [&login](const auto& entry)
+    {
+        return entry.second.login.userId == login.userId;
+    };
+    if (std::ranges::count_if(entries, isOfUser) >= static_cast<std::ptrdiff_t>(maximumTokensPerUser))
+    {
+        EraseOldest(isOfUser);
+    }
+    else if (entries.size() >= maximumTokens)
+    {
+        EraseOldest([](const auto& /*entry*/) { return true; });
+    }
     const uint32 value = MakeTokenValue();
-    entries.emplace(value, Entry{login, nextNumber++});
+    entries.emplace(value, Entry{login, nextSequence++});
     return SecurityToken(value);
 }
 
@@ -31,15 +43,15 @@ void TokenTable::Remove(SecurityToken token) noexcept
     entries.erase(token.GetValue());
 }
 
-void TokenTable::RemoveUser(int64 userNumber) noexcept
+void TokenTable::RemoveUser(int64 userId) noexcept
 {
     const MutexLock lock(mutex);
-    std::erase_if(entries, [userNumber](const auto& entry) { return entry.second.login.userNumber == userNumber; });
+    std::erase_if(entries, [userId](const auto& entry) { return entry.second.login.userId == userId; });
 }
 
 uint32 TokenTable::MakeTokenValue() const
 {
-    // Ends soon: of four thousand million values at most `maximumTokens` are taken.
+    // Few repetitions: of 2^32 values at most `maximumTokens` are taken.
     uint32 value = 0;
     do
     {
@@ -48,32 +60,18 @@ uint32 TokenTable::MakeTokenValue() const
     return value;
 }
 
-void TokenTable::MakeRoom(int64 userNumber)
+template <class Predicate>
+void TokenTable::EraseOldest(Predicate isCandidate)
 {
-    std::size_t count = 0;
     auto oldest = entries.end();
-    auto oldestOfUser = entries.end();
-    const auto isOlder = [this](Entries::iterator left, Entries::iterator right)
-    {
-        return right == entries.end() || left->second.number < right->second.number;
-    };
     for (auto current = entries.begin(); current != entries.end(); ++current)
     {
-        oldest = isOlder(current, oldest) ? current : oldest;
-        if (current->second.login.userNumber == userNumber)
+        if (isCandidate(*current) && (oldest == entries.end() || current->second.sequence < oldest->second.sequence))
         {
-            ++count;
-            oldestOfUser = isOlder(current, oldestOfUser) ? current : oldestOfUser;
+            oldest = current;
         }
     }
-    if (count >= maximumTokensPerUser)
-    {
-        entries.erase(oldestOfUser);
-    }
-    else if (entries.size() >= maximumTokens)
-    {
-        entries.erase(oldest);
-    }
+    entries.erase(oldest);
 }
 
 } // namespace Oxa::System::Um::Internal

@@ -12,17 +12,16 @@
 namespace Oxa::System::Um::Internal
 {
 
-/// Whom a token stands for: a user number, which is never used again, and how often that user's password had been
-/// changed.
+/// What a token stands for: a user id, which is never used again, and how often that user's password had been changed.
 struct Login
 {
-    int64 userNumber = 0;
+    int64 userId = 0;
     int64 passwordGeneration = 0;
 
     bool operator==(const Login&) const = default;
 };
 
-/// The tokens that are in use. Bounded: one more ends the oldest, of the same user or of all. Safe from any thread.
+/// The tokens in use. Bounded: one more ends the oldest, of the same user or of all. Safe from any thread.
 class TokenTable final
 {
 public:
@@ -37,24 +36,23 @@ public:
 
     [[nodiscard]] std::optional<Login> TryGet(SecurityToken token) const;
     void Remove(SecurityToken token) noexcept;
-    void RemoveUser(int64 userNumber) noexcept;
+    void RemoveUser(int64 userId) noexcept;
 
 private:
     struct Entry
     {
         Login login;
-        uint64 number = 0;
+        uint64 sequence = 0;
     };
 
-    using Entries = std::unordered_map<uint32, Entry>;
-
-    [[nodiscard]] uint32 MakeTokenValue() const;
-    void MakeRoom(int64 userNumber);
+    [[nodiscard]] uint32 MakeTokenValue() const OXA_REQUIRES(mutex);
+    template <class Predicate>
+    void EraseOldest(Predicate isCandidate) OXA_REQUIRES(mutex);
 
     const std::function<uint32()> random;
     mutable System::Commons::Mutex mutex;
-    Entries entries;
-    uint64 nextNumber = 0;
+    std::unordered_map<uint32, Entry> entries OXA_GUARDED_BY(mutex);
+    uint64 nextSequence OXA_GUARDED_BY(mutex) = 0;
 };
 
 } // namespace Oxa::System::Um::Internal

@@ -26,10 +26,10 @@ namespace
 // "OxaU": tells a user database from other databases.
 constexpr int64 applicationId = 0x4F786155;
 
-// Version 1 had tables of roles and permissions as well, which are not looked at.
+// Version 1 also had tables of roles and permissions, which are ignored.
 constexpr int64 schemaVersion = 2;
 
-// User numbers are never used again (AUTOINCREMENT): the token of a removed user must not become valid with a new one.
+// User ids are never used again (AUTOINCREMENT): the token of a removed user must not become valid with a new one.
 constexpr const char* createTables = R"sql(
 CREATE TABLE users (
     number INTEGER PRIMARY KEY AUTOINCREMENT,
@@ -40,14 +40,14 @@ CREATE TABLE users (
 ) STRICT;
 )sql";
 
-// Databases of version 1 may hold names that differ only in case: then only the exact one is meant.
+// Databases of version 1 may hold names that differ only in case: then only the exact one matches.
 constexpr const char* selectUserOfName = R"sql(
 SELECT number, passwordGeneration, name, roleName, passwordHash FROM users
 WHERE name = ?1 OR (name = ?1 COLLATE caseless AND
                     (SELECT count(*) FROM users WHERE name = ?1 COLLATE caseless) = 1)
 )sql";
 
-/// The files that SQLite lays beside a database.
+/// The files that SQLite creates beside a database.
 constexpr const char* companionSuffixes[] = {"-journal", "-wal", "-shm"};
 
 void RemoveCompanions(const BasicString& path) noexcept
@@ -58,55 +58,24 @@ void RemoveCompanions(const BasicString& path) noexcept
     }
 }
 
-/// Removes a database that is not finished.
-class UnfinishedDatabase final
+void RemoveDatabase(const BasicString& path) noexcept
 {
-public:
-    explicit UnfinishedDatabase(const BasicString& finalPath) : path(finalPath + ".new")
-    {
-        Remove();
-        // SQLite gives its companions the same mode.
-        const FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
-        if (!file.IsOpen())
-        {
-            ThrowDatabaseErrno(finalPath, errno);
-        }
-    }
+    unlink(path.c_str());
+    RemoveCompanions(path);
+}
 
-    UnfinishedDatabase(const UnfinishedDatabase&) = delete;
-    UnfinishedDatabase& operator=(const UnfinishedDatabase&) = delete;
-
-    ~UnfinishedDatabase()
-    {
-        Remove();
-    }
-
-    void Fill() const
-    {
-        SqliteConnection connection(path);
-        SqliteTransaction transaction(connection);
-        connection.Execute(createTables);
-        connection.Execute(Format("PRAGMA application_id = {0}", applicationId).c_str());
-        connection.Execute(Format("PRAGMA user_version = {0}", schemaVersion).c_str());
-        transaction.Commit();
-        // Readers then never wait for a writer. It stays with the file.
-        connection.Execute("PRAGMA journal_mode = WAL");
-    }
-
-    [[nodiscard]] const BasicString& GetPath() const noexcept
-    {
-        return path;
-    }
-
-private:
-    void Remove() const noexcept
-    {
-        unlink(path.c_str());
-        RemoveCompanions(path);
-    }
-
-    const BasicString path;
-};
+/// Requires: an empty file.
+void WriteTables(const BasicString& path)
+{
+    SqliteConnection connection(path);
+    connection.Execute("BEGIN IMMEDIATE");
+    connection.Execute(createTables);
+    connection.Execute(Format("PRAGMA application_id = {0}", applicationId).c_str());
+    connection.Execute(Format("PRAGMA user_version = {0}", schemaVersion).c_str());
+    connection.Execute("COMMIT");
+    // Readers then never wait for a writer. The mode is stored in the file.
+    connection.Execute("PRAGMA journal_mode = WAL");
+}
 
 FileDescriptor LockFolder(const BasicString& path)
 {
@@ -123,7 +92,7 @@ FileDescriptor LockFolder(const BasicString& path)
     return lock;
 }
 
-/// Looks at the file without opening it: closing it would drop the locks that other connections of this process hold.
+/// Does not open the file: closing it would drop the locks that other connections of this process hold.
 const BasicString& CheckFile(const BasicString& path)
 {
     struct stat status = {};
@@ -155,7 +124,7 @@ const BasicString& CheckWritable(const BasicString& path)
     return path;
 }
 
-/// Leaves one of another program or of a newer version as it is.
+/// Refuses a database of another program or of a newer version.
 SqliteConnection Open(const BasicString& path)
 {
     SqliteConnection connection(CheckFile(path));
@@ -172,14 +141,28 @@ SqliteConnection Open(const BasicString& path)
     return connection;
 }
 
-std::optional<StoredUser> ReadUser(SqliteQuery& query)
+std::optional<StoredUser> ReadUserOfName(SqliteConnection& connection, std::string_view userName)
 {
-    if (!query.Next())
-    {
-        return std::nullopt;
-    }
-    return StoredUser{
-        {query.GetText(2), query.GetText(3)}, {query.GetInteger(0), query.GetInteger(1)}, query.GetText(4)};
+    std::optional<StoredUser> user;
+    SqliteStatement find(connection, selectUserOfName);
+    find.Run(
+        [&] {
+            user = StoredUser{
+                {find.GetText(2), find.GetText(3)}, {find.GetInteger(0), find.GetInteger(1)}, find.GetText(4)};
+        },
+        userName);
+    return user;
+}
+
+std::optional<UserInfo> ReadUserOfLogin(SqliteStatement& statement, const Login& login)
+{
+    std::optional<UserInfo> user;
+    statement.Run(
+        [&] {
+            user = UserInfo{statement.GetText(0), statement.GetText(1)};
+        },
+        login.userId, login.passwordGeneration);
+    return user;
 }
 
 } // namespace
@@ -196,13 +179,28 @@ bool UserDatabase::Create(const BasicString& path)
     {
         return false;
     }
-    const UnfinishedDatabase database(path);
-    database.Fill();
-    // Those of a database that is gone would become part of this one.
-    RemoveCompanions(path);
-    if (rename(database.GetPath().c_str(), path.c_str()) != 0 || fsync(folder.Get()) != 0)
+    const BasicString unfinished = path + ".new";
+    RemoveDatabase(unfinished);
+    try
     {
-        ThrowDatabaseErrno(path, errno);
+        // SQLite gives its companions the same mode.
+        const int flags = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC;
+        if (!FileDescriptor(open(unfinished.c_str(), flags, S_IRUSR | S_IWUSR)).IsOpen())
+        {
+            ThrowDatabaseErrno(path, errno);
+        }
+        WriteTables(unfinished);
+        // Companions of a database that was deleted would become part of this one.
+        RemoveCompanions(path);
+        if (rename(unfinished.c_str(), path.c_str()) != 0 || fsync(folder.Get()) != 0)
+        {
+            ThrowDatabaseErrno(path, errno);
+        }
+    }
+    catch (...)
+    {
+        RemoveDatabase(unfinished);
+        throw;
     }
     return true;
 }
@@ -210,8 +208,6 @@ bool UserDatabase::Create(const BasicString& path)
 UserDatabase::UserDatabase(BasicString databasePath)
     : path(std::move(databasePath)),
       connection(Open(path)),
-      allUsers(connection, "SELECT name, roleName FROM users ORDER BY name"),
-      userOfName(connection, selectUserOfName),
       userOfLogin(connection, "SELECT name, roleName FROM users WHERE number = ? AND passwordGeneration = ?")
 {
 }
@@ -219,49 +215,32 @@ UserDatabase::UserDatabase(BasicString databasePath)
 std::vector<UserInfo> UserDatabase::GetUsers()
 {
     const MutexLock lock(mutex);
-    std::vector<UserInfo> result;
-    SqliteQuery query(allUsers);
-    while (query.Next())
-    {
-        result.push_back({query.GetText(0), query.GetText(1)});
-    }
-    return result;
+    std::vector<UserInfo> users;
+    SqliteStatement statement(connection, "SELECT name, roleName FROM users ORDER BY name");
+    statement.Run([&] { users.push_back({statement.GetText(0), statement.GetText(1)}); });
+    return users;
 }
 
 std::optional<StoredUser> UserDatabase::FindUser(std::string_view userName)
 {
     const MutexLock lock(mutex);
-    SqliteQuery query(userOfName, userName);
-    return ReadUser(query);
+    return ReadUserOfName(connection, userName);
 }
 
 std::optional<UserInfo> UserDatabase::FindUser(const Login& login)
 {
     const MutexLock lock(mutex);
-    SqliteQuery query(userOfLogin, login.userNumber, login.passwordGeneration);
-    if (!query.Next())
-    {
-        return std::nullopt;
-    }
-    return UserInfo{query.GetText(0), query.GetText(1)};
+    return ReadUserOfLogin(userOfLogin, login);
 }
 
 bool UserDatabase::AddUser(std::string_view userName, std::string_view passwordHash, std::string_view roleName)
 {
     SqliteConnection writer(CheckWritable(path));
-    SqliteTransaction transaction(writer);
     SqliteStatement statement(writer, "INSERT INTO users (name, passwordHash, roleName) SELECT ?1, ?2, ?3 "
                                       "WHERE NOT EXISTS (SELECT 1 FROM users WHERE name = ?1 COLLATE caseless) "
                                       "RETURNING number");
     bool isAdded = false;
-    {
-        SqliteQuery query(statement, userName, passwordHash, roleName);
-        while (query.Next())
-        {
-            isAdded = true;
-        }
-    }
-    transaction.Commit();
+    statement.Run([&isAdded] { isAdded = true; }, userName, passwordHash, roleName);
     return isAdded;
 }
 
@@ -278,31 +257,20 @@ std::optional<StoredUser> UserDatabase::SetPasswordHash(std::string_view userNam
                       passwordHash);
 }
 
-/// `sql` changes the user whose number is its first parameter.
+/// `sql` changes the user whose id is its first parameter.
 template <class... Parameters>
 std::optional<StoredUser> UserDatabase::ChangeUser(std::string_view userName, const char* sql,
                                                    const Parameters&... parameters)
 {
     SqliteConnection writer(CheckWritable(path));
-    SqliteTransaction transaction(writer);
-    SqliteStatement find(writer, selectUserOfName);
-    std::optional<StoredUser> user;
+    // Takes the write lock at once: taken later, it could be refused because what was read is out of date.
+    writer.Execute("BEGIN IMMEDIATE");
+    auto user = ReadUserOfName(writer, userName);
+    if (user)
     {
-        SqliteQuery query(find, userName);
-        user = ReadUser(query);
+        SqliteStatement(writer, sql).Run([] {}, user->login.userId, parameters...);
     }
-    if (!user)
-    {
-        return std::nullopt;
-    }
-    SqliteStatement change(writer, sql);
-    {
-        SqliteQuery query(change, user->login.userNumber, parameters...);
-        while (query.Next())
-        {
-        }
-    }
-    transaction.Commit();
+    writer.Execute("COMMIT");
     return user;
 }
 

@@ -21,10 +21,10 @@ struct StoredUser
     BasicString passwordHash;
 };
 
-/// The database of users. It is read over a connection that stays open, and never waits for a writer. Each change opens
-/// one of its own, so that where nothing can be written, or no longer, reading goes on. What a change returns or throws
-/// was decided together with it, whatever other processes do. Names are found as UserManager says.
-/// Threads: safe from any thread; a change may wait for the disk and for another process. Throws as SqliteConnection.
+/// The database of users. It is read over a connection that stays open and never waits for a writer. Each change opens
+/// a connection of its own, so that reading goes on where nothing can be written. Each change is one transaction with
+/// its result. Names are compared as UserManager documents. Threads: safe from any thread; a change may wait for the
+/// disk and for another process. Throws as SqliteConnection.
 class UserDatabase final
 {
 public:
@@ -36,13 +36,13 @@ public:
     [[nodiscard]] std::vector<UserInfo> GetUsers();
     [[nodiscard]] std::optional<StoredUser> FindUser(std::string_view userName);
 
-    /// Nothing when the user is gone or has another password now.
+    /// Nothing when the user was removed or has another password now.
     [[nodiscard]] std::optional<UserInfo> FindUser(const Login& login);
 
     /// False when the name is taken.
     [[nodiscard]] bool AddUser(std::string_view userName, std::string_view passwordHash, std::string_view roleName);
 
-    /// The user as it was; nothing when there is none.
+    /// The user before the change; nothing for an unknown name.
     [[nodiscard]] std::optional<StoredUser> RemoveUser(std::string_view userName);
     [[nodiscard]] std::optional<StoredUser> SetPasswordHash(std::string_view userName, std::string_view passwordHash);
 
@@ -53,10 +53,9 @@ private:
 
     const BasicString path;
     System::Commons::Mutex mutex;
-    SqliteConnection connection;
-    SqliteStatement allUsers;
-    SqliteStatement userOfName;
-    SqliteStatement userOfLogin;
+    SqliteConnection connection OXA_GUARDED_BY(mutex);
+    /// Prepared once, for it runs with every request.
+    SqliteStatement userOfLogin OXA_GUARDED_BY(mutex);
 };
 
 } // namespace Oxa::System::Um::Internal

@@ -88,7 +88,7 @@ TEST_F(ManagingComponents, LeavesOutTheOneThatThrowsAndGoesOn)
 
     const Case cases[] = {
         {"Fails.Create", "Load failed: thrown by the library", ""},
-        {"Fails.Int", "Load failed: unknown exception", ""},
+        {"Fails.Int", "Load failed: an exception of unknown type", ""},
         {"Fails.Nobody", "Load failed: the library has no component 'Fails.Nobody'", ""},
         {"Fails.Setup", "Setup failed: thrown by the library", "bad.Setup(/etc/bad.xml) bad.Destroy "},
         {"Fails.Start", "Start failed: thrown by the library", "bad.Stop bad.Destroy "},

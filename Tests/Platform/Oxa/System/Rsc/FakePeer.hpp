@@ -14,12 +14,13 @@
 #include <mutex>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace Oxa::Tests
 {
 
-/// The process at the other end of a socket, on a thread: answers some operations as it should, others badly.
+/// The process behind a socket, on a thread: responds to some operations as it should, to others badly.
 class FakePeer final
 {
 public:
@@ -31,7 +32,7 @@ public:
         std::copy(path.begin(), path.end(), address.sun_path);
         unlink(path.c_str());
         isListening = bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-                      listen(listening, 8) == 0;
+                      listen(listening, 32) == 0;
         thread = std::thread([this] { Run(); });
     }
 
@@ -53,7 +54,6 @@ public:
     }
 
     std::atomic<bool> isListening = false;
-    std::atomic<bool> isHangingUp = false;
     /// Ends connections before a word is said.
     std::atomic<bool> isRefusing = false;
     std::atomic<bool> isReleasing = false;
@@ -69,6 +69,22 @@ public:
         const std::lock_guard lock(mutex);
         bootId = newBootId;
         buildId = newBuildId;
+    }
+
+    void HangUp()
+    {
+        isHangingUp = true;
+        Wake();
+    }
+
+    /// Hangs up, and is another run afterwards.
+    void Restart(const BasicString& newBootId)
+    {
+        {
+            const std::lock_guard lock(mutex);
+            nextBootId = newBootId;
+        }
+        HangUp();
     }
 
     void SetError(const char* name)
@@ -88,9 +104,12 @@ private:
     {
         while (!isStopping)
         {
-            pollfd waiting[] = {
-                {waking, POLLIN, 0}, {listening, POLLIN, 0}, {bus ? sd_bus_get_fd(bus.get()) : -1, POLLIN, 0}};
-            poll(waiting, std::size(waiting), -1);
+            std::vector<pollfd> waiting = {{waking, POLLIN, 0}, {listening, POLLIN, 0}};
+            for (const auto& bus : buses)
+            {
+                waiting.push_back({sd_bus_get_fd(bus.get()), POLLIN, 0});
+            }
+            poll(waiting.data(), waiting.size(), -1);
             if (waiting[0].revents != 0)
             {
                 eventfd_t count = 0;
@@ -104,15 +123,19 @@ private:
             {
                 Release();
             }
-            while (bus && !isHangingUp && sd_bus_process(bus.get(), nullptr) > 0)
+            for (const auto& bus : buses)
             {
+                while (!isHangingUp && sd_bus_process(bus.get(), nullptr) > 0)
+                {
+                }
             }
-            if (isHangingUp.exchange(false) || (bus && sd_bus_is_open(bus.get()) <= 0))
+            std::erase_if(buses, [](const auto& bus) { return sd_bus_is_open(bus.get()) <= 0; });
+            if (isHangingUp.exchange(false))
             {
-                HangUp();
+                Disconnect();
             }
         }
-        HangUp();
+        Disconnect();
     }
 
     void Accept()
@@ -124,11 +147,10 @@ private:
             close(accepted);
             return;
         }
-        HangUp();
         sd_bus* made = nullptr;
         sd_id128_t id = {};
         sd_bus_new(&made);
-        bus.reset(made);
+        buses.emplace_back(made);
         sd_bus_set_fd(made, accepted, accepted);
         sd_bus_set_server(made, 1, id);
         sd_bus_add_filter(made, nullptr, &OnMessage, this);
@@ -166,7 +188,7 @@ private:
         }
         else if (operation == "Run")
         {
-            sd_bus_reply_method_return(&message, "u", connections.load());
+            sd_bus_reply_method_return(&message, "u", run);
         }
         else if (operation == "Answer")
         {
@@ -204,10 +226,16 @@ private:
         kept.clear();
     }
 
-    void HangUp()
+    void Disconnect()
     {
         kept.clear();
-        bus.reset();
+        buses.clear();
+        const std::lock_guard lock(mutex);
+        if (!nextBootId.empty())
+        {
+            bootId = std::exchange(nextBootId, {});
+            ++run;
+        }
     }
 
     const int listening;
@@ -216,9 +244,12 @@ private:
     BasicString providerName = "Oxa.Tests";
     BasicString bootId = "boot";
     BasicString buildId = "build";
+    BasicString nextBootId;
+    unsigned run = 1;
     BasicString error;
     std::atomic<bool> isStopping = false;
-    Oxa::System::Rsc::Internal::BusHandle bus;
+    std::atomic<bool> isHangingUp = false;
+    std::vector<Oxa::System::Rsc::Internal::BusHandle> buses;
     std::vector<Oxa::System::Rsc::Internal::MessageHandle> kept;
     std::thread thread;
 };

@@ -2,7 +2,6 @@
 
 #include "Oxa/System/Rsc/RscRegistration.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
-#include "Oxa/System/Um/Permissions.hpp"
 #include "Oxa/System/Um/Services/Internal/AuthorizationServiceProxyFactory.hpp"
 #include "Support/LogRecorder.hpp"
 #include "UserDatabaseTest.hpp"

@@ -1,5 +1,4 @@
 #include "Oxa/System/Commons/ArgumentException.hpp"
-#include "Oxa/System/Um/Permissions.hpp"
 #include "UserDatabaseTest.hpp"
 
 #include <gmock/gmock.h>

@@ -15,8 +15,8 @@ class OXA_EXPORT IWbmModule
 public:
     virtual ~IWbmModule();
 
-    /// Reads the settings and registers what the module offers. What it throws means that the module is not set up;
-    /// `ResetModule` then takes back what was registered so far.
+    /// Reads the settings and registers what the module provides. If it throws, the module is not set up, and
+    /// `ResetModule` unregisters what was registered so far.
     virtual void SetupModule(const ModuleInfo& moduleInfo, IWbmModuleHandler& moduleHandler) = 0;
 
     /// Requests may come from now on.

@@ -13,7 +13,7 @@ namespace Oxa::Services::Commons::Wbm::Modules
 class WbmPageHandlerBase;
 class WbmRequestHandlerBase;
 
-/// The host, as a module sees it while it is set up and reset. The host keeps the handlers until they are unregistered.
+/// The host's interface for a module that is set up or reset. The host keeps the handlers until they are unregistered.
 /// Threads: only the one that calls the module's `SetupModule` or `ResetModule`, while that call lasts. It may be
 /// another one for each call, and other modules are called at the same time; the host locks what they share.
 class OXA_EXPORT IWbmModuleHandler
@@ -24,14 +24,13 @@ public:
     /// False when a page of that name is registered already.
     [[nodiscard]] virtual bool RegisterPage(const Registration::PageInfo& pageInfo,
                                             std::shared_ptr<WbmPageHandlerBase> handler) = 0;
-    /// Returns when no call of the page's handler is under way any more; none comes afterwards.
+    /// Returns when no call of the page's handler is in progress; none follows.
     virtual void UnregisterPage(const BasicString& pageName) = 0;
 
     /// False when a data provider of that name is registered already.
     [[nodiscard]] virtual bool RegisterDataProvider(const Registration::DataProviderInfo& dataProviderInfo,
                                                     std::shared_ptr<WbmRequestHandlerBase> handler) = 0;
-    /// Returns when no call of the data provider's handler is under way any more, be it a request or a question; none
-    /// comes afterwards.
+    /// Returns when no call of the data provider's handler is in progress, neither a request nor a check; none follows.
     virtual void UnregisterDataProvider(const BasicString& dataProviderName) = 0;
 
     virtual void RegisterSupportedLanguage(const BasicString& language) = 0;

@@ -17,6 +17,6 @@ inline constexpr const char* wbmModuleLibraryEntryName = "CreateWbmModuleLibrary
 } // namespace Oxa::Services::Commons::Wbm::Modules
 
 /// The entry function of every module library, which defines it; declared here so that a definition of another type
-/// does not compile. Every call returns the same object. What it throws means that the library cannot be used.
+/// does not compile. Every call returns the same object. If it throws, the library cannot be used.
 extern "C" OXA_EXPORT Oxa::Services::Commons::Wbm::Modules::WbmModuleLibrary&
 CreateWbmModuleLibrary(Oxa::System::Commons::AppDomain& appDomain);

@@ -7,7 +7,7 @@
 namespace Oxa::Services::Commons::Wbm::Modules
 {
 
-/// How a user sees the entry of a page.
+/// How the entry of a page is shown to a user.
 enum class VisibilityAttribute : uint8
 {
     Visible = 0,
@@ -16,7 +16,7 @@ enum class VisibilityAttribute : uint8
     Hidden = 2
 };
 
-/// Answers for one page of the web interface. Safe from any thread.
+/// Decides who sees one page of the web interface. Safe from any thread.
 class OXA_EXPORT WbmPageHandlerBase
 {
 public:
@@ -30,7 +30,7 @@ public:
     /// By default always.
     [[nodiscard]] virtual bool IsAvailable() const;
 
-    /// By default everybody who is logged in.
+    /// By default every user who is logged in.
     [[nodiscard]] virtual bool HasPermissions(const System::Um::SecurityToken& token) const;
 
 protected:

@@ -3,6 +3,8 @@
 #include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Oxa/System/Commons/NotSupportedException.hpp"
 
+#include <algorithm>
+
 namespace Oxa::Services::Commons::Wbm::Modules
 {
 
@@ -53,14 +55,8 @@ void WbmRequestHandlerBase::RegisterHandlerDelegate(const BasicString& requestNa
 
 const WbmRequestHandlerBase::HandlerDelegate* WbmRequestHandlerBase::Find(const BasicString& requestName) const noexcept
 {
-    for (const auto& [name, handler] : handlers)
-    {
-        if (name == requestName)
-        {
-            return &handler;
-        }
-    }
-    return nullptr;
+    const auto found = std::ranges::find(handlers, requestName, &std::pair<BasicString, HandlerDelegate>::first);
+    return found != handlers.end() ? &found->second : nullptr;
 }
 
 } // namespace Oxa::Services::Commons::Wbm::Modules

@@ -12,9 +12,9 @@
 namespace Oxa::Services::Commons::Wbm::Modules
 {
 
-/// Answers the requests of one data provider, by request name.
-/// Threads: the host calls one request at a time; the questions `IsAvailable` and `HasPermissions` may come from any
-/// thread at the same time. Delegates are registered in the constructor only.
+/// Handles the requests of one data provider, by request name.
+/// Threads: the host calls one request at a time; `IsAvailable` and `HasPermissions` may be called from any thread at
+/// the same time. Delegates are registered in the constructor only.
 class OXA_EXPORT WbmRequestHandlerBase
 {
 public:
@@ -24,14 +24,14 @@ public:
     WbmRequestHandlerBase& operator=(const WbmRequestHandlerBase&) = delete;
     virtual ~WbmRequestHandlerBase();
 
-    /// Calls the delegate of the request's name and passes on what it throws. Throws NotSupportedException when there
-    /// is none; `HandlesRequest` tells beforehand.
+    /// Calls the delegate of the request's name and passes on what it throws. Throws NotSupportedException for an
+    /// unknown name; `HandlesRequest` checks it beforehand.
     [[nodiscard]] virtual WbmResponse HandleRequest(const WbmRequest& request);
 
-    /// Whether requests can be answered now. By default always.
+    /// Whether requests can be handled now. By default always.
     [[nodiscard]] virtual bool IsAvailable() const;
 
-    /// Whether the token's user may send requests. By default everybody who is logged in.
+    /// Whether the token's user may send requests. By default every user who is logged in.
     [[nodiscard]] virtual bool HasPermissions(const System::Um::SecurityToken& token) const;
 
     /// Whether a delegate is registered under that name, byte for byte.
@@ -46,7 +46,7 @@ protected:
 private:
     [[nodiscard]] const HandlerDelegate* Find(const BasicString& requestName) const noexcept;
 
-    // A handful of names: walking them is faster than hashing one.
+    // Few names: a linear search is faster than a hash.
     std::vector<std::pair<BasicString, HandlerDelegate>> handlers;
 };
 

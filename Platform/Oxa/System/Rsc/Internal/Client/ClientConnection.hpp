@@ -1,80 +1,59 @@
 #pragma once
 
-#include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Rsc/Internal/Wire/Bus.hpp"
-#include "Oxa/System/Rsc/RscRemoteService.hpp"
 
 #include <chrono>
-#include <condition_variable>
-#include <functional>
-#include <mutex>
-#include <vector>
+#include <set>
 
 namespace Oxa::System::Rsc::Internal
 {
 
-/// A connection to one run of a provider in another process. Once lost it stays lost. Shared by its endpoint, the calls
-/// under way and the watch; the last one closes the descriptor. Threads: safe from any thread; calls do not wait for
-/// each other's answers.
+/// The run of a provider, as its process reports it.
+struct OfferedRun
+{
+    BasicString bootId;
+    BasicString buildId;
+    /// As D-Bus names them.
+    std::set<BasicString> interfaceNames;
+};
+
+/// A connection to another process that carries one call at a time. Everything throws RscServiceException with the
+/// cause alone; after TimedOut and ConnectionLost the connection is of no use any more. Owned by its endpoint. Threads:
+/// one at a time; `Shutdown` and `HasHungUp` are safe from any thread.
 class ClientConnection final
 {
 public:
     using Deadline = std::chrono::steady_clock::time_point;
 
-    struct Operation
-    {
-        const char* objectPath;
-        const char* interfaceName;
-        const char* name;
-        const char* resultsSignature;
-    };
-
-    /// `bus`: connected and authenticated. `onLoss` is called once, before any call fails because of the loss; under
-    /// the lock, so it must return at once.
-    ClientConnection(BusHandle bus, std::function<void()> onLoss);
+    /// Begins the handshake; the first exchange completes it. Throws NotAvailable.
+    explicit ClientConnection(const BasicString& socketPath);
     ClientConnection(const ClientConnection&) = delete;
     ClientConnection& operator=(const ClientConnection&) = delete;
     ~ClientConnection();
 
-    /// As RscRemoteService's; the messages of RscServiceException are the causes alone. A call that times out while
-    /// nothing at all comes in loses the connection: the other process does not answer.
-    void Call(const Operation& operation, Deadline deadline, const RscRemoteService::WriteFunction& writeArguments,
-              const RscRemoteService::ReadFunction& readResults);
+    /// Throws NotAvailable when the process does not provide the services, and as `Exchange` does.
+    [[nodiscard]] OfferedRun ReadRun(const BasicString& providerName, Deadline deadline);
 
-    /// Ends the calls under way with ConnectionLost.
-    void Close(const BasicString& cause);
-    /// For a connection whose other end hung up: hands out the answers that have come in, then closes it.
-    void Drain();
+    /// An empty request. Throws Refused.
+    [[nodiscard]] MessageHandle CreateRequest(const char* objectPath, const char* interfaceName, const char* operation);
 
-    /// Empty while the connection is not lost.
-    [[nodiscard]] BasicString GetLoss() const;
-    /// Valid as long as this object. Hangs up when the connection is lost.
-    [[nodiscard]] int GetDescriptor() const noexcept;
+    /// Sends the request and waits for its response, which may be an error of D-Bus. Throws Refused when the request
+    /// was not sent, TimedOut, ConnectionLost.
+    [[nodiscard]] MessageHandle Exchange(sd_bus_message& request, Deadline deadline);
+
+    /// Returns when the other process or `Shutdown` has ended the connection.
+    void WaitForHangUp() const noexcept;
+    [[nodiscard]] bool HasHungUp() const noexcept;
+    /// Ends the connection; an exchange in progress throws ConnectionLost.
+    void Shutdown() noexcept;
 
 private:
-    class PendingCall;
+    [[nodiscard]] MessageHandle Process(Deadline deadline);
+    void Wait(Deadline deadline) const;
 
-    static int OnOtherMessage(sd_bus_message* message, void* connection, sd_bus_error* error) noexcept;
-
-    // All of these under the lock.
-    void Send(PendingCall& call);
-    void Lead(System::Commons::MutexLock& lock, PendingCall& call, Deadline deadline);
-    void WaitForInput(System::Commons::MutexLock& lock, Deadline deadline) const;
-    [[nodiscard]] bool Process();
-    void HandOverLead() noexcept;
-    void Lose(const BasicString& cause);
-
-    mutable System::Commons::Mutex mutex;
     const BusHandle bus;
-    const int descriptor;
-    const std::function<void()> onLoss;
-    SlotHandle filter;
-    std::vector<PendingCall*> calls;
-    BasicString loss;
-    /// How many messages have come in.
-    uint64 received = 0;
-    bool hasLeader = false;
+    int descriptor = -1;
 };
 
 } // namespace Oxa::System::Rsc::Internal

@@ -4,7 +4,7 @@
 #include "Oxa/System/Rsc/Internal/Server/MessageStream.hpp"
 #include "Oxa/System/Rsc/Internal/Server/OfferedMethods.hpp"
 #include "Oxa/System/Rsc/Internal/Server/ServerUsers.hpp"
-#include "Oxa/System/Rsc/Internal/Wire/BusErrors.hpp"
+#include "Oxa/System/Rsc/Internal/Wire/Protocol.hpp"
 
 #include <poll.h>
 

@@ -1,7 +1,7 @@
 #include "Oxa/System/Rsc/Internal/Server/ServerLoop.hpp"
 
-#include "Oxa/System/Rsc/Internal/ProviderRuns.hpp"
 #include "Oxa/System/Rsc/Internal/Server/ServerUsers.hpp"
+#include "Oxa/System/Rsc/Internal/ServiceTable.hpp"
 #include "Oxa/System/Rsc/Internal/Wire/Bus.hpp"
 
 #include <sys/socket.h>
@@ -56,13 +56,13 @@ ServerLoop::ServerLoop(const RscServerConfiguration& configuration, FileDescript
     {
         sockets.push_back(std::make_unique<ServerSocket>(configuration.socketPath));
     }
-    ProviderRuns::GetInstance().AddListener(*this);
+    ServiceTable::GetInstance().AddListener(*this);
     runner = std::thread([this] { team.Run(maximumThreads); });
 }
 
 ServerLoop::~ServerLoop()
 {
-    ProviderRuns::GetInstance().RemoveListener(*this);
+    ServiceTable::GetInstance().RemoveListener(*this);
     team.Stop();
     runner.join();
     for (const auto& connection : connections)
@@ -156,7 +156,7 @@ int ServerLoop::GetTimeout() const
     {
         return -1;
     }
-    return GetPollTimeout(*next, std::numeric_limits<int>::max());
+    return GetPollTimeout(*next);
 }
 
 void ServerLoop::ProcessConnections()

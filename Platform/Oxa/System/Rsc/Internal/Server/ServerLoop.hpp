@@ -3,12 +3,11 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/LogRateLimiter.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/FileDescriptor.hpp"
-#include "Oxa/System/Commons/Threading/ILeaderWork.hpp"
 #include "Oxa/System/Commons/Threading/LeaderTeam.hpp"
 #include "Oxa/System/Commons/Threading/WakeEvent.hpp"
-#include "Oxa/System/Rsc/IRscServiceListener.hpp"
 #include "Oxa/System/Rsc/Internal/Server/ServerConnection.hpp"
 #include "Oxa/System/Rsc/Internal/Server/ServerSocket.hpp"
+#include "Oxa/System/Rsc/ServiceManager.hpp"
 
 #include <poll.h>
 

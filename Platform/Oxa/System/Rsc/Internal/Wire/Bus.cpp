@@ -1,39 +1,38 @@
 #include "Oxa/System/Rsc/Internal/Wire/Bus.hpp"
 
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
+
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
+#include <limits>
 #include <system_error>
 
 namespace Oxa::System::Rsc::Internal
 {
 
-namespace
-{
-
-void Require(int result)
+void RequireSuccess(int result, std::string_view what)
 {
     if (result < 0)
     {
-        throw std::system_error(-result, std::generic_category());
+        throw System::Commons::InvalidOperationException::Create("{0}: {1}", what,
+                                                                 std::generic_category().message(-result));
     }
 }
-
-} // namespace
 
 BusHandle MakeBus()
 {
     sd_bus* made = nullptr;
-    Require(sd_bus_new(&made));
+    RequireSuccess(sd_bus_new(&made), "cannot create a connection");
     BusHandle bus(made);
-    Require(sd_bus_negotiate_fds(made, 0));
+    RequireSuccess(sd_bus_negotiate_fds(made, 0), "cannot create a connection");
     return bus;
 }
 
-int GetPollTimeout(std::chrono::steady_clock::time_point deadline, int most) noexcept
+int GetPollTimeout(std::chrono::steady_clock::time_point deadline) noexcept
 {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()).count();
-    return static_cast<int>(std::clamp<std::int64_t>(left, 0, most));
+    return static_cast<int>(std::clamp<std::int64_t>(left, 0, std::numeric_limits<int>::max()));
 }
 
 std::optional<sockaddr_un> TryMakeSocketAddress(const BasicString& path) noexcept

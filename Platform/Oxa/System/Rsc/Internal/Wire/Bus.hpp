@@ -9,46 +9,35 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <string_view>
 
 namespace Oxa::System::Rsc::Internal
 {
 
-struct BusCloser
+/// Owners of reference-counted objects of sd-bus. None of the counters is atomic: a bus, its messages and its slots are
+/// taken and released by one thread at a time; only the contents of a message may be read and written beside that.
+template <class T, T* (*Release)(T*)>
+struct BusReleaser
 {
-    void operator()(sd_bus* bus) const noexcept
+    void operator()(T* object) const noexcept
     {
-        sd_bus_close_unref(bus);
+        Release(object);
     }
 };
 
-struct MessageReleaser
-{
-    void operator()(sd_bus_message* message) const noexcept
-    {
-        sd_bus_message_unref(message);
-    }
-};
+using BusHandle = std::unique_ptr<sd_bus, BusReleaser<sd_bus, &sd_bus_close_unref>>;
+using MessageHandle = std::unique_ptr<sd_bus_message, BusReleaser<sd_bus_message, &sd_bus_message_unref>>;
+using SlotHandle = std::unique_ptr<sd_bus_slot, BusReleaser<sd_bus_slot, &sd_bus_slot_unref>>;
 
-struct SlotReleaser
-{
-    void operator()(sd_bus_slot* slot) const noexcept
-    {
-        sd_bus_slot_unref(slot);
-    }
-};
-
-/// Owners of what sd-bus counts. None of its counters is atomic: a bus, its messages and its slots are taken and
-/// released under one and the same lock; only what is written into and read out of a message needs none.
-using BusHandle = std::unique_ptr<sd_bus, BusCloser>;
-using MessageHandle = std::unique_ptr<sd_bus_message, MessageReleaser>;
-using SlotHandle = std::unique_ptr<sd_bus_slot, SlotReleaser>;
+/// For the result of a function of sd-bus: throws InvalidOperationException, "what: cause", when it is negative.
+void RequireSuccess(int result, std::string_view what);
 
 /// A bus that is not started yet. File descriptors in messages are refused: no operation takes any. Throws
-/// std::system_error.
+/// InvalidOperationException.
 [[nodiscard]] BusHandle MakeBus();
 
-/// So many milliseconds until the deadline, rounded up, from 0 to `most`: for poll.
-[[nodiscard]] int GetPollTimeout(std::chrono::steady_clock::time_point deadline, int most) noexcept;
+/// The milliseconds until the deadline, rounded up, at least 0: for poll.
+[[nodiscard]] int GetPollTimeout(std::chrono::steady_clock::time_point deadline) noexcept;
 
 /// The address of a Unix socket; none when the path is too long for one.
 [[nodiscard]] std::optional<sockaddr_un> TryMakeSocketAddress(const BasicString& path) noexcept;

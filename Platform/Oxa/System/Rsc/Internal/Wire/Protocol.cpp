@@ -1,13 +1,73 @@
 #include "Oxa/System/Rsc/Internal/Wire/Protocol.hpp"
 
 #include "Oxa/System/Commons/ArgumentException.hpp"
-
-#include <systemd/sd-bus.h>
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Commons/NotSupportedException.hpp"
+#include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Rsc/RscServiceException.hpp"
 
 #include <algorithm>
+#include <iterator>
 
 namespace Oxa::System::Rsc::Internal
 {
+
+using System::Commons::ArgumentException;
+using System::Commons::Exception;
+using System::Commons::InvalidOperationException;
+using System::Commons::NotSupportedException;
+namespace Text = System::Commons::Text;
+
+namespace
+{
+
+constexpr const char* notAvailableErrorName = "Oxa.System.Rsc.Error.NotAvailable";
+constexpr const char* argumentErrorName = "Oxa.System.Commons.ArgumentException";
+constexpr const char* operationErrorName = "Oxa.System.Commons.InvalidOperationException";
+constexpr const char* supportErrorName = "Oxa.System.Commons.NotSupportedException";
+constexpr const char* otherErrorName = "Oxa.System.Commons.Exception";
+
+struct FaultName
+{
+    std::string_view name;
+    RscFault fault;
+};
+
+constexpr FaultName faultNames[] = {
+    {notAvailableErrorName, RscFault::NotAvailable},
+    {SD_BUS_ERROR_SERVICE_UNKNOWN, RscFault::NotAvailable},
+    {SD_BUS_ERROR_NAME_HAS_NO_OWNER, RscFault::NotAvailable},
+    {SD_BUS_ERROR_UNKNOWN_OBJECT, RscFault::NotAvailable},
+    {SD_BUS_ERROR_UNKNOWN_INTERFACE, RscFault::NotAvailable},
+    {SD_BUS_ERROR_UNKNOWN_METHOD, RscFault::NotAvailable},
+    {refusedErrorName, RscFault::Refused},
+    {SD_BUS_ERROR_ACCESS_DENIED, RscFault::Refused},
+    {SD_BUS_ERROR_LIMITS_EXCEEDED, RscFault::Refused},
+    {SD_BUS_ERROR_NO_REPLY, RscFault::TimedOut},
+    {SD_BUS_ERROR_TIMEOUT, RscFault::TimedOut},
+    {SD_BUS_ERROR_DISCONNECTED, RscFault::ConnectionLost},
+};
+
+BusError Describe(const char* name, const std::exception& exception)
+{
+    return {name, Text::ReplaceInvalidUtf8(exception.what())};
+}
+
+const char* GetErrorName(const RscServiceException& exception) noexcept
+{
+    switch (exception.GetFault())
+    {
+    case RscFault::NotAvailable:
+        return notAvailableErrorName;
+    case RscFault::InvalidResponse:
+        // Inside the server this fault means that the arguments of a call could not be read.
+        return SD_BUS_ERROR_INVALID_ARGS;
+    default:
+        return operationErrorName;
+    }
+}
+
+} // namespace
 
 BasicString GetObjectPath(std::string_view providerName)
 {
@@ -15,7 +75,7 @@ BasicString GetObjectPath(std::string_view providerName)
     std::replace(path.begin(), path.end(), '.', '/');
     if (sd_bus_object_path_is_valid(path.c_str()) <= 0)
     {
-        throw System::Commons::ArgumentException::Create("providerName", providerName, "It cannot be a path of D-Bus");
+        throw ArgumentException::Create("providerName", providerName, "It cannot be a path of D-Bus");
     }
     return path;
 }
@@ -30,10 +90,71 @@ BasicString GetBusInterfaceName(std::string_view interfaceName)
     }
     if (sd_bus_interface_name_is_valid(name.c_str()) <= 0)
     {
-        throw System::Commons::ArgumentException::Create("interfaceName", interfaceName,
-                                                         "It cannot be an interface of D-Bus");
+        throw ArgumentException::Create("interfaceName", interfaceName, "It cannot be an interface of D-Bus");
     }
     return name;
+}
+
+BusError DescribeException(const std::exception_ptr& exception)
+{
+    try
+    {
+        std::rethrow_exception(exception);
+    }
+    catch (const RscServiceException& caught)
+    {
+        return Describe(GetErrorName(caught), caught);
+    }
+    catch (const ArgumentException& caught)
+    {
+        return Describe(argumentErrorName, caught);
+    }
+    catch (const InvalidOperationException& caught)
+    {
+        return Describe(operationErrorName, caught);
+    }
+    catch (const NotSupportedException& caught)
+    {
+        return Describe(supportErrorName, caught);
+    }
+    catch (const std::exception& caught)
+    {
+        return Describe(otherErrorName, caught);
+    }
+    catch (...)
+    {
+        return {otherErrorName, "an exception of unknown type"};
+    }
+}
+
+void ThrowBusError(const sd_bus_error& error)
+{
+    const std::string_view name = error.name != nullptr ? error.name : "";
+    const BasicString message = Text::EscapeControlCharacters(error.message != nullptr ? error.message : "no cause");
+    const auto* const known = std::find_if(std::begin(faultNames), std::end(faultNames),
+                                           [name](const auto& each) { return each.name == name; });
+    if (known != std::end(faultNames))
+    {
+        throw RscServiceException(known->fault, message);
+    }
+    if (name == argumentErrorName)
+    {
+        throw ArgumentException(message);
+    }
+    if (name == operationErrorName)
+    {
+        throw InvalidOperationException(message);
+    }
+    if (name == supportErrorName)
+    {
+        throw NotSupportedException(message);
+    }
+    if (name == otherErrorName)
+    {
+        throw Exception(message);
+    }
+    throw RscServiceException::Create(RscFault::InvalidResponse, "{0} ({1})", message,
+                                      Text::EscapeControlCharacters(name));
 }
 
 } // namespace Oxa::System::Rsc::Internal

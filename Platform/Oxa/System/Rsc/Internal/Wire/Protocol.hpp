@@ -2,26 +2,26 @@
 
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <systemd/sd-bus.h>
+
 #include <cstddef>
+#include <exception>
 #include <string_view>
 
 namespace Oxa::System::Rsc::Internal
 {
 
-/// A message may have so many bytes, header included. The server ends the connection of a caller that sends more.
+/// Of a message, header included. The server ends the connection of a caller that sends more.
 inline constexpr std::size_t maximumMessageBytes = 262144;
 
-/// Room for the header of a message, which names object, interface and operation.
-inline constexpr std::size_t reservedHeaderBytes = 4096;
+/// Of a message behind its header, which names object, interface and operation.
+inline constexpr std::size_t maximumBodyBytes = maximumMessageBytes - 4096;
 
-/// At most so much is written into a message behind its header.
-inline constexpr std::size_t maximumBodyBytes = maximumMessageBytes - reservedHeaderBytes;
-
-/// So many calls of one connection may be under way; another one is refused.
+/// In progress at the same time; the server refuses a further one.
 inline constexpr std::size_t maximumCallsPerConnection = 16;
 
-/// The first call on a connection: whose services the process provides, and of which runs. For each provider its name,
-/// boot id, build id, and the names of its service interfaces as D-Bus has them.
+/// The operation that reports what a process provides: for each provider its name, boot id, build id, and the names of
+/// its service interfaces as D-Bus has them.
 inline constexpr const char* peerPath = "/";
 inline constexpr const char* peerInterface = "Oxa.System.Rsc.Peer";
 inline constexpr const char* getRunsName = "GetRuns";
@@ -34,5 +34,22 @@ inline constexpr const char* runMembersSignature = "sssas";
 
 /// "A.B.IC" for "A::B::IC". Throws ArgumentException when that is no interface name of D-Bus.
 [[nodiscard]] BasicString GetBusInterfaceName(std::string_view interfaceName);
+
+/// Of the errors with which the server itself responds, beside those of D-Bus.
+inline constexpr const char* refusedErrorName = "Oxa.System.Rsc.Error.Refused";
+
+/// A service's exception as it crosses.
+struct BusError
+{
+    const char* name;
+    BasicString message;
+};
+
+/// The error that stands for an exception: the name for its type, its message as UTF-8.
+[[nodiscard]] BusError DescribeException(const std::exception_ptr& exception);
+
+/// Throws what an error stands for: the service's exception as what it was, or a fault of the layer with the cause
+/// alone.
+[[noreturn]] void ThrowBusError(const sd_bus_error& error);
 
 } // namespace Oxa::System::Rsc::Internal

@@ -1,4 +1,3 @@
-#include "Oxa/System/Acf/ComponentInfo.hpp"
 #include "Oxa/System/Acf/IComponent.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"

@@ -1,0 +1,60 @@
+#include "Device/Sources/FallbackSource.hpp"
+
+#include "Device/Items/ItemConversion.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace Oxa::Device::Linux::Sources
+{
+
+FallbackSource::FallbackSource(std::vector<std::unique_ptr<Items::IItemSource>> sources,
+                               std::optional<System::Rsc::RscType> type)
+    : sources(std::move(sources)), type(type)
+{
+}
+
+Items::ItemReading FallbackSource::Read(const Items::ReadPass& pass)
+{
+    BasicString causes;
+    for (const auto& source : sources)
+    {
+        Items::ItemReading reading = Items::ItemConversion::ReadAs(type, *source, pass);
+        if (reading.HasValue())
+        {
+            return reading;
+        }
+        causes += (causes.empty() ? "" : "; ") + reading.cause;
+    }
+    return Items::ItemReading::Missing(std::move(causes));
+}
+
+BasicString FallbackSource::Describe() const
+{
+    BasicString text;
+    for (const auto& source : sources)
+    {
+        text += (text.empty() ? "" : ", else ") + source->Describe();
+    }
+    return text;
+}
+
+Items::Simulation FallbackSource::GetSimulation() const noexcept
+{
+    using Items::Simulation;
+    const auto isSimulated = [](Simulation simulation)
+    {
+        return [simulation](const auto& source)
+        {
+            return source->GetSimulation() == simulation;
+        };
+    };
+    if (std::all_of(sources.begin(), sources.end(), isSimulated(Simulation::Always)))
+    {
+        return Simulation::Always;
+    }
+    return std::all_of(sources.begin(), sources.end(), isSimulated(Simulation::Never)) ? Simulation::Never
+                                                                                       : Simulation::AsFallback;
+}
+
+} // namespace Oxa::Device::Linux::Sources

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "Device/Items/IItemSource.hpp"
+#include "Oxa/System/Rsc/RscType.hpp"
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace Oxa::Device::Linux::Sources
+{
+
+/// Stands for a part that the machine does not have, and that is not simulated. Safe from any thread.
+class AbsentSource final : public Items::IItemSource
+{
+public:
+    /// `part`: for logs, for instance "FPGA".
+    explicit AbsentSource(const BasicString& part) : cause("this machine has no " + part) {}
+
+    [[nodiscard]] Items::ItemReading Read(const Items::ReadPass& /*pass*/) override
+    {
+        return Items::ItemReading::Missing(cause);
+    }
+
+    [[nodiscard]] BasicString Describe() const override
+    {
+        return "none: " + cause;
+    }
+
+private:
+    const BasicString cause;
+};
+
+/// A fixed value that is true of the machine. Safe from any thread.
+class ConstantSource final : public Items::IItemSource
+{
+public:
+    explicit ConstantSource(const Items::ItemValue& value) : value(value) {}
+
+    [[nodiscard]] Items::ItemReading Read(const Items::ReadPass& /*pass*/) override
+    {
+        return {value, {}};
+    }
+
+    [[nodiscard]] BasicString Describe() const override
+    {
+        return "fixed value";
+    }
+
+private:
+    const Items::ItemValue value;
+};
+
+/// The first of several sources that gives a value of the item's type; read in their order at every read. Threads: as
+/// its sources.
+class FallbackSource final : public Items::IItemSource
+{
+public:
+    /// `type`: the item's; not set for any type. Requires: at least one source, none of them null.
+    explicit FallbackSource(std::vector<std::unique_ptr<Items::IItemSource>> sources,
+                            std::optional<System::Rsc::RscType> type = std::nullopt);
+
+    /// Without a value, the causes of all sources.
+    [[nodiscard]] Items::ItemReading Read(const Items::ReadPass& pass) override;
+    [[nodiscard]] BasicString Describe() const override;
+    [[nodiscard]] Items::Simulation GetSimulation() const noexcept override;
+
+private:
+    const std::vector<std::unique_ptr<Items::IItemSource>> sources;
+    const std::optional<System::Rsc::RscType> type;
+};
+
+} // namespace Oxa::Device::Linux::Sources

@@ -1,8 +1,0 @@
-#include "Oxa/System/Rsc/IRscServiceListener.hpp"
-
-namespace Oxa::System::Rsc
-{
-
-IRscServiceListener::~IRscServiceListener() = default;
-
-} // namespace Oxa::System::Rsc
