@@ -1,7 +1,6 @@
 #include "Device/Program/DescriptionActions.hpp"
 #include "Device/Program/DeviceCommandLine.hpp"
 #include "Device/Program/DeviceServer.hpp"
-#include "Device/Program/DeviceServerConfiguration.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
@@ -38,32 +37,6 @@ void Serve(const DeviceCommandLine& commandLine, AppDomain& appDomain)
     Oxa::Device::Linux::Program::ServeDevice(appDomain, configuration);
 }
 
-void LogErrorsOnly()
-{
-    LogConfiguration configuration;
-    configuration.level = LogLevel::Error;
-    LogManager::Configure(configuration);
-}
-
-int Act(const DeviceCommandLine& commandLine)
-{
-    using Action = DeviceCommandLine::Action;
-    switch (commandLine.action)
-    {
-    case Action::CheckDescription:
-        return Oxa::Device::Linux::Program::CheckDescription(commandLine, std::cout);
-    case Action::CheckConfiguration:
-        return Oxa::Device::Linux::Program::CheckConfiguration(commandLine, std::cout);
-    case Action::ReadItems:
-        return Oxa::Device::Linux::Program::ReadItems(commandLine, std::cout);
-    default:
-        // What the machine has not got is said in the description.
-        LogErrorsOnly();
-        Oxa::Device::Linux::Program::DescribeMachine(commandLine, std::cout);
-        return EXIT_SUCCESS;
-    }
-}
-
 int Run(const DeviceCommandLine& commandLine, AppDomain& appDomain)
 {
     SetProgramVariables(appDomain, commandLine.configurationPath, commandLine.variables);
@@ -72,7 +45,14 @@ int Run(const DeviceCommandLine& commandLine, AppDomain& appDomain)
         Serve(commandLine, appDomain);
         return EXIT_SUCCESS;
     }
-    const int status = Act(commandLine);
+    if (commandLine.action == DeviceCommandLine::Action::DescribeMachine)
+    {
+        // The description itself names the parts that the machine lacks.
+        LogConfiguration configuration;
+        configuration.level = LogLevel::Error;
+        LogManager::Configure(configuration);
+    }
+    const int status = Oxa::Device::Linux::Program::RunAction(commandLine, std::cout);
     Oxa::System::Commons::FlushOutput();
     return status;
 }

@@ -34,7 +34,7 @@ using System::Commons::Text::Format;
 namespace
 {
 
-/// Writes what is wrong, also what components and modules log, behind the place in the configuration that is looked at.
+/// Writes faults, also those that components and modules log, behind the position in the configuration that is checked.
 class CheckReport final : public System::Commons::Diagnostics::Logging::ILogSink
 {
 public:
@@ -50,7 +50,7 @@ public:
 
     void Write(LogLevel level, std::string_view /*typeName*/, std::string_view message) override
     {
-        // Warnings are about services, which are missing here.
+        // Warnings concern services, which do not run during a check.
         if (level <= LogLevel::Error)
         {
             hasFault = true;
@@ -74,25 +74,22 @@ void CheckAddress(CheckReport& report, const Configuration::HttpConfiguration& h
     // Not the configured port: a server may be running.
     const boost::asio::ip::tcp::endpoint endpoint(boost::asio::ip::make_address(http.address), 0);
     boost::asio::io_context context;
-    boost::asio::ip::tcp::acceptor acceptor(context);
-    boost::system::error_code error;
-    acceptor.open(endpoint.protocol(), error);
-    if (!error)
+    try
     {
-        acceptor.bind(endpoint, error);
+        const boost::asio::ip::tcp::acceptor acceptor(context, endpoint);
     }
-    if (error)
+    catch (const boost::system::system_error& error)
     {
-        report.AddFault(Format("cannot listen at '{0}': {1}", http.address, error.message()));
+        report.AddFault(Format("cannot listen at '{0}': {1}", http.address, error.code().message()));
     }
 }
 
-/// A file that is there, or the folder in which it will be made.
+/// An existing file, or the folder in which it will be created.
 void CheckWritable(CheckReport& report, const BasicString& path)
 {
     const std::filesystem::path absolute = std::filesystem::absolute(path);
-    const std::filesystem::path place = std::filesystem::exists(absolute) ? absolute : absolute.parent_path();
-    if (access(place.c_str(), W_OK) != 0)
+    const std::filesystem::path existing = std::filesystem::exists(absolute) ? absolute : absolute.parent_path();
+    if (access(existing.c_str(), W_OK) != 0)
     {
         report.AddFault(Format("cannot write '{0}': {1}", path, std::generic_category().message(errno)));
     }
@@ -106,7 +103,7 @@ void CheckUsers(CheckReport& report, const HostConfiguration& configuration, con
 {
     report.SetPosition(configuration.usersPosition);
     const std::filesystem::path path = std::filesystem::absolute(configuration.usersDatabasePath);
-    // The state folder, and in it the database, are made by the first start.
+    // The first start creates the state folder and the database in it.
     if (!std::filesystem::exists(path))
     {
         if (path.parent_path() != std::filesystem::absolute(stateFolder.GetPath()))
@@ -147,13 +144,12 @@ void CheckModules(CheckReport& report, System::Commons::AppDomain& appDomain, co
         Modules::HostedModule module(each, registry, notifications);
         try
         {
-            // What fails otherwise is logged.
+            // Other failures are logged.
             (void)module.SetUp(appDomain);
         }
         catch (const System::Commons::XmlException& exception)
         {
-            const BasicString& place = exception.GetReadingPosition();
-            report.AddFault(place + (place.empty() ? "" : ": ") + exception.GetMessage());
+            report.AddFault(exception.GetMessageWithPosition());
         }
         module.TakeDown();
     }

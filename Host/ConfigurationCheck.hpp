@@ -15,10 +15,10 @@ struct HostConfiguration;
 
 class StateFolder;
 
-/// Looks whether everything that the configuration names can be used: address, log file, users, the libraries of
-/// components and modules, and what they have to say about their settings, for which they are created and set up, but
-/// components are not started. Says on standard error what is wrong, with file and line. Changes nothing. Returns the
-/// exit status. Requires: nothing of the process logs or uses services yet.
+/// Checks that everything that the configuration names can be used: address, log file, users, the libraries of
+/// components and modules, and their settings; for these, modules and components are created and set up, but components
+/// are not started. Writes every fault to standard error, with file and line. Changes nothing. Returns the exit status.
+/// Requires: nothing of the process logs or uses services yet.
 [[nodiscard]] int CheckConfiguration(System::Commons::AppDomain& appDomain,
                                      const Configuration::HostConfiguration& configuration,
                                      const StateFolder& stateFolder);

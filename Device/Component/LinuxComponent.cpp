@@ -1,7 +1,7 @@
 #include "Device/Component/LinuxComponent.hpp"
 
 #include "Device/Description/DeviceDescription.hpp"
-#include "Device/Identity/IdentityItems.hpp"
+#include "Device/Identity/BootIdentity.hpp"
 #include "Device/Machine/MachineRoot.hpp"
 #include "Device/Services/ItemService.hpp"
 #include "Device/Services/RtcService.hpp"
@@ -77,11 +77,11 @@ void LinuxComponent::Setup(const System::Acf::ComponentInfo& componentInfo)
     machine = std::make_unique<Description::DescribedMachine>(root);
     bootIdentity = std::make_shared<Identity::BootIdentity>(root.Resolve("/proc/sys/kernel/random/boot_id"));
     auto table = description.MakeItems(*machine);
-    Identity::AddIdentityItems(*table, bootIdentity, description.GetContent().files);
+    Identity::AddIdentityItems(*table, bootIdentity, description.files);
     items = std::move(table);
-    Log(LogLevel::Information, "device description '{0}', number of files: {1}", description.GetContent().name,
-        description.GetContent().files.size());
-    commandSettings = description.GetContent().commands;
+    Log(LogLevel::Information, "device description '{0}', number of files: {1}", description.name,
+        description.files.size());
+    commandSettings = description.commands;
 }
 
 void LinuxComponent::Start()

@@ -64,14 +64,4 @@ const std::shared_ptr<Sources::CpuLoads>& DescribedMachine::TryGetCpuLoads() con
     return loads;
 }
 
-std::size_t DescribedMachine::GetCore() const noexcept
-{
-    return core;
-}
-
-void DescribedMachine::SetCore(std::size_t newCore) noexcept
-{
-    core = newCore;
-}
-
 } // namespace Oxa::Device::Linux::Description

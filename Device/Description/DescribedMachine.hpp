@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Device/Items/IItemSource.hpp"
 #include "Device/Machine/KeptFile.hpp"
 #include "Device/Machine/MachineRoot.hpp"
 #include "Device/Sources/CpuLoads.hpp"
@@ -7,16 +8,18 @@
 #include "Device/Sources/PartitionSource.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
 
 namespace Oxa::Device::Linux::Description
 {
 
-/// The machine that sources are made for, and what they share: every file is opened once, whoever reads it, and a
-/// probe's snapshot serves all of its sources. Paths are those that the machine sees; nothing is opened before it is
-/// read, but the counters of the processors.
-/// Threads: one at a time; what it hands out is shared.
+/// The machine that sources are made for, and what the sources share: every file is opened once, and a probe's snapshot
+/// serves all of its sources. Paths are those that the machine sees. Only the counters of the processors are opened
+/// before they are read.
+/// Threads: one at a time; what it returns is shared.
 class DescribedMachine final
 {
 public:
@@ -31,14 +34,10 @@ public:
     [[nodiscard]] std::shared_ptr<Sources::MemoryProbe> GetMemory();
     [[nodiscard]] std::shared_ptr<Sources::PartitionProbe> GetPartition(const BasicString& mountPoint);
 
-    /// Takes the first sample when it is asked for the first time; never null.
+    /// Takes the first sample when it is called for the first time; never null.
     [[nodiscard]] const std::shared_ptr<Sources::CpuLoads>& GetCpuLoads();
-    /// Null when nobody has asked for the loads.
+    /// Null when no source uses the loads.
     [[nodiscard]] const std::shared_ptr<Sources::CpuLoads>& TryGetCpuLoads() const noexcept;
-
-    /// The core whose items are being made, for an item that there is one of for each; 0 for all cores together.
-    [[nodiscard]] std::size_t GetCore() const noexcept;
-    void SetCore(std::size_t newCore) noexcept;
 
 private:
     const Machine::MachineRoot root;
@@ -46,7 +45,11 @@ private:
     std::map<BasicString, std::shared_ptr<Sources::PartitionProbe>> partitions;
     std::shared_ptr<Sources::MemoryProbe> memory;
     std::shared_ptr<Sources::CpuLoads> loads;
-    std::size_t core = 0;
 };
+
+/// Makes a source for a machine; `core` is the core of an item that exists for each core, 0 for all cores together. A
+/// maker is called only when the description has no mistake, once, or once for each core. A machine that lacks the
+/// described part gives a source without a value.
+using SourceMaker = std::function<std::unique_ptr<Items::IItemSource>(DescribedMachine& machine, std::size_t core)>;
 
 } // namespace Oxa::Device::Linux::Description

@@ -1,6 +1,5 @@
 #include "Device/Description/DescriptionWriter.hpp"
 
-#include "Device/Description/DescriptionDocument.hpp"
 #include "Device/Description/DeviceDescription.hpp"
 #include "Device/Machine/DeviceText.hpp"
 #include "Device/Sources/LedSource.hpp"
@@ -25,6 +24,9 @@ using System::Commons::Xml::XmlWriter;
 namespace
 {
 
+/// The keys of the LEDs that the kernel drives begin with it.
+const BasicString kernelLedPrefix = "Status.Leds.Board.";
+
 /// One element of a source.
 struct Candidate
 {
@@ -34,16 +36,16 @@ struct Candidate
     bool operator==(const Candidate&) const = default;
 };
 
-/// An item and where its value could come from.
+/// An item and its possible sources.
 struct Plan
 {
     BasicString key;
     std::vector<Candidate> candidates;
-    /// Made up, for a part that the machine has not got; empty: the item is left out.
+    /// For a part that the machine lacks, when it is to be simulated; empty: the item is left out.
     BasicString simulatedValue = {};
-    /// For a part that the machine has not got.
+    /// For a part that the machine lacks.
     Candidate absence = {};
-    /// What people may put in its place.
+    /// Sources that people may use instead; they are written in a comment.
     std::vector<Candidate> offers = {};
 };
 
@@ -65,41 +67,26 @@ void Write(XmlWriter& writer, const BasicString& key, const Candidate& source)
     writer.WriteEndElement();
 }
 
-bool GivesValues(const BasicString& description, const Machine::MachineRoot& root)
-{
-    DescribedMachine machine(root);
-    const auto table = DeviceDescription::Parse(description, "probe").MakeItems(machine);
-    const auto items = table->GetItems();
-    const auto pass = Items::ReadPass::Begin();
-    return std::all_of(items.begin(), items.end(),
-                       [&pass](Items::DeviceItem* item) { return item->TryRead(pass).HasValue(); });
-}
-
-/// Tries it by a description of nothing else, so that what is tried is what will be read. What cannot be described,
-/// such as a chip without a name, is not usable.
+/// Tries a source by a description of nothing else, so that what is tried is what will be read. A source that cannot be
+/// described, such as a chip without a name, is not usable.
 bool IsUsable(const BasicString& key, const Candidate& candidate, const Machine::MachineRoot& root)
 {
     try
     {
         XmlWriter writer;
-        writer.WriteStartElement(DescriptionDocument::elementName);
+        writer.WriteStartElement(DeviceDescription::elementName);
         Write(writer, key, candidate);
         writer.WriteEndElement();
-        return GivesValues(writer.GetText(), root);
+        DescribedMachine machine(root);
+        const auto table = DeviceDescription::Parse(writer.GetText(), "probe").MakeItems(machine);
+        const auto pass = Items::ReadPass::Begin();
+        return std::ranges::all_of(table->GetItems(),
+                                   [&pass](Items::DeviceItem* item) { return item->TryRead(pass).HasValue(); });
     }
     catch (const System::Commons::Exception&)
     {
         return false;
     }
-}
-
-/// Null when none is.
-const Candidate* FindUsable(const Plan& plan, const Machine::MachineRoot& root)
-{
-    const auto found =
-        std::find_if(plan.candidates.begin(), plan.candidates.end(),
-                     [&plan, &root](const Candidate& candidate) { return IsUsable(plan.key, candidate, root); });
-    return found == plan.candidates.end() ? nullptr : &*found;
 }
 
 void WriteOffers(XmlWriter& writer, const std::vector<Candidate>& offers, const Candidate& chosen)
@@ -111,7 +98,7 @@ void WriteOffers(XmlWriter& writer, const std::vector<Candidate>& offers, const 
         Write(document, offer);
         const BasicString text = document.GetText();
         const std::string_view source = Machine::DeviceText::Trim(std::string_view(text).substr(text.find("?>") + 2));
-        // Two hyphens cannot stand in a comment.
+        // A comment cannot hold two hyphens.
         if (!(offer == chosen) && source.find("--") == std::string_view::npos)
         {
             sources.append(" ").append(source);
@@ -125,20 +112,22 @@ void WriteOffers(XmlWriter& writer, const std::vector<Candidate>& offers, const 
 
 void WriteItem(XmlWriter& writer, const Plan& plan, const Machine::MachineRoot& root, MissingParts missingParts)
 {
-    const Candidate* const usable = FindUsable(plan, root);
-    if (usable == nullptr && plan.simulatedValue.empty())
+    const auto usable = std::ranges::find_if(plan.candidates, [&plan, &root](const Candidate& candidate)
+                                             { return IsUsable(plan.key, candidate, root); });
+    const bool isFound = usable != plan.candidates.end();
+    if (!isFound && plan.simulatedValue.empty())
     {
-        writer.WriteComment(fmt::format(" {}: this machine does not tell. ", plan.key));
+        writer.WriteComment(fmt::format(" {}: this machine gives no value. ", plan.key));
         return;
     }
-    const bool isSimulated = usable == nullptr && missingParts == MissingParts::Simulated;
+    const bool isSimulated = !isFound && missingParts == MissingParts::Simulated;
     if (isSimulated)
     {
         writer.WriteComment(" Simulated, this machine has none: ");
     }
     const Candidate simulated = {"simulated", {{"value", plan.simulatedValue}}};
     const Candidate& missing = isSimulated ? simulated : plan.absence;
-    const Candidate& chosen = usable != nullptr ? *usable : missing;
+    const Candidate& chosen = isFound ? *usable : missing;
     Write(writer, plan.key, chosen);
     WriteOffers(writer, plan.offers, chosen);
 }
@@ -203,7 +192,7 @@ std::vector<Plan> PlanStatus(const Machine::MachineRoot& root)
             {"Status.RunStopSwitch.Position", {}, "Run", MakeAbsence("run/stop switch")}};
 }
 
-/// The LEDs that the kernel drives and that can be read, in the order of their names.
+/// The readable LEDs that the kernel drives, sorted by name.
 std::vector<BasicString> FindKernelLeds(const Machine::MachineRoot& root)
 {
     std::vector<BasicString> names;
@@ -212,7 +201,7 @@ std::vector<BasicString> FindKernelLeds(const Machine::MachineRoot& root)
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error))
     {
         BasicString name = entry->path().filename().string();
-        if (IsUsable("Status.Leds.Board." + name, {"led", {{"name", name}}}, root))
+        if (IsUsable(kernelLedPrefix + name, {"led", {{"name", name}}}, root))
         {
             names.push_back(std::move(name));
         }
@@ -221,7 +210,7 @@ std::vector<BasicString> FindKernelLeds(const Machine::MachineRoot& root)
     return names;
 }
 
-/// Those of the panel, each with the kernel's LEDs that it could be by their colour: which it is, only people know.
+/// The LEDs of the panel, each with the kernel's LEDs of its colour as offers: only people know which one it is.
 std::vector<Plan> PlanPanelLeds(const std::vector<BasicString>& kernelLeds)
 {
     const std::pair<const char*, Sources::LedColour> leds[] = {
@@ -250,34 +239,26 @@ std::vector<Plan> PlanPanelLeds(const std::vector<BasicString>& kernelLeds)
     return plans;
 }
 
-/// Under keys of their own.
-std::vector<Plan> PlanKernelLeds(const std::vector<BasicString>& kernelLeds)
-{
-    std::vector<Plan> plans;
-    plans.reserve(kernelLeds.size());
-    for (const BasicString& name : kernelLeds)
-    {
-        plans.push_back({"Status.Leds.Board." + name, {{"led", {{"name", name}}}}, {}, {}, {}});
-    }
-    return plans;
-}
-
 } // namespace
 
 BasicString WriteDescription(const Machine::MachineRoot& root, MissingParts missingParts)
 {
     XmlWriter writer;
-    writer.WriteStartElement(DescriptionDocument::elementName);
+    writer.WriteStartElement(DeviceDescription::elementName);
     writer.WriteComment(" Commands are simulated; other actions make them real. ");
     Write(writer, {"Restart", {{"action", "simulate"}}});
     Write(writer, {"FactoryReset", {{"action", "simulate"}}});
     const auto kernelLeds = FindKernelLeds(root);
-    for (const auto& plans : {PlanIdentity(), PlanStatus(root), PlanPanelLeds(kernelLeds), PlanKernelLeds(kernelLeds)})
+    for (const auto& plans : {PlanIdentity(), PlanStatus(root), PlanPanelLeds(kernelLeds)})
     {
         for (const Plan& plan : plans)
         {
             WriteItem(writer, plan, root, missingParts);
         }
+    }
+    for (const BasicString& name : kernelLeds)
+    {
+        Write(writer, kernelLedPrefix + name, {"led", {{"name", name}}});
     }
     writer.WriteEndElement();
     return writer.GetText();

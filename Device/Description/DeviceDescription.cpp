@@ -1,135 +1,254 @@
 #include "Device/Description/DeviceDescription.hpp"
 
-#include "Device/Description/DescriptionDocument.hpp"
 #include "Device/Description/ItemTypes.hpp"
-#include "Oxa/System/Commons/AppDomain.hpp"
+#include "Device/Description/SourceElements.hpp"
+#include "Device/Items/ItemConversion.hpp"
 #include "Oxa/System/Commons/Xml/MultiXmlConfigDocument.hpp"
-#include "Oxa/System/Commons/Xml/XmlReader.hpp"
-#include "Oxa/System/Commons/Xml/XmlSerializationContext.hpp"
-#include "Oxa/System/Commons/XmlException.hpp"
+#include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 
+#include <boost/algorithm/string/replace.hpp>
 #include <fmt/format.h>
 
-#include <string_view>
 #include <utility>
 
 namespace Oxa::Device::Linux::Description
 {
 
-using System::Commons::Xml::MultiXmlConfigDocument;
-using System::Commons::Xml::XmlConfigDocument;
+using Commands::CommandSettings;
+using System::Commons::XmlException;
+using System::Commons::Xml::XmlElementReader;
+using System::Commons::Xml::XmlProblems;
 using System::Commons::Xml::XmlReader;
-using System::Commons::Xml::XmlSerializationContext;
+using System::Rsc::RscType;
 
 namespace
 {
 
-DescriptionContent Read(const BasicString& path, DescriptionProblems& problems)
+constexpr std::size_t maximumItemCount = 4096;
+constexpr std::size_t maximumKeyBytes = 511;
+
+/// The place of the number of a core in a key.
+constexpr const char* corePlace = "{0}";
+
+void ReadRestart(XmlElementReader& element, CommandSettings& commands)
 {
-    DescriptionContent content;
-    DescriptionDocument document(content, problems);
-    XmlConfigDocument loader(DescriptionDocument::elementName, document);
-    std::vector<BasicString> files;
-    problems.Try([&files, &path] { files = MultiXmlConfigDocument::ListFiles(path); });
-    // One file that cannot be read does not hide what is wrong with the others.
-    for (const BasicString& file : files)
-    {
-        problems.Try([&loader, &file] { loader.Load(file); });
-    }
-    return content;
+    using Action = CommandSettings::RestartAction;
+    commands.restart = Action::None;
+    element.RequirePresent("action");
+    element.ReadChoice("action", {{"simulate", Action::Simulate}, {"reboot", Action::Reboot}, {"none", Action::None}},
+                       commands.restart);
 }
 
-BasicString MakeCoreKey(BasicString key, std::size_t core)
+void ReadFactoryReset(XmlElementReader& element, CommandSettings& commands)
 {
-    constexpr std::string_view place = "{0}";
-    const BasicString number = std::to_string(core);
-    for (std::size_t at = key.find(place); at != BasicString::npos; at = key.find(place, at + number.size()))
+    using Action = CommandSettings::FactoryResetAction;
+    commands.factoryReset = Action::None;
+    commands.factoryResetUnit.clear();
+    element.RequirePresent("action");
+    const bool isChosen =
+        element.ReadChoice("action", {{"simulate", Action::Simulate}, {"unit", Action::Unit}, {"none", Action::None}},
+                           commands.factoryReset);
+    if (!isChosen)
     {
-        key.replace(at, place.size(), number);
+        element.Ignore({"unit"});
+        return;
+    }
+    if (commands.factoryReset != Action::Unit)
+    {
+        element.RefuseWith("action", commands.factoryReset == Action::None ? "none" : "simulate", {"unit"});
+        return;
+    }
+    BasicString& unit = commands.factoryResetUnit;
+    if (element.ReadRequired("unit", unit) && !Commands::IsStartableUnitName(unit))
+    {
+        element.ReportBadValue("unit", unit, "the name of a service or target of systemd");
+    }
+}
+
+BasicString ReadKey(XmlElementReader& element)
+{
+    BasicString key;
+    element.ReadRequired("key", key);
+    if (key.size() > maximumKeyBytes)
+    {
+        element.Report("the key has {0} bytes, {1} are allowed", key.size(), maximumKeyBytes);
     }
     return key;
 }
 
-void AddItemsOfCores(Items::ItemTable& table, const BasicString& key, const DescribedItem& item,
-                     DescribedMachine& machine)
+std::optional<RscType> ReadItemType(XmlElementReader& element, const BasicString& key)
 {
-    const std::size_t coreCount = machine.GetCpuLoads()->GetCoreCount();
-    for (std::size_t core = 0; core <= coreCount; ++core)
+    const auto expected = FindExpectedType(key);
+    const auto type = ReadType(element);
+    if (expected && type && type != expected)
     {
-        const BasicString coreKey = MakeCoreKey(key, core);
-        if (table.TryFind(coreKey) == nullptr)
-        {
-            machine.SetCore(core);
-            table.Add(coreKey, item.makeSource(machine), item.type);
-        }
+        element.Report("the item '{0}' is read as {1}, it cannot be of type '{2}'", key,
+                       Items::GetItemTypeWord(*expected), Items::GetItemTypeWord(*type));
     }
+    return expected ? expected : type;
+}
+
+void CheckSources(XmlElementReader& element, const BasicString& key, bool isForEachCore, int sourceCount)
+{
+    if (sourceCount != 1)
+    {
+        element.Report("the item{0} has {1} sources, it needs one; several lie in an element 'first'",
+                       key.empty() ? "" : " '" + key + "'", sourceCount);
+    }
+    const bool hasPlace = key.find(corePlace) != BasicString::npos;
+    if (isForEachCore && !hasPlace && !key.empty())
+    {
+        element.Report("the key '{0}' needs '{{0}}' where the number of the core belongs", key);
+    }
+    if (hasPlace && !isForEachCore && sourceCount > 0)
+    {
+        element.Report("the key '{0}' has '{{0}}' in it, but no source is one for each core", key);
+    }
+}
+
+void ReadItem(XmlElementReader& element, std::map<BasicString, DescribedItem>& items)
+{
+    const BasicString key = ReadKey(element);
+    SourceContext context;
+    context.itemType = ReadItemType(element, key);
+    SourceMaker makeSource;
+    int sourceCount = 0;
+    element.ForEachChild(
+        [&](XmlElementReader& child)
+        {
+            makeSource = ReadSource(child, context);
+            ++sourceCount;
+        });
+    CheckSources(element, key, context.isForEachCore, sourceCount);
+    if (key.empty())
+    {
+        return;
+    }
+    const auto found = items.find(key);
+    if (found == items.end() && items.size() == maximumItemCount)
+    {
+        element.Report("there are more than {0} items", maximumItemCount);
+        return;
+    }
+    if (found != items.end() && found->second.fileName == element.GetFileName())
+    {
+        element.Report("the item '{0}' is described already, in line {1}", key, found->second.line);
+    }
+    items.insert_or_assign(key, DescribedItem{context.itemType, context.isForEachCore, std::move(makeSource),
+                                              element.GetFileName(), element.GetLine()});
+}
+
+void ReadDocument(XmlReader& reader, DeviceDescription& description, XmlProblems& problems)
+{
+    const auto read = [&description](XmlElementReader& root)
+    {
+        description.files.push_back(root.GetFileName());
+        root.Read("name", description.name);
+        const bool hasParts =
+            root.ReadChildren({{"Item", [&](XmlElementReader& child) { ReadItem(child, description.items); },
+                                XmlElementReader::Count::Many},
+                               {"Restart",
+                                [&](XmlElementReader& child)
+                                {
+                                    ReadRestart(child, description.commands);
+                                }},
+                               {"FactoryReset", [&](XmlElementReader& child)
+                                {
+                                    ReadFactoryReset(child, description.commands);
+                                }}});
+        if (!hasParts)
+        {
+            description.emptyFiles.push_back(root.GetFileName());
+        }
+    };
+    XmlElementReader::ReadDocument(reader, DeviceDescription::elementName, problems, read);
+}
+
+DeviceDescription ReadFiles(const BasicString& path, XmlProblems& problems)
+{
+    DeviceDescription description;
+    // A file that cannot be read must not hide the mistakes of the others.
+    const auto reportProblem = [&problems](const auto& action)
+    {
+        try
+        {
+            action();
+        }
+        catch (const XmlException& problem)
+        {
+            problems.Report(problem);
+        }
+    };
+    std::vector<BasicString> files;
+    reportProblem([&] { files = System::Commons::Xml::MultiXmlConfigDocument::ListFiles(path); });
+    for (const BasicString& file : files)
+    {
+        reportProblem(
+            [&]
+            {
+                XmlReader reader(file);
+                ReadDocument(reader, description, problems);
+            });
+    }
+    return description;
 }
 
 } // namespace
 
 DeviceDescription DeviceDescription::Load(const BasicString& path)
 {
-    DescriptionProblems problems(DescriptionProblems::Reaction::Throw);
-    return DeviceDescription(Read(path, problems));
+    XmlProblems problems(XmlProblems::Reaction::Throw);
+    return ReadFiles(path, problems);
 }
 
 DeviceDescription DeviceDescription::Parse(const BasicString& text, BasicString fileName)
 {
     XmlReader reader(text, std::move(fileName));
-    if (reader.GetElementLocalName() != DescriptionDocument::elementName)
-    {
-        throw System::Commons::XmlException::Create(reader, "the document element is '{0}', expected '{1}'",
-                                                    reader.GetElementLocalName(), DescriptionDocument::elementName);
-    }
-    DescriptionProblems problems(DescriptionProblems::Reaction::Throw);
-    XmlSerializationContext context(System::Commons::Singleton<System::Commons::AppDomain>::TryGetInstance());
-    DescriptionContent content;
-    DescriptionDocument(content, problems).ReadXml(reader, context);
-    reader.ReadToEnd();
-    content.files.clear();
-    return DeviceDescription(std::move(content));
-}
-
-const DescriptionContent& DeviceDescription::GetContent() const noexcept
-{
-    return content;
+    XmlProblems problems(XmlProblems::Reaction::Throw);
+    DeviceDescription description;
+    ReadDocument(reader, description, problems);
+    description.files.clear();
+    return description;
 }
 
 std::unique_ptr<Items::ItemTable> DeviceDescription::MakeItems(DescribedMachine& machine) const
 {
     auto table = std::make_unique<Items::ItemTable>();
-    for (const auto& [key, item] : content.items)
+    for (const auto& [key, item] : items)
     {
         if (!item.isForEachCore)
         {
-            table->Add(key, item.makeSource(machine), item.type);
+            table->Add(key, item.makeSource(machine, 0), item.type);
         }
     }
-    for (const auto& [key, item] : content.items)
+    for (const auto& [key, item] : items)
     {
-        if (item.isForEachCore)
+        const std::size_t coreCount = item.isForEachCore ? machine.GetCpuLoads()->GetCoreCount() + 1 : 0;
+        for (std::size_t core = 0; core < coreCount; ++core)
         {
-            AddItemsOfCores(*table, key, item, machine);
+            const BasicString coreKey = boost::algorithm::replace_all_copy(key, corePlace, std::to_string(core));
+            if (table->TryFind(coreKey) == nullptr)
+            {
+                table->Add(coreKey, item.makeSource(machine, core), item.type);
+            }
         }
     }
     return table;
 }
 
-DeviceDescription::DeviceDescription(DescriptionContent content) : content(std::move(content)) {}
-
 DescriptionFindings CheckDescription(const BasicString& path)
 {
-    DescriptionProblems problems(DescriptionProblems::Reaction::Gather);
-    const DescriptionContent content = Read(path, problems);
+    XmlProblems problems(XmlProblems::Reaction::Collect);
+    const DeviceDescription description = ReadFiles(path, problems);
     DescriptionFindings findings = {problems.GetMessages(), {}};
-    for (const BasicString& file : content.emptyFiles)
+    for (const BasicString& file : description.emptyFiles)
     {
         findings.warnings.push_back(file + ": warning: the document describes nothing");
     }
-    for (const auto& [key, item] : content.items)
+    for (const auto& [key, item] : description.items)
     {
         const BasicString similar(FindSimilarKey(key));
-        if (!similar.empty() && !content.items.contains(similar))
+        if (!similar.empty() && !description.items.contains(similar))
         {
             findings.warnings.push_back(fmt::format("{}:{}: warning: '{}' is no well-known key; did you mean '{}'?",
                                                     item.fileName, item.line, key, similar));

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Device/Commands/CommandSettings.hpp"
-#include "Device/Description/SourceMaker.hpp"
+#include "Device/Description/DescribedMachine.hpp"
 #include "Device/Items/ItemTable.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Rsc/RscType.hpp"
@@ -27,9 +27,21 @@ struct DescribedItem
     int line = 0;
 };
 
-/// What the documents of a description say.
-struct DescriptionContent
+/// The parts of a device: read from a document, or from the documents of a folder, of which later ones replace single
+/// items. It is independent of the machine; any number of item tables can be made from it. A value type.
+struct DeviceDescription
 {
+    static constexpr const char* elementName = "DeviceDescriptionDocument";
+
+    /// The first mistake is an XmlException with file and line.
+    [[nodiscard]] static DeviceDescription Load(const BasicString& path);
+
+    /// The same for one document in memory; `fileName` is for messages only.
+    [[nodiscard]] static DeviceDescription Parse(const BasicString& text, BasicString fileName);
+
+    /// Never null. An item that is described by its own key replaces one of the items for each core.
+    [[nodiscard]] std::unique_ptr<Items::ItemTable> MakeItems(DescribedMachine& machine) const;
+
     /// For people; that of the last document that has one.
     BasicString name;
     std::map<BasicString, DescribedItem> items;
@@ -39,39 +51,17 @@ struct DescriptionContent
     std::vector<BasicString> emptyFiles;
 };
 
-/// What a device is made of: a document, or the documents of a folder, of which later ones win item by item. It knows
-/// nothing of the machine, and any number of item tables can be made of it. A value type.
-class DeviceDescription final
-{
-public:
-    /// The first mistake is an XmlException with file and line.
-    [[nodiscard]] static DeviceDescription Load(const BasicString& path);
-
-    /// The same for one document in memory; `fileName` is for messages only.
-    [[nodiscard]] static DeviceDescription Parse(const BasicString& text, BasicString fileName);
-
-    [[nodiscard]] const DescriptionContent& GetContent() const noexcept;
-
-    /// Never null. An item that is described by its own key wins over one of the items for each core.
-    [[nodiscard]] std::unique_ptr<Items::ItemTable> MakeItems(DescribedMachine& machine) const;
-
-private:
-    explicit DeviceDescription(DescriptionContent content);
-
-    DescriptionContent content;
-};
-
-/// What is to be said of a description, each with its file and mostly the line.
+/// The result of checking a description: messages with a file and mostly a line.
 struct DescriptionFindings
 {
-    /// Empty when it can be used.
+    /// Empty when the description can be used.
     std::vector<BasicString> mistakes;
-    /// What can be used and is probably not meant.
+    /// What can be used but is probably not meant.
     std::vector<BasicString> warnings;
 };
 
-/// Every mistake in a description. Of a document that is not well-formed, those up to that place; the other files of a
-/// folder are looked at all the same.
+/// Finds every mistake in a description: in a document that is not well-formed, those up to that place; the other files
+/// of a folder are checked all the same.
 [[nodiscard]] DescriptionFindings CheckDescription(const BasicString& path);
 
 } // namespace Oxa::Device::Linux::Description

@@ -3,7 +3,6 @@
 #include "Device/Machine/DeviceText.hpp"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <iterator>
 #include <limits>
@@ -19,43 +18,35 @@ using System::Rsc::RscType;
 namespace
 {
 
-using NamedType = std::pair<std::string_view, RscType>;
-
-constexpr std::array<NamedType, 17> keyTypes = {{
-    {"General.ArticleName", RscType::String},
-    {"General.ArticleNumber", RscType::String},
-    {"General.SerialNumber", RscType::String},
-    {"General.Firmware.Version", RscType::String},
-    {"General.Hardware.Version", RscType::String},
-    {"General.Fpga.Version", RscType::String},
-    {"Cpu.Cores.Count", RscType::Uint8},
-    {"Status.Memory.Usage.Percent.Actual", RscType::Uint8},
-    {"Status.UserPartition.Total", RscType::Uint64},
-    {"Status.UserPartition.Usage", RscType::Uint64},
-    {"Status.UserPartition.Usage.Percent", RscType::Uint8},
-    {"Status.Board.Temperature.Centigrade", RscType::Int8},
-    {"Status.RunStopSwitch.Supported", RscType::Bool},
-    {"Status.RunStopSwitch.Position", RscType::String},
-    {"Status.System.BootId", RscType::String},
-    {"Status.System.BuildId", RscType::String},
-    {"Status.System.UpTime.Seconds", RscType::Uint64},
-}};
-
-/// Keys of which there are several.
-struct KeyFamily
+/// A well-known key, or a family of them: '*' stands for any text.
+struct TypedKey
 {
-    std::string_view prefix;
-    std::string_view suffix;
+    std::string_view key;
     RscType type;
 };
 
-constexpr std::array<KeyFamily, 3> keyFamilies = {{
-    {"General.SPNS.", ".Version", RscType::String},
-    {"Status.Cpu.", ".Load.Percent", RscType::Uint8},
-    {"Status.Leds.", "", RscType::Uint32},
-}};
+constexpr TypedKey typedKeys[] = {{"General.ArticleName", RscType::String},
+                                  {"General.ArticleNumber", RscType::String},
+                                  {"General.SerialNumber", RscType::String},
+                                  {"General.Firmware.Version", RscType::String},
+                                  {"General.Hardware.Version", RscType::String},
+                                  {"General.Fpga.Version", RscType::String},
+                                  {"General.SPNS.*.Version", RscType::String},
+                                  {"Cpu.Cores.Count", RscType::Uint8},
+                                  {"Status.Cpu.*.Load.Percent", RscType::Uint8},
+                                  {"Status.Memory.Usage.Percent.Actual", RscType::Uint8},
+                                  {"Status.UserPartition.Total", RscType::Uint64},
+                                  {"Status.UserPartition.Usage", RscType::Uint64},
+                                  {"Status.UserPartition.Usage.Percent", RscType::Uint8},
+                                  {"Status.Board.Temperature.Centigrade", RscType::Int8},
+                                  {"Status.Leds.*", RscType::Uint32},
+                                  {"Status.RunStopSwitch.Supported", RscType::Bool},
+                                  {"Status.RunStopSwitch.Position", RscType::String},
+                                  {"Status.System.BootId", RscType::String},
+                                  {"Status.System.BuildId", RscType::String},
+                                  {"Status.System.UpTime.Seconds", RscType::Uint64}};
 
-/// The keys that readers ask for of the families.
+/// The keys of families that readers ask for.
 constexpr std::string_view familyKeys[] = {"General.SPNS.Firmware.Version",
                                            "General.SPNS.Fpga.Version",
                                            "Status.Cpu.{0}.Load.Percent",
@@ -71,9 +62,17 @@ constexpr std::string_view familyKeys[] = {"General.SPNS.Firmware.Version",
                                            "Status.Leds.Zelo.D",
                                            "Status.Leds.Zelo.E"};
 
+bool Matches(std::string_view key, std::string_view pattern) noexcept
+{
+    const std::size_t star = pattern.find('*');
+    return star == std::string_view::npos
+               ? key == pattern
+               : key.starts_with(pattern.substr(0, star)) && key.ends_with(pattern.substr(star + 1));
+}
+
 constexpr std::size_t different = std::numeric_limits<std::size_t>::max();
 
-/// How many characters have to be added, left out or replaced.
+/// The number of characters to add, leave out or replace.
 std::size_t GetEditDistance(std::string_view left, std::string_view right)
 {
     std::vector<std::size_t> row(right.size() + 1);
@@ -91,8 +90,8 @@ std::size_t GetEditDistance(std::string_view left, std::string_view right)
     return row.back();
 }
 
-/// The parts between the points are compared one by one: with at most half of a part's characters to change, or a
-/// quarter of all where the points are others, so that a key of the device's own is not taken for a mistake.
+/// Compares the parts between the points one by one: at most half of a part's characters may differ, or a quarter of
+/// all when the number of parts differs, so that a key of the device's own is not taken for a mistake.
 std::size_t GetKeyDistance(std::string_view key, std::string_view known)
 {
     if (std::count(key.begin(), key.end(), '.') != std::count(known.begin(), known.end(), '.'))
@@ -120,37 +119,27 @@ std::size_t GetKeyDistance(std::string_view key, std::string_view known)
 
 std::string_view FindSimilarKey(std::string_view key)
 {
+    std::vector<std::string_view> known(std::begin(familyKeys), std::end(familyKeys));
+    std::ranges::transform(typedKeys, std::back_inserter(known), &TypedKey::key);
     std::string_view nearest;
     std::size_t nearestDistance = different;
-    const auto compare = [key, &nearest, &nearestDistance](std::string_view known)
+    for (const std::string_view each : known)
     {
-        const std::size_t distance = GetKeyDistance(key, known);
+        const std::size_t distance = each.find('*') == std::string_view::npos ? GetKeyDistance(key, each) : different;
         if (distance < nearestDistance)
         {
-            nearest = known;
+            nearest = each;
             nearestDistance = distance;
         }
-    };
-    for (const auto& [known, type] : keyTypes)
-    {
-        compare(known);
     }
-    std::for_each(std::begin(familyKeys), std::end(familyKeys), compare);
     return nearestDistance == 0 ? std::string_view() : nearest;
 }
 
 std::optional<RscType> FindExpectedType(std::string_view key) noexcept
 {
-    const auto* const single =
-        std::find_if(keyTypes.begin(), keyTypes.end(), [key](const NamedType& entry) { return entry.first == key; });
-    if (single != keyTypes.end())
-    {
-        return single->second;
-    }
-    const auto* const family = std::find_if(keyFamilies.begin(), keyFamilies.end(),
-                                            [key](const KeyFamily& entry)
-                                            { return key.starts_with(entry.prefix) && key.ends_with(entry.suffix); });
-    return family == keyFamilies.end() ? std::nullopt : std::optional(family->type);
+    const auto* const found =
+        std::ranges::find_if(typedKeys, [key](const TypedKey& typed) { return Matches(key, typed.key); });
+    return found == std::end(typedKeys) ? std::nullopt : std::optional(found->type);
 }
 
 } // namespace Oxa::Device::Linux::Description

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-/// The types that well-known items have. Safe from any thread.
+/// Well-known items: their types, and keys that resemble theirs. Safe from any thread.
 namespace Oxa::Device::Linux::Description
 {
 
@@ -13,7 +13,7 @@ namespace Oxa::Device::Linux::Description
 /// core counts as well-known.
 [[nodiscard]] std::optional<System::Rsc::RscType> FindExpectedType(std::string_view key) noexcept;
 
-/// The well-known key that was probably meant by one that is not well-known; empty when it resembles none.
+/// The well-known key that an unknown one resembles, so that it is probably meant; empty without one.
 [[nodiscard]] std::string_view FindSimilarKey(std::string_view key);
 
 } // namespace Oxa::Device::Linux::Description

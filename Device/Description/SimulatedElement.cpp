@@ -1,13 +1,12 @@
-#include "Device/Description/SimulatedElement.hpp"
-
+#include "Device/Description/SourceElements.hpp"
 #include "Device/Items/ItemConversion.hpp"
 #include "Device/Machine/DeviceText.hpp"
 #include "Device/Sources/SimulatedSource.hpp"
 
-#include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
-#include <optional>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -16,48 +15,23 @@ namespace Oxa::Device::Linux::Description
 
 using Items::ItemValue;
 using Sources::SimulatedSignal;
-using Sources::SimulatedSource;
+using System::Commons::Xml::XmlElementReader;
 using System::Rsc::RscType;
 
 namespace
 {
 
-enum class Form
+/// A form of signals: how it is read, and the attributes that only some forms have.
+struct SignalForm
 {
-    Constant,
-    Ramp,
-    Sine,
-    Steps
+    std::string_view name;
+    SimulatedSignal (*read)(XmlElementReader&, const SourceContext&);
+    std::set<std::string_view> attributeNames;
+    /// Its values are computed; those of other forms are written in the description.
+    bool isComputed;
 };
 
-std::string_view GetWord(Form form) noexcept
-{
-    switch (form)
-    {
-    case Form::Ramp:
-        return "ramp";
-    case Form::Sine:
-        return "sine";
-    case Form::Steps:
-        return "steps";
-    default:
-        return "constant";
-    }
-}
-
-constexpr unsigned Bit(Form form) noexcept
-{
-    return 1U << static_cast<unsigned>(form);
-}
-
-/// The attributes that only some forms have, and the bits of those forms.
-constexpr std::pair<std::string_view, unsigned> formAttributes[] = {
-    {"value", Bit(Form::Constant)}, {"from", Bit(Form::Ramp)},
-    {"to", Bit(Form::Ramp)},        {"mean", Bit(Form::Sine)},
-    {"amplitude", Bit(Form::Sine)}, {"periodSeconds", Bit(Form::Ramp) | Bit(Form::Sine)},
-    {"values", Bit(Form::Steps)},   {"holdSeconds", Bit(Form::Steps)}};
-
-SimulatedSignal::Seconds ReadSeconds(DescriptionElement& element, std::string_view attributeName)
+SimulatedSignal::Seconds ReadSeconds(XmlElementReader& element, std::string_view attributeName)
 {
     constexpr double shortest = 0.001;
     constexpr double longest = 1e9;
@@ -66,38 +40,39 @@ SimulatedSignal::Seconds ReadSeconds(DescriptionElement& element, std::string_vi
     return SimulatedSignal::Seconds(seconds);
 }
 
-SimulatedSignal ReadConstant(DescriptionElement& element)
+SimulatedSignal ReadConstant(XmlElementReader& element, const SourceContext& context)
 {
     BasicString text;
     ItemValue value;
     if (element.RequirePresent("value") && element.Read("value", text))
     {
-        value = element.ParseValue("value", text);
+        value = ParseValue(element, "value", text, context);
     }
     return SimulatedSignal::MakeConstant(value, text);
 }
 
-/// What a ramp or a sine reaches has to fit the item; noise may lead out of it.
-void RequireFit(DescriptionElement& element, Form form, double lowest, double highest)
+/// The values of a ramp or a sine have to fit the item; noise may exceed them.
+void RequireFit(XmlElementReader& element, const SourceContext& context, std::string_view form, double lowest,
+                double highest)
 {
-    const auto type = element.GetItemType();
-    if (!type)
+    if (!context.itemType)
     {
         return;
     }
-    if (*type == RscType::Bool)
+    const RscType type = *context.itemType;
+    if (type == RscType::Bool)
     {
-        element.Report("the form '{0}' needs an item that is a number", GetWord(form));
+        element.Report("the form '{0}' needs an item that is a number", form);
     }
-    else if (!Items::ItemConversion::FromNumber(lowest, *type).HasValue() ||
-             !Items::ItemConversion::FromNumber(highest, *type).HasValue())
+    else if (!Items::ItemConversion::FromNumber(lowest, type).HasValue() ||
+             !Items::ItemConversion::FromNumber(highest, type).HasValue())
     {
         element.Report("the values from {0} to {1} do not all fit the item's type {2}", lowest, highest,
-                       Items::GetItemTypeWord(*type));
+                       Items::GetItemTypeWord(type));
     }
 }
 
-SimulatedSignal ReadRamp(DescriptionElement& element)
+SimulatedSignal ReadRamp(XmlElementReader& element, const SourceContext& context)
 {
     double from = 0;
     double to = 100;
@@ -105,12 +80,12 @@ SimulatedSignal ReadRamp(DescriptionElement& element)
     element.Read("to", to);
     if (!element.IsBad("from") && !element.IsBad("to"))
     {
-        RequireFit(element, Form::Ramp, from, to);
+        RequireFit(element, context, "ramp", from, to);
     }
     return SimulatedSignal::MakeRamp(from, to, ReadSeconds(element, "periodSeconds"));
 }
 
-SimulatedSignal ReadSine(DescriptionElement& element)
+SimulatedSignal ReadSine(XmlElementReader& element, const SourceContext& context)
 {
     double mean = 0;
     double amplitude = 1;
@@ -118,76 +93,60 @@ SimulatedSignal ReadSine(DescriptionElement& element)
     element.Read("amplitude", amplitude);
     if (!element.IsBad("mean") && !element.IsBad("amplitude"))
     {
-        RequireFit(element, Form::Sine, mean - std::abs(amplitude), mean + std::abs(amplitude));
+        RequireFit(element, context, "sine", mean - std::abs(amplitude), mean + std::abs(amplitude));
     }
     return SimulatedSignal::MakeSine(mean, amplitude, ReadSeconds(element, "periodSeconds"));
 }
 
-std::vector<ItemValue> ParseSteps(DescriptionElement& element, std::string_view text)
-{
-    std::vector<ItemValue> values;
-    do
-    {
-        const std::string_view value = Machine::DeviceText::Trim(Machine::DeviceText::TakeUntil(text, ';'));
-        values.push_back(element.ParseValue("values", value));
-    } while (!text.empty());
-    return values;
-}
-
-SimulatedSignal ReadSteps(DescriptionElement& element)
+SimulatedSignal ReadSteps(XmlElementReader& element, const SourceContext& context)
 {
     BasicString text;
-    std::vector<ItemValue> values(1);
-    if (element.RequirePresent("values") && element.Read("values", text))
+    std::vector<ItemValue> values;
+    if (element.RequirePresent("values"))
     {
-        values = ParseSteps(element, text);
+        element.Read("values", text);
     }
+    std::string_view rest = text;
+    do
+    {
+        const std::string_view value = Machine::DeviceText::Trim(Machine::DeviceText::TakeUntil(rest, ';'));
+        values.push_back(element.IsBad("values") ? ItemValue() : ParseValue(element, "values", value, context));
+    } while (!rest.empty());
     return SimulatedSignal::MakeSteps(std::move(values), ReadSeconds(element, "holdSeconds"));
 }
 
-/// None when it is no form; what depends on it is then accepted as it is.
-std::optional<Form> ReadForm(DescriptionElement& element)
+const SignalForm& ReadForm(XmlElementReader& element)
 {
-    auto form = Form::Constant;
-    element.ReadChoice(
-        "form", {{"constant", Form::Constant}, {"ramp", Form::Ramp}, {"sine", Form::Sine}, {"steps", Form::Steps}},
-        form);
-    for (const auto& [attributeName, forms] : formAttributes)
+    static const std::array<SignalForm, 4> forms = {{{"constant", &ReadConstant, {"value"}, false},
+                                                     {"ramp", &ReadRamp, {"from", "to", "periodSeconds"}, true},
+                                                     {"sine", &ReadSine, {"mean", "amplitude", "periodSeconds"}, true},
+                                                     {"steps", &ReadSteps, {"values", "holdSeconds"}, false}}};
+    const SignalForm* form = forms.data();
+    element.ReadChoice("form",
+                       {{"constant", &forms[0]}, {"ramp", &forms[1]}, {"sine", &forms[2]}, {"steps", &forms[3]}}, form);
+    std::set<std::string_view> others;
+    for (const SignalForm& other : forms)
+    {
+        others.insert(other.attributeNames.begin(), other.attributeNames.end());
+    }
+    for (const std::string_view attributeName : others)
     {
         if (element.IsBad("form"))
         {
-            element.Accept({attributeName, "noise"});
+            element.Ignore({attributeName, "noise"});
         }
-        else if ((forms & Bit(form)) == 0)
+        else if (!form->attributeNames.contains(attributeName))
         {
-            element.RefuseWith("form", GetWord(form), {attributeName});
+            element.RefuseWith("form", form->name, {attributeName});
         }
     }
-    return element.IsBad("form") ? std::nullopt : std::optional(form);
+    return *form;
 }
 
-SimulatedSignal ReadSignal(DescriptionElement& element, Form form)
-{
-    switch (form)
-    {
-    case Form::Ramp:
-        return ReadRamp(element);
-    case Form::Sine:
-        return ReadSine(element);
-    case Form::Steps:
-        return ReadSteps(element);
-    default:
-        return ReadConstant(element);
-    }
-}
-
-double ReadNoise(DescriptionElement& element, Form form)
+double ReadNoise(XmlElementReader& element, RscType type)
 {
     double amplitude = 0;
-    element.Read("noise", amplitude, 0, std::numeric_limits<double>::max());
-    // Without a type, what is written is a text.
-    const bool isWritten = form == Form::Constant || form == Form::Steps;
-    const auto type = element.GetItemType().value_or(isWritten ? RscType::String : RscType::Real64);
+    element.Read("noise", amplitude, 0);
     if (amplitude > 0 && (type == RscType::String || type == RscType::Bool))
     {
         element.Report("the attribute 'noise' of the element '{0}' needs an item that is a number", element.GetName());
@@ -197,17 +156,21 @@ double ReadNoise(DescriptionElement& element, Form form)
 
 } // namespace
 
-SourceMaker ReadSimulated(DescriptionElement& element)
+SourceMaker ReadSimulated(XmlElementReader& element, SourceContext& context)
 {
-    const auto form = ReadForm(element);
-    // Nothing is made of what is not right.
-    SimulatedSignal signal = form ? ReadSignal(element, *form) : SimulatedSignal::MakeConstant({}, {});
-    const double noise = form ? ReadNoise(element, *form) : 0;
     std::size_t seed = 0;
     element.Read("seed", seed, 0, std::numeric_limits<uint32>::max());
-    return [signal = std::move(signal), noise, seed](DescribedMachine& /*machine*/)
+    const SignalForm& form = ReadForm(element);
+    if (element.IsBad("form"))
     {
-        return std::make_unique<SimulatedSource>(signal, noise, seed);
+        return {};
+    }
+    // Without a type, a value that is written is a text.
+    const RscType type = context.itemType.value_or(form.isComputed ? RscType::Real64 : RscType::String);
+    return
+        [signal = form.read(element, context), noise = ReadNoise(element, type), seed](DescribedMachine&, std::size_t)
+    {
+        return std::make_unique<Sources::SimulatedSource>(signal, noise, seed);
     };
 }
 

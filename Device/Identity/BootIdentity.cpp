@@ -1,20 +1,47 @@
 #include "Device/Identity/BootIdentity.hpp"
 
+#include "Device/Identity/BuildIdentity.hpp"
+#include "Device/Items/IItemSource.hpp"
 #include "Device/Machine/DeviceText.hpp"
 #include "Device/Machine/KeptFile.hpp"
+#include "Device/Sources/FallbackSource.hpp"
+#include "Oxa/Device/Interface/Services/IdentityItemKeys.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 
 #include <systemd/sd-id128.h>
 
 #include <array>
+#include <utility>
 
 namespace Oxa::Device::Linux::Identity
 {
 
+using Interface::Services::bootIdKey;
+using Interface::Services::buildIdKey;
 using System::Commons::MutexLock;
 
 namespace
 {
+
+/// The present boot identity. Safe from any thread.
+class BootIdSource final : public Items::IItemSource
+{
+public:
+    explicit BootIdSource(std::shared_ptr<const BootIdentity> identity) : identity(std::move(identity)) {}
+
+    [[nodiscard]] Items::ItemReading Read(const Items::ReadPass&) override
+    {
+        return Items::ItemReading::OfText(identity->Get());
+    }
+
+    [[nodiscard]] BasicString Describe() const override
+    {
+        return "boot id of the machine, another one after each simulated restart";
+    }
+
+private:
+    const std::shared_ptr<const BootIdentity> identity;
+};
 
 BasicString MakeText(sd_id128_t id)
 {
@@ -56,6 +83,20 @@ void BootIdentity::Renew()
     BasicString newText = MakeText(MakeRandomId());
     const MutexLock lock(mutex);
     text.swap(newText);
+}
+
+void AddIdentityItems(Items::ItemTable& table, std::shared_ptr<const BootIdentity> bootIdentity,
+                      const std::vector<BasicString>& descriptionFiles)
+{
+    if (table.TryFind(bootIdKey) == nullptr)
+    {
+        table.Add(bootIdKey, std::make_unique<BootIdSource>(std::move(bootIdentity)));
+    }
+    if (table.TryFind(buildIdKey) == nullptr)
+    {
+        const Items::ItemValue buildId(MakeBuildIdentity(descriptionFiles));
+        table.Add(buildIdKey, std::make_unique<Sources::ConstantSource>(buildId));
+    }
 }
 
 } // namespace Oxa::Device::Linux::Identity

@@ -3,6 +3,8 @@
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Oxa/System/Commons/Xml/PlaceholderExpression.hpp"
 
+#include <boost/crc.hpp>
+#include <dlfcn.h>
 #include <elf.h>
 #include <fmt/format.h>
 #include <link.h>
@@ -31,7 +33,7 @@ constexpr std::size_t AlignNote(std::size_t size) noexcept
     return (size + 3) / 4 * 4;
 }
 
-/// Empty when there is none among the notes.
+/// Empty when the notes hold none.
 Bytes FindBuildId(Bytes notes) noexcept
 {
     ElfW(Nhdr) header = {};
@@ -54,71 +56,29 @@ Bytes FindBuildId(Bytes notes) noexcept
     return {};
 }
 
-const void* GetAddress(const dl_phdr_info& object, const ElfW(Phdr) & segment) noexcept
+/// That of the shared object, or of the program, that holds this code; empty when it has none.
+Bytes FindOwnBuildId() noexcept
 {
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the loader gives addresses as numbers.
-    return reinterpret_cast<const void*>(object.dlpi_addr + segment.p_vaddr);
-}
-
-bool HoldsThisCode(const dl_phdr_info& object) noexcept
-{
-    const auto address = reinterpret_cast<ElfW(Addr)>(&MakeBuildIdentity);
-    for (const auto& segment : std::span(object.dlpi_phdr, object.dlpi_phnum))
+    Dl_info object = {};
+    void* map = nullptr;
+    if (dladdr1(reinterpret_cast<const void*>(&MakeBuildIdentity), &object, &map, RTLD_DL_LINKMAP) == 0)
     {
-        const ElfW(Addr) begin = object.dlpi_addr + segment.p_vaddr;
-        if (segment.p_type == PT_LOAD && address >= begin && address - begin < segment.p_memsz)
+        return {};
+    }
+    const auto* const file = static_cast<const unsigned char*>(object.dli_fbase);
+    const auto& header = *static_cast<const ElfW(Ehdr)*>(object.dli_fbase);
+    Bytes buildId;
+    for (const auto& segment : std::span(reinterpret_cast<const ElfW(Phdr)*>(file + header.e_phoff), header.e_phnum))
+    {
+        if (segment.p_type == PT_NOTE && buildId.empty())
         {
-            return true;
+            const ElfW(Addr) address = static_cast<const link_map*>(map)->l_addr + segment.p_vaddr;
+            // NOLINTNEXTLINE(performance-no-int-to-ptr): the loader gives addresses as numbers.
+            buildId = FindBuildId({reinterpret_cast<const unsigned char*>(address), segment.p_memsz});
         }
     }
-    return false;
+    return buildId.first(std::min(buildId.size(), buildIdBytes));
 }
-
-int KeepOwnBuildId(dl_phdr_info* object, std::size_t, void* result) noexcept
-{
-    if (!HoldsThisCode(*object))
-    {
-        return 0;
-    }
-    for (const auto& segment : std::span(object->dlpi_phdr, object->dlpi_phnum))
-    {
-        if (segment.p_type == PT_NOTE)
-        {
-            const auto* const notes = static_cast<const unsigned char*>(GetAddress(*object, segment));
-            const Bytes buildId = FindBuildId({notes, segment.p_memsz});
-            *static_cast<Bytes*>(result) = buildId.empty() ? *static_cast<Bytes*>(result) : buildId;
-        }
-    }
-    return 1;
-}
-
-/// FNV-1a: nobody gains anything from two descriptions of one checksum.
-class Checksum final
-{
-public:
-    void Add(std::string_view text) noexcept
-    {
-        for (const char byte : text)
-        {
-            Add(static_cast<unsigned char>(byte));
-        }
-        // So that a text does not count as two.
-        Add(uint64{256});
-    }
-
-    [[nodiscard]] uint64 Get() const noexcept
-    {
-        return sum;
-    }
-
-private:
-    void Add(uint64 number) noexcept
-    {
-        sum = (sum ^ number) * 0x100000001B3U;
-    }
-
-    uint64 sum = 0xCBF29CE484222325U;
-};
 
 BasicString ReadWhole(const BasicString& path)
 {
@@ -130,17 +90,18 @@ BasicString ReadWhole(const BasicString& path)
 
 BasicString MakeBuildIdentity(const std::vector<BasicString>& files)
 {
-    Bytes buildId;
-    dl_iterate_phdr(&KeepOwnBuildId, &buildId);
-    buildId = buildId.first(std::min(buildId.size(), buildIdBytes));
-    Checksum checksum;
+    // A checksum is enough: two descriptions of one checksum harm only their author. ECMA-182, as XZ uses it.
+    boost::crc_optimal<64, 0x42F0E1EBA9EA3693, ~uint64{0}, ~uint64{0}, true, true> checksum;
     const System::Commons::Xml::PlaceholderExpression placeholders(
         System::Commons::Singleton<System::Commons::AppDomain>::TryGetInstance());
     for (const BasicString& file : files)
     {
-        checksum.Add(placeholders.Resolve(ReadWhole(file)));
+        const BasicString text = placeholders.Resolve(ReadWhole(file));
+        checksum.process_bytes(text.data(), text.size());
+        // Two files do not count as one with both texts.
+        checksum.process_byte(0);
     }
-    return fmt::format("{:02x}{:016x}", fmt::join(buildId, ""), checksum.Get());
+    return fmt::format("{:02x}{:016x}", fmt::join(FindOwnBuildId(), ""), checksum.checksum());
 }
 
 } // namespace Oxa::Device::Linux::Identity

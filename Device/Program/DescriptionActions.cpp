@@ -1,13 +1,11 @@
 #include "Device/Program/DescriptionActions.hpp"
 
-#include "Device/Description/DescribedMachine.hpp"
 #include "Device/Description/DescriptionWriter.hpp"
 #include "Device/Description/DeviceDescription.hpp"
 #include "Device/Identity/BootIdentity.hpp"
-#include "Device/Identity/IdentityItems.hpp"
 #include "Device/Items/ItemConversion.hpp"
 #include "Device/Machine/MachineRoot.hpp"
-#include "Device/Program/DeviceServerConfiguration.hpp"
+#include "Device/Program/DeviceServer.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
@@ -23,11 +21,13 @@
 namespace Oxa::Device::Linux::Program
 {
 
+using Description::DescribedMachine;
+using Description::DeviceDescription;
+using Machine::MachineRoot;
+using System::Acf::ComponentConfiguration;
+
 namespace
 {
-
-using Linux::Description::DeviceDescription;
-using Linux::Machine::MachineRoot;
 
 MachineRoot GetRoot(const DeviceCommandLine& commandLine)
 {
@@ -41,16 +41,15 @@ BasicString FindDescription(const DeviceCommandLine& commandLine)
         return commandLine.descriptionPath;
     }
     const auto components = LoadDeviceServerConfiguration(commandLine.configurationPath).components;
-    const auto hasSettings = [](const auto& component)
+    const auto hasSettings = [](const ComponentConfiguration& component)
     {
         return !component.settingsPath.empty();
     };
-    auto found = std::find_if(components.begin(), components.end(),
-                              [&hasSettings](const auto& component)
-                              { return component.componentName == "Linux" && hasSettings(component); });
+    auto found = std::ranges::find_if(components, [&hasSettings](const ComponentConfiguration& component)
+                                      { return component.componentName == "Linux" && hasSettings(component); });
     if (found == components.end())
     {
-        found = std::find_if(components.begin(), components.end(), hasSettings);
+        found = std::ranges::find_if(components, hasSettings);
     }
     if (found == components.end())
     {
@@ -60,32 +59,20 @@ BasicString FindDescription(const DeviceCommandLine& commandLine)
     return found->settingsPath;
 }
 
-std::unique_ptr<Linux::Items::ItemTable> MakeItems(const DeviceDescription& description, const MachineRoot& root)
+std::unique_ptr<Items::ItemTable> MakeItems(const BasicString& descriptionPath, const MachineRoot& root)
 {
-    Linux::Description::DescribedMachine machine(root);
+    const auto description = DeviceDescription::Load(descriptionPath);
+    DescribedMachine machine(root);
     auto items = description.MakeItems(machine);
-    const auto bootIdentity =
-        std::make_shared<Linux::Identity::BootIdentity>(root.Resolve("/proc/sys/kernel/random/boot_id"));
-    Linux::Identity::AddIdentityItems(*items, bootIdentity, description.GetContent().files);
+    const auto bootIdentity = std::make_shared<Identity::BootIdentity>(root.Resolve("/proc/sys/kernel/random/boot_id"));
+    Identity::AddIdentityItems(*items, bootIdentity, description.files);
     return items;
-}
-
-void ShowItems(const Linux::Items::ItemTable& items, std::ostream& output)
-{
-    const auto pass = Linux::Items::ReadPass::Begin();
-    for (Linux::Items::DeviceItem* const item : items.GetItems())
-    {
-        const auto reading = item->TryRead(pass);
-        output << Linux::Items::FormatItem(item->GetKey(), reading.value)
-               << (reading.HasValue() ? "" : ": " + System::Commons::Text::EscapeControlCharacters(reading.cause))
-               << '\n';
-    }
 }
 
 /// False when there is a mistake.
 bool CheckDescriptionAt(const BasicString& path, std::ostream& output)
 {
-    const auto findings = Linux::Description::CheckDescription(path);
+    const auto findings = Description::CheckDescription(path);
     for (const auto& messages : {findings.mistakes, findings.warnings})
     {
         for (const BasicString& message : messages)
@@ -100,8 +87,30 @@ bool CheckDescriptionAt(const BasicString& path, std::ostream& output)
     return findings.mistakes.empty();
 }
 
-/// False when there is a mistake. What settings are is known of this program's own component only.
-bool CheckComponent(const System::Acf::ComponentConfiguration& component, std::ostream& output)
+int CheckDescription(const DeviceCommandLine& commandLine, std::ostream& output)
+{
+    if (!CheckDescriptionAt(commandLine.descriptionPath, output))
+    {
+        return EXIT_FAILURE;
+    }
+    if (commandLine.rootFolder.empty())
+    {
+        return EXIT_SUCCESS;
+    }
+    const auto items = MakeItems(commandLine.descriptionPath, GetRoot(commandLine));
+    const auto pass = Items::ReadPass::Begin();
+    for (Items::DeviceItem* const item : items->GetItems())
+    {
+        const auto reading = item->TryRead(pass);
+        output << Items::FormatItem(item->GetKey(), reading.value)
+               << (reading.HasValue() ? "" : ": " + System::Commons::Text::EscapeControlCharacters(reading.cause))
+               << '\n';
+    }
+    return EXIT_SUCCESS;
+}
+
+/// False when there is a mistake. Only the settings of this program's own component are known to be a description.
+bool CheckComponent(const ComponentConfiguration& component, std::ostream& output)
 {
     bool isInOrder = true;
     if (access(component.libraryPath.c_str(), R_OK) != 0)
@@ -122,21 +131,8 @@ bool CheckComponent(const System::Acf::ComponentConfiguration& component, std::o
     return CheckDescriptionAt(component.settingsPath, output) && isInOrder;
 }
 
-} // namespace
-
-int CheckDescription(const DeviceCommandLine& commandLine, std::ostream& output)
+int CheckConfiguration(const BasicString& path, std::ostream& output)
 {
-    const bool isInOrder = CheckDescriptionAt(commandLine.descriptionPath, output);
-    if (isInOrder && !commandLine.rootFolder.empty())
-    {
-        ShowItems(*MakeItems(DeviceDescription::Load(commandLine.descriptionPath), GetRoot(commandLine)), output);
-    }
-    return isInOrder ? EXIT_SUCCESS : EXIT_FAILURE;
-}
-
-int CheckConfiguration(const DeviceCommandLine& commandLine, std::ostream& output)
-{
-    const BasicString& path = commandLine.configurationPath;
     bool isInOrder = true;
     try
     {
@@ -146,7 +142,7 @@ int CheckConfiguration(const DeviceCommandLine& commandLine, std::ostream& outpu
             output << path << ": no component is configured, there is nothing to offer\n";
             isInOrder = false;
         }
-        for (const auto& component : components)
+        for (const ComponentConfiguration& component : components)
         {
             isInOrder = CheckComponent(component, output) && isInOrder;
         }
@@ -163,30 +159,44 @@ int CheckConfiguration(const DeviceCommandLine& commandLine, std::ostream& outpu
     return isInOrder ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
-void DescribeMachine(const DeviceCommandLine& commandLine, std::ostream& output)
-{
-    using Linux::Description::MissingParts;
-    output << Linux::Description::WriteDescription(
-        GetRoot(commandLine), commandLine.simulatesMissingParts ? MissingParts::Simulated : MissingParts::Absent);
-}
-
 int ReadItems(const DeviceCommandLine& commandLine, std::ostream& output)
 {
-    const auto items = MakeItems(DeviceDescription::Load(FindDescription(commandLine)), GetRoot(commandLine));
-    bool hasAll = true;
+    const auto items = MakeItems(FindDescription(commandLine), GetRoot(commandLine));
+    int status = EXIT_SUCCESS;
     for (const BasicString& key : commandLine.keys)
     {
         if (items->TryFind(key) == nullptr)
         {
             output << key << " is not described\n";
-            hasAll = false;
+            status = EXIT_FAILURE;
             continue;
         }
         const auto value = items->Read(key);
-        hasAll = hasAll && value.GetType() != System::Rsc::RscType::NotSet;
-        output << Linux::Items::FormatItem(key, value) << '\n';
+        status = value.GetType() == System::Rsc::RscType::NotSet ? EXIT_FAILURE : status;
+        output << Items::FormatItem(key, value) << '\n';
     }
-    return hasAll ? EXIT_SUCCESS : EXIT_FAILURE;
+    return status;
+}
+
+} // namespace
+
+int RunAction(const DeviceCommandLine& commandLine, std::ostream& output)
+{
+    using Action = DeviceCommandLine::Action;
+    using Description::MissingParts;
+    switch (commandLine.action)
+    {
+    case Action::CheckDescription:
+        return CheckDescription(commandLine, output);
+    case Action::CheckConfiguration:
+        return CheckConfiguration(commandLine.configurationPath, output);
+    case Action::ReadItems:
+        return ReadItems(commandLine, output);
+    default:
+        output << Description::WriteDescription(
+            GetRoot(commandLine), commandLine.simulatesMissingParts ? MissingParts::Simulated : MissingParts::Absent);
+        return EXIT_SUCCESS;
+    }
 }
 
 } // namespace Oxa::Device::Linux::Program

@@ -7,22 +7,14 @@
 namespace Oxa::Device::Linux::Program
 {
 
-/// Writes every mistake and warning of the description on a line of its own; "… is in order" when there is no mistake,
-/// and then, with a root, every item with its value or why it has none. The exit status: 0, or 1 for a mistake. Throws
-/// ArgumentException when the root is no folder.
-[[nodiscard]] int CheckDescription(const DeviceCommandLine& commandLine, std::ostream& output);
-
-/// The same for the configuration: the document, the libraries that it names, and the descriptions of components of
-/// this program's own library. Nothing is loaded or started.
-[[nodiscard]] int CheckConfiguration(const DeviceCommandLine& commandLine, std::ostream& output);
-
-/// Writes a description of the machine. Throws ArgumentException when the root is no folder.
-void DescribeMachine(const DeviceCommandLine& commandLine, std::ostream& output);
-
-/// Writes each item on a line of its own, by the given description, else by the one of the component "Linux" that the
-/// configuration file names, else of the first component that has settings. The exit status: 0, or 1 when one of them
-/// has no value. Throws XmlException or ConfigurationException when description or configuration cannot be used.
-/// Requires: the process's application domain has its variables.
-[[nodiscard]] int ReadItems(const DeviceCommandLine& commandLine, std::ostream& output);
+/// Does what the command line asks for, except to serve, and returns the exit status: 0, or 1 when a check found a
+/// mistake or an item that was to be read has no value.
+/// Checks write each mistake and warning on a line of its own, then "… is in order" when there is no mistake; a check
+/// of a description with a root then reads every item. A check of the configuration checks the descriptions as well;
+/// nothing is loaded or started. Items are read by the given description, else by that of the component "Linux" in the
+/// configuration, else by that of the first component with settings.
+/// Throws ArgumentException when the root is not a folder, XmlException and ConfigurationException when what is to be
+/// read cannot be used. Requires: the process's application domain has its variables.
+[[nodiscard]] int RunAction(const DeviceCommandLine& commandLine, std::ostream& output);
 
 } // namespace Oxa::Device::Linux::Program

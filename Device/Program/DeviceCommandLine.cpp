@@ -12,54 +12,34 @@ namespace
 
 using Action = DeviceCommandLine::Action;
 
+/// Requires: the other options have been added.
 void AddActions(CLI::App& app, DeviceCommandLine& commandLine)
 {
     auto* const actions = app.add_option_group("actions")->require_option(0, 1);
+    const auto check = [&commandLine](const BasicString& path)
+    {
+        commandLine.action = path.empty() ? Action::CheckConfiguration : Action::CheckDescription;
+        commandLine.descriptionPath = path;
+    };
     actions
         ->add_option_function<BasicString>(
-            "--check",
-            [&commandLine](const BasicString& path)
-            {
-                commandLine.action = path.empty() ? Action::CheckConfiguration : Action::CheckDescription;
-                commandLine.descriptionPath = path;
-            },
+            "--check", check,
             "FILE or folder: every mistake of the description, with --root every item as well; without FILE those of "
             "the configuration and of its descriptions")
         ->expected(0, 1);
-    actions->add_flag_callback(
+    auto* const describe = actions->add_flag_callback(
         "--describe", [&commandLine] { commandLine.action = Action::DescribeMachine; },
         "Writes a description of the machine to standard output");
-    actions->add_flag_callback(
+    auto* const read = actions->add_flag_callback(
         "--read", [&commandLine] { commandLine.action = Action::ReadItems; },
         "Prints the items of the given keys with their types");
+    read->needs(app.get_option("KEY"));
+    app.get_option("KEY")->needs(read);
+    app.get_option("--description")->needs(read);
+    app.get_option("--simulate")->needs(describe);
 }
 
-void RequireKeysToRead(const DeviceCommandLine& commandLine)
-{
-    if ((commandLine.action == Action::ReadItems) == commandLine.keys.empty())
-    {
-        throw CLI::ValidationError("--read", "keys are needed for it, and for nothing else");
-    }
-}
-
-/// What an action has no use for must not be passed over without a word.
-void RefuseUnused(const CLI::App& app, const DeviceCommandLine& commandLine)
-{
-    if (app.count("--description") > 0 && commandLine.action != Action::ReadItems)
-    {
-        throw CLI::ValidationError("--description", "it is for --read only");
-    }
-    if (app.count("--root") > 0 && commandLine.action == Action::CheckConfiguration)
-    {
-        throw CLI::ValidationError("--root", "a configuration is checked without looking at a machine");
-    }
-    if (commandLine.simulatesMissingParts && commandLine.action != Action::DescribeMachine)
-    {
-        throw CLI::ValidationError("--simulate", "it is for --describe only");
-    }
-}
-
-/// An empty name is a variable of a script that is not set, and not the machine that the program runs on.
+/// An empty name is that of an unset variable of a script, not the machine that the program runs on.
 BasicString FindFolderMistake(const BasicString& name)
 {
     return name.empty() ? "the name of the folder is empty" : BasicString();
@@ -79,7 +59,7 @@ System::Commons::CommandLineOrStatus<DeviceCommandLine> ParseDeviceCommandLine(i
     app.add_option("--root", commandLine.rootFolder, "A folder of files that stands for the machine")
         ->check(&FindFolderMistake);
     app.add_flag("--simulate", commandLine.simulatesMissingParts,
-                 "Lets --describe simulate what the machine has not got");
+                 "Lets --describe simulate the parts that the machine lacks");
     app.add_option("--variable", variables, "NAME=VALUE: what ${NAME} in configuration files stands for")
         ->allow_extra_args(false)
         ->check(&System::Commons::FindVariableMistake);
@@ -88,8 +68,10 @@ System::Commons::CommandLineOrStatus<DeviceCommandLine> ParseDeviceCommandLine(i
     try
     {
         app.parse(argc, argv);
-        RequireKeysToRead(commandLine);
-        RefuseUnused(app, commandLine);
+        if (app.count("--root") > 0 && commandLine.action == Action::CheckConfiguration)
+        {
+            throw CLI::ValidationError("--root", "a configuration is checked without a machine");
+        }
         commandLine.variables = System::Commons::SplitVariables(variables);
         return commandLine;
     }

@@ -5,6 +5,7 @@
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/Threading/EndSignals.hpp"
+#include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 #include "Oxa/System/Rsc/RscServer.hpp"
 
 #include <sys/socket.h>
@@ -20,9 +21,24 @@ using System::Acf::ComponentManager;
 using System::Commons::ConfigurationException;
 using System::Commons::FileDescriptor;
 using System::Commons::InvalidOperationException;
+using System::Commons::Xml::XmlElementReader;
 
 namespace
 {
+
+void ReadServer(XmlElementReader& element, System::Rsc::RscServerConfiguration& server)
+{
+    element.Read("socket", server.socketPath);
+    element.Read("maximumConnections", server.maximumConnections, 1, 64);
+    const auto readUser = [&server](XmlElementReader& child)
+    {
+        System::Rsc::RscServerUser user;
+        child.ReadRequired("name", user.name);
+        child.Read("commands", user.mayCommand);
+        server.users.push_back(user);
+    };
+    element.ReadList("User", readUser);
+}
 
 void StartComponents(ComponentManager& components, const DeviceServerConfiguration& configuration)
 {
@@ -38,8 +54,7 @@ void StartComponents(ComponentManager& components, const DeviceServerConfigurati
     }
 }
 
-} // namespace
-
+/// A listening socket that the service manager handed to the process, or none.
 FileDescriptor TakeActivationSocket()
 {
     const int count = sd_listen_fds(1);
@@ -54,6 +69,32 @@ FileDescriptor TakeActivationSocket()
             "the service manager handed over {0} descriptors, expected one listening Unix socket", count);
     }
     return FileDescriptor(SD_LISTEN_FDS_START);
+}
+
+} // namespace
+
+DeviceServerConfiguration LoadDeviceServerConfiguration(const BasicString& path)
+{
+    DeviceServerConfiguration configuration;
+    const auto readDocument = [&configuration](XmlElementReader& root)
+    {
+        root.ReadChildren({{"Log",
+                            [&](XmlElementReader& element)
+                            {
+                                ReadLogConfiguration(element, configuration.log);
+                            }},
+                           {"Server",
+                            [&](XmlElementReader& element)
+                            {
+                                ReadServer(element, configuration.server);
+                            }},
+                           {"Components", [&](XmlElementReader& element)
+                            {
+                                ReadComponentConfigurations(element, configuration.components);
+                            }}});
+    };
+    XmlElementReader::ReadFile(path, "DeviceServerDocument", readDocument);
+    return configuration;
 }
 
 void ServeDevice(System::Commons::AppDomain& appDomain, const DeviceServerConfiguration& configuration)

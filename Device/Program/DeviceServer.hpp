@@ -1,7 +1,11 @@
 #pragma once
 
-#include "Device/Program/DeviceServerConfiguration.hpp"
-#include "Oxa/System/Commons/FileDescriptor.hpp"
+#include "Oxa/System/Acf/ComponentConfiguration.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogConfiguration.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+#include "Oxa/System/Rsc/RscServerConfiguration.hpp"
+
+#include <vector>
 
 namespace Oxa::System::Commons
 {
@@ -11,12 +15,21 @@ class AppDomain;
 namespace Oxa::Device::Linux::Program
 {
 
-/// A listening socket that systemd handed to the process, or none. Throws InvalidOperationException when what it
-/// handed over is not exactly one listening Unix socket.
-[[nodiscard]] System::Commons::FileDescriptor TakeActivationSocket();
+/// The configuration file of `oxa-device`. A value type.
+struct DeviceServerConfiguration
+{
+    System::Commons::Diagnostics::Logging::LogConfiguration log;
+    System::Rsc::RscServerConfiguration server;
+    std::vector<System::Acf::ComponentConfiguration> components;
+};
 
-/// Loads the components and offers what they provide until SIGTERM or SIGINT. Throws XmlException when no component
-/// came up, InvalidOperationException when nothing can be offered. Threads: the main thread only.
+/// Throws XmlException, naming file, line and cause, for a file that cannot be read or has a mistake. Placeholders
+/// resolve from the process's application domain and the environment.
+[[nodiscard]] DeviceServerConfiguration LoadDeviceServerConfiguration(const BasicString& path);
+
+/// Loads the components and offers their services until SIGTERM or SIGINT. Throws ConfigurationException when no
+/// component started, InvalidOperationException when the server's socket cannot be used or the service manager handed
+/// over anything but one listening Unix socket. Threads: the main thread only.
 void ServeDevice(System::Commons::AppDomain& appDomain, const DeviceServerConfiguration& configuration);
 
 } // namespace Oxa::Device::Linux::Program

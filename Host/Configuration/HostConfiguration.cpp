@@ -1,202 +1,153 @@
 #include "Host/Configuration/HostConfiguration.hpp"
 
-#include "Oxa/System/Acf/ComponentConfiguration.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/LogConfiguration.hpp"
-#include "Oxa/System/Commons/NotSupportedException.hpp"
-#include "Oxa/System/Commons/Xml/IXmlSerializable.hpp"
-#include "Oxa/System/Commons/Xml/XmlConfigDocument.hpp"
 #include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
-#include "Oxa/System/Commons/Xml/XmlElementRules.hpp"
-#include "Oxa/System/Commons/Xml/XmlReader.hpp"
 
 #include <boost/asio/ip/address.hpp>
 
-#include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace Oxa::Host::Configuration
 {
 
-using System::Commons::NotSupportedException;
-using System::Commons::XmlException;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
 using System::Commons::Xml::XmlElementReader;
-using System::Commons::Xml::XmlReader;
-using System::Commons::Xml::XmlSerializationContext;
 using System::Rsc::RscEndpointConfiguration;
 
 namespace
 {
 
-constexpr std::chrono::seconds longestTimeout{3600};
-constexpr std::chrono::seconds longestSession{30 * 24 * 3600};
-constexpr std::chrono::milliseconds shortestDeadline{10};
-constexpr std::chrono::milliseconds longestDeadline{60'000};
-/// What the address of a Unix socket has room for.
-constexpr std::size_t longestSocketPath = 107;
-
-void ReadSocket(const XmlElementReader& element, RscEndpointConfiguration& endpoint)
+void ReadHttp(XmlElementReader& element, HttpConfiguration& http)
 {
-    element.ReadRequired("socket", endpoint.socketPath);
-    if (endpoint.socketPath.empty() || endpoint.socketPath.front() != '/' ||
-        endpoint.socketPath.size() > longestSocketPath)
+    constexpr seconds longest{3600};
+    http.position = element.GetPosition();
+    element.Read("address", http.address);
+    boost::system::error_code error;
+    boost::asio::ip::make_address(http.address, error);
+    if (error)
     {
-        element.ThrowBadValue("socket", endpoint.socketPath, "an absolute path of at most 107 bytes");
+        element.ReportBadValue("address", http.address, "an IP address");
     }
+    element.Read("port", http.port, 0, std::numeric_limits<uint16>::max());
+    element.Read("maximumConnections", http.maximumConnections, 1, 10000);
+    element.Read("idleSeconds", http.idleTimeout, seconds(1), longest);
+    element.Read("headerSeconds", http.headerTimeout, seconds(1), longest);
+    element.Read("bodySeconds", http.bodyTimeout, seconds(1), longest);
+    element.Read("writeSeconds", http.writeTimeout, seconds(1), longest);
+    element.Read("shutdownSeconds", http.shutdownTimeout, seconds(1), longest);
 }
 
-/// Fills a configuration from the document element's children.
-class ConfigurationDocument final : public System::Commons::Xml::IXmlSerializable
+void ReadSessions(XmlElementReader& element, SessionConfiguration& sessions)
 {
-public:
-    explicit ConfigurationDocument(HostConfiguration& configuration) : configuration(configuration)
-    {
-        AddLogRules(rules, configuration.log);
-        AddComponentRules(rules, configuration.components);
-        Add("Http", &ConfigurationDocument::ReadHttp);
-        Add("Users", &ConfigurationDocument::ReadUsers);
-        Add("Sessions", &ConfigurationDocument::ReadSessions);
-        Add("Requests", &ConfigurationDocument::ReadRequests);
-        Add("Services", &ConfigurationDocument::ReadList);
-        Add("Services/Provider", &ConfigurationDocument::ReadServiceProvider);
-        Add("Modules", &ConfigurationDocument::ReadList);
-        Add("Modules/Module", &ConfigurationDocument::ReadModule);
-        Add("Modules/Module/DataProvider", &ConfigurationDocument::ReadDataProvider);
-    }
+    constexpr seconds longest{30 * 24 * 3600};
+    element.Read("idleSeconds", sessions.idleTimeout, seconds(1), longest);
+    element.Read("lifetimeSeconds", sessions.lifetime, seconds(1), longest);
+    element.Read("maximumPerUser", sessions.maximumPerUser, 1, 64);
+    element.Read("maximumTotal", sessions.maximumTotal, 1, 4096);
+}
 
-    void ReadXml(XmlReader& reader, XmlSerializationContext& context) override
+void ReadServiceProvider(XmlElementReader& element, std::vector<RscEndpointConfiguration>& endpoints)
+{
+    /// The bytes that the address of a Unix socket can hold.
+    constexpr std::size_t longestSocketPath = 107;
+    constexpr milliseconds shortest{10};
+    constexpr milliseconds longest{60'000};
+    RscEndpointConfiguration endpoint;
+    element.ReadRequired("name", endpoint.providerName);
+    element.RequireNew("name", endpoint.providerName, endpoints, &RscEndpointConfiguration::providerName);
+    element.ReadRequired("socket", endpoint.socketPath);
+    if (!endpoint.socketPath.starts_with('/') || endpoint.socketPath.size() > longestSocketPath)
     {
-        rules.Read(reader, context);
-        if (configuration.usersDatabasePath.empty())
-        {
-            throw XmlException::Create(reader, "the element 'Users' is missing");
-        }
+        element.ReportBadValue("socket", endpoint.socketPath, "an absolute path of at most 107 bytes");
     }
+    element.Read("readMilliseconds", endpoint.readTimeout, shortest, longest);
+    element.Read("commandMilliseconds", endpoint.commandTimeout, shortest, longest);
+    endpoints.push_back(std::move(endpoint));
+}
 
-    void WriteXml(System::Commons::Xml::XmlWriter& /*writer*/, XmlSerializationContext& /*context*/) override
+void ReadDataProvider(XmlElementReader& element, ModuleConfiguration& module,
+                      const std::vector<ModuleConfiguration>& otherModules)
+{
+    DataProviderConfiguration provider;
+    element.ReadRequired("name", provider.name);
+    element.Read("safe", provider.isSafe);
+    element.RequireNew("name", provider.name, module.dataProviders, &DataProviderConfiguration::name);
+    for (const ModuleConfiguration& other : otherModules)
     {
-        throw NotSupportedException::Create("The host's configuration is only read");
+        element.RequireNew("name", provider.name, other.dataProviders, &DataProviderConfiguration::name);
     }
+    module.dataProviders.push_back(std::move(provider));
+}
 
-private:
-    void Add(const BasicString& path, void (ConfigurationDocument::*read)(const XmlElementReader&))
-    {
-        rules.Add(path, [this, read](const XmlElementReader& element) { (this->*read)(element); });
-    }
-
-    void ReadHttp(const XmlElementReader& element)
-    {
-        element.RequireOnly({"address", "port", "maximumConnections", "idleSeconds", "headerSeconds", "bodySeconds",
-                             "writeSeconds", "shutdownSeconds"});
-        HttpConfiguration& http = configuration.http;
-        http.position = element.GetPosition();
-        element.Read("address", http.address);
-        boost::system::error_code error;
-        boost::asio::ip::make_address(http.address, error);
-        if (error)
-        {
-            element.ThrowBadValue("address", http.address, "an IP address");
-        }
-        std::size_t port = http.port;
-        element.Read("port", port, 0, std::numeric_limits<uint16>::max());
-        http.port = static_cast<uint16>(port);
-        element.Read("maximumConnections", http.maximumConnections, 1, 10000);
-        element.Read("idleSeconds", http.idleTimeout, longestTimeout);
-        element.Read("headerSeconds", http.headerTimeout, longestTimeout);
-        element.Read("bodySeconds", http.bodyTimeout, longestTimeout);
-        element.Read("writeSeconds", http.writeTimeout, longestTimeout);
-        element.Read("shutdownSeconds", http.shutdownTimeout, longestTimeout);
-    }
-
-    void ReadUsers(const XmlElementReader& element)
-    {
-        element.RequireOnly({"database"});
-        element.ReadRequired("database", configuration.usersDatabasePath);
-        configuration.usersPosition = element.GetPosition();
-    }
-
-    void ReadSessions(const XmlElementReader& element)
-    {
-        element.RequireOnly({"idleSeconds", "lifetimeSeconds", "maximumPerUser", "maximumTotal"});
-        SessionConfiguration& sessions = configuration.sessions;
-        element.Read("idleSeconds", sessions.idleTimeout, longestSession);
-        element.Read("lifetimeSeconds", sessions.lifetime, longestSession);
-        element.Read("maximumPerUser", sessions.maximumPerUser, 1, 64);
-        element.Read("maximumTotal", sessions.maximumTotal, 1, 4096);
-    }
-
-    void ReadRequests(const XmlElementReader& element)
-    {
-        element.RequireOnly({"maximumWaiting"});
-        element.Read("maximumWaiting", configuration.maximumWaitingRequests, 0, 1000);
-    }
-
-    void ReadList(const XmlElementReader& element)
-    {
-        element.RequireOnly({});
-    }
-
-    void ReadServiceProvider(const XmlElementReader& element)
-    {
-        element.RequireOnly({"name", "socket", "readMilliseconds", "commandMilliseconds"});
-        RscEndpointConfiguration endpoint;
-        element.ReadRequired("name", endpoint.providerName);
-        ReadSocket(element, endpoint);
-        element.Read("readMilliseconds", endpoint.readTimeout, shortestDeadline, longestDeadline);
-        element.Read("commandMilliseconds", endpoint.commandTimeout, shortestDeadline, longestDeadline);
-        auto& endpoints = configuration.serviceEndpoints;
-        if (std::any_of(endpoints.begin(), endpoints.end(),
-                        [&endpoint](const auto& each) { return each.providerName == endpoint.providerName; }))
-        {
-            element.ThrowBadValue("name", endpoint.providerName, "a name that is not taken");
-        }
-        endpoints.push_back(std::move(endpoint));
-    }
-
-    void ReadModule(const XmlElementReader& element)
-    {
-        element.RequireOnly({"name", "library", "settings"});
-        ModuleConfiguration module;
-        element.ReadRequired("name", module.name);
-        element.ReadRequired("library", module.libraryPath);
-        element.Read("settings", module.settingsPath);
-        module.position = element.GetPosition();
-        RequireNewName(element, module.name, configuration.modules);
-        configuration.modules.push_back(std::move(module));
-    }
-
-    void ReadDataProvider(const XmlElementReader& element)
-    {
-        element.RequireOnly({"name", "safe"});
-        DataProviderConfiguration provider;
-        element.ReadRequired("name", provider.name);
-        element.Read("safe", provider.isSafe);
-        for (const ModuleConfiguration& module : configuration.modules)
-        {
-            RequireNewName(element, provider.name, module.dataProviders);
-        }
-        configuration.modules.back().dataProviders.push_back(std::move(provider));
-    }
-
-    template <class Items>
-    static void RequireNewName(const XmlElementReader& element, const BasicString& name, const Items& items)
-    {
-        if (std::any_of(items.begin(), items.end(), [&name](const auto& item) { return item.name == name; }))
-        {
-            element.ThrowBadValue("name", name, "a name that is not taken");
-        }
-    }
-
-    HostConfiguration& configuration;
-    System::Commons::Xml::XmlElementRules rules;
-};
+void ReadModule(XmlElementReader& element, std::vector<ModuleConfiguration>& modules)
+{
+    ModuleConfiguration module;
+    element.ReadRequired("name", module.name);
+    element.ReadRequired("library", module.libraryPath);
+    element.Read("settings", module.settingsPath);
+    module.position = element.GetPosition();
+    element.RequireNew("name", module.name, modules, &ModuleConfiguration::name);
+    element.ReadList("DataProvider", [&](XmlElementReader& child) { ReadDataProvider(child, module, modules); });
+    modules.push_back(std::move(module));
+}
 
 } // namespace
 
 HostConfiguration LoadHostConfiguration(const BasicString& path)
 {
     HostConfiguration configuration;
-    ConfigurationDocument root(configuration);
-    System::Commons::Xml::XmlConfigDocument("WbmHostDocument", root).Load(path);
+    const auto readUsers = [&configuration](XmlElementReader& element)
+    {
+        element.ReadRequired("database", configuration.usersDatabasePath);
+        configuration.usersPosition = element.GetPosition();
+    };
+    const auto readRequests = [&configuration](XmlElementReader& element)
+    {
+        element.Read("maximumWaiting", configuration.maximumWaitingRequests, 0, 1000);
+    };
+    const auto readServices = [&configuration](XmlElementReader& element)
+    {
+        element.ReadList("Provider", [&configuration](XmlElementReader& child)
+                         { ReadServiceProvider(child, configuration.serviceEndpoints); });
+    };
+    const auto readModules = [&configuration](XmlElementReader& element)
+    {
+        element.ReadList("Module",
+                         [&configuration](XmlElementReader& child) { ReadModule(child, configuration.modules); });
+    };
+    const auto readDocument = [&](XmlElementReader& root)
+    {
+        root.ReadChildren({{"Log",
+                            [&](XmlElementReader& element)
+                            {
+                                ReadLogConfiguration(element, configuration.log);
+                            }},
+                           {"Http",
+                            [&](XmlElementReader& element)
+                            {
+                                ReadHttp(element, configuration.http);
+                            }},
+                           {"Users", readUsers},
+                           {"Sessions",
+                            [&](XmlElementReader& element)
+                            {
+                                ReadSessions(element, configuration.sessions);
+                            }},
+                           {"Requests", readRequests},
+                           {"Services", readServices},
+                           {"Components",
+                            [&](XmlElementReader& element)
+                            {
+                                ReadComponentConfigurations(element, configuration.components);
+                            }},
+                           {"Modules", readModules}});
+        if (configuration.usersDatabasePath.empty())
+        {
+            root.Report("the element 'Users' is missing");
+        }
+    };
+    XmlElementReader::ReadFile(path, "WbmHostDocument", readDocument);
     return configuration;
 }
 

@@ -158,9 +158,7 @@ void HostedModule::RunAndReport(const char* fault, const Step& step) noexcept
 
 void HostedModule::Report(const XmlException& exception)
 {
-    const BasicString& position = exception.GetReadingPosition();
-    Report("cannot use its settings",
-           position.empty() ? exception.GetMessage() : position + ": " + exception.GetMessage());
+    Report("cannot use its settings", exception.GetMessageWithPosition());
 }
 
 void HostedModule::Report(const char* fault, const BasicString& cause)

@@ -230,8 +230,7 @@ TEST(LoadingADescription, LetsLaterFilesOfAFolderWinItemByItem)
     machine.Write("/d/2.xml", R"(<DeviceDescriptionDocument><Restart action="reboot"/><Item key="A"><uptime/></Item>
         <Item key="Status.Cpu.2.Load.Percent"><text value="7"/></Item></DeviceDescriptionDocument>)");
     const auto description = DeviceDescription::Load(machine.GetPath("/d"));
-    EXPECT_EQ(description.GetContent().commands.restart,
-              Oxa::Device::Linux::Commands::CommandSettings::RestartAction::Reboot);
+    EXPECT_EQ(description.commands.restart, Oxa::Device::Linux::Commands::CommandSettings::RestartAction::Reboot);
     DescribedMachine described(machine.GetRoot());
     const auto items = description.MakeItems(described);
     for (const auto& [key, value] : {std::pair("A", "Uint64 93784"),

@@ -2,9 +2,13 @@
 
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
-#include "Oxa/System/Commons/Xml/XmlElementRules.hpp"
 
 #include <vector>
+
+namespace Oxa::System::Commons::Xml
+{
+class XmlElementReader;
+}
 
 namespace Oxa::System::Acf
 {
@@ -23,9 +27,8 @@ struct ComponentConfiguration
     BasicString position = {};
 };
 
-/// Adds the elements "Components" and "Components/Component" (name, library, component, settings) to a configuration
-/// document. They are appended to `components`, which must outlive the rules.
-OXA_EXPORT void AddComponentRules(System::Commons::Xml::XmlElementRules& rules,
-                                  std::vector<ComponentConfiguration>& components);
+/// Reads an element "Components" of a configuration: its children "Component" (name, library, component, settings).
+OXA_EXPORT void ReadComponentConfigurations(System::Commons::Xml::XmlElementReader& element,
+                                            std::vector<ComponentConfiguration>& components);
 
 } // namespace Oxa::System::Acf

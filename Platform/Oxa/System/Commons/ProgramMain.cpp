@@ -85,8 +85,7 @@ int RunProgram(const char* programName, const std::function<int(AppDomain&)>& ru
     }
     catch (const XmlException& exception)
     {
-        const BasicString& position = exception.GetReadingPosition();
-        return Fail(configurationFaultStatus, position + (position.empty() ? "" : ": ") + exception.what());
+        return Fail(configurationFaultStatus, exception.GetMessageWithPosition());
     }
     catch (const ConfigurationException& exception)
     {

@@ -2,8 +2,6 @@
 
 #include "Oxa/System/Commons/Xml/XmlReader.hpp"
 
-#include <utility>
-
 namespace Oxa::System::Commons
 {
 
@@ -27,20 +25,18 @@ XmlException XmlException::CreateAtPosition(const Xml::XmlReader& reader, std::s
     return CreateAt(reader.GetFileName(), reader.GetLineNumber(), message);
 }
 
-const BasicString& XmlException::GetReadingPosition() const noexcept
+BasicString XmlException::GetMessageWithPosition() const
 {
-    static const BasicString none;
-    return readingPosition ? *readingPosition : none;
+    return readingPosition ? *readingPosition + ": " + GetMessage() : GetMessage();
 }
 
-void XmlException::SetReadingPosition(BasicString position)
+void XmlException::AddReadingPosition(const Xml::XmlReader& reader)
 {
-    readingPosition = std::make_shared<const BasicString>(std::move(position));
-}
-
-bool XmlException::HasPositionInText() const noexcept
-{
-    return hasPositionInText;
+    if (!hasPositionInText)
+    {
+        readingPosition =
+            std::make_shared<const BasicString>(Text::Format("{0}:{1}", reader.GetFileName(), reader.GetLineNumber()));
+    }
 }
 
 } // namespace Oxa::System::Commons

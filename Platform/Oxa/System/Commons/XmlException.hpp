@@ -10,7 +10,7 @@ namespace Xml
 class XmlReader;
 }
 
-/// A settings or configuration document cannot be read or does not say what it has to.
+/// A settings or configuration document cannot be read or has a mistake.
 class OXA_EXPORT XmlException final : public Exception
 {
 public:
@@ -39,12 +39,11 @@ public:
 
     [[nodiscard]] static XmlException CreateAt(const BasicString& fileName, int lineNumber, std::string_view message);
 
-    /// "FILE:LINE" of the place that was being read when the exception passed through the document, for a report to
-    /// people; the text of the exception stays as it was created. Empty when the text names the place itself.
-    [[nodiscard]] const BasicString& GetReadingPosition() const noexcept;
-    void SetReadingPosition(BasicString position);
+    /// For a report to people: the text, behind "FILE:LINE: " when it names no position itself but one was added.
+    [[nodiscard]] BasicString GetMessageWithPosition() const;
 
-    [[nodiscard]] bool HasPositionInText() const noexcept;
+    /// Adds the reader's position; the text stays as it was created.
+    void AddReadingPosition(const Xml::XmlReader& reader);
 
 private:
     [[nodiscard]] static XmlException CreateAtPosition(const Xml::XmlReader& reader, std::string_view message);

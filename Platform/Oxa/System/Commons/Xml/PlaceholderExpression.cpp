@@ -58,32 +58,22 @@ BasicString PlaceholderExpression::ResolvePlaceholder(std::string_view placehold
 {
     const std::string_view content = placeholder.substr(opening.size(), placeholder.size() - opening.size() - 1);
     const std::size_t mark = content.find(defaultMark);
-    BasicString value;
-    const bool isKnown = TryResolveName(BasicString(content.substr(0, mark)), value);
-    if (mark != std::string_view::npos)
+    const std::optional<BasicString> value = FindVariable(BasicString(content.substr(0, mark)));
+    if (mark != std::string_view::npos && (!value || value->empty()))
     {
-        return value.empty() ? Resolve(content.substr(mark + defaultMark.size())) : value;
+        return Resolve(content.substr(mark + defaultMark.size()));
     }
-    return isKnown ? value : BasicString(placeholder);
+    return value.value_or(BasicString(placeholder));
 }
 
-bool PlaceholderExpression::TryResolveName(const BasicString& name, BasicString& value) const
+std::optional<BasicString> PlaceholderExpression::FindVariable(const BasicString& name) const
 {
-    if (appDomain != nullptr)
+    auto variable = appDomain != nullptr ? appDomain->TryGetVariable(name) : std::nullopt;
+    if (const char* const fallback = std::getenv(name.c_str()); !variable && fallback != nullptr)
     {
-        if (auto variable = appDomain->TryGetVariable(name))
-        {
-            value = std::move(*variable);
-            return true;
-        }
+        variable = fallback;
     }
-    const char* const variable = std::getenv(name.c_str());
-    if (variable == nullptr)
-    {
-        return false;
-    }
-    value = variable;
-    return true;
+    return variable;
 }
 
 } // namespace Oxa::System::Commons::Xml

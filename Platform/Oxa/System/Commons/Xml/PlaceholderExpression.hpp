@@ -3,6 +3,7 @@
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <optional>
 #include <string_view>
 
 namespace Oxa::System::Commons
@@ -15,7 +16,7 @@ namespace Oxa::System::Commons::Xml
 
 /// Resolves placeholders in configuration texts: ${NAME} becomes the application domain's variable of that name, else
 /// the environment's; an unknown one stays as it is. ${NAME:-DEFAULT} becomes the default, in which placeholders are
-/// resolved, when the variable is unknown or empty. The value of a variable is not searched again.
+/// resolved, when the variable is unknown or empty. Placeholders in the value of a variable are not resolved.
 /// Threads: as safe as the application domain; the environment must not change meanwhile.
 class OXA_EXPORT PlaceholderExpression final
 {
@@ -27,7 +28,7 @@ public:
 
 private:
     [[nodiscard]] BasicString ResolvePlaceholder(std::string_view placeholder) const;
-    [[nodiscard]] bool TryResolveName(const BasicString& name, BasicString& value) const;
+    [[nodiscard]] std::optional<BasicString> FindVariable(const BasicString& name) const;
 
     const AppDomain* appDomain;
 };

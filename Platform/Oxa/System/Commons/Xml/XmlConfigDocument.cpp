@@ -20,10 +20,7 @@ XmlConfigDocument::~XmlConfigDocument() = default;
 void XmlConfigDocument::Load(const BasicString& path)
 {
     XmlReader reader(path);
-    if (const BasicString name = reader.GetElementLocalName(); name != documentElementName)
-    {
-        throw XmlException::Create(reader, "the document element is '{0}', expected '{1}'", name, documentElementName);
-    }
+    reader.RequireDocumentElement(documentElementName);
     XmlSerializationContext context(Singleton<AppDomain>::TryGetInstance());
     try
     {
@@ -31,10 +28,7 @@ void XmlConfigDocument::Load(const BasicString& path)
     }
     catch (XmlException& exception)
     {
-        if (!exception.HasPositionInText())
-        {
-            exception.SetReadingPosition(Text::Format("{0}:{1}", reader.GetFileName(), reader.GetLineNumber()));
-        }
+        exception.AddReadingPosition(reader);
         throw;
     }
     reader.ReadToEnd();

@@ -410,6 +410,14 @@ BasicString XmlReader::GetElementLocalName() const
     return name.substr(name.find(':') + 1);
 }
 
+void XmlReader::RequireDocumentElement(std::string_view localName) const
+{
+    if (const BasicString name = GetElementLocalName(); name != localName)
+    {
+        throw XmlException::Create(*this, "the document element is '{0}', expected '{1}'", name, localName);
+    }
+}
+
 int XmlReader::GetDepth() const
 {
     return implementation->GetElement().depth;

@@ -52,12 +52,15 @@ public:
     /// As it is written, with its prefix.
     [[nodiscard]] BasicString GetElementName() const;
 
+    /// Throws XmlException when the current element is not the document element of that local name.
+    void RequireDocumentElement(std::string_view localName) const;
+
     /// How many elements the current one lies in: 0 for the document element.
     [[nodiscard]] int GetDepth() const;
 
     /// `attributeName`: as it is written. False, and `value` is unchanged, when the current element has no such
-    /// attribute. `T`: BasicString, bool ("true"
-    /// or "false") or an integer type, for which a text that does not fit throws XmlException.
+    /// attribute. `T`: BasicString, bool ("true" or "false") or an integer type, for which a text that does not fit
+    /// throws XmlException.
     template <class T>
     bool TryGetAttributeValue(std::string_view attributeName, T& value) const
     {

@@ -3,9 +3,11 @@
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
+#include <boost/algorithm/string/replace.hpp>
 #include <libxml/xmlwriter.h>
 
 #include <cstddef>
+#include <memory>
 #include <new>
 
 namespace Oxa::System::Commons::Xml
@@ -14,49 +16,35 @@ namespace Oxa::System::Commons::Xml
 namespace
 {
 
-constexpr std::string_view replacement = "\xEF\xBF\xBD";
-
-/// How many bytes the first character has when it is one of those that XML has not got, not even escaped: most control
-/// characters, U+FFFE and U+FFFF. Else 0. Requires: valid UTF-8, not empty.
-std::size_t MeasureForbidden(std::string_view text) noexcept
-{
-    const auto first = static_cast<unsigned char>(text.front());
-    if (first < 0x20)
-    {
-        return first == '\t' || first == '\n' || first == '\r' ? 0 : 1;
-    }
-    return text.starts_with("\xEF\xBF\xBE") || text.starts_with("\xEF\xBF\xBF") ? 3 : 0;
-}
-
+/// Replaces what XML cannot express, not even escaped: bytes that are not UTF-8, most control characters, U+FFFE and
+/// U+FFFF.
 BasicString ReplaceForbidden(std::string_view text)
 {
-    const BasicString valid = Text::ReplaceInvalidUtf8(text);
+    constexpr std::string_view replacement = "\xEF\xBF\xBD";
     BasicString result;
-    for (std::string_view rest = valid; !rest.empty();)
+    for (const char character : Text::ReplaceInvalidUtf8(text))
     {
-        const std::size_t forbidden = MeasureForbidden(rest);
-        result += forbidden > 0 ? replacement : rest.substr(0, 1);
-        rest.remove_prefix(forbidden > 0 ? forbidden : 1);
+        const bool isForbidden =
+            static_cast<unsigned char>(character) < 0x20 && character != '\t' && character != '\n' && character != '\r';
+        result.append(isForbidden ? replacement : std::string_view(&character, 1));
     }
+    boost::algorithm::replace_all(result, "\xEF\xBF\xBE", replacement);
+    boost::algorithm::replace_all(result, "\xEF\xBF\xBF", replacement);
     return result;
 }
 
-/// A comment can neither hold two hyphens in a row nor end with one: a blank follows each that would be one of those.
+/// A comment can neither hold two hyphens in a row nor end with one: a blank follows each of those.
 BasicString SeparateHyphens(std::string_view text)
 {
-    BasicString result;
-    for (std::size_t at = 0; at < text.size(); ++at)
+    BasicString result(text);
+    for (std::size_t at = result.find("--"); at != BasicString::npos; at = result.find("--", at))
     {
-        result += text[at];
-        if (text[at] == '-' && (at + 1 == text.size() || text[at + 1] == '-'))
-        {
-            result += ' ';
-        }
+        result.insert(at + 1, 1, ' ');
     }
-    return result;
+    return result.ends_with('-') ? result + ' ' : result;
 }
 
-/// NUL-terminated valid UTF-8 of characters that XML has, as libxml2 wants it.
+/// A text as libxml2 takes it: NUL-terminated UTF-8 without forbidden characters.
 class XmlText final
 {
 public:
@@ -76,36 +64,26 @@ private:
 struct XmlWriter::Implementation
 {
     Implementation()
-        : buffer(xmlBufferCreate()), writer(buffer != nullptr ? xmlNewTextWriterMemory(buffer, 0) : nullptr)
     {
-        if (writer == nullptr)
+        if (!writer)
         {
-            xmlBufferFree(buffer);
             throw std::bad_alloc();
         }
-        xmlTextWriterSetIndent(writer, 1);
-        xmlTextWriterStartDocument(writer, nullptr, "UTF-8", nullptr);
-    }
-
-    Implementation(const Implementation&) = delete;
-    Implementation& operator=(const Implementation&) = delete;
-
-    ~Implementation()
-    {
-        xmlFreeTextWriter(writer);
-        xmlBufferFree(buffer);
+        xmlTextWriterSetIndent(writer.get(), 1);
+        xmlTextWriterStartDocument(writer.get(), nullptr, "UTF-8", nullptr);
     }
 
     static void Check(int result, const char* operation)
     {
         if (result < 0)
         {
-            throw InvalidOperationException::Create("The XML writer cannot write {0} here", operation);
+            throw InvalidOperationException::Create("the XML writer cannot write {0} here", operation);
         }
     }
 
-    xmlBufferPtr buffer;
-    xmlTextWriterPtr writer;
+    const std::unique_ptr<xmlBuffer, decltype(&xmlBufferFree)> buffer{xmlBufferCreate(), &xmlBufferFree};
+    const std::unique_ptr<xmlTextWriter, decltype(&xmlFreeTextWriter)> writer{xmlNewTextWriterMemory(buffer.get(), 0),
+                                                                              &xmlFreeTextWriter};
 };
 
 XmlWriter::XmlWriter() : implementation(std::make_unique<Implementation>()) {}
@@ -114,35 +92,36 @@ XmlWriter::~XmlWriter() = default;
 
 void XmlWriter::WriteStartElement(std::string_view name)
 {
-    Implementation::Check(xmlTextWriterStartElement(implementation->writer, XmlText(name).Get()), "a start tag");
+    Implementation::Check(xmlTextWriterStartElement(implementation->writer.get(), XmlText(name).Get()), "a start tag");
 }
 
 void XmlWriter::WriteAttribute(std::string_view name, std::string_view value)
 {
     Implementation::Check(
-        xmlTextWriterWriteAttribute(implementation->writer, XmlText(name).Get(), XmlText(value).Get()), "an attribute");
+        xmlTextWriterWriteAttribute(implementation->writer.get(), XmlText(name).Get(), XmlText(value).Get()),
+        "an attribute");
 }
 
 void XmlWriter::WriteText(std::string_view text)
 {
-    Implementation::Check(xmlTextWriterWriteString(implementation->writer, XmlText(text).Get()), "a text");
+    Implementation::Check(xmlTextWriterWriteString(implementation->writer.get(), XmlText(text).Get()), "a text");
 }
 
 void XmlWriter::WriteComment(std::string_view text)
 {
-    Implementation::Check(xmlTextWriterWriteComment(implementation->writer, XmlText(SeparateHyphens(text)).Get()),
+    Implementation::Check(xmlTextWriterWriteComment(implementation->writer.get(), XmlText(SeparateHyphens(text)).Get()),
                           "a comment");
 }
 
 void XmlWriter::WriteEndElement()
 {
-    Implementation::Check(xmlTextWriterEndElement(implementation->writer), "an end tag");
+    Implementation::Check(xmlTextWriterEndElement(implementation->writer.get()), "an end tag");
 }
 
 BasicString XmlWriter::GetText() const
 {
-    xmlTextWriterFlush(implementation->writer);
-    return reinterpret_cast<const char*>(xmlBufferContent(implementation->buffer));
+    xmlTextWriterFlush(implementation->writer.get());
+    return reinterpret_cast<const char*>(xmlBufferContent(implementation->buffer.get()));
 }
 
 } // namespace Oxa::System::Commons::Xml

@@ -9,8 +9,8 @@
 namespace Oxa::System::Commons::Xml
 {
 
-/// Writes one indented XML document in UTF-8 from front to back. Characters that XML has not got, and bytes that are no
-/// UTF-8, become U+FFFD: every text can be written, and the document can be read again.
+/// Writes one indented XML document in UTF-8 from front to back. Characters that XML does not allow, and bytes that are
+/// not UTF-8, become U+FFFD: every text can be written, and the document can be read again.
 /// Threads: one at a time. Throws InvalidOperationException when an element is closed that is not open.
 class OXA_EXPORT XmlWriter final
 {

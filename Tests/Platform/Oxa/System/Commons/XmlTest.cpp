@@ -67,7 +67,7 @@ protected:
         }
         catch (const XmlException& exception)
         {
-            readingPosition = exception.GetReadingPosition();
+            messageWithPosition = exception.GetMessageWithPosition();
             return exception.what();
         }
         return {};
@@ -75,7 +75,7 @@ protected:
 
     const std::filesystem::path folder;
     NameCollector collector;
-    BasicString readingPosition;
+    BasicString messageWithPosition;
 };
 
 TEST(ReadingXml, VisitsStartTagsAndLeavesElementsWithAllTheyHold)
@@ -173,7 +173,7 @@ TEST_F(LoadingDocuments, KeepsTheTextOfAnExceptionAndAddsThePositionBesideIt)
 {
     const BasicString path = Write("bad.xml", "<Root>\n\n<Bad/></Root>");
     EXPECT_EQ(Load(path), "bad element");
-    EXPECT_EQ(readingPosition, path + ":3");
+    EXPECT_EQ(messageWithPosition, path + ":3: bad element");
 }
 
 TEST_F(LoadingDocuments, ReadsAllFilesOfAFolderInNameOrder)

@@ -1,5 +1,7 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/LogConfiguration.hpp"
 
+#include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
+
 namespace Oxa::System::Commons::Diagnostics::Logging
 {
 
@@ -8,68 +10,47 @@ using Xml::XmlElementReader;
 namespace
 {
 
-LogLevel ReadLogLevel(const XmlElementReader& element, LogLevel fallback)
+void ReadLevel(XmlElementReader& element, LogLevel& level)
 {
     BasicString text;
-    element.Read("level", text);
-    if (text.empty())
+    if (!element.Read("level", text) || text.empty())
     {
-        return fallback;
+        return;
     }
-    const auto level = ParseLogLevel(text);
-    if (!level)
+    const auto parsed = ParseLogLevel(text);
+    if (!parsed)
     {
-        element.ThrowBadValue("level", text, "error, warning, notice, information, debug or a digit from 0 to 7");
+        element.ReportBadValue("level", text, "error, warning, notice, information, debug or a digit from 0 to 7");
     }
-    return *level;
-}
-
-LogConfiguration::Target ReadLogTarget(const XmlElementReader& element)
-{
-    BasicString text = "console";
-    element.Read("target", text);
-    if (text == "console")
-    {
-        return LogConfiguration::Target::Console;
-    }
-    if (text == "syslog")
-    {
-        return LogConfiguration::Target::Syslog;
-    }
-    if (text != "file")
-    {
-        element.ThrowBadValue("target", text, "console, syslog or file");
-    }
-    return LogConfiguration::Target::File;
-}
-
-void ReadLog(const XmlElementReader& element, LogConfiguration& configuration)
-{
-    element.RequireOnly({"level", "target", "file"});
-    configuration.level = ReadLogLevel(element, configuration.level);
-    configuration.target = ReadLogTarget(element);
-    if (configuration.target == LogConfiguration::Target::File)
-    {
-        element.ReadRequired("file", configuration.filePath);
-        configuration.position = element.GetPosition();
-    }
-}
-
-void ReadPrefixLevel(const XmlElementReader& element, LogConfiguration& configuration)
-{
-    element.RequireOnly({"prefix", "level"});
-    BasicString prefix;
-    element.ReadRequired("prefix", prefix);
-    configuration.levelsByPrefix[prefix] = ReadLogLevel(element, configuration.level);
+    level = parsed.value_or(level);
 }
 
 } // namespace
 
-void AddLogRules(Xml::XmlElementRules& rules, LogConfiguration& configuration)
+void ReadLogConfiguration(XmlElementReader& element, LogConfiguration& configuration)
 {
-    rules.Add("Log", [&configuration](const XmlElementReader& element) { ReadLog(element, configuration); });
-    rules.Add("Log/Level",
-              [&configuration](const XmlElementReader& element) { ReadPrefixLevel(element, configuration); });
+    using Target = LogConfiguration::Target;
+    ReadLevel(element, configuration.level);
+    element.ReadChoice("target", {{"console", Target::Console}, {"syslog", Target::Syslog}, {"file", Target::File}},
+                       configuration.target);
+    if (configuration.target == Target::File)
+    {
+        element.ReadRequired("file", configuration.filePath);
+        configuration.position = element.GetPosition();
+    }
+    else
+    {
+        element.Ignore({"file"});
+    }
+    const auto readPrefix = [&configuration](XmlElementReader& child)
+    {
+        BasicString prefix;
+        child.ReadRequired("prefix", prefix);
+        auto& level = configuration.levelsByPrefix[prefix];
+        level = configuration.level;
+        ReadLevel(child, level);
+    };
+    element.ReadList("Level", readPrefix);
 }
 
 } // namespace Oxa::System::Commons::Diagnostics::Logging

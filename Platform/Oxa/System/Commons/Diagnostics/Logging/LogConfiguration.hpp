@@ -3,9 +3,13 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/LogLevel.hpp"
 #include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
-#include "Oxa/System/Commons/Xml/XmlElementRules.hpp"
 
 #include <map>
+
+namespace Oxa::System::Commons::Xml
+{
+class XmlElementReader;
+}
 
 namespace Oxa::System::Commons::Diagnostics::Logging
 {
@@ -35,8 +39,7 @@ struct LogConfiguration
     std::map<BasicString, LogLevel> levelsByPrefix;
 };
 
-/// Adds the elements "Log" (level, target, file) and "Log/Level" (prefix, level) to a configuration document. They fill
-/// `configuration`, which must outlive the rules.
-OXA_EXPORT void AddLogRules(Xml::XmlElementRules& rules, LogConfiguration& configuration);
+/// Reads an element "Log" of a configuration (level, target, file) and its children "Level" (prefix, level).
+OXA_EXPORT void ReadLogConfiguration(Xml::XmlElementReader& element, LogConfiguration& configuration);
 
 } // namespace Oxa::System::Commons::Diagnostics::Logging
