@@ -29,17 +29,17 @@ struct HttpRequest
 {
     HttpMethod method = HttpMethod::Other;
     /// The target without query, percent-encoding as it came; "*" for OPTIONS of the server as a whole.
-    std::string_view path;
+    std::string_view path = {};
     /// What follows the "?", without it.
-    std::string_view query;
+    std::string_view query = {};
     /// Of an absolute target its authority, else the header field.
-    std::string_view host;
-    std::string_view authorization;
-    std::string_view cookie;
-    std::string_view contentType;
-    std::string_view origin;
-    std::string_view fetchSite;
-    std::string_view body;
+    std::string_view host = {};
+    std::string_view authorization = {};
+    std::string_view cookie = {};
+    std::string_view contentType = {};
+    std::string_view origin = {};
+    std::string_view fetchSite = {};
+    std::string_view body = {};
     bool isHttp10 = false;
     /// Whether the client wants to send further requests on the connection.
     bool keepsConnection = true;
