@@ -25,7 +25,6 @@ namespace Oxa::Device::Linux::Commands
 {
 
 using Interface::Services::AccessErrorCode;
-using Interface::Services::IDeviceControlService;
 namespace Text = System::Commons::Text;
 using System::Commons::MutexLock;
 using System::Commons::Diagnostics::Logging::LogLevel;
@@ -122,7 +121,7 @@ AccessErrorCode DeviceCommands::FactoryReset(uint16 resetKind)
     const BasicString title =
         Text::Format("factory reset of kind {0} for {1}", resetKind, RscCallContext::DescribeCaller());
     AccessErrorCode code = AccessErrorCode::NotSupported;
-    const bool isKnown = resetKind == IDeviceControlService::resetToFactoryDefault;
+    const bool isKnown = resetKind == resetToFactoryDefault;
     if (isKnown && settings.factoryReset == CommandSettings::FactoryResetAction::Simulate)
     {
         code = RunOutage(title);

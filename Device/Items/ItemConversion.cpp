@@ -83,6 +83,7 @@ void VisitNumberType(RscType type, const Use& use)
     {
     case RscType::Bool:
         return use(false);
+    // NOLINTNEXTLINE(bugprone-branch-clone): the branches differ in the type of the zero.
     case RscType::Int8:
         return use(int8());
     case RscType::Uint8:
