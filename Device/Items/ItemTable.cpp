@@ -1,3 +1,6 @@
+// The table changes only before it is shared and needs no lock. An item's mutex guards its logged causes and is held
+// for a search in them only.
+
 #include "Device/Items/ItemTable.hpp"
 
 #include "Device/Items/ItemConversion.hpp"

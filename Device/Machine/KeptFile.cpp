@@ -1,3 +1,6 @@
+// The mutex of the calls guards the opened file; a read on another thread uses it without the mutex while the call is
+// in progress, and shares its ownership, so that it may outlive the KeptFile. See BoundedCalls for the waits.
+
 #include "Device/Machine/KeptFile.hpp"
 
 #include "Oxa/System/Commons/FileDescriptor.hpp"

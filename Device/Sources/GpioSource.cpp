@@ -1,3 +1,6 @@
+// Two states: requested, or not requested with a cause and a time of the next request. `mutex` guards both; it is held
+// during calls of the GPIO library, which never call back.
+
 #include "Device/Sources/GpioSource.hpp"
 
 #include "Device/Machine/DeviceText.hpp"

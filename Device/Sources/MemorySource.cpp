@@ -1,3 +1,6 @@
+// `mutex` guards the last reading and its pass. A thread that holds it reads the file, which takes the file's own mutex
+// and waits no longer than one budget; nothing takes the two in the other order.
+
 #include "Device/Sources/MemorySource.hpp"
 
 #include "Device/Machine/DeviceText.hpp"

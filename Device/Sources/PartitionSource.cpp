@@ -1,3 +1,6 @@
+// The mutex of the calls guards the last usage and its pass; a query on another thread writes to its own result, so
+// that it may outlive its probe. See BoundedCalls for the waits.
+
 #include "Device/Sources/PartitionSource.hpp"
 
 #include <fcntl.h>

@@ -1,3 +1,6 @@
+// Two states: found, with a file, or not found, with a cause and a time of the next search. `mutex` guards both. A
+// thread that holds it reads files, which take mutexes of their own; nothing takes them in the other order.
+
 #include "Device/Sources/SensorSource.hpp"
 
 #include "Device/Machine/DeviceText.hpp"
