@@ -132,7 +132,7 @@ private:
 
     void Note(int index, const Outcome& outcome, const BasicString& expected)
     {
-        // A process that goes away during the handshake looks like one that turns the connection away.
+        // A process that ends during a handshake looks like one that refuses the connection.
         static const std::set<BasicString> faults = {"NotAvailable", "ConnectionLost", "TimedOut", "Refused"};
         const bool isFault = faults.contains(outcome.text);
         {
@@ -141,7 +141,7 @@ private:
             rightValues.at(index) += outcome == expected ? 1 : 0;
             wrongValue = isFault || outcome == expected ? wrongValue : outcome.text + " for " + expected;
         }
-        // Leaves the processor to the service that is coming.
+        // Leaves the processor to the service that starts.
         poll(nullptr, 0, isFault ? 1 : 0);
     }
 
@@ -171,7 +171,7 @@ void KillAgainAndAgain(DeviceProcess& device, int rounds)
     std::chrono::milliseconds longestRecovery{0};
     for (int round = 0; round < rounds; ++round)
     {
-        // At another moment of the calls each time; nearly always one is under way in the other process.
+        // At another moment of the calls each time; nearly always one is in progress in the other process.
         readers->WaitUntilRight(round % 5);
         device.Kill();
         device.Start();
@@ -195,13 +195,13 @@ TEST(KillingTheService, DoesNoHarmToManyReadersWhenSystemdKeepsTheSocket)
 {
     DeviceProcess device;
     device.HandOverSocket();
-    KillAgainAndAgain(device, 25);
+    KillAgainAndAgain(device, 12);
 }
 
 TEST(KillingTheService, DoesNoHarmToManyReadersWhenTheSocketIsMadeAnew)
 {
     DeviceProcess device;
-    KillAgainAndAgain(device, 5);
+    KillAgainAndAgain(device, 4);
 }
 
 TEST(RestartingTheService, BeginsAnotherEpochWhenItIsAnotherDevice)
@@ -226,7 +226,7 @@ TEST(RestartingTheService, BeginsAnotherEpochWhenItIsAnotherDevice)
         EXPECT_EQ(client.Read("Test.1"), "Test.1!");
         epoch = GetEpoch();
     }
-    // A restart that is only simulated is one as well.
+    // A simulated restart counts as well.
     EXPECT_EQ(client.Restart(), "success");
     EXPECT_TRUE(Eventually([epoch] { return GetEpoch() > epoch; }, 10s));
     EXPECT_EQ(client.Read("Test.1"), "Test.1!");

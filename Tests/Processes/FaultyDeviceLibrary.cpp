@@ -9,12 +9,11 @@
 
 #include <poll.h>
 
-#include <map>
 #include <memory>
 #include <optional>
 #include <vector>
 
-// A component for tests of the calls between processes: some of its items come late.
+// A component for tests of the calls between processes: one of its items is slow.
 
 namespace Oxa::Tests::Processes
 {
@@ -31,10 +30,10 @@ public:
     [[nodiscard]] ItemValue ReadItem(const ItemKey& key) override
     {
         const BasicString name = key.ToString();
-        if (const auto delay = delaysMilliseconds.find(name); delay != delaysMilliseconds.end())
+        if (name == "Test.Late")
         {
             pollfd stopped = {stop.GetDescriptor(), POLLIN, 0};
-            poll(&stopped, 1, delay->second);
+            poll(&stopped, 1, delayMilliseconds);
         }
         return ItemValue(name + '!');
     }
@@ -51,8 +50,8 @@ public:
     }
 
 private:
-    /// "Test.Late" takes longer than a read may, "Test.VeryLate" as long as many other calls.
-    const std::map<BasicString, int> delaysMilliseconds = {{"Test.Late", 900}, {"Test.VeryLate", 5000}};
+    /// Longer than a read may take.
+    static constexpr int delayMilliseconds = 900;
     System::Commons::Threading::WakeEvent stop;
 };
 

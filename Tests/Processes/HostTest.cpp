@@ -49,8 +49,8 @@ protected:
         return Eventually(
             [this, &text]
             {
-                const auto answer = Ask();
-                return answer.result_int() == 200U && answer.body().find(text) != BasicString::npos;
+                const auto response = Ask();
+                return response.result_int() == 200U && response.body().find(text) != BasicString::npos;
             },
             timeout);
     }
@@ -65,17 +65,17 @@ protected:
     BasicString admin;
 };
 
-TEST_F(TwoProcesses, AnswerWithTheValuesOfTheDeviceThatIsThere)
+TEST_F(TwoProcesses, RespondWithTheValuesOfThePresentDevice)
 {
     StartDevice("First");
     host.WaitUntilReady();
     admin = host.LogIn();
-    const auto answer = Ask();
-    EXPECT_EQ(answer.result_int(), 200U) << answer.body();
-    EXPECT_THAT(answer.body(), HasSubstr("\"First\""));
+    const auto response = Ask();
+    EXPECT_EQ(response.result_int(), 200U) << response.body();
+    EXPECT_THAT(response.body(), HasSubstr("\"First\""));
     for (const char* section : sections)
     {
-        EXPECT_THAT(answer.body(), HasSubstr('"' + BasicString(section) + "\":"));
+        EXPECT_THAT(response.body(), HasSubstr('"' + BasicString(section) + "\":"));
     }
 
     device.Suspend();

@@ -27,21 +27,6 @@ RscArrayReader::RscArrayReader(const RscArrayInformation& information) : informa
     }
 }
 
-uint32 RscArrayReader::GetElementCount() const noexcept
-{
-    return information.elementCount;
-}
-
-uint8 RscArrayReader::GetDimensions() const noexcept
-{
-    return information.dimensions;
-}
-
-RscType RscArrayReader::GetElementType() const noexcept
-{
-    return information.elementType;
-}
-
 void RscArrayReader::ReadNext(std::span<std::byte> element)
 {
     assert(element.size() >= maximumPrimitiveBytes);

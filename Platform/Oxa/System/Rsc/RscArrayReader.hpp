@@ -15,21 +15,32 @@ namespace Oxa::System::Rsc
 class OXA_EXPORT RscArrayReader final
 {
 public:
-    /// Room for the widest primitive element.
+    /// Of the widest primitive element.
     static constexpr std::size_t maximumPrimitiveBytes = 8;
 
-    /// Throws InvalidOperationException when the variant is no array, ArgumentException when what it says about its
-    /// elements cannot be.
+    /// Throws InvalidOperationException when the variant is no array, ArgumentException when its
+    /// information about its elements is invalid.
     template <std::size_t N>
     explicit RscArrayReader(const RscVariant<N>& value) : RscArrayReader(GetInformation(value))
     {
     }
 
-    [[nodiscard]] uint32 GetElementCount() const noexcept;
-    [[nodiscard]] uint8 GetDimensions() const noexcept;
-    [[nodiscard]] RscType GetElementType() const noexcept;
+    [[nodiscard]] uint32 GetElementCount() const noexcept
+    {
+        return information.elementCount;
+    }
 
-    /// Copies the next element's bytes. Requires: room for `maximumPrimitiveBytes`. Throws InvalidOperationException
+    [[nodiscard]] uint8 GetDimensions() const noexcept
+    {
+        return information.dimensions;
+    }
+
+    [[nodiscard]] RscType GetElementType() const noexcept
+    {
+        return information.elementType;
+    }
+
+    /// Copies the next element's bytes. Requires: a buffer of `maximumPrimitiveBytes`. Throws InvalidOperationException
     /// when the elements are not primitive or are arrays themselves, and what the source throws.
     void ReadNext(std::span<std::byte> element);
 

@@ -27,15 +27,11 @@ using System::Commons::InvalidOperationException;
 /// Threads: one at a time.
 struct RemoteArray
 {
-    /// As wide as the widest primitive element; a narrower one is at its beginning.
-    using Scalar = std::array<std::byte, RscArrayReader::maximumPrimitiveBytes>;
-    using Subarray = RscVariant<subarrayBytes>;
-
     uint32 elementCount = 0;
     uint8 dimensions = 0;
     RscType elementType = RscType::NotSet;
-    std::vector<Scalar> scalars;
-    std::vector<Subarray> subarrays;
+    /// Primitive or, with more than one dimension, arrays.
+    std::vector<RscVariant<sizeof(RscArrayInformation)>> elements;
     std::size_t next = 0;
 
     /// What the payload of a variant holds for this array. Valid as long as the array is not moved.
@@ -45,35 +41,29 @@ struct RemoteArray
 namespace
 {
 
-void RequireNext(const RemoteArray& array, std::size_t available)
-{
-    if (array.next >= available)
-    {
-        throw InvalidOperationException::Create("The array has no element after number {0}", array.next);
-    }
-}
-
 /// A ReadElementFunction.
 void ReadElement(void* context, void* element, std::size_t elementBytes)
 {
+    using Subarray = RscVariant<subarrayBytes>;
     RemoteArray& array = *static_cast<RemoteArray*>(context);
-    if (array.dimensions > 1)
+    const bool isArray = array.dimensions > 1;
+    if (array.next >= array.elements.size())
     {
-        RequireNext(array, array.subarrays.size());
-        if (elementBytes != sizeof(RemoteArray::Subarray))
-        {
-            throw ArgumentException::Create("elementBytes", elementBytes,
-                                            "Arrays of arrays are read as RscVariant<512>");
-        }
-        *static_cast<RemoteArray::Subarray*>(element) = array.subarrays[array.next++];
+        throw InvalidOperationException::Create("The array has no element after number {0}", array.next);
+    }
+    if (isArray ? elementBytes != sizeof(Subarray) : elementBytes < RscArrayReader::maximumPrimitiveBytes)
+    {
+        throw ArgumentException::Create("elementBytes", elementBytes,
+                                        isArray ? "Arrays of arrays are read as RscVariant<512>"
+                                                : "The buffer is too small for an element");
+    }
+    const auto& next = array.elements[array.next++];
+    if (isArray)
+    {
+        static_cast<Subarray*>(element)->Assign(next.GetType(), next.GetPayload());
         return;
     }
-    RequireNext(array, array.scalars.size());
-    if (elementBytes < sizeof(RemoteArray::Scalar))
-    {
-        throw ArgumentException::Create("elementBytes", elementBytes, "The buffer is too small for an element");
-    }
-    std::memcpy(element, array.scalars[array.next++].data(), sizeof(RemoteArray::Scalar));
+    std::memcpy(element, next.GetPayload().data(), RscArrayReader::maximumPrimitiveBytes);
 }
 
 } // namespace
@@ -86,7 +76,7 @@ RscArrayInformation RemoteArray::GetInformation() noexcept
     information.elementType = elementType;
     // No elements although some are announced: the array had no source in the process that sent it, and so it has none
     // here. Elements that are not primitive are never sent; reading them fails.
-    const bool hasSource = elementCount == 0 || !scalars.empty() || !subarrays.empty() || !IsPrimitive(elementType);
+    const bool hasSource = elementCount == 0 || !elements.empty() || !IsPrimitive(elementType);
     information.readRemoteElement = hasSource ? &ReadElement : nullptr;
     information.remotingSource = hasSource ? this : nullptr;
     return information;
@@ -98,9 +88,6 @@ using Internal::RemoteArray;
 
 namespace
 {
-
-/// Each takes many times the memory that it takes in the message.
-constexpr std::size_t maximumSubarrays = 1024;
 
 [[noreturn]] void ThrowUnexpected()
 {
@@ -154,8 +141,15 @@ public:
         return {bytes.data(), sizeof value};
     }
 
+    /// Zeroes follow a value of less than 8 bytes.
+    std::span<const char> Read(sd_bus_message& message, char busType)
+    {
+        Require(sd_bus_message_read_basic(&message, busType, bytes.data()));
+        return {bytes.data(), sizeof(uint64)};
+    }
+
 private:
-    std::array<char, sizeof(RscArrayInformation)> bytes = {};
+    alignas(RscArrayInformation) std::array<char, sizeof(RscArrayInformation)> bytes = {};
 };
 
 int8 ReadInt8(sd_bus_message& message)
@@ -175,30 +169,6 @@ RscVersion ReadVersion(sd_bus_message& message)
     return version;
 }
 
-std::span<const char> ReadRaw(sd_bus_message& message, RscType type, Payload& payload)
-{
-    switch (Internal::GetRawBytes(type))
-    {
-    case sizeof(uint32):
-        return payload.Of(ReadBasic<uint32>(message, 'u'));
-    case sizeof(uint64):
-        return payload.Of(ReadBasic<uint64>(message, 't'));
-    default:
-        return ReadBytes(message);
-    }
-}
-
-/// The text or, when it is no UTF-8, its bytes.
-std::span<const char> ReadTextOrBytes(sd_bus_message& message, std::string_view contents)
-{
-    if (contents == Internal::bytesSignature)
-    {
-        return ReadBytes(message);
-    }
-    const char* const text = ReadBasic<const char*>(message, 's');
-    return {text, std::strlen(text)};
-}
-
 /// The value inside of the variant, whose contents have the signature.
 std::span<const char> ReadScalar(sd_bus_message& message, RscType type, std::string_view contents, Payload& payload)
 {
@@ -213,50 +183,29 @@ std::span<const char> ReadScalar(sd_bus_message& message, RscType type, std::str
         return payload.Of(ReadBasic<int>(message, 'b') != 0);
     case RscType::Int8:
         return payload.Of(ReadInt8(message));
-    case RscType::Uint8:
-        return payload.Of(ReadBasic<uint8>(message, 'y'));
-    case RscType::Int16:
-        return payload.Of(ReadBasic<int16>(message, 'n'));
-    case RscType::Char16:
-    case RscType::Uint16:
-        return payload.Of(ReadBasic<uint16>(message, 'q'));
-    case RscType::Int32:
-        return payload.Of(ReadBasic<int32>(message, 'i'));
-    case RscType::Int64:
-        return payload.Of(ReadBasic<int64>(message, 'x'));
     case RscType::Real32:
         return payload.Of(static_cast<float>(ReadBasic<double>(message, 'd')));
-    case RscType::Real64:
-        return payload.Of(ReadBasic<double>(message, 'd'));
     case RscType::Version:
         return payload.Of(ReadVersion(message));
     case RscType::String:
-        return ReadTextOrBytes(message, contents);
+        // A text that is no UTF-8 crosses as bytes.
+        return contents == Internal::bytesSignature ? ReadBytes(message)
+                                                    : std::string_view(ReadBasic<const char*>(message, 's'));
     default:
-        return ReadRaw(message, type, payload);
+        const char busType = Internal::GetBusType(type);
+        return busType != '\0' ? payload.Read(message, busType) : ReadBytes(message);
     }
 }
 
-void AddScalar(void* target, RscType type, std::span<const char> payload)
+void AddElement(void* target, RscType type, std::span<const char> payload)
 {
     auto& array = *static_cast<RemoteArray*>(target);
-    RemoteArray::Scalar element = {};
-    if (type != array.elementType || !IsPrimitive(type) || payload.size() > element.size())
+    if (type != (array.dimensions > 1 ? RscType::Array : array.elementType) ||
+        (type != RscType::Array && !IsPrimitive(type)))
     {
         ThrowUnexpected();
     }
-    std::memcpy(element.data(), payload.data(), payload.size());
-    array.scalars.push_back(element);
-}
-
-void AddSubarray(void* target, RscType type, std::span<const char> payload)
-{
-    auto& array = *static_cast<RemoteArray*>(target);
-    if (array.subarrays.size() >= maximumSubarrays)
-    {
-        ThrowUnexpected();
-    }
-    array.subarrays.emplace_back().Assign(type, payload);
+    array.elements.emplace_back().Assign(type, payload);
 }
 
 } // namespace
@@ -336,11 +285,10 @@ RemoteArray& RscMessageReader::ReadArray()
     EnterArray(RscMessageWriter::valueSignature);
     while (!TryLeaveArray())
     {
-        ReadPayload(array.dimensions > 1 ? &AddSubarray : &AddScalar, &array, Internal::subarrayBytes);
+        ReadPayload(&AddElement, &array, sizeof(RscArrayInformation));
     }
     Check(sd_bus_message_exit_container(&message));
-    const std::size_t count = array.scalars.size() + array.subarrays.size();
-    if (count != 0 && count != array.elementCount)
+    if (!array.elements.empty() && array.elements.size() != array.elementCount)
     {
         ThrowUnexpected();
     }

@@ -59,6 +59,19 @@ std::size_t GetPayloadBytes(RscType type, std::span<const char> payload) noexcep
     }
 }
 
+/// A value of a basic type of D-Bus.
+void AppendBasic(sd_bus_message& message, RscType type, char busType, const void* value)
+{
+    const auto tag = static_cast<uint8>(type);
+    const char contents[] = {busType, '\0'};
+    Check(sd_bus_message_open_container(&message, 'r', Internal::valueMembersSignature));
+    Check(sd_bus_message_append_basic(&message, 'y', &tag));
+    Check(sd_bus_message_open_container(&message, 'v', contents));
+    Check(sd_bus_message_append_basic(&message, busType, value));
+    Check(sd_bus_message_close_container(&message));
+    Check(sd_bus_message_close_container(&message));
+}
+
 void AppendBytes(sd_bus_message& message, RscType type, std::span<const char> bytes)
 {
     Check(sd_bus_message_open_container(&message, 'r', Internal::valueMembersSignature));
@@ -149,37 +162,23 @@ void RscMessageWriter::EndArray()
 
 void RscMessageWriter::WritePayload(RscType type, std::span<const char> payload)
 {
-    const auto tag = static_cast<uint8>(type);
     Reserve(GetPayloadBytes(type, payload));
-    const auto append = [this, tag](const char* signature, auto value)
+    const auto append = [this, type](char busType, auto value)
     {
-        Check(sd_bus_message_append(&message, valueSignature, tag, signature, value));
+        AppendBasic(message, type, busType, &value);
     };
     switch (type)
     {
     case RscType::None:
     case RscType::Void:
     case RscType::NotSet:
-        return append("y", 0);
+        return append('y', uint8{0});
     case RscType::Bool:
-        return append("b", static_cast<int>(payload[0] != 0));
+        return append('b', static_cast<int>(payload[0] != 0));
     case RscType::Int8:
-        return append("n", static_cast<int>(Get<int8>(payload)));
-    case RscType::Uint8:
-        return append("y", static_cast<int>(Get<uint8>(payload)));
-    case RscType::Int16:
-        return append("n", static_cast<int>(Get<int16>(payload)));
-    case RscType::Char16:
-    case RscType::Uint16:
-        return append("q", static_cast<int>(Get<uint16>(payload)));
-    case RscType::Int32:
-        return append("i", Get<int32>(payload));
-    case RscType::Int64:
-        return append("x", Get<int64>(payload));
+        return append('n', int16{Get<int8>(payload)});
     case RscType::Real32:
-        return append("d", static_cast<double>(Get<float>(payload)));
-    case RscType::Real64:
-        return append("d", Get<double>(payload));
+        return append('d', double{Get<float>(payload)});
     case RscType::Version:
         return WriteVersion(Get<RscVersion>(payload));
     case RscType::String:
@@ -187,21 +186,9 @@ void RscMessageWriter::WritePayload(RscType type, std::span<const char> payload)
     case RscType::Array:
         return WriteArray(Get<RscArrayInformation>(payload));
     default:
-        return WriteRaw(type, payload);
-    }
-}
-
-void RscMessageWriter::WriteRaw(RscType type, std::span<const char> payload)
-{
-    const auto tag = static_cast<uint8>(type);
-    switch (Internal::GetRawBytes(type))
-    {
-    case sizeof(uint32):
-        return Check(sd_bus_message_append(&message, valueSignature, tag, "u", Get<uint32>(payload)));
-    case sizeof(uint64):
-        return Check(sd_bus_message_append(&message, valueSignature, tag, "t", Get<uint64>(payload)));
-    default:
-        return AppendBytes(message, type, payload.first(GetPayloadBytes(type, payload)));
+        const char busType = Internal::GetBusType(type);
+        return busType != '\0' ? append(busType, Get<uint64>(payload))
+                               : AppendBytes(message, type, payload.first(GetPayloadBytes(type, payload)));
     }
 }
 

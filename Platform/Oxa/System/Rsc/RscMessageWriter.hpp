@@ -49,7 +49,6 @@ public:
 
 private:
     void WritePayload(RscType type, std::span<const char> payload);
-    void WriteRaw(RscType type, std::span<const char> payload);
     void WriteVersion(const RscVersion& version);
     void WriteArray(const RscArrayInformation& information);
     void WriteElements(const RscArrayInformation& information);

@@ -25,49 +25,53 @@ thread_local RscUsageRecorder* currentRecorder = nullptr;
 
 using Endpoints = std::vector<std::shared_ptr<Endpoint>>;
 
-/// The endpoints of this process.
-class EndpointTable final
+/// The endpoints of this process. They are made and closed without the lock, as both may take time.
+struct EndpointTable
 {
-public:
-    static EndpointTable& GetInstance()
-    {
-        // Never destroyed: a proxy may be called until the process ends.
-        static auto& table = *new EndpointTable;
-        return table;
-    }
-
-    /// Returns when the previous ones are closed.
-    void Replace(Endpoints newEndpoints)
-    {
-        {
-            const MutexLock lock(mutex);
-            endpoints.swap(newEndpoints);
-        }
-        for (const auto& endpoint : newEndpoints)
-        {
-            endpoint->Close();
-        }
-    }
-
-    [[nodiscard]] std::shared_ptr<Endpoint> TryFind(const BasicString& providerName)
-    {
-        const MutexLock lock(mutex);
-        const auto found =
-            std::find_if(endpoints.begin(), endpoints.end(),
-                         [&providerName](const auto& endpoint) { return endpoint->GetProviderName() == providerName; });
-        return found == endpoints.end() ? nullptr : *found;
-    }
-
-private:
     System::Commons::Mutex mutex;
     Endpoints endpoints OXA_GUARDED_BY(mutex);
 };
 
+EndpointTable& GetTable()
+{
+    // Never destroyed: a proxy may be called until the process ends.
+    static auto& table = *new EndpointTable;
+    return table;
+}
+
+std::shared_ptr<Endpoint> TryFind(const Endpoints& endpoints, const BasicString& providerName)
+{
+    const auto found =
+        std::find_if(endpoints.begin(), endpoints.end(),
+                     [&providerName](const auto& endpoint) { return endpoint->GetProviderName() == providerName; });
+    return found == endpoints.end() ? nullptr : *found;
+}
+
+std::shared_ptr<Endpoint> TryFindEndpoint(const BasicString& providerName)
+{
+    EndpointTable& table = GetTable();
+    const MutexLock lock(table.mutex);
+    return TryFind(table.endpoints, providerName);
+}
+
+/// Returns when the previous ones are closed.
+void ReplaceEndpoints(Endpoints endpoints)
+{
+    EndpointTable& table = GetTable();
+    {
+        const MutexLock lock(table.mutex);
+        table.endpoints.swap(endpoints);
+    }
+    for (const auto& endpoint : endpoints)
+    {
+        endpoint->Close();
+    }
+}
+
 /// Whether another process provides the slot's service now. From then on the slot leads there.
 bool TryReachRemote(RscServiceSlot& slot, IRscServiceProxyFactory& factory)
 {
-    const auto endpoint =
-        factory.GetOperations().empty() ? nullptr : EndpointTable::GetInstance().TryFind(slot.GetProviderName());
+    const auto endpoint = factory.GetOperations().empty() ? nullptr : TryFindEndpoint(slot.GetProviderName());
     if (!endpoint || !endpoint->IsProvided(slot.GetInterfaceName()))
     {
         return false;
@@ -110,12 +114,12 @@ void ServiceManager::SetEndpoints(const std::vector<RscEndpointConfiguration>& c
         }
         endpoints.push_back(std::make_shared<Endpoint>(configuration, ServiceTable::GetInstance()));
     }
-    EndpointTable::GetInstance().Replace(std::move(endpoints));
+    ReplaceEndpoints(std::move(endpoints));
 }
 
 void ServiceManager::ResetEndpoints()
 {
-    EndpointTable::GetInstance().Replace({});
+    ReplaceEndpoints({});
 }
 
 uint64 ServiceManager::GetEpoch(const BasicString& providerName) noexcept

@@ -4,6 +4,8 @@
 #include "Oxa/System/Rsc/RscMessageReader.hpp"
 #include "Oxa/System/Rsc/RscMessageWriter.hpp"
 
+#include <cstddef>
+#include <iterator>
 #include <ostream>
 #include <string>
 
@@ -91,26 +93,11 @@ DeviceControlServiceProxyFactory& DeviceControlServiceProxyFactory::GetInstance(
 
 std::ostream& operator<<(std::ostream& stream, AccessErrorCode code)
 {
-    switch (code)
-    {
-    case AccessErrorCode::None:
-        return stream << "success";
-    case AccessErrorCode::NotSupported:
-        return stream << "not supported";
-    case AccessErrorCode::Busy:
-        return stream << "busy";
-    case AccessErrorCode::AccessDenied:
-        return stream << "access denied";
-    case AccessErrorCode::InvalidArgument:
-        return stream << "invalid argument";
-    case AccessErrorCode::TimedOut:
-        return stream << "timed out";
-    case AccessErrorCode::NotAvailable:
-        return stream << "not available";
-    case AccessErrorCode::DeviceFault:
-        return stream << "device fault";
-    }
-    return stream << "unknown error " + std::to_string(static_cast<unsigned>(code));
+    // In the order of the enumerators.
+    static constexpr const char* texts[] = {"success",          "not supported", "busy",          "access denied",
+                                            "invalid argument", "timed out",     "not available", "device fault"};
+    const auto number = static_cast<std::size_t>(code);
+    return number < std::size(texts) ? stream << texts[number] : stream << "unknown error " << std::to_string(number);
 }
 
 } // namespace Oxa::Device::Interface::Services

@@ -19,38 +19,30 @@ T Get(const ItemValue& value)
     return content;
 }
 
-template <class T>
-BasicString Print(const ItemValue& value)
+/// Whether the value is a number of one of the types.
+template <class... T>
+bool TryPrint(const ItemValue& value, BasicString& text)
 {
-    return fmt::format("{}", Get<T>(value));
+    const auto tryOne = [&value, &text]<class Number>(Number /*type*/)
+    {
+        const bool isNumber = value.GetType() == System::Rsc::Internal::RscTypeOf<Number>::value;
+        text = isNumber ? fmt::format("{}", Get<Number>(value)) : "";
+        return isNumber;
+    };
+    return (tryOne(T()) || ...);
 }
 
 } // namespace
 
 BasicString FormatItemValue(const ItemValue& value)
 {
+    BasicString text;
+    if (TryPrint<int8, uint8, int16, uint16, int32, uint32, int64, uint64, float, double>(value, text))
+    {
+        return text;
+    }
     switch (value.GetType())
     {
-    case RscType::Int8:
-        return Print<int8>(value);
-    case RscType::Uint8:
-        return Print<uint8>(value);
-    case RscType::Int16:
-        return Print<int16>(value);
-    case RscType::Uint16:
-        return Print<uint16>(value);
-    case RscType::Int32:
-        return Print<int32>(value);
-    case RscType::Uint32:
-        return Print<uint32>(value);
-    case RscType::Int64:
-        return Print<int64>(value);
-    case RscType::Uint64:
-        return Print<uint64>(value);
-    case RscType::Real32:
-        return Print<float>(value);
-    case RscType::Real64:
-        return Print<double>(value);
     case RscType::Array:
     {
         const auto array = Get<RscArrayInformation>(value);

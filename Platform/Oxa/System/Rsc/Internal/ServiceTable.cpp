@@ -1,3 +1,6 @@
+// `mutex` guards all members. It is never held while a listener is called or another lock is taken, so it may be taken
+// under any other lock.
+
 #include "Oxa/System/Rsc/Internal/ServiceTable.hpp"
 
 #include "Oxa/System/Commons/ArgumentException.hpp"
@@ -84,15 +87,21 @@ void ServiceTable::EndRun(const BasicString& providerName) noexcept
 RscRun ServiceTable::GetRun(const BasicString& providerName) const
 {
     const MutexLock lock(mutex);
-    const auto provider = providers.find(providerName);
-    return provider != providers.end() && provider->second.isAvailable ? provider->second.run : RscRun();
+    const Provider* const provider = TryFindAvailable(providerName);
+    return provider != nullptr ? provider->run : RscRun();
 }
 
 uint64 ServiceTable::GetEpoch(const BasicString& providerName) const noexcept
 {
     const MutexLock lock(mutex);
+    const Provider* const provider = TryFindAvailable(providerName);
+    return provider != nullptr ? provider->run.epoch : 0;
+}
+
+const ServiceTable::Provider* ServiceTable::TryFindAvailable(const BasicString& providerName) const noexcept
+{
     const auto provider = providers.find(providerName);
-    return provider != providers.end() && provider->second.isAvailable ? provider->second.run.epoch : 0;
+    return provider != providers.end() && provider->second.isAvailable ? &provider->second : nullptr;
 }
 
 /// An entry that is being called stays in the list, so that its iterator stays valid while the lock is released.

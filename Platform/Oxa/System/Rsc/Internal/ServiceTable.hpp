@@ -78,6 +78,8 @@ private:
         bool isRemoved = false;
     };
 
+    [[nodiscard]] const Provider* TryFindAvailable(const BasicString& providerName) const noexcept OXA_REQUIRES(mutex);
+
     mutable System::Commons::Mutex mutex;
     System::Commons::ConditionVariable returned;
     std::map<std::pair<BasicString, BasicString>, std::weak_ptr<RscServiceSlot>> slots OXA_GUARDED_BY(mutex);

@@ -25,7 +25,7 @@ public:
         sd_bus_start(made);
     }
 
-    /// Empty when the call was answered, else the error's name.
+    /// Empty when the call succeeded, else the error's name.
     std::string Call(const char* member)
     {
         sd_bus_error error = SD_BUS_ERROR_NULL;
@@ -39,81 +39,82 @@ public:
     /// The number that comes back, or 0.
     std::uint32_t Echo(std::uint32_t number)
     {
-        sd_bus_message* answer = nullptr;
+        sd_bus_message* response = nullptr;
         std::uint32_t echoed = 0;
         if (sd_bus_call_method(bus.get(), nullptr, FakeEchoFactory::path, FakeEchoFactory::interface, "Echo", nullptr,
-                               &answer, "u", number) >= 0)
+                               &response, "u", number) >= 0)
         {
-            sd_bus_message_read(answer, "u", &echoed);
-            sd_bus_message_unref(answer);
+            sd_bus_message_read(response, "u", &echoed);
+            sd_bus_message_unref(response);
         }
         return echoed;
     }
 
     std::string Introspect()
     {
-        sd_bus_message* answer = nullptr;
+        sd_bus_message* response = nullptr;
         const char* text = "";
         if (sd_bus_call_method(bus.get(), nullptr, FakeEchoFactory::path, "org.freedesktop.DBus.Introspectable",
-                               "Introspect", nullptr, &answer, "") < 0)
+                               "Introspect", nullptr, &response, "") < 0)
         {
             return {};
         }
-        const Oxa::System::Rsc::Internal::MessageHandle owner(answer);
-        sd_bus_message_read(answer, "s", &text);
+        const Oxa::System::Rsc::Internal::MessageHandle owner(response);
+        sd_bus_message_read(response, "s", &text);
         return text;
     }
 
     /// A line for each provider: its name, boot id, build id and interfaces.
     std::string GetRuns()
     {
-        sd_bus_message* answer = nullptr;
+        sd_bus_message* response = nullptr;
         std::string lines;
-        if (sd_bus_call_method(bus.get(), nullptr, "/", "Oxa.System.Rsc.Peer", "GetRuns", nullptr, &answer, "") < 0)
+        if (sd_bus_call_method(bus.get(), nullptr, "/", "Oxa.System.Rsc.Peer", "GetRuns", nullptr, &response, "") < 0)
         {
-            return "no answer";
+            return "no response";
         }
-        const Oxa::System::Rsc::Internal::MessageHandle owner(answer);
-        sd_bus_message_enter_container(answer, 'a', "(sssas)");
-        while (sd_bus_message_enter_container(answer, 'r', "sssas") > 0)
+        const Oxa::System::Rsc::Internal::MessageHandle owner(response);
+        sd_bus_message_enter_container(response, 'a', "(sssas)");
+        while (sd_bus_message_enter_container(response, 'r', "sssas") > 0)
         {
             const char* texts[3] = {};
             const char* name = nullptr;
-            sd_bus_message_read(answer, "sss", &texts[0], &texts[1], &texts[2]);
+            sd_bus_message_read(response, "sss", &texts[0], &texts[1], &texts[2]);
             lines += std::string(texts[0]) + ' ' + texts[1] + ' ' + texts[2];
-            sd_bus_message_enter_container(answer, 'a', "s");
-            while (sd_bus_message_read_basic(answer, 's', &name) > 0)
+            sd_bus_message_enter_container(response, 'a', "s");
+            while (sd_bus_message_read_basic(response, 's', &name) > 0)
             {
                 lines += std::string(" ") + name;
             }
-            sd_bus_message_exit_container(answer);
-            sd_bus_message_exit_container(answer);
+            sd_bus_message_exit_container(response);
+            sd_bus_message_exit_container(response);
             lines += '\n';
         }
         return lines;
     }
 
-    [[nodiscard]] int CountAnswers() const
+    [[nodiscard]] int CountResponses() const
     {
-        return answers;
+        return responses;
     }
 
-    /// Counted in `answers` when it is answered.
+    /// Counted by `CountResponses` when it succeeds.
     void CallLater(const char* member)
     {
         sd_bus_call_method_async(
             bus.get(), nullptr, nullptr, FakeEchoFactory::path, FakeEchoFactory::interface, member,
-            [](sd_bus_message* answer, void* caller, sd_bus_error*)
+            [](sd_bus_message* response, void* caller, sd_bus_error*)
             {
-                static_cast<BusCaller*>(caller)->answers += sd_bus_message_is_method_error(answer, nullptr) > 0 ? 0 : 1;
+                static_cast<BusCaller*>(caller)->responses +=
+                    sd_bus_message_is_method_error(response, nullptr) > 0 ? 0 : 1;
                 return 1;
             },
             this, "");
     }
 
-    void WaitForAnswers(int count)
+    void WaitForResponses(int count)
     {
-        while (answers < count && sd_bus_process(bus.get(), nullptr) >= 0)
+        while (responses < count && sd_bus_process(bus.get(), nullptr) >= 0)
         {
             sd_bus_wait(bus.get(), std::chrono::microseconds(std::chrono::milliseconds(20)).count());
         }
@@ -126,7 +127,7 @@ public:
 
 private:
     Oxa::System::Rsc::Internal::BusHandle bus;
-    int answers = 0;
+    int responses = 0;
 };
 
 } // namespace Oxa::Tests

@@ -54,14 +54,14 @@ public:
     }
 
     std::atomic<bool> isListening = false;
-    /// Ends connections before a word is said.
+    /// Closes connections at once.
     std::atomic<bool> isRefusing = false;
     std::atomic<bool> isReleasing = false;
     std::atomic<unsigned> connections = 0;
     std::atomic<unsigned> keptCalls = 0;
     /// All but handshakes.
     std::atomic<unsigned> calls = 0;
-    /// Takes in what comes, and answers nothing.
+    /// Reads requests and does not respond.
     std::atomic<bool> isSilent = false;
 
     void SetRun(const BasicString& newBootId, const BasicString& newBuildId)
@@ -159,11 +159,15 @@ private:
 
     static int OnMessage(sd_bus_message* message, void* peer, sd_bus_error* /*error*/)
     {
-        static_cast<FakePeer*>(peer)->Answer(*message, sd_bus_message_get_member(message));
+        // Else it is the signal of sd-bus that the connection has ended.
+        if (sd_bus_message_is_method_call(message, nullptr, nullptr) > 0)
+        {
+            static_cast<FakePeer*>(peer)->Respond(*message, sd_bus_message_get_member(message));
+        }
         return 1;
     }
 
-    void Answer(sd_bus_message& message, std::string_view operation)
+    void Respond(sd_bus_message& message, std::string_view operation)
     {
         if (isSilent)
         {
@@ -204,7 +208,7 @@ private:
         }
         else
         {
-            // The answers to calls that were given up come first.
+            // The responses to calls that have timed out come first.
             Release();
             Echo(message);
         }

@@ -69,7 +69,7 @@ TEST(PrintingValues, HasATextForEveryItemValue)
     }
 }
 
-TEST(HoldingValues, StaysWithinItsPayloadWhateverTheBytes)
+TEST(HoldingValues, StaysWithinItsPayloadForAnyBytes)
 {
     EXPECT_THROW(Value(BasicString(512, 'x')), ArgumentException);
     Value unterminated{std::string_view(BasicString(511, 'x'))};

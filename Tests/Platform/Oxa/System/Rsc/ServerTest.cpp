@@ -78,7 +78,7 @@ protected:
     std::optional<RscServer> server;
 };
 
-TEST_F(Serving, AnswersWithResultsAndWithWhatWentWrong)
+TEST_F(Serving, RespondsWithResultsAndErrors)
 {
     Start();
     BusCaller caller(address);
@@ -98,7 +98,7 @@ TEST_F(Serving, AnswersWithResultsAndWithWhatWentWrong)
     EXPECT_EQ(echo.service->userId, getuid());
 }
 
-TEST_F(Serving, LetsOnlyConfiguredUsersInAndOnlySomeCommand)
+TEST_F(Serving, AcceptsOnlyConfiguredUsersAndCommandsOnlyOfSome)
 {
     Start(false);
     BusCaller reader(address);
@@ -112,8 +112,8 @@ TEST_F(Serving, LetsOnlyConfiguredUsersInAndOnlySomeCommand)
     const RscServer other(configuration);
     for (int index = 0; index < 2; ++index)
     {
-        BusCaller stranger("unix:path=" + configuration.socketPath);
-        EXPECT_EQ(stranger.Echo(1), 0U);
+        BusCaller unknown("unix:path=" + configuration.socketPath);
+        EXPECT_EQ(unknown.Echo(1), 0U);
     }
     const auto entries = log.GetEntries();
     EXPECT_EQ(std::count_if(entries.begin(), entries.end(),
@@ -122,7 +122,7 @@ TEST_F(Serving, LetsOnlyConfiguredUsersInAndOnlySomeCommand)
               1);
 }
 
-TEST_F(Serving, CarriesOutOtherCallsWhileOneLastsUpToABound)
+TEST_F(Serving, ExecutesOtherCallsWhileOneLastsUpToABound)
 {
     Start();
     BusCaller caller(address);
@@ -144,8 +144,8 @@ TEST_F(Serving, CarriesOutOtherCallsWhileOneLastsUpToABound)
     // All threads are blocked but the last one, which executes no calls and so can refuse them.
     EXPECT_EQ(another.Call("Fail"), "Oxa.System.Rsc.Error.Refused");
     echo.service->letGo.set_value();
-    caller.WaitForAnswers(bound);
-    another.WaitForAnswers(bound);
+    caller.WaitForResponses(bound);
+    another.WaitForResponses(bound);
     EXPECT_EQ(another.Echo(5), 5U);
 }
 
@@ -191,7 +191,7 @@ TEST_F(Serving, EndsTheConnectionsOfARunThatIsOver)
     echo.service->letGo.set_value();
     EXPECT_TRUE(IsClosed(caller.GetDescriptor()));
     EXPECT_EQ(caller.Echo(1), 0U);
-    EXPECT_EQ(caller.CountAnswers(), 0);
+    EXPECT_EQ(caller.CountResponses(), 0);
     EXPECT_EQ(BusCaller(address).Echo(2), 2U);
 }
 
@@ -239,7 +239,7 @@ TEST_F(Serving, TakesOverAListeningSocketAndNothingElse)
                  System::Commons::InvalidOperationException);
 }
 
-TEST_F(Serving, ReplacesALeftOverSocketOnly)
+TEST_F(Serving, ReplacesOnlyASocketWithoutAListener)
 {
     close(BindSocket(path, false));
     Start();

@@ -89,7 +89,7 @@ TEST_F(FindingServices, KeepsProxiesThatWorkAgainWhenTheProviderComesBack)
     try
     {
         proxy->Restart();
-        FAIL() << "nobody provides the service";
+        FAIL() << "the service is not provided";
     }
     catch (const RscServiceException& exception)
     {

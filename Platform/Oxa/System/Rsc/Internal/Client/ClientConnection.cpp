@@ -1,6 +1,5 @@
 #include "Oxa/System/Rsc/Internal/Client/ClientConnection.hpp"
 
-#include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Rsc/Internal/Wire/Protocol.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
@@ -15,7 +14,6 @@
 namespace Oxa::System::Rsc::Internal
 {
 
-using System::Commons::FileDescriptor;
 using Clock = std::chrono::steady_clock;
 
 namespace
@@ -40,32 +38,9 @@ bool IsReadySoon(pollfd& waiting) noexcept
     return true;
 }
 
-bool IsHangUp(int error) noexcept
-{
-    return error == EPIPE || error == ECONNRESET;
-}
-
 BasicString DescribeError(int error)
 {
     return IsHangUp(error) ? "the other process has closed the connection" : std::generic_category().message(error);
-}
-
-[[noreturn]] void ThrowNotConnected(int error)
-{
-    throw RscServiceException(RscFault::NotAvailable,
-                              IsHangUp(error) ? DescribeError(error) : "cannot connect: " + DescribeError(error));
-}
-
-/// A connection to a Unix socket is made at once or, with EAGAIN when too many are waiting there, not at all.
-FileDescriptor Connect(const BasicString& path)
-{
-    const auto address = TryMakeSocketAddress(path);
-    FileDescriptor connected(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!address || !connected.IsOpen() || connect(connected.Get(), AsGeneralAddress(*address), sizeof *address) != 0)
-    {
-        ThrowNotConnected(address ? errno : ENAMETOOLONG);
-    }
-    return connected;
 }
 
 /// True when there was something. Throws InvalidResponse.
@@ -83,9 +58,11 @@ bool CheckRuns(int result)
 
 ClientConnection::ClientConnection(const BasicString& socketPath) : bus(MakeBus())
 {
-    FileDescriptor connected = Connect(socketPath);
+    System::Commons::FileDescriptor connected = MakeSocket();
     descriptor = connected.Get();
-    int result = sd_bus_set_fd(bus.get(), descriptor, descriptor);
+    // A connection to a Unix socket is made at once or, with EAGAIN when too many are waiting there, not at all.
+    int result = connected.IsOpen() && ConnectSocket(descriptor, socketPath) == 0 ? 0 : -errno;
+    result = result < 0 ? result : sd_bus_set_fd(bus.get(), descriptor, descriptor);
     if (result >= 0)
     {
         static_cast<void>(connected.Release());
@@ -93,7 +70,8 @@ ClientConnection::ClientConnection(const BasicString& socketPath) : bus(MakeBus(
     }
     if (result < 0)
     {
-        ThrowNotConnected(-result);
+        const BasicString cause = DescribeError(-result);
+        throw RscServiceException(RscFault::NotAvailable, IsHangUp(-result) ? cause : "cannot connect: " + cause);
     }
 }
 
@@ -157,8 +135,8 @@ MessageHandle ClientConnection::Exchange(sd_bus_message& request, Deadline deadl
     while (true)
     {
         MessageHandle message = Process(deadline);
-        uint64 answeredCookie = 0;
-        if (message && sd_bus_message_get_reply_cookie(message.get(), &answeredCookie) >= 0 && answeredCookie == cookie)
+        uint64 replyCookie = 0;
+        if (message && sd_bus_message_get_reply_cookie(message.get(), &replyCookie) >= 0 && replyCookie == cookie)
         {
             return message;
         }

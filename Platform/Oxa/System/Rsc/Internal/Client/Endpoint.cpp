@@ -326,9 +326,12 @@ void Endpoint::HoldRun()
     {
         const MutexLock lock(mutex);
         Lose("the other process has closed the connection");
-        loggedCause = "lost: " + cause;
+        loggedCause = isClosed ? "" : "lost: " + cause;
     }
-    Log(LogLevel::Warning, "the services of '{0}' are {1}", GetProviderName(), loggedCause);
+    if (!loggedCause.empty())
+    {
+        Log(LogLevel::Warning, "the services of '{0}' are {1}", GetProviderName(), loggedCause);
+    }
     services.Report(GetProviderName());
 }
 

@@ -62,11 +62,6 @@ ssize_t Peek(int descriptor, HeaderBytes& header) noexcept
                                       std::generic_category().message(error));
 }
 
-bool IsLoss(int error) noexcept
-{
-    return error == ECONNRESET || error == EPIPE || error == ENOTCONN || error == ESHUTDOWN || error == ECONNABORTED;
-}
-
 } // namespace
 
 MessageStream::MessageStream(BusHandle newBus, std::size_t maximumBytes, TimePoint now)
@@ -220,8 +215,8 @@ void MessageStream::CheckHeader()
     state = State::InsideMessage;
 }
 
-/// sd-bus silently drops a message that it cannot understand, and reads what follows whatever its length. `available`:
-/// what lay in the socket before. False when nothing is left to do.
+/// sd-bus silently drops a message that it cannot understand, and reads what follows regardless of its length.
+/// `available`: what lay in the socket before. False when nothing is left to do.
 bool MessageStream::ProcessCounted(int& available)
 {
     uint64 queued = 0;
@@ -248,9 +243,9 @@ bool MessageStream::ProcessCounted(int& available)
 bool MessageStream::ProcessBus()
 {
     const int result = sd_bus_process(bus.get(), nullptr);
-    if (IsLoss(-result) || sd_bus_is_open(bus.get()) <= 0)
+    if (IsHangUp(-result) || sd_bus_is_open(bus.get()) <= 0)
     {
-        ThrowLost(IsLoss(-result) ? -result : ECONNRESET);
+        ThrowLost(IsHangUp(-result) ? -result : ECONNRESET);
     }
     if (result < 0)
     {

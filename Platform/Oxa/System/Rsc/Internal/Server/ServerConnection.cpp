@@ -57,10 +57,7 @@ ServerConnection::~ServerConnection() = default;
 bool ServerConnection::Process(TimePoint now)
 {
     const MutexLock lock(mutex);
-    if (methods.IsWithdrawn())
-    {
-        isOver = true;
-    }
+    isOver = isOver || methods.IsWithdrawn();
     if (isOver)
     {
         return false;
@@ -87,20 +84,10 @@ void ServerConnection::Close()
     CloseBus();
 }
 
-bool ServerConnection::IsWithdrawn() const noexcept
-{
-    return methods.IsWithdrawn();
-}
-
 BasicString ServerConnection::GetFailure() const
 {
     const MutexLock lock(mutex);
     return failure;
-}
-
-const ServerConnection::Peer& ServerConnection::GetPeer() const noexcept
-{
-    return peer;
 }
 
 pollfd ServerConnection::GetPoll() const
@@ -123,18 +110,13 @@ void ServerConnection::Execute(Call call)
     MessageHandle response = registration.isWithdrawn ? nullptr : connection.TryCreateResponse(*call.request);
     const std::optional<BusError> error = response ? Invoke(call, *response) : std::nullopt;
     // What a read has found may belong to the next run already; whether a command was carried out is reported.
-    if (registration.isWithdrawn && (!response || call.method.operation->kind == RscOperationKind::Read))
-    {
-        connection.FinishStale(call, std::move(response));
-    }
-    else
-    {
-        connection.Finish(call, std::move(response), error);
-    }
+    const bool isStale =
+        registration.isWithdrawn && (!response || call.method.operation->kind == RscOperationKind::Read);
+    connection.Finish(call, std::move(response), error, isStale);
     context.RunAnswered();
 }
 
-/// Null when nobody waits for a response any more.
+/// Null when the peer does not wait for a response any more.
 MessageHandle ServerConnection::TryCreateResponse(sd_bus_message& request)
 {
     const MutexLock lock(mutex);
@@ -146,13 +128,19 @@ MessageHandle ServerConnection::TryCreateResponse(sd_bus_message& request)
     return MessageHandle(response);
 }
 
-/// Sends the response or, in its place, the error.
-void ServerConnection::Finish(Call& call, MessageHandle response, const std::optional<BusError>& error)
+/// Sends the response or, in its place, the error. A stale call ends the connection instead, so that the peer notices
+/// at once that the run is over.
+void ServerConnection::Finish(Call& call, MessageHandle response, const std::optional<BusError>& error, bool isStale)
 {
     const MutexLock lock(mutex);
     const MessageHandle request = std::move(call.request);
     const MessageHandle sent = std::move(response);
     --callsInProgress;
+    if (isStale)
+    {
+        isOver = true;
+        CloseBus();
+    }
     if (isClosed || isOver)
     {
         return;
@@ -168,17 +156,6 @@ void ServerConnection::Finish(Call& call, MessageHandle response, const std::opt
     {
         End(exception.what());
     }
-}
-
-/// Ends the connection in place of a response, so that the peer notices at once that the run is over.
-void ServerConnection::FinishStale(Call& call, MessageHandle response)
-{
-    const MutexLock lock(mutex);
-    const MessageHandle request = std::move(call.request);
-    const MessageHandle dropped = std::move(response);
-    --callsInProgress;
-    End("");
-    CloseBus();
 }
 
 void ServerConnection::Receive(sd_bus_message& message, const OfferedMethods::Method& method)
@@ -213,13 +190,11 @@ void ServerConnection::RequireReadResponses() const
     }
 }
 
+/// Requires: not over.
 void ServerConnection::End(const BasicString& cause)
 {
-    if (!isOver)
-    {
-        isOver = true;
-        failure = cause;
-    }
+    isOver = true;
+    failure = cause;
 }
 
 void ServerConnection::CloseBus() noexcept

@@ -59,10 +59,18 @@ public:
     void Close();
 
     /// Whether the services that it offers are withdrawn: `Process` ends it then.
-    [[nodiscard]] bool IsWithdrawn() const noexcept;
+    [[nodiscard]] bool IsWithdrawn() const noexcept
+    {
+        return methods.IsWithdrawn();
+    }
+
     /// Why the server ended the connection; empty when the peer did or when services were withdrawn.
     [[nodiscard]] BasicString GetFailure() const;
-    [[nodiscard]] const Peer& GetPeer() const noexcept;
+
+    [[nodiscard]] const Peer& GetPeer() const noexcept
+    {
+        return peer;
+    }
 
     /// What to wait for, and when `Process` must be called at the latest.
     [[nodiscard]] pollfd GetPoll() const;
@@ -73,8 +81,7 @@ public:
 
 private:
     [[nodiscard]] MessageHandle TryCreateResponse(sd_bus_message& request);
-    void Finish(Call& call, MessageHandle response, const std::optional<BusError>& error);
-    void FinishStale(Call& call, MessageHandle response);
+    void Finish(Call& call, MessageHandle response, const std::optional<BusError>& error, bool isStale);
     void Receive(sd_bus_message& message, const OfferedMethods::Method& method) OXA_REQUIRES(mutex);
     void RequireReadResponses() const OXA_REQUIRES(mutex);
     void End(const BasicString& cause) OXA_REQUIRES(mutex);

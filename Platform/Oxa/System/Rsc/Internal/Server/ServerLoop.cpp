@@ -215,7 +215,7 @@ void ServerLoop::Accept(FileDescriptor descriptor)
     const ServerConnection::Peer peer{credentials.uid, credentials.pid};
     if (!users.MayCall(peer.userId))
     {
-        users.LogStranger(peer.userId);
+        users.LogRefusedUser(peer.userId);
         return;
     }
     try

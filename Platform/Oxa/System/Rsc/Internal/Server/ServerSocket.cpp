@@ -31,29 +31,13 @@ constexpr mode_t allUsers = 0666;
     throw InvalidOperationException::Create("cannot listen at '{0}': {1}", path, cause);
 }
 
+/// After a function that sets errno.
 void Require(bool isDone, const BasicString& path)
 {
     if (!isDone)
     {
         ThrowCannotListen(path, std::generic_category().message(errno));
     }
-}
-
-[[nodiscard]] FileDescriptor MakeSocket(const BasicString& path)
-{
-    FileDescriptor made(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    Require(made.IsOpen(), path);
-    return made;
-}
-
-[[nodiscard]] sockaddr_un MakeAddress(const BasicString& path)
-{
-    const auto address = TryMakeSocketAddress(path);
-    if (!address)
-    {
-        ThrowCannotListen(path, "the path is too long for a socket");
-    }
-    return *address;
 }
 
 /// Only a socket at which no process listens may be replaced.
@@ -69,9 +53,8 @@ void RequireFree(const BasicString& path)
     {
         ThrowCannotListen(path, "the path exists and is no socket");
     }
-    const FileDescriptor probe = MakeSocket(path);
-    const sockaddr_un address = MakeAddress(path);
-    if (connect(probe.Get(), AsGeneralAddress(address), sizeof address) == 0 || errno == EAGAIN)
+    const FileDescriptor probe = MakeSocket();
+    if (ConnectSocket(probe.Get(), path) == 0 || errno == EAGAIN)
     {
         ThrowCannotListen(path, "another process listens there");
     }
@@ -82,11 +65,10 @@ void RequireFree(const BasicString& path)
 [[nodiscard]] FileDescriptor Listen(const BasicString& path)
 {
     RequireFree(path);
-    FileDescriptor made = MakeSocket(path);
+    FileDescriptor made = MakeSocket();
     const BasicString newPath = path + "." + std::to_string(getpid());
-    const sockaddr_un address = MakeAddress(newPath);
     unlink(newPath.c_str());
-    Require(bind(made.Get(), AsGeneralAddress(address), sizeof address) == 0, path);
+    Require(made.IsOpen() && BindSocket(made.Get(), newPath) == 0, path);
     if (chmod(newPath.c_str(), allUsers) != 0 || listen(made.Get(), backlog) != 0 ||
         rename(newPath.c_str(), path.c_str()) != 0)
     {

@@ -18,7 +18,7 @@ using System::Commons::Diagnostics::Logging::LogLevel;
 namespace
 {
 
-constexpr std::size_t maximumLoggedStrangers = 64;
+constexpr std::size_t maximumLoggedUsers = 64;
 /// More than any entry of a directory service needs.
 constexpr std::size_t entryBytes = 65536;
 
@@ -73,20 +73,9 @@ ServerUsers::ServerUsers(const std::vector<RscServerUser>& configured)
     }
 }
 
-bool ServerUsers::MayCall(uint32 userId) const noexcept
+void ServerUsers::LogRefusedUser(uint32 userId)
 {
-    return users.contains(userId);
-}
-
-bool ServerUsers::MayCommand(uint32 userId) const noexcept
-{
-    const auto found = users.find(userId);
-    return found != users.end() && found->second;
-}
-
-void ServerUsers::LogStranger(uint32 userId)
-{
-    if (loggedStrangers.size() < maximumLoggedStrangers && loggedStrangers.insert(userId).second)
+    if (loggedUsers.size() < maximumLoggedUsers && loggedUsers.insert(userId).second)
     {
         Log(LogLevel::Warning, "the user {0} may not call the services: connection refused", DescribeUser(userId));
     }

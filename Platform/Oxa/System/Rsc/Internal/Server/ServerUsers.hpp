@@ -21,17 +21,25 @@ public:
     /// Users that the system does not know are logged and ignored.
     explicit ServerUsers(const std::vector<RscServerUser>& configured);
 
-    [[nodiscard]] bool MayCall(uint32 userId) const noexcept;
-    [[nodiscard]] bool MayCommand(uint32 userId) const noexcept;
+    [[nodiscard]] bool MayCall(uint32 userId) const noexcept
+    {
+        return users.contains(userId);
+    }
+
+    [[nodiscard]] bool MayCommand(uint32 userId) const noexcept
+    {
+        const auto found = users.find(userId);
+        return found != users.end() && found->second;
+    }
 
     /// Logged once for each user, and for a bounded number of them.
-    void LogStranger(uint32 userId);
+    void LogRefusedUser(uint32 userId);
     void LogRefusedCommand(uint32 userId, const BasicString& operation);
 
 private:
     /// Whether each may command.
     std::map<uint32, bool> users;
-    std::set<uint32> loggedStrangers;
+    std::set<uint32> loggedUsers;
     System::Commons::Diagnostics::Logging::LogRateLimiter refusedCommands;
 };
 

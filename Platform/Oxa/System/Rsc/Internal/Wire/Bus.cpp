@@ -2,7 +2,11 @@
 
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 
+#include <sys/socket.h>
+#include <sys/un.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <iterator>
 #include <limits>
@@ -11,6 +15,24 @@
 namespace Oxa::System::Rsc::Internal
 {
 
+namespace
+{
+
+int UseAddress(int (*function)(int, const sockaddr*, socklen_t), int descriptor, const BasicString& path) noexcept
+{
+    sockaddr_un address = {};
+    if (path.size() >= sizeof address.sun_path)
+    {
+        errno = ENAMETOOLONG;
+        return -1;
+    }
+    address.sun_family = AF_UNIX;
+    std::copy(path.begin(), path.end(), std::begin(address.sun_path));
+    return function(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+}
+
+} // namespace
+
 void RequireSuccess(int result, std::string_view what)
 {
     if (result < 0)
@@ -18,6 +40,11 @@ void RequireSuccess(int result, std::string_view what)
         throw System::Commons::InvalidOperationException::Create("{0}: {1}", what,
                                                                  std::generic_category().message(-result));
     }
+}
+
+bool IsHangUp(int error) noexcept
+{
+    return error == ECONNRESET || error == EPIPE || error == ENOTCONN || error == ESHUTDOWN || error == ECONNABORTED;
 }
 
 BusHandle MakeBus()
@@ -35,21 +62,19 @@ int GetPollTimeout(std::chrono::steady_clock::time_point deadline) noexcept
     return static_cast<int>(std::clamp<std::int64_t>(left, 0, std::numeric_limits<int>::max()));
 }
 
-std::optional<sockaddr_un> TryMakeSocketAddress(const BasicString& path) noexcept
+System::Commons::FileDescriptor MakeSocket() noexcept
 {
-    sockaddr_un address = {};
-    if (path.size() >= sizeof address.sun_path)
-    {
-        return std::nullopt;
-    }
-    address.sun_family = AF_UNIX;
-    std::copy(path.begin(), path.end(), std::begin(address.sun_path));
-    return address;
+    return System::Commons::FileDescriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
 }
 
-const sockaddr* AsGeneralAddress(const sockaddr_un& address) noexcept
+int ConnectSocket(int descriptor, const BasicString& path) noexcept
 {
-    return reinterpret_cast<const sockaddr*>(&address);
+    return UseAddress(&connect, descriptor, path);
+}
+
+int BindSocket(int descriptor, const BasicString& path) noexcept
+{
+    return UseAddress(&bind, descriptor, path);
 }
 
 } // namespace Oxa::System::Rsc::Internal

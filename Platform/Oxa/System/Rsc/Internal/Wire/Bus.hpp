@@ -1,14 +1,12 @@
 #pragma once
 
+#include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <systemd/sd-bus.h>
 
 #include <chrono>
 #include <memory>
-#include <optional>
 #include <string_view>
 
 namespace Oxa::System::Rsc::Internal
@@ -32,6 +30,9 @@ using SlotHandle = std::unique_ptr<sd_bus_slot, BusReleaser<sd_bus_slot, &sd_bus
 /// For the result of a function of sd-bus: throws InvalidOperationException, "what: cause", when it is negative.
 void RequireSuccess(int result, std::string_view what);
 
+/// Whether an error means that the peer has closed the connection.
+[[nodiscard]] bool IsHangUp(int error) noexcept;
+
 /// A bus that is not started yet. File descriptors in messages are refused: no operation takes any. Throws
 /// InvalidOperationException.
 [[nodiscard]] BusHandle MakeBus();
@@ -39,10 +40,11 @@ void RequireSuccess(int result, std::string_view what);
 /// The milliseconds until the deadline, rounded up, at least 0: for poll.
 [[nodiscard]] int GetPollTimeout(std::chrono::steady_clock::time_point deadline) noexcept;
 
-/// The address of a Unix socket; none when the path is too long for one.
-[[nodiscard]] std::optional<sockaddr_un> TryMakeSocketAddress(const BasicString& path) noexcept;
+/// An unconnected Unix stream socket that does not block; none with errno.
+[[nodiscard]] System::Commons::FileDescriptor MakeSocket() noexcept;
 
-/// As `connect` and `bind` take it. Valid as long as `address`.
-[[nodiscard]] const sockaddr* AsGeneralAddress(const sockaddr_un& address) noexcept;
+/// As `connect` and `bind`, with a path: 0, or -1 with errno.
+[[nodiscard]] int ConnectSocket(int descriptor, const BasicString& path) noexcept;
+[[nodiscard]] int BindSocket(int descriptor, const BasicString& path) noexcept;
 
 } // namespace Oxa::System::Rsc::Internal

@@ -48,46 +48,55 @@ constexpr FaultName faultNames[] = {
     {SD_BUS_ERROR_DISCONNECTED, RscFault::ConnectionLost},
 };
 
-BusError Describe(const char* name, const std::exception& exception)
+const char* GetErrorName(const std::exception& exception) noexcept
 {
-    return {name, Text::ReplaceInvalidUtf8(exception.what())};
-}
-
-const char* GetErrorName(const RscServiceException& exception) noexcept
-{
-    switch (exception.GetFault())
+    if (const auto* const fault = dynamic_cast<const RscServiceException*>(&exception))
     {
-    case RscFault::NotAvailable:
-        return notAvailableErrorName;
-    case RscFault::InvalidResponse:
-        // Inside the server this fault means that the arguments of a call could not be read.
-        return SD_BUS_ERROR_INVALID_ARGS;
-    default:
-        return operationErrorName;
+        // Inside the server, InvalidResponse means that the arguments of a call could not be read.
+        return fault->GetFault() == RscFault::NotAvailable      ? notAvailableErrorName
+               : fault->GetFault() == RscFault::InvalidResponse ? SD_BUS_ERROR_INVALID_ARGS
+                                                                : operationErrorName;
     }
+    return dynamic_cast<const ArgumentException*>(&exception) != nullptr           ? argumentErrorName
+           : dynamic_cast<const InvalidOperationException*>(&exception) != nullptr ? operationErrorName
+           : dynamic_cast<const NotSupportedException*>(&exception) != nullptr     ? supportErrorName
+                                                                                   : otherErrorName;
 }
 
 } // namespace
 
-std::size_t GetRawBytes(RscType type) noexcept
+char GetBusType(RscType type) noexcept
 {
     switch (type)
     {
+    case RscType::Uint8:
+        return SD_BUS_TYPE_BYTE;
+    case RscType::Int16:
+        return SD_BUS_TYPE_INT16;
+    case RscType::Char16:
+    case RscType::Uint16:
+        return SD_BUS_TYPE_UINT16;
+    case RscType::Int32:
+        return SD_BUS_TYPE_INT32;
     case RscType::Uint32:
     case RscType::Time32:
     case RscType::Date32:
     case RscType::DateAndTime32:
     case RscType::TimeOfDay32:
-        return sizeof(uint32);
+        return SD_BUS_TYPE_UINT32;
+    case RscType::Int64:
+        return SD_BUS_TYPE_INT64;
     case RscType::Uint64:
     case RscType::DateTime:
     case RscType::Time64:
     case RscType::Date64:
     case RscType::DateAndTime64:
     case RscType::TimeOfDay64:
-        return sizeof(uint64);
+        return SD_BUS_TYPE_UINT64;
+    case RscType::Real64:
+        return SD_BUS_TYPE_DOUBLE;
     default:
-        return 0;
+        return '\0';
     }
 }
 
@@ -123,25 +132,9 @@ BusError DescribeException(const std::exception_ptr& exception)
     {
         std::rethrow_exception(exception);
     }
-    catch (const RscServiceException& caught)
-    {
-        return Describe(GetErrorName(caught), caught);
-    }
-    catch (const ArgumentException& caught)
-    {
-        return Describe(argumentErrorName, caught);
-    }
-    catch (const InvalidOperationException& caught)
-    {
-        return Describe(operationErrorName, caught);
-    }
-    catch (const NotSupportedException& caught)
-    {
-        return Describe(supportErrorName, caught);
-    }
     catch (const std::exception& caught)
     {
-        return Describe(otherErrorName, caught);
+        return {GetErrorName(caught), Text::ReplaceInvalidUtf8(caught.what())};
     }
     catch (...)
     {

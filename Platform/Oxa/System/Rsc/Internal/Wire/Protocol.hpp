@@ -42,8 +42,8 @@ inline constexpr const char* arrayMembersSignature = "yyua(yv)";
 /// The only width of variants in which the elements of arrays of arrays are read and written.
 inline constexpr std::size_t subarrayBytes = 512;
 
-/// 4 or 8 for the types that cross as unsigned numbers of that many bytes; 0 for all others.
-[[nodiscard]] std::size_t GetRawBytes(RscType type) noexcept;
+/// The basic type of D-Bus whose values have the same bytes as those of the type; NUL when there is none.
+[[nodiscard]] char GetBusType(RscType type) noexcept;
 
 /// "/Oxa/Device" for the provider "Oxa.Device". Throws ArgumentException when that is no path of D-Bus.
 [[nodiscard]] BasicString GetObjectPath(std::string_view providerName);
