@@ -3,7 +3,7 @@
 #include "Oxa/System/Acf/ComponentConfiguration.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogConfiguration.hpp"
 #include "Oxa/System/Commons/Types.hpp"
-#include "Oxa/System/Rsc/RscServerConfiguration.hpp"
+#include "Oxa/System/Rsc/RscServer.hpp"
 
 #include <vector>
 

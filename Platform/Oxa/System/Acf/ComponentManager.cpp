@@ -17,6 +17,8 @@ using System::Commons::MutexLock;
 using System::Commons::Diagnostics::Logging::LogLevel;
 namespace Text = System::Commons::Text;
 
+IComponent::~IComponent() = default;
+
 ComponentManager::ComponentManager(System::Commons::AppDomain& appDomain) : appDomain(appDomain) {}
 
 ComponentManager::~ComponentManager()

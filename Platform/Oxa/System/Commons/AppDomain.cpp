@@ -11,11 +11,6 @@ AppDomain::AppDomain(BasicString name) : name(std::move(name)) {}
 
 AppDomain::~AppDomain() = default;
 
-const BasicString& AppDomain::GetName() const noexcept
-{
-    return name;
-}
-
 void AppDomain::SetVariable(const BasicString& variableName, BasicString value)
 {
     const MutexLock lock(mutex);

@@ -23,7 +23,10 @@ public:
     AppDomain& operator=(const AppDomain&) = delete;
     ~AppDomain();
 
-    [[nodiscard]] const BasicString& GetName() const noexcept;
+    [[nodiscard]] const BasicString& GetName() const noexcept
+    {
+        return name;
+    }
 
     void SetVariable(const BasicString& name, BasicString value);
     [[nodiscard]] std::optional<BasicString> TryGetVariable(std::string_view name) const;

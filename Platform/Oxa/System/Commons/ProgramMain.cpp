@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <memory>
 #include <system_error>
 
 namespace Oxa::System::Commons
@@ -24,24 +25,6 @@ namespace Oxa::System::Commons
 
 namespace
 {
-
-/// Makes the domain that of the process as long as this lives.
-class DomainOfProcess final
-{
-public:
-    explicit DomainOfProcess(AppDomain& appDomain)
-    {
-        Singleton<AppDomain>::TrySetInstance(appDomain);
-    }
-
-    DomainOfProcess(const DomainOfProcess&) = delete;
-    DomainOfProcess& operator=(const DomainOfProcess&) = delete;
-
-    ~DomainOfProcess()
-    {
-        Singleton<AppDomain>::ClearInstance();
-    }
-};
 
 /// For the log and for a reader of the output that does not read.
 constexpr std::chrono::milliseconds maximumOutputDelay{1000};
@@ -80,7 +63,9 @@ int RunProgram(const char* programName, const std::function<int(AppDomain&)>& ru
         std::signal(SIGPIPE, SIG_IGN);
         Diagnostics::InstallCrashReport();
         AppDomain appDomain(programName);
-        const DomainOfProcess domain(appDomain);
+        Singleton<AppDomain>::TrySetInstance(appDomain);
+        const std::unique_ptr<AppDomain, void (*)(AppDomain*)> domainOfProcess(
+            &appDomain, [](AppDomain* /*appDomain*/) { Singleton<AppDomain>::ClearInstance(); });
         return run(appDomain);
     }
     catch (const XmlException& exception)

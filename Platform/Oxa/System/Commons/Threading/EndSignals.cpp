@@ -36,40 +36,32 @@ sigset_t MakeEndSignals() noexcept
     return signals;
 }
 
-[[noreturn]] void EndAsByDefault(int number) noexcept
-{
-    const sigset_t signals = MakeEndSignals();
-    std::signal(number, SIG_DFL);
-    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
-    raise(number);
-    _exit(EXIT_FAILURE);
-}
-
 /// Requires: the signals are blocked in all threads, this one included.
 void WatchSignals(std::chrono::seconds limit) noexcept
 {
+    using std::chrono::steady_clock;
     const sigset_t signals = MakeEndSignals();
     int number = 0;
     sigwait(&signals, &number);
-    const auto deadline = std::chrono::steady_clock::now() + limit - lastLineLimit;
+    const auto deadline = steady_clock::now() + limit - lastLineLimit;
     firstSignal.load()->Set();
-    while (true)
+    int second = -1;
+    while (second < 0 && steady_clock::now() < deadline)
     {
-        const auto left =
-            std::chrono::duration_cast<std::chrono::nanoseconds>(deadline - std::chrono::steady_clock::now());
-        if (left.count() <= 0)
-        {
-            EndSignals::EndProcess(
-                "the process has not ended in time after a signal: ending without the parts that hang");
-        }
-        const timespec timeout{static_cast<std::time_t>(left.count() / 1'000'000'000),
-                               static_cast<long>(left.count() % 1'000'000'000)};
-        number = sigtimedwait(&signals, nullptr, &timeout);
-        if (number > 0)
-        {
-            EndAsByDefault(number);
-        }
+        // May end early, for instance when the process was stopped and continues.
+        const std::chrono::nanoseconds left = deadline - steady_clock::now();
+        const auto seconds = std::chrono::floor<std::chrono::seconds>(left);
+        const timespec timeout{seconds.count(), (left - seconds).count()};
+        second = sigtimedwait(&signals, nullptr, &timeout);
     }
+    if (second < 0)
+    {
+        EndSignals::EndProcess("the process has not ended in time after a signal: ending without the parts that hang");
+    }
+    std::signal(second, SIG_DFL);
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+    raise(second);
+    _exit(EXIT_FAILURE);
 }
 
 } // namespace

@@ -61,8 +61,6 @@ ILeaderWork::~ILeaderWork() = default;
 
 LeaderTeam::LeaderTeam(ILeaderWork& work) : work(work), state(MakeState(0, 0)) {}
 
-LeaderTeam::~LeaderTeam() = default;
-
 void LeaderTeam::Run(unsigned minimumLimit)
 {
     {

@@ -36,13 +36,10 @@ public:
 class OXA_EXPORT LeaderTeam final : private Diagnostics::Logging::Loggable<LeaderTeam>
 {
 public:
-    /// Borrows the work as long as it lives.
+    /// Borrows the work as long as it lives. Requires of the destructor: `Run` has returned or was never called.
     explicit LeaderTeam(ILeaderWork& work);
     LeaderTeam(const LeaderTeam&) = delete;
     LeaderTeam& operator=(const LeaderTeam&) = delete;
-
-    /// Requires: `Run` has returned or was never called.
-    ~LeaderTeam();
 
     /// Runs step after step until `Stop`, on this thread and others; returns when all threads of the team have ended.
     /// Once. `minimumLimit`, at least 1, plus all changes by `ChangeLimit` bounds the number of threads; the loop never

@@ -71,7 +71,8 @@ void ThrowDatabaseErrno(const BasicString& path, int error)
     System::Commons::ThrowErrno(Text::Format("cannot use the user database '{0}'", path), error);
 }
 
-SqliteConnection::SqliteConnection(BasicString databasePath) : path(std::move(databasePath))
+SqliteConnection::SqliteConnection(BasicString databasePath)
+    : path(std::move(databasePath)), handle(nullptr, &sqlite3_close)
 {
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE;
     sqlite3* opened = nullptr;
@@ -92,11 +93,6 @@ SqliteConnection::SqliteConnection(BasicString databasePath) : path(std::move(da
         ThrowLastError();
     }
     Execute("PRAGMA synchronous = FULL; PRAGMA trusted_schema = OFF");
-}
-
-void SqliteConnection::Closer::operator()(sqlite3* connection) const noexcept
-{
-    sqlite3_close(connection);
 }
 
 void SqliteConnection::Execute(const char* sql)
@@ -138,22 +134,18 @@ void SqliteConnection::ThrowLastError() const
     ThrowDatabaseError(path, cause);
 }
 
-SqliteStatement::SqliteStatement(SqliteConnection& connection, const char* sql) : connection(connection)
+SqliteStatement::SqliteStatement(SqliteConnection& connection, const char* sql)
+    : connection(connection), handle(nullptr, &sqlite3_finalize)
 {
     sqlite3_stmt* prepared = nullptr;
     Check(sqlite3_prepare_v3(connection.handle.get(), sql, -1, SQLITE_PREPARE_PERSISTENT, &prepared, nullptr));
     handle.reset(prepared);
 }
 
-void SqliteStatement::Finalizer::operator()(sqlite3_stmt* statement) const noexcept
-{
-    sqlite3_finalize(statement);
-}
-
-void SqliteStatement::Resetter::operator()(sqlite3_stmt* statement) const noexcept
+int SqliteStatement::Reset(sqlite3_stmt* statement) noexcept
 {
     sqlite3_reset(statement);
-    sqlite3_clear_bindings(statement);
+    return sqlite3_clear_bindings(statement);
 }
 
 BasicString SqliteStatement::GetText(int column) const

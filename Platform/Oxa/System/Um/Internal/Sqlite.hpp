@@ -34,16 +34,11 @@ public:
 private:
     friend class SqliteStatement;
 
-    struct Closer
-    {
-        void operator()(sqlite3* connection) const noexcept;
-    };
-
     /// Throws with the cause of the last failure of a call on the handle.
     [[noreturn]] void ThrowLastError() const;
 
     BasicString path;
-    std::unique_ptr<sqlite3, Closer> handle;
+    std::unique_ptr<sqlite3, int (*)(sqlite3*)> handle;
 };
 
 /// A prepared statement, which may run several times. The connection must outlive it.
@@ -57,7 +52,7 @@ public:
     template <class OnRow, class... Parameters>
     void Run(const OnRow& onRow, const Parameters&... parameters)
     {
-        const std::unique_ptr<sqlite3_stmt, Resetter> run(handle.get());
+        const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> run(handle.get(), &Reset);
         int index = 0;
         (Bind(++index, parameters), ...);
         while (Next())
@@ -71,23 +66,14 @@ public:
     [[nodiscard]] int64 GetInteger(int column) const;
 
 private:
-    struct Finalizer
-    {
-        void operator()(sqlite3_stmt* statement) const noexcept;
-    };
-
-    struct Resetter
-    {
-        void operator()(sqlite3_stmt* statement) const noexcept;
-    };
-
+    static int Reset(sqlite3_stmt* statement) noexcept;
     void Bind(int index, std::string_view text);
     void Bind(int index, int64 number);
     void Check(int result) const;
     [[nodiscard]] bool Next();
 
     SqliteConnection& connection;
-    std::unique_ptr<sqlite3_stmt, Finalizer> handle;
+    std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> handle;
 };
 
 } // namespace Oxa::System::Um::Internal

@@ -7,7 +7,6 @@
 
 #include <spdlog/sinks/dist_sink.h>
 #include <spdlog/sinks/null_sink.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -223,11 +222,6 @@ std::shared_ptr<LogAdapter> LogManager::CreateLogAdapter(const BasicString& type
 void LogManager::WaitUntilWritten(std::chrono::milliseconds limit) noexcept
 {
     Internal::QueuedSink::WaitUntilWritten(limit);
-}
-
-int64 LogManager::GetThreadId() noexcept
-{
-    return gettid();
 }
 
 } // namespace Oxa::System::Commons::Diagnostics::Logging

@@ -88,9 +88,6 @@ public:
     /// Returns when all lines so far are written, or after `limit`; called when the process exits. Takes no lock; also
     /// inside signal handlers.
     static void WaitUntilWritten(std::chrono::milliseconds limit) noexcept;
-
-    /// The kernel's id of the calling thread, as other tools show it.
-    [[nodiscard]] static int64 GetThreadId() noexcept;
 };
 
 } // namespace Oxa::System::Commons::Diagnostics::Logging

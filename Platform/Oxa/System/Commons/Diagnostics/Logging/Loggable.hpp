@@ -1,10 +1,8 @@
 #pragma once
 
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
-#include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
-#include <atomic>
 #include <exception>
 #include <typeinfo>
 
@@ -12,11 +10,14 @@ namespace Oxa::System::Commons::Diagnostics::Logging
 {
 
 /// Gives class T a logger under T's fully qualified name: derive non-publicly and call `Log`. The logger is created at
-/// the first use, once for all objects of T. `WithInstance` prefixes every message with the object's address,
-/// `WithThread` with the thread id. Safe from any thread; `Log` throws only if the logger cannot be created.
+/// the first use, once for all objects of T. The two flags are part of the type's name, but adding the object's address
+/// or the thread to messages is not implemented. Safe from any thread; `Log` throws only if the logger cannot be
+/// created.
 template <class T, bool WithInstance = false, bool WithThread = false>
 class Loggable
 {
+    static_assert(!WithInstance && !WithThread, "not implemented");
+
 protected:
     Loggable() = default;
     Loggable(const Loggable&) = default;
@@ -36,7 +37,7 @@ protected:
         }
         try
         {
-            adapter.Write(level, MakePrefix() + Text::Format(messageTemplate, args...));
+            adapter.Write(level, Text::Format(messageTemplate, args...));
             return;
         }
         catch (const std::exception& exception)
@@ -53,36 +54,9 @@ protected:
 private:
     static LogAdapter& GetLogger()
     {
-        static Mutex mutex;
         // Borrowed: the log keeps its adapters until the process ends.
-        static std::atomic<LogAdapter*> logger = nullptr;
-
-        LogAdapter* current = logger.load(std::memory_order_acquire);
-        if (current == nullptr)
-        {
-            const System::Commons::MutexLock lock(mutex);
-            current = logger.load(std::memory_order_relaxed);
-            if (current == nullptr)
-            {
-                current = LogManager::CreateLogAdapter(Text::GetTypeName(typeid(T))).get();
-                logger.store(current, std::memory_order_release);
-            }
-        }
-        return *current;
-    }
-
-    [[nodiscard]] BasicString MakePrefix() const
-    {
-        BasicString prefix;
-        if constexpr (WithInstance)
-        {
-            prefix += Text::Format("[{0}] ", static_cast<const void*>(this));
-        }
-        if constexpr (WithThread)
-        {
-            prefix += Text::Format("[thread {0}] ", LogManager::GetThreadId());
-        }
-        return prefix;
+        static LogAdapter& logger = *LogManager::CreateLogAdapter(Text::GetTypeName(typeid(T)));
+        return logger;
     }
 
     static void WriteFormatFailure(LogAdapter& adapter, const char* reason) noexcept

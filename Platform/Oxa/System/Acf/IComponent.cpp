@@ -1,8 +1,0 @@
-#include "Oxa/System/Acf/IComponent.hpp"
-
-namespace Oxa::System::Acf
-{
-
-IComponent::~IComponent() = default;
-
-} // namespace Oxa::System::Acf
