@@ -80,10 +80,13 @@ std::shared_ptr<Entry> Withdraw(Entries<Entry>& entries, std::string_view name, 
 template <class Entry>
 Entries<Entry> TakeWithdrawn(Entries<Entry>& entries, const Gate& gate)
 {
-    const auto withdrawn = std::ranges::stable_partition(entries, [&gate](const auto& each)
-                                                         { return each->gate != gate || !each->isWithdrawn; });
-    Entries<Entry> taken(std::make_move_iterator(withdrawn.begin()), std::make_move_iterator(withdrawn.end()));
-    entries.erase(withdrawn.begin(), withdrawn.end());
+    const auto isKept = [&gate](const auto& each)
+    {
+        return each->gate != gate || !each->isWithdrawn;
+    };
+    const auto first = std::stable_partition(entries.begin(), entries.end(), isKept);
+    Entries<Entry> taken(std::make_move_iterator(first), std::make_move_iterator(entries.end()));
+    entries.erase(first, entries.end());
     return taken;
 }
 

@@ -117,26 +117,7 @@ void ModuleSupervisor::PostUpdate() noexcept
 
 void ModuleSupervisor::Update()
 {
-    const auto now = Clock::now();
-    auto next = Clock::time_point::max();
-    {
-        const MutexLock lock(mutex);
-        for (const auto& module : modules)
-        {
-            ModuleLifecycle& lifecycle = lifecycles.at(module.get());
-            const auto due = lifecycle.FindDueTime(&ServiceManager::GetEpoch);
-            if (due && *due > now)
-            {
-                next = std::min(next, *due);
-            }
-            else if (due && module->GetGate().TryClose())
-            {
-                boost::asio::post(loop.GetContext(), [this, &module = *module, isFirst = !lifecycle.HasEnded()]
-                                  { SetUp(module, isFirst); });
-                lifecycle.BeginSetup(now);
-            }
-        }
-    }
+    const auto next = BeginDueSetups(Clock::now());
     if (next == Clock::time_point::max())
     {
         return;
@@ -150,6 +131,29 @@ void ModuleSupervisor::Update()
                 Update();
             }
         });
+}
+
+/// When the next set-up is due.
+Clock::time_point ModuleSupervisor::BeginDueSetups(Clock::time_point now)
+{
+    auto next = Clock::time_point::max();
+    const MutexLock lock(mutex);
+    for (const auto& module : modules)
+    {
+        ModuleLifecycle& lifecycle = lifecycles.at(module.get());
+        const auto due = lifecycle.FindDueTime(&ServiceManager::GetEpoch);
+        if (due && *due > now)
+        {
+            next = std::min(next, *due);
+        }
+        else if (due && module->GetGate().TryClose())
+        {
+            boost::asio::post(loop.GetContext(),
+                              [this, &module = *module, isFirst = !lifecycle.HasEnded()] { SetUp(module, isFirst); });
+            lifecycle.BeginSetup(now);
+        }
+    }
+    return next;
 }
 
 void ModuleSupervisor::SetUp(HostedModule& module, bool isFirst)

@@ -74,6 +74,7 @@ private:
     void OnEpochChanged(const BasicString& providerName) noexcept override;
     void PostUpdate() noexcept;
     void Update();
+    [[nodiscard]] ModuleLifecycle::Clock::time_point BeginDueSetups(ModuleLifecycle::Clock::time_point now);
     void SetUp(HostedModule& module, bool isFirst);
     void ReportFirstSetups(const std::exception_ptr& settingsFault);
 
