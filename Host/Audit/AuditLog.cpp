@@ -2,43 +2,27 @@
 
 #include "Oxa/System/Nm/Notification.hpp"
 
-#include <string_view>
+#include <iomanip>
+#include <sstream>
 
 namespace Oxa::Host::Audit
 {
 
-using System::Commons::Diagnostics::Logging::LogLevel;
-
-namespace
-{
-
-/// In quotes, and so that no text can end them.
-BasicString Quote(std::string_view text)
-{
-    BasicString quoted = "'";
-    for (const char character : text)
-    {
-        if (character == '\'' || character == '\\')
-        {
-            quoted += '\\';
-        }
-        quoted += character;
-    }
-    return quoted += '\'';
-}
-
-} // namespace
-
 void AuditLog::Write(const System::Nm::Notification& notification) const
 {
-    BasicString details;
+    // In quotes, with a backslash before quotes, so that no text can end its field.
+    const auto quote = [](const BasicString& text)
+    {
+        return std::quoted(text, '\'');
+    };
+    std::ostringstream line;
+    line << System::Nm::GetNotificationKindName(notification.kind) << " source=" << quote(notification.source)
+         << " user=" << quote(notification.user) << " text=" << quote(notification.text);
     for (const auto& [name, value] : notification.fields)
     {
-        details += System::Commons::Text::Format(" {0}={1}", name, Quote(value));
+        line << ' ' << name << '=' << quote(value);
     }
-    Log(LogLevel::Information, "{0} source={1} user={2} text={3}{4}",
-        System::Nm::GetNotificationKindName(notification.kind), Quote(notification.source), Quote(notification.user),
-        Quote(notification.text), details);
+    Log(System::Commons::Diagnostics::Logging::LogLevel::Information, "{0}", line.str());
 }
 
 } // namespace Oxa::Host::Audit

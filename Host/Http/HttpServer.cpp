@@ -336,8 +336,6 @@ HttpServer::HttpServer(asio::io_context& context, const Configuration::HttpConfi
 {
 }
 
-HttpServer::~HttpServer() = default;
-
 void HttpServer::Listen()
 {
     const asio::ip::tcp::endpoint endpoint(asio::ip::make_address(configuration.address), configuration.port);

@@ -29,7 +29,6 @@ public:
                HttpHandler handler);
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
-    ~HttpServer();
 
     /// Throws InvalidOperationException, with address and cause, when the system refuses it.
     void Listen();

@@ -15,16 +15,10 @@ static_assert(RequestReader::maximumHeaderBytes == 8192, "the texts of two probl
 static_assert(RequestReader::maximumFields == 64, "the text of headerTooLarge names the limit");
 static_assert(RequestReader::maximumBodyBytes == 65536, "the text of bodyTooLarge names the limit");
 
-void WriteProblemMembers(System::Commons::Json::JsonWriter& writer, const Problem& problem)
+namespace
 {
-    writer.WriteValue("type", "about:blank");
-    writer.WriteValue("title", GetReasonPhrase(problem.status));
-    writer.WriteValue("status", static_cast<uint32>(problem.status));
-    writer.WriteValue("code", problem.code);
-    writer.WriteValue("detail", problem.detail);
-}
 
-BasicString FormatProblem(const Problem& problem, std::string_view requestId)
+BasicString FormatProblem(const Problem& problem, std::string_view requestId = {})
 {
     System::Commons::Json::JsonWriter writer;
     writer.WriteStartObject();
@@ -35,6 +29,17 @@ BasicString FormatProblem(const Problem& problem, std::string_view requestId)
     }
     writer.WriteEndObject();
     return BasicString(writer.GetText());
+}
+
+} // namespace
+
+void WriteProblemMembers(System::Commons::Json::JsonWriter& writer, const Problem& problem)
+{
+    writer.WriteValue("type", "about:blank");
+    writer.WriteValue("title", GetReasonPhrase(problem.status));
+    writer.WriteValue("status", static_cast<uint32>(problem.status));
+    writer.WriteValue("code", problem.code);
+    writer.WriteValue("detail", problem.detail);
 }
 
 Handling SendProblem(IHttpExchange& exchange, const Problem& problem, std::string_view requestId)

@@ -77,9 +77,6 @@ inline constexpr std::string_view retryAfterField = "Retry-After: 1\r\n";
 /// Writes the members that every problem has into the open JSON object.
 void WriteProblemMembers(System::Commons::Json::JsonWriter& writer, const Problem& problem);
 
-/// The media type's JSON text; `requestId` may be empty.
-[[nodiscard]] BasicString FormatProblem(const Problem& problem, std::string_view requestId = {});
-
 // These send a response and return `Handling::Completed`, which is then the handler's result as well.
 
 /// Sends the problem with the header fields that belong to its status: Retry-After, WWW-Authenticate.

@@ -42,8 +42,6 @@ RequestStrand::RequestStrand(Threads::EventLoop& loop, BasicString name, std::si
 {
 }
 
-RequestStrand::~RequestStrand() = default;
-
 /// Null: the task has begun.
 const Problem* RequestStrand::TryBegin(IHttpExchange& exchange)
 {

@@ -47,7 +47,6 @@ public:
                   std::chrono::milliseconds hangTime = std::chrono::seconds(5));
     RequestStrand(const RequestStrand&) = delete;
     RequestStrand& operator=(const RequestStrand&) = delete;
-    ~RequestStrand();
 
     /// `task(exchange)` calls the exchange's `Send`. Over the bound the response is 503.
     template <class F>

@@ -34,8 +34,6 @@ HostedModule::HostedModule(Configuration::ModuleConfiguration configuration, Mod
 {
 }
 
-HostedModule::~HostedModule() = default;
-
 HostedModule::Outcome HostedModule::SetUp(System::Commons::AppDomain& appDomain)
 {
     TakeDown();

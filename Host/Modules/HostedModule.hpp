@@ -41,7 +41,6 @@ public:
         System::Nm::NotificationManager& notifications, std::function<void()> whenGateEmpty = [] {});
     HostedModule(const HostedModule&) = delete;
     HostedModule& operator=(const HostedModule&) = delete;
-    ~HostedModule();
 
     /// Loads the library and creates the module unless that is done, stops and resets the module if it is up, sets it
     /// up and starts it. After a failure nothing of it is registered. Throws XmlException when its settings cannot be

@@ -5,6 +5,7 @@
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
 #include <algorithm>
+#include <exception>
 #include <iterator>
 #include <utility>
 
@@ -119,8 +120,7 @@ bool IsAvailable(const DataProvider& provider)
     return visit && !provider.isWithdrawn && provider.handler->IsAvailable();
 }
 
-} // namespace
-
+/// What a fault of the remote service call layer means for a client; null for other exceptions.
 const Http::Problem* FindServiceProblem(const std::exception& exception) noexcept
 {
     const auto* const fault = dynamic_cast<const RscServiceException*>(&exception);
@@ -142,6 +142,8 @@ const Http::Problem* FindServiceProblem(const std::exception& exception) noexcep
         return &Http::Problems::serviceNotAvailable;
     }
 }
+
+} // namespace
 
 ModuleRegistry::Registrar::Registrar(ModuleRegistry& registry, BasicString moduleName, Gate gate)
     : registry(registry), moduleName(std::move(moduleName)), gate(std::move(gate))
@@ -313,8 +315,6 @@ ModuleRegistry::ModuleRegistry(Threads::EventLoop& loop, const Configuration::Ho
         }
     }
 }
-
-ModuleRegistry::~ModuleRegistry() = default;
 
 std::shared_ptr<Http::RequestStrand> ModuleRegistry::MakeStrand(BasicString name) const
 {

@@ -11,7 +11,6 @@
 
 #include <atomic>
 #include <cstddef>
-#include <exception>
 #include <functional>
 #include <map>
 #include <memory>
@@ -21,9 +20,6 @@
 
 namespace Oxa::Host::Modules
 {
-
-/// What a fault of the remote service call layer means for a client; null for other exceptions.
-[[nodiscard]] const Http::Problem* FindServiceProblem(const std::exception& exception) noexcept;
 
 /// A name that a module has registered; for a language, that is all.
 struct Registration
@@ -139,7 +135,6 @@ public:
     ModuleRegistry(Threads::EventLoop& loop, const Configuration::HostConfiguration& configuration);
     ModuleRegistry(const ModuleRegistry&) = delete;
     ModuleRegistry& operator=(const ModuleRegistry&) = delete;
-    ~ModuleRegistry();
 
     /// A strand for calls of modules. `name` is for the log.
     [[nodiscard]] std::shared_ptr<Http::RequestStrand> MakeStrand(BasicString name) const;

@@ -122,8 +122,6 @@ SessionRoute::SessionRoute(SessionManager& sessions, boost::asio::io_context& co
 {
 }
 
-SessionRoute::~SessionRoute() = default;
-
 Handling SessionRoute::Handle(const std::shared_ptr<IHttpExchange>& exchange)
 {
     switch (exchange->GetRequest().method)

@@ -16,7 +16,8 @@ namespace Oxa::Host::Sessions
 {
 
 /// POST logs in, GET sends the session, DELETE logs out. Passwords are verified on a thread of its own, one at a time,
-/// since that takes long on purpose; a bounded number of log-ins waits. Threads: the event loop's.
+/// since that takes long on purpose; a bounded number of log-ins waits. The destructor finishes the log-in in progress;
+/// those that wait get no response. Threads: the event loop's.
 class SessionRoute final
 {
 public:
@@ -24,9 +25,6 @@ public:
     SessionRoute(SessionManager& sessions, boost::asio::io_context& context);
     SessionRoute(const SessionRoute&) = delete;
     SessionRoute& operator=(const SessionRoute&) = delete;
-
-    /// Finishes the log-in in progress; those that wait get no response.
-    ~SessionRoute();
 
     [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange);
 
