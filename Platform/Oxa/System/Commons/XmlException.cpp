@@ -7,10 +7,6 @@ namespace Oxa::System::Commons
 
 const char* const XmlException::fileLineMessage = "{1}:{2}: {0}";
 
-XmlException::XmlException(const XmlException&) noexcept = default;
-
-XmlException& XmlException::operator=(const XmlException&) noexcept = default;
-
 XmlException::~XmlException() = default;
 
 XmlException XmlException::CreateAt(const BasicString& fileName, int lineNumber, std::string_view message)

@@ -11,23 +11,15 @@ class XmlReader;
 }
 
 /// A settings or configuration document cannot be read or has a mistake.
-class OXA_EXPORT XmlException final : public Exception
+class OXA_EXPORT XmlException final : public FormattedException<XmlException>
 {
 public:
-    /// {0} what is wrong, {1} file name, {2} line number, first line 1.
+    /// {0} the cause, {1} file name, {2} line number, first line 1.
     static const char* const fileLineMessage;
 
-    using Exception::Exception;
-    XmlException(const XmlException&) noexcept;
-    XmlException& operator=(const XmlException&) noexcept;
+    using FormattedException::Create;
+    using FormattedException::FormattedException;
     ~XmlException() override;
-
-    /// The text is the filled template and carries no position.
-    template <class... Args>
-    [[nodiscard]] static XmlException Create(std::string_view messageTemplate, const Args&... args)
-    {
-        return XmlException(Text::Format(messageTemplate, args...));
-    }
 
     /// The text is the filled template, combined with the reader's file and line through `fileLineMessage`.
     template <class... Args>

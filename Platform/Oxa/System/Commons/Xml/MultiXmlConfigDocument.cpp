@@ -1,10 +1,14 @@
 #include "Oxa/System/Commons/Xml/MultiXmlConfigDocument.hpp"
 
-#include "Oxa/System/Commons/XmlException.hpp"
+#include "Oxa/System/Commons/AppDomain.hpp"
+#include "Oxa/System/Commons/Xml/IXmlSerializable.hpp"
+#include "Oxa/System/Commons/Xml/XmlReader.hpp"
+#include "Oxa/System/Commons/Xml/XmlSerializationContext.hpp"
 
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 namespace Oxa::System::Commons::Xml
 {
@@ -15,18 +19,20 @@ namespace
 std::vector<BasicString> ListXmlFiles(const BasicString& folder)
 {
     std::vector<BasicString> files;
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+    try
     {
-        const BasicString name = entry->path().filename().string();
-        if (name.ends_with(".xml") && !name.starts_with('.'))
+        for (const auto& entry : std::filesystem::directory_iterator(folder))
         {
-            files.push_back(entry->path().string());
+            const BasicString name = entry.path().filename().string();
+            if (name.ends_with(".xml") && !name.starts_with('.'))
+            {
+                files.push_back(entry.path().string());
+            }
         }
     }
-    if (error)
+    catch (const std::filesystem::filesystem_error& error)
     {
-        throw XmlException::Create("cannot read '{0}': {1}", folder, error.message());
+        throw XmlException::Create("cannot read '{0}': {1}", folder, error.code().message());
     }
     if (files.empty())
     {
@@ -37,6 +43,30 @@ std::vector<BasicString> ListXmlFiles(const BasicString& folder)
 }
 
 } // namespace
+
+XmlConfigDocument::XmlConfigDocument(BasicString documentElementName, IXmlSerializable& root)
+    : documentElementName(std::move(documentElementName)), root(root)
+{
+}
+
+XmlConfigDocument::~XmlConfigDocument() = default;
+
+void XmlConfigDocument::Load(const BasicString& path)
+{
+    XmlReader reader(path);
+    reader.RequireDocumentElement(documentElementName);
+    XmlSerializationContext context(Singleton<AppDomain>::TryGetInstance());
+    try
+    {
+        root.ReadXml(reader, context);
+    }
+    catch (XmlException& exception)
+    {
+        exception.AddReadingPosition(reader);
+        throw;
+    }
+    reader.ReadToEnd();
+}
 
 MultiXmlConfigDocument::~MultiXmlConfigDocument() = default;
 

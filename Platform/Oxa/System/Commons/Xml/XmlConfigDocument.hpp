@@ -21,7 +21,7 @@ public:
 
     /// Throws XmlException, naming file, line and cause, when the file cannot be read, is not well-formed or has
     /// another document element. What `root` throws passes through with its text unchanged; an XmlException without a
-    /// position of its own is given the place that was being read.
+    /// position of its own gets the position that was being read.
     virtual void Load(const BasicString& path);
 
 private:

@@ -69,21 +69,6 @@ XmlElementReader::XmlElementReader(XmlReader& reader, XmlSerializationContext& c
 {
 }
 
-const BasicString& XmlElementReader::GetName() const noexcept
-{
-    return name;
-}
-
-const BasicString& XmlElementReader::GetFileName() const noexcept
-{
-    return reader.GetFileName();
-}
-
-int XmlElementReader::GetLine() const noexcept
-{
-    return line;
-}
-
 BasicString XmlElementReader::GetPosition() const
 {
     return Text::Format("{0}:{1}", GetFileName(), line);

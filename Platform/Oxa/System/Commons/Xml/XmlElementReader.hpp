@@ -71,7 +71,7 @@ public:
     };
 
     /// Calls `read` for the document element. Placeholders resolve from the process's application domain, when there is
-    /// one, and the environment. Whatever the problems' reaction, throws XmlException when the document has another
+    /// one, and the environment. Always throws XmlException when the document has another
     /// document element or is not well-formed.
     static void ReadDocument(XmlReader& reader, std::string_view documentElementName, XmlProblems& problems,
                              const ReadFunction& read);
@@ -82,9 +82,21 @@ public:
     XmlElementReader(const XmlElementReader&) = delete;
     XmlElementReader& operator=(const XmlElementReader&) = delete;
 
-    [[nodiscard]] const BasicString& GetName() const noexcept;
-    [[nodiscard]] const BasicString& GetFileName() const noexcept;
-    [[nodiscard]] int GetLine() const noexcept;
+    [[nodiscard]] const BasicString& GetName() const noexcept
+    {
+        return name;
+    }
+
+    [[nodiscard]] const BasicString& GetFileName() const noexcept
+    {
+        return reader.GetFileName();
+    }
+
+    [[nodiscard]] int GetLine() const noexcept
+    {
+        return line;
+    }
+
     /// "FILE:LINE" of the element.
     [[nodiscard]] BasicString GetPosition() const;
 

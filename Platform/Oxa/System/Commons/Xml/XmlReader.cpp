@@ -26,34 +26,32 @@ namespace
 
 constexpr std::string_view blanks = " \t\r\n";
 
-/// A tag, or a text that is not only blanks. Comments and processing instructions are left out.
+/// The name as it is written, and the value.
+using Attribute = std::pair<BasicString, BasicString>;
+
+/// A start tag, or a text that is not only blanks. Comments and processing instructions are left out.
 struct Node
 {
-    enum class Kind
-    {
-        StartTag,
-        EndTag,
-        Text
-    };
-
-    Kind kind = Kind::StartTag;
+    bool isText = false;
     /// Where the tag begins, or the first character of the text that is not a blank. First line 1.
     int line = 1;
-    /// The number of elements that a tag's element lies in: 0 for the document element.
+    /// The number of elements that contain it: 0 for the document element.
     int depth = 0;
-    /// Of a start tag: whether it is written as <a/>; an end tag follows all the same.
+    /// Of a start tag: whether it is written as <a/>.
     bool isEmptyElement = false;
-    /// Of a start tag the name as it is written, with its prefix; of a text its beginning, for messages; else empty.
+    /// Of a start tag the name as it is written, with its prefix; of a text its beginning, for messages.
     BasicString text;
-    /// Of a start tag, with the names as they are written: first declarations of namespaces, then all others.
-    std::vector<std::pair<BasicString, BasicString>> attributes;
+    /// Of a start tag: first declarations of namespaces, then all others.
+    std::vector<Attribute> attributes;
 };
 
-/// The nodes of a document in its order, and why it is not well-formed; the nodes then end before that place.
+/// The nodes of a document in its order, and its fault when it is not well-formed; the nodes then end before it.
 struct Document
 {
     /// Begins with the start tag of the document element. Never empty without a fault.
     std::vector<Node> nodes;
+    /// Whether the fault, if any, lies behind the document element.
+    bool isElementClosed = false;
     std::optional<XmlException> fault;
 };
 
@@ -136,7 +134,7 @@ public:
         {
             std::rethrow_exception(failure);
         }
-        if (!IsDocumentElementClosed())
+        if (!result.isElementClosed)
         {
             SetFault(1, "not well-formed XML");
         }
@@ -197,10 +195,8 @@ private:
 
     static void OnEndTag(void* self, const xmlChar*, const xmlChar*, const xmlChar*) noexcept
     {
-        Run(self,
-            [](Parser& parser) {
-                parser.Add({Node::Kind::EndTag, parser.GetLine(), --parser.depth, false, {}, {}});
-            });
+        // An element that ends behind a fault is not closed.
+        Run(self, [](Parser& parser) { parser.result.isElementClosed = --parser.depth == 0; });
     }
 
     static void OnText(void* self, const xmlChar* characters, int length) noexcept
@@ -217,11 +213,6 @@ private:
         }
     }
 
-    Node& Add(Node node)
-    {
-        return result.nodes.emplace_back(std::move(node));
-    }
-
     /// libxml2 has read the tag, but for its ">" or "/>".
     Node& AddStartTag(BasicString name)
     {
@@ -232,7 +223,8 @@ private:
         // In UTF-16, NULs lie between the characters.
         const std::size_t next = rest.find_first_not_of('\0');
         const bool isEmptyElement = next != std::string_view::npos && rest[next] == '/';
-        return Add({Node::Kind::StartTag, GetLine() - lineCount, depth++, isEmptyElement, std::move(name), {}});
+        return result.nodes.emplace_back(
+            Node{false, GetLine() - lineCount, depth++, isEmptyElement, std::move(name), {}});
     }
 
     /// libxml2 hands a long text over in pieces; the first that is not only blanks stands for all.
@@ -240,14 +232,15 @@ private:
     {
         constexpr std::size_t longestExcerpt = 40;
         const std::size_t start = piece.find_first_not_of(blanks);
-        if (start == std::string_view::npos || (!result.nodes.empty() && result.nodes.back().kind == Node::Kind::Text))
+        const Node* const last = result.nodes.empty() ? nullptr : &result.nodes.back();
+        if (start == std::string_view::npos || (last != nullptr && last->isText && last->depth == depth))
         {
             return;
         }
         piece.remove_prefix(start);
         std::string_view excerpt = Text::Truncate(piece.substr(0, piece.find_first_of("\r\n")), longestExcerpt);
         excerpt = excerpt.substr(0, excerpt.find_last_not_of(blanks) + 1);
-        Add({Node::Kind::Text, GetLine() - CountLines(piece), depth, false, BasicString(excerpt), {}});
+        result.nodes.push_back({true, GetLine() - CountLines(piece), depth, false, BasicString(excerpt), {}});
     }
 
     void TakeError(const xmlError& error)
@@ -255,7 +248,7 @@ private:
         const int line = error.line > 0 ? error.line : 1;
         // A file that was not written to its end can hold NULs from there on.
         const bool isAtEnd = GetRest().find_first_not_of('\0') == std::string_view::npos;
-        if (isAtEnd && !IsDocumentElementClosed() && error.code != XML_ERR_TAG_NAME_MISMATCH)
+        if (isAtEnd && !result.isElementClosed && error.code != XML_ERR_TAG_NAME_MISMATCH)
         {
             SetFault(line, error.code == XML_ERR_DOCUMENT_EMPTY ? "the document is empty"
                                                                 : "the document ends before its element is closed");
@@ -265,11 +258,6 @@ private:
         message.erase(message.find_last_not_of('\n') + 1);
         std::replace(message.begin(), message.end(), '\n', ' ');
         SetFault(line, message);
-    }
-
-    [[nodiscard]] bool IsDocumentElementClosed() const noexcept
-    {
-        return depth == 0 && !result.nodes.empty();
     }
 
     /// The document from where libxml2 stands.
@@ -302,7 +290,7 @@ private:
 
 } // namespace
 
-/// Stands on one node after the other; what the document holds before a place that is not well-formed can be read.
+/// Stands on one node after the other; what the document holds before a fault can be read.
 struct XmlReader::Implementation
 {
     Implementation(std::string_view text, BasicString documentName)
@@ -321,8 +309,7 @@ struct XmlReader::Implementation
         {
             return &document.nodes[++position];
         }
-        const Node& last = document.nodes.back();
-        if (last.kind != Node::Kind::EndTag || last.depth > 0)
+        if (!document.isElementClosed)
         {
             throw XmlException(*document.fault);
         }
@@ -366,17 +353,15 @@ bool XmlReader::TryReadStartElement(std::string_view name)
     implementation->skippedText = nullptr;
     while (const Node* const node = implementation->TryMoveOn())
     {
-        if (node->kind == Node::Kind::Text && implementation->skippedText == nullptr)
+        if (node->isText)
         {
-            implementation->skippedText = node;
+            implementation->skippedText = implementation->skippedText != nullptr ? implementation->skippedText : node;
+            continue;
         }
-        if (node->kind == Node::Kind::StartTag)
+        implementation->element = implementation->position;
+        if (name.empty() || name == GetElementLocalName())
         {
-            implementation->element = implementation->position;
-            if (name.empty() || name == GetElementLocalName())
-            {
-                return true;
-            }
+            return true;
         }
     }
     implementation->element = 0;
@@ -385,17 +370,12 @@ bool XmlReader::TryReadStartElement(std::string_view name)
 
 void XmlReader::ReadEndElement()
 {
-    if (implementation->position != implementation->element)
-    {
-        return;
-    }
+    const auto& nodes = implementation->document.nodes;
+    std::size_t& position = implementation->position;
     const int depth = GetDepth();
-    while (const Node* const node = implementation->TryMoveOn())
+    while (position + 1 < nodes.size() && nodes[position + 1].depth > depth)
     {
-        if (node->kind == Node::Kind::EndTag && node->depth == depth)
-        {
-            return;
-        }
+        ++position;
     }
 }
 
@@ -426,9 +406,7 @@ int XmlReader::GetDepth() const
 bool XmlReader::TryGetAttributeText(std::string_view attributeName, BasicString& text) const
 {
     const auto& attributes = implementation->GetElement().attributes;
-    const auto found =
-        std::find_if(attributes.begin(), attributes.end(),
-                     [attributeName](const auto& attribute) { return attribute.first == attributeName; });
+    const auto found = std::ranges::find(attributes, attributeName, &Attribute::first);
     if (found == attributes.end())
     {
         return false;
@@ -445,13 +423,6 @@ std::vector<BasicString> XmlReader::GetAttributeNames() const
         names.push_back(name);
     }
     return names;
-}
-
-void XmlReader::ThrowBadAttribute(std::string_view attributeName, const BasicString& text,
-                                  std::string_view expected) const
-{
-    throw XmlException::Create(*this, "the attribute '{0}' of the element '{1}' is '{2}', expected {3}", attributeName,
-                               GetElementName(), text, expected);
 }
 
 std::string_view XmlReader::GetSkippedText() const noexcept

@@ -4,13 +4,10 @@
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 
-#include <charconv>
 #include <concepts>
 #include <cstddef>
-#include <limits>
 #include <memory>
 #include <string_view>
-#include <type_traits>
 #include <vector>
 
 namespace Oxa::System::Commons::Xml
@@ -18,7 +15,7 @@ namespace Oxa::System::Commons::Xml
 
 /// Reads one XML document from front to back, forwards only. Document type declarations are refused, so there are no
 /// entities but the predefined ones, and nothing is ever fetched.
-/// Threads: one at a time. When the text is not well-formed, all that lies before that place can be read; the function
+/// Threads: one at a time. When the text is not well-formed, everything before that position can be read; the function
 /// that would have to go beyond it throws XmlException, with file and line.
 class OXA_EXPORT XmlReader final
 {
@@ -46,7 +43,7 @@ public:
     /// On an element: leaves it with all it holds.
     void ReadEndElement();
 
-    /// Without its prefix. At the end of the document element, what is said of the current element is said of that one.
+    /// Without its prefix. At the end of the document, the document element is the current element.
     [[nodiscard]] BasicString GetElementLocalName() const;
 
     /// As it is written, with its prefix.
@@ -59,52 +56,23 @@ public:
     [[nodiscard]] int GetDepth() const;
 
     /// `attributeName`: as it is written. False, and `value` is unchanged, when the current element has no such
-    /// attribute. `T`: BasicString, bool ("true" or "false") or an integer type, for which a text that does not fit
-    /// throws XmlException.
-    template <class T>
+    /// attribute. Other types than text are read by XmlElementReader.
+    template <std::same_as<BasicString> T>
     bool TryGetAttributeValue(std::string_view attributeName, T& value) const
     {
-        BasicString text;
-        if (!TryGetAttributeText(attributeName, text))
-        {
-            return false;
-        }
-        if constexpr (std::is_same_v<T, BasicString>)
-        {
-            value = std::move(text);
-        }
-        else if constexpr (std::is_same_v<T, bool>)
-        {
-            if (text != "true" && text != "false")
-            {
-                ThrowBadAttribute(attributeName, text, "true or false");
-            }
-            value = text == "true";
-        }
-        else
-        {
-            static_assert(std::integral<T>);
-            const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-            if (error != std::errc() || end != text.data() + text.size())
-            {
-                ThrowBadAttribute(attributeName, text,
-                                  Text::Format("a number from {0} to {1}", std::numeric_limits<T>::min(),
-                                               std::numeric_limits<T>::max()));
-            }
-        }
-        return true;
+        return TryGetAttributeText(attributeName, value);
     }
 
     /// The names of the current element's attributes as they are written, with their prefixes: first the declarations
     /// of namespaces, then all others, in the order in which they are written.
     [[nodiscard]] std::vector<BasicString> GetAttributeNames() const;
 
-    /// The beginning of the first text, blanks do not count, that the last call of `TryReadStartElement` has passed
-    /// over, and the line that it begins in; empty and 0 when there was none. Valid as long as the reader.
+    /// The beginning of the first text, other than blanks, that the last call of `TryReadStartElement` passed over, and
+    /// its line; empty and 0 without one. Valid as long as the reader.
     [[nodiscard]] std::string_view GetSkippedText() const noexcept;
     [[nodiscard]] int GetSkippedTextLine() const noexcept;
 
-    /// Throws when anything in the document is not well-formed, what follows the document element included.
+    /// Throws when the document is not well-formed, also behind the document element.
     void ReadToEnd();
 
     /// Where the start tag of the current element begins. First line 1.
@@ -115,8 +83,6 @@ private:
     struct Implementation;
 
     bool TryGetAttributeText(std::string_view attributeName, BasicString& text) const;
-    [[noreturn]] void ThrowBadAttribute(std::string_view attributeName, const BasicString& text,
-                                        std::string_view expected) const;
 
     std::unique_ptr<Implementation> implementation;
 };

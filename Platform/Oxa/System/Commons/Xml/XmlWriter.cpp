@@ -44,20 +44,10 @@ BasicString SeparateHyphens(std::string_view text)
     return result.ends_with('-') ? result + ' ' : result;
 }
 
-/// A text as libxml2 takes it: NUL-terminated UTF-8 without forbidden characters.
-class XmlText final
+const xmlChar* ToXml(const BasicString& text) noexcept
 {
-public:
-    explicit XmlText(std::string_view text) : text(ReplaceForbidden(text)) {}
-
-    [[nodiscard]] const xmlChar* Get() const noexcept
-    {
-        return reinterpret_cast<const xmlChar*>(text.c_str());
-    }
-
-private:
-    BasicString text;
-};
+    return reinterpret_cast<const xmlChar*>(text.c_str());
+}
 
 } // namespace
 
@@ -92,25 +82,28 @@ XmlWriter::~XmlWriter() = default;
 
 void XmlWriter::WriteStartElement(std::string_view name)
 {
-    Implementation::Check(xmlTextWriterStartElement(implementation->writer.get(), XmlText(name).Get()), "a start tag");
+    Implementation::Check(xmlTextWriterStartElement(implementation->writer.get(), ToXml(ReplaceForbidden(name))),
+                          "a start tag");
 }
 
 void XmlWriter::WriteAttribute(std::string_view name, std::string_view value)
 {
-    Implementation::Check(
-        xmlTextWriterWriteAttribute(implementation->writer.get(), XmlText(name).Get(), XmlText(value).Get()),
-        "an attribute");
+    Implementation::Check(xmlTextWriterWriteAttribute(implementation->writer.get(), ToXml(ReplaceForbidden(name)),
+                                                      ToXml(ReplaceForbidden(value))),
+                          "an attribute");
 }
 
 void XmlWriter::WriteText(std::string_view text)
 {
-    Implementation::Check(xmlTextWriterWriteString(implementation->writer.get(), XmlText(text).Get()), "a text");
+    Implementation::Check(xmlTextWriterWriteString(implementation->writer.get(), ToXml(ReplaceForbidden(text))),
+                          "a text");
 }
 
 void XmlWriter::WriteComment(std::string_view text)
 {
-    Implementation::Check(xmlTextWriterWriteComment(implementation->writer.get(), XmlText(SeparateHyphens(text)).Get()),
-                          "a comment");
+    Implementation::Check(
+        xmlTextWriterWriteComment(implementation->writer.get(), ToXml(ReplaceForbidden(SeparateHyphens(text)))),
+        "a comment");
 }
 
 void XmlWriter::WriteEndElement()
