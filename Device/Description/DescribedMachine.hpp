@@ -12,6 +12,8 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <tuple>
+#include <utility>
 
 namespace Oxa::Device::Linux::Description
 {
@@ -23,27 +25,53 @@ namespace Oxa::Device::Linux::Description
 class DescribedMachine final
 {
 public:
-    explicit DescribedMachine(Machine::MachineRoot root);
+    explicit DescribedMachine(Machine::MachineRoot root) : root(std::move(root)) {}
+
     DescribedMachine(const DescribedMachine&) = delete;
     DescribedMachine& operator=(const DescribedMachine&) = delete;
-    ~DescribedMachine();
 
-    [[nodiscard]] const Machine::MachineRoot& GetRoot() const noexcept;
+    [[nodiscard]] const Machine::MachineRoot& GetRoot() const noexcept
+    {
+        return root;
+    }
 
-    [[nodiscard]] std::shared_ptr<Machine::KeptFile> GetFile(const BasicString& path);
-    [[nodiscard]] std::shared_ptr<Sources::MemoryProbe> GetMemory();
-    [[nodiscard]] std::shared_ptr<Sources::PartitionProbe> GetPartition(const BasicString& mountPoint);
+    /// The only kept file or probe of its path; never null.
+    template <class T>
+    [[nodiscard]] std::shared_ptr<T> GetShared(const BasicString& path)
+    {
+        auto& shared = std::get<SharedByPath<T>>(all)[path];
+        if (!shared)
+        {
+            shared = std::make_shared<T>(root.Resolve(path));
+        }
+        return shared;
+    }
 
     /// Takes the first sample when it is called for the first time; never null.
-    [[nodiscard]] const std::shared_ptr<Sources::CpuLoads>& GetCpuLoads();
+    [[nodiscard]] const std::shared_ptr<Sources::CpuLoads>& GetCpuLoads()
+    {
+        if (!loads)
+        {
+            loads = std::make_shared<Sources::CpuLoads>(root.Resolve("/proc/stat"),
+                                                        root.Resolve("/sys/devices/system/cpu/online"));
+        }
+        return loads;
+    }
+
     /// Null when no source uses the loads.
-    [[nodiscard]] const std::shared_ptr<Sources::CpuLoads>& TryGetCpuLoads() const noexcept;
+    [[nodiscard]] const std::shared_ptr<Sources::CpuLoads>& TryGetCpuLoads() const noexcept
+    {
+        return loads;
+    }
 
 private:
+    template <class T>
+    using SharedByPath = std::map<BasicString, std::shared_ptr<T>>;
+
     const Machine::MachineRoot root;
-    std::map<BasicString, std::shared_ptr<Machine::KeptFile>> files;
-    std::map<BasicString, std::shared_ptr<Sources::PartitionProbe>> partitions;
-    std::shared_ptr<Sources::MemoryProbe> memory;
+    std::tuple<SharedByPath<Machine::KeptFile>, SharedByPath<Sources::MemoryProbe>,
+               SharedByPath<Sources::PartitionProbe>>
+        all;
     std::shared_ptr<Sources::CpuLoads> loads;
 };
 

@@ -110,7 +110,7 @@ void WriteOffers(XmlWriter& writer, const std::vector<Candidate>& offers, const 
     }
 }
 
-void WriteItem(XmlWriter& writer, const Plan& plan, const Machine::MachineRoot& root, MissingParts missingParts)
+void WriteItem(XmlWriter& writer, const Plan& plan, const Machine::MachineRoot& root, bool simulatesMissingParts)
 {
     const auto usable = std::ranges::find_if(plan.candidates, [&plan, &root](const Candidate& candidate)
                                              { return IsUsable(plan.key, candidate, root); });
@@ -120,7 +120,7 @@ void WriteItem(XmlWriter& writer, const Plan& plan, const Machine::MachineRoot& 
         writer.WriteComment(fmt::format(" {}: this machine gives no value. ", plan.key));
         return;
     }
-    const bool isSimulated = !isFound && missingParts == MissingParts::Simulated;
+    const bool isSimulated = !isFound && simulatesMissingParts;
     if (isSimulated)
     {
         writer.WriteComment(" Simulated, this machine has none: ");
@@ -241,7 +241,7 @@ std::vector<Plan> PlanPanelLeds(const std::vector<BasicString>& kernelLeds)
 
 } // namespace
 
-BasicString WriteDescription(const Machine::MachineRoot& root, MissingParts missingParts)
+BasicString WriteDescription(const Machine::MachineRoot& root, bool simulatesMissingParts)
 {
     XmlWriter writer;
     writer.WriteStartElement(DeviceDescription::elementName);
@@ -253,7 +253,7 @@ BasicString WriteDescription(const Machine::MachineRoot& root, MissingParts miss
     {
         for (const Plan& plan : plans)
         {
-            WriteItem(writer, plan, root, missingParts);
+            WriteItem(writer, plan, root, simulatesMissingParts);
         }
     }
     for (const BasicString& name : kernelLeds)

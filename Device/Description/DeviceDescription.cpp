@@ -27,7 +27,7 @@ namespace
 constexpr std::size_t maximumItemCount = 4096;
 constexpr std::size_t maximumKeyBytes = 511;
 
-/// The place of the number of a core in a key.
+/// Stands for the number of a core in a key.
 constexpr const char* corePlace = "{0}";
 
 void ReadRestart(XmlElementReader& element, CommandSettings& commands)
@@ -65,17 +65,6 @@ void ReadFactoryReset(XmlElementReader& element, CommandSettings& commands)
     }
 }
 
-BasicString ReadKey(XmlElementReader& element)
-{
-    BasicString key;
-    element.ReadRequired("key", key);
-    if (key.size() > maximumKeyBytes)
-    {
-        element.Report("the key has {0} bytes, {1} are allowed", key.size(), maximumKeyBytes);
-    }
-    return key;
-}
-
 std::optional<RscType> ReadItemType(XmlElementReader& element, const BasicString& key)
 {
     const auto expected = FindExpectedType(key);
@@ -108,7 +97,12 @@ void CheckSources(XmlElementReader& element, const BasicString& key, bool isForE
 
 void ReadItem(XmlElementReader& element, std::map<BasicString, DescribedItem>& items)
 {
-    const BasicString key = ReadKey(element);
+    BasicString key;
+    element.ReadRequired("key", key);
+    if (key.size() > maximumKeyBytes)
+    {
+        element.Report("the key has {0} bytes, {1} are allowed", key.size(), maximumKeyBytes);
+    }
     SourceContext context;
     context.itemType = ReadItemType(element, key);
     SourceMaker makeSource;

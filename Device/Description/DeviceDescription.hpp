@@ -60,7 +60,7 @@ struct DescriptionFindings
     std::vector<BasicString> warnings;
 };
 
-/// Finds every mistake in a description: in a document that is not well-formed, those up to that place; the other files
+/// Finds every mistake in a description: in a document that is not well-formed, those before the fault; the other files
 /// of a folder are checked all the same.
 [[nodiscard]] DescriptionFindings CheckDescription(const BasicString& path);
 

@@ -18,7 +18,8 @@ using System::Rsc::RscType;
 namespace
 {
 
-/// A well-known key, or a family of them: '*' stands for any text.
+/// A well-known key, or a family of them: '*' stands for any text. The keys of families that readers ask for are listed
+/// as well, so that others can be compared with them.
 struct TypedKey
 {
     std::string_view key;
@@ -44,23 +45,21 @@ constexpr TypedKey typedKeys[] = {{"General.ArticleName", RscType::String},
                                   {"Status.RunStopSwitch.Position", RscType::String},
                                   {"Status.System.BootId", RscType::String},
                                   {"Status.System.BuildId", RscType::String},
-                                  {"Status.System.UpTime.Seconds", RscType::Uint64}};
-
-/// The keys of families that readers ask for.
-constexpr std::string_view familyKeys[] = {"General.SPNS.Firmware.Version",
-                                           "General.SPNS.Fpga.Version",
-                                           "Status.Cpu.{0}.Load.Percent",
-                                           "Status.Leds.Pnio.Bf_C",
-                                           "Status.Leds.Pnio.Bf_D",
-                                           "Status.Leds.Pnio.Sf",
-                                           "Status.Leds.Runtime.Debug",
-                                           "Status.Leds.Runtime.Ext",
-                                           "Status.Leds.Runtime.Fail",
-                                           "Status.Leds.Runtime.Run",
-                                           "Status.Leds.Safety.Fs",
-                                           "Status.Leds.Safety.Run",
-                                           "Status.Leds.Zelo.D",
-                                           "Status.Leds.Zelo.E"};
+                                  {"Status.System.UpTime.Seconds", RscType::Uint64},
+                                  {"General.SPNS.Firmware.Version", RscType::String},
+                                  {"General.SPNS.Fpga.Version", RscType::String},
+                                  {"Status.Cpu.{0}.Load.Percent", RscType::Uint8},
+                                  {"Status.Leds.Pnio.Bf_C", RscType::Uint32},
+                                  {"Status.Leds.Pnio.Bf_D", RscType::Uint32},
+                                  {"Status.Leds.Pnio.Sf", RscType::Uint32},
+                                  {"Status.Leds.Runtime.Debug", RscType::Uint32},
+                                  {"Status.Leds.Runtime.Ext", RscType::Uint32},
+                                  {"Status.Leds.Runtime.Fail", RscType::Uint32},
+                                  {"Status.Leds.Runtime.Run", RscType::Uint32},
+                                  {"Status.Leds.Safety.Fs", RscType::Uint32},
+                                  {"Status.Leds.Safety.Run", RscType::Uint32},
+                                  {"Status.Leds.Zelo.D", RscType::Uint32},
+                                  {"Status.Leds.Zelo.E", RscType::Uint32}};
 
 bool Matches(std::string_view key, std::string_view pattern) noexcept
 {
@@ -119,16 +118,14 @@ std::size_t GetKeyDistance(std::string_view key, std::string_view known)
 
 std::string_view FindSimilarKey(std::string_view key)
 {
-    std::vector<std::string_view> known(std::begin(familyKeys), std::end(familyKeys));
-    std::ranges::transform(typedKeys, std::back_inserter(known), &TypedKey::key);
     std::string_view nearest;
     std::size_t nearestDistance = different;
-    for (const std::string_view each : known)
+    for (const auto& [known, type] : typedKeys)
     {
-        const std::size_t distance = each.find('*') == std::string_view::npos ? GetKeyDistance(key, each) : different;
+        const std::size_t distance = known.find('*') == std::string_view::npos ? GetKeyDistance(key, known) : different;
         if (distance < nearestDistance)
         {
-            nearest = each;
+            nearest = known;
             nearestDistance = distance;
         }
     }

@@ -9,8 +9,8 @@
 namespace Oxa::Device::Linux::Description
 {
 
-/// The type that the readers of a well-known key expect; none for every other key. A key with "{0}" for the number of a
-/// core counts as well-known.
+/// The type that the readers of a well-known key expect; nothing for every other key. A key with "{0}" for the number
+/// of a core counts as well-known.
 [[nodiscard]] std::optional<System::Rsc::RscType> FindExpectedType(std::string_view key) noexcept;
 
 /// The well-known key that an unknown one resembles, so that it is probably meant; empty without one.

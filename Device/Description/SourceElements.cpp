@@ -21,11 +21,10 @@
 namespace Oxa::Device::Linux::Description
 {
 
-using Items::IItemSource;
 using Sources::FileSource;
 using System::Commons::Xml::XmlElementReader;
 using System::Rsc::RscType;
-using SourcePointer = std::unique_ptr<IItemSource>;
+using SourcePointer = std::unique_ptr<Items::IItemSource>;
 
 namespace
 {
@@ -61,7 +60,17 @@ SourceMaker MakeFile(BasicString path, FileSource::Options options)
 {
     return [path = std::move(path), options = std::move(options)](DescribedMachine& machine, std::size_t)
     {
-        return std::make_unique<FileSource>(machine.GetFile(path), options);
+        return std::make_unique<FileSource>(machine.GetShared<Machine::KeptFile>(path), options);
+    };
+}
+
+/// For a source that does not depend on the machine.
+template <class Source, class T>
+SourceMaker MakeFrom(T argument)
+{
+    return [argument = std::move(argument)](DescribedMachine&, std::size_t)
+    {
+        return std::make_unique<Source>(argument);
     };
 }
 
@@ -73,10 +82,7 @@ SourceMaker ReadText(XmlElementReader& element, SourceContext& context)
     {
         value = ParseValue(element, "value", text, context);
     }
-    return [value](DescribedMachine&, std::size_t)
-    {
-        return std::make_unique<Sources::ConstantSource>(value);
-    };
+    return MakeFrom<Sources::ConstantSource>(value);
 }
 
 SourceMaker ReadFile(XmlElementReader& element, SourceContext& context)
@@ -117,7 +123,7 @@ SourceMaker ReadDeviceTree(XmlElementReader& element, SourceContext&)
     element.Read("cells", options.cells, 0, 2);
     return [path = std::move(path), options](DescribedMachine& machine, std::size_t)
     {
-        return std::make_unique<Sources::DeviceTreeSource>(machine.GetFile(path), options);
+        return std::make_unique<Sources::DeviceTreeSource>(machine.GetShared<Machine::KeptFile>(path), options);
     };
 }
 
@@ -138,8 +144,9 @@ SourceMaker ReadOsRelease(XmlElementReader& element, SourceContext&)
     }
     return [fields = std::move(fields)](DescribedMachine& machine, std::size_t)
     {
-        std::vector<std::shared_ptr<Machine::KeptFile>> files = {machine.GetFile("/etc/os-release"),
-                                                                 machine.GetFile("/usr/lib/os-release")};
+        std::vector<std::shared_ptr<Machine::KeptFile>> files = {
+            machine.GetShared<Machine::KeptFile>("/etc/os-release"),
+            machine.GetShared<Machine::KeptFile>("/usr/lib/os-release")};
         return std::make_unique<Sources::OsReleaseSource>(std::move(files), fields);
     };
 }
@@ -148,10 +155,7 @@ SourceMaker ReadAbsent(XmlElementReader& element, SourceContext&)
 {
     BasicString part;
     element.ReadRequired("part", part);
-    return [part = std::move(part)](DescribedMachine&, std::size_t)
-    {
-        return std::make_unique<Sources::AbsentSource>(part);
-    };
+    return MakeFrom<Sources::AbsentSource>(std::move(part));
 }
 
 SourceMaker ReadUptime(XmlElementReader&, SourceContext&)
@@ -215,7 +219,8 @@ SourceMaker ReadMemory(XmlElementReader& element, SourceContext&)
 {
     return [figure = ReadFigure<Sources::MemorySource::Figure>(element)](DescribedMachine& machine, std::size_t)
     {
-        return std::make_unique<Sources::MemorySource>(machine.GetMemory(), figure);
+        return std::make_unique<Sources::MemorySource>(machine.GetShared<Sources::MemoryProbe>("/proc/meminfo"),
+                                                       figure);
     };
 }
 
@@ -226,7 +231,7 @@ SourceMaker ReadPartition(XmlElementReader& element, SourceContext&)
     return [mount = std::move(mount),
             figure = ReadFigure<Sources::PartitionSource::Figure>(element)](DescribedMachine& machine, std::size_t)
     {
-        return std::make_unique<Sources::PartitionSource>(machine.GetPartition(mount), figure);
+        return std::make_unique<Sources::PartitionSource>(machine.GetShared<Sources::PartitionProbe>(mount), figure);
     };
 }
 
@@ -375,11 +380,7 @@ SourceMaker ReadFirst(XmlElementReader& element, SourceContext& context)
     };
 }
 
-struct SourceElement
-{
-    std::string_view name;
-    SourceMaker (*read)(XmlElementReader&, SourceContext&);
-};
+using SourceElement = std::pair<std::string_view, SourceMaker (*)(XmlElementReader&, SourceContext&)>;
 
 constexpr SourceElement sourceElements[] = {{"absent", &ReadAbsent},
                                             {"boardtemperature", &ReadBoardTemperature},
@@ -403,13 +404,13 @@ constexpr SourceElement sourceElements[] = {{"absent", &ReadAbsent},
 
 SourceMaker ReadSource(XmlElementReader& element, SourceContext& context)
 {
-    const auto* const known = std::ranges::find(sourceElements, element.GetName(), &SourceElement::name);
+    const auto* const known = std::ranges::find(sourceElements, element.GetName(), &SourceElement::first);
     if (known == std::end(sourceElements))
     {
         element.ReportUnknown();
         return {};
     }
-    return known->read(element, context);
+    return known->second(element, context);
 }
 
 std::optional<RscType> ReadType(XmlElementReader& element)

@@ -80,12 +80,6 @@ Bytes FindOwnBuildId() noexcept
     return buildId.first(std::min(buildId.size(), buildIdBytes));
 }
 
-BasicString ReadWhole(const BasicString& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 } // namespace
 
 BasicString MakeBuildIdentity(const std::vector<BasicString>& files)
@@ -96,7 +90,8 @@ BasicString MakeBuildIdentity(const std::vector<BasicString>& files)
         System::Commons::Singleton<System::Commons::AppDomain>::TryGetInstance());
     for (const BasicString& file : files)
     {
-        const BasicString text = placeholders.Resolve(ReadWhole(file));
+        std::ifstream stream(file, std::ios::binary);
+        const BasicString text = placeholders.Resolve(BasicString(std::istreambuf_iterator<char>(stream), {}));
         checksum.process_bytes(text.data(), text.size());
         // Two files do not count as one with both texts.
         checksum.process_byte(0);

@@ -139,7 +139,7 @@ int CheckConfiguration(const BasicString& path, std::ostream& output)
         const auto components = LoadDeviceServerConfiguration(path).components;
         if (components.empty())
         {
-            output << path << ": no component is configured, there is nothing to offer\n";
+            output << path << ": no component is configured, so there are no services\n";
             isInOrder = false;
         }
         for (const ComponentConfiguration& component : components)
@@ -183,7 +183,6 @@ int ReadItems(const DeviceCommandLine& commandLine, std::ostream& output)
 int RunAction(const DeviceCommandLine& commandLine, std::ostream& output)
 {
     using Action = DeviceCommandLine::Action;
-    using Description::MissingParts;
     switch (commandLine.action)
     {
     case Action::CheckDescription:
@@ -193,8 +192,7 @@ int RunAction(const DeviceCommandLine& commandLine, std::ostream& output)
     case Action::ReadItems:
         return ReadItems(commandLine, output);
     default:
-        output << Description::WriteDescription(
-            GetRoot(commandLine), commandLine.simulatesMissingParts ? MissingParts::Simulated : MissingParts::Absent);
+        output << Description::WriteDescription(GetRoot(commandLine), commandLine.simulatesMissingParts);
         return EXIT_SUCCESS;
     }
 }

@@ -8,7 +8,7 @@
 namespace Oxa::Device::Linux::Program
 {
 
-/// What `oxa-device` is asked to do.
+/// The command line of `oxa-device`.
 struct DeviceCommandLine
 {
     enum class Action : uint8
@@ -26,13 +26,13 @@ struct DeviceCommandLine
     BasicString descriptionPath;
     /// The folder that stands for the machine; empty: the machine that the program runs on.
     BasicString rootFolder;
-    /// Whether a machine is described with simulated parts for those that it has not got.
+    /// Whether a description simulates the parts that the machine lacks.
     bool simulatesMissingParts = false;
     std::vector<BasicString> keys;
     System::Commons::ProgramVariables variables;
 };
 
-/// Tells the user what is wrong with the command line, or what it asks for itself: help, version.
+/// Prints mistakes in the command line, help or the version; the result is then the exit status.
 [[nodiscard]] System::Commons::CommandLineOrStatus<DeviceCommandLine> ParseDeviceCommandLine(int argc,
                                                                                              const char* const* argv);
 

@@ -40,21 +40,7 @@ void ReadServer(XmlElementReader& element, System::Rsc::RscServerConfiguration& 
     element.ReadList("User", readUser);
 }
 
-void StartComponents(ComponentManager& components, const DeviceServerConfiguration& configuration)
-{
-    for (const auto& component : configuration.components)
-    {
-        components.Load(component);
-    }
-    components.SetupAll();
-    components.StartAll();
-    if (components.GetFailures().size() >= configuration.components.size())
-    {
-        throw ConfigurationException::Create("no component came up, there is nothing to offer");
-    }
-}
-
-/// A listening socket that the service manager handed to the process, or none.
+/// The listening socket that the service manager passed, if any.
 FileDescriptor TakeActivationSocket()
 {
     const int count = sd_listen_fds(1);
@@ -66,7 +52,7 @@ FileDescriptor TakeActivationSocket()
     if (!isUsable)
     {
         throw InvalidOperationException::Create(
-            "the service manager handed over {0} descriptors, expected one listening Unix socket", count);
+            "the service manager passed {0} descriptors, expected one listening Unix socket", count);
     }
     return FileDescriptor(SD_LISTEN_FDS_START);
 }
@@ -106,7 +92,16 @@ void ServeDevice(System::Commons::AppDomain& appDomain, const DeviceServerConfig
         serverConfiguration.socketPath.clear();
     }
     ComponentManager components(appDomain);
-    StartComponents(components, configuration);
+    for (const auto& component : configuration.components)
+    {
+        components.Load(component);
+    }
+    components.SetupAll();
+    components.StartAll();
+    if (components.GetFailures().size() >= configuration.components.size())
+    {
+        throw ConfigurationException::Create("no component started, so there are no services");
+    }
     const System::Rsc::RscServer server(serverConfiguration, std::move(activationSocket));
     System::Commons::ReleaseStartupMemory();
     System::Commons::PrintStatus("serving\n");

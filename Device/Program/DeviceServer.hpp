@@ -28,8 +28,8 @@ struct DeviceServerConfiguration
 [[nodiscard]] DeviceServerConfiguration LoadDeviceServerConfiguration(const BasicString& path);
 
 /// Loads the components and offers their services until SIGTERM or SIGINT. Throws ConfigurationException when no
-/// component started, InvalidOperationException when the server's socket cannot be used or the service manager handed
-/// over anything but one listening Unix socket. Threads: the main thread only.
+/// component started, InvalidOperationException when the server's socket cannot be used or the service manager
+/// passed anything but one listening Unix socket. Threads: the main thread only.
 void ServeDevice(System::Commons::AppDomain& appDomain, const DeviceServerConfiguration& configuration);
 
 } // namespace Oxa::Device::Linux::Program

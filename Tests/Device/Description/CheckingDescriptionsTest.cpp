@@ -32,7 +32,7 @@ Messages Check(const FakeMachine& machine, const BasicString& content)
 
 } // namespace
 
-TEST(CheckingADescription, SaysEveryMistakeWithItsLine)
+TEST(CheckingADescription, ReportsEveryMistakeWithItsLine)
 {
     const FakeMachine machine;
     EXPECT_EQ(
@@ -73,7 +73,7 @@ TEST(CheckingADescription, SaysEveryMistakeWithItsLine)
         }));
 }
 
-TEST(CheckingADescription, SaysWhatLiesBeforeAPlaceThatIsNotWellFormed)
+TEST(CheckingADescription, ReportsMistakesBeforeAFaultOfTheDocument)
 {
     const FakeMachine machine;
     EXPECT_EQ(

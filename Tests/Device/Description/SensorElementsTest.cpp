@@ -69,7 +69,7 @@ TEST(DescribingSensors, GivesItemsTheTypeThatTheirReadersExpect)
     }
 }
 
-TEST(DescribingSensors, SaysEveryMistakeWithItsLine)
+TEST(DescribingSensors, ReportsEveryMistakeWithItsLine)
 {
     struct Case
     {

@@ -13,7 +13,6 @@ namespace Oxa::Tests::Device
 {
 
 using namespace Oxa::Device::Linux;
-using Description::MissingParts;
 using Description::WriteDescription;
 
 namespace
@@ -153,25 +152,23 @@ TEST(DescribingAMachine, WritesWhatGivesAValueAndSimulatesOnlyWhenAsked)
     for (const Machine::MachineRoot& root :
          {pc.GetRoot(), Machine::MachineRoot(OXA_MACHINES "/sbc"), Machine::MachineRoot("/"), empty.GetRoot()})
     {
-        for (const auto missingParts : {MissingParts::Absent, MissingParts::Simulated})
+        for (const bool isSimulated : {false, true})
         {
             const auto description =
-                Description::DeviceDescription::Parse(WriteDescription(root, missingParts), "written");
+                Description::DeviceDescription::Parse(WriteDescription(root, isSimulated), "written");
             Description::DescribedMachine machine(root);
             const auto items = description.MakeItems(machine);
             EXPECT_GE(items->GetItems().size(), 17U);
             for (const Items::DeviceItem* item : items->GetItems())
             {
-                const bool isAbsent =
-                    missingParts == MissingParts::Absent && item->GetSource().Describe().starts_with("none: ");
+                const bool isAbsent = !isSimulated && item->GetSource().Describe().starts_with("none: ");
                 EXPECT_EQ(ToTypedText(items->Read(item->GetKey())) == "NotSet", isAbsent)
                     << item->GetKey() << " of " << root.Resolve("");
-                EXPECT_FALSE(missingParts == MissingParts::Absent &&
-                             item->GetSource().GetSimulation() == Items::Simulation::Always)
+                EXPECT_FALSE(!isSimulated && item->GetSource().GetSimulation() == Items::Simulation::Always)
                     << item->GetKey();
             }
             EXPECT_EQ(ToTypedText(items->Read("Status.RunStopSwitch.Supported")),
-                      missingParts == MissingParts::Absent ? "Bool false" : "Bool true");
+                      !isSimulated ? "Bool false" : "Bool true");
         }
     }
 }
@@ -188,7 +185,7 @@ TEST(DescribingAMachine, PrefersSensorsOfTheBoardAndOffersWhatElseItFound)
     }
     machine.Write("/sys/class/leds/board:red:fault/brightness", "1");
     machine.Write("/sys/class/leds/red--x/brightness", "1");
-    const BasicString text = WriteDescription(machine.GetRoot(), MissingParts::Absent);
+    const BasicString text = WriteDescription(machine.GetRoot(), false);
     for (const char* const part :
          {"<Item key=\"Status.Board.Temperature.Centigrade\">\n  <hwmon chip=\"lm75\" input=\"temp1_input\"/>",
           "<!-- Or: <hwmon chip=\"soc_thermal\" input=\"temp1_input\"/> <hwmon chip=\"nvme\" input=\"temp1_input\"/> "
@@ -208,12 +205,12 @@ TEST(DescribingAMachine, TellsSensorsOfOneNameApartAndLeavesOutWhatHasNoUsableNa
     machine.Write("/sys/class/thermal/thermal_zone1/temp", "41000");
     machine.Write("/sys/class/leds/${X}/brightness", "1");
     machine.Write("/sys/class/leds/phy0--tx/trigger", "");
-    const BasicString text = WriteDescription(machine.GetRoot(), MissingParts::Absent);
+    const BasicString text = WriteDescription(machine.GetRoot(), false);
     EXPECT_NE(text.find(R"(<thermal zone="soc" index="1"/>)"), BasicString::npos) << text;
     EXPECT_NO_THROW((void)Description::DeviceDescription::Parse(text, "written")) << text;
     machine.Write("/sys/class/hwmon/hwmon0/temp1_input", "30000");
     std::filesystem::remove_all(machine.GetPath("/sys/class/thermal"));
-    EXPECT_NE(WriteDescription(machine.GetRoot(), MissingParts::Absent).find("<boardtemperature/>"), BasicString::npos);
+    EXPECT_NE(WriteDescription(machine.GetRoot(), false).find("<boardtemperature/>"), BasicString::npos);
 }
 
 TEST(ReadingAMachine, TakesNoBootIdThatIsNone)
