@@ -18,7 +18,7 @@ namespace
 
 BasicString GetDefaultStateFolder()
 {
-    // What systemd made for the service, the first of perhaps several; otherwise where it would have been.
+    // The folder that systemd created for the service, the first if there are several.
     const char* const folders = std::getenv("STATE_DIRECTORY");
     const std::string_view first = folders != nullptr ? folders : "";
     return BasicString(first.empty() ? "/var/lib/oxa-wbm" : first.substr(0, first.find(':')));
@@ -62,9 +62,9 @@ System::Commons::CommandLineOrStatus<CommandLine> ParseCommandLine(int argc, con
     CLI::App app("The web-based management's host. Without a command it serves until SIGTERM or SIGINT.", "oxa-wbm");
     app.set_version_flag("--version", OXA_VERSION);
     app.add_option("--config", commandLine.configurationPath, "The configuration file")->capture_default_str();
-    app.add_option("--state", commandLine.stateFolder, "The folder of what is kept: users, the first password")
+    app.add_option("--state", commandLine.stateFolder, "The folder of users and of the first password")
         ->capture_default_str();
-    app.add_option("--port", commandLine.port, "Listens there; 0: the system picks a port");
+    app.add_option("--port", commandLine.port, "The port to listen at; 0: the system picks one");
     app.add_option("--variable", variables, "NAME=VALUE: what ${NAME} in configuration files stands for")
         ->allow_extra_args(false)
         ->check(&System::Commons::FindVariableMistake);

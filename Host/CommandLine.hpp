@@ -8,7 +8,7 @@
 namespace Oxa::Host
 {
 
-/// What `oxa-wbm` is asked to do.
+/// The command line of `oxa-wbm`.
 struct CommandLine
 {
     enum class Action : uint8
@@ -24,9 +24,9 @@ struct CommandLine
     Action action = Action::Serve;
     BasicString configurationPath = "/etc/oxa/oxa-wbm.xml";
     BasicString stateFolder;
-    /// Instead of the configuration's.
+    /// Replaces that of the configuration.
     std::optional<uint16> port;
-    /// A file instead of the configuration's log target; empty: that.
+    /// A file that replaces the configuration's log target; empty: none does.
     BasicString logPath;
     System::Commons::ProgramVariables variables;
     bool printsExamples = false;
@@ -34,7 +34,7 @@ struct CommandLine
     BasicString roleName;
 };
 
-/// Tells the user what is wrong with the command line, or what it asks for itself: help, version.
+/// Prints mistakes in the command line, help or the version; the result is then the exit status.
 [[nodiscard]] System::Commons::CommandLineOrStatus<CommandLine> ParseCommandLine(int argc, const char* const* argv);
 
 } // namespace Oxa::Host

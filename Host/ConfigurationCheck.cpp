@@ -35,14 +35,8 @@ namespace
 {
 
 /// Writes faults, also those that components and modules log, behind the position in the configuration that is checked.
-class CheckReport final : public System::Commons::Diagnostics::Logging::ILogSink
+struct CheckReport final : System::Commons::Diagnostics::Logging::ILogSink
 {
-public:
-    void SetPosition(const BasicString& newPosition)
-    {
-        position = newPosition;
-    }
-
     void AddFault(std::string_view message)
     {
         Write(LogLevel::Error, {}, message);
@@ -58,19 +52,13 @@ public:
         }
     }
 
-    [[nodiscard]] bool HasFault() const noexcept
-    {
-        return hasFault;
-    }
-
-private:
     BasicString position;
     bool hasFault = false;
 };
 
 void CheckAddress(CheckReport& report, const Configuration::HttpConfiguration& http)
 {
-    report.SetPosition(http.position);
+    report.position = http.position;
     // Not the configured port: a server may be running.
     const boost::asio::ip::tcp::endpoint endpoint(boost::asio::ip::make_address(http.address), 0);
     boost::asio::io_context context;
@@ -101,7 +89,7 @@ void CheckWritable(CheckReport& report, const BasicString& path)
 
 void CheckUsers(CheckReport& report, const HostConfiguration& configuration, const StateFolder& stateFolder)
 {
-    report.SetPosition(configuration.usersPosition);
+    report.position = configuration.usersPosition;
     const std::filesystem::path path = std::filesystem::absolute(configuration.usersDatabasePath);
     // The first start creates the state folder and the database in it.
     if (!std::filesystem::exists(path))
@@ -127,7 +115,7 @@ void CheckComponents(CheckReport& report, System::Commons::AppDomain& appDomain,
     System::Acf::ComponentManager components(appDomain);
     for (const auto& component : configuration.components)
     {
-        report.SetPosition(component.position);
+        report.position = component.position;
         components.Load(component);
         components.SetupAll();
     }
@@ -140,7 +128,7 @@ void CheckModules(CheckReport& report, System::Commons::AppDomain& appDomain, co
     System::Nm::NotificationManager notifications;
     for (const auto& each : configuration.modules)
     {
-        report.SetPosition(each.position);
+        report.position = each.position;
         Modules::HostedModule module(each, registry, notifications);
         try
         {
@@ -168,14 +156,14 @@ int CheckConfiguration(System::Commons::AppDomain& appDomain, const HostConfigur
     CheckAddress(*report, configuration.http);
     if (!configuration.log.filePath.empty())
     {
-        report->SetPosition(configuration.log.position);
+        report->position = configuration.log.position;
         CheckWritable(*report, configuration.log.filePath);
     }
     CheckUsers(*report, configuration, stateFolder);
     CheckComponents(*report, appDomain, configuration);
     CheckModules(*report, appDomain, configuration);
     LogManager::RemoveSink(report);
-    return report->HasFault() ? System::Commons::configurationFaultStatus : EXIT_SUCCESS;
+    return report->hasFault ? System::Commons::configurationFaultStatus : EXIT_SUCCESS;
 }
 
 } // namespace Oxa::Host

@@ -12,7 +12,7 @@
 namespace Oxa::Host::Configuration
 {
 
-/// How the host listens and how long it waits for whom.
+/// The address and the time limits of the HTTP server.
 struct HttpConfiguration
 {
     BasicString address = "127.0.0.1";
@@ -24,7 +24,7 @@ struct HttpConfiguration
     /// From a request's first byte to the end of its header.
     std::chrono::seconds headerTimeout{10};
     std::chrono::seconds bodyTimeout{20};
-    /// An answer that the client does not take.
+    /// For a response that the client does not read.
     std::chrono::seconds writeTimeout{20};
     /// When the host ends: for requests in progress, and then once more for modules and components to stop.
     std::chrono::seconds shutdownTimeout{10};
@@ -43,13 +43,13 @@ struct SessionConfiguration
 struct DataProviderConfiguration
 {
     BasicString name;
-    /// Its requests change nothing, so that GET may ask them.
+    /// Its requests change nothing, so GET is allowed.
     bool isSafe = false;
 };
 
 struct ModuleConfiguration
 {
-    /// As the library's factory knows it.
+    /// The name of the module in its library.
     BasicString name;
     BasicString libraryPath;
     BasicString settingsPath;
@@ -58,7 +58,7 @@ struct ModuleConfiguration
     BasicString position = {};
 };
 
-/// Everything that the host is told by its configuration file. A value type.
+/// The configuration file of the host. A value type.
 struct HostConfiguration
 {
     System::Commons::Diagnostics::Logging::LogConfiguration log;
@@ -66,16 +66,16 @@ struct HostConfiguration
     SessionConfiguration sessions;
     BasicString usersDatabasePath;
     BasicString usersPosition;
-    /// So many requests wait for one data provider.
+    /// Per data provider.
     std::size_t maximumWaitingRequests = 16;
-    /// Where the services are that no component of this process provides.
+    /// The sockets of services that no component of this process provides.
     std::vector<System::Rsc::RscEndpointConfiguration> serviceEndpoints;
     std::vector<System::Acf::ComponentConfiguration> components;
     std::vector<ModuleConfiguration> modules;
 };
 
-/// Throws XmlException, naming file, line and cause, for a file that cannot be read or does not say what it has to:
-/// unknown elements and attributes, values out of range, variables that are not known. Placeholders resolve from the
+/// Throws XmlException, naming file, line and cause, for a file that cannot be read or has a mistake: unknown elements
+/// and attributes, values out of range, unknown variables. Placeholders resolve from the
 /// process's application domain and the environment.
 [[nodiscard]] HostConfiguration LoadHostConfiguration(const BasicString& path);
 

@@ -20,7 +20,7 @@ using Tests::Support::TemporaryFolder;
 namespace
 {
 
-TEST(ReadingTheConfiguration, TakesEverythingThatItSays)
+TEST(ReadingTheConfiguration, ReadsEveryElementAndAttribute)
 {
     AppDomain appDomain("test");
     Singleton<AppDomain>::TrySetInstance(appDomain);
