@@ -6,7 +6,6 @@
 #include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/Threading/EndSignals.hpp"
 #include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
-#include "Oxa/System/Rsc/RscServer.hpp"
 
 #include <sys/socket.h>
 #include <systemd/sd-daemon.h>
