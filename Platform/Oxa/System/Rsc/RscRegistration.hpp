@@ -17,8 +17,8 @@ struct Registration;
 class IRscService;
 class IRscServiceProxyFactory;
 
-/// The services that this process provides under one provider name: all of them are there from the constructor to the
-/// destructor, as those of one run of a device. Owned by the component that implements them. Threads: made and
+/// The services that this process provides under one provider name: all of them are available from the constructor to
+/// the destructor, as those of one run of a device. Owned by the component that implements them. Threads: made and
 /// destroyed by one at a time.
 class OXA_EXPORT RscRegistration final
 {
@@ -38,7 +38,7 @@ public:
     RscRegistration(const RscRegistration&) = delete;
     RscRegistration& operator=(const RscRegistration&) = delete;
 
-    /// Takes all services back. Calls under way finish with the implementation that they began with.
+    /// Withdraws all services. Calls in progress finish with the implementation that they began with.
     ~RscRegistration();
 
 private:

@@ -195,7 +195,7 @@ public:
         }
     }
 
-    /// The payload up to its first NUL, whatever the type. Valid as long as the variant is not changed.
+    /// The payload up to its first NUL, regardless of the type. Valid as long as the variant is not changed.
     [[nodiscard]] std::string_view GetText() const noexcept
     {
         return {payload.data(), SecureStrnlen(payload.data(), N)};
@@ -260,7 +260,7 @@ private:
         }
         else
         {
-            // Room for the widest of the rest; a size that is known beforehand makes it a few instructions.
+            // As many bytes as the widest of the rest has; a size that is known beforehand makes it a few instructions.
             std::memcpy(payload.data(), other.payload.data(), initializedBytes);
         }
     }

@@ -68,7 +68,7 @@ public:
 
     /// The run that the provider's services belong to now, in this process or in the one that it is connected to; 0
     /// while they are not available. Never waits. It becomes 0 before calls in progress fail and before another run can
-    /// be reached: when it is the same and not 0 before and after several calls, one run answered all of them.
+    /// be reached: when it is the same and not 0 before and after several calls, all of them were calls to one run.
     [[nodiscard]] static uint64 GetEpoch(const BasicString& providerName) noexcept;
     /// The same with the run's identity.
     [[nodiscard]] static RscRun GetRun(const BasicString& providerName);

@@ -17,10 +17,10 @@ public:
 
     ~IDeviceControlService() override;
 
-    /// Returns as soon as the restart is under way.
+    /// Returns as soon as the restart has begun.
     virtual AccessErrorCode Restart() = 0;
 
-    /// Returns when it is settled whether the reset is carried out; a restart follows.
+    /// Returns when it is certain whether the reset is carried out; a restart follows.
     [[nodiscard]] virtual AccessErrorCode FactoryReset(uint16 resetKind) = 0;
 };
 
