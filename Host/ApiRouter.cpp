@@ -100,26 +100,26 @@ Handling ApiRouter::Handle(const Exchange& exchange) const
     using ReadRoute = Handling (*)(const ApiRouter&, const Exchange&);
     constexpr std::string_view apiPrefix = "/api/v1/";
     // No data provider can have one of the names of the routes below the prefix.
-    constexpr std::pair<std::string_view, ReadRoute> readRoutes[] = {{"/api/v1/pages",
-                                                                      [](const ApiRouter& router, const Exchange& each)
-                                                                      {
-                                                                          return router.HandlePages(each);
-                                                                      }},
-                                                                     {"/api/v1/boot",
-                                                                      [](const ApiRouter&, const Exchange& each)
-                                                                      {
-                                                                          return SendBootId(*each);
-                                                                      }},
-                                                                     {"/healthz",
-                                                                      [](const ApiRouter&, const Exchange& each)
-                                                                      {
-                                                                          return SendHealth(*each);
-                                                                      }},
-                                                                     {"/readyz",
-                                                                      [](const ApiRouter& router, const Exchange& each)
-                                                                      {
-                                                                          return router.HandleReadiness(each);
-                                                                      }}};
+    static constexpr std::pair<std::string_view, ReadRoute> readRoutes[] = {
+        {"/api/v1/pages",
+         [](const ApiRouter& router, const Exchange& each)
+         {
+             return router.HandlePages(each);
+         }},
+        {"/api/v1/boot",
+         [](const ApiRouter&, const Exchange& each)
+         {
+             return SendBootId(*each);
+         }},
+        {"/healthz",
+         [](const ApiRouter&, const Exchange& each)
+         {
+             return SendHealth(*each);
+         }},
+        {"/readyz", [](const ApiRouter& router, const Exchange& each)
+         {
+             return router.HandleReadiness(each);
+         }}};
     const Http::HttpRequest& request = exchange->GetRequest();
     const std::string_view path = request.path;
     if (path.starts_with(apiPrefix) && path.find('/', apiPrefix.size()) != std::string_view::npos)

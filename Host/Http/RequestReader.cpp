@@ -26,7 +26,7 @@ constexpr std::string_view lineEnd = "\r\n";
 HttpMethod ToMethod(std::string_view name) noexcept
 {
     // In the order of the enumeration; behind them comes `Other`.
-    constexpr std::string_view names[] = {"GET", "HEAD", "POST", "DELETE"};
+    static constexpr std::string_view names[] = {"GET", "HEAD", "POST", "DELETE"};
     return static_cast<HttpMethod>(std::ranges::find(names, name) - std::begin(names));
 }
 
@@ -249,7 +249,7 @@ const Problem* RequestReader::CheckField(std::string_view line) noexcept
 
 std::string_view* RequestReader::FindKnownField(std::string_view name) noexcept
 {
-    constexpr std::pair<std::string_view, std::string_view Header::*> knownFields[] = {
+    static constexpr std::pair<std::string_view, std::string_view Header::*> knownFields[] = {
         {"Host", &Header::host},
         {"Authorization", &Header::authorization},
         {"Cookie", &Header::cookie},

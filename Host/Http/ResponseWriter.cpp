@@ -23,22 +23,22 @@ constexpr std::string_view commonFields = "Cache-Control: no-store\r\n"
 
 std::string_view GetReasonPhrase(unsigned status) noexcept
 {
-    constexpr std::pair<unsigned, std::string_view> phrases[] = {{200, "OK"},
-                                                                 {204, "No Content"},
-                                                                 {400, "Bad Request"},
-                                                                 {401, "Unauthorized"},
-                                                                 {403, "Forbidden"},
-                                                                 {404, "Not Found"},
-                                                                 {405, "Method Not Allowed"},
-                                                                 {413, "Content Too Large"},
-                                                                 {414, "URI Too Long"},
-                                                                 {415, "Unsupported Media Type"},
-                                                                 {417, "Expectation Failed"},
-                                                                 {431, "Request Header Fields Too Large"},
-                                                                 {500, "Internal Server Error"},
-                                                                 {502, "Bad Gateway"},
-                                                                 {503, "Service Unavailable"},
-                                                                 {504, "Gateway Timeout"}};
+    static constexpr std::pair<unsigned, std::string_view> phrases[] = {{200, "OK"},
+                                                                        {204, "No Content"},
+                                                                        {400, "Bad Request"},
+                                                                        {401, "Unauthorized"},
+                                                                        {403, "Forbidden"},
+                                                                        {404, "Not Found"},
+                                                                        {405, "Method Not Allowed"},
+                                                                        {413, "Content Too Large"},
+                                                                        {414, "URI Too Long"},
+                                                                        {415, "Unsupported Media Type"},
+                                                                        {417, "Expectation Failed"},
+                                                                        {431, "Request Header Fields Too Large"},
+                                                                        {500, "Internal Server Error"},
+                                                                        {502, "Bad Gateway"},
+                                                                        {503, "Service Unavailable"},
+                                                                        {504, "Gateway Timeout"}};
     const auto* const found = std::ranges::find(phrases, status, &std::pair<unsigned, std::string_view>::first);
     return found == std::end(phrases) ? std::string_view() : found->second;
 }
