@@ -74,7 +74,7 @@ HostedModule::Outcome HostedModule::SetUp(System::Commons::AppDomain& appDomain)
     registrar.DropWithdrawn();
     registrar.ReportDifferences();
     bool isAvailable = false;
-    RunAndReport("cannot tell whether it is available",
+    RunAndReport("cannot report whether it is available",
                  [this, &isAvailable] { isAvailable = registrar.IsAvailable(); });
     return isAvailable ? Outcome::Complete : Outcome::Incomplete;
 }

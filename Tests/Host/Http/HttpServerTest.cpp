@@ -19,7 +19,7 @@ using Tests::Support::HttpClient;
 namespace
 {
 
-/// A server whose handler tells the path, throws for "/throw", and keeps the exchange for "/defer".
+/// A server whose handler sends the path, throws for "/throw", and keeps the exchange for "/defer".
 class HttpServers : public testing::Test
 {
 protected:

@@ -56,7 +56,7 @@ TEST(ModuleLifecycles, AreDueWhenServicesChangeOrMayHaveRecovered)
         ModuleLifecycle lifecycle;
         EXPECT_LE(lifecycle.FindDueTime(Look(each.current)).value(), start) << "first set-up";
         lifecycle.BeginSetup(start);
-        EXPECT_EQ(lifecycle.FindDueTime(Look(each.current)), std::nullopt) << each.what << ": under way";
+        EXPECT_EQ(lifecycle.FindDueTime(Look(each.current)), std::nullopt) << each.what << ": in progress";
         EXPECT_EQ(lifecycle.GetSetupBegin(), start);
         lifecycle.EndSetup(start + 1s, each.used, each.outcome);
         EXPECT_EQ(lifecycle.GetSetupBegin(), std::nullopt);
@@ -115,7 +115,7 @@ private:
         runs[name] = before != 0 ? before : epoch;
     }
 
-    /// Ends the set-up that is under way or begins the one that is due.
+    /// Ends the set-up in progress or begins the one that is due.
     void Continue(Outcome outcome)
     {
         if (lifecycle.GetSetupBegin())
@@ -138,7 +138,7 @@ private:
         used = current;
     }
 
-    /// Nothing changes any more, and every set-up succeeds: the module is soon up with what is there.
+    /// Nothing changes any more, and every set-up succeeds: the module is soon up with the available services.
     void Settle()
     {
         current = {{"A", ++lastEpoch}, {"B", ++lastEpoch}};
@@ -162,7 +162,7 @@ private:
     bool isServing = false;
 };
 
-TEST(ModuleLifecycles, BringTheModuleUpWithTheServicesThatAreThereWhateverHappened)
+TEST(ModuleLifecycles, BringTheModuleUpWithTheAvailableServicesAfterAnyHistory)
 {
     constexpr unsigned histories = 100'000;
     for (unsigned seed = 0; seed < histories && !testing::Test::HasFailure(); ++seed)

@@ -35,7 +35,8 @@ TEST(EventLoops, GoOnWhileBlockingSectionsHangAndTakeTheirThreadsBack)
                                   isLetGo.wait();
                               }
                               ++returned;
-                              // On the way out of a call that hung: must be run though everybody else waits for events.
+                              // Posted on leaving a section that hung: must run although all other threads wait for
+                              // events.
                               if (returned == hanging)
                               {
                                   boost::asio::post(loop.GetContext(), [&loop] { loop.Stop(); });
