@@ -116,12 +116,13 @@ public:
                 throw;
             }
             // The watch decides whether the run is lost; the process may only have too many connections.
-            throw RscServiceException::Create(RscFault::Refused, "no further connection: {0}", exception.GetMessage());
+            const MutexLock lock(endpoint.mutex);
+            const RscFault fault = IsLost() ? RscFault::NotAvailable : RscFault::Refused;
+            throw RscServiceException::Create(fault, "no further connection: {0}", exception.GetMessage());
         }
         const MutexLock lock(endpoint.mutex);
         endpoint.lastResponse = Clock::now();
-        isIntact = endpoint.isConnected && endpoint.runNumber == runNumber && !endpoint.watched->HasHungUp() &&
-                   offered.bootId == endpoint.run.bootId && offered.buildId == endpoint.run.buildId;
+        isIntact = !IsLost() && offered.bootId == endpoint.run.bootId && offered.buildId == endpoint.run.buildId;
         if (!isIntact)
         {
             LoseRun("another run has begun");
@@ -148,6 +149,12 @@ public:
     }
 
 private:
+    /// Whether the run that the connection was opened for has ended, noticed by the watch or not.
+    [[nodiscard]] bool IsLost() const OXA_REQUIRES(endpoint.mutex)
+    {
+        return !endpoint.isConnected || endpoint.runNumber != runNumber || endpoint.watched->HasHungUp();
+    }
+
     /// A process that responds to other calls is only slow with this one.
     void NoteFailure(const RscServiceException& exception)
     {
