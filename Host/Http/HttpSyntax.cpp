@@ -26,6 +26,22 @@ constexpr bool IsAlphanumericOr(std::string_view others, char character) noexcep
     return IsDigit(character) || (lower >= 'a' && lower <= 'z') || others.find(character) != std::string_view::npos;
 }
 
+/// Tests every byte by a table, since most bytes of a request go through here.
+template <class Predicate>
+bool AreAll(std::string_view text, Predicate /*isAllowed*/) noexcept
+{
+    static constexpr auto table = []
+    {
+        std::array<bool, 256> result = {};
+        for (std::size_t byte = 0; byte < result.size(); ++byte)
+        {
+            result[byte] = Predicate()(static_cast<char>(byte));
+        }
+        return result;
+    }();
+    return std::ranges::all_of(text, [](unsigned char each) { return table[each]; });
+}
+
 bool IsIpv6Address(std::string_view text) noexcept
 {
     std::array<char, INET6_ADDRSTRLEN> terminated = {};
@@ -78,19 +94,18 @@ std::string_view TakeUntil(std::string_view& text, char separator) noexcept
 
 bool IsToken(std::string_view text) noexcept
 {
-    return !text.empty() &&
-           std::ranges::all_of(text, [](char each) { return IsAlphanumericOr("!#$%&'*+-.^_`|~", each); });
+    return !text.empty() && AreAll(text, [](char each) { return IsAlphanumericOr("!#$%&'*+-.^_`|~", each); });
 }
 
 bool IsFieldValue(std::string_view text) noexcept
 {
-    return std::ranges::all_of(text, [](unsigned char each) { return (each >= ' ' && each != 0x7F) || each == '\t'; });
+    return AreAll(text, [](unsigned char each) { return (each >= ' ' && each != 0x7F) || each == '\t'; });
 }
 
 /// More than the grammar has: browsers send some others as they are. Not "#", behind which proxies may see no target.
 bool IsTarget(std::string_view text) noexcept
 {
-    return std::ranges::all_of(text, [](char each) { return each > ' ' && each < 0x7F && each != '#'; });
+    return AreAll(text, [](unsigned char each) { return each > ' ' && each < 0x7F && each != '#'; });
 }
 
 bool IsHostAndPort(std::string_view text) noexcept

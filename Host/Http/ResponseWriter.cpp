@@ -1,9 +1,8 @@
 #include "Host/Http/ResponseWriter.hpp"
 
-#include <fmt/compile.h>
-
 #include <algorithm>
 #include <iterator>
+#include <string>
 #include <utility>
 
 namespace Oxa::Host::Http
@@ -46,9 +45,8 @@ std::string_view GetReasonPhrase(unsigned status) noexcept
 void ResponseWriter::Write(const HttpResponse& response, const HttpRequest& request, bool keepsConnection)
 {
     text.clear();
-    const auto end = std::back_inserter(text);
-    fmt::format_to(end, FMT_COMPILE("HTTP/1.1 {} {}\r\n{}{}"), response.status, GetReasonPhrase(response.status),
-                   GetDateField(), commonFields);
+    text.append("HTTP/1.1 ").append(std::to_string(response.status)).append(" ");
+    text.append(GetReasonPhrase(response.status)).append("\r\n").append(GetDateField()).append(commonFields);
     if (!keepsConnection || request.isHttp10)
     {
         text += keepsConnection ? "Connection: keep-alive\r\n" : "Connection: close\r\n";
@@ -56,8 +54,8 @@ void ResponseWriter::Write(const HttpResponse& response, const HttpRequest& requ
     text += response.fields;
     if (!response.mediaType.empty())
     {
-        fmt::format_to(end, FMT_COMPILE("Content-Type: {}\r\nContent-Length: {}\r\n"), response.mediaType,
-                       response.body.size());
+        text.append("Content-Type: ").append(response.mediaType).append("\r\n");
+        text.append("Content-Length: ").append(std::to_string(response.body.size())).append("\r\n");
     }
     else if (response.status != 204)
     {
