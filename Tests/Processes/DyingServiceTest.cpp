@@ -204,34 +204,6 @@ TEST(KillingTheService, DoesNoHarmToManyReadersWhenTheSocketIsMadeAnew)
     KillAgainAndAgain(device, 4);
 }
 
-TEST(RestartingTheService, BeginsAnotherEpochWhenItIsAnotherDevice)
-{
-    DeviceProcess device;
-    device.Start();
-    DeviceClient client(device.GetEndpoint());
-    ASSERT_TRUE(client.TryFind());
-    uint64 epoch = GetEpoch();
-    for (const bool isAnother : {false, true, false})
-    {
-        device.Kill();
-        EXPECT_TRUE(Eventually([] { return GetEpoch() == 0; }, 2s));
-        EXPECT_EQ(client.Read("Test.1"), "NotAvailable");
-        if (isAnother)
-        {
-            device.GetFolder().Write("device.xml", device.GetFolder().Read("device.xml") + "<!-- another one -->");
-        }
-        device.Start();
-        EXPECT_TRUE(Eventually([] { return GetEpoch() != 0; }, 2s));
-        EXPECT_EQ(GetEpoch() != epoch, isAnother);
-        EXPECT_EQ(client.Read("Test.1"), "Test.1!");
-        epoch = GetEpoch();
-    }
-    // A simulated restart counts as well.
-    EXPECT_EQ(client.Restart(), "success");
-    EXPECT_TRUE(Eventually([epoch] { return GetEpoch() > epoch; }, 10s));
-    EXPECT_EQ(client.Read("Test.1"), "Test.1!");
-}
-
 TEST(StoppingTheService, CostsNoCallMoreThanOneDeadline)
 {
     DeviceProcess device;

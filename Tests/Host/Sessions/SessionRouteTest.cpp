@@ -97,7 +97,8 @@ TEST_F(SessionRoutes, RefuseBodiesWithoutPossibleCredentials)
          {BasicString(), BasicString("{"), BasicString("[]"), BasicString(R"({"user":"ann"})"),
           BasicString(R"({"user":1,"password":"x"})"), BasicString(R"({"user":{"user":"ann"},"password":"x"})"),
           BasicString(R"({"user":"","user":"ann","password":"x"})"), BasicString(R"({"user":"ann","password":"x"} x)"),
-          BasicString(R"({"user":"a\u0000b","password":"x"})"), longPassword})
+          BasicString(R"({"user":"a\u0000b","password":"x"})"), BasicString(R"({"user":"ann","password":""})"),
+          longPassword})
     {
         EXPECT_THAT(Ask(HttpMethod::Post, body)->body, HasSubstr("\"invalid-log-in\"")) << body;
         EXPECT_EQ(handling, Handling::Completed);
