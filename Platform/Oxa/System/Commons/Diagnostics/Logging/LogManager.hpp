@@ -15,6 +15,7 @@ namespace Oxa::System::Commons
 class AppDomain;
 }
 
+// NOLINTNEXTLINE(readability-identifier-naming): the library's names.
 namespace spdlog::sinks
 {
 class sink;
