@@ -54,14 +54,15 @@ void ComponentManager::StartAll()
 
 void ComponentManager::StopAll() noexcept
 {
-    for (auto entry = components.rbegin(); entry != components.rend(); ++entry)
-    {
-        if (entry->state == State::Started)
-        {
-            entry->component->Stop();
-            entry->state = State::Stopped;
-        }
-    }
+    std::for_each(components.rbegin(), components.rend(),
+                  [](Component& entry)
+                  {
+                      if (entry.state == State::Started)
+                      {
+                          entry.component->Stop();
+                          entry.state = State::Stopped;
+                      }
+                  });
 }
 
 std::vector<ComponentFailure> ComponentManager::GetFailures() const
