@@ -3,6 +3,7 @@
 #include "Device/Items/ItemConversion.hpp"
 #include "Device/Machine/DeviceText.hpp"
 
+#include <dlfcn.h>
 #include <fmt/format.h>
 #include <re2/re2.h>
 
@@ -29,6 +30,17 @@ re2::RE2::Options MakeOptions()
     return options;
 }
 
+/// The library of the expressions keeps objects for the rest of the process; unloaded with this component, it would
+/// leave them behind each time.
+void KeepExpressionLibraryLoaded() noexcept
+{
+    Dl_info object = {};
+    if (dladdr(reinterpret_cast<void*>(&re2::RE2::QuoteMeta), &object) != 0)
+    {
+        static_cast<void>(dlopen(object.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE));
+    }
+}
+
 } // namespace
 
 std::shared_ptr<const LinePattern> LinePattern::TryMake(const BasicString& expression, BasicString& fault)
@@ -38,6 +50,7 @@ std::shared_ptr<const LinePattern> LinePattern::TryMake(const BasicString& expre
         fault = fmt::format("at most {} bytes", maximumBytes);
         return nullptr;
     }
+    KeepExpressionLibraryLoaded();
     auto compiled = std::make_unique<const re2::RE2>(expression, MakeOptions());
     if (!compiled->ok())
     {

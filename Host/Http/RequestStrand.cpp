@@ -57,13 +57,14 @@ const Problem* RequestStrand::TryBegin(IHttpExchange& exchange)
 /// in each hang time.
 void RequestStrand::Begin(IHttpExchange& exchange)
 {
+    // Before the timer starts, so that it never expires too early.
+    begin = Clock::now();
     if (!isTimerStarted)
     {
         StartTimer(hangTime);
     }
     isBusy = true;
     current = &exchange;
-    begin = Clock::now();
     isHangReported = false;
 }
 
