@@ -25,7 +25,7 @@ public:
         return now >= next;
     }
 
-    /// The time of the next attempt; the earliest possible one when nothing has failed.
+    /// The time of the next attempt; the clock's epoch, which is long over, when nothing has failed.
     [[nodiscard]] TimePoint GetNext() const noexcept
     {
         return next;
@@ -41,7 +41,7 @@ public:
     /// After a success.
     void Reset() noexcept
     {
-        next = TimePoint::min();
+        next = TimePoint();
         pause = shortest;
     }
 
@@ -49,7 +49,7 @@ private:
     Duration shortest;
     Duration longest;
     Duration pause;
-    TimePoint next = TimePoint::min();
+    TimePoint next;
 };
 
 } // namespace Oxa::System::Commons::Threading
