@@ -99,7 +99,7 @@ pollfd ServerConnection::GetPoll() const
 ServerConnection::TimePoint ServerConnection::GetDeadline() const
 {
     const MutexLock lock(mutex);
-    return isOver ? TimePoint::min() : stream.GetDeadline();
+    return isOver ? TimePoint() : stream.GetDeadline();
 }
 
 void ServerConnection::Execute(Call call)
