@@ -2,6 +2,7 @@
 
 #include "Device/Items/ItemConversion.hpp"
 #include "Device/Machine/DeviceText.hpp"
+#include "Device/Sources/BootClockSource.hpp"
 #include "Device/Sources/CpuLoads.hpp"
 #include "Device/Sources/FallbackSource.hpp"
 #include "Device/Sources/FileSource.hpp"
@@ -160,12 +161,19 @@ SourceMaker ReadAbsent(XmlElementReader& element, SourceContext&)
 
 SourceMaker ReadUptime(XmlElementReader&, SourceContext&)
 {
-    // Whole seconds; the digits behind the point must be digits, too.
-    BasicString fault;
-    FileSource::Options options;
-    options.pattern = Sources::LinePattern::TryMake(R"(^([0-9]+)(?:\.[0-9]+)?(?: |$))", fault);
-    options.type = RscType::Uint64;
-    return MakeFile("/proc/uptime", std::move(options));
+    return [](DescribedMachine& machine, std::size_t core) -> std::unique_ptr<Items::IItemSource>
+    {
+        if (machine.GetRoot().IsRunningMachine())
+        {
+            return std::make_unique<Sources::BootClockSource>();
+        }
+        // Whole seconds; the digits behind the point must be digits, too.
+        BasicString fault;
+        FileSource::Options options;
+        options.pattern = Sources::LinePattern::TryMake(R"(^([0-9]+)(?:\.[0-9]+)?(?: |$))", fault);
+        options.type = RscType::Uint64;
+        return MakeFile("/proc/uptime", std::move(options))(machine, core);
+    };
 }
 
 SourceMaker ReadCpuLoad(XmlElementReader& element, SourceContext& context)
