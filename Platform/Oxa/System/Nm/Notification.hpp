@@ -30,7 +30,29 @@ enum class NotificationKind : uint16
     ServiceLost = 15,
     ServiceBack = 16,
     /// A request that changes something, sent by a page of another site.
-    CrossOriginRefused = 18
+    CrossOriginRefused = 18,
+    /// A request that the user's role does not allow.
+    RightsRefused = 19,
+    /// A log-in that was not checked: too many before it.
+    LogInThrottled = 20,
+    /// A token for programs.
+    TokenAdded = 21,
+    TokenRemoved = 22,
+    /// By another session of the user, or by an administrator.
+    SessionEndedByOther = 23,
+    CertificateChanged = 24,
+    ConfigurationReloaded = 25,
+    ModuleStateChanged = 26,
+    /// The previous process ended without stopping; published at the next start.
+    HostCrashed = 27,
+    /// The password was asked for again, before a command.
+    PasswordConfirmed = 28,
+    PasswordConfirmationFailed = 29,
+    UserDisabled = 30,
+    UserEnabled = 31,
+    /// The audit trail cannot store notifications; AuditWritable tells how many were lost.
+    AuditNotWritable = 32,
+    AuditWritable = 33
 };
 
 /// The enumerator's name; "Unknown" for a number without one. Valid until the process ends.

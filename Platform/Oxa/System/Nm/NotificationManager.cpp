@@ -34,6 +34,21 @@ constexpr std::pair<NotificationKind, std::string_view> kindNames[] = {
     {NotificationKind::ServiceLost, "ServiceLost"},
     {NotificationKind::ServiceBack, "ServiceBack"},
     {NotificationKind::CrossOriginRefused, "CrossOriginRefused"},
+    {NotificationKind::RightsRefused, "RightsRefused"},
+    {NotificationKind::LogInThrottled, "LogInThrottled"},
+    {NotificationKind::TokenAdded, "TokenAdded"},
+    {NotificationKind::TokenRemoved, "TokenRemoved"},
+    {NotificationKind::SessionEndedByOther, "SessionEndedByOther"},
+    {NotificationKind::CertificateChanged, "CertificateChanged"},
+    {NotificationKind::ConfigurationReloaded, "ConfigurationReloaded"},
+    {NotificationKind::ModuleStateChanged, "ModuleStateChanged"},
+    {NotificationKind::HostCrashed, "HostCrashed"},
+    {NotificationKind::PasswordConfirmed, "PasswordConfirmed"},
+    {NotificationKind::PasswordConfirmationFailed, "PasswordConfirmationFailed"},
+    {NotificationKind::UserDisabled, "UserDisabled"},
+    {NotificationKind::UserEnabled, "UserEnabled"},
+    {NotificationKind::AuditNotWritable, "AuditNotWritable"},
+    {NotificationKind::AuditWritable, "AuditWritable"},
 };
 
 } // namespace
