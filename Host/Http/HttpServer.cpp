@@ -5,11 +5,8 @@
 #include "Host/Http/ResponseWriter.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 
-#include <boost/asio/buffer.hpp>
 #include <boost/asio/ip/address.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/asio/write.hpp>
-#include <sys/socket.h>
 
 #include <chrono>
 #include <cstddef>
@@ -39,11 +36,6 @@ constexpr uint32 noDeadline = std::numeric_limits<uint32>::max();
 constexpr std::chrono::seconds lingerTimeout{2};
 constexpr std::size_t maximumLingeredBytes = std::size_t{1024} * 1024;
 
-auto MakeBuffer(std::string_view bytes)
-{
-    return asio::buffer(bytes.data(), bytes.size());
-}
-
 } // namespace
 
 IHttpExchange::~IHttpExchange() = default;
@@ -54,7 +46,8 @@ IHttpExchange::~IHttpExchange() = default;
 class HttpServer::Connection final : public IHttpExchange, public std::enable_shared_from_this<Connection>
 {
 public:
-    Connection(std::shared_ptr<HttpServer> server, Socket socket) : server(std::move(server)), socket(std::move(socket))
+    Connection(std::shared_ptr<HttpServer> server, ClientStream::Socket socket)
+        : server(std::move(server)), stream(std::move(socket))
     {
     }
 
@@ -78,9 +71,8 @@ public:
         }
         keepsConnection = false;
         SendProblem(*this, Problems::tooManyConnections);
-        error_code ignored;
-        socket.write_some(MakeBuffer(writer.GetText()), ignored);
-        socket.shutdown(Socket::shutdown_send, ignored);
+        (void)stream.TryWrite(writer.GetText());
+        stream.ShutdownSend();
     }
 
     // Requires: the server's lock is held, so that the socket cannot be closed meanwhile.
@@ -104,7 +96,7 @@ public:
     void End() noexcept
     {
         // The operation in progress fails, or the next one, and its handler closes.
-        shutdown(socket.native_handle(), SHUT_RDWR);
+        stream.Abort();
     }
 
     [[nodiscard]] const HttpRequest& GetRequest() const noexcept override
@@ -114,9 +106,7 @@ public:
 
     [[nodiscard]] BasicString GetClientAddress() const override
     {
-        error_code error;
-        const auto endpoint = socket.remote_endpoint(error);
-        return error ? BasicString() : endpoint.address().to_string();
+        return stream.GetClientAddress();
     }
 
     void Send(const HttpResponse& response) override
@@ -135,18 +125,17 @@ public:
 private:
     void Read()
     {
-        const auto space = reader.GetSpace();
-        socket.async_read_some(asio::buffer(space.data(), space.size()),
-                               [self = shared_from_this()](const error_code& error, std::size_t count)
-                               {
-                                   if (error)
-                                   {
-                                       self->Close();
-                                       return;
-                                   }
-                                   self->reader.Add(count);
-                                   self->Process();
-                               });
+        stream.AsyncReadSome(reader.GetSpace(),
+                             [self = shared_from_this()](const error_code& error, std::size_t count)
+                             {
+                                 if (error)
+                                 {
+                                     self->Close();
+                                     return;
+                                 }
+                                 self->reader.Add(count);
+                                 self->Process();
+                             });
     }
 
     void Process()
@@ -191,8 +180,7 @@ private:
         SetDeadline(server->configuration.bodyTimeout);
         if (GetRequest().expectsContinue && !reader.HasMore())
         {
-            error_code ignored;
-            socket.write_some(MakeBuffer("HTTP/1.1 100 Continue\r\n\r\n"), ignored);
+            (void)stream.TryWrite("HTTP/1.1 100 Continue\r\n\r\n");
         }
     }
 
@@ -215,19 +203,18 @@ private:
     [[nodiscard]] bool Flush()
     {
         const std::string_view text = writer.GetText();
-        error_code error;
-        const std::size_t written = socket.write_some(MakeBuffer(text), error);
-        if (!error && written == text.size())
-        {
-            return OnWritten();
-        }
-        if (error && error != asio::error::would_block)
+        const auto written = stream.TryWrite(text);
+        if (!written)
         {
             Close();
             return false;
         }
+        if (*written == text.size())
+        {
+            return OnWritten();
+        }
         SetDeadline(server->configuration.writeTimeout);
-        asio::async_write(socket, MakeBuffer(text.substr(written)),
+        stream.AsyncWrite(text.substr(*written),
                           [self = shared_from_this()](const error_code& writeError, std::size_t /*count*/)
                           {
                               if (writeError)
@@ -270,8 +257,7 @@ private:
             Close();
             return;
         }
-        error_code ignored;
-        socket.shutdown(Socket::shutdown_send, ignored);
+        stream.ShutdownSend();
         SetDeadline(lingerTimeout);
         reader.DropAll();
         Linger();
@@ -280,27 +266,25 @@ private:
     /// Reads on until the client has closed its side: closing with unread bytes would destroy the response on its way.
     void Linger()
     {
-        const auto space = reader.GetSpace();
-        socket.async_read_some(asio::buffer(space.data(), space.size()),
-                               [self = shared_from_this()](const error_code& error, std::size_t count)
-                               {
-                                   self->lingeredBytes += count;
-                                   if (error || self->lingeredBytes > maximumLingeredBytes)
-                                   {
-                                       self->Close();
-                                       return;
-                                   }
-                                   self->Linger();
-                               });
+        stream.AsyncReadSome(reader.GetSpace(),
+                             [self = shared_from_this()](const error_code& error, std::size_t count)
+                             {
+                                 self->lingeredBytes += count;
+                                 if (error || self->lingeredBytes > maximumLingeredBytes)
+                                 {
+                                     self->Close();
+                                     return;
+                                 }
+                                 self->Linger();
+                             });
     }
 
     void Close()
     {
-        if (socket.is_open())
+        if (stream.IsOpen())
         {
             server->Remove(*this);
-            error_code ignored;
-            socket.close(ignored);
+            stream.Close();
         }
     }
 
@@ -312,7 +296,7 @@ private:
     }
 
     const std::shared_ptr<HttpServer> server;
-    Socket socket;
+    ClientStream stream;
     RequestReader reader;
     /// Whose time limit is running.
     RequestReader::Part part = RequestReader::Part::None;
@@ -362,7 +346,7 @@ uint16 HttpServer::GetPort() const
 void HttpServer::Accept()
 {
     acceptor.async_accept(
-        [this](const error_code& error, Socket socket)
+        [this](const error_code& error, ClientStream::Socket socket)
         {
             if (isStopping)
             {
@@ -393,11 +377,8 @@ void HttpServer::AcceptLater()
         });
 }
 
-void HttpServer::Serve(Socket socket)
+void HttpServer::Serve(ClientStream::Socket socket)
 {
-    error_code ignored;
-    socket.set_option(asio::ip::tcp::no_delay(true), ignored);
-    socket.non_blocking(true, ignored);
     std::make_shared<Connection>(shared_from_this(), std::move(socket))->Start();
     if (!isSweeping)
     {

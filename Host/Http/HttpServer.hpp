@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Host/Configuration/HostConfiguration.hpp"
+#include "Host/Http/ClientStream.hpp"
 #include "Host/Http/HttpExchange.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
@@ -45,12 +46,11 @@ public:
 
 private:
     class Connection;
-    using Socket = boost::asio::basic_stream_socket<boost::asio::ip::tcp, boost::asio::io_context::executor_type>;
     using Acceptor = boost::asio::basic_socket_acceptor<boost::asio::ip::tcp, boost::asio::io_context::executor_type>;
 
     void Accept();
     void AcceptLater();
-    void Serve(Socket socket);
+    void Serve(ClientStream::Socket socket);
     [[nodiscard]] bool TryAdd(Connection& connection);
     void Remove(Connection& connection);
     void StartSweep();
