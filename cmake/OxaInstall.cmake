@@ -14,9 +14,10 @@ install(CODE "
   set(OXA_MANDIR \"${CMAKE_INSTALL_MANDIR}\")")
 install(SCRIPT "${PROJECT_SOURCE_DIR}/Packaging/InstallSystemFiles.cmake")
 
-# Headers in folders named Internal are not installed, except for these two, which modules include.
+# Headers in folders named Internal are not installed, except for these two, which modules include; nor are those of
+# Database, which is no library of its own.
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/Platform/Oxa" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
-  FILES_MATCHING PATTERN "*.hpp" PATTERN "Internal" EXCLUDE)
+  FILES_MATCHING PATTERN "*.hpp" PATTERN "Internal" EXCLUDE PATTERN "Database" EXCLUDE)
 foreach(public System/Um/Services/Internal Hardware/RealTimeClock/Services/Internal)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/Platform/Oxa/${public}/" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/Oxa/${public}"
     FILES_MATCHING PATTERN "*.hpp")

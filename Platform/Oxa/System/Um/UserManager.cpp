@@ -3,7 +3,6 @@
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Text.hpp"
-#include "Oxa/System/Um/Internal/Sqlite.hpp"
 #include "Oxa/System/Um/Internal/TokenTable.hpp"
 #include "Oxa/System/Um/Internal/UserDatabaseFile.hpp"
 

@@ -21,6 +21,16 @@ using System::Commons::Text::Format;
 namespace
 {
 
+[[noreturn]] void ThrowDatabaseError(const BasicString& path, std::string_view cause)
+{
+    Database::ThrowDatabaseError({path, "user database"}, cause);
+}
+
+[[noreturn]] void ThrowDatabaseErrno(const BasicString& path, int error)
+{
+    Database::ThrowDatabaseErrno({path, "user database"}, error);
+}
+
 // "OxaU": tells a user database from other databases.
 constexpr int64 applicationId = 0x4F786155;
 
@@ -58,7 +68,7 @@ void RemoveDatabase(const BasicString& path) noexcept
 /// Requires: an empty file.
 void WriteTables(const BasicString& path)
 {
-    SqliteConnection connection(path);
+    SqliteConnection connection({path, "user database"});
     connection.Execute("BEGIN IMMEDIATE");
     connection.Execute(createTables);
     connection.Execute(Format("PRAGMA application_id = {0}", applicationId).c_str());
@@ -148,7 +158,7 @@ bool CreateUserDatabase(const BasicString& path)
 
 SqliteConnection OpenUserDatabase(const BasicString& path)
 {
-    SqliteConnection connection(CheckFile(path));
+    SqliteConnection connection({CheckFile(path), "user database"});
     if (connection.ReadNumber("PRAGMA application_id") != applicationId)
     {
         ThrowDatabaseError(path, "it is a database of another program");
@@ -169,7 +179,7 @@ SqliteConnection OpenUserDatabaseForWriting(const BasicString& path)
     {
         ThrowDatabaseErrno(path, errno);
     }
-    return SqliteConnection(path);
+    return SqliteConnection({path, "user database"});
 }
 
 } // namespace Oxa::System::Um::Internal

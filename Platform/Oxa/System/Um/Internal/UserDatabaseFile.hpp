@@ -1,11 +1,14 @@
 #pragma once
 
-#include "Oxa/System/Um/Internal/Sqlite.hpp"
+#include "Oxa/System/Database/Sqlite.hpp"
 
 /// The file that holds a database of users: its table "users" has the columns number, name, passwordHash,
 /// passwordGeneration and roleName. All of these throw as SqliteConnection.
 namespace Oxa::System::Um::Internal
 {
+
+using Database::SqliteConnection;
+using Database::SqliteStatement;
 
 /// As UserManager::CreateDatabase.
 [[nodiscard]] bool CreateUserDatabase(const BasicString& path);

@@ -8,12 +8,20 @@
 struct sqlite3;
 struct sqlite3_stmt;
 
-namespace Oxa::System::Um::Internal
+namespace Oxa::System::Database
 {
 
-/// Throws "cannot use the user database '{path}': {cause}".
-[[noreturn]] void ThrowDatabaseError(const BasicString& path, std::string_view cause);
-[[noreturn]] void ThrowDatabaseErrno(const BasicString& path, int error);
+/// A database file, as messages name it.
+struct DatabaseName
+{
+    BasicString path;
+    /// For instance "user database".
+    const char* subject;
+};
+
+/// These throw "cannot use the {subject} '{path}': {cause}".
+[[noreturn]] void ThrowDatabaseError(const DatabaseName& name, std::string_view cause);
+[[noreturn]] void ThrowDatabaseErrno(const DatabaseName& name, int error);
 
 /// One connection to a database file, durable: what has been committed survives a power failure. The collation
 /// "caseless" compares texts without case. A transaction that is not committed is rolled back when the connection is
@@ -23,7 +31,7 @@ class SqliteConnection final
 {
 public:
     /// Requires: the file exists; an empty one is a database without content.
-    explicit SqliteConnection(BasicString path);
+    explicit SqliteConnection(DatabaseName name);
 
     /// Runs one or more statements that have neither parameters nor results.
     void Execute(const char* sql);
@@ -37,7 +45,7 @@ private:
     /// Throws with the cause of the last failure of a call on the handle.
     [[noreturn]] void ThrowLastError() const;
 
-    BasicString path;
+    DatabaseName name;
     std::unique_ptr<sqlite3, int (*)(sqlite3*)> handle;
 };
 
@@ -76,4 +84,4 @@ private:
     std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> handle;
 };
 
-} // namespace Oxa::System::Um::Internal
+} // namespace Oxa::System::Database

@@ -1,4 +1,4 @@
-#include "Oxa/System/Um/Internal/Sqlite.hpp"
+#include "Oxa/System/Database/Sqlite.hpp"
 
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Text.hpp"
@@ -10,7 +10,7 @@
 #include <system_error>
 #include <utility>
 
-namespace Oxa::System::Um::Internal
+namespace Oxa::System::Database
 {
 
 using System::Commons::InvalidOperationException;
@@ -24,9 +24,9 @@ namespace
 // An administrator's tool on a slow flash card may hold the write lock for this long.
 constexpr int busyTimeoutMilliseconds = 5000;
 
-BasicString FormatError(const BasicString& path, std::string_view cause)
+BasicString FormatError(const DatabaseName& name, std::string_view cause)
 {
-    return Text::Format("cannot use the user database '{0}': {1}", path, cause);
+    return Text::Format("cannot use the {0} '{1}': {2}", name.subject, name.path, cause);
 }
 
 /// SQLite gives names such as ":memory:" a meaning of their own; a path is always a file.
@@ -61,27 +61,27 @@ extern "C" int CompareCaseless(void* /*context*/, int leftBytes, const void* lef
 
 } // namespace
 
-void ThrowDatabaseError(const BasicString& path, std::string_view cause)
+void ThrowDatabaseError(const DatabaseName& name, std::string_view cause)
 {
-    throw InvalidOperationException(FormatError(path, cause));
+    throw InvalidOperationException(FormatError(name, cause));
 }
 
-void ThrowDatabaseErrno(const BasicString& path, int error)
+void ThrowDatabaseErrno(const DatabaseName& name, int error)
 {
-    System::Commons::ThrowErrno(Text::Format("cannot use the user database '{0}'", path), error);
+    System::Commons::ThrowErrno(Text::Format("cannot use the {0} '{1}'", name.subject, name.path), error);
 }
 
-SqliteConnection::SqliteConnection(BasicString databasePath)
-    : path(std::move(databasePath)), handle(nullptr, &sqlite3_close)
+SqliteConnection::SqliteConnection(DatabaseName databaseName)
+    : name(std::move(databaseName)), handle(nullptr, &sqlite3_close)
 {
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE;
     sqlite3* opened = nullptr;
-    const int result = sqlite3_open_v2(MakeFileName(path).c_str(), &opened, flags, nullptr);
+    const int result = sqlite3_open_v2(MakeFileName(name.path).c_str(), &opened, flags, nullptr);
     // To be closed even if opening failed.
     handle.reset(opened);
     if (opened == nullptr)
     {
-        ThrowDatabaseErrno(path, ENOMEM);
+        ThrowDatabaseErrno(name, ENOMEM);
     }
     if (result != SQLITE_OK)
     {
@@ -115,9 +115,9 @@ void SqliteConnection::ThrowLastError() const
 {
     const int primaryCode = sqlite3_errcode(handle.get()) & 0xFF;
     // The file that cannot be opened may be one that SQLite creates beside the database.
-    if (primaryCode == SQLITE_CANTOPEN && access(path.c_str(), R_OK | W_OK) != 0)
+    if (primaryCode == SQLITE_CANTOPEN && access(name.path.c_str(), R_OK | W_OK) != 0)
     {
-        ThrowDatabaseErrno(path, errno);
+        ThrowDatabaseErrno(name, errno);
     }
     // For other failures SQLite returns the errno of an earlier one.
     const bool isFileError = primaryCode == SQLITE_IOERR || primaryCode == SQLITE_CANTOPEN;
@@ -129,9 +129,9 @@ void SqliteConnection::ThrowLastError() const
     }
     if (IsTemporary(primaryCode, systemError))
     {
-        throw TemporaryException(FormatError(path, cause));
+        throw TemporaryException(FormatError(name, cause));
     }
-    ThrowDatabaseError(path, cause);
+    ThrowDatabaseError(name, cause);
 }
 
 SqliteStatement::SqliteStatement(SqliteConnection& connection, const char* sql)
@@ -188,4 +188,4 @@ bool SqliteStatement::Next()
     return result == SQLITE_ROW;
 }
 
-} // namespace Oxa::System::Um::Internal
+} // namespace Oxa::System::Database
