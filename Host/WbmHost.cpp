@@ -1,5 +1,6 @@
 #include "Host/WbmHost.hpp"
 
+#include "Host/Api/OpenApiDocument.hpp"
 #include "Host/Audit/AuditLog.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/Threading/EndSignals.hpp"
@@ -44,13 +45,15 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       sessions(configuration.sessions, users, notifications, loop),
       sessionRoute(sessions, loop.GetContext()),
       dispatcher(registry, notifications),
-      router({sessions, sessionRoute, dispatcher, registry, modules, components, users}),
+      systemRoutes({registry, modules, components, users}),
+      router({sessions, dispatcher}),
       server(std::make_shared<Http::HttpServer>(loop.GetContext(), configuration.http,
                                                 [this](const auto& exchange) { return router.Handle(exchange); })),
       startTimer(loop.GetContext()),
       endSignal(loop.GetContext(), dup(EndSignals::GetDescriptor())),
       shutdownTimer(loop.GetContext())
 {
+    SetRoutes();
     notifications.Subscribe([log = Audit::AuditLog()](const System::Nm::Notification& each) { log.Write(each); });
 }
 
@@ -59,6 +62,29 @@ WbmHost::~WbmHost()
     modules.StopAll();
     // Before the modules are unloaded: what calls other processes may need code of their libraries.
     ServiceManager::ResetEndpoints();
+}
+
+void WbmHost::SetRoutes()
+{
+    using Api::ApiRequest;
+    using Api::Operation;
+    using Api::SystemRoutes;
+    router.Set(Operation::LogIn, [this](const ApiRequest& each) { return sessionRoute.LogIn(each.exchange); });
+    router.Set(Operation::GetSession,
+               [this](const ApiRequest& each) { return sessionRoute.SendSession(*each.exchange, *each.caller); });
+    router.Set(Operation::LogOut, [this](const ApiRequest& each) { return sessionRoute.LogOut(*each.exchange); });
+    router.Set(Operation::GetPages, [this](const ApiRequest& each)
+               { return systemRoutes.HandlePages(each.exchange, each.caller->securityToken); });
+    router.Set(Operation::GetBoot, [](const ApiRequest& each) { return SystemRoutes::HandleBootId(each.exchange); });
+    router.Set(Operation::GetHealth, [](const ApiRequest& each) { return SystemRoutes::HandleHealth(each.exchange); });
+    router.Set(Operation::GetReadiness,
+               [this](const ApiRequest& each) { return systemRoutes.HandleReadiness(each.exchange); });
+    router.Set(Operation::GetOpenApi,
+               [](const ApiRequest& each)
+               {
+                   each.exchange->Send({200, Http::jsonMediaType, Api::GetOpenApiDocument()});
+                   return Http::Handling::Completed;
+               });
 }
 
 void WbmHost::Run(const std::function<void(uint16)>& ready)

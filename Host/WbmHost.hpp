@@ -1,6 +1,7 @@
 #pragma once
 
-#include "Host/ApiRouter.hpp"
+#include "Host/Api/ApiRouter.hpp"
+#include "Host/Api/SystemRoutes.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Http/HttpServer.hpp"
 #include "Host/Modules/Dispatcher.hpp"
@@ -53,6 +54,7 @@ public:
     void Run(const std::function<void(uint16)>& ready);
 
 private:
+    void SetRoutes();
     void BeginStart();
     void StartModules();
     void ReportReady();
@@ -70,7 +72,8 @@ private:
     Sessions::SessionManager sessions;
     Sessions::SessionRoute sessionRoute;
     Modules::Dispatcher dispatcher;
-    ApiRouter router;
+    Api::SystemRoutes systemRoutes;
+    Api::ApiRouter router;
     std::shared_ptr<Http::HttpServer> server;
     boost::asio::steady_timer startTimer;
     boost::asio::posix::stream_descriptor endSignal;

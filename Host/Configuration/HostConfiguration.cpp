@@ -1,9 +1,12 @@
 #include "Host/Configuration/HostConfiguration.hpp"
 
+#include "Host/Configuration/ReservedNames.hpp"
 #include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 
 #include <boost/asio/ip/address.hpp>
 
+#include <algorithm>
+#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -71,6 +74,10 @@ void ReadDataProvider(XmlElementReader& element, ModuleConfiguration& module,
 {
     DataProviderConfiguration provider;
     element.ReadRequired("name", provider.name);
+    if (std::ranges::find(reservedNames, provider.name) != std::end(reservedNames))
+    {
+        element.ReportBadValue("name", provider.name, "a name that is not reserved");
+    }
     element.Read("safe", provider.isSafe);
     element.RequireNew("name", provider.name, module.dataProviders, &DataProviderConfiguration::name);
     for (const ModuleConfiguration& other : otherModules)

@@ -14,6 +14,7 @@ enum class HttpMethod : uint8
     Get,
     Head,
     Post,
+    Patch,
     Delete,
     Other
 };

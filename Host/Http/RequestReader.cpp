@@ -26,7 +26,7 @@ constexpr std::string_view lineEnd = "\r\n";
 HttpMethod ToMethod(std::string_view name) noexcept
 {
     // In the order of the enumeration; behind them comes `Other`.
-    static constexpr std::string_view names[] = {"GET", "HEAD", "POST", "DELETE"};
+    static constexpr std::string_view names[] = {"GET", "HEAD", "POST", "PATCH", "DELETE"};
     return static_cast<HttpMethod>(std::ranges::find(names, name) - std::begin(names));
 }
 

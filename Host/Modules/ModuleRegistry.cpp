@@ -1,5 +1,6 @@
 #include "Host/Modules/ModuleRegistry.hpp"
 
+#include "Host/Configuration/ReservedNames.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmPageHandlerBase.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
@@ -104,9 +105,8 @@ Entries<Entry> CopyOwn(const Entries<Entry>& entries, const Gate& gate)
 bool CanBeReached(std::string_view name)
 {
     constexpr std::string_view allowed = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
-    // The host's own routes below "/api/v1/".
-    const bool isReserved = name == "session" || name == "pages" || name == "boot";
-    return !name.empty() && name.find_first_not_of(allowed) == std::string_view::npos && !isReserved;
+    return !name.empty() && name.find_first_not_of(allowed) == std::string_view::npos &&
+           std::ranges::find(Configuration::reservedNames, name) == std::end(Configuration::reservedNames);
 }
 
 /// Does not call a module whose gate is closed, nor one that hangs: that call may hang as well.

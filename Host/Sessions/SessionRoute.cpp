@@ -1,6 +1,5 @@
 #include "Host/Sessions/SessionRoute.hpp"
 
-#include "Host/Http/HttpSyntax.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Oxa/System/Commons/Json/JsonReader.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
@@ -18,7 +17,6 @@ namespace Oxa::Host::Sessions
 {
 
 using Http::Handling;
-using Http::HttpMethod;
 using Http::IHttpExchange;
 using System::Commons::Json::JsonReader;
 using System::Commons::Json::JsonTokenType;
@@ -28,11 +26,6 @@ namespace
 {
 
 constexpr std::size_t maximumWaitingLogIns = 8;
-
-bool IsJson(std::string_view contentType)
-{
-    return Http::AreEqual(Http::Trim(contentType.substr(0, contentType.find(';'))), "application/json");
-}
 
 /// One log-in, from the request to the response. Counts itself. Stays in one place and wipes the password in the end,
 /// so that no copy of it is left in memory.
@@ -122,35 +115,10 @@ SessionRoute::SessionRoute(SessionManager& sessions, boost::asio::io_context& co
 {
 }
 
-Handling SessionRoute::Handle(const std::shared_ptr<IHttpExchange>& exchange)
-{
-    switch (exchange->GetRequest().method)
-    {
-    case HttpMethod::Post:
-        return LogIn(exchange);
-    case HttpMethod::Get:
-    case HttpMethod::Head:
-        return SendSession(*exchange);
-    case HttpMethod::Delete:
-        return LogOut(*exchange);
-    default:
-        return Http::SendMethodNotAllowed(*exchange, "GET, HEAD, POST, DELETE");
-    }
-}
-
 Handling SessionRoute::LogIn(const std::shared_ptr<IHttpExchange>& exchange)
 {
-    const Http::HttpRequest& request = exchange->GetRequest();
-    if (IsCrossOrigin(request))
-    {
-        return sessions.RefuseCrossOrigin(*exchange, {});
-    }
-    if (!IsJson(request.contentType))
-    {
-        return SendProblem(*exchange, Http::Problems::notJson);
-    }
     const auto logIn = std::make_shared<LogInRequest>(logIns);
-    if (!logIn->TryRead(request.body))
+    if (!logIn->TryRead(exchange->GetRequest().body))
     {
         return SendProblem(*exchange, Http::Problems::invalidCredentials);
     }
@@ -201,17 +169,12 @@ void SessionRoute::SendNewSession(IHttpExchange& exchange, const std::optional<S
     exchange.Send({200, Http::jsonMediaType, writer.GetText(), FormatCookie(session->key, "")});
 }
 
-Handling SessionRoute::SendSession(IHttpExchange& exchange)
+Handling SessionRoute::SendSession(IHttpExchange& exchange, const Caller& caller) const
 {
-    const auto caller = sessions.Authenticate(exchange.GetRequest());
-    if (!caller)
-    {
-        return SendProblem(exchange, Http::Problems::noSession);
-    }
     JsonWriter writer;
     writer.WriteStartObject();
-    WriteSession(writer, caller->userName, sessions.GetRoleName(caller->securityToken),
-                 sessions.GetConfiguration().idleTimeout, caller->remainingLifetime);
+    WriteSession(writer, caller.userName, sessions.GetRoleName(caller.securityToken),
+                 sessions.GetConfiguration().idleTimeout, caller.remainingLifetime);
     writer.WriteEndObject();
     exchange.Send({200, Http::jsonMediaType, writer.GetText()});
     return Handling::Completed;
@@ -219,15 +182,6 @@ Handling SessionRoute::SendSession(IHttpExchange& exchange)
 
 Handling SessionRoute::LogOut(IHttpExchange& exchange)
 {
-    const auto caller = sessions.Authenticate(exchange.GetRequest());
-    if (!caller)
-    {
-        return SendProblem(exchange, Http::Problems::noSession);
-    }
-    if (caller->mayBeForged)
-    {
-        return sessions.RefuseCrossOrigin(exchange, caller->userName);
-    }
     sessions.LogOut(exchange);
     exchange.Send({.status = 204, .fields = FormatCookie("", "; Max-Age=0")});
     return Handling::Completed;

@@ -15,7 +15,7 @@
 namespace Oxa::Host::Sessions
 {
 
-/// POST logs in, GET sends the session, DELETE logs out. Passwords are verified on a thread of its own, one at a time,
+/// Logs in and out and sends the session. Passwords are verified on a thread of its own, one at a time,
 /// since that takes long on purpose; a bounded number of log-ins waits. The destructor finishes the log-in in progress;
 /// those that wait get no response. Threads: the event loop's.
 class SessionRoute final
@@ -26,15 +26,14 @@ public:
     SessionRoute(const SessionRoute&) = delete;
     SessionRoute& operator=(const SessionRoute&) = delete;
 
-    [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange);
+    [[nodiscard]] Http::Handling LogIn(const std::shared_ptr<Http::IHttpExchange>& exchange);
+    [[nodiscard]] Http::Handling SendSession(Http::IHttpExchange& exchange, const Caller& caller) const;
+    [[nodiscard]] Http::Handling LogOut(Http::IHttpExchange& exchange);
 
 private:
-    [[nodiscard]] Http::Handling LogIn(const std::shared_ptr<Http::IHttpExchange>& exchange);
     void Verify(const std::shared_ptr<Http::IHttpExchange>& exchange, const BasicString& userName,
                 const BasicString& password) noexcept;
     void SendNewSession(Http::IHttpExchange& exchange, const std::optional<SessionManager::NewSession>& session);
-    Http::Handling SendSession(Http::IHttpExchange& exchange);
-    Http::Handling LogOut(Http::IHttpExchange& exchange);
 
     SessionManager& sessions;
     boost::asio::io_context& context;

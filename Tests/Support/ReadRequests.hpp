@@ -16,7 +16,7 @@ namespace Oxa::Tests::Support
 inline BasicString ReadRequests(std::string_view bytes, std::size_t firstBytes, std::size_t pieceBytes)
 {
     using Host::Http::RequestReader;
-    constexpr std::string_view methods[] = {"GET", "HEAD", "POST", "DELETE", "other"};
+    constexpr std::string_view methods[] = {"GET", "HEAD", "POST", "PATCH", "DELETE", "other"};
     RequestReader reader;
     BasicString found;
     std::size_t nextBytes = firstBytes;

@@ -99,6 +99,8 @@ TEST(ReadingTheConfiguration, NamesTheLineOfWhatItDoesNotUnderstand)
          "'M', expected a name that is not taken"},
         {"<Modules><Module name=\"M\" library=\"/m\"><DataProvider name=\"P\" safe=\"yes\"/></Module></Modules>",
          "'yes', expected true or false"},
+        {"<Modules><Module name=\"M\" library=\"/m\"><DataProvider name=\"session\"/></Module></Modules>",
+         "'session', expected a name that is not reserved"},
         {"<Services><Provider name=\"D\"/></Services>", "the element 'Provider' needs the attribute 'socket'"},
         {"<Services><Provider name=\"D\" socket=\"/d\" bus=\"system\"/></Services>", "no attribute 'bus'"},
         {"<Services><Provider name=\"D\" socket=\"d\"/></Services>", "'d', expected an absolute path"},

@@ -1,5 +1,8 @@
 #include "Host/Sessions/SessionRoute.hpp"
 
+#include "Host/Api/ApiRouter.hpp"
+#include "Host/Modules/Dispatcher.hpp"
+#include "Host/Modules/ModuleRegistry.hpp"
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
@@ -35,15 +38,22 @@ protected:
         users->AddUser("ann", "secret", "Viewer");
         sessions.emplace(Configuration::SessionConfiguration{}, *users, notifications, loop);
         route.emplace(*sessions, loop.GetContext());
+        router.emplace(Api::ApiRouter::Parts{*sessions, dispatcher});
+        router->Set(Api::Operation::LogIn, [this](const Api::ApiRequest& each) { return route->LogIn(each.exchange); });
+        router->Set(Api::Operation::GetSession,
+                    [this](const Api::ApiRequest& each) { return route->SendSession(*each.exchange, *each.caller); });
+        router->Set(Api::Operation::LogOut,
+                    [this](const Api::ApiRequest& each) { return route->LogOut(*each.exchange); });
     }
 
     std::shared_ptr<FakeExchange> Ask(HttpMethod method, std::string_view body = {})
     {
         auto exchange = std::make_shared<FakeExchange>();
         exchange->request = request;
+        exchange->request.path = "/api/v1/session";
         exchange->request.method = method;
         exchange->request.body = body;
-        handling = route->Handle(exchange);
+        handling = router->Handle(exchange);
         return exchange;
     }
 
@@ -67,6 +77,9 @@ protected:
     Threads::EventLoop loop;
     std::optional<SessionManager> sessions;
     std::optional<SessionRoute> route;
+    Modules::ModuleRegistry registry{loop, {}};
+    Modules::Dispatcher dispatcher{registry, notifications};
+    std::optional<Api::ApiRouter> router;
     Http::HttpRequest request{.host = "h", .contentType = "Application/JSON; charset=utf-8"};
     Handling handling = Handling::Completed;
 };

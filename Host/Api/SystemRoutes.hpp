@@ -5,7 +5,6 @@
 #include "Oxa/System/Um/SecurityToken.hpp"
 
 #include <memory>
-#include <string_view>
 
 namespace Oxa::System::Acf
 {
@@ -17,25 +16,18 @@ namespace Oxa::System::Um
 class UserManager;
 }
 
-namespace Oxa::Host
+namespace Oxa::Host::Modules
 {
-
-namespace Modules
-{
-class Dispatcher;
 class ModuleRegistry;
 class ModuleSupervisor;
-} // namespace Modules
+} // namespace Oxa::Host::Modules
 
-namespace Sessions
+namespace Oxa::Host::Api
 {
-class SessionManager;
-class SessionRoute;
-} // namespace Sessions
 
-/// Finds by the path which route a request belongs to, and by the session who sent it, and sends the responses of the
-/// routes that only read: pages, boot id, health, readiness. Threads: the event loop's.
-class ApiRouter final : private System::Commons::Diagnostics::Logging::Loggable<ApiRouter>
+/// Sends the responses about the state of the server and of the device: pages, boot id, health, readiness. Threads: the
+/// event loop's.
+class SystemRoutes final : private System::Commons::Diagnostics::Logging::Loggable<SystemRoutes>
 {
 public:
     using Exchange = std::shared_ptr<Http::IHttpExchange>;
@@ -43,23 +35,21 @@ public:
     /// Everything is borrowed.
     struct Parts
     {
-        Sessions::SessionManager& sessions;
-        Sessions::SessionRoute& sessionRoute;
-        const Modules::Dispatcher& dispatcher;
         const Modules::ModuleRegistry& registry;
         const Modules::ModuleSupervisor& modules;
         const System::Acf::ComponentManager& components;
         const System::Um::UserManager& users;
     };
 
-    explicit ApiRouter(const Parts& parts);
+    explicit SystemRoutes(const Parts& parts);
 
-    [[nodiscard]] Http::Handling Handle(const Exchange& exchange) const;
+    [[nodiscard]] static Http::Handling HandleHealth(const Exchange& exchange);
+    /// Without a log-in, so that a page can tell a restart from a short outage.
+    [[nodiscard]] static Http::Handling HandleBootId(const Exchange& exchange);
+    [[nodiscard]] Http::Handling HandlePages(const Exchange& exchange, System::Um::SecurityToken securityToken) const;
+    [[nodiscard]] Http::Handling HandleReadiness(const Exchange& exchange) const;
 
 private:
-    [[nodiscard]] Http::Handling HandleProvider(const Exchange& exchange, std::string_view path) const;
-    [[nodiscard]] Http::Handling HandlePages(const Exchange& exchange) const;
-    [[nodiscard]] Http::Handling HandleReadiness(const Exchange& exchange) const;
     void SendPages(Http::IHttpExchange& exchange, System::Um::SecurityToken securityToken) const;
     void SendReadiness(Http::IHttpExchange& exchange) const;
     [[nodiscard]] bool CanReadUsers() const;
@@ -72,4 +62,4 @@ private:
     mutable bool couldReadUsers = true;
 };
 
-} // namespace Oxa::Host
+} // namespace Oxa::Host::Api

@@ -1,12 +1,8 @@
-#include "Host/ApiRouter.hpp"
+#include "Host/Api/SystemRoutes.hpp"
 
-#include "Host/Http/HttpSyntax.hpp"
 #include "Host/Http/Problem.hpp"
-#include "Host/Modules/Dispatcher.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Host/Modules/ModuleSupervisor.hpp"
-#include "Host/Sessions/SessionManager.hpp"
-#include "Host/Sessions/SessionRoute.hpp"
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmPageHandlerBase.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
@@ -15,14 +11,12 @@
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
-#include <algorithm>
 #include <chrono>
 #include <exception>
-#include <iterator>
 #include <utility>
 #include <vector>
 
-namespace Oxa::Host
+namespace Oxa::Host::Api
 {
 
 using Device::Interface::Services::DeviceStatusServiceProxyFactory;
@@ -33,29 +27,6 @@ using System::Commons::Text::Format;
 
 namespace
 {
-
-Handling SendHealth(Http::IHttpExchange& exchange)
-{
-    exchange.Send({200, Http::jsonMediaType, R"({"status":"ok"})"});
-    return Handling::Completed;
-}
-
-/// Without a log-in, so that a page can tell a restart from a short outage.
-Handling SendBootId(Http::IHttpExchange& exchange)
-{
-    const char* const providerName = DeviceStatusServiceProxyFactory::GetInstance().GetServiceProviderName();
-    const BasicString bootId = System::Rsc::ServiceManager::GetRun(providerName).bootId;
-    if (bootId.empty())
-    {
-        return SendProblem(exchange, Http::Problems::serviceNotAvailable);
-    }
-    JsonWriter writer;
-    writer.WriteStartObject();
-    writer.WriteValue("bootId", bootId);
-    writer.WriteEndObject();
-    exchange.Send({200, Http::jsonMediaType, writer.GetText()});
-    return Handling::Completed;
-}
 
 /// `Disabled` for a page whose module must not be called now.
 VisibilityAttribute GetVisibility(const Modules::Page& page, const System::Um::SecurityToken& securityToken)
@@ -88,91 +59,42 @@ BasicString DescribeSetup(const char* kind, const BasicString& name, std::chrono
 
 } // namespace
 
-ApiRouter::ApiRouter(const Parts& parts)
+SystemRoutes::SystemRoutes(const Parts& parts)
     : parts(parts),
       pagesStrand(parts.registry.MakeStrand("the pages")),
       readinessStrand(parts.registry.MakeStrand("the readiness"))
 {
 }
 
-Handling ApiRouter::Handle(const Exchange& exchange) const
+Handling SystemRoutes::HandleHealth(const Exchange& exchange)
 {
-    using ReadRoute = Handling (*)(const ApiRouter&, const Exchange&);
-    constexpr std::string_view apiPrefix = "/api/v1/";
-    // No data provider can have one of the names of the routes below the prefix.
-    static constexpr std::pair<std::string_view, ReadRoute> readRoutes[] = {
-        {"/api/v1/pages",
-         [](const ApiRouter& router, const Exchange& each)
-         {
-             return router.HandlePages(each);
-         }},
-        {"/api/v1/boot",
-         [](const ApiRouter&, const Exchange& each)
-         {
-             return SendBootId(*each);
-         }},
-        {"/healthz",
-         [](const ApiRouter&, const Exchange& each)
-         {
-             return SendHealth(*each);
-         }},
-        {"/readyz", [](const ApiRouter& router, const Exchange& each)
-         {
-             return router.HandleReadiness(each);
-         }}};
-    const Http::HttpRequest& request = exchange->GetRequest();
-    const std::string_view path = request.path;
-    if (path.starts_with(apiPrefix) && path.find('/', apiPrefix.size()) != std::string_view::npos)
-    {
-        return HandleProvider(exchange, path.substr(apiPrefix.size()));
-    }
-    if (path == "/api/v1/session")
-    {
-        return parts.sessionRoute.Handle(exchange);
-    }
-    if (path == "*")
-    {
-        exchange->Send({.status = 204, .fields = "Allow: GET, HEAD, POST, DELETE\r\n"});
-        return Handling::Completed;
-    }
-    const auto* const route = std::ranges::find(readRoutes, path, &std::pair<std::string_view, ReadRoute>::first);
-    if (route == std::end(readRoutes))
-    {
-        return SendProblem(*exchange, Http::Problems::unknownPath);
-    }
-    return Http::IsRead(request.method) ? route->second(*this, exchange)
-                                        : Http::SendMethodNotAllowed(*exchange, "GET, HEAD");
+    exchange->Send({200, Http::jsonMediaType, R"({"status":"ok"})"});
+    return Handling::Completed;
 }
 
-/// `path`: the data provider's name and the request's.
-Handling ApiRouter::HandleProvider(const Exchange& exchange, std::string_view path) const
+Handling SystemRoutes::HandleBootId(const Exchange& exchange)
 {
-    auto caller = parts.sessions.Authenticate(exchange->GetRequest());
-    if (!caller)
+    const char* const providerName = DeviceStatusServiceProxyFactory::GetInstance().GetServiceProviderName();
+    const BasicString bootId = System::Rsc::ServiceManager::GetRun(providerName).bootId;
+    if (bootId.empty())
     {
-        return SendProblem(*exchange, Http::Problems::noSession);
+        return SendProblem(*exchange, Http::Problems::serviceNotAvailable);
     }
-    if (caller->mayBeForged)
-    {
-        return parts.sessions.RefuseCrossOrigin(*exchange, caller->userName);
-    }
-    const std::string_view providerName = Http::TakeUntil(path, '/');
-    return parts.dispatcher.Handle(
-        exchange, {BasicString(providerName), BasicString(path), caller->securityToken, std::move(caller->userName)});
+    JsonWriter writer;
+    writer.WriteStartObject();
+    writer.WriteValue("bootId", bootId);
+    writer.WriteEndObject();
+    exchange->Send({200, Http::jsonMediaType, writer.GetText()});
+    return Handling::Completed;
 }
 
-Handling ApiRouter::HandlePages(const Exchange& exchange) const
+Handling SystemRoutes::HandlePages(const Exchange& exchange, System::Um::SecurityToken securityToken) const
 {
-    const auto caller = parts.sessions.Authenticate(exchange->GetRequest());
-    if (!caller)
-    {
-        return SendProblem(*exchange, Http::Problems::noSession);
-    }
-    return pagesStrand->Run(exchange, [this, securityToken = caller->securityToken](Http::IHttpExchange& each)
-                            { SendPages(each, securityToken); });
+    return pagesStrand->Run(exchange,
+                            [this, securityToken](Http::IHttpExchange& each) { SendPages(each, securityToken); });
 }
 
-void ApiRouter::SendPages(Http::IHttpExchange& exchange, System::Um::SecurityToken securityToken) const
+void SystemRoutes::SendPages(Http::IHttpExchange& exchange, System::Um::SecurityToken securityToken) const
 {
     JsonWriter writer;
     writer.WriteStartObject();
@@ -192,12 +114,12 @@ void ApiRouter::SendPages(Http::IHttpExchange& exchange, System::Um::SecurityTok
     exchange.Send({200, Http::jsonMediaType, writer.GetText()});
 }
 
-Handling ApiRouter::HandleReadiness(const Exchange& exchange) const
+Handling SystemRoutes::HandleReadiness(const Exchange& exchange) const
 {
     return readinessStrand->Run(exchange, [this](Http::IHttpExchange& each) { SendReadiness(each); });
 }
 
-void ApiRouter::SendReadiness(Http::IHttpExchange& exchange) const
+void SystemRoutes::SendReadiness(Http::IHttpExchange& exchange) const
 {
     std::vector<BasicString> causes;
     std::vector<BasicString> failedComponents;
@@ -248,7 +170,7 @@ void ApiRouter::SendReadiness(Http::IHttpExchange& exchange) const
 }
 
 /// Logs it when that changes.
-bool ApiRouter::CanReadUsers() const
+bool SystemRoutes::CanReadUsers() const
 {
     try
     {
@@ -266,4 +188,4 @@ bool ApiRouter::CanReadUsers() const
     return couldReadUsers;
 }
 
-} // namespace Oxa::Host
+} // namespace Oxa::Host::Api

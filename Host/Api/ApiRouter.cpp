@@ -1,0 +1,200 @@
+#include "Host/Api/ApiRouter.hpp"
+
+#include "Host/Http/HttpSyntax.hpp"
+#include "Host/Http/Problem.hpp"
+#include "Host/Modules/Dispatcher.hpp"
+#include "Host/Sessions/SessionManager.hpp"
+#include "Oxa/Services/Commons/Wbm/RequestQuery.hpp"
+#include "Oxa/System/Commons/Text.hpp"
+
+#include <algorithm>
+#include <cassert>
+#include <utility>
+
+namespace Oxa::Host::Api
+{
+
+using Http::Handling;
+using Http::HttpMethod;
+using Exchange = std::shared_ptr<Http::IHttpExchange>;
+
+namespace
+{
+
+constexpr std::string_view apiPrefix = "/api/v1/";
+constexpr std::string_view administratorRole = "Admin";
+
+/// In the order of the enumeration.
+constexpr std::string_view methodNames[] = {"GET, HEAD", "", "POST", "PATCH", "DELETE"};
+
+bool IsPathOf(const OperationInfo& info, std::string_view path) noexcept
+{
+    return info.hasArgument ? path.size() > info.path.size() && path.starts_with(info.path) &&
+                                  path.find('/', info.path.size()) == std::string_view::npos
+                            : path == info.path;
+}
+
+struct Match
+{
+    /// Null: the path allows other methods.
+    const OperationInfo* operation = nullptr;
+    bool isKnownPath = false;
+};
+
+Match Find(std::string_view path, HttpMethod method) noexcept
+{
+    Match match;
+    for (const OperationInfo& info : operations)
+    {
+        if (IsPathOf(info, path))
+        {
+            match.isKnownPath = true;
+            if (info.method == (method == HttpMethod::Head ? HttpMethod::Get : method))
+            {
+                match.operation = &info;
+                return match;
+            }
+        }
+    }
+    return match;
+}
+
+/// Of the operations for which the predicate is true, in the order of the enumeration.
+template <class Predicate>
+BasicString ListMethods(Predicate isMeant)
+{
+    BasicString names;
+    for (std::size_t method = 0; method < std::size(methodNames); ++method)
+    {
+        const bool isAllowed =
+            std::ranges::any_of(operations, [&](const OperationInfo& info)
+                                { return info.method == static_cast<HttpMethod>(method) && isMeant(info); });
+        names.append(isAllowed && !names.empty() ? ", " : "").append(isAllowed ? methodNames[method] : "");
+    }
+    return names;
+}
+
+/// Empty: the text is no encoding of UTF-8, so no object has such a name.
+std::optional<BasicString> DecodeSegment(std::string_view text)
+{
+    for (std::size_t percent = text.find('%'); percent != std::string_view::npos; percent = text.find('%', percent + 1))
+    {
+        const std::string_view digits = text.substr(percent + 1, 2);
+        if (digits.size() != 2 || digits.find_first_not_of("0123456789ABCDEFabcdef") != std::string_view::npos)
+        {
+            return std::nullopt;
+        }
+    }
+    BasicString decoded = Services::Commons::Wbm::RequestQuery(BasicString(text)).GetQueryString(true);
+    return System::Commons::Text::IsValidUtf8(decoded) ? std::optional(std::move(decoded)) : std::nullopt;
+}
+
+bool HasJsonBody(const Http::HttpRequest& request)
+{
+    const std::string_view type = request.contentType.substr(0, request.contentType.find(';'));
+    return Http::AreEqual(Http::Trim(type), "application/json");
+}
+
+} // namespace
+
+ApiRouter::ApiRouter(const Parts& parts) : parts(parts) {}
+
+void ApiRouter::Set(Operation operation, ApiHandler handler)
+{
+    ApiHandler& place = handlers.at(static_cast<std::size_t>(operation));
+    assert(!place);
+    place = std::move(handler);
+}
+
+Handling ApiRouter::Handle(const Exchange& exchange) const
+{
+    const Http::HttpRequest& request = exchange->GetRequest();
+    const std::string_view path = request.path;
+    const Match match = Find(path, request.method);
+    if (match.operation != nullptr)
+    {
+        return HandleOperation(exchange, *match.operation, path.substr(match.operation->path.size()));
+    }
+    if (match.isKnownPath)
+    {
+        return Http::SendMethodNotAllowed(
+            *exchange, ListMethods([path](const OperationInfo& info) { return IsPathOf(info, path); }));
+    }
+    if (path.starts_with(apiPrefix) && path.find('/', apiPrefix.size()) != std::string_view::npos)
+    {
+        return HandleProvider(exchange, path.substr(apiPrefix.size()));
+    }
+    if (path == "*")
+    {
+        const BasicString methods = ListMethods([](const OperationInfo& /*info*/) { return true; });
+        exchange->Send({.status = 204, .fields = "Allow: " + methods + "\r\n"});
+        return Handling::Completed;
+    }
+    return SendProblem(*exchange, Http::Problems::unknownPath);
+}
+
+Handling ApiRouter::HandleOperation(const Exchange& exchange, const OperationInfo& info,
+                                    std::string_view encodedArgument) const
+{
+    auto argument = DecodeSegment(encodedArgument);
+    if (!argument)
+    {
+        return SendProblem(*exchange, Http::Problems::unknownPath);
+    }
+    std::optional<Sessions::Caller> caller;
+    if (info.access != Access::Open)
+    {
+        caller = Admit(*exchange, info.access);
+        if (!caller)
+        {
+            return Handling::Completed;
+        }
+    }
+    const Http::HttpRequest& request = exchange->GetRequest();
+    if (!caller && !Http::IsRead(request.method) && Sessions::IsCrossOrigin(request))
+    {
+        return parts.sessions.RefuseCrossOrigin(*exchange, {});
+    }
+    if (info.hasBody && !HasJsonBody(request))
+    {
+        return SendProblem(*exchange, Http::Problems::notJson);
+    }
+    return handlers[static_cast<std::size_t>(info.operation)]({exchange, caller ? &*caller : nullptr, *argument});
+}
+
+/// `path`: the data provider's name and the request's.
+Handling ApiRouter::HandleProvider(const Exchange& exchange, std::string_view path) const
+{
+    auto caller = Admit(*exchange, Access::Session);
+    if (!caller)
+    {
+        return Handling::Completed;
+    }
+    const std::string_view providerName = Http::TakeUntil(path, '/');
+    return parts.dispatcher.Handle(
+        exchange, {BasicString(providerName), BasicString(path), caller->securityToken, std::move(caller->userName)});
+}
+
+/// Empty: the caller has been refused.
+std::optional<Sessions::Caller> ApiRouter::Admit(Http::IHttpExchange& exchange, Access access) const
+{
+    auto caller = parts.sessions.Authenticate(exchange.GetRequest());
+    if (!caller)
+    {
+        SendProblem(exchange, Http::Problems::noSession);
+        return std::nullopt;
+    }
+    if (caller->mayBeForged)
+    {
+        parts.sessions.RefuseCrossOrigin(exchange, caller->userName);
+        return std::nullopt;
+    }
+    if (access == Access::Admin && parts.sessions.GetRoleName(caller->securityToken) != administratorRole)
+    {
+        SendProblem(exchange, Http::Problems::noPermission);
+        return std::nullopt;
+    }
+    return caller;
+}
+
+} // namespace Oxa::Host::Api

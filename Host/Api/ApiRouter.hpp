@@ -1,0 +1,73 @@
+#pragma once
+
+#include "Host/Api/Operations.hpp"
+#include "Host/Http/HttpExchange.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <array>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+namespace Oxa::Host::Modules
+{
+class Dispatcher;
+}
+
+namespace Oxa::Host::Sessions
+{
+struct Caller;
+class SessionManager;
+} // namespace Oxa::Host::Sessions
+
+namespace Oxa::Host::Api
+{
+
+/// A request that has passed the checks of its operation. Valid during the call of the handler; one that defers the
+/// response copies what it needs.
+struct ApiRequest
+{
+    const std::shared_ptr<Http::IHttpExchange>& exchange;
+    /// Null only where access is open.
+    const Sessions::Caller* caller = nullptr;
+    /// The path's last segment where the operation has an argument: percent-decoded, valid UTF-8, not empty.
+    BasicString argument = {};
+};
+
+using ApiHandler = std::function<Http::Handling(const ApiRequest&)>;
+
+/// Finds the operation of a request in the table made from openapi.json and checks who sent it. In this order: unknown
+/// path 404, method 405, no session 401, forged 403, no permission 403, body without the JSON media type 415; then the
+/// operation's handler responds. Requests to data providers come behind the fixed paths; their methods and permissions
+/// are left to the dispatcher. Threads: `Set` before the first request, `Handle` on the event loop's.
+class ApiRouter final
+{
+public:
+    /// Everything is borrowed.
+    struct Parts
+    {
+        Sessions::SessionManager& sessions;
+        const Modules::Dispatcher& dispatcher;
+    };
+
+    explicit ApiRouter(const Parts& parts);
+
+    /// Requires: once for each operation.
+    void Set(Operation operation, ApiHandler handler);
+
+    [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange) const;
+
+private:
+    [[nodiscard]] Http::Handling HandleOperation(const std::shared_ptr<Http::IHttpExchange>& exchange,
+                                                 const OperationInfo& info, std::string_view encodedArgument) const;
+    [[nodiscard]] Http::Handling HandleProvider(const std::shared_ptr<Http::IHttpExchange>& exchange,
+                                                std::string_view path) const;
+    [[nodiscard]] std::optional<Sessions::Caller> Admit(Http::IHttpExchange& exchange, Access access) const;
+
+    const Parts parts;
+    std::array<ApiHandler, std::size(operations)> handlers;
+};
+
+} // namespace Oxa::Host::Api
