@@ -73,6 +73,11 @@ public:
     /// The IP address that the request came from, perhaps a proxy's. Empty when the client has disconnected.
     [[nodiscard]] virtual BasicString GetClientAddress() const = 0;
 
+    /// 16 hexadecimal digits, random, made by the first call; the response then carries them in Oxa-Request-Id. Logs
+    /// and the audit trail name the request by them. Requires: `Send` was not called. Valid until the response has been
+    /// sent.
+    [[nodiscard]] virtual std::string_view GetRequestId() = 0;
+
     /// Once per request. The views in `response` need only be valid during the call.
     virtual void Send(const HttpResponse& response) = 0;
 
@@ -80,6 +85,9 @@ public:
     /// event loop; the exchange must not be used afterwards.
     virtual void Resume() = 0;
 };
+
+/// For implementations of `IHttpExchange`.
+[[nodiscard]] BasicString MakeRequestId();
 
 enum class Handling : uint8
 {

@@ -109,9 +109,18 @@ public:
         return stream.GetClientAddress();
     }
 
+    [[nodiscard]] std::string_view GetRequestId() override
+    {
+        if (requestId.empty())
+        {
+            requestId = MakeRequestId();
+        }
+        return requestId;
+    }
+
     void Send(const HttpResponse& response) override
     {
-        writer.Write(response, GetRequest(), keepsConnection);
+        writer.Write(response, GetRequest(), keepsConnection, requestId);
     }
 
     void Resume() override
@@ -234,6 +243,7 @@ private:
         if (keepsConnection && !server->isStopping)
         {
             writer.Clear();
+            requestId.clear();
             reader.BeginRequest();
             part = RequestReader::Part::None;
             SetDeadline(server->configuration.idleTimeout);
@@ -298,6 +308,8 @@ private:
     const std::shared_ptr<HttpServer> server;
     ClientStream stream;
     RequestReader reader;
+    /// Empty as long as nothing names the request.
+    BasicString requestId;
     /// Whose time limit is running.
     RequestReader::Part part = RequestReader::Part::None;
     ResponseWriter writer;

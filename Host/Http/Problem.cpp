@@ -64,11 +64,15 @@ Handling SendMethodNotAllowed(IHttpExchange& exchange, std::string_view allowedM
     return Handling::Completed;
 }
 
-Handling FaultReport::Send(IHttpExchange& exchange, std::string_view subject)
+BasicString MakeRequestId()
 {
     // Random: it must not be guessable, and it must find one line in a log.
-    const BasicString requestId =
-        System::Commons::Text::Format("{0:08x}{1:08x}", randombytes_random(), randombytes_random());
+    return System::Commons::Text::Format("{0:08x}{1:08x}", randombytes_random(), randombytes_random());
+}
+
+Handling FaultReport::Send(IHttpExchange& exchange, std::string_view subject)
+{
+    const BasicString requestId(exchange.GetRequestId());
     FaultReport().Log(System::Commons::Diagnostics::Logging::LogLevel::Error, "request {0} of {1} failed: {2}",
                       requestId, subject, System::Commons::DescribeCurrentException());
     return SendProblem(exchange, Problems::internalError, requestId);

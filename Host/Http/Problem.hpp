@@ -89,7 +89,7 @@ Handling SendMethodNotAllowed(IHttpExchange& exchange, std::string_view allowedM
 class FaultReport final : private System::Commons::Diagnostics::Logging::Loggable<FaultReport>
 {
 public:
-    /// Logs the exception that is being handled under a new request id and sends 500 with that id. `subject` names in
+    /// Logs the exception that is being handled under the request's id and sends 500 with that id. `subject` names in
     /// the log whose request failed. Requires: called inside a catch block.
     static Handling Send(IHttpExchange& exchange, std::string_view subject);
 };

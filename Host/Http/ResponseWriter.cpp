@@ -42,7 +42,8 @@ std::string_view GetReasonPhrase(unsigned status) noexcept
     return found == std::end(phrases) ? std::string_view() : found->second;
 }
 
-void ResponseWriter::Write(const HttpResponse& response, const HttpRequest& request, bool keepsConnection)
+void ResponseWriter::Write(const HttpResponse& response, const HttpRequest& request, bool keepsConnection,
+                           std::string_view requestId)
 {
     text.clear();
     text.append("HTTP/1.1 ").append(std::to_string(response.status)).append(" ");
@@ -52,6 +53,10 @@ void ResponseWriter::Write(const HttpResponse& response, const HttpRequest& requ
         text += keepsConnection ? "Connection: keep-alive\r\n" : "Connection: close\r\n";
     }
     text += response.fields;
+    if (!requestId.empty())
+    {
+        text.append("Oxa-Request-Id: ").append(requestId).append("\r\n");
+    }
     if (!response.mediaType.empty())
     {
         text.append("Content-Type: ").append(response.mediaType).append("\r\n");

@@ -19,7 +19,9 @@ class ResponseWriter final
 {
 public:
     /// Writes the whole response, header and body. The form depends on the request: HEAD has no body.
-    void Write(const HttpResponse& response, const HttpRequest& request, bool keepsConnection);
+    /// `requestId`: for the header field Oxa-Request-Id; empty: without it.
+    void Write(const HttpResponse& response, const HttpRequest& request, bool keepsConnection,
+               std::string_view requestId = {});
 
     /// The bytes for the client. Valid until the next `Write` or `Clear`.
     [[nodiscard]] std::string_view GetText() const noexcept

@@ -22,6 +22,11 @@ public:
         return "192.0.2.1";
     }
 
+    [[nodiscard]] std::string_view GetRequestId() override
+    {
+        return "0123456789abcdef";
+    }
+
     void Send(const Oxa::Host::Http::HttpResponse& response) override
     {
         status = response.status;

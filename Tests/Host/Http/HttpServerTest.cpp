@@ -94,8 +94,13 @@ TEST_F(HttpServers, TurnWhatTheHandlerThrowsIntoAResponseWithoutItsText)
     const auto response = client.Read();
     EXPECT_EQ(response.result_int(), 500U);
     EXPECT_THAT(response.body(), testing::Not(testing::HasSubstr("secret")));
-    EXPECT_EQ(client.Read(true)["Content-Length"], "5") << "the connection goes on";
+    const BasicString requestId(response["Oxa-Request-Id"]);
+    EXPECT_EQ(requestId.size(), 16U);
+    const auto next = client.Read(true);
+    EXPECT_EQ(next["Content-Length"], "5") << "the connection goes on";
+    EXPECT_EQ(next["Oxa-Request-Id"], "") << "nothing names this request";
     ASSERT_EQ(log.GetEntries().size(), 1U);
+    EXPECT_THAT(log.GetEntries()[0].message, testing::HasSubstr(requestId));
     EXPECT_THAT(log.GetEntries()[0].message, testing::HasSubstr("inner secret"));
 }
 

@@ -138,6 +138,11 @@ TEST_F(Strands, GoOnWhenNotEvenTheProblemCanBeSent)
             return {};
         }
 
+        [[nodiscard]] std::string_view GetRequestId() override
+        {
+            return {};
+        }
+
         void Send(const HttpResponse& /*response*/) override
         {
             throw std::bad_alloc();
