@@ -1,0 +1,126 @@
+#include "Host/Sessions/PasswordWorker.hpp"
+
+#include "Host/Http/Problem.hpp"
+
+#include <boost/asio/post.hpp>
+#include <sched.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Oxa::Host::Sessions
+{
+
+using Http::Handling;
+using Http::IHttpExchange;
+using System::Commons::MutexLock;
+
+namespace
+{
+
+/// Of this thread only. What the system refuses does not matter: the tasks then only share the processor.
+void LowerPriority() noexcept
+{
+    constexpr int lowestPriority = 19;
+    const sched_param parameters = {};
+    (void)sched_setscheduler(0, SCHED_BATCH, &parameters);
+    (void)setpriority(PRIO_PROCESS, 0, lowestPriority);
+}
+
+} // namespace
+
+PasswordWorker::PasswordWorker(boost::asio::io_context& context) : context(context) {}
+
+PasswordWorker::~PasswordWorker()
+{
+    std::thread last;
+    {
+        const MutexLock lock(mutex);
+        isEnding = true;
+        last.swap(thread);
+    }
+    changed.NotifyAll();
+    if (last.joinable())
+    {
+        last.join();
+    }
+}
+
+Handling PasswordWorker::Post(const std::shared_ptr<IHttpExchange>& exchange, std::size_t rank, Task task)
+{
+    Waiting last;
+    {
+        const MutexLock lock(mutex);
+        if (!thread.joinable())
+        {
+            thread = std::thread([this] { Run(); });
+        }
+        queue.insert(std::ranges::upper_bound(queue, rank, {}, &Waiting::rank),
+                     Waiting{exchange, rank, std::move(task)});
+        if (queue.size() > maximumWaiting)
+        {
+            last = std::move(queue.back());
+            queue.pop_back();
+        }
+    }
+    changed.NotifyAll();
+    if (last.exchange != nullptr)
+    {
+        SendProblem(*last.exchange, Http::Problems::tooManyRequests);
+        if (last.exchange == exchange)
+        {
+            return Handling::Completed;
+        }
+        Resume(last.exchange);
+    }
+    return Handling::Deferred;
+}
+
+void PasswordWorker::Run()
+{
+    LowerPriority();
+    MutexLock lock(mutex);
+    while (!isEnding)
+    {
+        if (queue.empty())
+        {
+            changed.Wait(mutex);
+            continue;
+        }
+        Waiting first = std::move(queue.front());
+        queue.erase(queue.begin());
+        lock.Unlock();
+        Execute(first);
+        // With what it holds, while the lock is free.
+        first = {};
+        lock.Lock();
+    }
+}
+
+void PasswordWorker::Execute(const Waiting& waiting) noexcept
+{
+    try
+    {
+        try
+        {
+            waiting.task(*waiting.exchange);
+        }
+        catch (...)
+        {
+            Http::FaultReport::Send(*waiting.exchange, "a log-in or a change of users");
+        }
+        Resume(waiting.exchange);
+    }
+    catch (...)
+    {
+        // Out of memory. The exchange is given up, and with it the client's connection.
+    }
+}
+
+void PasswordWorker::Resume(const std::shared_ptr<IHttpExchange>& exchange)
+{
+    boost::asio::post(context, [exchange] { exchange->Resume(); });
+}
+
+} // namespace Oxa::Host::Sessions

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "Host/Http/HttpExchange.hpp"
+#include "Oxa/System/Commons/Mutex.hpp"
+
+#include <boost/asio/io_context.hpp>
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace Oxa::Host::Sessions
+{
+
+/// Runs what takes long on purpose, the hashing of passwords, and changes of the users, which wait for the disk: one
+/// task after the other, on a thread of its own at the lowest priority, which begins with the first task. Tasks of
+/// clients that have disconnected are dropped. The destructor finishes the task in progress; those that wait get no
+/// response. Threads: `Post` from any.
+class PasswordWorker final
+{
+public:
+    /// Sends the response. What it throws becomes a 500.
+    using Task = std::function<void(Http::IHttpExchange&)>;
+
+    /// Beside the one in progress.
+    static constexpr std::size_t maximumWaiting = 128;
+
+    /// The context resumes the exchanges; borrowed.
+    explicit PasswordWorker(boost::asio::io_context& context);
+    PasswordWorker(const PasswordWorker&) = delete;
+    PasswordWorker& operator=(const PasswordWorker&) = delete;
+    ~PasswordWorker();
+
+    /// Of the tasks that wait, those with the smallest rank come first, in the order in which they came. When too many
+    /// wait, the last one gets a 503.
+    [[nodiscard]] Http::Handling Post(const std::shared_ptr<Http::IHttpExchange>& exchange, std::size_t rank,
+                                      Task task);
+
+private:
+    struct Waiting
+    {
+        std::shared_ptr<Http::IHttpExchange> exchange;
+        std::size_t rank = 0;
+        Task task;
+    };
+
+    void Run();
+    void Execute(const Waiting& waiting) noexcept;
+    void Resume(const std::shared_ptr<Http::IHttpExchange>& exchange);
+
+    boost::asio::io_context& context;
+    System::Commons::Mutex mutex;
+    System::Commons::ConditionVariable changed;
+    bool isEnding OXA_GUARDED_BY(mutex) = false;
+    /// By rank.
+    std::vector<Waiting> queue OXA_GUARDED_BY(mutex);
+    std::thread thread OXA_GUARDED_BY(mutex);
+};
+
+} // namespace Oxa::Host::Sessions

@@ -1,0 +1,131 @@
+#include "Host/Sessions/PasswordWorker.hpp"
+
+#include "Support/FakeExchange.hpp"
+
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+
+#include <future>
+#include <optional>
+#include <stdexcept>
+#include <vector>
+
+namespace Oxa::Host::Sessions
+{
+
+using Http::Handling;
+using Http::IHttpExchange;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using Tests::Support::FakeExchange;
+
+namespace
+{
+
+/// A worker that is held up by its first task until `Finish`.
+class PasswordWorkers : public testing::Test
+{
+protected:
+    PasswordWorkers()
+    {
+        std::promise<void> begun;
+        Post(0,
+             [&begun, end = end.get_future().share()](IHttpExchange&)
+             {
+                 begun.set_value();
+                 end.wait();
+             });
+        begun.get_future().wait();
+    }
+
+    std::shared_ptr<FakeExchange> Post(std::size_t rank, PasswordWorker::Task task)
+    {
+        auto exchange = std::make_shared<FakeExchange>();
+        handling = worker->Post(exchange, rank, std::move(task));
+        resumed += handling == Handling::Deferred ? 1 : 0;
+        return exchange;
+    }
+
+    /// Until all exchanges have been resumed.
+    void Finish()
+    {
+        end.set_value();
+        const auto work = boost::asio::make_work_guard(context);
+        for (; resumed > 0; --resumed)
+        {
+            context.run_one();
+        }
+    }
+
+    boost::asio::io_context context;
+    std::promise<void> end;
+    Handling handling = Handling::Completed;
+    int resumed = 0;
+    std::optional<PasswordWorker> worker{std::in_place, context};
+};
+
+TEST_F(PasswordWorkers, RunTasksByRankThenInTheirOrder)
+{
+    std::vector<int> order;
+    for (const auto& [rank, number] : {std::pair(2, 1), std::pair(0, 2), std::pair(1, 3), std::pair(0, 4)})
+    {
+        Post(static_cast<std::size_t>(rank), [&order, number](IHttpExchange&) { order.push_back(number); });
+        EXPECT_EQ(handling, Handling::Deferred);
+    }
+    Finish();
+    EXPECT_THAT(order, ElementsAre(2, 4, 3, 1));
+}
+
+TEST_F(PasswordWorkers, RefuseTheLastOneWhenTooManyWait)
+{
+    std::vector<std::shared_ptr<FakeExchange>> waiting;
+    const auto send = [](IHttpExchange& exchange)
+    {
+        exchange.Send({});
+    };
+    for (std::size_t index = 0; index < PasswordWorker::maximumWaiting; ++index)
+    {
+        waiting.push_back(Post(5, send));
+    }
+    EXPECT_THAT(Post(5, send)->body, HasSubstr("\"too-many-requests\""));
+    EXPECT_EQ(handling, Handling::Completed);
+    const auto first = Post(4, send);
+    EXPECT_EQ(handling, Handling::Deferred);
+    EXPECT_THAT(waiting.back()->body, HasSubstr("\"too-many-requests\""));
+    Finish();
+    EXPECT_EQ(first->status, 200U);
+    EXPECT_TRUE(waiting.back()->isResumed);
+    EXPECT_EQ(waiting.front()->status, 200U);
+}
+
+TEST_F(PasswordWorkers, GoOnAfterATaskThatThrows)
+{
+    const auto faulty = Post(0, [](IHttpExchange&) { throw std::runtime_error("no memory"); });
+    const auto next = Post(0, [](IHttpExchange& exchange) { exchange.Send({}); });
+    Finish();
+    EXPECT_THAT(faulty->body, HasSubstr("\"internal-error\""));
+    EXPECT_EQ(next->status, 200U);
+}
+
+TEST_F(PasswordWorkers, RunAtTheLowestPriority)
+{
+    int priority = 0;
+    Post(0, [&priority](IHttpExchange&) { priority = getpriority(PRIO_PROCESS, 0); });
+    Finish();
+    EXPECT_EQ(priority, 19);
+    EXPECT_LT(getpriority(PRIO_PROCESS, 0), 19) << "only that thread's";
+}
+
+TEST_F(PasswordWorkers, LeaveWhatWaitsWithoutAResponseWhenTheyEnd)
+{
+    auto held = std::make_shared<int>();
+    const auto waiting = Post(0, [held](IHttpExchange& exchange) { exchange.Send({}); });
+    auto ending = std::async(std::launch::async, [this] { worker.reset(); });
+    end.set_value();
+    ending.wait();
+    EXPECT_EQ(held.use_count(), 1) << "the task was dropped";
+}
+
+} // namespace
+
+} // namespace Oxa::Host::Sessions
