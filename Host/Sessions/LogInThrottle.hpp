@@ -1,0 +1,116 @@
+#pragma once
+
+#include "Oxa/System/Commons/Mutex.hpp"
+#include "Oxa/System/Commons/Types.hpp"
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <initializer_list>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+
+namespace Oxa::Host::Sessions
+{
+
+/// How many wrong passwords may be tried in a minute. As many may be tried at once after a minute without a try.
+struct LogInLimits
+{
+    /// For one account from one address, for one account with one known browser, and within one session.
+    std::size_t perAccount = 10;
+    /// From one address, for all accounts together.
+    std::size_t perAddress = 30;
+};
+
+/// Bounds how many passwords are checked, by token buckets. Every try needs a place in the bucket of its account and
+/// address, and in that of its address; addresses of version 6 count by their first 64 bits. An account has no bucket
+/// over all addresses, so its user cannot be locked out from other addresses. A try from a known browser, or within a
+/// session, needs a place in the bucket of that only. The throttle knows no users: unknown names count like known ones.
+/// Threads: safe from any thread.
+class LogInThrottle final
+{
+public:
+    using TimePoint = std::chrono::steady_clock::time_point;
+    using Clock = std::function<TimePoint()>;
+
+    /// When there are more, the half with the fewest places taken is forgotten.
+    static constexpr std::size_t maximumBuckets = 4096;
+
+    class Try;
+
+    explicit LogInThrottle(
+        const LogInLimits& limits, Clock clock = [] { return std::chrono::steady_clock::now(); });
+    LogInThrottle(const LogInThrottle&) = delete;
+    LogInThrottle& operator=(const LogInThrottle&) = delete;
+
+private:
+    using Duration = std::chrono::steady_clock::duration;
+
+    struct Bucket
+    {
+        uint64 key = 0;
+        /// For one place; 0: this is no bucket.
+        Duration interval{};
+    };
+
+    using Buckets = std::array<Bucket, 2>;
+
+    [[nodiscard]] Bucket MakeBucket(std::initializer_list<std::string_view> name, std::size_t limit) const;
+    void Begin(Try& given, const Buckets& buckets, std::size_t basicRank);
+    void GiveBack(const Buckets& buckets) noexcept;
+    [[nodiscard]] Duration GetDebt(const Bucket& bucket, TimePoint now) const OXA_REQUIRES(mutex);
+    void MakeSpace(TimePoint now) OXA_REQUIRES(mutex);
+
+    const LogInLimits limits;
+    const Clock clock;
+    /// Of the buckets' keys: clients cannot choose names that share a bucket.
+    std::array<unsigned char, 16> hashKey;
+    System::Commons::Mutex mutex;
+    /// When all places of a bucket are free again, by its key; the places of a bucket that is missing are free.
+    std::unordered_map<uint64, TimePoint> debts OXA_GUARDED_BY(mutex);
+};
+
+/// One password that is going to be checked. Holds its places until it ends; if the password was wrong, they become
+/// free with time only. The throttle must outlive it. Threads: one at a time.
+class LogInThrottle::Try final
+{
+public:
+    /// `account`: compared without case. `address`: an IP address.
+    Try(LogInThrottle& throttle, std::string_view account, std::string_view address);
+
+    /// `number`: of a known browser or of a session.
+    Try(LogInThrottle& throttle, std::string_view number);
+
+    Try(const Try&) = delete;
+    Try& operator=(const Try&) = delete;
+    ~Try();
+
+    /// Set when there is no place: the time until there is one, at least one second.
+    [[nodiscard]] const std::optional<std::chrono::seconds>& GetRetryAfter() const noexcept
+    {
+        return retryAfter;
+    }
+
+    /// Among tries that wait, those with a smaller number go first: addresses that guess wait for those that do not.
+    [[nodiscard]] std::size_t GetRank() const noexcept
+    {
+        return rank;
+    }
+
+    void SetWrong() noexcept
+    {
+        buckets = {};
+    }
+
+private:
+    friend class LogInThrottle;
+
+    LogInThrottle& throttle;
+    Buckets buckets;
+    std::size_t rank = 0;
+    std::optional<std::chrono::seconds> retryAfter;
+};
+
+} // namespace Oxa::Host::Sessions
