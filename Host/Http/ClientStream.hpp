@@ -64,6 +64,12 @@ public:
         return socket.is_open();
     }
 
+    /// Whether the bytes are encrypted (TLS).
+    [[nodiscard]] bool IsSecure() const noexcept
+    {
+        return false;
+    }
+
     /// Of the socket. Requires: the stream is open.
     [[nodiscard]] int GetDescriptor() noexcept
     {

@@ -41,6 +41,8 @@ struct HttpRequest
     std::string_view origin = {};
     std::string_view fetchSite = {};
     std::string_view body = {};
+    /// Whether the connection is encrypted (TLS).
+    bool isSecure = false;
     bool isHttp10 = false;
     /// Whether the client wants to send further requests on the connection.
     bool keepsConnection = true;
@@ -69,6 +71,12 @@ public:
     virtual ~IHttpExchange();
 
     [[nodiscard]] virtual const HttpRequest& GetRequest() const noexcept = 0;
+
+    /// Whether the connection is encrypted (TLS).
+    [[nodiscard]] bool IsSecure() const noexcept
+    {
+        return GetRequest().isSecure;
+    }
 
     /// The IP address that the request came from, perhaps a proxy's. Empty when the client has disconnected.
     [[nodiscard]] virtual BasicString GetClientAddress() const = 0;

@@ -47,7 +47,7 @@ class HttpServer::Connection final : public IHttpExchange, public std::enable_sh
 {
 public:
     Connection(std::shared_ptr<HttpServer> server, ClientStream::Socket socket)
-        : server(std::move(server)), stream(std::move(socket))
+        : server(std::move(server)), stream(std::move(socket)), reader(stream.IsSecure())
     {
     }
 

@@ -32,6 +32,11 @@ HttpMethod ToMethod(std::string_view name) noexcept
 
 } // namespace
 
+RequestReader::RequestReader(bool isSecure) : isSecure(isSecure)
+{
+    header.isSecure = isSecure;
+}
+
 RequestReader::~RequestReader()
 {
     DropAll();
@@ -173,11 +178,11 @@ bool RequestReader::TrySetVersion(std::string_view version) noexcept
     return true;
 }
 
-/// A path with or without a query, also behind "http://…", which proxies write and where the path may be missing; or
-/// the server as a whole.
+/// A path with or without a query, also behind "http://…" or "https://…", which proxies write and where the path may be
+/// missing; or the server as a whole.
 bool RequestReader::TrySetTarget(std::string_view method, std::string_view target) noexcept
 {
-    constexpr std::string_view scheme = "http://";
+    const std::string_view scheme = isSecure ? "https://" : "http://";
     if (!IsTarget(target))
     {
         return false;
@@ -361,6 +366,7 @@ void RequestReader::BeginRequest()
     WipeBody();
     BasicString().swap(body);
     header = Header();
+    header.isSecure = isSecure;
     state = State::BeforeRequest;
     bodyOffset = 0;
     headerBytes = 0;

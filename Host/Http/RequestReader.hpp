@@ -42,7 +42,8 @@ public:
         Body
     };
 
-    RequestReader() = default;
+    /// `isSecure`: the connection is encrypted (TLS).
+    explicit RequestReader(bool isSecure = false);
     RequestReader(const RequestReader&) = delete;
     RequestReader& operator=(const RequestReader&) = delete;
     ~RequestReader();
@@ -145,6 +146,7 @@ private:
         return {buffer.data() + parsedBytes, readBytes - parsedBytes};
     }
 
+    const bool isSecure;
     Header header;
     State state = State::BeforeRequest;
     const Problem* problem = nullptr;

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -42,6 +43,25 @@ void ExpectRequests(const Cases& cases, const BasicString& prefix = {}, const Ba
         for (std::size_t first = 1; first < bytes.size() && bytes.size() < 1000; ++first)
         {
             ASSERT_EQ(ReadRequests(bytes, first, bytes.size()), expected) << "split at " << first << ": " << shown;
+        }
+    }
+}
+
+TEST(ReadingRequests, TakesAbsoluteTargetsOfTheConnectionsSchemeOnly)
+{
+    for (const bool isSecure : {false, true})
+    {
+        for (const bool isTargetSecure : {false, true})
+        {
+            RequestReader reader(isSecure);
+            const BasicString request =
+                BasicString(isTargetSecure ? "GET https://b/ HTTP/1.1" : "GET http://b/ HTTP/1.1") +
+                "\r\nHost: h\r\n\r\n";
+            std::ranges::copy(request, reader.GetSpace().begin());
+            reader.Add(request.size());
+            const bool isTaken = reader.Parse() == RequestReader::Progress::Complete;
+            EXPECT_EQ(isTaken, isSecure == isTargetSecure) << request;
+            EXPECT_EQ(reader.GetRequest().isSecure, isSecure);
         }
     }
 }
