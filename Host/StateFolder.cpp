@@ -96,8 +96,9 @@ bool HasAdministrator(const System::Um::UserManager& users)
 {
     const auto all = users.GetUsers();
     return std::any_of(all.begin(), all.end(),
-                       [](const System::Um::UserInfo& user) {
-                           return user.roleName == System::Um::adminRole ||
+                       [](const System::Um::UserInfo& user)
+                       {
+                           return (user.roleName == System::Um::adminRole && !user.isDisabled) ||
                                   System::Commons::Text::FoldCase(user.name) == initialUserName;
                        });
 }
@@ -136,7 +137,7 @@ BasicString StateFolder::CreateInitialUser(System::Um::UserManager& users) const
     WriteInitialPassword(password);
     try
     {
-        users.AddUser(initialUserName, password, System::Um::adminRole);
+        users.AddUser(initialUserName, password, System::Um::adminRole, true);
     }
     catch (...)
     {

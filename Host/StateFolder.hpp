@@ -22,9 +22,9 @@ public:
     /// Makes the folder, for its owner only, when it does not exist.
     void Create() const;
 
-    /// Creates the initial user, unless a user has the role "Admin" or that name: a user that may do everything, with a
-    /// password of its own, so that a machine can always be managed, whatever users were added or removed before.
-    /// Returns the password; empty when no user was created. Safe when several processes start at the same time.
+    /// Creates the initial user, unless an active user has the role "Admin" or a user that name: a user that may do
+    /// everything, with a password of its own, which must be changed at the first log-in. Returns the password; empty
+    /// when no user was created. Safe when several processes start at the same time.
     [[nodiscard]] BasicString CreateInitialUser(System::Um::UserManager& users) const;
 
     [[nodiscard]] const BasicString& GetPath() const noexcept

@@ -173,7 +173,7 @@ private:
     BasicString text;
 };
 
-struct UserChange
+struct Report
 {
     NotificationKind kind;
     UserInfo user;
@@ -182,22 +182,28 @@ struct UserChange
 };
 
 /// Empty when the user does not exist.
-std::optional<UserChange> ChangeUser(const CommandLine& commandLine, UserManager& users)
+std::optional<Report> ChangeUser(const CommandLine& commandLine, UserManager& users)
 {
     const BasicString& name = commandLine.userName;
     if (commandLine.action == CommandLine::Action::AddUser)
     {
         users.CheckNewUser(name);
         users.AddUser(name, PasswordInput(name).GetText(), commandLine.roleName);
-        return UserChange{NotificationKind::UserAdded, UserInfo{name, commandLine.roleName},
-                          Format("added the user '{0}' with the role {1}", name, commandLine.roleName)};
+        return Report{NotificationKind::UserAdded, UserInfo{name, commandLine.roleName},
+                      Format("added the user '{0}' with the role {1}", name, commandLine.roleName)};
     }
-    auto user = users.FindUser(name);
+    std::optional<UserInfo> user = users.FindUser(name);
     const bool isRemoval = commandLine.action == CommandLine::Action::RemoveUser;
     if (user)
     {
-        user = isRemoval ? users.RemoveUser(user->name)
-                         : users.SetPassword(user->name, PasswordInput(user->name).GetText());
+        const auto result = isRemoval ? users.RemoveUser(user->name)
+                                      : users.SetPassword(user->name, PasswordInput(user->name).GetText());
+        if (result.change == System::Um::UserChange::LastAdmin)
+        {
+            throw InvalidOperationException::Create(
+                "cannot remove the user '{0}': no other active user has the role Admin", user->name);
+        }
+        user = result.change == System::Um::UserChange::Done ? std::optional(result.before) : std::nullopt;
     }
     if (!user)
     {
@@ -208,10 +214,10 @@ std::optional<UserChange> ChangeUser(const CommandLine& commandLine, UserManager
         // The password in the file is no longer the user's.
         StateFolder(commandLine.stateFolder).RemoveInitialPassword();
     }
-    return UserChange{isRemoval ? NotificationKind::UserRemoved : NotificationKind::UserChanged, *user,
-                      Format(isRemoval ? "removed the user '{0}'; sessions of the user end"
-                                       : "set the password of the user '{0}'; sessions of the user end",
-                             user->name)};
+    return Report{isRemoval ? NotificationKind::UserRemoved : NotificationKind::UserChanged, *user,
+                  Format(isRemoval ? "removed the user '{0}'; sessions of the user end"
+                                   : "set the password of the user '{0}'; sessions of the user end",
+                         user->name)};
 }
 
 } // namespace

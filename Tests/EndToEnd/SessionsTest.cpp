@@ -218,8 +218,13 @@ TEST(UserCommands, LeaveTheDatabaseAndTheFirstAdministratorToTheServer)
     EXPECT_FALSE(std::filesystem::exists(host.GetFolder().GetPath("state")));
     host.WaitUntilReady();
     ASSERT_EQ(host.RunUserCommand({"add", "eve", "--role", "Viewer"}, "looks only\n"), 0);
-    ASSERT_EQ(host.RunUserCommand({"remove", "admin"}), 0);
+    EXPECT_EQ(host.RunUserCommand({"remove", "admin"}), 1);
+    EXPECT_THAT(host.GetCommandOutput(), HasSubstr("no other active user has the role Admin"));
     host.Stop();
+    sqlite3* connection = nullptr;
+    ASSERT_EQ(sqlite3_open(host.GetFolder().GetPath("state/users.sqlite").c_str(), &connection), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(connection, "DELETE FROM users WHERE name = 'admin'", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(connection);
     // What a start that was cut off leaves behind.
     host.GetFolder().Write("state/initial-password", "old\n");
     host.GetFolder().Write("state/initial-password.new", "ol");

@@ -52,11 +52,19 @@ bool IsTemporary(int primaryCode, int systemError) noexcept
     }
 }
 
-extern "C" int CompareCaseless(void* /*context*/, int leftBytes, const void* left, int rightBytes, const void* right)
+// The head of the index of the write-ahead log, as SQLite documents it, begins with a version and is there twice. A
+// commit changes first the second copy, then the first one.
+constexpr int walIndexBytes = 32 * 1024;
+constexpr uint32 walIndexVersion = 3007000;
+
+SqliteStamp Load(const volatile uint32* words) noexcept
 {
-    const std::string_view leftText(static_cast<const char*>(left), static_cast<std::size_t>(leftBytes));
-    const std::string_view rightText(static_cast<const char*>(right), static_cast<std::size_t>(rightBytes));
-    return Text::FoldCase(leftText).compare(Text::FoldCase(rightText));
+    SqliteStamp stamp{};
+    for (uint32& word : stamp)
+    {
+        word = __atomic_load_n(words++, __ATOMIC_ACQUIRE);
+    }
+    return stamp;
 }
 
 } // namespace
@@ -88,10 +96,6 @@ SqliteConnection::SqliteConnection(DatabaseName databaseName)
         ThrowLastError();
     }
     sqlite3_busy_timeout(opened, busyTimeoutMilliseconds);
-    if (sqlite3_create_collation(opened, "caseless", SQLITE_UTF8, nullptr, &CompareCaseless) != SQLITE_OK)
-    {
-        ThrowLastError();
-    }
     Execute("PRAGMA synchronous = FULL; PRAGMA trusted_schema = OFF");
 }
 
@@ -109,6 +113,32 @@ int64 SqliteConnection::ReadNumber(const char* sql)
     SqliteStatement statement(*this, sql);
     statement.Run([&] { number = statement.GetInteger(0); });
     return number;
+}
+
+bool SqliteConnection::HasWriteAheadLog()
+{
+    bool isWal = false;
+    SqliteStatement statement(*this, "PRAGMA journal_mode");
+    statement.Run([&] { isWal = statement.GetText(0) == "wal"; });
+    return isWal;
+}
+
+// A read would cost the locks of a transaction. The memory stays mapped, and the write-ahead log in use, as long as the
+// connection is open.
+std::optional<SqliteStamp> SqliteConnection::TryGetStamp() const noexcept
+{
+    sqlite3_file* file = nullptr;
+    volatile void* memory = nullptr;
+    if (sqlite3_file_control(handle.get(), "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK ||
+        file->pMethods->iVersion < 2 || file->pMethods->xShmMap(file, 0, walIndexBytes, 0, &memory) != SQLITE_OK ||
+        memory == nullptr)
+    {
+        return std::nullopt;
+    }
+    const auto* const words = static_cast<const volatile uint32*>(memory);
+    const SqliteStamp stamp = Load(words);
+    const bool isWhole = stamp[0] == walIndexVersion && stamp == Load(words + stamp.size());
+    return isWhole ? std::optional(stamp) : std::nullopt;
 }
 
 void SqliteConnection::ThrowLastError() const
@@ -132,6 +162,26 @@ void SqliteConnection::ThrowLastError() const
         throw TemporaryException(FormatError(name, cause));
     }
     ThrowDatabaseError(name, cause);
+}
+
+SqliteTransaction::SqliteTransaction(SqliteConnection& connection, Kind kind) : connection(&connection)
+{
+    connection.Execute(kind == Kind::Write ? "BEGIN IMMEDIATE" : "BEGIN");
+}
+
+SqliteTransaction::~SqliteTransaction()
+{
+    if (connection != nullptr)
+    {
+        // It fails when an error has rolled the transaction back already.
+        (void)sqlite3_exec(connection->handle.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+    }
+}
+
+void SqliteTransaction::Commit()
+{
+    connection->Execute("COMMIT");
+    connection = nullptr;
 }
 
 SqliteStatement::SqliteStatement(SqliteConnection& connection, const char* sql)
@@ -160,6 +210,12 @@ int64 SqliteStatement::GetInteger(int column) const
     return sqlite3_column_int64(handle.get(), column);
 }
 
+std::optional<int64> SqliteStatement::TryGetInteger(int column) const
+{
+    const bool isNull = sqlite3_column_type(handle.get(), column) == SQLITE_NULL;
+    return isNull ? std::nullopt : std::optional(GetInteger(column));
+}
+
 void SqliteStatement::Bind(int index, std::string_view text)
 {
     Check(sqlite3_bind_text64(handle.get(), index, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8));
@@ -168,6 +224,11 @@ void SqliteStatement::Bind(int index, std::string_view text)
 void SqliteStatement::Bind(int index, int64 number)
 {
     Check(sqlite3_bind_int64(handle.get(), index, number));
+}
+
+void SqliteStatement::Bind(int index, const std::optional<int64>& number)
+{
+    Check(number ? sqlite3_bind_int64(handle.get(), index, *number) : sqlite3_bind_null(handle.get(), index));
 }
 
 void SqliteStatement::Check(int result) const

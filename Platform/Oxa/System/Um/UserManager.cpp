@@ -3,20 +3,22 @@
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Um/Internal/PasswordHash.hpp"
+#include "Oxa/System/Um/Internal/PasswordPolicy.hpp"
 #include "Oxa/System/Um/Internal/TokenTable.hpp"
 #include "Oxa/System/Um/Internal/UserDatabaseFile.hpp"
+#include "Oxa/System/Um/Internal/UserRecords.hpp"
 
 #include <sodium.h>
-#include <sys/mman.h>
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <utility>
 
-// The database is read over one connection that stays open, under the mutex of the content, and never waits for a
-// writer. Each change opens a connection of its own without the mutex, so that reading goes on where nothing can be
-// written; it is one transaction with its result. Passwords are hashed under a mutex of the process, which no other is
-// taken under.
+// Reading never waits for a writer and goes on where nothing can be written: the reader has a connection of its own.
+// Each change opens another one and is one transaction, with all that it depends on and with its result. No mutex of
+// this class is held while another one is taken, nor during a change.
 
 namespace Oxa::System::Um
 {
@@ -24,6 +26,10 @@ namespace Oxa::System::Um
 using Internal::Login;
 using Internal::SqliteConnection;
 using Internal::SqliteStatement;
+using Internal::SqliteTransaction;
+using Internal::StoredApiToken;
+using Internal::StoredUser;
+using Internal::UserRecords;
 using System::Commons::ArgumentException;
 using System::Commons::InvalidOperationException;
 using System::Commons::Mutex;
@@ -34,7 +40,9 @@ namespace
 {
 
 constexpr std::size_t maximumNameBytes = 64;
-constexpr std::size_t maximumPasswordBytes = 1024;
+constexpr std::string_view secretPrefix = "oxa_";
+constexpr std::size_t secretBytes = 32;
+constexpr std::chrono::days maximumApiTokenLifetime{36500};
 
 /// Permission bits on every object whose name begins with the prefix.
 struct Role
@@ -48,6 +56,14 @@ constexpr Role roles[] = {
     {adminRole, "", 0xFFFFFFFF}, {engineerRole, "oxa.services.wbm/modules/", executePermission}, {viewerRole, "", 0}};
 static_assert(std::size(roles) == roleNames.size());
 
+void CheckRole(std::string_view roleName)
+{
+    if (std::ranges::find(roleNames, roleName) == roleNames.end())
+    {
+        throw ArgumentException::Create("roleName", roleName, "The roles are Admin, Engineer and Viewer");
+    }
+}
+
 bool HasBlankEnds(std::string_view text)
 {
     constexpr std::string_view blanks[] = {" ",      "\u00A0", "\u1680", "\u2000", "\u2001", "\u2002",
@@ -57,166 +73,198 @@ bool HasBlankEnds(std::string_view text)
                                { return text.starts_with(blank) || text.ends_with(blank); });
 }
 
-bool IsPassword(std::string_view text) noexcept
+void CheckNewName(std::string_view parameterName, std::string_view name)
 {
-    return !text.empty() && text.size() <= maximumPasswordBytes;
-}
-
-void CheckPassword(std::string_view text)
-{
-    if (!IsPassword(text))
+    if (name.empty() || name.size() > maximumNameBytes || !Text::IsPlain(name) || HasBlankEnds(name))
     {
-        throw ArgumentException(
-            Text::Format("The argument 'password' is not valid. It must have 1 to {0} bytes.", maximumPasswordBytes));
+        throw ArgumentException::Create(
+            parameterName, Text::EscapeControlCharacters(Text::Truncate(name, maximumNameBytes)),
+            Text::Format("It must have 1 to {0} bytes of UTF-8, no blanks at its ends and no control, direction or "
+                         "zero-width characters",
+                         maximumNameBytes));
+    }
+    if (Text::FoldCase(name).starts_with(apiTokenUserPrefix))
+    {
+        throw ArgumentException::Create(parameterName, name, "It must not begin with 'token:'");
     }
 }
 
-// The widely recommended minimum for argon2id. It costs a small controller some hundredths of a second, and memory that
-// it can spare for one log-in at a time.
-constexpr std::size_t memoryBytes = 19 * 1024 * 1024;
-constexpr unsigned long long passes = 2;
-
-/// Held while memory for a hash is in use: the memory of a controller does not suffice for several.
-Mutex hashing;
-
-/// libsodium reports a lack of memory as a hash that does not match; this tells the two apart.
-bool HasMemory()
+void CheckIsNewUser(const UserRecords& records, std::string_view userName)
 {
-    constexpr std::size_t neededBytes = memoryBytes + std::size_t{64} * 1024;
-    void* const memory = mmap(nullptr, neededBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    return memory != MAP_FAILED && munmap(memory, neededBytes) == 0;
-}
-
-[[noreturn]] void ThrowOutOfMemory(std::string_view operation)
-{
-    throw InvalidOperationException::Create("cannot {0} a password: not enough memory", operation);
-}
-
-/// A text that holds algorithm, parameters, salt and hash. `operation` is for the error text.
-BasicString Hash(const BasicString& password, const char* operation)
-{
-    const MutexLock lock(hashing);
-    std::array<char, crypto_pwhash_STRBYTES> text{};
-    if (crypto_pwhash_str_alg(text.data(), password.data(), password.size(), passes, memoryBytes,
-                              crypto_pwhash_ALG_ARGON2ID13) != 0)
+    CheckNewName("userName", userName);
+    if (const auto* const user = records.FindSimilarUser(userName))
     {
-        ThrowOutOfMemory(operation);
+        throw ArgumentException::Create("userName", userName, Text::Format("There is a user '{0}'", user->info.name));
     }
-    return text.data();
 }
 
-/// Takes as long as `Hash`, independent of the result.
-bool Verify(const BasicString& hash, const BasicString& password)
+void CheckIsNewApiToken(const UserRecords& records, std::string_view name)
 {
-    const MutexLock lock(hashing);
-    if (crypto_pwhash_str_verify(hash.c_str(), password.data(), password.size()) == 0)
+    CheckNewName("name", name);
+    if (const auto* const token = records.FindSimilarApiToken(name))
     {
-        return true;
+        throw ArgumentException::Create("name", name, Text::Format("There is an API token '{0}'", token->info.name));
     }
-    if (!HasMemory())
-    {
-        ThrowOutOfMemory("check");
-    }
-    return false;
 }
 
-// Databases of version 1 may hold names that differ only in case: then only the exact one matches.
-constexpr const char* selectUserOfName = R"sql(
-SELECT number, passwordGeneration, name, roleName, passwordHash FROM users
-WHERE name = ?1 OR (name = ?1 COLLATE caseless AND
-                    (SELECT count(*) FROM users WHERE name = ?1 COLLATE caseless) = 1)
-)sql";
-
-struct StoredUser
+DateTime GetNow()
 {
-    UserInfo info;
-    Login login;
-    BasicString passwordHash;
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return DateTime::FromUnixTimeMicroseconds(std::chrono::duration_cast<std::chrono::microseconds>(now).count());
+}
+
+bool HasExpired(const ApiTokenInfo& token)
+{
+    return token.expires && token.expires->GetTicks() <= GetNow().GetTicks();
+}
+
+/// Of the whole secret. It is long and random, so a fast hash without a salt suffices.
+BasicString HashSecret(std::string_view secret)
+{
+    std::array<unsigned char, crypto_generichash_BYTES> hash{};
+    crypto_generichash(hash.data(), hash.size(), reinterpret_cast<const unsigned char*>(secret.data()), secret.size(),
+                       nullptr, 0);
+    BasicString text(2 * hash.size() + 1, '\0');
+    sodium_bin2hex(text.data(), text.size(), hash.data(), hash.size());
+    text.pop_back();
+    return text;
+}
+
+BasicString MakeSecret()
+{
+    constexpr int variant = sodium_base64_VARIANT_URLSAFE_NO_PADDING;
+    std::array<unsigned char, secretBytes> bytes{};
+    randombytes_buf(bytes.data(), bytes.size());
+    BasicString secret(secretPrefix.size() + sodium_base64_ENCODED_LEN(secretBytes, variant), '\0');
+    secretPrefix.copy(secret.data(), secretPrefix.size());
+    sodium_bin2base64(secret.data() + secretPrefix.size(), secret.size() - secretPrefix.size(), bytes.data(),
+                      bytes.size(), variant);
+    sodium_memzero(bytes.data(), bytes.size());
+    secret.pop_back();
+    return secret;
+}
+
+/// The present state of a database for a change, which `Commit` makes.
+class Change final
+{
+public:
+    explicit Change(const BasicString& path)
+        : connection(Internal::OpenUserDatabaseForWriting(path)),
+          transaction(connection, SqliteTransaction::Kind::Write),
+          records((Internal::UpdateTables(connection, path), Internal::ReadUserRecords(connection, path)))
+    {
+    }
+
+    [[nodiscard]] const UserRecords& GetRecords() const noexcept
+    {
+        return records;
+    }
+
+    template <class... Parameters>
+    void Execute(const char* sql, const Parameters&... parameters)
+    {
+        SqliteStatement(connection, sql).Run([] {}, parameters...);
+    }
+
+    void Commit()
+    {
+        transaction.Commit();
+    }
+
+private:
+    SqliteConnection connection;
+    SqliteTransaction transaction;
+    const UserRecords records;
 };
 
-std::optional<StoredUser> ReadUser(SqliteConnection& connection, std::string_view userName)
+constexpr const char* updateUser =
+    "UPDATE users SET roleName = ?2, isDisabled = ?3, passwordHash = ?4, mustChangePassword = ?5, "
+    "passwordGeneration = ?6 WHERE number = ?1";
+
+void WriteUser(Change& change, const StoredUser& user)
 {
-    std::optional<StoredUser> user;
-    SqliteStatement find(connection, selectUserOfName);
-    find.Run(
-        [&] {
-            user = StoredUser{
-                {find.GetText(2), find.GetText(3)}, {find.GetInteger(0), find.GetInteger(1)}, find.GetText(4)};
-        },
-        userName);
-    return user;
+    change.Execute(updateUser, user.login.id, user.info.roleName, int64{user.info.isDisabled}, user.passwordHash,
+                   int64{user.info.mustChangePassword}, user.login.passwordGeneration);
 }
 
-std::optional<UserInfo> ReadUser(SqliteStatement& statement, const Login& login)
+StoredUser Apply(StoredUser user, const UserChanges& changes, const BasicString& passwordHash)
 {
-    std::optional<UserInfo> user;
-    statement.Run(
-        [&] {
-            user = UserInfo{statement.GetText(0), statement.GetText(1)};
-        },
-        login.userId, login.passwordGeneration);
-    return user;
-}
-
-/// `sql` changes the user whose id is its first parameter. Returns the user before the change.
-template <class... Parameters>
-std::optional<StoredUser> ChangeUser(const BasicString& path, std::string_view userName, const char* sql,
-                                     const Parameters&... parameters)
-{
-    SqliteConnection connection = Internal::OpenUserDatabaseForWriting(path);
-    // Takes the write lock at once: taken later, it could be refused because what was read is out of date.
-    connection.Execute("BEGIN IMMEDIATE");
-    auto user = ReadUser(connection, userName);
-    if (user)
+    const bool isDisabling = changes.isDisabled.value_or(false) && !user.info.isDisabled;
+    user.info.roleName = changes.roleName.value_or(user.info.roleName);
+    user.info.isDisabled = changes.isDisabled.value_or(user.info.isDisabled);
+    if (changes.password)
     {
-        SqliteStatement(connection, sql).Run([] {}, user->login.userId, parameters...);
+        user.passwordHash = passwordHash;
+        user.info.mustChangePassword = changes.mustChangePassword;
     }
-    connection.Execute("COMMIT");
+    // Ends logins, also those of other processes.
+    user.login.passwordGeneration += changes.password || isDisabling ? 1 : 0;
     return user;
+}
+
+bool IsActiveAdministrator(const UserInfo& user)
+{
+    return user.roleName == adminRole && !user.isDisabled;
 }
 
 } // namespace
 
 struct UserManager::Content
 {
-    explicit Content(const BasicString& databasePath)
-        : path(databasePath),
-          connection(Internal::OpenUserDatabase(path)),
-          userOfLogin(connection, "SELECT name, roleName FROM users WHERE number = ? AND passwordGeneration = ?")
+    explicit Content(const BasicString& databasePath) : path(databasePath), reader(databasePath) {}
+
+    [[nodiscard]] std::optional<StoredUser> FindUser(SecurityToken token)
     {
+        const auto login = tokens.TryGet(token);
+        const auto records = reader.Read();
+        const auto* const user = login ? records->FindUser(*login) : nullptr;
+        return user != nullptr ? std::optional(*user) : std::nullopt;
     }
 
-    [[nodiscard]] std::optional<StoredUser> FindUser(std::string_view userName)
+    void NoteUse(int64 apiTokenId)
     {
-        const MutexLock lock(mutex);
-        return ReadUser(connection, userName);
+        const MutexLock lock(usesMutex);
+        uses[apiTokenId] = GetNow();
     }
 
-    [[nodiscard]] std::optional<UserInfo> FindUser(const Login& login)
+    void RecordUses()
     {
-        const MutexLock lock(mutex);
-        return ReadUser(userOfLogin, login);
-    }
-
-    /// Also ends the logins of the user.
-    template <class... Parameters>
-    std::optional<UserInfo> Change(std::string_view userName, const char* sql, const Parameters&... parameters)
-    {
-        const auto user = ChangeUser(path, userName, sql, parameters...);
-        if (!user)
+        const auto recorded = CopyUses();
+        if (recorded.empty())
         {
-            return std::nullopt;
+            return;
         }
-        tokens.RemoveUser(user->login.userId);
-        return user->info;
+        SqliteConnection connection = Internal::OpenUserDatabaseForWriting(path);
+        // A later commit, or the next checkpoint, makes it durable.
+        connection.Execute("PRAGMA synchronous = NORMAL; PRAGMA busy_timeout = 0");
+        SqliteTransaction transaction(connection, SqliteTransaction::Kind::Write);
+        SqliteStatement update(connection, "UPDATE apiTokens SET lastUsed = ?2 WHERE number = ?1");
+        for (const auto& [id, time] : recorded)
+        {
+            update.Run([] {}, id, time.ToUnixTimeMicroseconds());
+        }
+        transaction.Commit();
+        const MutexLock lock(usesMutex);
+        std::erase_if(uses,
+                      [&recorded](const auto& each)
+                      {
+                          const auto found = recorded.find(each.first);
+                          return found != recorded.end() && found->second == each.second;
+                      });
+    }
+
+    [[nodiscard]] std::map<int64, DateTime> CopyUses()
+    {
+        const MutexLock lock(usesMutex);
+        return uses;
     }
 
     const BasicString path;
-    Mutex mutex;
-    SqliteConnection connection OXA_GUARDED_BY(mutex);
-    /// Prepared once, because it runs with every request.
-    SqliteStatement userOfLogin OXA_GUARDED_BY(mutex);
+    Internal::UserRecordsReader reader;
     Internal::TokenTable tokens{&randombytes_random};
+    Mutex usesMutex;
+    /// When API tokens, by their ids, were last used, as far as that is not recorded.
+    std::map<int64, DateTime> uses OXA_GUARDED_BY(usesMutex);
 };
 
 bool UserManager::CreateDatabase(const BasicString& databasePath)
@@ -232,102 +280,167 @@ UserManager::UserManager(const BasicString& databasePath) : content(std::make_un
     }
 }
 
-UserManager::~UserManager() = default;
+UserManager::~UserManager()
+{
+    RecordApiTokenUse();
+}
 
 std::vector<UserInfo> UserManager::GetUsers() const
 {
-    const MutexLock lock(content->mutex);
+    const auto records = content->reader.Read();
     std::vector<UserInfo> users;
-    SqliteStatement statement(content->connection, "SELECT name, roleName FROM users ORDER BY name");
-    statement.Run([&] { users.push_back({statement.GetText(0), statement.GetText(1)}); });
+    std::ranges::transform(records->users, std::back_inserter(users), &StoredUser::info);
     return users;
 }
 
 std::optional<UserInfo> UserManager::FindUser(std::string_view userName) const
 {
-    const auto user = content->FindUser(userName);
-    return user ? std::optional(user->info) : std::nullopt;
+    const auto records = content->reader.Read();
+    const auto* const user = records->FindUser(userName);
+    return user != nullptr ? std::optional(user->info) : std::nullopt;
 }
 
 void UserManager::CheckNewUser(const BasicString& userName) const
 {
-    if (userName.empty() || userName.size() > maximumNameBytes || !Text::IsPlain(userName) || HasBlankEnds(userName))
-    {
-        throw ArgumentException::Create(
-            "userName", Text::EscapeControlCharacters(Text::Truncate(userName, maximumNameBytes)),
-            Text::Format("It must have 1 to {0} bytes of UTF-8, no blanks at its ends and no control, direction or "
-                         "zero-width characters",
-                         maximumNameBytes));
-    }
-    if (const auto user = FindUser(userName))
-    {
-        throw ArgumentException::Create("userName", userName, Text::Format("There is a user '{0}'", user->name));
-    }
+    CheckIsNewUser(*content->reader.Read(), userName);
 }
 
-void UserManager::AddUser(const BasicString& userName, const BasicString& password, std::string_view roleName)
+void UserManager::AddUser(const BasicString& userName, std::string_view password, std::string_view roleName,
+                          bool mustChangePassword)
 {
+    CheckRole(roleName);
     CheckNewUser(userName);
-    CheckPassword(password);
-    if (std::ranges::find(roleNames, roleName) == roleNames.end())
+    Internal::CheckNewPassword(userName, password);
+    const BasicString hash = Internal::HashPassword(password);
+    Change change(content->path);
+    // Another process may have added one meanwhile.
+    CheckIsNewUser(change.GetRecords(), userName);
+    change.Execute("INSERT INTO users (name, passwordHash, roleName, mustChangePassword) VALUES (?, ?, ?, ?)", userName,
+                   hash, roleName, int64{mustChangePassword});
+    change.Commit();
+}
+
+UserChangeResult UserManager::ChangeUser(std::string_view userName, const UserChanges& changes)
+{
+    if (changes.roleName)
     {
-        throw ArgumentException::Create("roleName", roleName, "The roles are Admin, Engineer and Viewer");
+        CheckRole(*changes.roleName);
     }
-    SqliteConnection connection = Internal::OpenUserDatabaseForWriting(content->path);
-    SqliteStatement statement(connection, "INSERT INTO users (name, passwordHash, roleName) SELECT ?1, ?2, ?3 "
-                                          "WHERE NOT EXISTS (SELECT 1 FROM users WHERE name = ?1 COLLATE caseless) "
-                                          "RETURNING number");
-    bool isAdded = false;
-    statement.Run([&isAdded] { isAdded = true; }, userName, Hash(password, "hash"), roleName);
-    if (!isAdded)
+    if (changes.password)
     {
-        // Added by another process meanwhile, or ambiguous: several existing names differ from it only in case.
-        throw ArgumentException::Create("userName", userName, "There is a user of this name");
+        Internal::CheckNewPassword(userName, *changes.password);
     }
+    if (!FindUser(userName))
+    {
+        return {};
+    }
+    const BasicString hash = changes.password ? Internal::HashPassword(*changes.password) : BasicString();
+    Change change(content->path);
+    const auto* const before = change.GetRecords().FindUser(userName);
+    if (before == nullptr)
+    {
+        return {};
+    }
+    const StoredUser after = Apply(*before, changes, hash);
+    if (IsActiveAdministrator(before->info) && !IsActiveAdministrator(after.info) &&
+        !change.GetRecords().HasAdministratorBeside(*before))
+    {
+        return {UserChange::LastAdmin, before->info};
+    }
+    WriteUser(change, after);
+    change.Commit();
+    if (after.login != before->login)
+    {
+        content->tokens.RemoveUser(before->login.id);
+    }
+    return {UserChange::Done, before->info};
 }
 
-std::optional<UserInfo> UserManager::RemoveUser(const BasicString& userName)
+UserChangeResult UserManager::RemoveUser(std::string_view userName)
 {
-    return content->Change(userName, "DELETE FROM users WHERE number = ?");
+    Change change(content->path);
+    const auto* const user = change.GetRecords().FindUser(userName);
+    if (user == nullptr)
+    {
+        return {};
+    }
+    if (IsActiveAdministrator(user->info) && !change.GetRecords().HasAdministratorBeside(*user))
+    {
+        return {UserChange::LastAdmin, user->info};
+    }
+    change.Execute("DELETE FROM users WHERE number = ?", user->login.id);
+    change.Commit();
+    content->tokens.RemoveUser(user->login.id);
+    return {UserChange::Done, user->info};
 }
 
-std::optional<UserInfo> UserManager::SetPassword(const BasicString& userName, const BasicString& password)
+bool UserManager::MayBeCredentials(std::string_view userName, std::string_view password) noexcept
 {
-    CheckPassword(password);
-    return content->Change(userName,
-                           "UPDATE users SET passwordHash = ?2, passwordGeneration = passwordGeneration + 1 "
-                           "WHERE number = ?1",
-                           Hash(password, "hash"));
-}
-
-bool UserManager::MayBeCredentials(const BasicString& userName, const BasicString& password) noexcept
-{
-    // Includes names that older databases may hold but that are refused for new users.
+    // Includes names and passwords that older databases may hold but that are refused for new users.
     const bool isName = !userName.empty() && userName.size() <= maximumNameBytes && Text::IsValidUtf8(userName) &&
                         std::ranges::none_of(userName, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; });
-    return isName && IsPassword(password);
+    return isName && !password.empty() && password.size() <= Internal::maximumPasswordBytes;
 }
 
-std::optional<SecurityToken> UserManager::LogIn(const BasicString& userName, const BasicString& password)
+std::optional<SecurityToken> UserManager::LogIn(std::string_view userName, std::string_view password)
 {
     // Reveals nothing about which users exist.
     if (!MayBeCredentials(userName, password))
     {
         return std::nullopt;
     }
-    const auto user = content->FindUser(userName);
-    if (!user)
+    const auto records = content->reader.Read();
+    const auto* const user = records->FindUser(userName);
+    if (user == nullptr)
     {
-        // Takes as long as `Verify`.
-        (void)Hash(password, "check");
+        Internal::PretendToVerifyPassword(password);
         return std::nullopt;
     }
-    if (!Verify(user->passwordHash, password))
+    if (!Internal::VerifyPassword(user->passwordHash, password) || user->info.isDisabled)
     {
         return std::nullopt;
     }
     // If the password was changed meanwhile, this login is void: it holds the generation that was verified.
     return content->tokens.Add(user->login);
+}
+
+bool UserManager::VerifyPassword(SecurityToken token, std::string_view password)
+{
+    const auto user = content->FindUser(token);
+    if (!user || password.size() > Internal::maximumPasswordBytes)
+    {
+        Internal::PretendToVerifyPassword({});
+        return false;
+    }
+    return Internal::VerifyPassword(user->passwordHash, password) && !user->info.isDisabled;
+}
+
+std::optional<SecurityToken> UserManager::ChangePassword(SecurityToken token, std::string_view password,
+                                                         std::string_view newPassword)
+{
+    const auto user = content->FindUser(token);
+    if (!user || !VerifyPassword(token, password))
+    {
+        return std::nullopt;
+    }
+    if (password == newPassword)
+    {
+        throw ArgumentException("The argument 'newPassword' is not valid. It must differ from the present password.");
+    }
+    Internal::CheckNewPassword(user->info.name, newPassword);
+    const BasicString hash = Internal::HashPassword(newPassword);
+    Change change(content->path);
+    // Another process may have changed the user since the password was verified.
+    const auto* const before = change.GetRecords().FindUser(user->login);
+    if (before == nullptr)
+    {
+        return std::nullopt;
+    }
+    const StoredUser after = Apply(*before, {.password = newPassword}, hash);
+    WriteUser(change, after);
+    change.Commit();
+    content->tokens.RemoveUser(before->login.id);
+    return content->tokens.Add(after.login);
 }
 
 void UserManager::LogOut(SecurityToken token) noexcept
@@ -342,12 +455,21 @@ std::optional<UserInfo> UserManager::TryGetUser(SecurityToken token) const
     {
         return std::nullopt;
     }
-    auto user = content->FindUser(*login);
-    if (!user)
+    const auto records = content->reader.Read();
+    if (login->isApiToken)
     {
-        content->tokens.Remove(token);
+        const auto* const found = records->FindApiToken(*login);
+        if (found != nullptr && !HasExpired(found->info))
+        {
+            return UserInfo{BasicString(apiTokenUserPrefix) + found->info.name, found->info.roleName};
+        }
     }
-    return user;
+    else if (const auto* const user = records->FindUser(*login); user != nullptr && !user->info.isDisabled)
+    {
+        return user->info;
+    }
+    content->tokens.Remove(token);
+    return std::nullopt;
 }
 
 bool UserManager::IsAuthorized(std::string_view objectName, uint32 permission, SecurityToken token) const
@@ -360,6 +482,85 @@ bool UserManager::IsAuthorized(std::string_view objectName, uint32 permission, S
     const auto* const role = std::ranges::find(roles, user->roleName, &Role::name);
     const bool isGranted = role != std::end(roles) && objectName.starts_with(role->objectPrefix);
     return ((isGranted ? role->permission : 0) & permission) == permission;
+}
+
+BasicString UserManager::AddApiToken(const BasicString& name, std::string_view roleName,
+                                     std::optional<std::chrono::days> lifetime, std::string_view createdBy)
+{
+    CheckRole(roleName);
+    if (lifetime && (*lifetime < std::chrono::days(1) || *lifetime > maximumApiTokenLifetime))
+    {
+        throw ArgumentException::Create("lifetime", lifetime->count(), "It must be 1 to 36500 days");
+    }
+    Change change(content->path);
+    CheckIsNewApiToken(change.GetRecords(), name);
+    const int64 created = GetNow().ToUnixTimeMicroseconds();
+    std::optional<int64> expires;
+    if (lifetime)
+    {
+        expires = created + std::chrono::microseconds(*lifetime).count();
+    }
+    BasicString secret = MakeSecret();
+    change.Execute("INSERT INTO apiTokens (name, secretHash, roleName, created, expires, createdBy) "
+                   "VALUES (?, ?, ?, ?, ?, ?)",
+                   name, HashSecret(secret), roleName, created, expires, createdBy);
+    change.Commit();
+    return secret;
+}
+
+std::vector<ApiTokenInfo> UserManager::GetApiTokens() const
+{
+    const auto records = content->reader.Read();
+    const auto uses = content->CopyUses();
+    std::vector<ApiTokenInfo> tokens;
+    for (const StoredApiToken& each : records->apiTokens)
+    {
+        tokens.push_back(each.info);
+        const auto use = uses.find(each.login.id);
+        tokens.back().lastUsed = use != uses.end() ? use->second : each.info.lastUsed;
+    }
+    return tokens;
+}
+
+std::optional<ApiTokenInfo> UserManager::RemoveApiToken(std::string_view name)
+{
+    Change change(content->path);
+    const auto* const token = change.GetRecords().FindApiToken(name);
+    if (token == nullptr)
+    {
+        return std::nullopt;
+    }
+    change.Execute("DELETE FROM apiTokens WHERE number = ?", token->login.id);
+    change.Commit();
+    return token->info;
+}
+
+std::optional<SecurityToken> UserManager::LogInWithApiToken(std::string_view secret)
+{
+    if (!secret.starts_with(secretPrefix))
+    {
+        return std::nullopt;
+    }
+    const auto records = content->reader.Read();
+    const auto* const found = records->FindApiTokenOfSecret(HashSecret(secret));
+    if (found == nullptr || HasExpired(found->info))
+    {
+        return std::nullopt;
+    }
+    content->NoteUse(found->login.id);
+    return content->tokens.FindOrAdd(found->login);
+}
+
+void UserManager::RecordApiTokenUse() noexcept
+{
+    try
+    {
+        content->RecordUses();
+    }
+    catch (...)
+    {
+        // The next call tries again.
+    }
 }
 
 } // namespace Oxa::System::Um

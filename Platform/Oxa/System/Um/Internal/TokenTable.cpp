@@ -8,14 +8,36 @@ namespace Oxa::System::Um::Internal
 
 using System::Commons::MutexLock;
 
+namespace
+{
+
+bool IsOfUser(const Login& login, int64 userId) noexcept
+{
+    return login.id == userId && !login.isApiToken;
+}
+
+} // namespace
+
 TokenTable::TokenTable(std::function<uint32()> random) : random(std::move(random)) {}
 
 SecurityToken TokenTable::Add(const Login& login)
 {
     const MutexLock lock(mutex);
+    return AddLocked(login);
+}
+
+SecurityToken TokenTable::FindOrAdd(const Login& login)
+{
+    const MutexLock lock(mutex);
+    const auto found = std::ranges::find(entries, login, [](const auto& entry) { return entry.second.login; });
+    return found != entries.end() ? SecurityToken(found->first) : AddLocked(login);
+}
+
+SecurityToken TokenTable::AddLocked(const Login& login)
+{
     const auto isOfUser = [&login](const auto& entry)
     {
-        return entry.second.login.userId == login.userId;
+        return IsOfUser(entry.second.login, login.id) && !login.isApiToken;
     };
     if (std::ranges::count_if(entries, isOfUser) >= static_cast<std::ptrdiff_t>(maximumTokensPerUser))
     {
@@ -46,7 +68,7 @@ void TokenTable::Remove(SecurityToken token) noexcept
 void TokenTable::RemoveUser(int64 userId) noexcept
 {
     const MutexLock lock(mutex);
-    std::erase_if(entries, [userId](const auto& entry) { return entry.second.login.userId == userId; });
+    std::erase_if(entries, [userId](const auto& entry) { return IsOfUser(entry.second.login, userId); });
 }
 
 uint32 TokenTable::MakeTokenValue() const

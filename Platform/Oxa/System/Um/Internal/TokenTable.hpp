@@ -12,11 +12,13 @@
 namespace Oxa::System::Um::Internal
 {
 
-/// What a token stands for: a user id, which is never used again, and how often that user's password had been changed.
+/// What a token stands for: the id of a user and how often that user's logins had been ended, or the id of an API
+/// token. Ids are never used again.
 struct Login
 {
-    int64 userId = 0;
+    int64 id = 0;
     int64 passwordGeneration = 0;
+    bool isApiToken = false;
 
     bool operator==(const Login&) const = default;
 };
@@ -34,6 +36,9 @@ public:
     /// A token that is not 0 and not in use.
     [[nodiscard]] SecurityToken Add(const Login& login);
 
+    /// One that an equal login has, else as `Add`.
+    [[nodiscard]] SecurityToken FindOrAdd(const Login& login);
+
     [[nodiscard]] std::optional<Login> TryGet(SecurityToken token) const;
     void Remove(SecurityToken token) noexcept;
     void RemoveUser(int64 userId) noexcept;
@@ -45,6 +50,7 @@ private:
         uint64 sequence = 0;
     };
 
+    [[nodiscard]] SecurityToken AddLocked(const Login& login) OXA_REQUIRES(mutex);
     [[nodiscard]] uint32 MakeTokenValue() const OXA_REQUIRES(mutex);
     template <class Predicate>
     void EraseOldest(Predicate isCandidate) OXA_REQUIRES(mutex);

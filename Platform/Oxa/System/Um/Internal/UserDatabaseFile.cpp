@@ -34,18 +34,41 @@ namespace
 // "OxaU": tells a user database from other databases.
 constexpr int64 applicationId = 0x4F786155;
 
-// Version 1 also had tables of roles and permissions, which are ignored.
-constexpr int64 schemaVersion = 2;
+// Version 1 also had tables of roles and permissions, which are ignored. Version 2 had neither API tokens nor the last
+// two columns of users.
+constexpr int64 schemaVersion = 3;
 
-// User ids are never used again (AUTOINCREMENT): the token of a removed user must not become valid with a new one.
-constexpr const char* createTables = R"sql(
+// Ids are never used again (AUTOINCREMENT): the login of a removed user must not become valid with a new one. Names are
+// compared without case by the program: with a collation of its own no other program could read the table.
+constexpr const char* createUsers = R"sql(
 CREATE TABLE users (
     number INTEGER PRIMARY KEY AUTOINCREMENT,
     name TEXT NOT NULL UNIQUE,
     passwordHash TEXT NOT NULL,
     passwordGeneration INTEGER NOT NULL DEFAULT 0,
-    roleName TEXT NOT NULL
+    roleName TEXT NOT NULL,
+    isDisabled INTEGER NOT NULL DEFAULT 0,
+    mustChangePassword INTEGER NOT NULL DEFAULT 0
 ) STRICT;
+)sql";
+
+// Times are microseconds since 1970.
+constexpr const char* createApiTokens = R"sql(
+CREATE TABLE apiTokens (
+    number INTEGER PRIMARY KEY AUTOINCREMENT,
+    name TEXT NOT NULL UNIQUE,
+    secretHash TEXT NOT NULL UNIQUE,
+    roleName TEXT NOT NULL,
+    created INTEGER NOT NULL,
+    expires INTEGER,
+    lastUsed INTEGER,
+    createdBy TEXT NOT NULL
+) STRICT;
+)sql";
+
+constexpr const char* addUserColumns = R"sql(
+ALTER TABLE users ADD COLUMN isDisabled INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE users ADD COLUMN mustChangePassword INTEGER NOT NULL DEFAULT 0;
 )sql";
 
 /// The files that SQLite creates beside a database.
@@ -65,15 +88,21 @@ void RemoveDatabase(const BasicString& path) noexcept
     RemoveCompanions(path);
 }
 
+void SetVersion(SqliteConnection& connection)
+{
+    connection.Execute(Format("PRAGMA user_version = {0}", schemaVersion).c_str());
+}
+
 /// Requires: an empty file.
 void WriteTables(const BasicString& path)
 {
     SqliteConnection connection({path, "user database"});
-    connection.Execute("BEGIN IMMEDIATE");
-    connection.Execute(createTables);
+    SqliteTransaction transaction(connection, SqliteTransaction::Kind::Write);
+    connection.Execute(createUsers);
+    connection.Execute(createApiTokens);
     connection.Execute(Format("PRAGMA application_id = {0}", applicationId).c_str());
-    connection.Execute(Format("PRAGMA user_version = {0}", schemaVersion).c_str());
-    connection.Execute("COMMIT");
+    SetVersion(connection);
+    transaction.Commit();
     // Readers then never wait for a writer. The mode is stored in the file.
     connection.Execute("PRAGMA journal_mode = WAL");
 }
@@ -163,13 +192,19 @@ SqliteConnection OpenUserDatabase(const BasicString& path)
     {
         ThrowDatabaseError(path, "it is a database of another program");
     }
+    (void)HasPresentTables(connection, path);
+    return connection;
+}
+
+bool HasPresentTables(SqliteConnection& connection, const BasicString& path)
+{
     const int64 version = connection.ReadNumber("PRAGMA user_version");
     if (version > schemaVersion)
     {
         ThrowDatabaseError(path, Format("its version {0} is newer than version {1}, the newest that is known here",
                                         version, schemaVersion));
     }
-    return connection;
+    return version == schemaVersion;
 }
 
 SqliteConnection OpenUserDatabaseForWriting(const BasicString& path)
@@ -180,6 +215,16 @@ SqliteConnection OpenUserDatabaseForWriting(const BasicString& path)
         ThrowDatabaseErrno(path, errno);
     }
     return SqliteConnection({path, "user database"});
+}
+
+void UpdateTables(SqliteConnection& connection, const BasicString& path)
+{
+    if (!HasPresentTables(connection, path))
+    {
+        connection.Execute(addUserColumns);
+        connection.Execute(createApiTokens);
+        SetVersion(connection);
+    }
 }
 
 } // namespace Oxa::System::Um::Internal

@@ -26,8 +26,8 @@ class AskingTheAuthorizationService : public UserDatabaseTest
 protected:
     AskingTheAuthorizationService()
     {
-        users.AddUser("anna", "secret", "Engineer");
-        token = users.LogIn("anna", "secret").value();
+        users.AddUser("anna", "some secret words", "Engineer");
+        token = users.LogIn("anna", "some secret words").value();
         proxy.reset(dynamic_cast<IAuthorizationService*>(
             ServiceManager::GetService(factory.GetServiceProviderName(), factory)));
     }

@@ -135,8 +135,8 @@ TEST_F(OpeningAUserDatabase, LeavesTheDatabaseOfAnotherProgramAsItIs)
 TEST_F(OpeningAUserDatabase, RefusesOneOfANewerVersion)
 {
     UserManager::CreateDatabase(path);
-    ExecuteSql("PRAGMA user_version = 3");
-    ExpectRefused(path, "its version 3 is newer than version 2, the newest that is known here");
+    ExecuteSql("PRAGMA user_version = 4");
+    ExpectRefused(path, "its version 4 is newer than version 3, the newest that is known here");
 }
 
 TEST_F(OpeningAUserDatabase, LeavesAFileThatIsEmptyAsItIs)
@@ -160,14 +160,14 @@ TEST_F(OpeningAUserDatabase, TakesOneOfAnOlderVersionWithTheNamesThatItHolds)
         PRAGMA application_id = 0x4F786155; PRAGMA user_version = 1; PRAGMA journal_mode = WAL)sql");
     UserManager users(path);
     EXPECT_EQ(users.FindUser("Anna"), (UserInfo{"Anna", "Admin"}));
-    EXPECT_EQ(users.SetPassword("anna", "secret"), (UserInfo{"anna", "Viewer"}));
-    EXPECT_TRUE(users.LogIn("anna", "secret"));
-    EXPECT_FALSE(users.RemoveUser("ANNA")) << "which of the two?";
-    EXPECT_TRUE(users.RemoveUser("Anna"));
+    EXPECT_EQ(users.SetPassword("anna", "some secret words").before, (UserInfo{"anna", "Viewer"}));
+    EXPECT_TRUE(users.LogIn("anna", "some secret words"));
+    EXPECT_EQ(users.RemoveUser("ANNA").change, UserChange::UnknownUser) << "which of the two?";
+    users.AddUser("zoe", "some secret words", "Admin");
+    EXPECT_EQ(users.RemoveUser("Anna").change, UserChange::Done);
     EXPECT_EQ(users.FindUser("ANNA"), (UserInfo{"anna", "Viewer"}));
-    EXPECT_TRUE(users.SetPassword(" bob ", "secret"));
-    EXPECT_TRUE(users.LogIn(" BOB ", "secret"));
-    users.AddUser("zoe", "secret", "Admin");
+    EXPECT_EQ(users.SetPassword(" bob ", "some secret words").change, UserChange::Done);
+    EXPECT_TRUE(users.LogIn(" BOB ", "some secret words"));
 }
 
 } // namespace

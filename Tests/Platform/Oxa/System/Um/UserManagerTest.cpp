@@ -24,8 +24,8 @@ class ManagingUsers : public UserDatabaseTest
 protected:
     [[nodiscard]] SecurityToken LogInNewUser(const BasicString& name, const BasicString& roleName)
     {
-        users.AddUser(name, "secret", roleName);
-        return users.LogIn(name, "secret").value();
+        users.AddUser(name, "some secret words", roleName);
+        return users.LogIn(name, "some secret words").value();
     }
 
     [[nodiscard]] bool MayExecute(SecurityToken token) const
@@ -44,12 +44,14 @@ using Authorizing = ManagingUsers;
 
 TEST_F(ManagingUsers, ListsThemByNameWithTheirRoles)
 {
-    users.AddUser("zoe", "secret", "Viewer");
-    users.AddUser("Jürgen 3", "secret", "Admin");
+    users.AddUser("zoe", "some secret words", "Viewer");
+    users.AddUser("Jürgen 3", "some secret words", "Admin");
     EXPECT_THAT(elsewhere.GetUsers(), ElementsAre(UserInfo{"Jürgen 3", "Admin"}, UserInfo{"zoe", "Viewer"}));
-    EXPECT_EQ(users.RemoveUser("zoe"), (UserInfo{"zoe", "Viewer"}));
-    EXPECT_FALSE(users.RemoveUser("zoe"));
-    EXPECT_FALSE(users.SetPassword("zoe", "secret"));
+    const auto removed = users.RemoveUser("zoe");
+    EXPECT_EQ(removed.change, UserChange::Done);
+    EXPECT_EQ(removed.before, (UserInfo{"zoe", "Viewer"}));
+    EXPECT_EQ(users.RemoveUser("zoe").change, UserChange::UnknownUser);
+    EXPECT_EQ(users.SetPassword("zoe", "some secret words").change, UserChange::UnknownUser);
     EXPECT_THAT(elsewhere.GetUsers(), ElementsAre(UserInfo{"Jürgen 3", "Admin"}));
 }
 
@@ -72,23 +74,24 @@ TEST_F(ManagingUsers, RefusesNamesThatCouldDeceive)
                                  "admin\xE2\x80\x8B"};
     for (const BasicString& name : cases)
     {
-        EXPECT_THROW(users.AddUser(name, "secret", "Viewer"), ArgumentException) << name;
-        EXPECT_FALSE(users.LogIn(name, "secret")) << name;
+        EXPECT_THROW(users.AddUser(name, "some secret words", "Viewer"), ArgumentException) << name;
+        EXPECT_FALSE(users.LogIn(name, "some secret words")) << name;
     }
-    users.AddUser(BasicString(64, 'n'), "secret", "Viewer");
-    EXPECT_THROW(users.AddUser(BasicString(64, 'n'), "secret", "Viewer"), ArgumentException);
-    EXPECT_THROW(users.AddUser("anna", "secret", "viewer"), ArgumentException);
+    users.AddUser(BasicString(64, 'n'), "some secret words", "Viewer");
+    EXPECT_THROW(users.AddUser(BasicString(64, 'n'), "some secret words", "Viewer"), ArgumentException);
+    EXPECT_THROW(users.AddUser("anna", "some secret words", "viewer"), ArgumentException);
 }
 
 TEST_F(ManagingUsers, ComparesNamesWithoutCase)
 {
-    users.AddUser("J\xC3\xBCrgen", "secret", "Viewer");
+    users.AddUser("J\xC3\xBCrgen", "some secret words", "Viewer");
     const BasicString shouted = "J\xC3\x9CRGEN";
-    EXPECT_THROW(users.AddUser(shouted, "secret", "Admin"), ArgumentException);
-    EXPECT_EQ(users.TryGetUser(users.LogIn(shouted, "secret").value()), (UserInfo{"J\xC3\xBCrgen", "Viewer"}));
-    EXPECT_EQ(users.SetPassword(shouted, "other").value().name, "J\xC3\xBCrgen");
-    EXPECT_TRUE(users.LogIn(shouted, "other"));
-    EXPECT_TRUE(users.RemoveUser(shouted));
+    EXPECT_THROW(users.AddUser(shouted, "some secret words", "Admin"), ArgumentException);
+    EXPECT_EQ(users.TryGetUser(users.LogIn(shouted, "some secret words").value()),
+              (UserInfo{"J\xC3\xBCrgen", "Viewer"}));
+    EXPECT_EQ(users.SetPassword(shouted, "some other words").before.name, "J\xC3\xBCrgen");
+    EXPECT_TRUE(users.LogIn(shouted, "some other words"));
+    EXPECT_EQ(users.RemoveUser(shouted).change, UserChange::Done);
 }
 
 TEST_F(ManagingUsers, RefusesPasswordsWithoutPrintingThem)
@@ -124,7 +127,7 @@ TEST_F(LoggingIn, NeedsTheWholePassword)
 
 TEST_F(LoggingIn, TakesAsLongForAnUnknownUserAsForAWrongPassword)
 {
-    users.AddUser("anna", "secret", "Viewer");
+    users.AddUser("anna", "some secret words", "Viewer");
     const auto measure = [this](const BasicString& name)
     {
         const std::clock_t begin = std::clock();
@@ -140,7 +143,7 @@ TEST_F(LoggingIn, TakesAsLongForAnUnknownUserAsForAWrongPassword)
 TEST_F(LoggingIn, GivesEveryLoginATokenOfItsOwn)
 {
     const SecurityToken first = LogInNewUser("anna", "Viewer");
-    const SecurityToken second = users.LogIn("anna", "secret").value();
+    const SecurityToken second = users.LogIn("anna", "some secret words").value();
     EXPECT_NE(first, second);
     EXPECT_NE(first.GetValue(), 0u);
     users.LogOut(first);
@@ -211,33 +214,33 @@ TEST_F(Authorizing, EndsWhenAnyProcessRemovesTheUserOrChangesThePassword)
         {"removed",
          [this]
          {
-             EXPECT_TRUE(users.RemoveUser("anna"));
+             EXPECT_EQ(users.RemoveUser("anna").change, UserChange::Done);
          }},
         {"removed elsewhere",
          [this]
          {
-             EXPECT_TRUE(elsewhere.RemoveUser("anna"));
+             EXPECT_EQ(elsewhere.RemoveUser("anna").change, UserChange::Done);
          }},
         {"new password",
          [this]
          {
-             EXPECT_TRUE(users.SetPassword("anna", "other"));
+             EXPECT_EQ(users.SetPassword("anna", "some other words").change, UserChange::Done);
          }},
         {"new password elsewhere",
          [this]
          {
-             EXPECT_TRUE(elsewhere.SetPassword("anna", "other"));
+             EXPECT_EQ(elsewhere.SetPassword("anna", "some other words").change, UserChange::Done);
          }},
     };
     for (const auto& [name, change] : cases)
     {
-        const SecurityToken token = LogInNewUser("anna", "Admin");
+        const SecurityToken token = LogInNewUser("anna", "Engineer");
         change();
         EXPECT_FALSE(MayExecute(token)) << name;
         EXPECT_FALSE(users.TryGetUser(token)) << name;
-        EXPECT_FALSE(users.LogIn("anna", "secret")) << name;
+        EXPECT_FALSE(users.LogIn("anna", "some secret words")) << name;
         elsewhere.RemoveUser("anna");
-        elsewhere.AddUser("anna", "secret", "Admin");
+        elsewhere.AddUser("anna", "some secret words", "Engineer");
         EXPECT_FALSE(MayExecute(token)) << name << ", and a new user of the same name";
         elsewhere.RemoveUser("anna");
     }
@@ -253,9 +256,9 @@ TEST_F(ManagingUsers, ServesManyThreadsWhileUsersAreAddedAndRemoved)
             threads.emplace_back(
                 [this, name]
                 {
-                    const SecurityToken own = LogInNewUser(name, "Admin");
+                    const SecurityToken own = LogInNewUser(name, "Engineer");
                     EXPECT_TRUE(MayExecute(own));
-                    EXPECT_TRUE(users.RemoveUser(name));
+                    EXPECT_EQ(users.RemoveUser(name).change, UserChange::Done);
                     EXPECT_FALSE(MayExecute(own));
                 });
             threads.emplace_back(
