@@ -52,6 +52,22 @@ struct HttpRequest
 
 inline constexpr std::string_view jsonMediaType = "application/json; charset=utf-8";
 
+/// Header fields that tell browsers what they may do with a response. Each text is complete, so that a response costs
+/// one copy.
+namespace BrowserPolicies
+{
+
+/// For data: browsers must not store, frame, sniff or run it.
+inline constexpr std::string_view data =
+    "Cache-Control: no-store\r\n"
+    "Content-Security-Policy: default-src 'none'; frame-ancestors 'none'\r\n"
+    "Cross-Origin-Resource-Policy: same-origin\r\n"
+    "Permissions-Policy: camera=(), display-capture=(), geolocation=(), microphone=(), payment=(), usb=()\r\n"
+    "Referrer-Policy: no-referrer\r\n"
+    "X-Content-Type-Options: nosniff\r\n";
+
+} // namespace BrowserPolicies
+
 /// A response without the header fields that every response carries.
 struct HttpResponse
 {
@@ -61,6 +77,7 @@ struct HttpResponse
     std::string_view body = {};
     /// Further header fields, each ended by CR LF.
     std::string_view fields = {};
+    std::string_view browserPolicy = BrowserPolicies::data;
 };
 
 /// One request and its response. One thread at a time; a handler that defers the response hands the exchange from

@@ -8,18 +8,6 @@
 namespace Oxa::Host::Http
 {
 
-namespace
-{
-
-// Browsers must not store, frame, sniff or run responses of this interface.
-constexpr std::string_view commonFields = "Cache-Control: no-store\r\n"
-                                          "Content-Security-Policy: default-src 'none'; frame-ancestors 'none'\r\n"
-                                          "Cross-Origin-Resource-Policy: same-origin\r\n"
-                                          "Referrer-Policy: no-referrer\r\n"
-                                          "X-Content-Type-Options: nosniff\r\n";
-
-} // namespace
-
 std::string_view GetReasonPhrase(unsigned status) noexcept
 {
     static constexpr std::pair<unsigned, std::string_view> phrases[] = {{200, "OK"},
@@ -47,7 +35,7 @@ void ResponseWriter::Write(const HttpResponse& response, const HttpRequest& requ
 {
     text.clear();
     text.append("HTTP/1.1 ").append(std::to_string(response.status)).append(" ");
-    text.append(GetReasonPhrase(response.status)).append("\r\n").append(GetDateField()).append(commonFields);
+    text.append(GetReasonPhrase(response.status)).append("\r\n").append(GetDateField()).append(response.browserPolicy);
     if (!keepsConnection || request.isHttp10)
     {
         text += keepsConnection ? "Connection: keep-alive\r\n" : "Connection: close\r\n";

@@ -88,6 +88,10 @@ TEST(Http, SendsTheHeaderFieldsThatKeepBrowsersFromGuessing)
     EXPECT_EQ(answer["X-Content-Type-Options"], "nosniff");
     EXPECT_EQ(answer["Cache-Control"], "no-store");
     EXPECT_EQ(answer["Content-Security-Policy"], "default-src 'none'; frame-ancestors 'none'");
+    EXPECT_EQ(answer["Cross-Origin-Resource-Policy"], "same-origin");
+    EXPECT_EQ(answer["Permissions-Policy"],
+              "camera=(), display-capture=(), geolocation=(), microphone=(), payment=(), usb=()");
+    EXPECT_EQ(answer["Referrer-Policy"], "no-referrer");
     EXPECT_EQ(answer["Date"].size(), 29U);
 }
 
