@@ -2,6 +2,7 @@
 
 #include "Host/Api/OpenApiDocument.hpp"
 #include "Host/Audit/AuditLog.hpp"
+#include "Host/Http/Problem.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/Threading/EndSignals.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
@@ -46,7 +47,11 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       sessionRoute(sessions, loop.GetContext()),
       dispatcher(registry, notifications),
       systemRoutes({registry, modules, components, users}),
-      router({sessions, dispatcher}),
+      router({sessions, dispatcher, notifications,
+              [](const auto& exchange)
+              {
+                  return SendProblem(*exchange, Http::Problems::unknownPath);
+              }}),
       server(std::make_shared<Http::HttpServer>(loop.GetContext(), configuration.http,
                                                 [this](const auto& exchange) { return router.Handle(exchange); })),
       startTimer(loop.GetContext()),

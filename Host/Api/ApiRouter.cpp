@@ -6,6 +6,7 @@
 #include "Host/Sessions/SessionManager.hpp"
 #include "Oxa/Services/Commons/Wbm/RequestQuery.hpp"
 #include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Nm/NotificationManager.hpp"
 
 #include <algorithm>
 #include <cassert>
@@ -24,8 +25,21 @@ namespace
 constexpr std::string_view apiPrefix = "/api/v1/";
 constexpr std::string_view administratorRole = "Admin";
 
+/// Clients choose the texts.
+constexpr std::size_t maximumLoggedBytes = 128;
+
 /// In the order of the enumeration.
-constexpr std::string_view methodNames[] = {"GET, HEAD", "", "POST", "PATCH", "DELETE"};
+constexpr std::string_view methodNames[] = {"GET", "HEAD", "POST", "PATCH", "DELETE"};
+
+std::string_view GetName(HttpMethod method) noexcept
+{
+    return methodNames[static_cast<std::size_t>(method)];
+}
+
+HttpMethod WithoutHead(HttpMethod method) noexcept
+{
+    return method == HttpMethod::Head ? HttpMethod::Get : method;
+}
 
 bool IsPathOf(const OperationInfo& info, std::string_view path) noexcept
 {
@@ -49,7 +63,7 @@ Match Find(std::string_view path, HttpMethod method) noexcept
         if (IsPathOf(info, path))
         {
             match.isKnownPath = true;
-            if (info.method == (method == HttpMethod::Head ? HttpMethod::Get : method))
+            if (info.method == WithoutHead(method))
             {
                 match.operation = &info;
                 return match;
@@ -64,12 +78,14 @@ template <class Predicate>
 BasicString ListMethods(Predicate isMeant)
 {
     BasicString names;
-    for (std::size_t method = 0; method < std::size(methodNames); ++method)
+    for (std::size_t index = 0; index < std::size(methodNames); ++index)
     {
-        const bool isAllowed =
-            std::ranges::any_of(operations, [&](const OperationInfo& info)
-                                { return info.method == static_cast<HttpMethod>(method) && isMeant(info); });
-        names.append(isAllowed && !names.empty() ? ", " : "").append(isAllowed ? methodNames[method] : "");
+        const HttpMethod method = WithoutHead(static_cast<HttpMethod>(index));
+        if (std::ranges::any_of(operations,
+                                [&](const OperationInfo& info) { return info.method == method && isMeant(info); }))
+        {
+            names.append(names.empty() ? "" : ", ").append(methodNames[index]);
+        }
     }
     return names;
 }
@@ -97,7 +113,7 @@ bool HasJsonBody(const Http::HttpRequest& request)
 
 } // namespace
 
-ApiRouter::ApiRouter(const Parts& parts) : parts(parts) {}
+ApiRouter::ApiRouter(Parts parts) : parts(std::move(parts)) {}
 
 void ApiRouter::Set(Operation operation, ApiHandler handler)
 {
@@ -106,7 +122,7 @@ void ApiRouter::Set(Operation operation, ApiHandler handler)
     place = std::move(handler);
 }
 
-Handling ApiRouter::Handle(const Exchange& exchange) const
+Handling ApiRouter::Handle(const Exchange& exchange)
 {
     const Http::HttpRequest& request = exchange->GetRequest();
     const std::string_view path = request.path;
@@ -130,11 +146,11 @@ Handling ApiRouter::Handle(const Exchange& exchange) const
         exchange->Send({.status = 204, .fields = "Allow: " + methods + "\r\n"});
         return Handling::Completed;
     }
-    return SendProblem(*exchange, Http::Problems::unknownPath);
+    return parts.otherPaths(exchange);
 }
 
 Handling ApiRouter::HandleOperation(const Exchange& exchange, const OperationInfo& info,
-                                    std::string_view encodedArgument) const
+                                    std::string_view encodedArgument)
 {
     auto argument = DecodeSegment(encodedArgument);
     if (!argument)
@@ -163,7 +179,7 @@ Handling ApiRouter::HandleOperation(const Exchange& exchange, const OperationInf
 }
 
 /// `path`: the data provider's name and the request's.
-Handling ApiRouter::HandleProvider(const Exchange& exchange, std::string_view path) const
+Handling ApiRouter::HandleProvider(const Exchange& exchange, std::string_view path)
 {
     auto caller = Admit(*exchange, Access::Session);
     if (!caller)
@@ -176,7 +192,7 @@ Handling ApiRouter::HandleProvider(const Exchange& exchange, std::string_view pa
 }
 
 /// Empty: the caller has been refused.
-std::optional<Sessions::Caller> ApiRouter::Admit(Http::IHttpExchange& exchange, Access access) const
+std::optional<Sessions::Caller> ApiRouter::Admit(Http::IHttpExchange& exchange, Access access)
 {
     auto caller = parts.sessions.Authenticate(exchange.GetRequest());
     if (!caller)
@@ -191,10 +207,29 @@ std::optional<Sessions::Caller> ApiRouter::Admit(Http::IHttpExchange& exchange, 
     }
     if (access == Access::Admin && parts.sessions.GetRoleName(caller->securityToken) != administratorRole)
     {
-        SendProblem(exchange, Http::Problems::noPermission);
+        RefuseRights(exchange, caller->userName);
         return std::nullopt;
     }
     return caller;
+}
+
+/// Publishes at a bounded rate: clients can send such requests at will.
+void ApiRouter::RefuseRights(Http::IHttpExchange& exchange, const BasicString& userName)
+{
+    if (rightsLimit.Admits())
+    {
+        const Http::HttpRequest& request = exchange.GetRequest();
+        const BasicString path(System::Commons::Text::Truncate(request.path, maximumLoggedBytes));
+        parts.notifications.Publish({{},
+                                     System::Nm::NotificationKind::RightsRefused,
+                                     "Host.Api",
+                                     userName,
+                                     "the user's role does not allow the request",
+                                     {{"address", exchange.GetClientAddress()},
+                                      {"object", BasicString(GetName(request.method)) + ' ' + path},
+                                      {"outcome", "refused"}}});
+    }
+    SendProblem(exchange, Http::Problems::noPermission);
 }
 
 } // namespace Oxa::Host::Api

@@ -2,6 +2,7 @@
 
 #include "Host/Api/Operations.hpp"
 #include "Host/Http/HttpExchange.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogRateLimiter.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <array>
@@ -10,6 +11,11 @@
 #include <memory>
 #include <optional>
 #include <string_view>
+
+namespace Oxa::System::Nm
+{
+class NotificationManager;
+}
 
 namespace Oxa::Host::Modules
 {
@@ -45,29 +51,34 @@ using ApiHandler = std::function<Http::Handling(const ApiRequest&)>;
 class ApiRouter final
 {
 public:
-    /// Everything is borrowed.
+    /// References are borrowed.
     struct Parts
     {
         Sessions::SessionManager& sessions;
         const Modules::Dispatcher& dispatcher;
+        System::Nm::NotificationManager& notifications;
+        /// Responds to the paths that are neither operations nor requests to data providers.
+        Http::HttpHandler otherPaths;
     };
 
-    explicit ApiRouter(const Parts& parts);
+    explicit ApiRouter(Parts parts);
 
     /// Requires: once for each operation.
     void Set(Operation operation, ApiHandler handler);
 
-    [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange) const;
+    [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange);
 
 private:
     [[nodiscard]] Http::Handling HandleOperation(const std::shared_ptr<Http::IHttpExchange>& exchange,
-                                                 const OperationInfo& info, std::string_view encodedArgument) const;
+                                                 const OperationInfo& info, std::string_view encodedArgument);
     [[nodiscard]] Http::Handling HandleProvider(const std::shared_ptr<Http::IHttpExchange>& exchange,
-                                                std::string_view path) const;
-    [[nodiscard]] std::optional<Sessions::Caller> Admit(Http::IHttpExchange& exchange, Access access) const;
+                                                std::string_view path);
+    [[nodiscard]] std::optional<Sessions::Caller> Admit(Http::IHttpExchange& exchange, Access access);
+    void RefuseRights(Http::IHttpExchange& exchange, const BasicString& userName);
 
     const Parts parts;
     std::array<ApiHandler, std::size(operations)> handlers;
+    System::Commons::Diagnostics::Logging::LogRateLimiter rightsLimit;
 };
 
 } // namespace Oxa::Host::Api

@@ -38,7 +38,7 @@ protected:
         users->AddUser("ann", "secret", "Viewer");
         sessions.emplace(Configuration::SessionConfiguration{}, *users, notifications, loop);
         route.emplace(*sessions, loop.GetContext());
-        router.emplace(Api::ApiRouter::Parts{*sessions, dispatcher});
+        router.emplace(Api::ApiRouter::Parts{*sessions, dispatcher, notifications, {}});
         router->Set(Api::Operation::LogIn, [this](const Api::ApiRequest& each) { return route->LogIn(each.exchange); });
         router->Set(Api::Operation::GetSession,
                     [this](const Api::ApiRequest& each) { return route->SendSession(*each.exchange, *each.caller); });
