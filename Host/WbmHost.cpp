@@ -52,8 +52,9 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
               {
                   return SendProblem(*exchange, Http::Problems::unknownPath);
               }}),
-      server(std::make_shared<Http::HttpServer>(loop.GetContext(), configuration.http,
-                                                [this](const auto& exchange) { return router.Handle(exchange); })),
+      server(std::make_shared<Http::HttpServer>(
+          loop.GetContext(), configuration.http, [this](const auto& exchange) { return router.Handle(exchange); },
+          [this](const Http::HttpRequest& request) { return sessions.Authenticate(request).has_value(); })),
       startTimer(loop.GetContext()),
       endSignal(loop.GetContext(), dup(EndSignals::GetDescriptor())),
       shutdownTimer(loop.GetContext())

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <iterator>
 #include <limits>
+#include <string>
 #include <utility>
 
 namespace Oxa::Host::Configuration
@@ -20,6 +21,20 @@ using System::Rsc::RscEndpointConfiguration;
 
 namespace
 {
+
+void ReadRequestLimits(XmlElementReader& element, RequestLimits& limits)
+{
+    constexpr std::size_t largestBody = std::size_t{1024} * 1024;
+    element.Read("maximumHeaderBytes", limits.maximumHeaderBytes, 1024, 65536);
+    element.Read("maximumHeaderFields", limits.maximumHeaderFields, 16, 1000);
+    element.Read("maximumBodyBytes", limits.maximumBodyBytes, 1024, largestBody);
+    element.Read("maximumBodyBytesWithoutSession", limits.maximumBodyBytesWithoutSession, 1024, largestBody);
+    if (limits.maximumBodyBytesWithoutSession > limits.maximumBodyBytes)
+    {
+        element.ReportBadValue("maximumBodyBytesWithoutSession", std::to_string(limits.maximumBodyBytesWithoutSession),
+                               "at most maximumBodyBytes");
+    }
+}
 
 void ReadHttp(XmlElementReader& element, HttpConfiguration& http)
 {
@@ -34,6 +49,7 @@ void ReadHttp(XmlElementReader& element, HttpConfiguration& http)
     }
     element.Read("port", http.port, 0, std::numeric_limits<uint16>::max());
     element.Read("maximumConnections", http.maximumConnections, 1, 10000);
+    ReadRequestLimits(element, http.requestLimits);
     element.Read("idleSeconds", http.idleTimeout, seconds(1), longest);
     element.Read("headerSeconds", http.headerTimeout, seconds(1), longest);
     element.Read("bodySeconds", http.bodyTimeout, seconds(1), longest);

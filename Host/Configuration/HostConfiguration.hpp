@@ -12,13 +12,25 @@
 namespace Oxa::Host::Configuration
 {
 
-/// The address and the time limits of the HTTP server.
+/// Of one HTTP request.
+struct RequestLimits
+{
+    /// Of the request line and the header fields, with their line ends.
+    std::size_t maximumHeaderBytes = 8192;
+    std::size_t maximumHeaderFields = 64;
+    std::size_t maximumBodyBytes = 65536;
+    /// At most `maximumBodyBytes`.
+    std::size_t maximumBodyBytesWithoutSession = 4096;
+};
+
+/// The address, the bounds and the time limits of the HTTP server.
 struct HttpConfiguration
 {
     BasicString address = "127.0.0.1";
     /// 0: the system picks one.
     uint16 port = 8080;
     std::size_t maximumConnections = 256;
+    RequestLimits requestLimits;
     /// A connection between two requests.
     std::chrono::seconds idleTimeout{60};
     /// From a request's first byte to the end of its header.

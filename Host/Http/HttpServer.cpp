@@ -1,7 +1,6 @@
 #include "Host/Http/HttpServer.hpp"
 
 #include "Host/Http/Problem.hpp"
-#include "Host/Http/RequestReader.hpp"
 #include "Host/Http/ResponseWriter.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 
@@ -46,8 +45,10 @@ IHttpExchange::~IHttpExchange() = default;
 class HttpServer::Connection final : public IHttpExchange, public std::enable_shared_from_this<Connection>
 {
 public:
-    Connection(std::shared_ptr<HttpServer> server, ClientStream::Socket socket)
-        : server(std::move(server)), stream(std::move(socket)), reader(stream.IsSecure())
+    Connection(std::shared_ptr<HttpServer> owner, ClientStream::Socket socket)
+        : server(std::move(owner)),
+          stream(std::move(socket)),
+          reader(server->configuration.requestLimits, server->hasSession, stream.IsSecure())
     {
     }
 
@@ -148,6 +149,21 @@ private:
     }
 
     void Process()
+    {
+        try
+        {
+            ProcessRequests();
+        }
+        catch (...)
+        {
+            // It is not known whether the request has a session, and so neither whether its body may come.
+            keepsConnection = false;
+            FaultReport::Send(*this, "a client");
+            (void)Flush();
+        }
+    }
+
+    void ProcessRequests()
     {
         while (true)
         {
@@ -322,10 +338,11 @@ private:
 };
 
 HttpServer::HttpServer(asio::io_context& context, const Configuration::HttpConfiguration& configuration,
-                       HttpHandler handler)
+                       HttpHandler handler, SessionCheck hasSession)
     : context(context),
       configuration(configuration),
       handler(std::move(handler)),
+      hasSession(std::move(hasSession)),
       acceptor(context),
       acceptTimer(context),
       sweepTimer(context)

@@ -3,6 +3,7 @@
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Http/ClientStream.hpp"
 #include "Host/Http/HttpExchange.hpp"
+#include "Host/Http/RequestReader.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
@@ -27,7 +28,7 @@ class HttpServer final : public std::enable_shared_from_this<HttpServer>,
 {
 public:
     HttpServer(boost::asio::io_context& context, const Configuration::HttpConfiguration& configuration,
-               HttpHandler handler);
+               HttpHandler handler, SessionCheck hasSession);
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
 
@@ -59,6 +60,7 @@ private:
     boost::asio::io_context& context;
     const Configuration::HttpConfiguration configuration;
     const HttpHandler handler;
+    const SessionCheck hasSession;
     Acceptor acceptor;
     boost::asio::steady_timer acceptTimer;
     boost::asio::steady_timer sweepTimer;

@@ -1,6 +1,5 @@
 #include "Host/Http/Problem.hpp"
 
-#include "Host/Http/RequestReader.hpp"
 #include "Host/Http/ResponseWriter.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
@@ -10,10 +9,6 @@
 
 namespace Oxa::Host::Http
 {
-
-static_assert(RequestReader::maximumHeaderBytes == 8192, "the texts of two problems name the limit");
-static_assert(RequestReader::maximumFields == 64, "the text of headerTooLarge names the limit");
-static_assert(RequestReader::maximumBodyBytes == 65536, "the text of bodyTooLarge names the limit");
 
 namespace
 {

@@ -42,12 +42,13 @@ inline constexpr Problem unknownDataProvider{404, "unknown-data-provider", "Ther
 inline constexpr Problem unknownRequest{404, "unknown-request", "The data provider has no request of this name."};
 inline constexpr Problem methodNotAllowed{
     405, "method-not-allowed", "The method is not allowed here; the header field Allow names those that are."};
-inline constexpr Problem bodyTooLarge{413, "body-too-large", "The body has more than 65536 bytes."};
-inline constexpr Problem targetTooLong{414, "target-too-long", "The request line has more than 8192 bytes."};
+inline constexpr Problem bodyTooLarge{413, "body-too-large",
+                                      "The body is longer than allowed; the limit is lower without a session."};
+inline constexpr Problem targetTooLong{414, "target-too-long", "The request line is longer than allowed."};
 inline constexpr Problem notJson{415, "not-json", "The body must be of the type application/json."};
 inline constexpr Problem unknownExpectation{417, "unknown-expectation",
                                             "The only supported expectation is 100-continue."};
-inline constexpr Problem headerTooLarge{431, "header-too-large", "The header has more than 8192 bytes or 64 fields."};
+inline constexpr Problem headerTooLarge{431, "header-too-large", "The header has more bytes or fields than allowed."};
 inline constexpr Problem internalError{
     500, "internal-error", "The request could not be carried out. The log has the cause under the request id."};
 inline constexpr Problem invalidServiceResponse{502, "bad-service-answer",

@@ -32,7 +32,13 @@ HttpMethod ToMethod(std::string_view name) noexcept
 
 } // namespace
 
-RequestReader::RequestReader(bool isSecure) : isSecure(isSecure)
+RequestReader::RequestReader(const Configuration::RequestLimits& limits, const SessionCheck& hasSession, bool isSecure)
+    : limits(limits),
+      hasSession(hasSession),
+      isSecure(isSecure),
+      maximumBodyBytes(limits.maximumBodyBytesWithoutSession),
+      bufferBytes(2 * limits.maximumHeaderBytes),
+      buffer(std::make_unique_for_overwrite<char[]>(bufferBytes))
 {
     header.isSecure = isSecure;
 }
@@ -100,7 +106,7 @@ bool RequestReader::TryBegin() noexcept
     }
     state = State::RequestLine;
     // At once: a client that speaks another protocol, such as TLS, may never end a line.
-    problem = IsToken({buffer.data(), 1}) ? nullptr : &Problems::malformedRequest;
+    problem = IsToken({buffer.get(), 1}) ? nullptr : &Problems::malformedRequest;
     return true;
 }
 
@@ -111,7 +117,7 @@ std::optional<std::string_view> RequestReader::TakeLine() noexcept
     const bool isHeader = state <= State::Fields;
     const std::size_t freeBytes = isHeader ? 0 : freeLineBytes;
     const std::size_t maximumBytes =
-        state == State::ChunkEnd ? lineEnd.size() : maximumHeaderBytes - headerBytes + freeBytes;
+        state == State::ChunkEnd ? lineEnd.size() : limits.maximumHeaderBytes - headerBytes + freeBytes;
     const std::string_view unparsed = GetUnparsed().substr(0, maximumBytes);
     const std::size_t end = unparsed.find('\n');
     if (end == std::string_view::npos)
@@ -249,7 +255,7 @@ const Problem* RequestReader::CheckField(std::string_view line) noexcept
     {
         return &Problems::malformedRequest;
     }
-    return ++header.fieldCount > maximumFields ? &Problems::headerTooLarge : nullptr;
+    return ++header.fieldCount > limits.maximumHeaderFields ? &Problems::headerTooLarge : nullptr;
 }
 
 std::string_view* RequestReader::FindKnownField(std::string_view name) noexcept
@@ -291,10 +297,6 @@ const Problem* RequestReader::EndHeader()
     {
         return &Problems::malformedRequest;
     }
-    if (remainingBytes > maximumBodyBytes)
-    {
-        return &Problems::bodyTooLarge;
-    }
     // Clients of HTTP/1.0 do not wait.
     header.expectsContinue = !header.isHttp10 && !header.expectation.empty();
     if (header.expectsContinue && !AreEqual(header.expectation, "100-continue"))
@@ -307,9 +309,7 @@ const Problem* RequestReader::EndHeader()
     }
     header.keepsConnection = !header.hasClose && (!header.isHttp10 || header.hasKeepAlive);
     bodyOffset = parsedBytes;
-    // All at once: a reallocation would leave a copy behind that is not wiped.
-    body.reserve(state == State::ChunkSize ? maximumBodyBytes : remainingBytes);
-    return nullptr;
+    return CanHold(remainingBytes) ? nullptr : &Problems::bodyTooLarge;
 }
 
 /// The end of the body must not be ambiguous: the body has one length, or one known coding. HTTP/1.0 has no codings.
@@ -323,20 +323,43 @@ bool RequestReader::TrySetFraming() noexcept
         return !header.isHttp10 && !hasLength && AreEqual(header.transferEncoding, "chunked");
     }
     const auto bytes = hasLength ? TakeNumber(length) : 0;
-    remainingBytes = static_cast<std::size_t>(std::min<uint64>(bytes.value_or(0), maximumBodyBytes + 1));
+    remainingBytes = static_cast<std::size_t>(std::min<uint64>(bytes.value_or(0), limits.maximumBodyBytes + 1));
     state = remainingBytes == 0 ? State::Complete : State::Body;
     return bytes && length.empty();
 }
 
+/// Whether the body may have so many bytes; then there is space for them.
+bool RequestReader::CanHold(std::size_t bodyBytes)
+{
+    if (bodyBytes > maximumBodyBytes && bodyBytes <= limits.maximumBodyBytes && hasSession(header))
+    {
+        maximumBodyBytes = limits.maximumBodyBytes;
+    }
+    if (bodyBytes > maximumBodyBytes)
+    {
+        return false;
+    }
+    if (bodyBytes > body.capacity())
+    {
+        // Not left to the text, which would leave a copy behind that is not wiped.
+        BasicString larger;
+        larger.reserve(state == State::Body ? bodyBytes : maximumBodyBytes);
+        larger = body;
+        explicit_bzero(body.data(), body.size());
+        body.swap(larger);
+    }
+    return true;
+}
+
 /// Extensions are ignored.
-const Problem* RequestReader::BeginChunk(std::string_view line) noexcept
+const Problem* RequestReader::BeginChunk(std::string_view line)
 {
     const auto size = TakeNumber(line, 16);
     if (!size || !IsFieldValue(line) || !(line.empty() || Trim(line).starts_with(';')))
     {
         return &Problems::malformedRequest;
     }
-    if (*size > maximumBodyBytes - body.size())
+    if (*size > limits.maximumBodyBytes || !CanHold(body.size() + static_cast<std::size_t>(*size)))
     {
         return &Problems::bodyTooLarge;
     }
@@ -364,7 +387,7 @@ void RequestReader::BeginRequest()
 {
     MoveUnparsedTo(0);
     WipeBody();
-    BasicString().swap(body);
+    maximumBodyBytes = limits.maximumBodyBytesWithoutSession;
     header = Header();
     header.isSecure = isSecure;
     state = State::BeforeRequest;
@@ -374,26 +397,28 @@ void RequestReader::BeginRequest()
 
 void RequestReader::DropAll() noexcept
 {
-    parsedBytes = 0;
-    readBytes = 0;
+    parsedBytes = readBytes;
+    MoveUnparsedTo(0);
     WipeBody();
 }
 
 void RequestReader::MoveUnparsedTo(std::size_t offset) noexcept
 {
     const std::size_t count = readBytes - parsedBytes;
-    std::memmove(buffer.data() + offset, buffer.data() + parsedBytes, count);
+    const std::size_t end = offset + count;
+    std::memmove(buffer.get() + offset, buffer.get() + parsedBytes, count);
+    if (end < readBytes)
+    {
+        explicit_bzero(buffer.get() + end, readBytes - end);
+    }
     parsedBytes = offset;
-    readBytes = offset + count;
+    readBytes = end;
 }
 
 void RequestReader::WipeBody() noexcept
 {
-    if (!body.empty())
-    {
-        explicit_bzero(body.data(), body.size());
-        explicit_bzero(buffer.data() + readBytes, bufferBytes - readBytes);
-    }
+    explicit_bzero(body.data(), body.size());
+    BasicString().swap(body);
 }
 
 } // namespace Oxa::Host::Http

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Http/HttpExchange.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
-#include <array>
 #include <cstddef>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -13,17 +15,16 @@
 namespace Oxa::Host::Http
 {
 
+/// Whether the request, of which the header has come, belongs to a session.
+using SessionCheck = std::function<bool(const HttpRequest&)>;
+
 /// Finds the requests in the bytes of a connection, in a buffer of its own, however the bytes are split. Knows no
 /// socket: the connection reads into `GetSpace`, reports the count with `Add`, and calls `Parse`. Threads: one at a
-/// time. Wipes bodies, which may hold a password. Where the standard leaves a choice, ambiguous requests are refused.
+/// time. Where the standard leaves a choice, ambiguous requests are refused. Wipes every request when the next one
+/// begins: header fields hold session keys, and bodies passwords.
 class RequestReader final
 {
 public:
-    /// Of the request line and the header fields, with their line ends.
-    static constexpr std::size_t maximumHeaderBytes = 8192;
-    static constexpr std::size_t maximumFields = 64;
-    static constexpr std::size_t maximumBodyBytes = 65536;
-
     enum class Progress : uint8
     {
         NeedsMore,
@@ -42,8 +43,9 @@ public:
         Body
     };
 
-    /// `isSecure`: the connection is encrypted (TLS).
-    explicit RequestReader(bool isSecure = false);
+    /// Limits and check are borrowed. `hasSession` is called at most once per request, and only when the body is longer
+    /// than requests without a session may have. `isSecure`: the connection is encrypted (TLS).
+    RequestReader(const Configuration::RequestLimits& limits, const SessionCheck& hasSession, bool isSecure = false);
     RequestReader(const RequestReader&) = delete;
     RequestReader& operator=(const RequestReader&) = delete;
     ~RequestReader();
@@ -51,7 +53,7 @@ public:
     /// For the next bytes; never empty after `NeedsMore`.
     [[nodiscard]] std::span<char> GetSpace() noexcept
     {
-        return std::span(buffer).subspan(readBytes);
+        return std::span(buffer.get(), bufferBytes).subspan(readBytes);
     }
 
     /// So many bytes were written to the space.
@@ -117,9 +119,6 @@ private:
         bool hasKeepAlive = false;
     };
 
-    // Space for the largest header, and behind it for pieces of a body.
-    static constexpr std::size_t bufferBytes = 2 * maximumHeaderBytes;
-
     [[nodiscard]] bool TryBegin() noexcept;
     [[nodiscard]] bool TryTakeBody();
     [[nodiscard]] std::optional<std::string_view> TakeLine() noexcept;
@@ -131,11 +130,12 @@ private:
     [[nodiscard]] const Problem* ParseField(std::string_view line) noexcept;
     [[nodiscard]] const Problem* CheckField(std::string_view line) noexcept;
     [[nodiscard]] const Problem* EndHeader();
-    [[nodiscard]] const Problem* BeginChunk(std::string_view line) noexcept;
+    [[nodiscard]] const Problem* BeginChunk(std::string_view line);
 
     [[nodiscard]] bool TrySetVersion(std::string_view version) noexcept;
     [[nodiscard]] bool TrySetTarget(std::string_view method, std::string_view target) noexcept;
     [[nodiscard]] bool TrySetFraming() noexcept;
+    [[nodiscard]] bool CanHold(std::size_t bodyBytes);
     [[nodiscard]] std::string_view* FindKnownField(std::string_view name) noexcept;
     void AddConnectionOptions(std::string_view options) noexcept;
     void MoveUnparsedTo(std::size_t offset) noexcept;
@@ -143,14 +143,18 @@ private:
 
     [[nodiscard]] std::string_view GetUnparsed() const noexcept
     {
-        return {buffer.data() + parsedBytes, readBytes - parsedBytes};
+        return {buffer.get() + parsedBytes, readBytes - parsedBytes};
     }
 
+    const Configuration::RequestLimits& limits;
+    const SessionCheck& hasSession;
     const bool isSecure;
     Header header;
     State state = State::BeforeRequest;
     const Problem* problem = nullptr;
     BasicString body;
+    /// Of the current request; grows to that of requests with a session when it has one.
+    std::size_t maximumBodyBytes;
     std::size_t parsedBytes = 0;
     std::size_t readBytes = 0;
     /// Where bytes behind the header go.
@@ -159,7 +163,9 @@ private:
     std::size_t headerBytes = 0;
     /// Of the body or the current chunk.
     std::size_t remainingBytes = 0;
-    std::array<char, bufferBytes> buffer;
+    /// Space for the largest header, and behind it for pieces of a body.
+    const std::size_t bufferBytes;
+    const std::unique_ptr<char[]> buffer;
 };
 
 } // namespace Oxa::Host::Http

@@ -1,6 +1,7 @@
 #include "Host/Http/ResponseWriter.hpp"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -33,7 +34,10 @@ std::string_view GetReasonPhrase(unsigned status) noexcept
 void ResponseWriter::Write(const HttpResponse& response, const HttpRequest& request, bool keepsConnection,
                            std::string_view requestId)
 {
+    // All at once: a reallocation would leave a copy of cookie and token behind that is not wiped.
+    constexpr std::size_t otherBytes = 384;
     text.clear();
+    text.reserve(otherBytes + response.browserPolicy.size() + response.fields.size() + response.body.size());
     text.append("HTTP/1.1 ").append(std::to_string(response.status)).append(" ");
     text.append(GetReasonPhrase(response.status)).append("\r\n").append(GetDateField()).append(response.browserPolicy);
     if (!keepsConnection || request.isHttp10)
@@ -61,13 +65,19 @@ void ResponseWriter::Write(const HttpResponse& response, const HttpRequest& requ
     }
 }
 
-void ResponseWriter::Clear()
+ResponseWriter::~ResponseWriter()
+{
+    Clear();
+}
+
+void ResponseWriter::Clear() noexcept
 {
     constexpr std::size_t maximumKeptBytes = std::size_t{16} * 1024;
+    explicit_bzero(text.data(), text.size());
     text.clear();
     if (text.capacity() > maximumKeptBytes)
     {
-        text.shrink_to_fit();
+        BasicString().swap(text);
     }
 }
 

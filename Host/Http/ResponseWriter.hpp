@@ -14,10 +14,16 @@ namespace Oxa::Host::Http
 /// The standard's short text; empty for a status that the host does not use.
 [[nodiscard]] std::string_view GetReasonPhrase(unsigned status) noexcept;
 
-/// Formats one connection's responses, each into the same buffer. Threads: one at a time.
+/// Formats one connection's responses, each into the same buffer, which is wiped: a response may hold a session key.
+/// Threads: one at a time.
 class ResponseWriter final
 {
 public:
+    ResponseWriter() = default;
+    ResponseWriter(const ResponseWriter&) = delete;
+    ResponseWriter& operator=(const ResponseWriter&) = delete;
+    ~ResponseWriter();
+
     /// Writes the whole response, header and body. The form depends on the request: HEAD has no body.
     /// `requestId`: for the header field Oxa-Request-Id; empty: without it.
     void Write(const HttpResponse& response, const HttpRequest& request, bool keepsConnection,
@@ -30,7 +36,7 @@ public:
     }
 
     /// Releases the buffer when a response made it large.
-    void Clear();
+    void Clear() noexcept;
 
 private:
     [[nodiscard]] std::string_view GetDateField();

@@ -131,7 +131,7 @@ struct SlowClient
 const SlowClient slowClients[] = {
     {"idle", "", "GET /healthz HTTP/1.1\r\nHost: test\r\n\r\n"},
     {"header", "GET /healthz HTTP/1.1\r\nHost: test\r\nX: ", "\r\n\r\n"},
-    {"body", "POST /api/v1/session HTTP/1.1\r\nHost: test\r\nContent-Length: 5000\r\n\r\n", BasicString(5000, 'x')}};
+    {"body", "POST /api/v1/session HTTP/1.1\r\nHost: test\r\nContent-Length: 4000\r\n\r\n", BasicString(4000, 'x')}};
 
 /// The connection of the limit ends, the others are served.
 void ExpectLimitToEndOneConnection(const SlowClient& late)

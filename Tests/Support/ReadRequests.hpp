@@ -17,7 +17,12 @@ inline BasicString ReadRequests(std::string_view bytes, std::size_t firstBytes, 
 {
     using Host::Http::RequestReader;
     constexpr std::string_view methods[] = {"GET", "HEAD", "POST", "PATCH", "DELETE", "other"};
-    RequestReader reader;
+    const Host::Configuration::RequestLimits limits;
+    const Host::Http::SessionCheck hasSession = [](const Host::Http::HttpRequest& request)
+    {
+        return request.cookie == "session";
+    };
+    RequestReader reader(limits, hasSession);
     BasicString found;
     std::size_t nextBytes = firstBytes;
     while (true)

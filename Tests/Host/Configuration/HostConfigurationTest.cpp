@@ -30,7 +30,8 @@ TEST(ReadingTheConfiguration, ReadsEveryElementAndAttribute)
                                                                                R"(<WbmHostDocument>
             <Log level="warning" target="file" file="/l"><Level prefix="Oxa::Host" level="debug"/></Log>
             <Http address="::1" port="0" maximumConnections="3" idleSeconds="4" headerSeconds="5" bodySeconds="6"
-                writeSeconds="7" shutdownSeconds="8"/>
+                writeSeconds="7" shutdownSeconds="8" maximumHeaderBytes="1024" maximumHeaderFields="16"
+                maximumBodyBytes="1026" maximumBodyBytesWithoutSession="1025"/>
             <Users database="${STATE}/u"/>
             <Sessions idleSeconds="9" lifetimeSeconds="10" maximumPerUser="11" maximumTotal="12"/>
             <Requests maximumWaiting="13"/>
@@ -55,6 +56,10 @@ TEST(ReadingTheConfiguration, ReadsEveryElementAndAttribute)
     EXPECT_EQ(configuration.http.bodyTimeout.count(), 6);
     EXPECT_EQ(configuration.http.writeTimeout.count(), 7);
     EXPECT_EQ(configuration.http.shutdownTimeout.count(), 8);
+    EXPECT_EQ(configuration.http.requestLimits.maximumHeaderBytes, 1024U);
+    EXPECT_EQ(configuration.http.requestLimits.maximumHeaderFields, 16U);
+    EXPECT_EQ(configuration.http.requestLimits.maximumBodyBytes, 1026U);
+    EXPECT_EQ(configuration.http.requestLimits.maximumBodyBytesWithoutSession, 1025U);
     EXPECT_EQ(configuration.usersDatabasePath, "/s/u");
     EXPECT_EQ(configuration.sessions.idleTimeout.count(), 9);
     EXPECT_EQ(configuration.sessions.lifetime.count(), 10);
@@ -89,6 +94,7 @@ TEST(ReadingTheConfiguration, NamesTheLineOfWhatItDoesNotUnderstand)
         {"<Http port=\"65536\"/>", "'65536', expected a whole number from 0 to 65535"},
         {"<Http port=\"-1\"/>", "'-1', expected a whole number"},
         {"<Http idleSeconds=\"0\"/>", "'0', expected a whole number from 1 to 3600"},
+        {"<Http maximumBodyBytes=\"4095\"/>", "'4096', expected at most maximumBodyBytes"},
         {"<Http address=\"localhost\"/>", "'localhost', expected an IP address"},
         {"<Log level=\"loud\"/>", "'loud', expected error"},
         {"<Log target=\"printer\"/>", "'printer', expected one of: console"},

@@ -68,7 +68,8 @@ protected:
     boost::asio::io_context context;
     std::promise<std::shared_ptr<IHttpExchange>> deferred;
     std::shared_ptr<HttpServer> server = std::make_shared<HttpServer>(
-        context, MakeConfiguration(), [this](const auto& exchange) { return Handle(exchange); });
+        context, MakeConfiguration(), [this](const auto& exchange) { return Handle(exchange); },
+        [](const HttpRequest& request) { return request.cookie == "session"; });
     uint16 port = 0;
     std::thread thread;
 };

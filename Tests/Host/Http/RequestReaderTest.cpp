@@ -20,6 +20,8 @@ using Cases = std::vector<std::pair<BasicString, BasicString>>;
 
 const BasicString malformed = "malformed-request";
 const BasicString chunked = "POST / HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\n\r\n";
+const BasicString chunkedWithSession =
+    "POST / HTTP/1.1\r\nHost: h\r\nCookie: session\r\nTransfer-Encoding: chunked\r\n\r\n";
 
 BasicString Repeat(std::string_view text, int times)
 {
@@ -49,11 +51,13 @@ void ExpectRequests(const Cases& cases, const BasicString& prefix = {}, const Ba
 
 TEST(ReadingRequests, TakesAbsoluteTargetsOfTheConnectionsSchemeOnly)
 {
+    const Host::Configuration::RequestLimits limits;
+    const Host::Http::SessionCheck hasSession;
     for (const bool isSecure : {false, true})
     {
         for (const bool isTargetSecure : {false, true})
         {
-            RequestReader reader(isSecure);
+            RequestReader reader(limits, hasSession, isSecure);
             const BasicString request =
                 BasicString(isTargetSecure ? "GET https://b/ HTTP/1.1" : "GET http://b/ HTTP/1.1") +
                 "\r\nHost: h\r\n\r\n";
@@ -261,16 +265,79 @@ TEST(ReadingRequests, KeepsItsLimitsToTheByte)
                     {makeField(8193), "header-too-large"},
                     {"GET / HTTP/1.1\r\nHost: h\r\n" + Repeat("A:\r\n", 63) + "\r\n", "GET / host='h'; "},
                     {"GET / HTTP/1.1\r\nHost: h\r\n" + Repeat("A:\r\n", 64) + "\r\n", "header-too-large"}});
-    const BasicString body(65536, 'b');
+    ExpectRequests({{chunkedWithSession + Repeat("1;0123456789abcd\r\nb\r\n", 65536) + "0\r\n\r\n",
+                     "POST / host='h' cookie='session' body='" + BasicString(65536, 'b') + "'; "},
+                    {chunkedWithSession + Repeat("1;0123456789abcde\r\nb\r\n", 65536), "header-too-large"},
+                    {chunked + "1;" + BasicString(20000, 'x'), "header-too-large"},
+                    {chunked + "0\r\n" + Repeat("A:\r\n", 62) + "\r\n", "POST / host='h'; "},
+                    {chunked + "0\r\n" + Repeat("A:\r\n", 63) + "\r\n", "header-too-large"},
+                    {chunked + "0\r\nA:" + BasicString(9000, 'x') + "\r\n\r\n", "header-too-large"}});
+}
+
+TEST(ReadingRequests, TakesLongBodiesOnlyWithASession)
+{
+    const auto post = [](const char* cookie, std::size_t bytes)
+    {
+        return BasicString("POST / HTTP/1.1\r\nHost: h\r\nCookie: ") + cookie +
+               "\r\nContent-Length: " + std::to_string(bytes) + "\r\n\r\n" + BasicString(bytes, 'b');
+    };
+    const auto found = [](const char* cookie, std::size_t bytes)
+    {
+        return BasicString("POST / host='h'") + (*cookie == 0 ? "" : BasicString(" cookie='") + cookie + "'") +
+               " body='" + BasicString(bytes, 'b') + "'; ";
+    };
+    // 0xFFF and one more, one and one more.
+    const BasicString most = "fff\r\n" + BasicString(4095, 'b') + "\r\n";
+    const BasicString one = "1\r\nb\r\n";
+    const BasicString end = "0\r\n\r\n";
     ExpectRequests(
-        {{"POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 65536\r\n\r\n" + body,
-          "POST / host='h' body='" + body + "'; "},
-         {chunked + Repeat("1;0123456789abcd\r\nb\r\n", 65536) + "0\r\n\r\n", "POST / host='h' body='" + body + "'; "},
-         {chunked + Repeat("1;0123456789abcde\r\nb\r\n", 65536), "header-too-large"},
-         {chunked + "1;" + BasicString(20000, 'x'), "header-too-large"},
-         {chunked + "0\r\n" + Repeat("A:\r\n", 62) + "\r\n", "POST / host='h'; "},
-         {chunked + "0\r\n" + Repeat("A:\r\n", 63) + "\r\n", "header-too-large"},
-         {chunked + "0\r\nA:" + BasicString(9000, 'x') + "\r\n\r\n", "header-too-large"}});
+        {{post("", 4095), found("", 4095)},
+         {post("", 4096), found("", 4096)},
+         {post("", 4097), "body-too-large"},
+         {post("other", 4097), "body-too-large"},
+         {post("session", 4097), found("session", 4097)},
+         {post("session", 65535), found("session", 65535)},
+         {post("session", 65536), found("session", 65536)},
+         {post("session", 65537), "body-too-large"},
+         // The next request is judged by its own session.
+         {post("session", 4097) + post("", 4097), found("session", 4097) + "body-too-large"},
+         {chunked + most + one + end, found("", 4096)},
+         {chunked + most + one + one, "body-too-large"},
+         {chunkedWithSession + most + one + one + end, found("session", 4097)},
+         {chunkedWithSession + "ffff\r\n" + BasicString(65535, 'b') + "\r\n" + one + end, found("session", 65536)},
+         {chunkedWithSession + "ffff\r\n" + BasicString(65535, 'b') + "\r\n" + one + one, "body-too-large"}});
+}
+
+TEST(ReadingRequests, LeavesNoSecretBehind)
+{
+    const Configuration::RequestLimits limits;
+    const SessionCheck hasSession = [](const HttpRequest&)
+    {
+        return true;
+    };
+    RequestReader reader(limits, hasSession);
+    const auto read = [&reader](std::string_view bytes)
+    {
+        reader.Add(bytes.copy(reader.GetSpace().data(), reader.GetSpace().size()));
+        return reader.Parse();
+    };
+    const BasicString next = "GET /";
+    for (const BasicString& begin :
+         {BasicString("Content-Length: 6000\r\n\r\n"), BasicString("Transfer-Encoding: chunked\r\n\r\n1770\r\n")})
+    {
+        const BasicString end = begin.starts_with("T") ? "\r\n0\r\n\r\n" : "";
+        EXPECT_EQ(read("POST / HTTP/1.1\r\nHost: h\r\nAuthorization: secret\r\n" + begin + BasicString(5000, 's')),
+                  RequestReader::Progress::NeedsMore);
+        EXPECT_EQ(read(BasicString(1000, 's') + end + next), RequestReader::Progress::Complete);
+        reader.BeginRequest();
+        const char* const buffer = reader.GetSpace().data() - next.size();
+        EXPECT_EQ(std::string_view(buffer, next.size()), next);
+        const std::string_view space(reader.GetSpace().data(), reader.GetSpace().size());
+        EXPECT_EQ(space.find("secret"), BasicString::npos) << begin;
+        EXPECT_EQ(space.find("ssss"), BasicString::npos) << begin;
+        EXPECT_EQ(read(" HTTP/1.1\r\nHost: h\r\n\r\n"), RequestReader::Progress::Complete);
+        reader.BeginRequest();
+    }
 }
 
 TEST(ReadingRequests, KeepsPipelinedRequestsApart)
