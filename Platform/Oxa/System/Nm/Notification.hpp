@@ -52,7 +52,9 @@ enum class NotificationKind : uint16
     UserEnabled = 31,
     /// The audit trail cannot store notifications; AuditWritable tells how many were lost.
     AuditNotWritable = 32,
-    AuditWritable = 33
+    AuditWritable = 33,
+    /// Before a command is carried out; CommandExecuted or CommandFailed follows.
+    CommandRequested = 34
 };
 
 /// The enumerator's name; "Unknown" for a number without one. Valid until the process ends.

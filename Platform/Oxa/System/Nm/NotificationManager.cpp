@@ -49,6 +49,7 @@ constexpr std::pair<NotificationKind, std::string_view> kindNames[] = {
     {NotificationKind::UserEnabled, "UserEnabled"},
     {NotificationKind::AuditNotWritable, "AuditNotWritable"},
     {NotificationKind::AuditWritable, "AuditWritable"},
+    {NotificationKind::CommandRequested, "CommandRequested"},
 };
 
 } // namespace
@@ -68,28 +69,43 @@ void NotificationManager::Publish(Notification notification) noexcept
             DateTime::FromUnixTimeMicroseconds(std::chrono::duration_cast<std::chrono::microseconds>(now).count());
     }
     // Held during the calls, so that every subscriber sees the same order.
-    const MutexLock lock(mutex);
-    for (const Subscriber& subscriber : subscribers)
+    MutexLock lock(mutex);
+    for (const Subscription& each : subscriptions)
     {
-        try
+        RunGuarded([&each, &notification] { each.subscriber(notification); });
+    }
+    for (auto each = subscriptions.cbegin(); each != subscriptions.cend(); ++each)
+    {
+        if (each->complete)
         {
-            subscriber(notification);
-        }
-        catch (...)
-        {
-            Log(LogLevel::Error, "a subscriber failed: {0}", System::Commons::DescribeCurrentException());
+            lock.Unlock();
+            RunGuarded(each->complete);
+            lock.Lock();
         }
     }
 }
 
-void NotificationManager::Subscribe(Subscriber subscriber)
+template <class Call>
+void NotificationManager::RunGuarded(const Call& call) const noexcept
+{
+    try
+    {
+        call();
+    }
+    catch (...)
+    {
+        Log(LogLevel::Error, "a subscriber failed: {0}", System::Commons::DescribeCurrentException());
+    }
+}
+
+void NotificationManager::Subscribe(Subscriber subscriber, Completion complete)
 {
     if (!subscriber)
     {
         throw ArgumentException::CreateDefault("subscriber");
     }
     const MutexLock lock(mutex);
-    subscribers.push_back(std::move(subscriber));
+    subscriptions.push_back({std::move(subscriber), std::move(complete)});
 }
 
 } // namespace Oxa::System::Nm

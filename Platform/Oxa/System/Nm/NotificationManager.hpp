@@ -21,14 +21,28 @@ public:
     /// throws is logged.
     using Subscriber = std::function<void(const Notification&)>;
 
+    /// Called after the subscriber, on the same thread but without the lock: may wait, for instance for a disk.
+    /// `Publish` returns after it.
+    using Completion = std::function<void()>;
+
     void Publish(Notification notification) noexcept;
 
-    /// Takes effect from now on, until the manager is destroyed. Throws ArgumentException for an empty function.
-    void Subscribe(Subscriber subscriber);
+    /// Takes effect from now on, until the manager is destroyed. Throws ArgumentException for an empty subscriber.
+    void Subscribe(Subscriber subscriber, Completion complete = {});
 
 private:
+    struct Subscription
+    {
+        Subscriber subscriber;
+        Completion complete;
+    };
+
+    template <class Call>
+    void RunGuarded(const Call& call) const noexcept;
+
     System::Commons::Mutex mutex;
-    std::list<Subscriber> subscribers OXA_GUARDED_BY(mutex);
+    /// Elements are never removed or moved, so that a completion may be called without the lock.
+    std::list<Subscription> subscriptions OXA_GUARDED_BY(mutex);
 };
 
 } // namespace Oxa::System::Nm

@@ -8,6 +8,7 @@
 
 #include <stdexcept>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace Oxa::System::Nm
@@ -53,6 +54,25 @@ TEST(PublishingNotifications, ShowsEverySubscriberTheSameOrder)
     }
     EXPECT_EQ(heard[0].size(), publishers * each);
     EXPECT_EQ(heard[0], heard[1]);
+}
+
+TEST(PublishingNotifications, CompletesWithoutTheLockAndBeforePublishReturns)
+{
+    NotificationManager manager;
+    std::vector<BasicString> heard;
+    bool isNested = false;
+    manager.Subscribe([&heard](const Notification& it) { heard.push_back(it.text); },
+                      [&]
+                      {
+                          if (!std::exchange(isNested, true))
+                          {
+                              manager.Publish(MakeNotification(2));
+                              heard.emplace_back("complete");
+                          }
+                      });
+    manager.Subscribe([&heard](const Notification& it) { heard.push_back("second " + it.text); });
+    manager.Publish(MakeNotification(1));
+    EXPECT_THAT(heard, testing::ElementsAre("1", "second 1", "2", "second 2", "complete"));
 }
 
 TEST(PublishingNotifications, SetsTheTimeOnlyWhenThereIsNone)
