@@ -32,9 +32,9 @@ TEST(Dispatching, ChecksInTheGivenOrder)
         <DataProvider name="FakeDp" safe="true"/><DataProvider name="LostDp"/></Module>)",
                       .fault = "away"});
     host.WaitUntilReady();
-    ASSERT_EQ(host.RunUserCommand({"add", "eve", "--role", "Viewer"}, "looks only\n"), 0);
+    ASSERT_EQ(host.RunUserCommand({"add", "eve", "--role", "Viewer"}, "looks only here\n"), 0);
     const std::map<BasicString, BasicString> users = {
-        {"", ""}, {"admin", host.LogIn()}, {"eve", host.LogIn("eve", "looks only")}};
+        {"", ""}, {"admin", host.LogIn()}, {"eve", host.LogIn("eve", "looks only here")}};
     const Refusal refusals[] = {
         {"GET", "/api/v1/NoDp/Echo", "", 401, "no-session"},
         {"GET", "/api/v1/NoDp/Echo", "admin", 404, "unknown-data-provider"},
@@ -97,8 +97,8 @@ TEST(Dispatching, TellsTheAuditTrailHowCommandsEnded)
 {
     HostProcess host;
     host.WaitUntilReady();
-    ASSERT_EQ(host.RunUserCommand({"add", "eve", "--role", "Viewer"}, "looks only\n"), 0);
-    const BasicString viewer = host.LogIn("eve", "looks only");
+    ASSERT_EQ(host.RunUserCommand({"add", "eve", "--role", "Viewer"}, "looks only here\n"), 0);
+    const BasicString viewer = host.LogIn("eve", "looks only here");
     EXPECT_EQ(host.Ask("GET", "/api/v1/FakeDp/Echo", viewer).result_int(), 200U);
     EXPECT_EQ(GetMember(host.Ask("POST", "/api/v1/FakeControlDp/Echo", viewer).body(), "code"), "no-permission");
     const BasicString admin = host.LogIn();
@@ -123,7 +123,7 @@ TEST(Dispatching, TellsTheAuditTrailHowCommandsEnded)
     {
         EXPECT_THAT(errors, HasSubstr(line));
     }
-    EXPECT_THAT(errors, Not(HasSubstr("looks only")));
+    EXPECT_THAT(errors, Not(HasSubstr("looks only here")));
 }
 
 TEST(Dispatching, GoesOnWhileOneDataProviderHangs)

@@ -106,9 +106,9 @@ TEST(Sessions, EndWhenTheUserIsRemovedOrGetsAnotherPassword)
 {
     HostProcess host;
     host.WaitUntilReady();
-    ASSERT_EQ(host.RunUserCommand({"add", "eve", "--role", "Viewer"}, "secret word\n"), 0);
+    ASSERT_EQ(host.RunUserCommand({"add", "eve", "--role", "Viewer"}, "secret passage\n"), 0);
     const std::tuple<const char*, const char*, const char*> cases[] = {
-        {"set-password", "secret word", "another word\n"}, {"remove", "another word", ""}};
+        {"set-password", "secret passage", "another passage\n"}, {"remove", "another passage", ""}};
     for (const auto& [command, password, input] : cases)
     {
         const BasicString viewer = host.LogIn("eve", password);
@@ -144,12 +144,12 @@ TEST(UserCommands, SayWhatTheyDidAndTellTheAuditTrail)
     const Support::TemporaryFolder logFolder;
     HostProcess host({.log = R"(level="information" target="file" file=")" + logFolder.GetPath("log") + '"'});
     host.WaitUntilReady();
-    EXPECT_EQ(host.RunUserCommand({"add", "eve", "--role", "viewer"}, "looks only\n"), 0);
+    EXPECT_EQ(host.RunUserCommand({"add", "eve", "--role", "viewer"}, "looks only here\n"), 0);
     EXPECT_EQ(host.GetCommandOutput(), "added the user 'eve' with the role Viewer\n");
-    EXPECT_EQ(host.RunUserCommand({"set-password", "ADMIN"}, "new password\n"), 0);
+    EXPECT_EQ(host.RunUserCommand({"set-password", "ADMIN"}, "some new words\n"), 0);
     EXPECT_THAT(host.GetCommandOutput(), HasSubstr("set the password of the user 'admin'"));
     EXPECT_EQ(host.GetFolder().Read("state/initial-password"), "") << "the file's password is not valid any more";
-    EXPECT_THAT(host.LogIn("Admin", "new password"), HasSubstr("Bearer"));
+    EXPECT_THAT(host.LogIn("Admin", "some new words"), HasSubstr("Bearer"));
     EXPECT_EQ(host.RunUserCommand({"add", "mallory", "--role", "Nonsense"}, "x\n"), 64);
     EXPECT_THAT(host.GetCommandOutput(), HasSubstr("{Admin,Engineer,Viewer}"));
     EXPECT_EQ(host.RunUserCommand({"add", "Eve", "--role", "Admin"}, "x\n"), 1);
@@ -163,15 +163,15 @@ TEST(UserCommands, SayWhatTheyDidAndTellTheAuditTrail)
     EXPECT_THAT(log, HasSubstr("text='admin' role='Admin' changed='password'"));
     EXPECT_THAT(log, HasSubstr("LoggedIn source='Host.Sessions' user='admin' text='logged in' address='127.0.0.1'"));
     EXPECT_THAT(log, testing::ContainsRegex("UserRemoved source='Host.UserCommands' user='.+' text='eve'"));
-    EXPECT_THAT(log, Not(testing::AnyOf(HasSubstr("mallory"), HasSubstr("text='Eve'"), HasSubstr("new password"))));
+    EXPECT_THAT(log, Not(testing::AnyOf(HasSubstr("mallory"), HasSubstr("text='Eve'"), HasSubstr("some new words"))));
 }
 
 TEST(UserCommands, AskTwiceOnATerminal)
 {
     HostProcess host;
     host.WaitUntilReady();
-    const std::tuple<const char*, const char*, int> cases[] = {{"secret\n", "Secret\n", 1},
-                                                               {"secret\n", "secret\n", 0}};
+    const std::tuple<const char*, const char*, int> cases[] = {{"some secret words\n", "some Secret words\n", 1},
+                                                               {"some secret words\n", "some secret words\n", 0}};
     for (const auto& [first, second, status] : cases)
     {
         int terminal = -1;
@@ -207,17 +207,17 @@ TEST(UserCommands, AskTwiceOnATerminal)
         close(terminal);
         EXPECT_EQ(WEXITSTATUS(ended), status);
     }
-    EXPECT_THAT(host.LogIn("admin", "secret"), HasSubstr("Bearer"));
+    EXPECT_THAT(host.LogIn("admin", "some secret words"), HasSubstr("Bearer"));
 }
 
 TEST(UserCommands, LeaveTheDatabaseAndTheFirstAdministratorToTheServer)
 {
     HostProcess host;
-    EXPECT_EQ(host.RunUserCommand({"add", "eve", "--role", "Viewer"}, "looks only\n"), 78);
+    EXPECT_EQ(host.RunUserCommand({"add", "eve", "--role", "Viewer"}, "looks only here\n"), 78);
     EXPECT_THAT(host.GetCommandOutput(), HasSubstr("there is no user database '" + host.GetFolder().GetPath("state/")));
     EXPECT_FALSE(std::filesystem::exists(host.GetFolder().GetPath("state")));
     host.WaitUntilReady();
-    ASSERT_EQ(host.RunUserCommand({"add", "eve", "--role", "Viewer"}, "looks only\n"), 0);
+    ASSERT_EQ(host.RunUserCommand({"add", "eve", "--role", "Viewer"}, "looks only here\n"), 0);
     EXPECT_EQ(host.RunUserCommand({"remove", "admin"}), 1);
     EXPECT_THAT(host.GetCommandOutput(), HasSubstr("no other active user has the role Admin"));
     host.Stop();

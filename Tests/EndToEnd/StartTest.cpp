@@ -252,7 +252,7 @@ TEST(Starting, EndsWith75AndLeavesNothingBehindWhenNothingCanBeWritten)
 
     Support::ChildProcess host({"/bin/sh", "-c", "exec " + command});
     (void)host.WaitForLine("listening on");
-    Support::ChildProcess change({"/bin/sh", "-c", full + command + " user set-password admin"}, "secret\n");
+    Support::ChildProcess change({"/bin/sh", "-c", full + command + " user set-password admin"}, "some secret words\n");
     EXPECT_EQ(change.Wait(), 75);
     EXPECT_THAT(change.GetErrors(), HasSubstr("state/users.sqlite': disk I/O error"));
     Support::ChildProcess list({"/bin/sh", "-c", full + command + " user list"});

@@ -25,7 +25,7 @@ using Tests::Support::FakeExchange;
 namespace
 {
 
-constexpr const char* credentials = R"({"user":"Ann","other":[1],"password":"secret"})";
+constexpr const char* credentials = R"({"user":"Ann","other":[1],"password":"some secret words"})";
 
 class SessionRoutes : public testing::Test
 {
@@ -35,7 +35,7 @@ protected:
         EXPECT_GE(sodium_init(), 0);
         EXPECT_TRUE(System::Um::UserManager::CreateDatabase(path));
         users.emplace(path);
-        users->AddUser("ann", "secret", "Viewer");
+        users->AddUser("ann", "some secret words", "Viewer");
         sessions.emplace(Configuration::SessionConfiguration{}, *users, notifications, loop);
         route.emplace(*sessions, loop.GetContext());
         router.emplace(Api::ApiRouter::Parts{*sessions, dispatcher, notifications, {}});

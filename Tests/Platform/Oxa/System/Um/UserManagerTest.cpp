@@ -113,11 +113,16 @@ TEST_F(ManagingUsers, RefusesPasswordsWithoutPrintingThem)
 
 TEST_F(LoggingIn, NeedsTheWholePassword)
 {
-    const BasicString password("p\0ss", 4);
+    const BasicString password("p\0ss by nightfall", 18);
     users.AddUser("anna", password, "Viewer");
-    const std::pair<BasicString, BasicString> cases[] = {
-        {"anna", ""},     {"anna", "p"},        {"anna", BasicString("p\0sS", 4)}, {"anna", password + "x"},
-        {"an", password}, {"nobody", password}, {"anna", BasicString(1025, 'p')},  {"anna' OR '1'='1", password}};
+    const std::pair<BasicString, BasicString> cases[] = {{"anna", ""},
+                                                         {"anna", "p"},
+                                                         {"anna", BasicString("p\0sS by nightfall", 18)},
+                                                         {"anna", password + "x"},
+                                                         {"an", password},
+                                                         {"nobody", password},
+                                                         {"anna", BasicString(1025, 'p')},
+                                                         {"anna' OR '1'='1", password}};
     for (const auto& [name, attempt] : cases)
     {
         EXPECT_FALSE(users.LogIn(name, attempt)) << name << ", " << attempt;
