@@ -4,6 +4,7 @@
 #include "Host/Modules/HostedModule.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Host/StateFolder.hpp"
+#include "Host/StaticFiles.hpp"
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
@@ -110,6 +111,20 @@ void CheckUsers(CheckReport& report, const HostConfiguration& configuration, con
     }
 }
 
+void CheckPage(CheckReport& report, const HostConfiguration& configuration)
+{
+    Threads::EventLoop loop;
+    report.position = configuration.pagePosition;
+    try
+    {
+        StaticFiles(loop).SetFolder("/", configuration.pageFolder);
+    }
+    catch (const System::Commons::Exception& exception)
+    {
+        report.AddFault(exception.GetMessage());
+    }
+}
+
 void CheckComponents(CheckReport& report, System::Commons::AppDomain& appDomain, const HostConfiguration& configuration)
 {
     System::Acf::ComponentManager components(appDomain);
@@ -160,6 +175,10 @@ int CheckConfiguration(System::Commons::AppDomain& appDomain, const HostConfigur
         CheckWritable(*report, configuration.log.filePath);
     }
     CheckUsers(*report, configuration, stateFolder);
+    if (!configuration.pageFolder.empty())
+    {
+        CheckPage(*report, configuration);
+    }
     CheckComponents(*report, appDomain, configuration);
     CheckModules(*report, appDomain, configuration);
     LogManager::RemoveSink(report);

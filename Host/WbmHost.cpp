@@ -2,7 +2,7 @@
 
 #include "Host/Api/OpenApiDocument.hpp"
 #include "Host/Audit/AuditLog.hpp"
-#include "Host/Http/Problem.hpp"
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/Threading/EndSignals.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
@@ -47,10 +47,11 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       sessionRoute(sessions, loop.GetContext()),
       dispatcher(registry, notifications),
       systemRoutes({registry, modules, components, users}),
+      staticFiles(loop),
       router({sessions, dispatcher, notifications,
-              [](const auto& exchange)
+              [this](const auto& exchange)
               {
-                  return SendProblem(*exchange, Http::Problems::unknownPath);
+                  return staticFiles.Handle(exchange);
               }}),
       server(std::make_shared<Http::HttpServer>(
           loop.GetContext(), configuration.http, [this](const auto& exchange) { return router.Handle(exchange); },
@@ -60,6 +61,7 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       shutdownTimer(loop.GetContext())
 {
     SetRoutes();
+    SetPage();
     notifications.Subscribe([log = Audit::AuditLog()](const System::Nm::Notification& each) { log.Write(each); });
 }
 
@@ -91,6 +93,23 @@ void WbmHost::SetRoutes()
                    each.exchange->Send({200, Http::jsonMediaType, Api::GetOpenApiDocument()});
                    return Http::Handling::Completed;
                });
+}
+
+/// Without a page the interface for programs is served all the same.
+void WbmHost::SetPage()
+{
+    try
+    {
+        if (!configuration.pageFolder.empty())
+        {
+            staticFiles.SetFolder("/", configuration.pageFolder);
+        }
+    }
+    catch (const System::Commons::InvalidOperationException& exception)
+    {
+        Log(System::Commons::Diagnostics::Logging::LogLevel::Error, "the page is not served: {0}",
+            exception.GetMessage());
+    }
 }
 
 void WbmHost::Run(const std::function<void(uint16)>& ready)

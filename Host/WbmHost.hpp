@@ -9,8 +9,10 @@
 #include "Host/Modules/ModuleSupervisor.hpp"
 #include "Host/Sessions/SessionManager.hpp"
 #include "Host/Sessions/SessionRoute.hpp"
+#include "Host/StaticFiles.hpp"
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
 #include "Oxa/System/Rsc/RscRegistration.hpp"
 
@@ -39,7 +41,7 @@ namespace Oxa::Host
 /// when one of them throws: module settings that cannot be read are an XmlException, anything that the machine refuses
 /// is an InvalidOperationException.
 /// Threads: the main thread only.
-class WbmHost final
+class WbmHost final : private System::Commons::Diagnostics::Logging::Loggable<WbmHost>
 {
 public:
     /// Everything is borrowed. Requires: `EndSignals::Watch` has returned.
@@ -55,6 +57,7 @@ public:
 
 private:
     void SetRoutes();
+    void SetPage();
     void BeginStart();
     void StartModules();
     void ReportReady();
@@ -73,6 +76,7 @@ private:
     Sessions::SessionRoute sessionRoute;
     Modules::Dispatcher dispatcher;
     Api::SystemRoutes systemRoutes;
+    StaticFiles staticFiles;
     Api::ApiRouter router;
     std::shared_ptr<Http::HttpServer> server;
     boost::asio::steady_timer startTimer;

@@ -125,6 +125,11 @@ HostConfiguration LoadHostConfiguration(const BasicString& path)
         element.ReadRequired("database", configuration.usersDatabasePath);
         configuration.usersPosition = element.GetPosition();
     };
+    const auto readPage = [&configuration](XmlElementReader& element)
+    {
+        element.ReadRequired("folder", configuration.pageFolder);
+        configuration.pagePosition = element.GetPosition();
+    };
     const auto readRequests = [&configuration](XmlElementReader& element)
     {
         element.Read("maximumWaiting", configuration.maximumWaitingRequests, 0, 1000);
@@ -151,6 +156,7 @@ HostConfiguration LoadHostConfiguration(const BasicString& path)
                             {
                                 ReadHttp(element, configuration.http);
                             }},
+                           {"Page", readPage},
                            {"Users", readUsers},
                            {"Sessions",
                             [&](XmlElementReader& element)

@@ -76,6 +76,9 @@ struct HostConfiguration
     System::Commons::Diagnostics::Logging::LogConfiguration log;
     HttpConfiguration http;
     SessionConfiguration sessions;
+    /// With the files of the page; empty: there is no page.
+    BasicString pageFolder;
+    BasicString pagePosition;
     BasicString usersDatabasePath;
     BasicString usersPosition;
     /// Per data provider.

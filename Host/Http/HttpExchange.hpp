@@ -40,6 +40,10 @@ struct HttpRequest
     std::string_view contentType = {};
     std::string_view origin = {};
     std::string_view fetchSite = {};
+    /// Accept-Encoding.
+    std::string_view acceptedCodings = {};
+    /// If-None-Match.
+    std::string_view knownTags = {};
     std::string_view body = {};
     /// Whether the connection is encrypted (TLS).
     bool isSecure = false;
@@ -61,6 +65,17 @@ namespace BrowserPolicies
 inline constexpr std::string_view data =
     "Cache-Control: no-store\r\n"
     "Content-Security-Policy: default-src 'none'; frame-ancestors 'none'\r\n"
+    "Cross-Origin-Resource-Policy: same-origin\r\n"
+    "Permissions-Policy: camera=(), display-capture=(), geolocation=(), microphone=(), payment=(), usb=()\r\n"
+    "Referrer-Policy: no-referrer\r\n"
+    "X-Content-Type-Options: nosniff\r\n";
+
+/// For a page and its files: nothing but files and data of this server. Without Cache-Control, which is the file's own.
+inline constexpr std::string_view page =
+    "Content-Security-Policy: default-src 'none'; base-uri 'none'; connect-src 'self'; font-src 'self'; "
+    "form-action 'self'; frame-ancestors 'none'; img-src 'self'; manifest-src 'self'; script-src 'self'; "
+    "style-src 'self'\r\n"
+    "Cross-Origin-Opener-Policy: same-origin\r\n"
     "Cross-Origin-Resource-Policy: same-origin\r\n"
     "Permissions-Policy: camera=(), display-capture=(), geolocation=(), microphone=(), payment=(), usb=()\r\n"
     "Referrer-Policy: no-referrer\r\n"

@@ -267,6 +267,8 @@ std::string_view* RequestReader::FindKnownField(std::string_view name) noexcept
         {"Content-Type", &Header::contentType},
         {"Origin", &Header::origin},
         {"Sec-Fetch-Site", &Header::fetchSite},
+        {"Accept-Encoding", &Header::acceptedCodings},
+        {"If-None-Match", &Header::knownTags},
         {"Content-Length", &Header::contentLength},
         {"Transfer-Encoding", &Header::transferEncoding},
         {"Expect", &Header::expectation}};

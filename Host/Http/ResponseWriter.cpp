@@ -13,6 +13,7 @@ std::string_view GetReasonPhrase(unsigned status) noexcept
 {
     static constexpr std::pair<unsigned, std::string_view> phrases[] = {{200, "OK"},
                                                                         {204, "No Content"},
+                                                                        {304, "Not Modified"},
                                                                         {400, "Bad Request"},
                                                                         {401, "Unauthorized"},
                                                                         {403, "Forbidden"},
@@ -54,7 +55,7 @@ void ResponseWriter::Write(const HttpResponse& response, const HttpRequest& requ
         text.append("Content-Type: ").append(response.mediaType).append("\r\n");
         text.append("Content-Length: ").append(std::to_string(response.body.size())).append("\r\n");
     }
-    else if (response.status != 204)
+    else if (response.status != 204 && response.status != 304)
     {
         text += "Content-Length: 0\r\n";
     }

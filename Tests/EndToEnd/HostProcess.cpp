@@ -18,7 +18,7 @@ HostProcess::HostProcess(const HostSettings& settings) : fault(settings.fault)
                                      "/><Users database=\"${OXA_STATE}/users.sqlite\"/><Sessions " + settings.sessions +
                                      "/><Requests " + settings.requests + "/><Components>" + settings.components +
                                      "</Components><Services>" + settings.services + "</Services><Modules>" +
-                                     settings.modules + "</Modules></WbmHostDocument>");
+                                     settings.modules + "</Modules>" + settings.other + "</WbmHostDocument>");
 }
 
 std::vector<BasicString> HostProcess::MakeArguments() const

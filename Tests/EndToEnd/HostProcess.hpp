@@ -27,6 +27,8 @@ struct HostSettings
     BasicString components = R"(<Component name="Fake" library="${FAKES}/libFakeComponentLibrary.so"/>)";
     /// Elements inside Services.
     BasicString services = "";
+    /// Further elements of the document.
+    BasicString other = "";
     BasicString fault = "";
     /// Attributes of the element Log.
     BasicString log = R"(level="information")";

@@ -95,6 +95,26 @@ TEST(Http, SendsTheHeaderFieldsThatKeepBrowsersFromGuessing)
     EXPECT_EQ(answer["Date"].size(), 29U);
 }
 
+TEST(Http, ServesThePageWithAPolicyOfItsOwn)
+{
+    const Support::TemporaryFolder page;
+    page.Write("index.html", "<html>");
+    HostProcess host({.components = "", .other = "<Page folder=\"" + page.GetPath() + "\"/>"});
+    host.WaitUntilReady();
+    auto client = host.Connect();
+    const auto answer = client.Ask("GET", "/");
+    EXPECT_EQ(answer.body(), "<html>");
+    EXPECT_EQ(answer["Content-Type"], "text/html; charset=utf-8");
+    EXPECT_EQ(answer["Cache-Control"], "no-cache");
+    EXPECT_THAT(BasicString(answer["Content-Security-Policy"]),
+                AllOf(testing::StartsWith("default-src 'none'; "), testing::HasSubstr("script-src 'self'"),
+                      testing::HasSubstr("frame-ancestors 'none'"), Not(testing::HasSubstr("unsafe"))));
+    const auto unchanged = client.Ask("GET", "/", "If-None-Match: " + BasicString(answer["ETag"]) + "\r\n");
+    EXPECT_EQ(unchanged.result_int(), 304U);
+    EXPECT_EQ(unchanged.count("Content-Length"), 0U) << "it would be that of the page";
+    EXPECT_EQ(client.Ask("GET", "/index.htm").result_int(), 404U);
+}
+
 TEST(Http, RefusesConnectionsOverTheBound)
 {
     HostProcess host({.http = "maximumConnections=\"1\""});

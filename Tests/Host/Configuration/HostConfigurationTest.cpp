@@ -32,6 +32,7 @@ TEST(ReadingTheConfiguration, ReadsEveryElementAndAttribute)
             <Http address="::1" port="0" maximumConnections="3" idleSeconds="4" headerSeconds="5" bodySeconds="6"
                 writeSeconds="7" shutdownSeconds="8" maximumHeaderBytes="1024" maximumHeaderFields="16"
                 maximumBodyBytes="1026" maximumBodyBytesWithoutSession="1025"/>
+             <Page folder="/w"/>
             <Users database="${STATE}/u"/>
             <Sessions idleSeconds="9" lifetimeSeconds="10" maximumPerUser="11" maximumTotal="12"/>
             <Requests maximumWaiting="13"/>
@@ -60,6 +61,7 @@ TEST(ReadingTheConfiguration, ReadsEveryElementAndAttribute)
     EXPECT_EQ(configuration.http.requestLimits.maximumHeaderFields, 16U);
     EXPECT_EQ(configuration.http.requestLimits.maximumBodyBytes, 1026U);
     EXPECT_EQ(configuration.http.requestLimits.maximumBodyBytesWithoutSession, 1025U);
+    EXPECT_EQ(configuration.pageFolder, "/w");
     EXPECT_EQ(configuration.usersDatabasePath, "/s/u");
     EXPECT_EQ(configuration.sessions.idleTimeout.count(), 9);
     EXPECT_EQ(configuration.sessions.lifetime.count(), 10);
