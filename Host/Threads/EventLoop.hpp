@@ -63,7 +63,7 @@ public:
         System::Commons::Threading::LeaderTeam& team;
     };
 
-    /// Spans a call of foreign code in a handler; not inside another one. Does nothing on other threads.
+    /// Spans a call of foreign code in a handler. Does nothing inside another one and on other threads.
     class BlockingSection final
     {
     public:

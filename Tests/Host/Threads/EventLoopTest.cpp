@@ -58,6 +58,26 @@ TEST(EventLoops, GoOnWhileBlockingSectionsHangAndTakeTheirThreadsBack)
     EXPECT_EQ(returned, hanging);
 }
 
+TEST(EventLoops, GoOnWhileABlockingSectionHangsInWhichAnotherOneHasEnded)
+{
+    EventLoop loop;
+    std::promise<void> letGo;
+    boost::asio::post(loop.GetContext(),
+                      [&loop, &letGo]
+                      {
+                          {
+                              const EventLoop::BlockingSection call(loop);
+                              {
+                                  const EventLoop::BlockingSection inner(loop);
+                              }
+                              letGo.get_future().wait();
+                          }
+                          loop.Stop();
+                      });
+    boost::asio::post(loop.GetContext(), [&letGo] { letGo.set_value(); });
+    loop.Run(3);
+}
+
 TEST(EventLoops, RunHandlersOneAfterTheOther)
 {
     EventLoop loop;

@@ -252,7 +252,7 @@ bool LeaderTeam::IsLeader(MemberId member) const noexcept
 
 LeaderTeam::BlockingSection::BlockingSection(LeaderTeam& team) noexcept : team(team)
 {
-    if (current.team != &team || !team.IsLeader(current.member))
+    if (current.team != &team || !team.IsLeader(current.member) || IsInsideSection(team.state.load()))
     {
         return;
     }

@@ -52,9 +52,9 @@ public:
     /// No further step begins. Wakes a step that waits.
     void Stop();
 
-    /// Spans a call of foreign code out of a step; not nested. Costs two atomic operations; does nothing on threads
-    /// that do not run the loop. After it the step must not touch the loop's data: another thread may run the loop by
-    /// then.
+    /// Spans a call of foreign code out of a step. Costs two atomic operations; does nothing inside another one and on
+    /// threads that do not run the loop. After it the step must not touch the loop's data: another thread may run the
+    /// loop by then.
     class OXA_EXPORT BlockingSection final
     {
     public:
