@@ -33,13 +33,13 @@ buildExample()
     "$cmake" --build "$folder"
 }
 
-# expectShown DOCUMENT FILE: a block of the document equals the file.
+# expectShown DOCUMENT FILE [LANGUAGE]: a block of the document equals the file.
 expectShown()
 {
     local document file
     document="$(<"$examples/../Docs/$1")"$'\n'
     file="$(<"$examples/$2")"
-    [[ "$document" == *$'\n```cpp\n'"$file"$'\n```\n'* ]] || fail "Docs/$1 does not contain the current Examples/$2"
+    [[ "$document" == *$'\n```'"${3:-cpp}"$'\n'"$file"$'\n```\n'* ]] || fail "Docs/$1 does not contain the current Examples/$2"
 }
 
 # start NAME PATTERN COMMAND…: returns when the program has written a line that matches, and sets `started` to its

@@ -5,6 +5,7 @@
 . "$(dirname -- "${BASH_SOURCE[0]}")/example-test.bash"
 
 expectShown WritingAModule.md HelloModule/HelloModule.cpp
+expectShown WritingAModule.md HelloModule/Hello.xml xml
 expectShown WritingAHost.md HelloHost/HelloHost.cpp
 buildExample HelloModule
 buildExample HelloHost host
@@ -13,11 +14,7 @@ cat >"$work/oxa-wbm.xml" <<XML
 <?xml version="1.0" encoding="UTF-8"?>
 <WbmHostDocument>
     <Users database="\${OXA_STATE}/users.sqlite"/>
-    <Modules>
-        <Module name="Hello" library="$work/build/libHelloModule.so">
-            <DataProvider name="HelloDp" safe="true"/>
-        </Module>
-    </Modules>
+    <Modules folder="$work/build/oxa/modules"/>
 </WbmHostDocument>
 XML
 

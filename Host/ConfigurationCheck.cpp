@@ -2,15 +2,16 @@
 
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Modules/HostedModule.hpp"
+#include "Host/Modules/ModuleManifest.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Host/StateFolder.hpp"
 #include "Host/StaticFiles.hpp"
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
-#include "Oxa/System/Nm/NotificationManager.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
 #include <boost/asio/ip/tcp.hpp>
@@ -136,25 +137,44 @@ void CheckComponents(CheckReport& report, System::Commons::AppDomain& appDomain,
     }
 }
 
+void CheckModule(CheckReport& report, System::Commons::AppDomain& appDomain, Modules::HostedModule& module)
+{
+    try
+    {
+        // Other failures are logged.
+        (void)module.SetUp(appDomain);
+    }
+    catch (const System::Commons::XmlException& exception)
+    {
+        report.AddFault(exception.GetMessageWithPosition());
+    }
+    module.TakeDown();
+}
+
 void CheckModules(CheckReport& report, System::Commons::AppDomain& appDomain, const HostConfiguration& configuration)
 {
+    report.position = configuration.modules.position;
+    Modules::ModuleManifests modules;
+    try
+    {
+        modules = Modules::LoadModuleManifests(configuration.modules);
+    }
+    catch (const System::Commons::InvalidOperationException& exception)
+    {
+        report.AddFault(exception.GetMessage());
+    }
+    for (const auto& fault : modules.faults)
+    {
+        report.AddFault(Format("the module '{0}' is refused: {1}", fault.moduleName, fault.cause));
+    }
     Threads::EventLoop loop;
     Modules::ModuleRegistry registry(loop, configuration);
-    System::Nm::NotificationManager notifications;
-    for (const auto& each : configuration.modules)
+    registry.Expect(modules.manifests);
+    for (const auto& manifest : modules.manifests)
     {
-        report.position = each.position;
-        Modules::HostedModule module(each, registry, notifications);
-        try
-        {
-            // Other failures are logged.
-            (void)module.SetUp(appDomain);
-        }
-        catch (const System::Commons::XmlException& exception)
-        {
-            report.AddFault(exception.GetMessageWithPosition());
-        }
-        module.TakeDown();
+        report.position = manifest.position;
+        Modules::HostedModule module(manifest, registry);
+        CheckModule(report, appDomain, module);
     }
 }
 

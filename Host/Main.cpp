@@ -19,6 +19,7 @@
 #include <filesystem>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 namespace
 {
@@ -100,6 +101,8 @@ void Serve(const CommandLine& commandLine, const HostConfiguration& configuratio
     // For requests to finish, and the same time again for modules and components to stop.
     EndSignals::Watch(2 * configuration.http.shutdownTimeout);
     UseConfigured([&configuration] { LogManager::Configure(configuration.log); });
+    auto modules =
+        UseConfigured([&configuration] { return Oxa::Host::Modules::LoadModuleManifests(configuration.modules); });
     const StateFolder stateFolder(commandLine.stateFolder);
     stateFolder.Create();
     const auto users = OpenUsers(configuration.usersDatabasePath);
@@ -108,7 +111,7 @@ void Serve(const CommandLine& commandLine, const HostConfiguration& configuratio
     {
         ReportInitialUser(password, stateFolder.GetInitialPasswordPath());
     }
-    Oxa::Host::WbmHost host(appDomain, configuration, *users);
+    Oxa::Host::WbmHost host(appDomain, configuration, std::move(modules), *users);
     host.Run(
         [&](Oxa::uint16 port)
         {

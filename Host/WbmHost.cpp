@@ -36,13 +36,13 @@ constexpr const char* notificationSource = "Host";
 } // namespace
 
 WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
-                 System::Um::UserManager& users)
+                 Modules::ModuleManifests manifests, System::Um::UserManager& users)
     : configuration(configuration),
       authorizationService(
           {}, {}, {{AuthorizationServiceProxyFactory::GetInstance(), std::make_shared<AuthorizationService>(users)}}),
       components(appDomain),
       registry(loop, configuration),
-      modules(appDomain, registry, loop, notifications, configuration.modules),
+      modules(appDomain, registry, loop, notifications),
       sessions(configuration.sessions, users, notifications, loop),
       sessionRoute(sessions, loop.GetContext()),
       dispatcher(registry, notifications),
@@ -62,6 +62,7 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
 {
     SetRoutes();
     SetPage();
+    modules.Apply(std::move(manifests));
     notifications.Subscribe([log = Audit::AuditLog()](const System::Nm::Notification& each) { log.Write(each); });
 }
 
@@ -126,9 +127,9 @@ void WbmHost::Run(const std::function<void(uint16)>& ready)
                              }
                          });
     BeginStart();
-    // One for every set-up of a module, that of the components and the check of sessions, which may all hang, and one
-    // that goes on; strands have theirs.
-    loop.Run(static_cast<unsigned>(modules.CountModules()) + 3);
+    // One for the components and one for the check of sessions, which may hang, and one that goes on; modules and
+    // strands have theirs.
+    loop.Run(3);
     if (settingsFault)
     {
         std::rethrow_exception(settingsFault);

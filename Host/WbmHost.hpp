@@ -46,7 +46,7 @@ class WbmHost final : private System::Commons::Diagnostics::Logging::Loggable<Wb
 public:
     /// Everything is borrowed. Requires: `EndSignals::Watch` has returned.
     WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
-            System::Um::UserManager& users);
+            Modules::ModuleManifests manifests, System::Um::UserManager& users);
     WbmHost(const WbmHost&) = delete;
     WbmHost& operator=(const WbmHost&) = delete;
     ~WbmHost();

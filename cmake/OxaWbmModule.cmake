@@ -1,9 +1,19 @@
 # Part of the package Oxa.
 include("${CMAKE_CURRENT_LIST_DIR}/OxaPlugin.cmake")
+include(GNUInstallDirs)
 
-# oxa_add_wbm_module(<target> SOURCES … [LINK …] [OUTPUT_NAME <name>]): a module library of the web-based management,
-# lib<name>.so, for the host to load. It exports `CreateWbmModuleLibrary` only.
+# oxa_add_wbm_module(<target> MANIFEST <file> SOURCES … [LINK …] [OUTPUT_NAME <name>]): a module library of the web-based
+# management, lib<name>.so, for the host to load. It exports `CreateWbmModuleLibrary` only. Library and manifest are
+# installed; in the build folder the manifest lies in oxa/modules as well, relative to the library.
 function(oxa_add_wbm_module target)
-  oxa_add_plugin(${target} MAP WbmModule.map ${ARGN})
+  cmake_parse_arguments(arg "" "MANIFEST" "" ${ARGN})
+  if(NOT arg_MANIFEST)
+    message(FATAL_ERROR "oxa_add_wbm_module(${target}): MANIFEST is missing")
+  endif()
+  oxa_add_plugin(${target} MAP WbmModule.map ${arg_UNPARSED_ARGUMENTS})
   target_link_libraries(${target} PRIVATE Oxa::Services.Commons.Wbm)
+  cmake_path(GET arg_MANIFEST FILENAME manifestName)
+  configure_file("${arg_MANIFEST}" "${CMAKE_CURRENT_BINARY_DIR}/oxa/modules/${manifestName}" COPYONLY)
+  install(TARGETS ${target} LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+  install(FILES "${arg_MANIFEST}" DESTINATION "${CMAKE_INSTALL_LIBDIR}/oxa/modules")
 endfunction()

@@ -133,9 +133,10 @@ void SystemRoutes::SendReadiness(Http::IHttpExchange& exchange) const
         causes.push_back(DescribeSetup("component", activity->componentName, activity->begin));
     }
     std::vector<BasicString> failedModules;
-    for (const auto& module : parts.modules.GetStates())
+    for (const auto& module : parts.modules.GetStatuses())
     {
-        if (module.hasFailed || module.setupBegin)
+        using Modules::ModuleState;
+        if (module.state == ModuleState::Failed || module.state == ModuleState::Refused || module.setupBegin)
         {
             failedModules.push_back(module.name);
         }

@@ -1,14 +1,12 @@
 #include "Host/Configuration/HostConfiguration.hpp"
 
-#include "Host/Configuration/ReservedNames.hpp"
 #include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 
 #include <boost/asio/ip/address.hpp>
 
-#include <algorithm>
-#include <iterator>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace Oxa::Host::Configuration
@@ -85,34 +83,33 @@ void ReadServiceProvider(XmlElementReader& element, std::vector<RscEndpointConfi
     endpoints.push_back(std::move(endpoint));
 }
 
-void ReadDataProvider(XmlElementReader& element, ModuleConfiguration& module,
-                      const std::vector<ModuleConfiguration>& otherModules)
+void RequireAbsolute(XmlElementReader& element, std::string_view attributeName, const BasicString& path)
 {
-    DataProviderConfiguration provider;
-    element.ReadRequired("name", provider.name);
-    if (std::ranges::find(reservedNames, provider.name) != std::end(reservedNames))
+    if (!path.starts_with('/') && !element.IsBad(attributeName))
     {
-        element.ReportBadValue("name", provider.name, "a name that is not reserved");
+        element.ReportBadValue(attributeName, path, "an absolute path");
     }
-    element.Read("safe", provider.isSafe);
-    element.RequireNew("name", provider.name, module.dataProviders, &DataProviderConfiguration::name);
-    for (const ModuleConfiguration& other : otherModules)
-    {
-        element.RequireNew("name", provider.name, other.dataProviders, &DataProviderConfiguration::name);
-    }
-    module.dataProviders.push_back(std::move(provider));
 }
 
 void ReadModule(XmlElementReader& element, std::vector<ModuleConfiguration>& modules)
 {
     ModuleConfiguration module;
     element.ReadRequired("name", module.name);
-    element.ReadRequired("library", module.libraryPath);
-    element.Read("settings", module.settingsPath);
-    module.position = element.GetPosition();
     element.RequireNew("name", module.name, modules, &ModuleConfiguration::name);
-    element.ReadList("DataProvider", [&](XmlElementReader& child) { ReadDataProvider(child, module, modules); });
+    element.Read("enabled", module.isEnabled);
+    if (element.Read("settings", module.settingsPath))
+    {
+        RequireAbsolute(element, "settings", module.settingsPath);
+    }
     modules.push_back(std::move(module));
+}
+
+void ReadModules(XmlElementReader& element, ModulesConfiguration& modules)
+{
+    modules.position = element.GetPosition();
+    element.ReadRequired("folder", modules.folder);
+    RequireAbsolute(element, "folder", modules.folder);
+    element.ReadList("Module", [&modules](XmlElementReader& child) { ReadModule(child, modules.modules); });
 }
 
 } // namespace
@@ -141,8 +138,7 @@ HostConfiguration LoadHostConfiguration(const BasicString& path)
     };
     const auto readModules = [&configuration](XmlElementReader& element)
     {
-        element.ReadList("Module",
-                         [&configuration](XmlElementReader& child) { ReadModule(child, configuration.modules); });
+        ReadModules(element, configuration.modules);
     };
     const auto readDocument = [&](XmlElementReader& root)
     {

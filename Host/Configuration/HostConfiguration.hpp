@@ -51,23 +51,23 @@ struct SessionConfiguration
     std::size_t maximumTotal = 64;
 };
 
-/// A data provider that a module is expected to register.
-struct DataProviderConfiguration
-{
-    BasicString name;
-    /// Its requests change nothing, so GET is allowed.
-    bool isSafe = false;
-};
-
+/// What the host's configuration says about a module that is installed.
 struct ModuleConfiguration
 {
-    /// The name of the module in its library.
     BasicString name;
-    BasicString libraryPath;
+    /// False: the module is left out.
+    bool isEnabled = true;
+    /// Replaces those of the module's manifest unless it is empty.
     BasicString settingsPath;
-    std::vector<DataProviderConfiguration> dataProviders;
+};
+
+struct ModulesConfiguration
+{
+    /// Of the manifests, see `Modules::LoadModuleManifests`. Empty: there are no modules.
+    BasicString folder;
+    std::vector<ModuleConfiguration> modules;
     /// "FILE:LINE" of the element, for messages.
-    BasicString position = {};
+    BasicString position;
 };
 
 /// The configuration file of the host. A value type.
@@ -86,7 +86,7 @@ struct HostConfiguration
     /// The sockets of services that no component of this process provides.
     std::vector<System::Rsc::RscEndpointConfiguration> serviceEndpoints;
     std::vector<System::Acf::ComponentConfiguration> components;
-    std::vector<ModuleConfiguration> modules;
+    ModulesConfiguration modules;
 };
 
 /// Throws XmlException, naming file, line and cause, for a file that cannot be read or has a mistake: unknown elements

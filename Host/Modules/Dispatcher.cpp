@@ -65,7 +65,7 @@ BasicString FindErrorCode(std::string_view body)
 
 bool IsAllowed(HttpMethod method, const DataProvider& provider) noexcept
 {
-    return method == HttpMethod::Post || (provider.isSafe && Http::IsRead(method));
+    return method == HttpMethod::Post || (provider.manifest.isSafe && Http::IsRead(method));
 }
 
 /// Null when the module may be called now; outside a visit this can change at any time.
@@ -117,7 +117,7 @@ Handling Dispatcher::Handle(const std::shared_ptr<IHttpExchange>& exchange, Prov
     }
     if (!IsAllowed(exchange->GetRequest().method, *provider))
     {
-        return Http::SendMethodNotAllowed(*exchange, provider->isSafe ? "GET, HEAD, POST" : "POST");
+        return Http::SendMethodNotAllowed(*exchange, provider->manifest.isSafe ? "GET, HEAD, POST" : "POST");
     }
     if (const Http::Problem* const absence = FindAbsence(*provider))
     {
@@ -137,7 +137,7 @@ void Dispatcher::Call(IHttpExchange& exchange, const DataProvider& provider, con
     }
     if (const Http::Problem* const obstacle = FindObstacle(provider, request))
     {
-        if (!provider.isSafe && obstacle->status == 403)
+        if (!provider.manifest.isSafe && obstacle->status == 403)
         {
             Publish(NotificationKind::CommandRefused, exchange, request, {{"errorCode", BasicString(obstacle->code)}});
         }
@@ -145,9 +145,9 @@ void Dispatcher::Call(IHttpExchange& exchange, const DataProvider& provider, con
         return;
     }
     const WbmResponse response =
-        provider.isSafe ? HandleRequest(exchange, provider, request) : Execute(exchange, provider, request);
+        provider.manifest.isSafe ? HandleRequest(exchange, provider, request) : Execute(exchange, provider, request);
     // Values of two runs may be mixed in a read; the response to a command tells what was done.
-    if (provider.isSafe && !visit.IsStillCurrent())
+    if (provider.manifest.isSafe && !visit.IsStillCurrent())
     {
         SendProblem(exchange, Http::Problems::serviceNotAvailable);
         return;

@@ -1,14 +1,18 @@
 #include "Host/Modules/HostedModule.hpp"
 
+#include "Host/TrustedPath.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/ModuleInfo.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmModuleLibrary.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
-#include "Oxa/System/Nm/NotificationManager.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 
+#include <unistd.h>
+
+#include <cerrno>
 #include <exception>
+#include <filesystem>
 #include <string_view>
 #include <utility>
 
@@ -25,12 +29,10 @@ using System::Commons::Diagnostics::Logging::LogLevel;
 using System::Rsc::RscUsageRecorder;
 using System::Rsc::ServiceManager;
 
-HostedModule::HostedModule(Configuration::ModuleConfiguration configuration, ModuleRegistry& registry,
-                           System::Nm::NotificationManager& notifications, std::function<void()> whenGateEmpty)
-    : configuration(std::move(configuration)),
-      notifications(notifications),
-      registrar(registry, this->configuration.name, std::make_shared<ModuleGate>(std::move(whenGateEmpty))),
-      callRecord("the module '" + this->configuration.name + '\'')
+HostedModule::HostedModule(ModuleManifest manifest, ModuleRegistry& registry, std::function<void()> whenGateEmpty)
+    : manifest(std::move(manifest)),
+      registrar(registry, this->manifest.name, std::make_shared<ModuleGate>(std::move(whenGateEmpty))),
+      callRecord("the module '" + this->manifest.name + '\'')
 {
 }
 
@@ -39,7 +41,7 @@ HostedModule::Outcome HostedModule::SetUp(System::Commons::AppDomain& appDomain)
     TakeDown();
     static constexpr std::string_view step = "set-up";
     const CallRecord::Scope call(callRecord, step);
-    if (!TryLoad(appDomain))
+    if (!AreFilesTrusted() || !TryLoad(appDomain))
     {
         return Outcome::Failed;
     }
@@ -52,7 +54,7 @@ HostedModule::Outcome HostedModule::SetUp(System::Commons::AppDomain& appDomain)
     std::exception_ptr settingsFault;
     try
     {
-        const ModuleInfo info(configuration.name, configuration.settingsPath);
+        const ModuleInfo info(manifest.name, manifest.settingsPath);
         isUp = TryRun("cannot be set up", [this, &info] { module->SetupModule(info, registrar); }) &&
                TryRun("cannot be started", [this] { module->StartModule(); });
     }
@@ -79,6 +81,24 @@ HostedModule::Outcome HostedModule::SetUp(System::Commons::AppDomain& appDomain)
     return isAvailable ? Outcome::Complete : Outcome::Incomplete;
 }
 
+/// A file that does not exist is for those who read it to report; others must not be able to create it.
+bool HostedModule::AreFilesTrusted()
+{
+    for (std::filesystem::path path : ListFiles(manifest))
+    {
+        while (access(path.c_str(), F_OK) != 0 && errno == ENOENT && path.has_relative_path())
+        {
+            path = path.parent_path();
+        }
+        if (const auto weakness = FindPathWeakness(path.string()))
+        {
+            Report("is refused", *weakness);
+            return false;
+        }
+    }
+    return true;
+}
+
 /// What the library throws may be of a type of its own: it is destroyed before the library is closed.
 bool HostedModule::TryLoad(System::Commons::AppDomain& appDomain)
 {
@@ -89,13 +109,13 @@ bool HostedModule::TryLoad(System::Commons::AppDomain& appDomain)
     const auto create = [this, &appDomain]
     {
         auto* const entry = library->GetFunction<WbmModuleLibraryEntry>(wbmModuleLibraryEntryName);
-        module = entry(appDomain).GetModuleFactory().CreateModule(configuration.name);
+        module = entry(appDomain).GetModuleFactory().CreateModule(manifest.name);
         if (!module)
         {
-            throw InvalidOperationException::Create("the library has no module of the name '{0}'", configuration.name);
+            throw InvalidOperationException::Create("the library has no module of the name '{0}'", manifest.name);
         }
     };
-    const bool isCreated = TryRun("cannot be loaded", [this] { library.emplace(configuration.libraryPath); }) &&
+    const bool isCreated = TryRun("cannot be loaded", [this] { library.emplace(manifest.libraryPath); }) &&
                            TryRun("cannot be created", create);
     if (!isCreated)
     {
@@ -113,6 +133,14 @@ void HostedModule::TakeDown() noexcept
         RunAndReport("cannot be stopped", [this] { module->StopModule(); });
         Reset();
     }
+}
+
+void HostedModule::Unload() noexcept
+{
+    TakeDown();
+    registrar.DropWithdrawn();
+    module.reset();
+    library.reset();
 }
 
 void HostedModule::Reset() noexcept
@@ -167,8 +195,7 @@ void HostedModule::Report(const char* fault, const BasicString& cause)
         return;
     }
     lastReport = report;
-    Log(LogLevel::Error, "the module '{0}' of '{1}' {2}", configuration.name, configuration.libraryPath, report);
-    notifications.Publish({{}, System::Nm::NotificationKind::ModuleFailed, "Host.Modules", {}, configuration.name, {}});
+    Log(LogLevel::Error, "the module '{0}' of '{1}' {2}", manifest.name, manifest.libraryPath, report);
 }
 
 } // namespace Oxa::Host::Modules

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Modules/ModuleLifecycle.hpp"
+#include "Host/Modules/ModuleManifest.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/IWbmModule.hpp"
 #include "Oxa/System/Acf/SharedLibrary.hpp"
@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace Oxa::System::Commons
 {
@@ -19,31 +20,26 @@ class AppDomain;
 class XmlException;
 } // namespace Oxa::System::Commons
 
-namespace Oxa::System::Nm
-{
-class NotificationManager;
-}
-
 namespace Oxa::Host::Modules
 {
 
-/// One configured module: its library, the object that the library creates, and what that has registered. What the
-/// module throws is logged with the library and the cause, once for each cause in a row, and published.
+/// One module: its library, the object that the library creates, and what that has registered. What the module throws
+/// is logged with the library and the cause, once for each cause in a row.
 /// Threads: one at a time. No other thread calls the module during a call of these, unless stated.
 class HostedModule final : private System::Commons::Diagnostics::Logging::Loggable<HostedModule>
 {
 public:
     using Outcome = ModuleLifecycle::Outcome;
 
-    /// `registry` and `notifications` are borrowed. `whenGateEmpty`: see `ModuleGate`.
+    /// `registry` is borrowed. `whenGateEmpty`: see `ModuleGate`.
     HostedModule(
-        Configuration::ModuleConfiguration configuration, ModuleRegistry& registry,
-        System::Nm::NotificationManager& notifications, std::function<void()> whenGateEmpty = [] {});
+        ModuleManifest manifest, ModuleRegistry& registry, std::function<void()> whenGateEmpty = [] {});
     HostedModule(const HostedModule&) = delete;
     HostedModule& operator=(const HostedModule&) = delete;
 
     /// Loads the library and creates the module unless that is done, stops and resets the module if it is up, sets it
-    /// up and starts it. After a failure nothing of it is registered. Throws XmlException when its settings cannot be
+    /// up and starts it. Refuses one with files that other users could change, each time, right before they are used.
+    /// After a failure nothing of it is registered. Throws XmlException when its settings cannot be
     /// read. `appDomain` goes to the library, which may keep it. Requires: the gate is closed.
     [[nodiscard]] Outcome SetUp(System::Commons::AppDomain& appDomain);
 
@@ -52,6 +48,9 @@ public:
 
     /// Stops and resets the module if it is up.
     void TakeDown() noexcept;
+
+    /// The same, then destroys the module and unloads its library. Requires: the gate is closed.
+    void Unload() noexcept;
 
     /// Of the providers that the module has used so far, from before it was set up.
     [[nodiscard]] const Epochs& GetEpochs() const noexcept
@@ -65,12 +64,25 @@ public:
     }
 
     /// From any thread.
-    [[nodiscard]] const BasicString& GetName() const noexcept
+    [[nodiscard]] const ModuleManifest& GetManifest() const noexcept
     {
-        return configuration.name;
+        return manifest;
+    }
+
+    /// Of the registered pages. From any thread.
+    [[nodiscard]] std::vector<BasicString> GetPageNames() const
+    {
+        return registrar.GetPageNames();
+    }
+
+    /// Why the last set-up failed; empty when it did not.
+    [[nodiscard]] const BasicString& GetFailure() const noexcept
+    {
+        return lastReport;
     }
 
 private:
+    [[nodiscard]] bool AreFilesTrusted();
     [[nodiscard]] bool TryLoad(System::Commons::AppDomain& appDomain);
     void Reset() noexcept;
 
@@ -80,8 +92,7 @@ private:
     void RunAndReport(const char* fault, const Step& step) noexcept;
     void Report(const char* fault, const BasicString& cause);
 
-    const Configuration::ModuleConfiguration configuration;
-    System::Nm::NotificationManager& notifications;
+    const ModuleManifest manifest;
     // In this order, so that the registrations go first, since they lead into the module, and the library goes last.
     std::optional<System::Acf::SharedLibrary> library;
     std::unique_ptr<Services::Commons::Wbm::Modules::IWbmModule> module;

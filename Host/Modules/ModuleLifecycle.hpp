@@ -60,6 +60,17 @@ public:
         return outcome == Outcome::Failed;
     }
 
+    [[nodiscard]] bool IsComplete() const noexcept
+    {
+        return outcome == Outcome::Complete;
+    }
+
+    /// Of the last set-up.
+    [[nodiscard]] const Epochs& GetEpochs() const noexcept
+    {
+        return epochs;
+    }
+
     /// Whether a set-up has ended.
     [[nodiscard]] bool HasEnded() const noexcept
     {

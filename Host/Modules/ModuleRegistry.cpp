@@ -117,7 +117,15 @@ bool IsAvailable(const DataProvider& provider)
         return false;
     }
     const ModuleGate::Visit visit(*provider.gate);
-    return visit && !provider.isWithdrawn && provider.handler->IsAvailable();
+    try
+    {
+        return visit && !provider.isWithdrawn && provider.handler->IsAvailable();
+    }
+    catch (...)
+    {
+        // Destroyed within the visit: its class may be in the module's library, which may be unloaded afterwards.
+        return false;
+    }
 }
 
 /// What a fault of the remote service call layer means for a client; null for other exceptions.
@@ -160,17 +168,24 @@ ModuleRegistry::Registrar::~Registrar()
 bool ModuleRegistry::Registrar::RegisterDataProvider(const DataProviderInfo& dataProviderInfo, RequestHandler handler)
 {
     const BasicString& name = dataProviderInfo.GetDataProviderName();
-    BasicString cause = handler ? FindRefusalCause(name) : "it has no handler";
+    BasicString cause = handler ? "" : "it has no handler";
     if (cause.empty())
     {
-        const auto found = registry.expected.find(name);
         // What it replaces is released after the lock.
         auto provider = std::make_shared<DataProvider>(name, gate);
         provider->handler = std::move(handler);
         provider->strand = registry.MakeStrand("the data provider '" + name + "' of the module '" + moduleName + '\'');
-        provider->isSafe = found != registry.expected.end() && found->second.isSafe;
         const MutexLock lock(registry.mutex);
-        cause = TryAdd(registry.dataProviders, provider) ? "" : "the name is taken";
+        cause = registry.FindRefusalCause(name, moduleName);
+        const auto found = registry.expected.find(name);
+        if (cause.empty() && found != registry.expected.end())
+        {
+            provider->manifest = found->second.manifest;
+        }
+        if (cause.empty() && !TryAdd(registry.dataProviders, provider))
+        {
+            cause = "the name is taken";
+        }
     }
     if (!cause.empty())
     {
@@ -178,19 +193,6 @@ bool ModuleRegistry::Registrar::RegisterDataProvider(const DataProviderInfo& dat
                      cause);
     }
     return cause.empty();
-}
-
-/// Empty: the module may have the name, unless it is taken.
-BasicString ModuleRegistry::Registrar::FindRefusalCause(const BasicString& name) const
-{
-    if (!CanBeReached(name))
-    {
-        return "no request can reach the name";
-    }
-    const auto found = registry.expected.find(name);
-    return found == registry.expected.end() || found->second.moduleName == moduleName
-               ? ""
-               : "the configuration gives the name to the module '" + found->second.moduleName + '\'';
 }
 
 void ModuleRegistry::Registrar::UnregisterDataProvider(const BasicString& dataProviderName)
@@ -262,36 +264,56 @@ void ModuleRegistry::Registrar::UnregisterAll()
 void ModuleRegistry::Registrar::DropWithdrawn()
 {
     Own dropped;
-    const MutexLock lock(registry.mutex);
-    dropped = {TakeWithdrawn(registry.dataProviders, gate), TakeWithdrawn(registry.pages, gate),
-               TakeWithdrawn(registry.languages, gate)};
+    {
+        const MutexLock lock(registry.mutex);
+        dropped = {TakeWithdrawn(registry.dataProviders, gate), TakeWithdrawn(registry.pages, gate),
+                   TakeWithdrawn(registry.languages, gate)};
+    }
+    // Requests that just ended and lists in progress may keep the entries; the code of the handlers may be unloaded.
+    for (const auto& provider : dropped.dataProviders)
+    {
+        provider->handler.reset();
+    }
+    for (const auto& page : dropped.pages)
+    {
+        page->handler.reset();
+    }
 }
 
 void ModuleRegistry::Registrar::ReportDifferences()
 {
-    BasicString unconfigured;
+    BasicString unnamed;
     BasicString unregistered;
     const Own own = FindOwn();
     for (const auto& provider : own.dataProviders)
     {
-        unconfigured += registry.IsExpected(provider->name) ? "" : " '" + provider->name + '\'';
+        unnamed += registry.IsExpected(provider->name) ? "" : " '" + provider->name + '\'';
     }
-    for (const auto& each : registry.expected)
+    for (const BasicString& name : registry.FindExpectedOf(moduleName))
     {
-        const bool isMissing = each.second.moduleName == moduleName &&
-                               std::ranges::none_of(own.dataProviders, [&each](const auto& provider)
-                                                    { return provider->name == each.first; });
-        unregistered += isMissing ? " '" + each.first + '\'' : "";
+        const bool isMissing =
+            std::ranges::none_of(own.dataProviders, [&name](const auto& provider) { return provider->name == name; });
+        unregistered += isMissing ? " '" + name + '\'' : "";
     }
     BasicString difference =
-        (unconfigured.empty() ? "" : " registers data providers that the configuration does not name:" + unconfigured) +
-        (unconfigured.empty() || unregistered.empty() ? "" : ", and") +
-        (unregistered.empty() ? "" : " does not register those that the configuration names:" + unregistered);
+        (unnamed.empty() ? "" : " registers data providers that its manifest does not name:" + unnamed) +
+        (unnamed.empty() || unregistered.empty() ? "" : ", and") +
+        (unregistered.empty() ? "" : " does not register those that its manifest names:" + unregistered);
     if (!difference.empty() && difference != lastDifference)
     {
         registry.Log(LogLevel::Warning, "the module '{0}'{1}", moduleName, difference);
     }
     lastDifference = std::move(difference);
+}
+
+std::vector<BasicString> ModuleRegistry::Registrar::GetPageNames() const
+{
+    std::vector<BasicString> names;
+    for (const auto& page : FindOwn().pages)
+    {
+        names.push_back(page->name);
+    }
+    return names;
 }
 
 bool ModuleRegistry::Registrar::IsAvailable() const
@@ -307,13 +329,33 @@ bool ModuleRegistry::Registrar::IsAvailable() const
 ModuleRegistry::ModuleRegistry(Threads::EventLoop& loop, const Configuration::HostConfiguration& configuration)
     : loop(loop), maximumWaiting(configuration.maximumWaitingRequests)
 {
-    for (const auto& module : configuration.modules)
+}
+
+void ModuleRegistry::Expect(const std::vector<ModuleManifest>& manifests)
+{
+    std::map<BasicString, ExpectedDataProvider, std::less<>> newExpected;
+    for (const auto& module : manifests)
     {
         for (const auto& provider : module.dataProviders)
         {
-            expected.emplace(provider.name, ExpectedDataProvider{module.name, provider.isSafe});
+            newExpected.emplace(provider.name, ExpectedDataProvider{module.name, provider});
         }
     }
+    const MutexLock lock(mutex);
+    expected.swap(newExpected);
+}
+
+/// Empty: the module may have the name, unless it is taken.
+BasicString ModuleRegistry::FindRefusalCause(const BasicString& name, const BasicString& moduleName) const
+{
+    if (!CanBeReached(name))
+    {
+        return "no request can reach the name";
+    }
+    const auto found = expected.find(name);
+    return found == expected.end() || found->second.moduleName == moduleName
+               ? ""
+               : "the name belongs to the module '" + found->second.moduleName + '\'';
 }
 
 std::shared_ptr<Http::RequestStrand> ModuleRegistry::MakeStrand(BasicString name) const
@@ -330,18 +372,19 @@ std::shared_ptr<const DataProvider> ModuleRegistry::FindDataProvider(std::string
 
 bool ModuleRegistry::IsExpected(std::string_view name) const
 {
+    const MutexLock lock(mutex);
     return expected.find(name) != expected.end();
 }
 
 std::vector<BasicString> ModuleRegistry::FindUnavailableDataProviders() const
 {
     std::map<BasicString, std::shared_ptr<DataProvider>> providers;
-    for (const auto& [name, provider] : expected)
-    {
-        providers.emplace(name, nullptr);
-    }
     {
         const MutexLock lock(mutex);
+        for (const auto& [name, provider] : expected)
+        {
+            providers.emplace(name, nullptr);
+        }
         for (const auto& provider : dataProviders)
         {
             providers.insert_or_assign(provider->name, provider);
@@ -370,6 +413,20 @@ std::vector<Http::RequestStrand::HangingTask> ModuleRegistry::FindHangingRequest
         }
     }
     return hanging;
+}
+
+std::vector<BasicString> ModuleRegistry::FindExpectedOf(std::string_view moduleName) const
+{
+    std::vector<BasicString> names;
+    const MutexLock lock(mutex);
+    for (const auto& [name, each] : expected)
+    {
+        if (each.moduleName == moduleName)
+        {
+            names.push_back(name);
+        }
+    }
+    return names;
 }
 
 ModuleRegistry::Entries<Page> ModuleRegistry::GetPages() const

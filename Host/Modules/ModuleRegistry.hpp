@@ -3,6 +3,7 @@
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Http/RequestStrand.hpp"
 #include "Host/Modules/ModuleLifecycle.hpp"
+#include "Host/Modules/ModuleManifest.hpp"
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/IWbmModuleHandler.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
@@ -38,12 +39,11 @@ struct DataProvider final : Registration
 {
     using Registration::Registration;
 
-    /// Never null. Called inside a visit of the gate only, and only when it is not withdrawn; so is a page's.
+    /// Called inside a visit of the gate only, and only when it is not withdrawn; never null then. So is a page's.
     std::shared_ptr<Services::Commons::Wbm::Modules::WbmRequestHandlerBase> handler;
     /// Of its requests.
     std::shared_ptr<Http::RequestStrand> strand;
-    /// GET is allowed.
-    bool isSafe = false;
+    DataProviderManifest manifest;
 };
 
 struct Page final : Registration
@@ -57,7 +57,7 @@ struct Page final : Registration
     }
 
     const Info info;
-    const Handler handler;
+    Handler handler;
 };
 
 /// What the modules have registered. What a module unregisters while its gate is closed, because it is being set up
@@ -87,8 +87,8 @@ public:
         /// False for a name that is taken.
         [[nodiscard]] bool RegisterPage(const Page::Info& pageInfo, Page::Handler handler) override;
         void UnregisterPage(const BasicString& pageName) override;
-        /// False, and the cause is logged, for a name that is taken, that the configuration gives to another module,
-        /// that is not a plain path segment or that is reserved for the host's own routes.
+        /// False, and the cause is logged, for a name that is taken, that the manifest of another module names, that is
+        /// not a plain path segment or that is reserved for the host's own routes.
         [[nodiscard]] bool RegisterDataProvider(const DataProviderInfo& dataProviderInfo,
                                                 RequestHandler handler) override;
         /// Returns when no request is in progress. Other calls are kept away by the gate.
@@ -99,16 +99,20 @@ public:
         /// Unregisters what the module has left registered, and logs that.
         void UnregisterAll();
 
-        /// Forgets what the module has unregistered and not registered again.
+        /// Forgets what the module has unregistered and not registered again, and releases the handlers. Requires: the
+        /// gate is closed.
         void DropWithdrawn();
 
-        /// Warns when the data providers that the module has registered and those that the configuration gives to it
-        /// differ. Once for each difference.
+        /// Warns when the data providers that the module has registered and those that its manifest names differ. Once
+        /// for each difference.
         void ReportDifferences();
 
         /// Whether everything that the module has registered says that it is available. Calls the module, whether its
         /// gate is open or not: for the thread that sets it up.
         [[nodiscard]] bool IsAvailable() const;
+
+        /// Of the registered pages. Any thread.
+        [[nodiscard]] std::vector<BasicString> GetPageNames() const;
 
         [[nodiscard]] ModuleGate& GetGate() noexcept
         {
@@ -124,7 +128,6 @@ public:
         };
 
         [[nodiscard]] Own FindOwn() const;
-        [[nodiscard]] BasicString FindRefusalCause(const BasicString& name) const;
 
         ModuleRegistry& registry;
         const BasicString moduleName;
@@ -136,16 +139,19 @@ public:
     ModuleRegistry(const ModuleRegistry&) = delete;
     ModuleRegistry& operator=(const ModuleRegistry&) = delete;
 
+    /// The modules whose data providers are expected from now on.
+    void Expect(const std::vector<ModuleManifest>& manifests);
+
     /// A strand for calls of modules. `name` is for the log.
     [[nodiscard]] std::shared_ptr<Http::RequestStrand> MakeStrand(BasicString name) const;
 
     /// Null: unknown.
     [[nodiscard]] std::shared_ptr<const DataProvider> FindDataProvider(std::string_view name) const;
 
-    /// Whether the configuration names it: then it is missing rather than unknown.
+    /// Whether a manifest names it: then it is missing rather than unknown.
     [[nodiscard]] bool IsExpected(std::string_view name) const;
 
-    /// Names of data providers that are configured and not registered or registered and not available. Calls modules.
+    /// Names of data providers that are expected and not registered or registered and not available. Calls modules.
     [[nodiscard]] std::vector<BasicString> FindUnavailableDataProviders() const;
 
     /// Of all data providers.
@@ -158,15 +164,19 @@ private:
     struct ExpectedDataProvider
     {
         BasicString moduleName;
-        bool isSafe = false;
+        DataProviderManifest manifest;
     };
+
+    [[nodiscard]] BasicString FindRefusalCause(const BasicString& name, const BasicString& moduleName) const
+        OXA_REQUIRES(mutex);
+    [[nodiscard]] std::vector<BasicString> FindExpectedOf(std::string_view moduleName) const;
 
     Threads::EventLoop& loop;
     const std::size_t maximumWaiting;
-    /// By their configured names.
-    std::map<BasicString, ExpectedDataProvider, std::less<>> expected;
 
     mutable System::Commons::Mutex mutex;
+    /// By their names.
+    std::map<BasicString, ExpectedDataProvider, std::less<>> expected OXA_GUARDED_BY(mutex);
     Entries<DataProvider> dataProviders OXA_GUARDED_BY(mutex);
     Entries<Page> pages OXA_GUARDED_BY(mutex);
     Entries<Registration> languages OXA_GUARDED_BY(mutex);

@@ -1,6 +1,7 @@
 #include "Host/Modules/ModuleSupervisor.hpp"
 
 #include "Oxa/System/Commons/Exception.hpp"
+#include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
@@ -8,35 +9,89 @@
 #include <boost/asio/post.hpp>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
-// A module is in one of three states: waiting (its lifecycle has a due time, or waits for an epoch), being set up (the
-// lifecycle's set-up is in progress, the gate is closed), or open. `Update` moves it from the first to the second; it
-// runs on the loop after everything that may change the outcome: an epoch, the end of a set-up, the end of a gate's
-// last visit, the timer. `mutex` guards the lifecycles and is never held while a module is called; gates lock
-// themselves inside it.
+// A module is waiting (its lifecycle has a due time, or waits for an epoch), being set up (the lifecycle's set-up is in
+// progress, the gate is closed), open, or, when it is not wanted any more, leaving: as soon as its gate can be closed
+// it is unloaded and forgotten, and only then one of the same name is added. `Update` begins set-ups and removals; it
+// runs on the loop after everything that may change the outcome: other manifests, an epoch, the end of a set-up or a
+// removal, the end of a gate's last visit, the timer. `mutex` guards the list and what its entries hold beside the
+// module, and is never held while a module is called; gates and the registry lock themselves inside it.
 
 namespace Oxa::Host::Modules
 {
 
 using System::Commons::MutexLock;
 using System::Commons::Diagnostics::Logging::LogLevel;
+using System::Commons::Text::Format;
 using System::Nm::NotificationKind;
 using System::Rsc::ServiceManager;
-using Clock = ModuleLifecycle::Clock;
 using Outcome = ModuleLifecycle::Outcome;
 
-ModuleSupervisor::ModuleSupervisor(System::Commons::AppDomain& appDomain, ModuleRegistry& registry,
-                                   Threads::EventLoop& loop, System::Nm::NotificationManager& notifications,
-                                   const std::vector<Configuration::ModuleConfiguration>& configurations)
-    : appDomain(appDomain), loop(loop), notifications(notifications), timer(loop.GetContext())
+struct ModuleSupervisor::Entry
 {
-    for (const auto& configuration : configurations)
+    Entry(const ModuleManifest& manifest, ModuleSupervisor& owner, bool isInitial)
+        : reserve(owner.loop), module(manifest, owner.registry, [&owner] { owner.PostUpdate(); }), isInitial(isInitial)
     {
-        modules.push_back(
-            std::make_unique<HostedModule>(configuration, registry, notifications, [this] { PostUpdate(); }));
-        lifecycles[modules.back().get()];
     }
+
+    /// The module's set-up or removal may hang.
+    const Threads::EventLoop::Reserve reserve;
+    HostedModule module;
+    /// It belongs to the start, which ends when the settings of one of its modules cannot be read.
+    const bool isInitial;
+    ModuleLifecycle lifecycle;
+    /// Why the last set-up failed.
+    BasicString failure;
+    /// Its removal has begun.
+    bool isLeaving = false;
+};
+
+namespace
+{
+
+DateTime GetNow()
+{
+    using namespace std::chrono;
+    return DateTime::FromUnixTimeMicroseconds(
+        duration_cast<microseconds>(system_clock::now().time_since_epoch()).count());
+}
+
+/// States that a module only passes through are not published.
+bool IsSettled(ModuleState state) noexcept
+{
+    return state != ModuleState::Starting && state != ModuleState::Stopping;
+}
+
+} // namespace
+
+std::string_view GetModuleStateName(ModuleState state) noexcept
+{
+    switch (state)
+    {
+    case ModuleState::Starting:
+        return "starting";
+    case ModuleState::Running:
+        return "running";
+    case ModuleState::Waiting:
+        return "waiting";
+    case ModuleState::Failed:
+        return "failed";
+    case ModuleState::Refused:
+        return "refused";
+    case ModuleState::Stopping:
+        return "stopping";
+    case ModuleState::Stopped:
+        break;
+    }
+    return "stopped";
+}
+
+ModuleSupervisor::ModuleSupervisor(System::Commons::AppDomain& appDomain, ModuleRegistry& registry,
+                                   Threads::EventLoop& loop, System::Nm::NotificationManager& notifications)
+    : appDomain(appDomain), registry(registry), loop(loop), notifications(notifications), timer(loop.GetContext())
+{
 }
 
 ModuleSupervisor::~ModuleSupervisor()
@@ -45,11 +100,43 @@ ModuleSupervisor::~ModuleSupervisor()
     UnloadAll();
 }
 
+void ModuleSupervisor::Apply(ModuleManifests newModules)
+{
+    std::vector<ManifestFault> newFaults;
+    std::vector<ModuleManifest> expected;
+    {
+        const MutexLock lock(mutex);
+        for (const ManifestFault& fault : newModules.faults)
+        {
+            if (std::ranges::find(wanted.faults, fault) == wanted.faults.end())
+            {
+                newFaults.push_back(fault);
+            }
+            const auto previous = std::ranges::find(wanted.manifests, fault.moduleName, &ModuleManifest::name);
+            if (previous != wanted.manifests.end())
+            {
+                // In front, so that its data providers stay its own.
+                newModules.manifests.insert(newModules.manifests.begin(), *previous);
+            }
+        }
+        wanted = std::move(newModules);
+        expected = wanted.manifests;
+        AddMissing();
+    }
+    for (const ManifestFault& fault : newFaults)
+    {
+        Log(LogLevel::Error, "the module '{0}' is refused: {1}", fault.moduleName, fault.cause);
+    }
+    registry.Expect(expected);
+    PostUpdate();
+}
+
 void ModuleSupervisor::Start(WhenSetUp newWhenSetUp)
 {
     {
         const MutexLock lock(mutex);
         whenSetUp = std::move(newWhenSetUp);
+        isStarted = true;
     }
     ServiceManager::AddListener(*this);
     isListening = true;
@@ -64,27 +151,49 @@ void ModuleSupervisor::StopAll() noexcept
         // Services that go at the end of the process are not lost.
         ServiceManager::RemoveListener(*this);
     }
-    std::for_each(modules.rbegin(), modules.rend(), [](const auto& module) { module->TakeDown(); });
+    const Entries all = GetEntries();
+    std::for_each(all.rbegin(), all.rend(), [](const auto& entry) { entry->module.TakeDown(); });
 }
 
+/// Handlers that the loop did not run before its end may keep an entry.
 void ModuleSupervisor::UnloadAll() noexcept
 {
-    while (!modules.empty())
-    {
-        modules.pop_back();
-    }
+    const Entries all = GetEntries();
+    std::for_each(all.rbegin(), all.rend(), [](const auto& entry) { entry->module.Unload(); });
+    const MutexLock lock(mutex);
+    entries.clear();
 }
 
-std::vector<ModuleSupervisor::ModuleState> ModuleSupervisor::GetStates() const
+ModuleSupervisor::Entries ModuleSupervisor::GetEntries() const
 {
-    std::vector<ModuleState> states;
     const MutexLock lock(mutex);
-    for (const auto& module : modules)
+    return entries;
+}
+
+std::vector<ModuleSupervisor::ModuleStatus> ModuleSupervisor::GetStatuses() const
+{
+    std::vector<ModuleStatus> statuses;
+    const MutexLock lock(mutex);
+    for (auto& [name, found] : FindStates())
     {
-        const ModuleLifecycle& lifecycle = lifecycles.at(module.get());
-        states.push_back({module->GetName(), lifecycle.HasFailed(), lifecycle.GetSetupBegin()});
+        const auto known = states.find(name);
+        const bool isKnown = known != states.end() && known->second.state == found.state;
+        ModuleStatus status{.name = name,
+                            .state = found.state,
+                            .since = isKnown ? known->second.since : GetNow(),
+                            .cause = found.cause,
+                            .setupBegin = {},
+                            .manifest = {},
+                            .pageNames = {}};
+        if (const auto entry = FindEntry(name))
+        {
+            status.setupBegin = entry->lifecycle.GetSetupBegin();
+            status.manifest = entry->module.GetManifest();
+            status.pageNames = entry->module.GetPageNames();
+        }
+        statuses.push_back(std::move(status));
     }
-    return states;
+    return statuses;
 }
 
 void ModuleSupervisor::OnEpochChanged(const BasicString& providerName) noexcept
@@ -117,7 +226,17 @@ void ModuleSupervisor::PostUpdate() noexcept
 
 void ModuleSupervisor::Update()
 {
-    const auto next = BeginDueSetups(Clock::now());
+    auto next = Clock::time_point::max();
+    {
+        const MutexLock lock(mutex);
+        if (!isStarted)
+        {
+            return;
+        }
+        AddMissing();
+        next = BeginDueWork(Clock::now());
+    }
+    PublishStates();
     if (next == Clock::time_point::max())
     {
         return;
@@ -133,32 +252,55 @@ void ModuleSupervisor::Update()
         });
 }
 
+/// One of a name that a module has which leaves is added after that one.
+void ModuleSupervisor::AddMissing()
+{
+    for (const ModuleManifest& manifest : wanted.manifests)
+    {
+        if (!FindEntry(manifest.name))
+        {
+            entries.push_back(std::make_shared<Entry>(manifest, *this, !isStarted));
+        }
+    }
+}
+
 /// When the next set-up is due.
-Clock::time_point ModuleSupervisor::BeginDueSetups(Clock::time_point now)
+ModuleSupervisor::Clock::time_point ModuleSupervisor::BeginDueWork(Clock::time_point now)
 {
     auto next = Clock::time_point::max();
-    const MutexLock lock(mutex);
-    for (const auto& module : modules)
+    for (const auto& entry : entries)
     {
-        ModuleLifecycle& lifecycle = lifecycles.at(module.get());
+        ModuleLifecycle& lifecycle = entry->lifecycle;
+        ModuleGate& gate = entry->module.GetGate();
+        if (!IsWanted(*entry))
+        {
+            if (!entry->isLeaving && !lifecycle.GetSetupBegin() && gate.TryClose())
+            {
+                boost::asio::post(loop.GetContext(), [this, entry] { Remove(entry); });
+                entry->isLeaving = true;
+            }
+            continue;
+        }
         const auto due = lifecycle.FindDueTime(&ServiceManager::GetEpoch);
         if (due && *due > now)
         {
             next = std::min(next, *due);
         }
-        else if (due && module->GetGate().TryClose())
+        else if (due && gate.TryClose())
         {
             boost::asio::post(loop.GetContext(),
-                              [this, &module = *module, isFirst = !lifecycle.HasEnded()] { SetUp(module, isFirst); });
+                              [this, entry, isFirst = !lifecycle.HasEnded()] { SetUp(*entry, isFirst); });
             lifecycle.BeginSetup(now);
         }
     }
     return next;
 }
 
-void ModuleSupervisor::SetUp(HostedModule& module, bool isFirst)
+void ModuleSupervisor::SetUp(Entry& entry, bool isFirst)
 {
     const Threads::EventLoop::BlockingSection call(loop);
+    HostedModule& module = entry.module;
+    const BasicString& name = module.GetManifest().name;
     std::exception_ptr settingsFault;
     auto outcome = Outcome::Failed;
     try
@@ -167,7 +309,7 @@ void ModuleSupervisor::SetUp(HostedModule& module, bool isFirst)
     }
     catch (const System::Commons::XmlException& exception)
     {
-        if (isFirst)
+        if (isFirst && entry.isInitial)
         {
             settingsFault = std::current_exception();
         }
@@ -178,20 +320,34 @@ void ModuleSupervisor::SetUp(HostedModule& module, bool isFirst)
     }
     catch (...)
     {
-        Log(LogLevel::Error, "the module '{0}' cannot be set up: {1}", module.GetName(),
+        Log(LogLevel::Error, "the module '{0}' cannot be set up: {1}", name,
             System::Commons::DescribeCurrentException());
     }
     if (!isFirst && outcome != Outcome::Failed)
     {
-        Log(LogLevel::Notice, "the module '{0}' was set up again", module.GetName());
+        Log(LogLevel::Notice, "the module '{0}' was set up again", name);
     }
     {
         const MutexLock lock(mutex);
-        lifecycles.at(&module).EndSetup(Clock::now(), module.GetEpochs(), outcome);
+        entry.failure = module.GetFailure();
+        entry.lifecycle.EndSetup(Clock::now(), module.GetEpochs(), outcome);
         // Under the same lock: else the next set-up could begin in between, with a gate that is then opened.
         module.GetGate().Open(module.GetEpochs());
     }
     ReportFirstSetups(settingsFault);
+    PostUpdate();
+}
+
+void ModuleSupervisor::Remove(const std::shared_ptr<Entry>& entry)
+{
+    const Threads::EventLoop::BlockingSection call(loop);
+    entry->module.Unload();
+    {
+        const MutexLock lock(mutex);
+        std::erase(entries, entry);
+    }
+    Log(LogLevel::Notice, "the module '{0}' was unloaded", entry->module.GetManifest().name);
+    ReportFirstSetups(nullptr);
     PostUpdate();
 }
 
@@ -200,7 +356,8 @@ void ModuleSupervisor::ReportFirstSetups(const std::exception_ptr& settingsFault
     WhenSetUp report;
     {
         const MutexLock lock(mutex);
-        if (settingsFault || std::ranges::all_of(lifecycles, [](const auto& each) { return each.second.HasEnded(); }))
+        if (settingsFault ||
+            std::ranges::all_of(entries, [](const auto& entry) { return entry->lifecycle.HasEnded(); }))
         {
             report.swap(whenSetUp);
         }
@@ -209,6 +366,104 @@ void ModuleSupervisor::ReportFirstSetups(const std::exception_ptr& settingsFault
     {
         boost::asio::post(loop.GetContext(), [report = std::move(report), settingsFault] { report(settingsFault); });
     }
+}
+
+void ModuleSupervisor::PublishStates()
+{
+    std::vector<System::Nm::Notification> changes;
+    {
+        const MutexLock lock(mutex);
+        auto found = FindStates();
+        for (const auto& [name, known] : states)
+        {
+            if (known.state != ModuleState::Stopped)
+            {
+                found.try_emplace(name, KnownState{ModuleState::Stopped, {}});
+            }
+        }
+        for (auto& [name, state] : found)
+        {
+            const auto known = states.find(name);
+            const bool isKnown = known != states.end() && known->second.state == state.state;
+            state.since = isKnown ? known->second.since : GetNow();
+            if (IsSettled(state.state) && !(isKnown && known->second.cause == state.cause))
+            {
+                changes.push_back({state.since,
+                                   NotificationKind::ModuleStateChanged,
+                                   "Host.Modules",
+                                   {},
+                                   name,
+                                   {{"state", BasicString(GetModuleStateName(state.state))}, {"cause", state.cause}}});
+            }
+        }
+        states.swap(found);
+    }
+    for (auto& change : changes)
+    {
+        notifications.Publish(std::move(change));
+    }
+}
+
+bool ModuleSupervisor::IsWanted(const Entry& entry) const
+{
+    return std::ranges::find(wanted.manifests, entry.module.GetManifest()) != wanted.manifests.end();
+}
+
+/// Null: there is none of this name.
+std::shared_ptr<ModuleSupervisor::Entry> ModuleSupervisor::FindEntry(std::string_view name) const
+{
+    const auto found =
+        std::ranges::find_if(entries, [name](const auto& entry) { return entry->module.GetManifest().name == name; });
+    return found == entries.end() ? nullptr : *found;
+}
+
+ModuleSupervisor::KnownState ModuleSupervisor::FindState(Entry& entry) const
+{
+    const ModuleLifecycle& lifecycle = entry.lifecycle;
+    if (!IsWanted(entry))
+    {
+        return {ModuleState::Stopping, {}};
+    }
+    if (lifecycle.GetSetupBegin() || !lifecycle.HasEnded())
+    {
+        return {ModuleState::Starting, {}};
+    }
+    if (lifecycle.HasFailed())
+    {
+        return {ModuleState::Failed, entry.failure};
+    }
+    for (const auto& [providerName, epoch] : lifecycle.GetEpochs())
+    {
+        if (ServiceManager::GetEpoch(providerName) == 0)
+        {
+            return {ModuleState::Waiting, Format("the services of '{0}' are not available", providerName)};
+        }
+    }
+    if (!lifecycle.IsComplete())
+    {
+        return {ModuleState::Waiting, "not everything that it provides is available"};
+    }
+    return entry.module.GetGate().IsOpen() ? KnownState{ModuleState::Running, {}}
+                                           : KnownState{ModuleState::Waiting, "its services are those of another run"};
+}
+
+std::map<BasicString, ModuleSupervisor::KnownState> ModuleSupervisor::FindStates() const
+{
+    std::map<BasicString, KnownState> found;
+    for (const auto& entry : entries)
+    {
+        found.emplace(entry->module.GetManifest().name, FindState(*entry));
+    }
+    for (const ManifestFault& fault : wanted.faults)
+    {
+        const auto [each, isNew] = found.try_emplace(fault.moduleName, KnownState{ModuleState::Refused, fault.cause});
+        if (!isNew)
+        {
+            BasicString& cause = each->second.cause;
+            cause += (cause.empty() ? "" : "; ") + BasicString("its new manifest is refused: ") + fault.cause;
+        }
+    }
+    return found;
 }
 
 } // namespace Oxa::Host::Modules

@@ -3,6 +3,7 @@
 #include "Oxa/System/Commons/Json/JsonReader.hpp"
 
 #include <csignal>
+#include <filesystem>
 #include <stdexcept>
 
 namespace Oxa::Tests::EndToEnd
@@ -13,12 +14,30 @@ using System::Commons::Json::JsonTokenType;
 
 HostProcess::HostProcess(const HostSettings& settings) : fault(settings.fault)
 {
+    WriteManifests(settings.modules);
     configurationPath =
         folder.Write("host.xml", "<WbmHostDocument><Log " + settings.log + "/><Http port=\"0\" " + settings.http +
                                      "/><Users database=\"${OXA_STATE}/users.sqlite\"/><Sessions " + settings.sessions +
                                      "/><Requests " + settings.requests + "/><Components>" + settings.components +
-                                     "</Components><Services>" + settings.services + "</Services><Modules>" +
-                                     settings.modules + "</Modules>" + settings.other + "</WbmHostDocument>");
+                                     "</Components><Services>" + settings.services + "</Services><Modules folder=\"" +
+                                     folder.GetPath("modules") + "\"/>" + settings.other + "</WbmHostDocument>");
+}
+
+void HostProcess::WriteManifests(std::string_view modules) const
+{
+    constexpr std::string_view element = "<Module ";
+    constexpr std::string_view name = "name=\"";
+    std::filesystem::remove_all(folder.GetPath("modules"));
+    std::filesystem::create_directory(folder.GetPath("modules"));
+    for (std::size_t begin = modules.find(element); begin != std::string_view::npos;)
+    {
+        const std::size_t next = modules.find(element, begin + 1);
+        const std::string_view module = modules.substr(begin, next - begin);
+        const std::string_view value = module.substr(module.find(name) + name.size());
+        folder.Write("modules/" + BasicString(value.substr(0, value.find('"'))) + ".xml",
+                     "<WbmModuleDocument>" + BasicString(module) + "</WbmModuleDocument>");
+        begin = next;
+    }
 }
 
 std::vector<BasicString> HostProcess::MakeArguments() const

@@ -21,7 +21,7 @@ struct HostSettings
     BasicString http = "";
     BasicString requests = "maximumWaiting=\"2\"";
     BasicString sessions = "";
-    /// Elements inside Modules and Components. By default the fake ones.
+    /// The elements Module of all manifests, and those inside Components. By default the fake ones.
     BasicString modules = R"(<Module name="Fake" library="${FAKES}/libFakeModuleLibrary.so">
         <DataProvider name="FakeDp" safe="true"/><DataProvider name="FakeControlDp"/></Module>)";
     BasicString components = R"(<Component name="Fake" library="${FAKES}/libFakeComponentLibrary.so"/>)";
@@ -43,6 +43,9 @@ public:
     /// Starts it. `WaitUntilReady` or `GetProcess().Wait()` follows.
     void Start();
     void WaitUntilReady();
+
+    /// Replaces the manifests by one for each element Module.
+    void WriteManifests(std::string_view modules) const;
 
     /// Runs a command "user …" and returns its exit status.
     int RunUserCommand(const std::vector<BasicString>& arguments, std::string_view input = {});

@@ -134,7 +134,7 @@ TEST_F(Renewal, TriesAgainAfterSettingsThatCannotBeRead)
     RestoreSettings();
     WaitFor(200, "serial 2");
     EXPECT_EQ(host->Stop(), 0);
-    EXPECT_EQ(CountInLog("cannot use its settings: " + host->GetFolder().GetPath("trace.d/Di.xml") + ":1: "), 1U);
+    EXPECT_EQ(CountInLog("' cannot use its settings: " + host->GetFolder().GetPath("trace.d/Di.xml") + ":1: "), 1U);
 }
 
 TEST_F(Renewal, EndsWhileTheDeviceIsAway)

@@ -35,6 +35,15 @@ Outcome RunHost(const Support::TemporaryFolder& folder, const BasicString& confi
     return {status, process.GetOutput(), process.GetErrors()};
 }
 
+const BasicString shippedLibrary = R"(library="${OXA_LIBRARIES}/libOxa.Services.Modules.Wbm.Di.so")";
+
+void WriteManifest(const Support::TemporaryFolder& folder, const BasicString& name, const BasicString& attributes)
+{
+    std::filesystem::create_directory(folder.GetPath("modules"));
+    folder.Write("modules/" + name + ".xml",
+                 "<WbmModuleDocument>\n<Module name=\"" + name + "\" " + attributes + "/></WbmModuleDocument>");
+}
+
 TEST(Starting, EndsWith78AndOneMessageForAConfigurationThatCannotBeUsed)
 {
     const Support::TemporaryFolder folder;
@@ -50,6 +59,9 @@ TEST(Starting, EndsWith78AndOneMessageForAConfigurationThatCannotBeUsed)
         {folder.Write("log.xml", R"(<WbmHostDocument><Log target="file" file="/proc/no"/><Users database="/proc/no"/>)"
                                  "</WbmHostDocument>"),
          "cannot open the log file '/proc/no'"},
+        {folder.Write("modules.xml", R"(<WbmHostDocument><Users database="${OXA_STATE}/u"/><Modules folder="/no"/>)"
+                                     "</WbmHostDocument>"),
+         "cannot use the folder of the modules: '/no' cannot be checked: No such file"},
         {folder.Write("users.xml", R"(<WbmHostDocument><Users database="/proc/no"/></WbmHostDocument>)"), "'/proc/no'"},
     };
     for (const auto& [path, message] : cases)
@@ -69,9 +81,9 @@ TEST(Starting, EndsWith78ForModuleSettingsThatCannotBeUsedAndStopsWhatWasStarted
         folder.Write("host.xml",
                      R"(<WbmHostDocument><Log level="error"/><Users database="${OXA_STATE}/users.sqlite"/>
         <Components><Component name="Fake" library="${FAKES}/libFakeComponentLibrary.so"/></Components>
-        <Modules><Module name="Fake" library="${FAKES}/libFakeModuleLibrary.so"/>
-        <Module name="Di" library="${OXA_LIBRARIES}/libOxa.Services.Modules.Wbm.Di.so" settings="${OXA_CONFIG}/Di.xml"/>
-        </Modules></WbmHostDocument>)");
+        <Modules folder="${OXA_CONFIG}/modules"/></WbmHostDocument>)");
+    WriteManifest(folder, "Fake", R"(library="${FAKES}/libFakeModuleLibrary.so")");
+    WriteManifest(folder, "Di", shippedLibrary + R"( settings="${OXA_CONFIG}/Di.xml")");
     std::filesystem::create_directory(folder.GetPath("empty"));
     const BasicString path = folder.GetPath("Di.xml");
     const std::function<void()> faults[] = {
@@ -182,7 +194,6 @@ TEST(CheckingAConfiguration, NamesEverythingThatIsWrongWithFileAndLineAndChanges
 {
     const Support::TemporaryFolder folder;
     const BasicString device = R"(" library="${OXA_LIBRARIES}/libOxa.Device.Linux.so" settings=")";
-    const BasicString module = R"(" library="${OXA_LIBRARIES}/libOxa.Services.Modules.Wbm.Di.so" settings=")";
     const BasicString good = OXA_CONFIGURATION;
     const BasicString description =
         folder.Write("device.xml", "<DeviceDescriptionDocument>\n<Oops/></DeviceDescriptionDocument>");
@@ -198,19 +209,23 @@ TEST(CheckingAConfiguration, NamesEverythingThatIsWrongWithFileAndLineAndChanges
                    "<Users database=\"/proc/no/users\"/><Components>\n<Component name=\"A\" library=\"/no.so\"/>\n"
                    "<Component name=\"Linux" +
                        device + description +
-                       "\"/></Components><Modules>\n"
-                       "<Module name=\"Di" +
-                       module + settings + "\"/>\n<Module name=\"No" + module + "\"/></Modules></WbmHostDocument>");
+                       "\"/></Components>\n<Modules folder=\"${OXA_CONFIG}/modules\"/></WbmHostDocument>");
+    WriteManifest(folder, "Di", shippedLibrary + " settings=\"" + settings + '"');
+    WriteManifest(folder, "No", shippedLibrary);
+    folder.Write("modules/Broken.xml", "<WbmModuleDocument>\n\n<Modul/></WbmModuleDocument>");
     const Outcome bad = check(path);
     EXPECT_EQ(bad.status, configurationFault);
-    for (const BasicString& message : {":1: cannot write '/proc/no/log'"s, ":2: cannot listen at '192.0.2.1'"s,
-                                       ":3: cannot write '/proc/no/users'"s, ":4: component 'A' of '/no.so'"s,
-                                       ":5: component 'Linux'"s, ":6: " + settings + ":2"s, ":7: the module 'No'"s})
+    for (const BasicString& message :
+         {":1: cannot write '/proc/no/log'"s, ":2: cannot listen at '192.0.2.1'"s, ":3: cannot write '/proc/no/users'"s,
+          ":4: component 'A' of '/no.so'"s, ":5: component 'Linux'"s,
+          ":6: the module 'Broken' is refused: " + folder.GetPath("modules/Broken.xml:3: ")})
     {
         EXPECT_THAT(bad.errors, HasSubstr(path + message));
     }
+    EXPECT_THAT(bad.errors, HasSubstr(folder.GetPath("modules/Di.xml") + ":2: " + settings + ":2"));
+    EXPECT_THAT(bad.errors, HasSubstr(folder.GetPath("modules/No.xml") + ":2: the module 'No'"));
     EXPECT_THAT(bad.errors, HasSubstr(description + ":2"));
-    EXPECT_EQ(std::count(bad.errors.begin(), bad.errors.end(), '\n'), 7) << bad.errors;
+    EXPECT_EQ(std::count(bad.errors.begin(), bad.errors.end(), '\n'), 8) << bad.errors;
 
     const Outcome inOrder = check(good + "/oxa-wbm.xml");
     EXPECT_EQ(inOrder.status, 0);

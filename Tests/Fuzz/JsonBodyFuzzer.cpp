@@ -1,5 +1,5 @@
-// The body of a request to the host's own routes. A body is either taken with every member of the right type, or refused
-// with a cause that a client may see.
+// The body of a request to the host's own routes. A body is either taken with every member of the right type, or
+// refused with a cause that a client may see.
 
 #include "Host/Http/JsonBody.hpp"
 #include "Oxa/System/Commons/Text.hpp"

@@ -40,8 +40,7 @@ TEST(ReadingTheConfiguration, ReadsEveryElementAndAttribute)
                 <Provider name="E" socket="/e"/></Services>
             <Components><Component name="A" library="/a" settings="/as"/><Component name="B" library="/a" component="A"/>
             </Components>
-            <Modules><Module name="M" library="/m" settings="/ms"><DataProvider name="P" safe="true"/>
-                <DataProvider name="Q"/></Module></Modules>
+            <Modules folder="/mf"><Module name="M" settings="/ms"/><Module name="N" enabled="false"/></Modules>
         </WbmHostDocument>)"));
     Singleton<AppDomain>::ClearInstance();
 
@@ -76,10 +75,11 @@ TEST(ReadingTheConfiguration, ReadsEveryElementAndAttribute)
     ASSERT_EQ(configuration.components.size(), 2U);
     EXPECT_EQ(configuration.components[0].settingsPath, "/as");
     EXPECT_EQ(configuration.components[1].componentName, "A");
-    ASSERT_EQ(configuration.modules.size(), 1U);
-    ASSERT_EQ(configuration.modules[0].dataProviders.size(), 2U);
-    EXPECT_TRUE(configuration.modules[0].dataProviders[0].isSafe);
-    EXPECT_FALSE(configuration.modules[0].dataProviders[1].isSafe);
+    EXPECT_EQ(configuration.modules.folder, "/mf");
+    ASSERT_EQ(configuration.modules.modules.size(), 2U);
+    EXPECT_EQ(configuration.modules.modules[0].settingsPath, "/ms");
+    EXPECT_TRUE(configuration.modules.modules[0].isEnabled);
+    EXPECT_FALSE(configuration.modules.modules[1].isEnabled);
 }
 
 TEST(ReadingTheConfiguration, NamesTheLineOfWhatItDoesNotUnderstand)
@@ -87,7 +87,7 @@ TEST(ReadingTheConfiguration, NamesTheLineOfWhatItDoesNotUnderstand)
     const std::pair<const char*, const char*> faults[] = {
         {"<Unknown/>", "the element 'Unknown' is not known here"},
         {"<Log><Http/></Log>", "the element 'Http' is not known here"},
-        {"<Module name=\"M\" library=\"/m\"/>", "the element 'Module' is not known here"},
+        {"<Module name=\"M\"/>", "the element 'Module' is not known here"},
         {"<Log/><Log level=\"debug\"/>", "the element 'Log' occurs twice"},
         {"<Http prot=\"1\"/>", "the element 'Http' has no attribute 'prot'"},
         {"<Http xml:port=\"1\"/>", "the element 'Http' has no attribute 'xml:port'"},
@@ -102,13 +102,14 @@ TEST(ReadingTheConfiguration, NamesTheLineOfWhatItDoesNotUnderstand)
         {"<Log target=\"printer\"/>", "'printer', expected one of: console"},
         {"<Log target=\"file\"/>", "the element 'Log' needs the attribute 'file'"},
         {"<Users database=\"${NO_SUCH_VARIABLE}/u\"/>", "'${NO_SUCH_VARIABLE}/u', expected variables that are known"},
-        {"<Modules><Module library=\"/m\"/></Modules>", "the element 'Module' needs the attribute 'name'"},
-        {"<Modules><Module name=\"M\" library=\"/m\"/><Module name=\"M\" library=\"/m\"/></Modules>",
+        {"<Modules/>", "the element 'Modules' needs the attribute 'folder'"},
+        {"<Modules folder=\"f\"/>", "'f', expected an absolute path"},
+        {"<Modules folder=\"/f\"><Module/></Modules>", "the element 'Module' needs the attribute 'name'"},
+        {"<Modules folder=\"/f\"><Module name=\"M\"/><Module name=\"M\"/></Modules>",
          "'M', expected a name that is not taken"},
-        {"<Modules><Module name=\"M\" library=\"/m\"><DataProvider name=\"P\" safe=\"yes\"/></Module></Modules>",
-         "'yes', expected true or false"},
-        {"<Modules><Module name=\"M\" library=\"/m\"><DataProvider name=\"session\"/></Module></Modules>",
-         "'session', expected a name that is not reserved"},
+        {"<Modules folder=\"/f\"><Module name=\"M\" library=\"/m\"/></Modules>", "has no attribute 'library'"},
+        {"<Modules folder=\"/f\"><Module name=\"M\" settings=\"s\"/></Modules>", "'s', expected an absolute path"},
+        {"<Modules folder=\"/f\"><Module name=\"M\" enabled=\"no\"/></Modules>", "'no', expected true or false"},
         {"<Services><Provider name=\"D\"/></Services>", "the element 'Provider' needs the attribute 'socket'"},
         {"<Services><Provider name=\"D\" socket=\"/d\" bus=\"system\"/></Services>", "no attribute 'bus'"},
         {"<Services><Provider name=\"D\" socket=\"d\"/></Services>", "'d', expected an absolute path"},

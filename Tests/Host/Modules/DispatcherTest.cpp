@@ -75,6 +75,7 @@ protected:
                 }
                 published.push_back(line + (each.user == "ann" && each.text == "Run" ? "" : " of another"));
             });
+        registry.Expect({{"Fake", "", "", {{"Safe", true}, {"Control"}, {"Lost"}}}});
         gate->Open({});
         EXPECT_TRUE(registrar.RegisterDataProvider(ModuleRegistry::Registrar::DataProviderInfo("Safe"), handler));
         EXPECT_TRUE(registrar.RegisterDataProvider(ModuleRegistry::Registrar::DataProviderInfo("Control"), handler));
@@ -90,7 +91,7 @@ protected:
     }
 
     Threads::EventLoop loop;
-    ModuleRegistry registry{loop, MakeConfiguration()};
+    ModuleRegistry registry{loop, {}};
     std::shared_ptr<ModuleGate> gate = std::make_shared<ModuleGate>();
     std::shared_ptr<FakeHandler> handler = std::make_shared<FakeHandler>();
     ModuleRegistry::Registrar registrar{registry, "Fake", gate};
@@ -98,14 +99,6 @@ protected:
     Dispatcher dispatcher{registry, notifications};
     std::shared_ptr<FakeExchange> exchange;
     std::vector<BasicString> published;
-
-private:
-    static Configuration::HostConfiguration MakeConfiguration()
-    {
-        Configuration::HostConfiguration configuration;
-        configuration.modules = {{"Fake", "", "", {{"Safe", true}, {"Control"}, {"Lost"}}}};
-        return configuration;
-    }
 };
 
 TEST_F(Dispatchers, CheckInTheGivenOrder)

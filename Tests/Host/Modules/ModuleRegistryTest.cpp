@@ -37,13 +37,12 @@ TEST(ModuleRegistries, LetAModuleUnregisterOnlyWhatItHasRegistered)
     EXPECT_EQ(registry.FindDataProvider("Dp"), nullptr);
 }
 
-TEST(ModuleRegistries, GiveANameToTheModuleThatTheConfigurationGivesItToAndReportDifferencesOnce)
+TEST(ModuleRegistries, GiveANameToTheModuleWhoseManifestHasItAndReportDifferencesOnce)
 {
     const Tests::Support::LogRecorder log(System::Commons::Diagnostics::Logging::LogLevel::Warning);
     Threads::EventLoop loop;
-    Configuration::HostConfiguration configuration;
-    configuration.modules = {{"Owner", "", "", {{"OwnDp", true}, {"MissingDp"}}}, {"Thief", "", "", {}}};
-    ModuleRegistry registry(loop, configuration);
+    ModuleRegistry registry(loop, {});
+    registry.Expect({{"Owner", "", "", {{"OwnDp", true}, {"MissingDp"}}}, {"Thief", "", "", {}}});
     const auto handler = std::make_shared<EmptyHandler>();
     Registrar thief(registry, "Thief", std::make_shared<ModuleGate>());
     Registrar owner(registry, "Owner", std::make_shared<ModuleGate>());
@@ -60,11 +59,11 @@ TEST(ModuleRegistries, GiveANameToTheModuleThatTheConfigurationGivesItToAndRepor
     {
         messages.push_back(entry.message);
     }
-    EXPECT_THAT(messages, testing::ElementsAre(
-                              "the data provider 'OwnDp' of the module 'Thief' is refused: the configuration gives "
-                              "the name to the module 'Owner'",
-                              "the module 'Owner' registers data providers that the configuration does not name: "
-                              "'MisingDp', and does not register those that the configuration names: 'MissingDp'"));
+    EXPECT_THAT(messages,
+                testing::ElementsAre("the data provider 'OwnDp' of the module 'Thief' is refused: the name belongs "
+                                     "to the module 'Owner'",
+                                     "the module 'Owner' registers data providers that its manifest does not name: "
+                                     "'MisingDp', and does not register those that its manifest names: 'MissingDp'"));
 }
 
 } // namespace
