@@ -90,13 +90,19 @@ BasicString ListMethods(Predicate isMeant)
     return names;
 }
 
-/// Empty: the text is no encoding of UTF-8, so no object has such a name.
+/// Empty: the text is no encoding of UTF-8, so no object has such a name. Requires: ASCII, as every target is.
 std::optional<BasicString> DecodeSegment(std::string_view text)
 {
-    for (std::size_t percent = text.find('%'); percent != std::string_view::npos; percent = text.find('%', percent + 1))
+    constexpr std::string_view hexDigits = "0123456789ABCDEFabcdef";
+    std::size_t percent = text.find('%');
+    if (percent == std::string_view::npos)
+    {
+        return BasicString(text);
+    }
+    for (; percent != std::string_view::npos; percent = text.find('%', percent + 1))
     {
         const std::string_view digits = text.substr(percent + 1, 2);
-        if (digits.size() != 2 || digits.find_first_not_of("0123456789ABCDEFabcdef") != std::string_view::npos)
+        if (digits.size() != 2 || digits.find_first_not_of(hexDigits) != std::string_view::npos)
         {
             return std::nullopt;
         }
