@@ -2,8 +2,11 @@
 
 #include "Oxa/System/Commons/Diagnostics/BoundedWrite.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
+#include "Oxa/System/Commons/FileDescriptor.hpp"
 
+#include <fcntl.h>
 #include <pthread.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -37,25 +40,34 @@ constexpr std::size_t slotCount = 128;
 std::array<Slot, slotCount + 1> slots;
 
 std::atomic<bool> isJournal = false;
+/// Open until the process ends; -1: none.
+std::atomic<int> reportFile = -1;
+
+void WriteReport(std::initializer_list<std::string_view> parts) noexcept
+{
+    if (const int file = reportFile; file >= 0)
+    {
+        std::all_of(parts.begin(), parts.end(),
+                    [file](std::string_view part) { return write(file, part.data(), part.size()) >= 0; });
+    }
+    WriteLastLine("<2>", parts, std::chrono::milliseconds(100));
+}
 
 /// The signal's action is the default one by now. A fault happens again when this returns, and then leaves a core dump
 /// of the place where it happened; a signal that was sent is sent again.
 void Report(int number, siginfo_t* information, void* /*context*/) noexcept
 {
-    constexpr std::chrono::milliseconds limit{100};
     const int savedError = errno;
     const auto slot = std::find_if(slots.begin(), slots.end() - 1,
                                    [](const Slot& each) { return each.thread.load() == pthread_self(); });
     if (slot == slots.end() - 1)
     {
-        WriteLastLine("<2>", {"SIG", sigabbrev_np(number)}, limit);
+        WriteReport({"SIG", sigabbrev_np(number)});
     }
     else
     {
-        WriteLastLine(
-            "<2>",
-            {"SIG", sigabbrev_np(number), " in '", *slot->request.load(), "' of ", slot->record.load()->GetSubject()},
-            limit);
+        WriteReport(
+            {"SIG", sigabbrev_np(number), " in '", *slot->request.load(), "' of ", slot->record.load()->GetSubject()});
     }
     errno = savedError;
     if (information->si_code <= 0)
@@ -95,6 +107,21 @@ void InstallCrashReport() noexcept
             sigaction(number, &action, nullptr);
         }
     }
+}
+
+BasicString KeepCrashReport(const BasicString& path)
+{
+    constexpr std::size_t maximumBytes = 512;
+    FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
+    BasicString report(maximumBytes, '\0');
+    const ssize_t count = file.IsOpen() ? pread(file.Get(), report.data(), report.size(), 0) : 0;
+    report.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    if (!file.IsOpen() || ftruncate(file.Get(), 0) != 0)
+    {
+        return {};
+    }
+    reportFile = file.Release();
+    return report.substr(0, report.find('\n'));
 }
 
 CallRecord::CallRecord(BasicString subject) : subject(std::move(subject))

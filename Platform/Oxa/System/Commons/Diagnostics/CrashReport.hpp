@@ -23,6 +23,11 @@ OXA_EXPORT void WriteLastLine(std::string_view priority, std::initializer_list<s
 /// Signals that already have a handler keep it. Once.
 OXA_EXPORT void InstallCrashReport() noexcept;
 
+/// From now on the reports of crashes also go to that file, for its owner only, so that the next process can tell of
+/// them. Returns the first line that an earlier process left there, at most 512 bytes, and empties the file. Empty also
+/// when the file cannot be used. Requires: InstallCrashReport has returned. Once.
+[[nodiscard]] OXA_EXPORT BasicString KeepCrashReport(const BasicString& path);
+
 /// Foreign code that the process calls, such as a module's data provider, and the call that is in progress.
 /// Threads: constructed and destroyed on any; one call at a time.
 class OXA_EXPORT CallRecord final
