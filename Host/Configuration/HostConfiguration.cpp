@@ -4,6 +4,7 @@
 
 #include <boost/asio/ip/address.hpp>
 
+#include <filesystem>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -62,6 +63,13 @@ void ReadSessions(XmlElementReader& element, SessionConfiguration& sessions)
     element.Read("lifetimeSeconds", sessions.lifetime, seconds(1), longest);
     element.Read("maximumPerUser", sessions.maximumPerUser, 1, 64);
     element.Read("maximumTotal", sessions.maximumTotal, 1, 4096);
+}
+
+void ReadAudit(XmlElementReader& element, AuditConfiguration& audit)
+{
+    element.Read("database", audit.databasePath);
+    element.Read("maximumMebibytes", audit.maximumMebibytes, 4, 1024);
+    audit.position = element.GetPosition();
 }
 
 void ReadServiceProvider(XmlElementReader& element, std::vector<RscEndpointConfiguration>& endpoints)
@@ -154,6 +162,11 @@ HostConfiguration LoadHostConfiguration(const BasicString& path)
                             }},
                            {"Page", readPage},
                            {"Users", readUsers},
+                           {"Audit",
+                            [&](XmlElementReader& element)
+                            {
+                                ReadAudit(element, configuration.audit);
+                            }},
                            {"Sessions",
                             [&](XmlElementReader& element)
                             {
@@ -171,6 +184,13 @@ HostConfiguration LoadHostConfiguration(const BasicString& path)
         {
             root.Report("the element 'Users' is missing");
         }
+        AuditConfiguration& audit = configuration.audit;
+        if (audit.databasePath.empty())
+        {
+            audit.databasePath =
+                std::filesystem::path(configuration.usersDatabasePath).replace_filename("audit.sqlite");
+        }
+        audit.position = audit.position.empty() ? configuration.usersPosition : audit.position;
     };
     XmlElementReader::ReadFile(path, "WbmHostDocument", readDocument);
     return configuration;

@@ -70,6 +70,21 @@ struct ModulesConfiguration
     BasicString position;
 };
 
+struct AuditConfiguration
+{
+    /// Unless configured: "audit.sqlite" beside the user database.
+    BasicString databasePath;
+    std::size_t maximumMebibytes = 16;
+
+    [[nodiscard]] std::size_t GetMaximumBytes() const noexcept
+    {
+        return maximumMebibytes * 1024 * 1024;
+    }
+
+    /// "FILE:LINE" of the element, for messages; of the user database's element where there is none.
+    BasicString position;
+};
+
 /// The configuration file of the host. A value type.
 struct HostConfiguration
 {
@@ -81,6 +96,7 @@ struct HostConfiguration
     BasicString pagePosition;
     BasicString usersDatabasePath;
     BasicString usersPosition;
+    AuditConfiguration audit;
     /// Per data provider.
     std::size_t maximumWaitingRequests = 16;
     /// The sockets of services that no component of this process provides.

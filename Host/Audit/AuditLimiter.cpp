@@ -1,0 +1,84 @@
+#include "Host/Audit/AuditLimiter.hpp"
+
+#include <algorithm>
+#include <optional>
+
+namespace Oxa::Host::Audit
+{
+
+using System::Nm::Notification;
+using System::Nm::NotificationKind;
+
+namespace
+{
+
+/// More users than this share the bounds of one.
+constexpr std::size_t maximumBuckets = 1024;
+
+/// Empty for a kind without bounds. The user of a failed log-in is only claimed, so it gets no bucket.
+std::optional<AuditLimiter::Key> FindKey(const Notification& notification)
+{
+    switch (notification.kind)
+    {
+    case NotificationKind::LogInFailed:
+    case NotificationKind::LogInThrottled:
+    case NotificationKind::CrossOriginRefused:
+        return AuditLimiter::Key{notification.kind, {}};
+    case NotificationKind::LoggedIn:
+    case NotificationKind::LoggedOut:
+    case NotificationKind::SessionExpired:
+    case NotificationKind::SessionEndedByOther:
+    case NotificationKind::RightsRefused:
+    case NotificationKind::CommandRefused:
+    case NotificationKind::PasswordConfirmed:
+    case NotificationKind::PasswordConfirmationFailed:
+        return AuditLimiter::Key{notification.kind, notification.user};
+    default:
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+AuditLimiter::Admission AuditLimiter::Admit(const Notification& notification, Clock::time_point now)
+{
+    auto key = FindKey(notification);
+    if (!key)
+    {
+        return {};
+    }
+    if (buckets.size() >= maximumBuckets && !buckets.contains(*key))
+    {
+        ForgetFullBuckets(now);
+        key->second = buckets.size() >= maximumBuckets ? BasicString() : std::move(key->second);
+    }
+    Bucket& bucket = buckets[*key];
+    const auto full = std::max(bucket.full, now) + interval;
+    if (full - now > burst * interval)
+    {
+        ++bucket.leftOut;
+        return {false, 0};
+    }
+    bucket.full = full;
+    return {true, std::exchange(bucket.leftOut, 0)};
+}
+
+std::map<BasicString, uint64> AuditLimiter::TakeLeftOut()
+{
+    std::map<BasicString, uint64> leftOut;
+    for (auto& [key, bucket] : buckets)
+    {
+        if (bucket.leftOut > 0)
+        {
+            leftOut[BasicString(System::Nm::GetNotificationKindName(key.first))] += std::exchange(bucket.leftOut, 0);
+        }
+    }
+    return leftOut;
+}
+
+void AuditLimiter::ForgetFullBuckets(Clock::time_point now)
+{
+    std::erase_if(buckets, [now](const auto& each) { return each.second.full <= now && each.second.leftOut == 0; });
+}
+
+} // namespace Oxa::Host::Audit
