@@ -1,5 +1,6 @@
 #include "Host/CommandLine.hpp"
 
+#include "Host/Audit/AuditStore.hpp"
 #include "Oxa/System/Um/UserInfo.hpp"
 
 #include <CLI/CLI.hpp>
@@ -51,6 +52,30 @@ void AddUserCommands(CLI::App& app, CommandLine& commandLine)
     addCommand("set-password", "Sets a user's password", Action::SetPassword, true);
 }
 
+void AddAuditCommands(CLI::App& app, CommandLine& commandLine)
+{
+    using Action = CommandLine::Action;
+    CLI::App* const audit =
+        app.add_subcommand("audit", "Shows and checks the audit trail")->require_subcommand(1)->fallthrough();
+    CLI::App* const list = audit->add_subcommand("list", "Lists rows, the newest last")->fallthrough();
+    list->callback([&commandLine] { commandLine.action = Action::ListAudit; });
+    list->add_option("--user", commandLine.auditUserName, "Only rows of this user");
+    list->add_option("--action", commandLine.auditAction, "Only rows of this action, for instance CommandExecuted");
+    const auto isTime = [](const BasicString& text)
+    {
+        return Audit::ParseUtcTime(text) ? BasicString()
+                                         : "'" + text + "' is no time like 2026-11-22 or 2026-11-22T10:30:00Z (UTC)";
+    };
+    list->add_option("--from", commandLine.auditFrom, "Only rows of this time (UTC) and later")->check(isTime);
+    list->add_option("--to", commandLine.auditTo, "Only rows before this time")->check(isTime);
+    list->add_option("--limit", commandLine.auditLimit, "At most this many, the newest")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 100000));
+    audit->add_subcommand("verify", "Checks that no row was changed, added or removed; status 1 if one was")
+        ->fallthrough()
+        ->callback([&commandLine] { commandLine.action = Action::VerifyAudit; });
+}
+
 } // namespace
 
 System::Commons::CommandLineOrStatus<CommandLine> ParseCommandLine(int argc, const char* const* argv)
@@ -73,6 +98,7 @@ System::Commons::CommandLineOrStatus<CommandLine> ParseCommandLine(int argc, con
     bool isCheck = false;
     app.add_flag("--check", isCheck, "Checks the configuration and everything that it names, without starting");
     AddUserCommands(app, commandLine);
+    AddAuditCommands(app, commandLine);
     try
     {
         app.parse(argc, argv);

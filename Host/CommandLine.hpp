@@ -3,6 +3,7 @@
 #include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <cstddef>
 #include <optional>
 
 namespace Oxa::Host
@@ -18,7 +19,9 @@ struct CommandLine
         AddUser,
         ListUsers,
         RemoveUser,
-        SetPassword
+        SetPassword,
+        ListAudit,
+        VerifyAudit
     };
 
     Action action = Action::Serve;
@@ -32,6 +35,12 @@ struct CommandLine
     bool printsExamples = false;
     BasicString userName;
     BasicString roleName;
+    /// Of "audit list", as they were given; empty: no bound.
+    BasicString auditUserName;
+    BasicString auditAction;
+    BasicString auditFrom;
+    BasicString auditTo;
+    std::size_t auditLimit = 50;
 };
 
 /// Prints mistakes in the command line, help or the version; the result is then the exit status.

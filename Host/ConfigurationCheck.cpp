@@ -1,5 +1,6 @@
 #include "Host/ConfigurationCheck.hpp"
 
+#include "Host/Audit/AuditStore.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Modules/HostedModule.hpp"
 #include "Host/Modules/ModuleManifest.hpp"
@@ -126,6 +127,35 @@ void CheckPage(CheckReport& report, const HostConfiguration& configuration)
     }
 }
 
+/// The first start creates a trail; where none is configured its folder is that of the users.
+void CheckAudit(CheckReport& report, const HostConfiguration& configuration, const StateFolder& stateFolder)
+{
+    const Configuration::AuditConfiguration& audit = configuration.audit;
+    report.position = audit.position;
+    const std::filesystem::path path = std::filesystem::absolute(audit.databasePath);
+    if (!std::filesystem::exists(path))
+    {
+        if (audit.position != configuration.usersPosition &&
+            path.parent_path() != std::filesystem::absolute(stateFolder.GetPath()))
+        {
+            CheckWritable(report, audit.databasePath);
+        }
+        return;
+    }
+    try
+    {
+        const Audit::AuditVerdict verdict = Audit::AuditStore(audit.databasePath).Verify();
+        if (!verdict.fault.empty())
+        {
+            report.AddFault(Format("the audit trail '{0}' is broken: {1}", audit.databasePath, verdict.fault));
+        }
+    }
+    catch (const System::Commons::Exception& exception)
+    {
+        report.AddFault(exception.GetMessage());
+    }
+}
+
 void CheckComponents(CheckReport& report, System::Commons::AppDomain& appDomain, const HostConfiguration& configuration)
 {
     System::Acf::ComponentManager components(appDomain);
@@ -199,6 +229,7 @@ int CheckConfiguration(System::Commons::AppDomain& appDomain, const HostConfigur
     {
         CheckPage(*report, configuration);
     }
+    CheckAudit(*report, configuration, stateFolder);
     CheckComponents(*report, appDomain, configuration);
     CheckModules(*report, appDomain, configuration);
     LogManager::RemoveSink(report);

@@ -1,3 +1,4 @@
+#include "Host/AuditCommands.hpp"
 #include "Host/CommandLine.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/ConfigurationCheck.hpp"
@@ -148,7 +149,10 @@ int Run(const CommandLine& commandLine, AppDomain& appDomain)
     }
     if (commandLine.action != CommandLine::Action::Serve)
     {
-        const int status = RunUserCommand(commandLine, configuration);
+        const bool isAudit = commandLine.action == CommandLine::Action::ListAudit ||
+                             commandLine.action == CommandLine::Action::VerifyAudit;
+        const int status =
+            isAudit ? RunAuditCommand(commandLine, configuration) : RunUserCommand(commandLine, configuration);
         Oxa::System::Commons::FlushOutput();
         return status;
     }

@@ -1,27 +1,21 @@
 #include "Host/UserCommands.hpp"
 
-#include "Host/Audit/AuditLog.hpp"
 #include "Host/CommandLine.hpp"
+#include "Host/CommandRecord.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/StateFolder.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Nm/Notification.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
-#include <grp.h>
-#include <pwd.h>
 #include <sodium.h>
-#include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -35,8 +29,6 @@ namespace Oxa::Host
 using System::Commons::ConfigurationException;
 using System::Commons::InvalidOperationException;
 using System::Commons::UseConfigured;
-using System::Commons::Diagnostics::Logging::LogConfiguration;
-using System::Commons::Diagnostics::Logging::LogManager;
 using System::Commons::Text::Format;
 using System::Nm::NotificationKind;
 using System::Um::UserInfo;
@@ -44,33 +36,6 @@ using System::Um::UserManager;
 
 namespace
 {
-
-/// Of the user who logged in to the machine, also when sudo changed the user since; else of the process's user.
-BasicString GetSystemUserName()
-{
-    uid_t user = static_cast<uid_t>(-1);
-    std::ifstream("/proc/self/loginuid") >> user;
-    if (user == static_cast<uid_t>(-1))
-    {
-        user = getuid();
-    }
-    const passwd* const entry = getpwuid(user);
-    return entry != nullptr ? entry->pw_name : std::to_string(user);
-}
-
-/// Instead of changing the owner of new files: in a folder of another user a link could redirect that.
-void BecomeOwner(const std::filesystem::path& folder)
-{
-    struct stat status = {};
-    if (geteuid() != 0 || stat(folder.c_str(), &status) != 0 || status.st_uid == 0)
-    {
-        return;
-    }
-    if (setgroups(1, &status.st_gid) != 0 || setgid(status.st_gid) != 0 || setuid(status.st_uid) != 0)
-    {
-        System::Commons::ThrowErrno(Format("cannot become the owner of '{0}'", folder.string()), errno);
-    }
-}
 
 /// The terminal as it was found, where the signal handler finds it.
 termios terminalBefore = {};
@@ -243,13 +208,8 @@ int RunUserCommand(const CommandLine& commandLine, const Configuration::HostConf
         }
         return EXIT_SUCCESS;
     }
-    LogConfiguration log = configuration.log;
-    if (log.target == LogConfiguration::Target::Console)
-    {
-        log.target = LogConfiguration::Target::Syslog;
-    }
     // First, so that nothing is changed without being recorded.
-    UseConfigured([&log] { LogManager::Configure(log); });
+    CommandRecord record(configuration);
     const auto change = ChangeUser(commandLine, *users);
     if (!change)
     {
@@ -262,8 +222,7 @@ int RunUserCommand(const CommandLine& commandLine, const Configuration::HostConf
     {
         fields.emplace_back("changed", "password");
     }
-    Audit::AuditLog().Write(
-        {{}, change->kind, "Host.UserCommands", systemUserName, change->user.name, std::move(fields)});
+    record.Write({{}, change->kind, "Host.UserCommands", systemUserName, change->user.name, std::move(fields)});
     return EXIT_SUCCESS;
 }
 

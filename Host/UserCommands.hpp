@@ -11,10 +11,10 @@ struct HostConfiguration;
 }
 
 /// Carries out one of the commands "user …", which also work while the host runs, prints the result and returns the
-/// exit status. Changes are written to the audit log: where the host logs to its standard error, to syslog. When root
-/// runs it, it first becomes the owner of the database's folder, so that no file there becomes root's. A password comes
-/// from standard input; when a signal ends the process meanwhile, the terminal gets its echo back first. Never makes a
-/// database. Throws what the user manager throws, and ConfigurationException when there is no database.
+/// exit status. Changes are recorded, see CommandRecord. When root runs it, it first becomes the owner of the
+/// database's folder, so that no file there becomes root's. A password comes from standard input; when a signal ends
+/// the process meanwhile, the terminal gets its echo back first. Never makes a database. Throws what the user manager
+/// throws, and ConfigurationException when there is no database.
 [[nodiscard]] int RunUserCommand(const CommandLine& commandLine, const Configuration::HostConfiguration& configuration);
 
 } // namespace Oxa::Host
