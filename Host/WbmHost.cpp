@@ -2,6 +2,8 @@
 
 #include "Host/Api/OpenApiDocument.hpp"
 #include "Host/Audit/AuditLog.hpp"
+#include "Host/Http/Problem.hpp"
+#include "Oxa/System/Commons/Diagnostics/CrashReport.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/Threading/EndSignals.hpp"
@@ -41,13 +43,16 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       authorizationService(
           {}, {}, {{AuthorizationServiceProxyFactory::GetInstance(), std::make_shared<AuthorizationService>(users)}}),
       components(appDomain),
+      crashReport(System::Commons::Diagnostics::KeepCrashReport(configuration.audit.databasePath + ".crash")),
+      auditTrail(configuration.audit, loop),
       registry(loop, configuration),
       modules(appDomain, registry, loop, notifications),
       sessions(configuration.sessions, users, notifications, loop),
       sessionRoute(sessions, loop.GetContext()),
-      dispatcher(registry, notifications),
-      systemRoutes({registry, modules, components, users}),
+      dispatcher(registry, notifications, [this] { return auditTrail.IsWritable(); }),
+      systemRoutes({registry, modules, components, users, auditTrail}),
       staticFiles(loop),
+      auditRoute(configuration.audit, registry.MakeStrand("the audit trail")),
       router({sessions, dispatcher, notifications,
               [this](const auto& exchange)
               {
@@ -64,6 +69,8 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
     SetPage();
     modules.Apply(std::move(manifests));
     notifications.Subscribe([log = Audit::AuditLog()](const System::Nm::Notification& each) { log.Write(each); });
+    notifications.Subscribe([this](const System::Nm::Notification& each) { auditTrail.Add(each); },
+                            [this] { auditTrail.Commit(); });
 }
 
 WbmHost::~WbmHost()
@@ -84,6 +91,7 @@ void WbmHost::SetRoutes()
     router.Set(Operation::LogOut, [this](const ApiRequest& each) { return sessionRoute.LogOut(*each.exchange); });
     router.Set(Operation::GetPages, [this](const ApiRequest& each)
                { return systemRoutes.HandlePages(each.exchange, each.caller->securityToken); });
+    router.Set(Operation::ListAudit, [this](const ApiRequest& each) { return auditRoute.List(each.exchange); });
     router.Set(Operation::GetBoot, [](const ApiRequest& each) { return SystemRoutes::HandleBootId(each.exchange); });
     router.Set(Operation::GetHealth, [](const ApiRequest& each) { return SystemRoutes::HandleHealth(each.exchange); });
     router.Set(Operation::GetReadiness,
@@ -194,10 +202,21 @@ void WbmHost::ReportReady()
 {
     if (const auto report = std::exchange(whenReady, nullptr))
     {
-        notifications.Publish({{}, NotificationKind::HostStarted, notificationSource, {}, "started", {}});
         System::Commons::ReleaseStartupMemory();
         report(server->GetPort());
+        // A disk may be slow: clients are served meanwhile.
+        boost::asio::post(loop.GetContext(), [this] { RecordStart(); });
     }
+}
+
+void WbmHost::RecordStart()
+{
+    const Threads::EventLoop::BlockingSection call(loop);
+    if (auto crash = auditTrail.FindCrash(crashReport))
+    {
+        notifications.Publish(std::move(*crash));
+    }
+    notifications.Publish({{}, NotificationKind::HostStarted, notificationSource, {}, "started", {}});
 }
 
 void WbmHost::BeginShutdown()

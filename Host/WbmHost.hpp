@@ -2,6 +2,8 @@
 
 #include "Host/Api/ApiRouter.hpp"
 #include "Host/Api/SystemRoutes.hpp"
+#include "Host/Audit/AuditRoute.hpp"
+#include "Host/Audit/AuditTrail.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Http/HttpServer.hpp"
 #include "Host/Modules/Dispatcher.hpp"
@@ -61,6 +63,7 @@ private:
     void BeginStart();
     void StartModules();
     void ReportReady();
+    void RecordStart();
     void BeginShutdown();
     void HurryShutdown();
 
@@ -70,6 +73,9 @@ private:
     System::Rsc::RscRegistration authorizationService;
     System::Acf::ComponentManager components;
     Threads::EventLoop loop;
+    /// Of the process before this one; empty unless it crashed.
+    const BasicString crashReport;
+    Audit::AuditTrail auditTrail;
     Modules::ModuleRegistry registry;
     Modules::ModuleSupervisor modules;
     Sessions::SessionManager sessions;
@@ -77,6 +83,7 @@ private:
     Modules::Dispatcher dispatcher;
     Api::SystemRoutes systemRoutes;
     StaticFiles staticFiles;
+    Audit::AuditRoute auditRoute;
     Api::ApiRouter router;
     std::shared_ptr<Http::HttpServer> server;
     boost::asio::steady_timer startTimer;

@@ -1,5 +1,6 @@
 #include "Host/Api/SystemRoutes.hpp"
 
+#include "Host/Audit/AuditTrail.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Host/Modules/ModuleSupervisor.hpp"
@@ -148,6 +149,10 @@ void SystemRoutes::SendReadiness(Http::IHttpExchange& exchange) const
     if (!CanReadUsers())
     {
         causes.emplace_back("the users cannot be read");
+    }
+    if (!parts.auditTrail.IsWritable())
+    {
+        causes.emplace_back("the audit trail cannot be written");
     }
     const std::vector<BasicString> dataProviders = parts.registry.FindUnavailableDataProviders();
     for (const auto& request : parts.registry.FindHangingRequests())

@@ -16,6 +16,11 @@ namespace Oxa::System::Um
 class UserManager;
 }
 
+namespace Oxa::Host::Audit
+{
+class AuditTrail;
+}
+
 namespace Oxa::Host::Modules
 {
 class ModuleRegistry;
@@ -39,6 +44,7 @@ public:
         const Modules::ModuleSupervisor& modules;
         const System::Acf::ComponentManager& components;
         const System::Um::UserManager& users;
+        const Audit::AuditTrail& auditTrail;
     };
 
     explicit SystemRoutes(const Parts& parts);

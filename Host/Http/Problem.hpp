@@ -26,6 +26,8 @@ struct Problem
 namespace Problems
 {
 
+inline constexpr Problem invalidFilter{
+    400, "invalid-filter", "A time is not like 2026-11-22 or 2026-11-22T10:30:00Z, or a number is out of range."};
 inline constexpr Problem malformedRequest{400, "malformed-request", "The request is not well-formed HTTP."};
 inline constexpr Problem invalidCredentials{
     400, "invalid-log-in",
@@ -54,6 +56,8 @@ inline constexpr Problem internalError{
 inline constexpr Problem invalidServiceResponse{502, "bad-service-answer",
                                                 "The device service returned an invalid response."};
 inline constexpr Problem notAvailable{503, "not-available", "The data provider is not available at the moment."};
+inline constexpr Problem auditNotWritable{503, "audit-not-writable",
+                                          "The audit trail cannot be written, so commands are refused."};
 inline constexpr Problem serviceNotAvailable{503, "service-not-available",
                                              "The device service is not available at the moment."};
 inline constexpr Problem serviceLost{503, "service-lost",

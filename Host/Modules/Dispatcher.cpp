@@ -102,8 +102,9 @@ WbmResponse HandleRequest(const IHttpExchange& exchange, const DataProvider& pro
 
 } // namespace
 
-Dispatcher::Dispatcher(ModuleRegistry& registry, System::Nm::NotificationManager& notifications)
-    : registry(registry), notifications(notifications)
+Dispatcher::Dispatcher(ModuleRegistry& registry, System::Nm::NotificationManager& notifications,
+                       std::function<bool()> isAuditWritable)
+    : registry(registry), notifications(notifications), isAuditWritable(std::move(isAuditWritable))
 {
 }
 
@@ -144,6 +145,13 @@ void Dispatcher::Call(IHttpExchange& exchange, const DataProvider& provider, con
         SendProblem(exchange, *obstacle);
         return;
     }
+    if (!provider.isSafe && !Announce(exchange, request))
+    {
+        Publish(NotificationKind::CommandRefused, exchange, request,
+                {{"errorCode", BasicString(Http::Problems::auditNotWritable.code)}});
+        SendProblem(exchange, Http::Problems::auditNotWritable);
+        return;
+    }
     const WbmResponse response =
         provider.manifest.isSafe ? HandleRequest(exchange, provider, request) : Execute(exchange, provider, request);
     // Values of two runs may be mixed in a read; the response to a command tells what was done.
@@ -155,8 +163,19 @@ void Dispatcher::Call(IHttpExchange& exchange, const DataProvider& provider, con
     exchange.Send({200, response.GetHeader().GetMediaType(), response.GetBody()});
 }
 
+/// False: the command would leave no trace, should the host end before the outcome is stored.
+bool Dispatcher::Announce(IHttpExchange& exchange, const ProviderRequest& request) const
+{
+    if (!isAuditWritable())
+    {
+        return false;
+    }
+    Publish(NotificationKind::CommandRequested, exchange, request, {});
+    return isAuditWritable();
+}
+
 /// Publishes the outcome: also when the module's response is an error, or the module throws.
-WbmResponse Dispatcher::Execute(const IHttpExchange& exchange, const DataProvider& provider,
+WbmResponse Dispatcher::Execute(IHttpExchange& exchange, const DataProvider& provider,
                                 const ProviderRequest& request) const
 {
     try
@@ -164,7 +183,7 @@ WbmResponse Dispatcher::Execute(const IHttpExchange& exchange, const DataProvide
         WbmResponse response = HandleRequest(exchange, provider, request);
         const BasicString errorCode = FindErrorCode(response.GetBody());
         Publish(errorCode.empty() ? NotificationKind::CommandExecuted : NotificationKind::CommandFailed, exchange,
-                request, {{"outcome", errorCode.empty() ? "success" : "error"}, {"errorCode", errorCode}});
+                request, {{"outcome", errorCode.empty() ? "success" : "failure"}, {"errorCode", errorCode}});
         return response;
     }
     catch (const RscServiceException& exception)
@@ -172,21 +191,22 @@ WbmResponse Dispatcher::Execute(const IHttpExchange& exchange, const DataProvide
         const bool mayBeDone =
             exception.GetFault() == RscFault::TimedOut || exception.GetFault() == RscFault::ConnectionLost;
         Publish(NotificationKind::CommandFailed, exchange, request,
-                {{"outcome", mayBeDone ? "unknown" : "no-service"}});
+                {{"outcome", mayBeDone ? "unknown" : "failure"}, {"cause", "no-service"}});
         throw;
     }
     catch (...)
     {
-        Publish(NotificationKind::CommandFailed, exchange, request, {{"outcome", "exception"}});
+        Publish(NotificationKind::CommandFailed, exchange, request, {{"outcome", "failure"}, {"cause", "exception"}});
         throw;
     }
 }
 
-void Dispatcher::Publish(NotificationKind kind, const IHttpExchange& exchange, const ProviderRequest& request,
+void Dispatcher::Publish(NotificationKind kind, IHttpExchange& exchange, const ProviderRequest& request,
                          Fields details) const
 {
     Fields fields = {{"dataProvider", request.providerName}, {"address", exchange.GetClientAddress()}};
     std::ranges::move(details, std::back_inserter(fields));
+    fields.emplace_back("requestId", exchange.GetRequestId());
     const BasicString text(Text::Truncate(request.requestName, maximumLoggedBytes));
     notifications.Publish({{}, kind, "Host.Modules", request.userName, text, std::move(fields)});
 }

@@ -4,6 +4,7 @@
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Um/SecurityToken.hpp"
 
+#include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -36,12 +37,14 @@ struct ProviderRequest
 
 /// Passes requests to the data providers and sends their responses. In this order: unknown provider 404, method 405,
 /// module's gate closed or provider unavailable 503, no permission 403, unknown request 404, then the module's own
-/// response. Requests to a provider that is not safe are commands, and published as such, with their outcome. Threads:
-/// the event loop's.
+/// response. Requests to a provider that is not safe are commands: each is published before it is carried out and then
+/// with its outcome, and refused with 503 while the audit trail cannot store that. Threads: the event loop's.
 class Dispatcher final
 {
 public:
-    Dispatcher(ModuleRegistry& registry, System::Nm::NotificationManager& notifications);
+    /// `isAuditWritable`: whether what was published last is on the disk.
+    Dispatcher(ModuleRegistry& registry, System::Nm::NotificationManager& notifications,
+               std::function<bool()> isAuditWritable);
 
     [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange,
                                         ProviderRequest request) const;
@@ -50,13 +53,15 @@ private:
     using Fields = std::vector<std::pair<BasicString, BasicString>>;
 
     void Call(Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const;
+    [[nodiscard]] bool Announce(Http::IHttpExchange& exchange, const ProviderRequest& request) const;
     [[nodiscard]] Services::Commons::Wbm::WbmResponse
-    Execute(const Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const;
-    void Publish(System::Nm::NotificationKind kind, const Http::IHttpExchange& exchange, const ProviderRequest& request,
+    Execute(Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const;
+    void Publish(System::Nm::NotificationKind kind, Http::IHttpExchange& exchange, const ProviderRequest& request,
                  Fields details) const;
 
     ModuleRegistry& registry;
     System::Nm::NotificationManager& notifications;
+    const std::function<bool()> isAuditWritable;
 };
 
 } // namespace Oxa::Host::Modules

@@ -117,9 +117,11 @@ TEST(Dispatching, TellsTheAuditTrailHowCommandsEnded)
           "CommandExecuted source='Host.Modules' user='admin' text='Echo'" + details + "outcome='success'",
           "CommandExecuted source='Host.Modules' user='admin' text='Reply'" + details + "outcome='success'",
           "CommandFailed source='Host.Modules' user='admin' text='Reply'" + details +
-              R"(outcome='error' errorCode='not \u202eavailable')",
-          "CommandFailed source='Host.Modules' user='admin' text='Throw'" + details + "outcome='exception'",
-          "CommandFailed source='Host.Modules' user='admin' text='LoseService'" + details + "outcome='no-service'"})
+              R"(outcome='failure' errorCode='not \u202eavailable')",
+          "CommandFailed source='Host.Modules' user='admin' text='Throw'" + details +
+              "outcome='failure' cause='exception'",
+          "CommandFailed source='Host.Modules' user='admin' text='LoseService'" + details +
+              "outcome='failure' cause='no-service'"})
     {
         EXPECT_THAT(errors, HasSubstr(line));
     }

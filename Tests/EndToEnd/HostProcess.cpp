@@ -65,7 +65,17 @@ void HostProcess::WaitUntilReady()
 
 int HostProcess::RunUserCommand(const std::vector<BasicString>& arguments, std::string_view input)
 {
-    Support::ChildProcess command(MakeUserCommand(arguments), input);
+    return RunCommand(MakeUserCommand(arguments), input);
+}
+
+int HostProcess::RunAuditCommand(const std::vector<BasicString>& arguments)
+{
+    return RunCommand(MakeCommand("audit", arguments), {});
+}
+
+int HostProcess::RunCommand(const std::vector<BasicString>& arguments, std::string_view input)
+{
+    Support::ChildProcess command(arguments, input);
     const int status = command.Wait();
     commandOutput = command.GetOutput() + command.GetErrors();
     return status;
@@ -73,10 +83,16 @@ int HostProcess::RunUserCommand(const std::vector<BasicString>& arguments, std::
 
 std::vector<BasicString> HostProcess::MakeUserCommand(const std::vector<BasicString>& commandArguments) const
 {
+    return MakeCommand("user", commandArguments);
+}
+
+std::vector<BasicString> HostProcess::MakeCommand(const char* group,
+                                                  const std::vector<BasicString>& commandArguments) const
+{
     std::vector<BasicString> arguments = MakeArguments();
     arguments.emplace_back("--variable");
     arguments.emplace_back(BasicString("FAKES=") + OXA_FAKES);
-    arguments.emplace_back("user");
+    arguments.emplace_back(group);
     arguments.insert(arguments.end(), commandArguments.begin(), commandArguments.end());
     return arguments;
 }

@@ -50,6 +50,9 @@ public:
     /// Runs a command "user …" and returns its exit status.
     int RunUserCommand(const std::vector<BasicString>& arguments, std::string_view input = {});
 
+    /// Runs a command "audit …" and returns its exit status.
+    int RunAuditCommand(const std::vector<BasicString>& arguments);
+
     /// What the last command wrote to both of its outputs.
     [[nodiscard]] const BasicString& GetCommandOutput() const
     {
@@ -88,6 +91,9 @@ public:
 
 private:
     [[nodiscard]] std::vector<BasicString> MakeArguments() const;
+    [[nodiscard]] std::vector<BasicString> MakeCommand(const char* group,
+                                                       const std::vector<BasicString>& arguments) const;
+    int RunCommand(const std::vector<BasicString>& command, std::string_view input);
 
     Support::TemporaryFolder folder;
     BasicString configurationPath;

@@ -94,7 +94,11 @@ protected:
     Threads::EventLoop loop;
     std::optional<Sessions::SessionManager> sessions;
     Modules::ModuleRegistry registry{loop, {}};
-    Modules::Dispatcher dispatcher{registry, notifications};
+    Modules::Dispatcher dispatcher{registry, notifications,
+                                   []
+                                   {
+                                       return true;
+                                   }};
     std::optional<ApiRouter> router;
     std::shared_ptr<FakeExchange> exchange;
     std::vector<System::Nm::Notification> refused;

@@ -71,7 +71,7 @@ protected:
                 BasicString line(System::Nm::GetNotificationKindName(each.kind));
                 for (const auto& [name, value] : each.fields)
                 {
-                    line += name == "outcome" || name == "errorCode" ? ' ' + value : "";
+                    line += name == "outcome" || name == "errorCode" || name == "cause" ? ' ' + value : "";
                 }
                 published.push_back(line + (each.user == "ann" && each.text == "Run" ? "" : " of another"));
             });
@@ -96,9 +96,14 @@ protected:
     std::shared_ptr<FakeHandler> handler = std::make_shared<FakeHandler>();
     ModuleRegistry::Registrar registrar{registry, "Fake", gate};
     System::Nm::NotificationManager notifications;
-    Dispatcher dispatcher{registry, notifications};
+    Dispatcher dispatcher{registry, notifications,
+                          [this]
+                          {
+                              return isAuditWritable;
+                          }};
     std::shared_ptr<FakeExchange> exchange;
     std::vector<BasicString> published;
+    bool isAuditWritable = true;
 };
 
 TEST_F(Dispatchers, CheckInTheGivenOrder)
@@ -168,15 +173,16 @@ TEST_F(Dispatchers, MapFaultsOfServicesAndPublishTheOutcomeOfCommandsOnly)
     const std::tuple<Run, unsigned, const char*, const char*> cases[] = {
         {reply("done"), 200, "done", "CommandExecuted success "},
         {reply(R"({"payload":{"errorCode":"x"},"errorCode":""})"), 200, "payload", "CommandExecuted success "},
-        {reply(R"({"errorCode":"busy"})"), 200, "busy", "CommandFailed error busy"},
-        {fail(RscFault::NotAvailable), 503, "\"service-not-available\"", "CommandFailed no-service"},
-        {fail(RscFault::TimedOut), 504, "\"service-timeout\"", "CommandFailed unknown"},
-        {fail(RscFault::ConnectionLost), 503, "\"service-lost\"", "CommandFailed unknown"},
-        {fail(RscFault::InvalidResponse), 502, "\"bad-service-answer\"", "CommandFailed no-service"},
-        {fail(RscFault::Refused), 503, "\"service-refused\"", "CommandFailed no-service"},
+        {reply(R"({"errorCode":"busy"})"), 200, "busy", "CommandFailed failure busy"},
+        {fail(RscFault::NotAvailable), 503, "\"service-not-available\"", "CommandFailed failure no-service"},
+        {fail(RscFault::TimedOut), 504, "\"service-timeout\"", "CommandFailed unknown no-service"},
+        {fail(RscFault::ConnectionLost), 503, "\"service-lost\"", "CommandFailed unknown no-service"},
+        {fail(RscFault::InvalidResponse), 502, "\"bad-service-answer\"", "CommandFailed failure no-service"},
+        {fail(RscFault::Refused), 503, "\"service-refused\"", "CommandFailed failure no-service"},
         {[](const WbmRequest&) -> BasicString { throw std::runtime_error("secret"); }, 500, "\"internal-error\"",
-         "CommandFailed exception"},
-        {[](const WbmRequest&) -> BasicString { throw 1; }, 500, "\"internal-error\"", "CommandFailed exception"}};
+         "CommandFailed failure exception"},
+        {[](const WbmRequest&) -> BasicString { throw 1; }, 500, "\"internal-error\"",
+         "CommandFailed failure exception"}};
     for (const auto& [run, status, text, outcome] : cases)
     {
         handler->run = run;
@@ -187,13 +193,33 @@ TEST_F(Dispatchers, MapFaultsOfServicesAndPublishTheOutcomeOfCommandsOnly)
             EXPECT_EQ(response.status, status) << text;
             EXPECT_THAT(response.body, testing::HasSubstr(text));
         }
-        EXPECT_THAT(published, testing::ElementsAre(outcome));
+        EXPECT_THAT(published, testing::ElementsAre("CommandRequested", outcome));
     }
     published.clear();
     Ask(HttpMethod::Post, "Safe", "Run", 2);
     EXPECT_THAT(published, testing::IsEmpty());
     Ask(HttpMethod::Post, "Control", "Run", 2);
     EXPECT_THAT(published, testing::ElementsAre("CommandRefused no-permission"));
+}
+
+TEST_F(Dispatchers, CarryOutNoCommandThatLeavesNoTrace)
+{
+    bool isRun = false;
+    handler->run = [&isRun](const WbmRequest&)
+    {
+        isRun = true;
+        return "done";
+    };
+    isAuditWritable = false;
+    EXPECT_EQ(Ask(HttpMethod::Get, "Safe").status, 200U);
+    isRun = false;
+    EXPECT_EQ(Ask(HttpMethod::Post, "Control").status, 503U);
+    EXPECT_THAT(exchange->body, testing::HasSubstr("\"audit-not-writable\""));
+    EXPECT_THAT(published, testing::ElementsAre("CommandRefused audit-not-writable"));
+    isAuditWritable = true;
+    notifications.Subscribe([this](const System::Nm::Notification&) { isAuditWritable = false; });
+    EXPECT_EQ(Ask(HttpMethod::Post, "Control").status, 503U) << "the disk became full by this command's own row";
+    EXPECT_FALSE(isRun);
 }
 
 TEST_F(Dispatchers, DropTheResponseToAReadWhenTheModuleClosesMeanwhileButNotThatToACommand)

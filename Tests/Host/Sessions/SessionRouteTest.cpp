@@ -78,7 +78,11 @@ protected:
     std::optional<SessionManager> sessions;
     std::optional<SessionRoute> route;
     Modules::ModuleRegistry registry{loop, {}};
-    Modules::Dispatcher dispatcher{registry, notifications};
+    Modules::Dispatcher dispatcher{registry, notifications,
+                                   []
+                                   {
+                                       return true;
+                                   }};
     std::optional<Api::ApiRouter> router;
     Http::HttpRequest request{.host = "h", .contentType = "Application/JSON; charset=utf-8"};
     Handling handling = Handling::Completed;
