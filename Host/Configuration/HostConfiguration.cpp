@@ -137,7 +137,8 @@ HostConfiguration LoadHostConfiguration(const BasicString& path)
     };
     const auto readRequests = [&configuration](XmlElementReader& element)
     {
-        element.Read("maximumWaiting", configuration.maximumWaitingRequests, 0, 1000);
+        element.Read("maximumWaiting", configuration.waitingLimits.maximum, 0, 1000);
+        element.Read("maximumWaitingPerClient", configuration.waitingLimits.maximumPerClient, 0, 1000);
     };
     const auto readServices = [&configuration](XmlElementReader& element)
     {

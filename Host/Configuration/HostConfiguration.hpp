@@ -85,6 +85,14 @@ struct AuditConfiguration
     BasicString position;
 };
 
+/// Of the requests that wait while a data provider processes another one.
+struct WaitingLimits
+{
+    std::size_t maximum = 16;
+    /// Of one session, or of one address without a session.
+    std::size_t maximumPerClient = 2;
+};
+
 /// The configuration file of the host. A value type.
 struct HostConfiguration
 {
@@ -97,8 +105,7 @@ struct HostConfiguration
     BasicString usersDatabasePath;
     BasicString usersPosition;
     AuditConfiguration audit;
-    /// Per data provider.
-    std::size_t maximumWaitingRequests = 16;
+    WaitingLimits waitingLimits;
     /// The sockets of services that no component of this process provides.
     std::vector<System::Rsc::RscEndpointConfiguration> serviceEndpoints;
     std::vector<System::Acf::ComponentConfiguration> components;

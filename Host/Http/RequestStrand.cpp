@@ -2,6 +2,9 @@
 
 #include <boost/asio/post.hpp>
 
+#include <algorithm>
+#include <cstddef>
+
 // A strand is idle, busy (one task is in progress, others may wait) or closed. `mutex` guards these states and is never
 // held while a task runs or a response is sent. The thread that ends a task makes the strand idle or posts the next
 // task to the loop, so no thread ever waits for the strand, but in `Close` for the task in progress.
@@ -30,16 +33,77 @@ BasicString GetLoggedPath(const IHttpExchange& exchange)
 
 } // namespace
 
-RequestStrand::RequestStrand(Threads::EventLoop& loop, BasicString name, std::size_t maximumWaiting,
+RequestStrand::RequestStrand(Threads::EventLoop& loop, BasicString name, const Configuration::WaitingLimits& limits,
                              FindProblem findProblem, std::chrono::milliseconds hangTime)
     : loop(loop),
       reserve(loop),
       record(std::move(name)),
-      maximumWaiting(maximumWaiting),
+      limits(limits),
       findProblem(findProblem),
       hangTime(hangTime),
       timer(loop.GetContext())
 {
+}
+
+/// In progress or waiting. Requires: the strand is busy.
+std::size_t RequestStrand::CountTasks(uint64 clientId) const
+{
+    return static_cast<std::size_t>(std::ranges::count(waiting, clientId, &Waiting::clientId)) +
+           (currentClientId == clientId ? 1 : 0);
+}
+
+/// Whether one more request of the client may wait; that of another client with more of them may be refused for it.
+bool RequestStrand::TryMakeRoom(uint64 clientId)
+{
+    if (std::ranges::count(waiting, clientId, &Waiting::clientId) >=
+        static_cast<std::ptrdiff_t>(limits.maximumPerClient))
+    {
+        return false;
+    }
+    if (waiting.size() < limits.maximum)
+    {
+        return true;
+    }
+    // The last one by rank is the last one of a client with the most tasks.
+    if (waiting.empty() || waiting.back().rank <= CountTasks(clientId))
+    {
+        return false;
+    }
+    Refuse(std::move(waiting.back().exchange), Problems::tooManyRequests);
+    waiting.pop_back();
+    return true;
+}
+
+/// Behind the requests of clients that have at most as many before them.
+void RequestStrand::Wait(std::shared_ptr<IHttpExchange> exchange, Task task)
+{
+    const uint64 clientId = exchange->GetClientId();
+    const std::size_t rank = CountTasks(clientId);
+    waiting.insert(std::ranges::upper_bound(waiting, rank, {}, &Waiting::rank),
+                   {std::move(exchange), std::move(task), clientId, rank});
+}
+
+/// What waits of the client whose task has ended moves up.
+RequestStrand::Waiting RequestStrand::TakeNext()
+{
+    for (Waiting& each : waiting)
+    {
+        each.rank -= each.clientId == currentClientId ? 1 : 0;
+    }
+    std::ranges::stable_sort(waiting, {}, &Waiting::rank);
+    Waiting next = std::move(waiting.front());
+    waiting.pop_front();
+    return next;
+}
+
+void RequestStrand::Refuse(std::shared_ptr<IHttpExchange> exchange, const Problem& problem)
+{
+    boost::asio::post(loop.GetContext(),
+                      [exchange = std::move(exchange), &problem]
+                      {
+                          SendProblem(*exchange, problem);
+                          exchange->Resume();
+                      });
 }
 
 /// Null: the task has begun.
@@ -65,6 +129,7 @@ void RequestStrand::Begin(IHttpExchange& exchange)
     }
     isBusy = true;
     current = &exchange;
+    currentClientId = exchange.GetClientId();
     isHangReported = false;
 }
 
@@ -161,16 +226,15 @@ void RequestStrand::Leave() noexcept
     }
     while (!waiting.empty())
     {
-        Waiting next = std::move(waiting.front());
-        waiting.pop_front();
+        Waiting next = TakeNext();
         try
         {
-            Begin(*next.first);
+            Begin(*next.exchange);
             boost::asio::post(loop.GetContext(),
                               [self = shared_from_this(), next = std::move(next)]
                               {
-                                  self->Execute(*next.first, next.second);
-                                  next.first->Resume();
+                                  self->Execute(*next.exchange, next.task);
+                                  next.exchange->Resume();
                               });
             return;
         }
@@ -198,12 +262,7 @@ void RequestStrand::Close()
     }
     for (Waiting& each : refused)
     {
-        boost::asio::post(loop.GetContext(),
-                          [exchange = std::move(each.first)]
-                          {
-                              SendProblem(*exchange, Problems::serviceNotAvailable);
-                              exchange->Resume();
-                          });
+        Refuse(std::move(each.exchange), Problems::serviceNotAvailable);
     }
 }
 

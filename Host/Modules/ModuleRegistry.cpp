@@ -327,7 +327,7 @@ bool ModuleRegistry::Registrar::IsAvailable() const
 }
 
 ModuleRegistry::ModuleRegistry(Threads::EventLoop& loop, const Configuration::HostConfiguration& configuration)
-    : loop(loop), maximumWaiting(configuration.maximumWaitingRequests)
+    : loop(loop), waitingLimits(configuration.waitingLimits)
 {
 }
 
@@ -360,7 +360,7 @@ BasicString ModuleRegistry::FindRefusalCause(const BasicString& name, const Basi
 
 std::shared_ptr<Http::RequestStrand> ModuleRegistry::MakeStrand(BasicString name) const
 {
-    return std::make_shared<Http::RequestStrand>(loop, std::move(name), maximumWaiting, &FindServiceProblem);
+    return std::make_shared<Http::RequestStrand>(loop, std::move(name), waitingLimits, &FindServiceProblem);
 }
 
 std::shared_ptr<const DataProvider> ModuleRegistry::FindDataProvider(std::string_view name) const

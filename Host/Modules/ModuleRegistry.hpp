@@ -172,7 +172,7 @@ private:
     [[nodiscard]] std::vector<BasicString> FindExpectedOf(std::string_view moduleName) const;
 
     Threads::EventLoop& loop;
-    const std::size_t maximumWaiting;
+    const Configuration::WaitingLimits waitingLimits;
 
     mutable System::Commons::Mutex mutex;
     /// By their names.

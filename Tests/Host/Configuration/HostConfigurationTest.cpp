@@ -35,7 +35,7 @@ TEST(ReadingTheConfiguration, ReadsEveryElementAndAttribute)
              <Page folder="/w"/>
             <Users database="${STATE}/u"/>
             <Sessions idleSeconds="9" lifetimeSeconds="10" maximumPerUser="11" maximumTotal="12"/>
-            <Requests maximumWaiting="13"/>
+            <Requests maximumWaiting="13" maximumWaitingPerClient="14"/>
             <Services><Provider name="D" socket="/d" readMilliseconds="10" commandMilliseconds="60000"/>
                 <Provider name="E" socket="/e"/></Services>
             <Components><Component name="A" library="/a" settings="/as"/><Component name="B" library="/a" component="A"/>
@@ -66,7 +66,8 @@ TEST(ReadingTheConfiguration, ReadsEveryElementAndAttribute)
     EXPECT_EQ(configuration.sessions.lifetime.count(), 10);
     EXPECT_EQ(configuration.sessions.maximumPerUser, 11U);
     EXPECT_EQ(configuration.sessions.maximumTotal, 12U);
-    EXPECT_EQ(configuration.maximumWaitingRequests, 13U);
+    EXPECT_EQ(configuration.waitingLimits.maximum, 13U);
+    EXPECT_EQ(configuration.waitingLimits.maximumPerClient, 14U);
     ASSERT_EQ(configuration.serviceEndpoints.size(), 2U);
     EXPECT_EQ(configuration.serviceEndpoints[0].socketPath, "/d");
     EXPECT_EQ(configuration.serviceEndpoints[0].readTimeout.count(), 10);

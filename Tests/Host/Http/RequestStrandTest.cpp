@@ -39,7 +39,8 @@ protected:
 
     Tests::Support::LogRecorder log{System::Commons::Diagnostics::Logging::LogLevel::Notice};
     Threads::EventLoop loop;
-    std::shared_ptr<RequestStrand> strand = std::make_shared<RequestStrand>(loop, "Dp", 1, &FindProblem);
+    Configuration::WaitingLimits limits{1, 2};
+    std::shared_ptr<RequestStrand> strand = std::make_shared<RequestStrand>(loop, "Dp", limits, &FindProblem);
     Handling handling = Handling::Deferred;
 };
 
@@ -72,6 +73,52 @@ TEST_F(Strands, LetOneWaitAndRefuseTheNext)
     EXPECT_TRUE(waiting->isResumed);
 }
 
+TEST_F(Strands, LetClientsTakeTurns)
+{
+    limits = {6, 2};
+    strand = std::make_shared<RequestStrand>(loop, "Dp", limits, &FindProblem);
+    std::vector<BasicString> order;
+    std::vector<std::shared_ptr<FakeExchange>> exchanges;
+    // The requests come while one of the client 1 is in progress; "503" stands for those that are refused.
+    const auto ask = [&](uint64 clientId, const BasicString& name)
+    {
+        auto exchange = std::make_shared<FakeExchange>();
+        exchange->clientId = clientId;
+        exchanges.push_back(exchange);
+        const auto task = [&order, name](IHttpExchange& each)
+        {
+            order.push_back(name);
+            Respond(each);
+        };
+        (void)strand->Run(exchange, RequestStrand::Task(task));
+        return exchange->status == 0 ? "" : std::to_string(exchange->status);
+    };
+    const auto first = std::make_shared<FakeExchange>();
+    first->clientId = 1;
+    const auto task = [&](IHttpExchange& each)
+    {
+        EXPECT_EQ(ask(1, "1b"), "");
+        EXPECT_EQ(ask(1, "1c"), "") << "at the bound of a client";
+        EXPECT_EQ(ask(1, "1d"), "503") << "above it";
+        EXPECT_EQ(ask(2, "2a"), "");
+        EXPECT_EQ(ask(2, "2b"), "");
+        EXPECT_EQ(ask(3, "3a"), "");
+        EXPECT_EQ(ask(4, "4a"), "") << "at the bound of all";
+        EXPECT_EQ(ask(4, "4b"), "") << "in the place of 1c";
+        EXPECT_EQ(ask(5, "5a"), "") << "in the place of 4b, the last one of two of its rank";
+        EXPECT_EQ(ask(3, "3b"), "503") << "no client has more";
+        Respond(each);
+    };
+    EXPECT_EQ(strand->Run(first, RequestStrand::Task(task)), Handling::Completed);
+    while (loop.GetContext().poll() > 0)
+    {
+        loop.GetContext().restart();
+    }
+    EXPECT_THAT(order, testing::ElementsAre("2a", "3a", "4a", "5a", "1b", "2b"));
+    EXPECT_EQ(exchanges[1]->status, 503U);
+    EXPECT_TRUE(exchanges[1]->isResumed);
+}
+
 TEST_F(Strands, TurnWhatATaskThrowsIntoAResponseWithoutItsText)
 {
     const auto fault = Ask([](IHttpExchange&) { throw std::runtime_error("inner secret"); });
@@ -95,7 +142,7 @@ TEST_F(Strands, SendTheProblemThatIsKnownForAnExceptionAndLogItOnce)
 
 TEST_F(Strands, LogATaskThatHangsOnceAndItsReturn)
 {
-    strand = std::make_shared<RequestStrand>(loop, "Dp", 1, &FindProblem, std::chrono::milliseconds(1));
+    strand = std::make_shared<RequestStrand>(loop, "Dp", limits, &FindProblem, std::chrono::milliseconds(1));
     const auto exchange = std::make_shared<FakeExchange>();
     exchange->request.path = "/api/v1/Dp/Hang";
     const auto hang = [this](IHttpExchange& each)
