@@ -97,8 +97,22 @@ std::unique_ptr<UserManager> OpenUsers(const BasicString& path)
         });
 }
 
+/// With what the command line replaces.
+HostConfiguration LoadConfiguration(const CommandLine& commandLine)
+{
+    HostConfiguration configuration = Oxa::Host::Configuration::LoadHostConfiguration(commandLine.configurationPath);
+    configuration.http.port = commandLine.port.value_or(configuration.http.port);
+    if (!commandLine.logPath.empty())
+    {
+        configuration.log.target = LogConfiguration::Target::File;
+        configuration.log.filePath = commandLine.logPath;
+    }
+    return configuration;
+}
+
 void Serve(const CommandLine& commandLine, const HostConfiguration& configuration, AppDomain& appDomain)
 {
+    Oxa::Host::Reload::BlockSignal();
     // For requests to finish, and the same time again for modules and components to stop.
     EndSignals::Watch(2 * configuration.http.shutdownTimeout);
     UseConfigured([&configuration] { LogManager::Configure(configuration.log); });
@@ -112,7 +126,9 @@ void Serve(const CommandLine& commandLine, const HostConfiguration& configuratio
     {
         ReportInitialUser(password, stateFolder.GetInitialPasswordPath());
     }
-    Oxa::Host::WbmHost host(appDomain, configuration, std::move(modules), *users);
+    Oxa::Host::WbmHost host(
+        appDomain, configuration, [&commandLine] { return LoadConfiguration(commandLine); }, std::move(modules),
+        *users);
     host.Run(
         [&](Oxa::uint16 port)
         {
@@ -135,13 +151,7 @@ int Run(const CommandLine& commandLine, AppDomain& appDomain)
     // A variable of the command line may replace it.
     appDomain.SetVariable("OXA_STATE", std::filesystem::absolute(commandLine.stateFolder).string());
     SetProgramVariables(appDomain, commandLine.configurationPath, commandLine.variables);
-    HostConfiguration configuration = Oxa::Host::Configuration::LoadHostConfiguration(commandLine.configurationPath);
-    configuration.http.port = commandLine.port.value_or(configuration.http.port);
-    if (!commandLine.logPath.empty())
-    {
-        configuration.log.target = LogConfiguration::Target::File;
-        configuration.log.filePath = commandLine.logPath;
-    }
+    const HostConfiguration configuration = LoadConfiguration(commandLine);
     LogManager::AssignAppDomain(appDomain);
     if (commandLine.action == CommandLine::Action::Check)
     {

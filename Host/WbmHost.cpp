@@ -4,6 +4,7 @@
 #include "Host/Audit/AuditLog.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Oxa/System/Commons/Diagnostics/CrashReport.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/Threading/EndSignals.hpp"
@@ -38,7 +39,8 @@ constexpr const char* notificationSource = "Host";
 } // namespace
 
 WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
-                 Modules::ModuleManifests manifests, System::Um::UserManager& users)
+                 Reload::LoadConfiguration loadConfiguration, Modules::ModuleManifests manifests,
+                 System::Um::UserManager& users)
     : configuration(configuration),
       authorizationService(
           {}, {}, {{AuthorizationServiceProxyFactory::GetInstance(), std::make_shared<AuthorizationService>(users)}}),
@@ -61,12 +63,15 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       server(std::make_shared<Http::HttpServer>(
           loop.GetContext(), configuration.http, [this](const auto& exchange) { return router.Handle(exchange); },
           [this](const Http::HttpRequest& request) { return sessions.Authenticate(request).has_value(); })),
+      reload(loop, notifications, configuration, std::move(loadConfiguration)),
+      watchdog(loop.GetContext()),
       startTimer(loop.GetContext()),
       endSignal(loop.GetContext(), dup(EndSignals::GetDescriptor())),
       shutdownTimer(loop.GetContext())
 {
     SetRoutes();
     SetPage();
+    SetReloadedParts();
     modules.Apply(std::move(manifests));
     notifications.Subscribe([log = Audit::AuditLog()](const System::Nm::Notification& each) { log.Write(each); });
     notifications.Subscribe([this](const System::Nm::Notification& each) { auditTrail.Add(each); },
@@ -121,6 +126,16 @@ void WbmHost::SetPage()
     }
 }
 
+/// The log first, so that it has the causes of the others.
+void WbmHost::SetReloadedParts()
+{
+    using Configuration::HostConfiguration;
+    reload.AddPart("the log", [](const HostConfiguration& each)
+                   { System::Commons::Diagnostics::Logging::LogManager::Configure(each.log); });
+    reload.AddPart("the modules", [this](const HostConfiguration& each)
+                   { modules.Apply(Modules::LoadModuleManifests(each.modules)); });
+}
+
 void WbmHost::Run(const std::function<void(uint16)>& ready)
 {
     whenReady = ready;
@@ -134,6 +149,7 @@ void WbmHost::Run(const std::function<void(uint16)>& ready)
                                  BeginShutdown();
                              }
                          });
+    watchdog.Start();
     BeginStart();
     // One for the components and one for the check of sessions, which may hang, and one that goes on; modules and
     // strands have theirs.
@@ -206,6 +222,8 @@ void WbmHost::ReportReady()
         report(server->GetPort());
         // A disk may be slow: clients are served meanwhile.
         boost::asio::post(loop.GetContext(), [this] { RecordStart(); });
+        // Not before: the end of a reload would count as READY.
+        reload.Watch();
     }
 }
 

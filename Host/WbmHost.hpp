@@ -9,10 +9,12 @@
 #include "Host/Modules/Dispatcher.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Host/Modules/ModuleSupervisor.hpp"
+#include "Host/Reload.hpp"
 #include "Host/Sessions/SessionManager.hpp"
 #include "Host/Sessions/SessionRoute.hpp"
 #include "Host/StaticFiles.hpp"
 #include "Host/Threads/EventLoop.hpp"
+#include "Host/Watchdog.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
@@ -46,9 +48,11 @@ namespace Oxa::Host
 class WbmHost final : private System::Commons::Diagnostics::Logging::Loggable<WbmHost>
 {
 public:
-    /// Everything is borrowed. Requires: `EndSignals::Watch` has returned.
+    /// References are borrowed. `loadConfiguration` reads the configuration again. Requires: `Reload::BlockSignal` and
+    /// `EndSignals::Watch` have returned.
     WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
-            Modules::ModuleManifests manifests, System::Um::UserManager& users);
+            Reload::LoadConfiguration loadConfiguration, Modules::ModuleManifests manifests,
+            System::Um::UserManager& users);
     WbmHost(const WbmHost&) = delete;
     WbmHost& operator=(const WbmHost&) = delete;
     ~WbmHost();
@@ -60,6 +64,7 @@ public:
 private:
     void SetRoutes();
     void SetPage();
+    void SetReloadedParts();
     void BeginStart();
     void StartModules();
     void ReportReady();
@@ -86,6 +91,8 @@ private:
     Audit::AuditRoute auditRoute;
     Api::ApiRouter router;
     std::shared_ptr<Http::HttpServer> server;
+    Reload reload;
+    Watchdog watchdog;
     boost::asio::steady_timer startTimer;
     boost::asio::posix::stream_descriptor endSignal;
     boost::asio::steady_timer shutdownTimer;

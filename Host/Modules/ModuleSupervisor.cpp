@@ -368,6 +368,21 @@ void ModuleSupervisor::ReportFirstSetups(const std::exception_ptr& settingsFault
     }
 }
 
+System::Nm::Notification ModuleSupervisor::MakeNotification(const BasicString& name, const KnownState& state)
+{
+    System::Nm::Notification notification;
+    notification.time = state.since;
+    notification.kind = NotificationKind::ModuleStateChanged;
+    notification.source = "Host.Modules";
+    notification.text = name;
+    notification.fields = {{"state", BasicString(GetModuleStateName(state.state))}};
+    if (!state.cause.empty())
+    {
+        notification.fields.emplace_back("cause", state.cause);
+    }
+    return notification;
+}
+
 void ModuleSupervisor::PublishStates()
 {
     std::vector<System::Nm::Notification> changes;
@@ -388,12 +403,7 @@ void ModuleSupervisor::PublishStates()
             state.since = isKnown ? known->second.since : GetNow();
             if (IsSettled(state.state) && !(isKnown && known->second.cause == state.cause))
             {
-                changes.push_back({state.since,
-                                   NotificationKind::ModuleStateChanged,
-                                   "Host.Modules",
-                                   {},
-                                   name,
-                                   {{"state", BasicString(GetModuleStateName(state.state))}, {"cause", state.cause}}});
+                changes.push_back(MakeNotification(name, state));
             }
         }
         states.swap(found);

@@ -28,8 +28,9 @@ class AppDomain;
 
 namespace Oxa::System::Nm
 {
+struct Notification;
 class NotificationManager;
-}
+} // namespace Oxa::System::Nm
 
 namespace Oxa::Host::Modules
 {
@@ -132,6 +133,7 @@ private:
     void Remove(const std::shared_ptr<Entry>& entry);
     void ReportFirstSetups(const std::exception_ptr& settingsFault);
     void PublishStates();
+    [[nodiscard]] static System::Nm::Notification MakeNotification(const BasicString& name, const KnownState& state);
 
     [[nodiscard]] Entries GetEntries() const;
     [[nodiscard]] bool IsWanted(const Entry& entry) const OXA_REQUIRES(mutex);
