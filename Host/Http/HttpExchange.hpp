@@ -44,6 +44,9 @@ struct HttpRequest
     std::string_view acceptedCodings = {};
     /// If-None-Match.
     std::string_view knownTags = {};
+    std::string_view userAgent = {};
+    /// Oxa-Activity: "background" for a request that the user did not cause.
+    std::string_view activity = {};
     std::string_view body = {};
     /// Whether the connection is encrypted (TLS).
     bool isSecure = false;

@@ -269,6 +269,8 @@ std::string_view* RequestReader::FindKnownField(std::string_view name) noexcept
         {"Sec-Fetch-Site", &Header::fetchSite},
         {"Accept-Encoding", &Header::acceptedCodings},
         {"If-None-Match", &Header::knownTags},
+        {"User-Agent", &Header::userAgent},
+        {"Oxa-Activity", &Header::activity},
         {"Content-Length", &Header::contentLength},
         {"Transfer-Encoding", &Header::transferEncoding},
         {"Expect", &Header::expectation}};
