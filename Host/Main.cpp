@@ -126,9 +126,11 @@ void Serve(const CommandLine& commandLine, const HostConfiguration& configuratio
     {
         ReportInitialUser(password, stateFolder.GetInitialPasswordPath());
     }
+    Oxa::Host::Sessions::KnownBrowsers::Key browserKey;
+    randombytes_buf(browserKey.data(), browserKey.size());
     Oxa::Host::WbmHost host(
-        appDomain, configuration, [&commandLine] { return LoadConfiguration(commandLine); }, std::move(modules),
-        *users);
+        appDomain, configuration, [&commandLine] { return LoadConfiguration(commandLine); }, std::move(modules), *users,
+        browserKey);
     host.Run(
         [&](Oxa::uint16 port)
         {

@@ -1,5 +1,6 @@
 #include "Host/WbmHost.hpp"
 
+#include "Host/Api/AccountOperations.hpp"
 #include "Host/Api/OpenApiDocument.hpp"
 #include "Host/Audit/AuditLog.hpp"
 #include "Host/Http/Problem.hpp"
@@ -40,7 +41,7 @@ constexpr const char* notificationSource = "Host";
 
 WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
                  Reload::LoadConfiguration loadConfiguration, Modules::ModuleManifests manifests,
-                 System::Um::UserManager& users)
+                 System::Um::UserManager& users, const Sessions::KnownBrowsers::Key& browserKey)
     : configuration(configuration),
       authorizationService(
           {}, {}, {{AuthorizationServiceProxyFactory::GetInstance(), std::make_shared<AuthorizationService>(users)}}),
@@ -50,7 +51,11 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       registry(loop, configuration),
       modules(appDomain, registry, loop, notifications),
       sessions(configuration.sessions, users, notifications, loop),
-      sessionRoute(sessions, loop.GetContext()),
+      sessionRoute(sessions),
+      passwordRoute(sessions, passwordWorker, browserKey),
+      userRoute(users, sessions, passwordWorker, loop),
+      apiTokenRoute(users, sessions, passwordWorker, loop),
+      passwordWorker(loop.GetContext()),
       dispatcher(registry, notifications, [this] { return auditTrail.IsWritable(); }),
       systemRoutes({registry, modules, components, users, auditTrail}),
       staticFiles(loop),
@@ -70,6 +75,7 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       shutdownTimer(loop.GetContext())
 {
     SetRoutes();
+    Api::SetAccountOperations(router, {passwordRoute, sessionRoute, userRoute, apiTokenRoute});
     SetPage();
     SetReloadedParts();
     modules.Apply(std::move(manifests));
@@ -90,10 +96,6 @@ void WbmHost::SetRoutes()
     using Api::ApiRequest;
     using Api::Operation;
     using Api::SystemRoutes;
-    router.Set(Operation::LogIn, [this](const ApiRequest& each) { return sessionRoute.LogIn(each.exchange); });
-    router.Set(Operation::GetSession,
-               [this](const ApiRequest& each) { return sessionRoute.SendSession(*each.exchange, *each.caller); });
-    router.Set(Operation::LogOut, [this](const ApiRequest& each) { return sessionRoute.LogOut(*each.exchange); });
     router.Set(Operation::GetPages, [this](const ApiRequest& each)
                { return systemRoutes.HandlePages(each.exchange, each.caller->securityToken); });
     router.Set(Operation::ListAudit, [this](const ApiRequest& each) { return auditRoute.List(each.exchange); });

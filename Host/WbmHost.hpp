@@ -10,8 +10,12 @@
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Host/Modules/ModuleSupervisor.hpp"
 #include "Host/Reload.hpp"
+#include "Host/Sessions/ApiTokenRoute.hpp"
+#include "Host/Sessions/PasswordRoute.hpp"
+#include "Host/Sessions/PasswordWorker.hpp"
 #include "Host/Sessions/SessionManager.hpp"
 #include "Host/Sessions/SessionRoute.hpp"
+#include "Host/Sessions/UserRoute.hpp"
 #include "Host/StaticFiles.hpp"
 #include "Host/Threads/EventLoop.hpp"
 #include "Host/Watchdog.hpp"
@@ -52,7 +56,7 @@ public:
     /// `EndSignals::Watch` have returned.
     WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
             Reload::LoadConfiguration loadConfiguration, Modules::ModuleManifests manifests,
-            System::Um::UserManager& users);
+            System::Um::UserManager& users, const Sessions::KnownBrowsers::Key& browserKey);
     WbmHost(const WbmHost&) = delete;
     WbmHost& operator=(const WbmHost&) = delete;
     ~WbmHost();
@@ -85,6 +89,11 @@ private:
     Modules::ModuleSupervisor modules;
     Sessions::SessionManager sessions;
     Sessions::SessionRoute sessionRoute;
+    Sessions::PasswordRoute passwordRoute;
+    Sessions::UserRoute userRoute;
+    Sessions::ApiTokenRoute apiTokenRoute;
+    /// Ends before the routes whose tasks it runs.
+    Sessions::PasswordWorker passwordWorker;
     Modules::Dispatcher dispatcher;
     Api::SystemRoutes systemRoutes;
     StaticFiles staticFiles;

@@ -211,7 +211,7 @@ std::optional<Sessions::Caller> ApiRouter::Admit(Http::IHttpExchange& exchange, 
         parts.sessions.RefuseCrossOrigin(exchange, caller->userName);
         return std::nullopt;
     }
-    if (access == Access::Admin && parts.sessions.GetRoleName(caller->securityToken) != administratorRole)
+    if (access == Access::Admin && caller->roleName != administratorRole)
     {
         RefuseRights(exchange, caller->userName);
         return std::nullopt;

@@ -63,6 +63,8 @@ void ReadSessions(XmlElementReader& element, SessionConfiguration& sessions)
     element.Read("lifetimeSeconds", sessions.lifetime, seconds(1), longest);
     element.Read("maximumPerUser", sessions.maximumPerUser, 1, 64);
     element.Read("maximumTotal", sessions.maximumTotal, 1, 4096);
+    element.Read("wrongPasswordsPerAccount", sessions.wrongPasswordsPerAccount, 1, 1000);
+    element.Read("wrongPasswordsPerAddress", sessions.wrongPasswordsPerAddress, 1, 10000);
 }
 
 void ReadAudit(XmlElementReader& element, AuditConfiguration& audit)

@@ -45,10 +45,15 @@ struct HttpConfiguration
 
 struct SessionConfiguration
 {
-    std::chrono::seconds idleTimeout{1800};
+    std::chrono::seconds idleTimeout{900};
     std::chrono::seconds lifetime{43200};
     std::size_t maximumPerUser = 8;
     std::size_t maximumTotal = 64;
+    /// That are checked in a minute: for one account from one address, from one known browser, within one session. As
+    /// many may come at once after a minute without one.
+    std::size_t wrongPasswordsPerAccount = 10;
+    /// From one address, for all accounts together.
+    std::size_t wrongPasswordsPerAddress = 30;
 };
 
 /// What the host's configuration says about a module that is installed.

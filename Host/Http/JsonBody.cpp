@@ -1,7 +1,5 @@
 #include "Host/Http/JsonBody.hpp"
 
-#include "Host/Http/HttpSyntax.hpp"
-#include "Host/Http/Problem.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <algorithm>
@@ -89,9 +87,9 @@ std::optional<bool> JsonBody::FindBoolean(std::string_view name) const noexcept
     return value != nullptr ? std::optional(value->boolean) : std::nullopt;
 }
 
-BasicString JsonBody::GetText(std::string_view name) const
+std::string_view JsonBody::GetText(std::string_view name) const noexcept
 {
-    return BasicString(FindText(name).value_or(std::string_view()));
+    return FindText(name).value_or(std::string_view());
 }
 
 const JsonBody::Value* JsonBody::Find(std::string_view name) const noexcept
@@ -100,10 +98,9 @@ const JsonBody::Value* JsonBody::Find(std::string_view name) const noexcept
     return found != values.end() ? &*found : nullptr;
 }
 
-bool IsJson(const HttpRequest& request) noexcept
+std::shared_ptr<const JsonBody> ReadBody(const IHttpExchange& exchange, std::initializer_list<JsonBody::Member> members)
 {
-    const std::string_view type = request.contentType.substr(0, request.contentType.find(';'));
-    return AreEqual(Trim(type), "application/json");
+    return std::make_shared<const JsonBody>(exchange.GetRequest().body, members);
 }
 
 } // namespace Oxa::Host::Http

@@ -5,6 +5,7 @@
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <initializer_list>
+#include <memory>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -43,8 +44,8 @@ public:
 
     [[nodiscard]] std::optional<bool> FindBoolean(std::string_view name) const noexcept;
 
-    /// Of a required member.
-    [[nodiscard]] BasicString GetText(std::string_view name) const;
+    /// Of a required member. Valid as long as the body.
+    [[nodiscard]] std::string_view GetText(std::string_view name) const noexcept;
 
 private:
     struct Value
@@ -62,7 +63,8 @@ private:
     BasicString fault;
 };
 
-/// Whether the body's media type is JSON.
-[[nodiscard]] bool IsJson(const HttpRequest& request) noexcept;
+/// The request's body, for a task that outlives the handler.
+[[nodiscard]] std::shared_ptr<const JsonBody> ReadBody(const IHttpExchange& exchange,
+                                                       std::initializer_list<JsonBody::Member> members);
 
 } // namespace Oxa::Host::Http

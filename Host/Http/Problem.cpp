@@ -52,6 +52,13 @@ Handling SendProblem(IHttpExchange& exchange, const Problem& problem, std::strin
     return Handling::Completed;
 }
 
+Handling SendProblem(IHttpExchange& exchange, const Problem& problem, std::chrono::seconds retryAfter)
+{
+    exchange.Send({problem.status, problemMediaType, FormatProblem(problem),
+                   System::Commons::Text::Format("Retry-After: {0}\r\n", retryAfter.count())});
+    return Handling::Completed;
+}
+
 Handling SendMethodNotAllowed(IHttpExchange& exchange, std::string_view allowedMethods)
 {
     exchange.Send({405, problemMediaType, FormatProblem(Problems::methodNotAllowed),

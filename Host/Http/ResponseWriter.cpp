@@ -12,6 +12,7 @@ namespace Oxa::Host::Http
 std::string_view GetReasonPhrase(unsigned status) noexcept
 {
     static constexpr std::pair<unsigned, std::string_view> phrases[] = {{200, "OK"},
+                                                                        {201, "Created"},
                                                                         {204, "No Content"},
                                                                         {304, "Not Modified"},
                                                                         {400, "Bad Request"},
@@ -19,10 +20,12 @@ std::string_view GetReasonPhrase(unsigned status) noexcept
                                                                         {403, "Forbidden"},
                                                                         {404, "Not Found"},
                                                                         {405, "Method Not Allowed"},
+                                                                        {409, "Conflict"},
                                                                         {413, "Content Too Large"},
                                                                         {414, "URI Too Long"},
                                                                         {415, "Unsupported Media Type"},
                                                                         {417, "Expectation Failed"},
+                                                                        {429, "Too Many Requests"},
                                                                         {431, "Request Header Fields Too Large"},
                                                                         {500, "Internal Server Error"},
                                                                         {502, "Bad Gateway"},

@@ -40,7 +40,10 @@ BasicString FindNetwork(std::string_view address)
 
 } // namespace
 
-LogInThrottle::LogInThrottle(const LogInLimits& limits, Clock clock) : limits(limits), clock(std::move(clock))
+LogInThrottle::LogInThrottle(const Configuration::SessionConfiguration& configuration, Clock clock)
+    : perAccount(configuration.wrongPasswordsPerAccount),
+      perAddress(configuration.wrongPasswordsPerAddress),
+      clock(std::move(clock))
 {
     static_assert(std::tuple_size_v<decltype(hashKey)> == crypto_shorthash_KEYBYTES);
     randombytes_buf(hashKey.data(), hashKey.size());
@@ -135,15 +138,15 @@ LogInThrottle::Try::Try(LogInThrottle& throttle, std::string_view account, std::
 {
     const BasicString network = FindNetwork(address);
     const Bucket ofAccount =
-        throttle.MakeBucket({"account", System::Commons::Text::FoldCase(account), network}, throttle.limits.perAccount);
-    const Bucket ofAddress = throttle.MakeBucket({"address", network}, throttle.limits.perAddress);
+        throttle.MakeBucket({"account", System::Commons::Text::FoldCase(account), network}, throttle.perAccount);
+    const Bucket ofAddress = throttle.MakeBucket({"address", network}, throttle.perAddress);
     // Behind known browsers and sessions.
     throttle.Begin(*this, {ofAccount, ofAddress}, 1);
 }
 
 LogInThrottle::Try::Try(LogInThrottle& throttle, std::string_view number) : throttle(throttle)
 {
-    throttle.Begin(*this, {Bucket(), throttle.MakeBucket({"known", number}, throttle.limits.perAccount)}, 0);
+    throttle.Begin(*this, {Bucket(), throttle.MakeBucket({"known", number}, throttle.perAccount)}, 0);
 }
 
 LogInThrottle::Try::~Try()

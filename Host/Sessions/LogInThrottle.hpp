@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Host/Configuration/HostConfiguration.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
@@ -14,15 +15,6 @@
 
 namespace Oxa::Host::Sessions
 {
-
-/// How many wrong passwords may be tried in a minute. As many may be tried at once after a minute without a try.
-struct LogInLimits
-{
-    /// For one account from one address, for one account with one known browser, and within one session.
-    std::size_t perAccount = 10;
-    /// From one address, for all accounts together.
-    std::size_t perAddress = 30;
-};
 
 /// Bounds how many passwords are checked, by token buckets. Every try needs a place in the bucket of its account and
 /// address, and in that of its address; addresses of version 6 count by their first 64 bits. An account has no bucket
@@ -41,7 +33,8 @@ public:
     class Try;
 
     explicit LogInThrottle(
-        const LogInLimits& limits, Clock clock = [] { return std::chrono::steady_clock::now(); });
+        const Configuration::SessionConfiguration& configuration,
+        Clock clock = [] { return std::chrono::steady_clock::now(); });
     LogInThrottle(const LogInThrottle&) = delete;
     LogInThrottle& operator=(const LogInThrottle&) = delete;
 
@@ -63,7 +56,8 @@ private:
     [[nodiscard]] Duration GetDebt(const Bucket& bucket, TimePoint now) const OXA_REQUIRES(mutex);
     void MakeSpace(TimePoint now) OXA_REQUIRES(mutex);
 
-    const LogInLimits limits;
+    const std::size_t perAccount;
+    const std::size_t perAddress;
     const Clock clock;
     /// Of the buckets' keys: clients cannot choose names that share a bucket.
     std::array<unsigned char, 16> hashKey;

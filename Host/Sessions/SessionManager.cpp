@@ -7,9 +7,13 @@
 #include "Oxa/System/Nm/NotificationManager.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
+#include <algorithm>
+#include <iterator>
+
 namespace Oxa::Host::Sessions
 {
 
+using Http::IHttpExchange;
 using System::Nm::NotificationKind;
 using System::Um::SecurityToken;
 
@@ -18,25 +22,15 @@ namespace
 
 /// Clients choose the texts.
 constexpr std::size_t maximumLoggedBytes = 128;
+constexpr std::size_t maximumUserAgentBytes = 256;
+constexpr std::string_view apiTokenPrefix = "oxa_";
+constexpr const char* source = "Host.Sessions";
 
 struct Credentials
 {
     std::string_view key;
     bool isByCookie = false;
 };
-
-std::string_view FindCookie(std::string_view cookies, std::string_view name) noexcept
-{
-    while (!cookies.empty())
-    {
-        std::string_view value = Http::TakeUntil(cookies, ';');
-        if (Http::Trim(Http::TakeUntil(value, '=')) == name)
-        {
-            return Http::Trim(value);
-        }
-    }
-    return {};
-}
 
 /// A header field that the client sets itself takes precedence over a cookie.
 Credentials FindCredentials(const Http::HttpRequest& request)
@@ -47,7 +41,7 @@ Credentials FindCredentials(const Http::HttpRequest& request)
     {
         return {Http::Trim(authorization.substr(scheme.size())), false};
     }
-    return {FindCookie(request.cookie, SessionManager::cookieName), true};
+    return {FindCookie(request, GetSessionCookieName(request.isSecure)), true};
 }
 
 /// A cookie comes with every request to this host, also with one that a page of another site sends.
@@ -57,7 +51,26 @@ bool MayBeForged(const Http::HttpRequest& request)
     return !Http::IsRead(request.method) && (hasNoOrigin || IsCrossOrigin(request));
 }
 
+BasicString Limit(std::string_view text, std::size_t maximumBytes)
+{
+    return BasicString(System::Commons::Text::Truncate(text, maximumBytes));
+}
+
 } // namespace
+
+std::string_view FindCookie(const Http::HttpRequest& request, std::string_view name) noexcept
+{
+    std::string_view cookies = request.cookie;
+    while (!cookies.empty())
+    {
+        std::string_view value = Http::TakeUntil(cookies, ';');
+        if (Http::Trim(Http::TakeUntil(value, '=')) == name)
+        {
+            return Http::Trim(value);
+        }
+    }
+    return {};
+}
 
 bool IsCrossOrigin(const Http::HttpRequest& request)
 {
@@ -80,22 +93,65 @@ SessionManager::SessionManager(const Configuration::SessionConfiguration& config
 {
 }
 
-std::optional<SessionManager::NewSession>
-SessionManager::LogIn(const BasicString& userName, const BasicString& password, const BasicString& clientAddress)
+SessionManager::LogInResult SessionManager::LogIn(IHttpExchange& exchange, std::string_view userName,
+                                                  std::string_view password)
 {
     const auto securityToken = users.LogIn(userName, password);
-    // As it is stored: the name that was sent may differ in case.
-    const auto user = securityToken ? users.TryGetUser(*securityToken) : std::nullopt;
-    if (!user)
+    if (!securityToken)
     {
-        Publish(NotificationKind::LogInFailed, userName, "user name or password is wrong",
-                {{"address", clientAddress}});
-        return std::nullopt;
+        Publish(NotificationKind::LogInFailed, exchange, userName, "user name or password is wrong", "failure");
+        return {.refusal = &Http::Problems::logInFailed};
     }
-    NewSession session{table.Add(*securityToken, user->name), user->name, user->roleName};
-    FinishEnded();
-    Publish(NotificationKind::LoggedIn, user->name, "logged in", {{"address", clientAddress}});
-    return session;
+    if (const auto previous = table.Remove(FindCredentials(exchange.GetRequest()).key))
+    {
+        users.LogOut(previous->logIn.securityToken);
+        Publish(NotificationKind::LoggedOut, exchange, previous->logIn.userName, "logged in again", "success");
+    }
+    LogInResult result = AddSession(exchange, *securityToken);
+    if (result.session)
+    {
+        Publish(NotificationKind::LoggedIn, exchange, result.session->user.name, "logged in", "success");
+    }
+    else
+    {
+        Publish(NotificationKind::LogInFailed, exchange, userName, result.refusal->detail, "failure");
+    }
+    return result;
+}
+
+SessionManager::LogInResult SessionManager::ChangePassword(IHttpExchange& exchange, const Caller& caller,
+                                                           std::string_view password, std::string_view newPassword)
+{
+    const auto securityToken = users.ChangePassword(caller.securityToken, password, newPassword);
+    if (!securityToken)
+    {
+        Publish(NotificationKind::PasswordConfirmationFailed, exchange, caller.userName, "the password was not changed",
+                "failure");
+        return {.refusal = &Http::Problems::wrongPassword};
+    }
+    Publish(NotificationKind::UserChanged, exchange, caller.userName, caller.userName, "success",
+            {{"changed", "password"}});
+    (void)table.Remove(caller.sessionId, nullptr);
+    EndSessionsOf(exchange, caller.userName, caller.userName);
+    return AddSession(exchange, *securityToken);
+}
+
+bool SessionManager::Confirm(IHttpExchange& exchange, const Caller& caller, std::string_view password)
+{
+    if (!users.VerifyPassword(caller.securityToken, password))
+    {
+        Publish(NotificationKind::PasswordConfirmationFailed, exchange, caller.userName, "the password is wrong",
+                "failure");
+        return false;
+    }
+    table.Confirm(caller.sessionId);
+    Publish(NotificationKind::PasswordConfirmed, exchange, caller.userName, "the password was given again", "success");
+    return true;
+}
+
+bool SessionManager::TakeConfirmation(const Caller& caller)
+{
+    return table.TakeConfirmation(caller.sessionId);
 }
 
 std::optional<Caller> SessionManager::Authenticate(const Http::HttpRequest& request)
@@ -105,53 +161,113 @@ std::optional<Caller> SessionManager::Authenticate(const Http::HttpRequest& requ
     {
         return std::nullopt;
     }
-    auto found = table.Find(credentials.key);
+    if (!credentials.isByCookie && credentials.key.starts_with(apiTokenPrefix))
+    {
+        return AuthenticateProgram(credentials.key);
+    }
+    const auto found = table.Find(credentials.key, !Http::AreEqual(request.activity, "background"));
     if (!found)
     {
         FinishEnded();
         return std::nullopt;
     }
-    if (found->isCheckDue && !TryGetUser(found->securityToken))
+    auto user = TryGetUser(found->securityToken);
+    if (!user)
     {
         (void)table.Remove(credentials.key);
-        Publish(NotificationKind::SessionExpired, found->userName, "the user's logins were ended");
+        PublishEnd(found->userName, "the user's logins were ended");
         return std::nullopt;
     }
-    return Caller{found->securityToken, std::move(found->userName), found->remainingLifetime,
-                  credentials.isByCookie && MayBeForged(request)};
+    return Caller{.securityToken = found->securityToken,
+                  .userName = std::move(user->name),
+                  .roleName = std::move(user->roleName),
+                  .remainingLifetime = found->remainingLifetime,
+                  .mayBeForged = credentials.isByCookie && MayBeForged(request),
+                  .mustChangePassword = user->mustChangePassword,
+                  .sessionId = found->id};
 }
 
-void SessionManager::LogOut(const Http::IHttpExchange& exchange)
+/// Without a session: programs send the token with every request.
+std::optional<Caller> SessionManager::AuthenticateProgram(std::string_view secret)
+{
+    const Threads::EventLoop::BlockingSection call(loop);
+    const auto securityToken = users.LogInWithApiToken(secret);
+    auto user = securityToken ? users.TryGetUser(*securityToken) : std::nullopt;
+    if (!user)
+    {
+        return std::nullopt;
+    }
+    return Caller{.securityToken = *securityToken,
+                  .userName = std::move(user->name),
+                  .roleName = std::move(user->roleName),
+                  .isApiToken = true};
+}
+
+void SessionManager::LogOut(IHttpExchange& exchange)
 {
     if (const auto session = table.Remove(FindCredentials(exchange.GetRequest()).key))
     {
-        users.LogOut(session->securityToken);
-        Publish(NotificationKind::LoggedOut, session->userName, "logged out",
-                {{"address", exchange.GetClientAddress()}});
+        users.LogOut(session->logIn.securityToken);
+        Publish(NotificationKind::LoggedOut, exchange, session->logIn.userName, "logged out", "success");
     }
 }
 
-Http::Handling SessionManager::RefuseCrossOrigin(Http::IHttpExchange& exchange, std::string_view userName)
+bool SessionManager::EndSession(IHttpExchange& exchange, const Caller& caller, SessionId id, bool isAny)
+{
+    const auto session = table.Remove(id, isAny ? nullptr : &caller.userName);
+    if (!session)
+    {
+        return false;
+    }
+    users.LogOut(session->logIn.securityToken);
+    if (id == caller.sessionId)
+    {
+        Publish(NotificationKind::LoggedOut, exchange, caller.userName, "logged out", "success");
+    }
+    else
+    {
+        PublishEndByOther(exchange, caller.userName, *session);
+    }
+    return true;
+}
+
+void SessionManager::EndSessionsOf(IHttpExchange& exchange, std::string_view actor, std::string_view userName)
+{
+    for (const auto& session : table.RemoveUser(userName))
+    {
+        users.LogOut(session.logIn.securityToken);
+        PublishEndByOther(exchange, actor, session);
+    }
+}
+
+std::vector<SessionTable::Entry> SessionManager::List(const BasicString* userName)
+{
+    auto entries = table.List(userName);
+    FinishEnded();
+    return entries;
+}
+
+Http::Handling SessionManager::RefuseCrossOrigin(IHttpExchange& exchange, std::string_view userName)
 {
     if (crossOriginLimit.Admits())
     {
-        const auto limit = [](std::string_view text)
-        {
-            return BasicString(System::Commons::Text::Truncate(text, maximumLoggedBytes));
-        };
         const Http::HttpRequest& request = exchange.GetRequest();
-        Publish(NotificationKind::CrossOriginRefused, userName, limit(request.path),
-                {{"address", exchange.GetClientAddress()},
-                 {"origin", limit(request.origin)},
-                 {"fetchSite", limit(request.fetchSite)}});
+        Publish(NotificationKind::CrossOriginRefused, exchange, userName, Limit(request.path, maximumLoggedBytes),
+                "refused",
+                {{"origin", Limit(request.origin, maximumLoggedBytes)},
+                 {"fetchSite", Limit(request.fetchSite, maximumLoggedBytes)}});
     }
     return SendProblem(exchange, Http::Problems::crossOrigin);
 }
 
-BasicString SessionManager::GetRoleName(SecurityToken securityToken) const
+void SessionManager::Publish(NotificationKind kind, IHttpExchange& exchange, std::string_view userName,
+                             std::string_view text, std::string_view outcome, Fields details)
 {
-    const auto user = TryGetUser(securityToken);
-    return user ? user->roleName : BasicString();
+    Fields fields = {{"address", exchange.GetClientAddress()}};
+    std::ranges::move(details, std::back_inserter(fields));
+    fields.emplace_back("outcome", outcome);
+    fields.emplace_back("requestId", exchange.GetRequestId());
+    notifications.Publish({{}, kind, source, BasicString(userName), BasicString(text), std::move(fields)});
 }
 
 /// Reads a file, which may block.
@@ -161,18 +277,44 @@ std::optional<System::Um::UserInfo> SessionManager::TryGetUser(SecurityToken sec
     return users.TryGetUser(securityToken);
 }
 
+SessionManager::LogInResult SessionManager::AddSession(const IHttpExchange& exchange, SecurityToken securityToken)
+{
+    auto user = users.TryGetUser(securityToken);
+    if (!user)
+    {
+        // Removed, disabled or given another password in this moment.
+        return {.refusal = &Http::Problems::logInFailed};
+    }
+    auto key = table.Add({securityToken, user->name, exchange.GetClientAddress(),
+                          Limit(exchange.GetRequest().userAgent, maximumUserAgentBytes)});
+    FinishEnded();
+    if (!key)
+    {
+        users.LogOut(securityToken);
+        return {.refusal = &Http::Problems::tooManySessions};
+    }
+    return {.session = NewSession{Http::SecretText(*std::move(key)), *std::move(user)}};
+}
+
 void SessionManager::FinishEnded()
 {
-    for (const auto& session : table.TakeEnded())
+    for (const auto& [session, cause] : table.TakeEnded())
     {
-        users.LogOut(session.securityToken);
-        Publish(NotificationKind::SessionExpired, session.userName, "the session ended by itself");
+        users.LogOut(session.logIn.securityToken);
+        PublishEnd(session.logIn.userName, cause);
     }
 }
 
-void SessionManager::Publish(NotificationKind kind, std::string_view userName, std::string_view text, Fields fields)
+void SessionManager::PublishEnd(const BasicString& userName, const char* cause)
 {
-    notifications.Publish({{}, kind, "Host.Sessions", BasicString(userName), BasicString(text), std::move(fields)});
+    notifications.Publish({{}, NotificationKind::SessionExpired, source, userName, cause, {}});
+}
+
+void SessionManager::PublishEndByOther(IHttpExchange& exchange, std::string_view userName,
+                                       const SessionTable::Session& session)
+{
+    Publish(NotificationKind::SessionEndedByOther, exchange, userName, session.logIn.userName, "success",
+            {{"object", FormatSessionId(session.id)}, {"sessionAddress", session.logIn.address}});
 }
 
 } // namespace Oxa::Host::Sessions

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Host/Http/HttpExchange.hpp"
+#include "Host/Http/SecretText.hpp"
 #include "Host/Sessions/SessionTable.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogRateLimiter.hpp"
 #include "Oxa/System/Commons/Types.hpp"
@@ -24,6 +25,11 @@ namespace Oxa::System::Um
 class UserManager;
 }
 
+namespace Oxa::Host::Http
+{
+struct Problem;
+}
+
 namespace Oxa::Host::Threads
 {
 class EventLoop;
@@ -35,29 +41,53 @@ namespace Oxa::Host::Sessions
 /// Whether the browser names another site as the origin of the request. Programs name none.
 [[nodiscard]] bool IsCrossOrigin(const Http::HttpRequest& request);
 
-/// Who sent a request.
+/// The text of the cookie's value; empty without the cookie.
+[[nodiscard]] std::string_view FindCookie(const Http::HttpRequest& request, std::string_view name) noexcept;
+
+/// The name of the cookie that holds a session's key. Browsers accept the one for TLS from TLS only.
+[[nodiscard]] constexpr std::string_view GetSessionCookieName(bool isSecure) noexcept
+{
+    return isSecure ? "__Host-oxa-session" : "oxa-session";
+}
+
+/// Who sent a request, with the rights of this moment.
 struct Caller
 {
     System::Um::SecurityToken securityToken;
+    /// Of a program with an API token: "token:NAME".
     BasicString userName;
+    BasicString roleName;
+    /// Of the session.
     std::chrono::seconds remainingLifetime{0};
     /// A cookie-authenticated write from another site, or without an origin, so the request may be forged (CSRF).
     /// Browsers name the origin of every write.
     bool mayBeForged = false;
+    /// Until then the user may do nothing else.
+    bool mustChangePassword = false;
+    bool isApiToken = false;
+    /// 0 for a program with an API token.
+    SessionId sessionId = 0;
 };
 
 /// Logs users in and out and tells who sent a request. Logins, failed ones too, and their ends are published.
-/// Threads: safe from any thread. Throws InvalidOperationException when the users cannot be read.
+/// Threads: safe from any thread. Throws InvalidOperationException or TemporaryException when the users cannot be read.
 class SessionManager final
 {
 public:
-    static constexpr std::string_view cookieName = "oxa-session";
+    /// Names and values.
+    using Fields = std::vector<std::pair<BasicString, BasicString>>;
 
     struct NewSession
     {
-        BasicString key;
-        BasicString userName;
-        BasicString roleName;
+        Http::SecretText key;
+        System::Um::UserInfo user;
+    };
+
+    struct LogInResult
+    {
+        std::optional<NewSession> session = {};
+        /// Set without a session.
+        const Http::Problem* refusal = nullptr;
     };
 
     /// Everything is borrowed.
@@ -66,22 +96,45 @@ public:
     SessionManager(const SessionManager&) = delete;
     SessionManager& operator=(const SessionManager&) = delete;
 
-    /// Takes some ten milliseconds of computing. Empty when user name or password is wrong. Requires:
+    /// Takes some ten milliseconds of computing. Ends the session that the request came with. Requires:
     /// `MayBeCredentials`; impossible credentials are not worth a notification.
-    [[nodiscard]] std::optional<NewSession> LogIn(const BasicString& userName, const BasicString& password,
-                                                  const BasicString& clientAddress);
+    [[nodiscard]] LogInResult LogIn(Http::IHttpExchange& exchange, std::string_view userName,
+                                    std::string_view password);
 
-    /// Empty for a request without a session. A user who was removed loses the session within a second.
+    /// As long as `LogIn`. The user's sessions end, and a new one begins. Throws ArgumentException for a new password
+    /// that is not allowed.
+    [[nodiscard]] LogInResult ChangePassword(Http::IHttpExchange& exchange, const Caller& caller,
+                                             std::string_view password, std::string_view newPassword);
+
+    /// As long as `LogIn`. False when the password is wrong.
+    [[nodiscard]] bool Confirm(Http::IHttpExchange& exchange, const Caller& caller, std::string_view password);
+
+    /// Whether the caller has confirmed the password within the last minute. Holds for one command.
+    [[nodiscard]] bool TakeConfirmation(const Caller& caller);
+
+    /// Empty for a request without a session. Counts as use of the session, unless the request says that its user did
+    /// not cause it.
     [[nodiscard]] std::optional<Caller> Authenticate(const Http::HttpRequest& request);
 
     /// Ends the request's session, if it has one.
-    void LogOut(const Http::IHttpExchange& exchange);
+    void LogOut(Http::IHttpExchange& exchange);
+
+    /// Ends another session, or the caller's own: of the caller's user, with `isAny` of any user. False when there is
+    /// no such session.
+    [[nodiscard]] bool EndSession(Http::IHttpExchange& exchange, const Caller& caller, SessionId id, bool isAny);
+
+    /// Ends all sessions of a user whose logins have ended.
+    void EndSessionsOf(Http::IHttpExchange& exchange, std::string_view actor, std::string_view userName);
+
+    /// Of this user, or of all for null; the oldest first.
+    [[nodiscard]] std::vector<SessionTable::Entry> List(const BasicString* userName);
 
     /// Sends 403 and publishes, at a bounded rate, that a page of another site has sent the request.
     Http::Handling RefuseCrossOrigin(Http::IHttpExchange& exchange, std::string_view userName);
 
-    /// Empty when the user has been removed.
-    [[nodiscard]] BasicString GetRoleName(System::Um::SecurityToken securityToken) const;
+    /// What a request did. `outcome`: success, failure or refused.
+    void Publish(System::Nm::NotificationKind kind, Http::IHttpExchange& exchange, std::string_view userName,
+                 std::string_view text, std::string_view outcome, Fields details = {});
 
     [[nodiscard]] const Configuration::SessionConfiguration& GetConfiguration() const noexcept
     {
@@ -89,12 +142,13 @@ public:
     }
 
 private:
-    using Fields = std::vector<std::pair<BasicString, BasicString>>;
-
+    [[nodiscard]] std::optional<Caller> AuthenticateProgram(std::string_view secret);
     [[nodiscard]] std::optional<System::Um::UserInfo> TryGetUser(System::Um::SecurityToken securityToken) const;
+    [[nodiscard]] LogInResult AddSession(const Http::IHttpExchange& exchange, System::Um::SecurityToken securityToken);
     void FinishEnded();
-    void Publish(System::Nm::NotificationKind kind, std::string_view userName, std::string_view text,
-                 Fields fields = {});
+    void PublishEnd(const BasicString& userName, const char* cause);
+    void PublishEndByOther(Http::IHttpExchange& exchange, std::string_view userName,
+                           const SessionTable::Session& session);
 
     const Configuration::SessionConfiguration configuration;
     System::Um::UserManager& users;

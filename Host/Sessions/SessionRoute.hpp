@@ -2,44 +2,29 @@
 
 #include "Host/Http/HttpExchange.hpp"
 #include "Host/Sessions/SessionManager.hpp"
-#include "Oxa/System/Commons/Types.hpp"
 
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/thread_pool.hpp>
-
-#include <atomic>
-#include <cstddef>
-#include <memory>
-#include <optional>
+#include <string_view>
 
 namespace Oxa::Host::Sessions
 {
 
-/// Logs in and out and sends the session. Passwords are verified on a thread of its own, one at a time,
-/// since that takes long on purpose; a bounded number of log-ins waits. The destructor finishes the log-in in progress;
-/// those that wait get no response. Threads: the event loop's.
+/// Sends the caller's session, lists and ends sessions. Threads: the event loop's.
 class SessionRoute final
 {
 public:
-    /// Everything is borrowed.
-    SessionRoute(SessionManager& sessions, boost::asio::io_context& context);
-    SessionRoute(const SessionRoute&) = delete;
-    SessionRoute& operator=(const SessionRoute&) = delete;
+    explicit SessionRoute(SessionManager& sessions);
 
-    [[nodiscard]] Http::Handling LogIn(const std::shared_ptr<Http::IHttpExchange>& exchange);
     [[nodiscard]] Http::Handling SendSession(Http::IHttpExchange& exchange, const Caller& caller) const;
-    [[nodiscard]] Http::Handling LogOut(Http::IHttpExchange& exchange);
+    [[nodiscard]] Http::Handling LogOut(Http::IHttpExchange& exchange, const Caller& caller);
+
+    /// The caller's own; for the query "all=true" those of all users, which requires an administrator.
+    [[nodiscard]] Http::Handling List(Http::IHttpExchange& exchange, const Caller& caller);
+
+    /// One of the caller's own; an administrator ends any. `id`: as in the list.
+    [[nodiscard]] Http::Handling End(Http::IHttpExchange& exchange, const Caller& caller, std::string_view id);
 
 private:
-    void Verify(const std::shared_ptr<Http::IHttpExchange>& exchange, const BasicString& userName,
-                const BasicString& password) noexcept;
-    void SendNewSession(Http::IHttpExchange& exchange, const std::optional<SessionManager::NewSession>& session);
-
     SessionManager& sessions;
-    boost::asio::io_context& context;
-    /// Waiting and in progress.
-    std::atomic<std::size_t> logIns = 0;
-    boost::asio::thread_pool worker{1};
 };
 
 } // namespace Oxa::Host::Sessions

@@ -1,7 +1,12 @@
 #include "Host/Sessions/SessionTable.hpp"
 
+#include "Oxa/System/Commons/Text.hpp"
+
 #include <sodium.h>
 
+#include <algorithm>
+#include <cstring>
+#include <tuple>
 #include <utility>
 
 namespace Oxa::Host::Sessions
@@ -12,7 +17,7 @@ using System::Commons::MutexLock;
 namespace
 {
 
-constexpr std::chrono::seconds checkPeriod{1};
+constexpr std::chrono::seconds confirmationTime{60};
 constexpr std::size_t randomBytes = 32;
 
 BasicString CreateKey()
@@ -30,31 +35,34 @@ BasicString CreateKey()
 
 } // namespace
 
+BasicString FormatSessionId(SessionId id)
+{
+    return System::Commons::Text::Format("{0:016x}", id);
+}
+
 SessionTable::SessionTable(const Configuration::SessionConfiguration& configuration, Clock clock)
     : configuration(configuration), clock(std::move(clock))
 {
 }
 
-BasicString SessionTable::Add(System::Um::SecurityToken securityToken, const BasicString& userName)
+std::optional<BasicString> SessionTable::Add(LogIn logIn)
 {
     BasicString key = CreateKey();
+    const KeyHash hash = Hash(key);
+    SessionId id = 0;
+    std::memcpy(&id, hash.data(), sizeof id);
     const TimePoint now = clock();
     const MutexLock lock(mutex);
-    for (auto each = sessions.begin(); each != sessions.end();)
+    EndThoseThatExpired(now);
+    if (!TryMakeSpace(logIn.userName))
     {
-        const auto current = each++;
-        if (HasEnded(current->second, now))
-        {
-            End(current);
-        }
+        return std::nullopt;
     }
-    EndLeastRecentlyUsed(&userName, configuration.maximumPerUser - 1);
-    EndLeastRecentlyUsed(nullptr, configuration.maximumTotal - 1);
-    sessions.emplace(Hash(key), Session{securityToken, userName, now, now, now});
+    sessions.emplace(hash, Session{id, std::move(logIn), now, now});
     return key;
 }
 
-std::optional<SessionTable::Found> SessionTable::Find(std::string_view key)
+std::optional<SessionTable::Found> SessionTable::Find(std::string_view key, bool isUse)
 {
     const KeyHash hash = Hash(key);
     const TimePoint now = clock();
@@ -67,18 +75,13 @@ std::optional<SessionTable::Found> SessionTable::Find(std::string_view key)
     Session& session = found->second;
     if (HasEnded(session, now))
     {
-        End(found);
+        End(found, "the session expired");
         return std::nullopt;
     }
-    session.lastUsed = now;
-    const bool isCheckDue = now - session.lastChecked >= checkPeriod;
-    if (isCheckDue)
-    {
-        session.lastChecked = now;
-    }
+    session.lastUsed = isUse ? now : session.lastUsed;
     const auto remaining =
         std::chrono::duration_cast<std::chrono::seconds>(session.created + configuration.lifetime - now);
-    return Found{session.securityToken, session.userName, remaining, isCheckDue};
+    return Found{session.id, session.logIn.securityToken, session.logIn.userName, remaining};
 }
 
 std::optional<SessionTable::Session> SessionTable::Remove(std::string_view key)
@@ -86,16 +89,78 @@ std::optional<SessionTable::Session> SessionTable::Remove(std::string_view key)
     const KeyHash hash = Hash(key);
     const MutexLock lock(mutex);
     const auto found = sessions.find(hash);
-    if (found == sessions.end())
-    {
-        return std::nullopt;
-    }
-    std::optional session = std::move(found->second);
-    sessions.erase(found);
-    return session;
+    return found == sessions.end() ? std::nullopt : std::optional(Take(found));
 }
 
-std::vector<SessionTable::Session> SessionTable::TakeEnded()
+std::optional<SessionTable::Session> SessionTable::Remove(SessionId id, const BasicString* userName)
+{
+    const MutexLock lock(mutex);
+    const auto found = Find(id);
+    const bool isMeant = found != sessions.end() && (userName == nullptr || found->second.logIn.userName == *userName);
+    return isMeant ? std::optional(Take(found)) : std::nullopt;
+}
+
+std::vector<SessionTable::Session> SessionTable::RemoveUser(std::string_view userName)
+{
+    std::vector<Session> removed;
+    const MutexLock lock(mutex);
+    for (auto each = sessions.begin(); each != sessions.end();)
+    {
+        const auto current = each++;
+        if (current->second.logIn.userName == userName)
+        {
+            removed.push_back(Take(current));
+        }
+    }
+    return removed;
+}
+
+std::vector<SessionTable::Entry> SessionTable::List(const BasicString* userName)
+{
+    using std::chrono::floor;
+    using std::chrono::seconds;
+    std::vector<Entry> entries;
+    const TimePoint now = clock();
+    {
+        const MutexLock lock(mutex);
+        EndThoseThatExpired(now);
+        for (const auto& [hash, session] : sessions)
+        {
+            if (userName == nullptr || session.logIn.userName == *userName)
+            {
+                entries.push_back(
+                    {session, floor<seconds>(now - session.created), floor<seconds>(now - session.lastUsed)});
+            }
+        }
+    }
+    std::ranges::sort(entries, {}, [](const Entry& each) { return std::tuple(each.session.created, each.session.id); });
+    return entries;
+}
+
+void SessionTable::Confirm(SessionId id)
+{
+    const TimePoint now = clock();
+    const MutexLock lock(mutex);
+    if (const auto found = Find(id); found != sessions.end())
+    {
+        found->second.confirmed = now;
+    }
+}
+
+bool SessionTable::TakeConfirmation(SessionId id)
+{
+    const TimePoint now = clock();
+    const MutexLock lock(mutex);
+    const auto found = Find(id);
+    if (found == sessions.end())
+    {
+        return false;
+    }
+    const auto confirmed = std::exchange(found->second.confirmed, std::nullopt);
+    return confirmed && now - *confirmed < confirmationTime;
+}
+
+std::vector<SessionTable::Ended> SessionTable::TakeEnded()
 {
     const MutexLock lock(mutex);
     return std::exchange(ended, {});
@@ -114,32 +179,69 @@ bool SessionTable::HasEnded(const Session& session, TimePoint now) const noexcep
     return now - session.lastUsed >= configuration.idleTimeout || now - session.created >= configuration.lifetime;
 }
 
-void SessionTable::End(Sessions::iterator session)
+SessionTable::Sessions::iterator SessionTable::Find(SessionId id)
 {
-    ended.push_back(std::move(session->second));
-    sessions.erase(session);
+    return std::ranges::find_if(sessions, [id](const auto& each) { return each.second.id == id; });
 }
 
-void SessionTable::EndLeastRecentlyUsed(const BasicString* userName, std::size_t maximum)
+SessionTable::Session SessionTable::Take(Sessions::iterator session)
 {
-    std::size_t count = 0;
-    auto oldest = sessions.end();
+    Session taken = std::move(session->second);
+    sessions.erase(session);
+    return taken;
+}
+
+void SessionTable::End(Sessions::iterator session, const char* cause)
+{
+    ended.push_back({Take(session), cause});
+}
+
+void SessionTable::EndThoseThatExpired(TimePoint now)
+{
+    for (auto each = sessions.begin(); each != sessions.end();)
+    {
+        const auto current = each++;
+        if (HasEnded(current->second, now))
+        {
+            End(current, "the session expired");
+        }
+    }
+}
+
+/// For one more session of the user. Of the sessions that may end, the one goes whose user would have most of them,
+/// then one of the user's own, then the least recently used one.
+bool SessionTable::TryMakeSpace(const BasicString& userName)
+{
+    std::map<std::string_view, std::size_t> counts = {{userName, 1}};
+    for (const auto& [hash, session] : sessions)
+    {
+        ++counts[session.logIn.userName];
+    }
+    const bool hasTooMany = counts[userName] > configuration.maximumPerUser;
+    if (!hasTooMany && sessions.size() < configuration.maximumTotal)
+    {
+        return true;
+    }
+    auto last = sessions.end();
+    std::tuple<std::size_t, bool, TimePoint::duration> greatest = {1, false, TimePoint::duration::min()};
     for (auto each = sessions.begin(); each != sessions.end(); ++each)
     {
-        if (userName != nullptr && each->second.userName != *userName)
+        const Session& session = each->second;
+        const bool isOwn = session.logIn.userName == userName;
+        const std::size_t count = counts[session.logIn.userName];
+        const std::tuple rank(count, isOwn, -session.lastUsed.time_since_epoch());
+        if (count > 1 && (isOwn || !hasTooMany) && rank > greatest)
         {
-            continue;
-        }
-        ++count;
-        if (oldest == sessions.end() || each->second.lastUsed < oldest->second.lastUsed)
-        {
-            oldest = each;
+            greatest = rank;
+            last = each;
         }
     }
-    if (count > maximum)
+    if (last == sessions.end())
     {
-        End(oldest);
+        return false;
     }
+    End(last, "the user has logged in too often");
+    return true;
 }
 
 } // namespace Oxa::Host::Sessions

@@ -75,7 +75,8 @@ protected:
     BasicString LogIn(const BasicString& roleName)
     {
         users->AddUser("the " + roleName, "a long password", roleName);
-        return sessions->LogIn("the " + roleName, "a long password", "192.0.2.1")->key;
+        FakeExchange each;
+        return sessions->LogIn(each, "the " + roleName, "a long password").session->key.Get();
     }
 
     FakeExchange& Ask(const Http::HttpRequest& request)

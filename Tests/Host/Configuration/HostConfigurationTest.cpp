@@ -34,8 +34,9 @@ TEST(ReadingTheConfiguration, ReadsEveryElementAndAttribute)
                 maximumBodyBytes="1026" maximumBodyBytesWithoutSession="1025"/>
              <Page folder="/w"/>
             <Users database="${STATE}/u"/>
-            <Sessions idleSeconds="9" lifetimeSeconds="10" maximumPerUser="11" maximumTotal="12"/>
-            <Requests maximumWaiting="13" maximumWaitingPerClient="14"/>
+            <Sessions idleSeconds="9" lifetimeSeconds="10" maximumPerUser="11" maximumTotal="12"
+                      wrongPasswordsPerAccount="13" wrongPasswordsPerAddress="14"/>
+            <Requests maximumWaiting="15" maximumWaitingPerClient="16"/>
             <Services><Provider name="D" socket="/d" readMilliseconds="10" commandMilliseconds="60000"/>
                 <Provider name="E" socket="/e"/></Services>
             <Components><Component name="A" library="/a" settings="/as"/><Component name="B" library="/a" component="A"/>
@@ -66,8 +67,10 @@ TEST(ReadingTheConfiguration, ReadsEveryElementAndAttribute)
     EXPECT_EQ(configuration.sessions.lifetime.count(), 10);
     EXPECT_EQ(configuration.sessions.maximumPerUser, 11U);
     EXPECT_EQ(configuration.sessions.maximumTotal, 12U);
-    EXPECT_EQ(configuration.waitingLimits.maximum, 13U);
-    EXPECT_EQ(configuration.waitingLimits.maximumPerClient, 14U);
+    EXPECT_EQ(configuration.sessions.wrongPasswordsPerAccount, 13U);
+    EXPECT_EQ(configuration.sessions.wrongPasswordsPerAddress, 14U);
+    EXPECT_EQ(configuration.waitingLimits.maximum, 15U);
+    EXPECT_EQ(configuration.waitingLimits.maximumPerClient, 16U);
     ASSERT_EQ(configuration.serviceEndpoints.size(), 2U);
     EXPECT_EQ(configuration.serviceEndpoints[0].socketPath, "/d");
     EXPECT_EQ(configuration.serviceEndpoints[0].readTimeout.count(), 10);

@@ -48,7 +48,7 @@ protected:
     }
 
     LogInThrottle::TimePoint now{std::chrono::hours(1)};
-    LogInThrottle throttle{{.perAccount = 10, .perAddress = 25},
+    LogInThrottle throttle{{.wrongPasswordsPerAccount = 10, .wrongPasswordsPerAddress = 25},
                            [this]
                            {
                                return now;

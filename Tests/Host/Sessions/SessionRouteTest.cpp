@@ -1,135 +1,65 @@
 #include "Host/Sessions/SessionRoute.hpp"
 
-#include "Host/Api/ApiRouter.hpp"
-#include "Host/Modules/Dispatcher.hpp"
-#include "Host/Modules/ModuleRegistry.hpp"
-#include "Host/Threads/EventLoop.hpp"
-#include "Oxa/System/Nm/NotificationManager.hpp"
-#include "Oxa/System/Um/UserManager.hpp"
-#include "Support/FakeExchange.hpp"
-#include "Support/TemporaryFolder.hpp"
-
-#include <gmock/gmock.h>
-#include <sodium.h>
+#include "Host/Sessions/AccountFixture.hpp"
 
 #include <tuple>
 
 namespace Oxa::Host::Sessions
 {
 
-using Http::Handling;
 using Http::HttpMethod;
+using testing::ElementsAre;
 using testing::HasSubstr;
-using Tests::Support::FakeExchange;
+using testing::Not;
 
 namespace
 {
 
-constexpr const char* credentials = R"({"user":"Ann","other":[1],"password":"some secret words"})";
-
-class SessionRoutes : public testing::Test
+class SessionRoutes : public AccountFixture
 {
-protected:
-    SessionRoutes()
-    {
-        EXPECT_GE(sodium_init(), 0);
-        EXPECT_TRUE(System::Um::UserManager::CreateDatabase(path));
-        users.emplace(path);
-        users->AddUser("ann", "some secret words", "Viewer");
-        sessions.emplace(Configuration::SessionConfiguration{}, *users, notifications, loop);
-        route.emplace(*sessions, loop.GetContext());
-        router.emplace(Api::ApiRouter::Parts{*sessions, dispatcher, notifications, {}});
-        router->Set(Api::Operation::LogIn, [this](const Api::ApiRequest& each) { return route->LogIn(each.exchange); });
-        router->Set(Api::Operation::GetSession,
-                    [this](const Api::ApiRequest& each) { return route->SendSession(*each.exchange, *each.caller); });
-        router->Set(Api::Operation::LogOut,
-                    [this](const Api::ApiRequest& each) { return route->LogOut(*each.exchange); });
-    }
-
-    std::shared_ptr<FakeExchange> Ask(HttpMethod method, std::string_view body = {})
-    {
-        auto exchange = std::make_shared<FakeExchange>();
-        exchange->request = request;
-        exchange->request.path = "/api/v1/session";
-        exchange->request.method = method;
-        exchange->request.body = body;
-        handling = router->Handle(exchange);
-        return exchange;
-    }
-
-    /// The key of a new session.
-    BasicString LogIn()
-    {
-        const auto exchange = Ask(HttpMethod::Post, credentials);
-        EXPECT_EQ(handling, Handling::Deferred);
-        const auto work = boost::asio::make_work_guard(loop.GetContext());
-        loop.GetContext().run_one();
-        EXPECT_TRUE(exchange->isResumed);
-        EXPECT_EQ(exchange->status, 200U) << exchange->body;
-        const std::size_t begin = exchange->body.find("\"token\":\"") + 9;
-        return exchange->body.substr(begin, exchange->body.find('"', begin) - begin);
-    }
-
-    Tests::Support::TemporaryFolder folder;
-    const BasicString path = folder.GetPath("users.sqlite");
-    std::optional<System::Um::UserManager> users;
-    System::Nm::NotificationManager notifications;
-    Threads::EventLoop loop;
-    std::optional<SessionManager> sessions;
-    std::optional<SessionRoute> route;
-    Modules::ModuleRegistry registry{loop, {}};
-    Modules::Dispatcher dispatcher{registry, notifications,
-                                   []
-                                   {
-                                       return true;
-                                   }};
-    std::optional<Api::ApiRouter> router;
-    Http::HttpRequest request{.host = "h", .contentType = "Application/JSON; charset=utf-8"};
-    Handling handling = Handling::Completed;
 };
 
 TEST_F(SessionRoutes, GiveASessionByCookieAndByTokenUntilLoggingOut)
 {
     const BasicString key = LogIn();
     const BasicString cookie = "a=b; oxa-session=" + key;
-    const BasicString bearer = "bearer " + key;
     request.cookie = cookie;
-    EXPECT_THAT(Ask(HttpMethod::Get)->body, HasSubstr(R"("user":"ann","role":"Viewer","idleSeconds":1800,)"));
-    EXPECT_EQ(Ask(HttpMethod::Delete)->status, 403U) << "the request may be forged";
-    request.authorization = "Bearer wrong";
-    EXPECT_EQ(Ask(HttpMethod::Get)->status, 401U) << "the cookie counts only without this field";
-    request.authorization = bearer;
-    EXPECT_EQ(Ask(HttpMethod::Head)->status, 200U);
-    const auto exchange = Ask(HttpMethod::Delete);
+    EXPECT_THAT(Ask(HttpMethod::Get, "/api/v1/session")->body,
+                HasSubstr(R"({"user":"ann","role":"Viewer","mustChangePassword":false,"idleSeconds":900,)"));
+    EXPECT_EQ(Ask(HttpMethod::Delete, "/api/v1/session")->status, 403U) << "the request may be forged";
+    EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/session", "wrong")->status, 401U)
+        << "the cookie counts only without this field";
+    EXPECT_EQ(Ask(HttpMethod::Head, "/api/v1/session", key)->status, 200U);
+    const auto exchange = Ask(HttpMethod::Delete, "/api/v1/session", key);
     EXPECT_EQ(exchange->status, 204U);
-    EXPECT_THAT(exchange->fields, HasSubstr("Max-Age=0"));
-    EXPECT_EQ(Ask(HttpMethod::Get)->status, 401U);
-    EXPECT_EQ(Ask(HttpMethod::Other)->fields, "Allow: GET, HEAD, POST, DELETE\r\n");
+    EXPECT_EQ(exchange->fields, "Set-Cookie: oxa-session=; Path=/; HttpOnly; SameSite=Strict; Max-Age=0\r\n");
+    EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/session")->status, 401U);
 }
 
-TEST_F(SessionRoutes, RefuseBodiesWithoutPossibleCredentials)
+TEST_F(SessionRoutes, UseCookiesOfTlsOnlyWithTls)
 {
-    const BasicString longPassword = R"({"user":"ann","password":")" + BasicString(1025, 'x') + "\"}";
-    for (const BasicString& body :
-         {BasicString(), BasicString("{"), BasicString("[]"), BasicString(R"({"user":"ann"})"),
-          BasicString(R"({"user":1,"password":"x"})"), BasicString(R"({"user":{"user":"ann"},"password":"x"})"),
-          BasicString(R"({"user":"","user":"ann","password":"x"})"), BasicString(R"({"user":"ann","password":"x"} x)"),
-          BasicString(R"({"user":"a\u0000b","password":"x"})"), BasicString(R"({"user":"ann","password":""})"),
-          longPassword})
+    for (const bool isSecure : {false, true})
     {
-        EXPECT_THAT(Ask(HttpMethod::Post, body)->body, HasSubstr("\"invalid-log-in\"")) << body;
-        EXPECT_EQ(handling, Handling::Completed);
-    }
-    for (const char* contentType : {"", "text/plain", "application/jsonx", "application/json2; a"})
-    {
-        request.contentType = contentType;
-        EXPECT_EQ(Ask(HttpMethod::Post, credentials)->status, 415U) << contentType;
+        request.isSecure = isSecure;
+        const auto exchange = TryLogIn("ann", annsPassword);
+        const BasicString key = GetMember(exchange->body, "token");
+        EXPECT_THAT(exchange->fields,
+                    HasSubstr(isSecure ? "__Host-oxa-session=" + key + "; Path=/; HttpOnly; SameSite=Strict; Secure\r\n"
+                                       : " oxa-session=" + key + "; Path=/; HttpOnly; SameSite=Strict\r\n"));
+        for (const bool isSecureCookie : {false, true})
+        {
+            const BasicString cookie = (isSecureCookie ? "__Host-oxa-session=" : "oxa-session=") + key;
+            request.cookie = cookie;
+            EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/session")->status, isSecure == isSecureCookie ? 200U : 401U);
+            request.cookie = {};
+        }
     }
 }
 
 TEST_F(SessionRoutes, TellForgeableRequestsFromOthers)
 {
-    const BasicString cookie = "oxa-session=" + LogIn();
+    const BasicString key = LogIn();
+    const BasicString cookie = "oxa-session=" + key;
     // Origin, Sec-Fetch-Site, Host; whether it is cross-origin, and whether a write with the cookie may be forged.
     const std::tuple<const char*, const char*, const char*, bool, bool> cases[] = {
         {"", "", "h", false, true},
@@ -147,35 +77,104 @@ TEST_F(SessionRoutes, TellForgeableRequestsFromOthers)
         Http::HttpRequest each{.method = HttpMethod::Post, .host = host, .origin = origin, .fetchSite = site};
         EXPECT_EQ(IsCrossOrigin(each), isCrossOrigin) << origin << ' ' << site << ' ' << host;
         each.cookie = cookie;
-        EXPECT_EQ(sessions->Authenticate(each)->mayBeForged, mayBeForged) << origin << ' ' << site << ' ' << host;
+        EXPECT_EQ(sessions.Authenticate(each)->mayBeForged, mayBeForged) << origin << ' ' << site << ' ' << host;
         each.method = HttpMethod::Get;
-        EXPECT_FALSE(sessions->Authenticate(each)->mayBeForged);
+        EXPECT_FALSE(sessions.Authenticate(each)->mayBeForged);
         each.method = HttpMethod::Delete;
-        const BasicString bearer = "Bearer " + cookie.substr(cookie.find('=') + 1);
+        const BasicString bearer = "Bearer " + key;
         each.authorization = bearer;
-        EXPECT_FALSE(sessions->Authenticate(each)->mayBeForged);
+        EXPECT_FALSE(sessions.Authenticate(each)->mayBeForged);
         request = each;
-        EXPECT_EQ(Ask(HttpMethod::Post, credentials)->status, isCrossOrigin ? 403U : 415U);
+        EXPECT_EQ(Ask(HttpMethod::Post, "/api/v1/session", {}, "{}")->status, isCrossOrigin ? 403U : 415U);
     }
 }
 
-TEST_F(SessionRoutes, LetEightLogInsWaitAndRefuseTheNext)
+TEST_F(SessionRoutes, ApplyChangesOfTheUserFromTheNextRequest)
 {
-    std::vector<std::shared_ptr<FakeExchange>> exchanges;
-    while (handling != Handling::Completed || exchanges.empty())
+    const BasicString key = LogIn();
+    const auto getSession = [this, &key]
     {
-        exchanges.push_back(Ask(HttpMethod::Post, R"({"user":"ann","password":"wrong"})"));
-        ASSERT_LT(exchanges.size(), 1000U);
-    }
-    EXPECT_GE(exchanges.size(), 10U) << "one in progress, eight that wait, and one";
-    EXPECT_THAT(exchanges.back()->body, HasSubstr("\"too-many-requests\""));
-    const auto work = boost::asio::make_work_guard(loop.GetContext());
-    for (std::size_t index = 0; index + 1 < exchanges.size(); ++index)
+        return Ask(HttpMethod::Get, "/api/v1/session", key);
+    };
+    users.ChangeUser("ann", {.roleName = "Engineer"});
+    EXPECT_THAT(getSession()->body, HasSubstr(R"("role":"Engineer")"));
+    users.ChangeUser("ann", {.roleName = "Admin"});
+    EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/users", key)->status, 200U);
+    users.ChangeUser("ann", {.roleName = "Viewer"});
+    EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/users", key)->status, 403U);
+    users.ChangeUser("ann", {.isDisabled = true});
+    (void)TakePublished();
+    EXPECT_EQ(getSession()->status, 401U);
+    EXPECT_THAT(TakePublished(), ElementsAre("SessionExpired ann the user's logins were ended"));
+    users.ChangeUser("ann", {.isDisabled = false});
+    EXPECT_EQ(getSession()->status, 401U) << "the session has ended";
+}
+
+TEST_F(SessionRoutes, EndTheSessionThatALogInCameWith)
+{
+    const BasicString before = LogIn();
+    const BasicString cookie = "oxa-session=" + before;
+    request.cookie = cookie;
+    EXPECT_EQ(TryLogIn("ann", "some wrong words")->status, 401U);
+    EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/session", before)->status, 200U);
+    EXPECT_EQ(TryLogIn("boss", bossPassword)->status, 200U);
+    EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/session", before)->status, 401U);
+}
+
+TEST_F(SessionRoutes, ListAndEndOnesOwnAndForAdministratorsAllSessions)
+{
+    request.userAgent = "Browser \"1\"";
+    const BasicString first = LogIn();
+    const BasicString second = LogIn();
+    const BasicString boss = LogIn("boss", bossPassword);
+    const BasicString list = Ask(HttpMethod::Get, "/api/v1/sessions", first)->body;
+    EXPECT_THAT(list,
+                testing::MatchesRegex(
+                    R"(\{"sessions":\[\{"id":"[0-9a-f]{16}","user":"ann","address":"192.0.2.1",)"
+                    R"re("userAgent":"Browser \\"1\\"","created":"[^"]+Z","lastUsed":"[^"]+Z","current":[a-z]+\},)re"
+                    R"(\{"id":[^{}]+\}\]\})"));
+    EXPECT_THAT(list, HasSubstr("\"current\":true"));
+    EXPECT_THAT(list, HasSubstr("\"current\":false"));
+    request.query = "all=true";
+    EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/sessions", first)->status, 403U);
+    EXPECT_THAT(Ask(HttpMethod::Get, "/api/v1/sessions", boss)->body, HasSubstr(R"("user":"ann")"));
+    request.query = {};
+
+    const auto idOf = [this](const BasicString& key)
     {
-        loop.GetContext().run_one();
-        EXPECT_THAT(exchanges[index]->body, HasSubstr("\"log-in-failed\""));
+        const BasicString bearer = "Bearer " + key;
+        return FormatSessionId(sessions.Authenticate({.authorization = bearer})->sessionId);
+    };
+    for (const BasicString& id : {idOf(boss), BasicString("0"), BasicString("x"), idOf(second) + "0"})
+    {
+        EXPECT_EQ(Ask(HttpMethod::Delete, "/api/v1/sessions/" + id, first)->status, 404U) << id;
     }
-    LogIn();
+    (void)TakePublished();
+    EXPECT_EQ(Ask(HttpMethod::Delete, "/api/v1/sessions/" + idOf(second), boss)->status, 204U);
+    EXPECT_THAT(TakePublished(), ElementsAre("SessionEndedByOther boss ann"));
+    EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/session", second)->status, 401U);
+    EXPECT_EQ(Ask(HttpMethod::Delete, "/api/v1/sessions/" + idOf(first), first)->status, 204U);
+    EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/session", first)->status, 401U);
+}
+
+TEST_F(SessionRoutes, GiveProgramsWithAnApiTokenNoSession)
+{
+    const BasicString token = users.AddApiToken("monitor", "Viewer", std::nullopt, "boss");
+    EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/session", token)->body, R"({"user":"token:monitor","role":"Viewer"})");
+    EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/sessions", token)->body, R"({"sessions":[]})");
+    EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/users", token)->status, 403U);
+    const std::pair<HttpMethod, const char*> ofUsers[] = {{HttpMethod::Delete, "/api/v1/session"},
+                                                          {HttpMethod::Post, "/api/v1/session/password"},
+                                                          {HttpMethod::Post, "/api/v1/session/confirm"}};
+    for (const auto& [method, resource] : ofUsers)
+    {
+        EXPECT_THAT(Ask(method, resource, token, "{}")->body, HasSubstr("not-for-api-tokens")) << resource;
+    }
+    const BasicString cookie = "oxa-session=" + token;
+    request.cookie = cookie;
+    EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/session")->status, 401U) << "not as a cookie";
+    users.RemoveApiToken("monitor");
+    EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/session", token)->status, 401U);
 }
 
 } // namespace
