@@ -70,6 +70,8 @@ struct CommandTimes
     std::chrono::milliseconds afterReboot = std::chrono::minutes(3);
     /// A simulated restart.
     std::chrono::milliseconds outage = std::chrono::seconds(3);
+    /// From one restart, or the boot of the machine, to the next.
+    std::chrono::milliseconds betweenRestarts = std::chrono::minutes(1);
 };
 
 } // namespace Oxa::Device::Linux::Commands

@@ -1,8 +1,8 @@
 // A command goes through these states: preparing (its thread runs `prepare`, the caller waits for the decision),
 // waiting (until the caller's response has been sent), completing (its thread runs `complete`), ended. A failed
 // preparation leads from preparing to ended. `stop` ends every wait of a command. `mutex` guards whether a command is
-// under way; it is never held while a command runs or anything waits, except for the end of a thread that needs it no
-// more.
+// under way and when the device last restarted; it is never held while a command runs or anything waits, except for the
+// end of a thread that needs it no more.
 
 #include "Device/Commands/DeviceCommands.hpp"
 
@@ -90,9 +90,15 @@ bool Wait(const WakeEvent& stop, std::chrono::milliseconds duration, const WakeE
 
 } // namespace
 
-DeviceCommands::DeviceCommands(CommandSettings settings, OutageActions outageActions, const CommandTimes& times)
-    : settings(Checked(std::move(settings))), outageActions(std::move(outageActions)), times(times)
+DeviceCommands::DeviceCommands(CommandSettings newSettings, OutageActions outageActions, const CommandTimes& times)
+    : settings(Checked(std::move(newSettings))), outageActions(std::move(outageActions)), times(times)
 {
+    if (settings.restart == CommandSettings::RestartAction::Reboot ||
+        settings.factoryReset == CommandSettings::FactoryResetAction::Unit)
+    {
+        // The process before the reboot is forgotten, but the clock begins with the boot.
+        lastRestart = TimePoint();
+    }
 }
 
 DeviceCommands::~DeviceCommands()
@@ -250,9 +256,13 @@ AccessErrorCode DeviceCommands::Begin(Command command, std::promise<AccessErrorC
                                       const std::shared_ptr<WakeEvent>& responseSent)
 {
     const MutexLock lock(mutex);
-    if (isStopped || isBusy)
+    if (isStopped)
     {
-        return isStopped ? AccessErrorCode::NotAvailable : AccessErrorCode::Busy;
+        return AccessErrorCode::NotAvailable;
+    }
+    if (isBusy || (lastRestart && std::chrono::steady_clock::now() - *lastRestart < times.betweenRestarts))
+    {
+        return AccessErrorCode::Busy;
     }
     // The thread of the previous command needs the mutex no more.
     if (thread.joinable())
@@ -286,10 +296,11 @@ void DeviceCommands::CarryOut(Command command, std::promise<AccessErrorCode> dec
             LogFailure(prepared, title);
         }
         // Before the caller gets the response, because it may try again at once.
-        EndCommand(std::move(command));
+        EndCommand(std::move(command), std::nullopt);
         decision.set_value(prepared.code);
         return;
     }
+    std::optional restart = std::chrono::steady_clock::now();
     decision.set_value(prepared.code);
     if (Wait(stop, std::chrono::milliseconds(-1), &responseSent))
     {
@@ -297,17 +308,19 @@ void DeviceCommands::CarryOut(Command command, std::promise<AccessErrorCode> dec
         if (!completed.IsSuccess())
         {
             LogFailure(completed, title);
+            restart.reset();
         }
     }
-    EndCommand(std::move(command));
+    EndCommand(std::move(command), restart);
 }
 
 /// What the command holds, a connection for instance, is released before the next one can begin.
-void DeviceCommands::EndCommand(Command command) noexcept
+void DeviceCommands::EndCommand(Command command, std::optional<TimePoint> restart) noexcept
 {
     command = {};
     const MutexLock lock(mutex);
     isBusy = false;
+    lastRestart = restart ? restart : lastRestart;
 }
 
 /// Always true for success, and for a command that timed out: it may go on.

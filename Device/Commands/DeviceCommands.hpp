@@ -13,6 +13,7 @@
 #include <functional>
 #include <future>
 #include <memory>
+#include <optional>
 #include <thread>
 
 namespace Oxa::Device::Linux::Commands
@@ -21,7 +22,8 @@ namespace Oxa::Device::Linux::Commands
 class SystemBus;
 
 /// Restart and factory reset of the device, one at a time: what the settings choose for each. A command runs on a
-/// thread that exists as long as the command. Busy while a command of either kind is under way, NotAvailable after
+/// thread that exists as long as the command. Busy while a command of either kind is under way, and for a minute after
+/// one has restarted the device, a reset too, so that nobody can keep the device from its work; NotAvailable after
 /// `Stop`, DeviceFault when no thread can be started. Logs callers and results; refusals within a limit, because
 /// callers can cause them at will. Threads: safe from several threads. `Stop` must be called before the objects that
 /// the outage's actions use are destroyed; a call that is under way then may outlive the component.
@@ -40,7 +42,7 @@ public:
     };
 
     /// Throws ArgumentException when the settings name a unit that cannot be one. Requires: both actions have a target.
-    DeviceCommands(CommandSettings settings, OutageActions outageActions, const CommandTimes& times = {});
+    DeviceCommands(CommandSettings newSettings, OutageActions outageActions, const CommandTimes& times = {});
     DeviceCommands(const DeviceCommands&) = delete;
     DeviceCommands& operator=(const DeviceCommands&) = delete;
     ~DeviceCommands() override;
@@ -69,6 +71,7 @@ private:
     using LogRateLimiters = std::array<System::Commons::Diagnostics::Logging::LogRateLimiter,
                                        static_cast<std::size_t>(AccessErrorCode::DeviceFault) + 1>;
     using WakeEvent = System::Commons::Threading::WakeEvent;
+    using TimePoint = std::chrono::steady_clock::time_point;
 
     [[nodiscard]] AccessErrorCode RunOutage(BasicString title);
     [[nodiscard]] AccessErrorCode RunReboot(BasicString title, const BasicString& resetUnit);
@@ -80,7 +83,7 @@ private:
     [[nodiscard]] AccessErrorCode Begin(Command command, std::promise<AccessErrorCode> decision,
                                         const std::shared_ptr<WakeEvent>& responseSent);
     void CarryOut(Command command, std::promise<AccessErrorCode> decision, const WakeEvent& responseSent) noexcept;
-    void EndCommand(Command command) noexcept;
+    void EndCommand(Command command, std::optional<TimePoint> restart) noexcept;
     [[nodiscard]] static bool Admits(LogRateLimiters& limiters, AccessErrorCode code);
     void LogOutcome(AccessErrorCode code, const BasicString& title);
     void LogFailure(const CommandResult& result, const BasicString& title) const noexcept;
@@ -95,6 +98,8 @@ private:
     System::Commons::Mutex mutex;
     bool isBusy OXA_GUARDED_BY(mutex) = false;
     bool isStopped OXA_GUARDED_BY(mutex) = false;
+    /// When the device last restarted.
+    std::optional<TimePoint> lastRestart OXA_GUARDED_BY(mutex);
     std::thread thread OXA_GUARDED_BY(mutex);
 };
 

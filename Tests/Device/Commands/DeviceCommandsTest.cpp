@@ -190,6 +190,16 @@ TEST(RestartingTheMachine, IsOverWhenItFailsAfterTheResponse)
     }
 }
 
+TEST(RestartingTheMachine, DoesNotHappenSoonAfterTheBoot)
+{
+    const FakeSystem system;
+    CommandTimes times;
+    times.betweenRestarts = std::chrono::years(100);
+    Device device(times);
+    EXPECT_EQ(device.service.Restart(), AccessErrorCode::Busy);
+    EXPECT_EQ(device.service.FactoryReset(1), AccessErrorCode::Busy);
+}
+
 TEST(ResettingTheMachine, TellsTheCallerHowTheUnitEnded)
 {
     const std::pair<BasicString, AccessErrorCode> cases[] = {

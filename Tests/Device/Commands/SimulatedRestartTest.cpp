@@ -18,7 +18,7 @@ namespace
 /// A device whose restarts last as long as the test says.
 struct SimulatedDevice
 {
-    explicit SimulatedDevice(std::chrono::milliseconds outage)
+    explicit SimulatedDevice(std::chrono::milliseconds outage, std::chrono::milliseconds betweenRestarts = {})
         : commands({Commands::CommandSettings::RestartAction::Simulate,
                     Commands::CommandSettings::FactoryResetAction::Simulate,
                     {}},
@@ -28,7 +28,7 @@ struct SimulatedDevice
                         isOffered = true;
                         ++returnCount;
                     }},
-                   {.outage = outage})
+                   {.outage = outage, .betweenRestarts = betweenRestarts})
     {
     }
 
@@ -63,6 +63,17 @@ TEST(SimulatedRestart, BringsTheServicesBackAndCanHappenAgain)
         EXPECT_TRUE(Support::Eventually([&device, round] { return device.returnCount == round; }));
         EXPECT_TRUE(device.isOffered);
     }
+}
+
+TEST(SimulatedRestart, DoesNotHappenTwiceInAShortTime)
+{
+    SimulatedDevice device(std::chrono::milliseconds(1), std::chrono::hours(1));
+    EXPECT_EQ(device.commands.Restart(), AccessErrorCode::None);
+    EXPECT_TRUE(Support::Eventually([&device] { return device.returnCount == 1; }));
+    EXPECT_EQ(device.commands.Restart(), AccessErrorCode::Busy);
+    EXPECT_EQ(device.commands.FactoryReset(1), AccessErrorCode::Busy);
+    EXPECT_EQ(device.commands.FactoryReset(2), AccessErrorCode::NotSupported);
+    EXPECT_TRUE(device.isOffered);
 }
 
 TEST(SimulatedRestart, IsNotWhatUnknownResetKindsGet)
