@@ -97,11 +97,14 @@ System::Commons::CommandLineOrStatus<CommandLine> ParseCommandLine(int argc, con
     app.add_flag("--examples", commandLine.printsExamples, "Prints address, first password and commands to try");
     bool isCheck = false;
     app.add_flag("--check", isCheck, "Checks the configuration and everything that it names, without starting");
+    bool isFingerprint = false;
+    app.add_flag("--fingerprint", isFingerprint, "Prints the SHA-256 of the server's certificate, and its file");
     AddUserCommands(app, commandLine);
     AddAuditCommands(app, commandLine);
     try
     {
         app.parse(argc, argv);
+        commandLine.action = isFingerprint ? CommandLine::Action::PrintFingerprint : commandLine.action;
         commandLine.action = isCheck ? CommandLine::Action::Check : commandLine.action;
         commandLine.variables = System::Commons::SplitVariables(variables);
         return commandLine;

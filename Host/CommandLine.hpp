@@ -16,6 +16,7 @@ struct CommandLine
     {
         Serve,
         Check,
+        PrintFingerprint,
         AddUser,
         ListUsers,
         RemoveUser,

@@ -8,6 +8,7 @@
 #include "Host/StateFolder.hpp"
 #include "Host/StaticFiles.hpp"
 #include "Host/Threads/EventLoop.hpp"
+#include "Host/Tls/Encryption.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
@@ -24,6 +25,7 @@
 #include <iostream>
 #include <memory>
 #include <system_error>
+#include <vector>
 
 namespace Oxa::Host
 {
@@ -72,6 +74,29 @@ void CheckAddress(CheckReport& report, const Configuration::HttpConfiguration& h
     catch (const boost::system::system_error& error)
     {
         report.AddFault(Format("cannot listen at '{0}': {1}", http.address, error.code().message()));
+    }
+}
+
+void CheckCertificates(CheckReport& report, const Configuration::HttpConfiguration& http)
+{
+    report.position = http.position;
+    if (!http.isSecure || !std::filesystem::exists(http.certificatesPath))
+    {
+        return;
+    }
+    try
+    {
+        System::Nm::NotificationManager notifications;
+        std::vector<BasicString> faults;
+        (void)Tls::OpenCertificateStore(http, notifications)->Find(faults);
+        for (const BasicString& fault : faults)
+        {
+            report.AddFault(fault);
+        }
+    }
+    catch (const System::Commons::Exception& exception)
+    {
+        report.AddFault(exception.GetMessage());
     }
 }
 
@@ -219,6 +244,7 @@ int CheckConfiguration(System::Commons::AppDomain& appDomain, const HostConfigur
     LogManager::Configure(log);
     LogManager::AddSink(report);
     CheckAddress(*report, configuration.http);
+    CheckCertificates(*report, configuration.http);
     if (!configuration.log.filePath.empty())
     {
         report->position = configuration.log.position;

@@ -1,8 +1,11 @@
 #include "Host/AuditCommands.hpp"
 #include "Host/CommandLine.hpp"
+#include "Host/CommandRecord.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/ConfigurationCheck.hpp"
+#include "Host/Http/HostNames.hpp"
 #include "Host/StateFolder.hpp"
+#include "Host/Tls/Encryption.hpp"
 #include "Host/UserCommands.hpp"
 #include "Host/WbmHost.hpp"
 #include "Oxa/System/Commons/AppDomain.hpp"
@@ -10,6 +13,7 @@
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/Threading/EndSignals.hpp"
+#include "Oxa/System/Nm/NotificationManager.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
 #include <sodium.h>
@@ -18,9 +22,11 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <iostream>
 #include <memory>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace
 {
@@ -29,6 +35,7 @@ using Oxa::BasicString;
 using Oxa::Host::CommandLine;
 using Oxa::Host::StateFolder;
 using Oxa::Host::Configuration::HostConfiguration;
+using Oxa::Host::Http::FormatOrigin;
 using Oxa::System::Commons::AppDomain;
 using Oxa::System::Commons::InvalidOperationException;
 using Oxa::System::Commons::PrintStatus;
@@ -39,11 +46,29 @@ using Oxa::System::Commons::Text::Format;
 using Oxa::System::Commons::Threading::EndSignals;
 using Oxa::System::Um::UserManager;
 
-/// "http://ADDRESS:PORT", with brackets around an address of IP version 6.
-BasicString FormatAddress(std::string_view ipAddress, Oxa::uint16 port)
+/// The certificate that the server would offer: its SHA-256, two spaces, its file.
+void PrintFingerprint(const HostConfiguration& configuration)
 {
-    const bool isVersion6 = ipAddress.find(':') != std::string_view::npos;
-    return Format(isVersion6 ? "http://[{0}]:{1}" : "http://{0}:{1}", ipAddress, port);
+    if (!configuration.http.isSecure)
+    {
+        throw InvalidOperationException::Create("the server uses plain HTTP at '{0}': it has no certificate",
+                                                configuration.http.address);
+    }
+    Oxa::Host::BecomeOwner(configuration.http.certificatesPath);
+    Oxa::System::Nm::NotificationManager notifications;
+    const auto certificates = Oxa::Host::Tls::OpenCertificateStore(configuration.http, notifications);
+    std::vector<BasicString> faults;
+    const auto found = certificates->Find(faults);
+    for (const BasicString& fault : faults)
+    {
+        std::cerr << "oxa-wbm: a certificate cannot be used: " << fault << '\n';
+    }
+    if (found.path.empty())
+    {
+        throw InvalidOperationException::Create("there is no certificate in '{0}': the server makes one when it starts",
+                                                configuration.http.certificatesPath);
+    }
+    std::cout << found.fingerprint << "  " << found.path << '\n';
 }
 
 /// Where and as whom to log in, and shell commands that do it and use the interface. Names the first password as long
@@ -107,6 +132,10 @@ HostConfiguration LoadConfiguration(const CommandLine& commandLine)
         configuration.log.target = LogConfiguration::Target::File;
         configuration.log.filePath = commandLine.logPath;
     }
+    if (configuration.http.certificatesPath.empty())
+    {
+        configuration.http.certificatesPath = commandLine.stateFolder + "/certs.d";
+    }
     return configuration;
 }
 
@@ -134,7 +163,7 @@ void Serve(const CommandLine& commandLine, const HostConfiguration& configuratio
     host.Run(
         [&](Oxa::uint16 port)
         {
-            const BasicString address = FormatAddress(configuration.http.address, port);
+            const BasicString address = FormatOrigin(configuration.http.isSecure, configuration.http.address, port);
             PrintStatus("listening on " + address + '\n');
             if (commandLine.printsExamples)
             {
@@ -158,6 +187,12 @@ int Run(const CommandLine& commandLine, AppDomain& appDomain)
     if (commandLine.action == CommandLine::Action::Check)
     {
         return CheckConfiguration(appDomain, configuration, StateFolder(commandLine.stateFolder));
+    }
+    if (commandLine.action == CommandLine::Action::PrintFingerprint)
+    {
+        PrintFingerprint(configuration);
+        Oxa::System::Commons::FlushOutput();
+        return EXIT_SUCCESS;
     }
     if (commandLine.action != CommandLine::Action::Serve)
     {

@@ -37,6 +37,25 @@ constexpr std::chrono::milliseconds lastGrace{500};
 constexpr std::chrono::seconds longestStart{2};
 constexpr const char* notificationSource = "Host";
 
+/// Redirects plain requests to the first configured name. Null unless configured.
+std::shared_ptr<Http::HttpServer> MakeRedirectServer(Threads::EventLoop& loop,
+                                                     const Configuration::HttpConfiguration& configuration)
+{
+    constexpr std::size_t maximumConnections = 32;
+    if (!configuration.redirectPort)
+    {
+        return nullptr;
+    }
+    Configuration::HttpConfiguration redirect = configuration;
+    redirect.port = *configuration.redirectPort;
+    redirect.maximumConnections = std::min(configuration.maximumConnections, maximumConnections);
+    return std::make_shared<Http::HttpServer>(
+        loop.GetContext(), redirect,
+        [target = Http::FormatOrigin(true, configuration.hosts.front(), configuration.port)](const auto& exchange)
+        { return Http::SendRedirect(*exchange, target); },
+        [](const Http::HttpRequest&) { return false; });
+}
+
 } // namespace
 
 WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
@@ -65,9 +84,12 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
               {
                   return staticFiles.Handle(exchange);
               }}),
+      encryption(loop, configuration.http, notifications),
       server(std::make_shared<Http::HttpServer>(
           loop.GetContext(), configuration.http, [this](const auto& exchange) { return router.Handle(exchange); },
-          [this](const Http::HttpRequest& request) { return sessions.Authenticate(request).has_value(); })),
+          [this](const Http::HttpRequest& request) { return sessions.Authenticate(request).has_value(); },
+          encryption.GetChannelFactory())),
+      redirectServer(MakeRedirectServer(loop, configuration.http)),
       reload(loop, notifications, configuration, std::move(loadConfiguration)),
       watchdog(loop.GetContext()),
       startTimer(loop.GetContext()),
@@ -134,6 +156,7 @@ void WbmHost::SetReloadedParts()
     using Configuration::HostConfiguration;
     reload.AddPart("the log", [](const HostConfiguration& each)
                    { System::Commons::Diagnostics::Logging::LogManager::Configure(each.log); });
+    reload.AddPart("the certificates", [this](const HostConfiguration&) { encryption.Reload(); });
     reload.AddPart("the modules", [this](const HostConfiguration& each)
                    { modules.Apply(Modules::LoadModuleManifests(each.modules)); });
 }
@@ -142,7 +165,12 @@ void WbmHost::Run(const std::function<void(uint16)>& ready)
 {
     whenReady = ready;
     ServiceManager::SetEndpoints(configuration.serviceEndpoints);
+    encryption.Load();
     server->Listen();
+    if (redirectServer)
+    {
+        redirectServer->Listen();
+    }
     endSignal.async_wait(boost::asio::posix::stream_descriptor::wait_read,
                          [this](const boost::system::error_code& error)
                          {
@@ -242,6 +270,11 @@ void WbmHost::RecordStart()
 void WbmHost::BeginShutdown()
 {
     sd_notify(0, "STOPPING=1\nSTATUS=finishing requests in progress");
+    if (redirectServer)
+    {
+        redirectServer->Stop([] {});
+        redirectServer->EndConnections();
+    }
     server->Stop([this] { loop.Stop(); });
     shutdownTimer.expires_after(configuration.http.shutdownTimeout);
     shutdownTimer.async_wait(

@@ -18,6 +18,7 @@
 #include "Host/Sessions/UserRoute.hpp"
 #include "Host/StaticFiles.hpp"
 #include "Host/Threads/EventLoop.hpp"
+#include "Host/Tls/Encryption.hpp"
 #include "Host/Watchdog.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
@@ -99,7 +100,10 @@ private:
     StaticFiles staticFiles;
     Audit::AuditRoute auditRoute;
     Api::ApiRouter router;
+    Tls::Encryption encryption;
     std::shared_ptr<Http::HttpServer> server;
+    /// Null unless configured.
+    std::shared_ptr<Http::HttpServer> redirectServer;
     Reload reload;
     Watchdog watchdog;
     boost::asio::steady_timer startTimer;

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <limits>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -35,18 +36,61 @@ void ReadRequestLimits(XmlElementReader& element, RequestLimits& limits)
     }
 }
 
+/// A name or IP address, perhaps behind "https://".
+bool IsHost(std::string_view text)
+{
+    constexpr std::string_view scheme = "https://";
+    constexpr std::string_view characters = "-._0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+    text.remove_prefix(text.starts_with(scheme) ? scheme.size() : 0);
+    boost::system::error_code error;
+    boost::asio::ip::make_address(text, error);
+    return !error || (!text.empty() && text.find_first_not_of(characters) == std::string_view::npos);
+}
+
+void ReadEncryption(XmlElementReader& element, HttpConfiguration& http, bool isLoopback)
+{
+    http.isSecure = !isLoopback;
+    element.Read("tls", http.isSecure);
+    if (!http.isSecure && !isLoopback)
+    {
+        element.ReportBadValue("tls", "false", "true, because plain HTTP is served on a loopback address only");
+    }
+    element.Read("certificates", http.certificatesPath);
+    BasicString hosts;
+    element.Read("hosts", hosts);
+    for (std::istringstream words(hosts); words >> hosts;)
+    {
+        if (!IsHost(hosts))
+        {
+            element.ReportBadValue("hosts", hosts, "names or IP addresses without port, with blanks between them");
+        }
+        http.hosts.push_back(hosts);
+    }
+    uint16 redirectPort = 0;
+    if (element.Read("redirectPort", redirectPort, 0, std::numeric_limits<uint16>::max()))
+    {
+        http.redirectPort = redirectPort;
+        if (!http.isSecure || http.hosts.empty())
+        {
+            element.ReportBadValue("redirectPort", std::to_string(redirectPort),
+                                   "encryption and a name in 'hosts' to redirect to");
+        }
+    }
+}
+
 void ReadHttp(XmlElementReader& element, HttpConfiguration& http)
 {
     constexpr seconds longest{3600};
     http.position = element.GetPosition();
     element.Read("address", http.address);
     boost::system::error_code error;
-    boost::asio::ip::make_address(http.address, error);
+    const auto address = boost::asio::ip::make_address(http.address, error);
     if (error)
     {
         element.ReportBadValue("address", http.address, "an IP address");
     }
     element.Read("port", http.port, 0, std::numeric_limits<uint16>::max());
+    ReadEncryption(element, http, address.is_loopback());
     element.Read("maximumConnections", http.maximumConnections, 1, 10000);
     ReadRequestLimits(element, http.requestLimits);
     element.Read("idleSeconds", http.idleTimeout, seconds(1), longest);

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 namespace Oxa::Host::Configuration
@@ -29,6 +30,15 @@ struct HttpConfiguration
     BasicString address = "127.0.0.1";
     /// 0: the system picks one.
     uint16 port = 8080;
+    /// Whether connections are encrypted (TLS). Always so outside of the loopback interface.
+    bool isSecure = false;
+    /// The folder of certificates and their keys; empty: "certs.d" in the state folder.
+    BasicString certificatesPath;
+    /// Names and addresses, beside those of the machine, by which clients call the host; "https://" in front of one:
+    /// through a proxy that encrypts.
+    std::vector<BasicString> hosts;
+    /// Where requests without encryption are redirected to `hosts[0]`.
+    std::optional<uint16> redirectPort;
     std::size_t maximumConnections = 256;
     RequestLimits requestLimits;
     /// A connection between two requests.

@@ -1,7 +1,5 @@
 #include "Host/Http/ClientStream.hpp"
 
-#include <boost/asio/error.hpp>
-#include <boost/asio/ip/address.hpp>
 #include <sys/socket.h>
 
 namespace Oxa::Host::Http
@@ -10,7 +8,21 @@ namespace Oxa::Host::Http
 namespace asio = boost::asio;
 using boost::system::error_code;
 
-ClientStream::ClientStream(Socket newSocket) : socket(std::move(newSocket))
+namespace
+{
+
+/// Clients of IP version 4 have such addresses also where the server listens for both versions.
+asio::ip::address Normalize(const asio::ip::address& address)
+{
+    return address.is_v6() && address.to_v6().is_v4_mapped()
+               ? asio::ip::address(asio::ip::make_address_v4(asio::ip::v4_mapped, address.to_v6()))
+               : address;
+}
+
+} // namespace
+
+ClientStream::ClientStream(Socket newSocket, const SecureChannelFactory& secureChannels)
+    : socket(std::move(newSocket)), channel(secureChannels ? secureChannels(socket.native_handle()) : nullptr)
 {
     error_code ignored;
     socket.set_option(asio::ip::tcp::no_delay(true), ignored);
@@ -19,17 +31,36 @@ ClientStream::ClientStream(Socket newSocket) : socket(std::move(newSocket))
 
 std::optional<std::size_t> ClientStream::TryWrite(std::string_view bytes) noexcept
 {
-    error_code error;
-    const std::size_t written = socket.write_some(asio::buffer(bytes.data(), bytes.size()), error);
-    if (error && error != asio::error::would_block)
+    if (!channel)
     {
-        return std::nullopt;
+        error_code error;
+        const std::size_t written = socket.write_some(asio::buffer(bytes.data(), bytes.size()), error);
+        return error && error != asio::error::would_block ? std::nullopt : std::optional(written);
+    }
+    std::size_t written = 0;
+    while (written < bytes.size())
+    {
+        std::size_t count = 0;
+        writeProgress = channel->Write(bytes.substr(written), count);
+        if (writeProgress == Progress::Ended)
+        {
+            return std::nullopt;
+        }
+        if (writeProgress != Progress::Done)
+        {
+            break;
+        }
+        written += count;
     }
     return written;
 }
 
 void ClientStream::ShutdownSend() noexcept
 {
+    if (channel)
+    {
+        channel->EndWriting();
+    }
     error_code ignored;
     socket.shutdown(Socket::shutdown_send, ignored);
 }
@@ -49,7 +80,13 @@ BasicString ClientStream::GetClientAddress() const
 {
     error_code error;
     const auto endpoint = socket.remote_endpoint(error);
-    return error ? BasicString() : endpoint.address().to_string();
+    return error ? BasicString() : Normalize(endpoint.address()).to_string();
+}
+
+asio::ip::address ClientStream::GetLocalAddress() const noexcept
+{
+    error_code error;
+    return Normalize(socket.local_endpoint(error).address());
 }
 
 } // namespace Oxa::Host::Http

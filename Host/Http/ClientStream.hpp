@@ -1,13 +1,18 @@
 #pragma once
 
+#include "Host/Http/SecureChannel.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <boost/asio/buffer.hpp>
+#include <boost/asio/error.hpp>
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/address.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/write.hpp>
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -16,38 +21,65 @@
 namespace Oxa::Host::Http
 {
 
-/// The bytes of one client's connection. Owned by its connection, which must live until the handler of the operation in
-/// progress has run. Threads: one at a time; `Abort` from any while the stream is open.
+/// The bytes of one client's connection, plain or encrypted. The TLS handshake is a part of the first reading. Owned by
+/// its connection, which must live until the handler of the operation in progress has run. Threads: one at a time;
+/// `Abort` from any while the stream is open.
 class ClientStream final
 {
 public:
     using Socket = boost::asio::basic_stream_socket<boost::asio::ip::tcp, boost::asio::io_context::executor_type>;
 
-    /// Takes over a connected socket.
-    explicit ClientStream(Socket newSocket);
+    /// Takes over a connected socket. `secureChannels`: empty for a plain connection. Throws what that throws.
+    ClientStream(Socket newSocket, const SecureChannelFactory& secureChannels);
     ClientStream(const ClientStream&) = delete;
     ClientStream& operator=(const ClientStream&) = delete;
     ~ClientStream() = default;
 
-    /// Reads what has come, at least one byte, or waits for it. `handler`: (error, count of bytes); an error also at
-    /// the client's end. One at a time.
+    /// Reads what has come, at least one byte, or waits for it. `handler`: (error, count of bytes), never called before
+    /// this returns; an error also at the client's end. One at a time.
     template <class Handler>
-    void AsyncReadSome(std::span<char> space, Handler&& handler)
+    void AsyncReadSome(std::span<char> space, Handler handler)
     {
-        socket.async_read_some(boost::asio::buffer(space.data(), space.size()), std::forward<Handler>(handler));
+        if (!channel)
+        {
+            socket.async_read_some(boost::asio::buffer(space.data(), space.size()), std::move(handler));
+        }
+        else if (channel->HasInput())
+        {
+            boost::asio::post(socket.get_executor(), [this, space, handler = std::move(handler)]() mutable
+                              { ReadEncrypted(space, std::move(handler)); });
+        }
+        else
+        {
+            WaitToRead(Progress::WaitsForInput, space, std::move(handler));
+        }
     }
 
     /// Writes without waiting. The number of bytes that were written, fewer than given when the client reads too
-    /// slowly; empty when the connection is broken.
+    /// slowly; empty when the connection is broken. After fewer, only `AsyncWrite` may follow, with the others.
     [[nodiscard]] std::optional<std::size_t> TryWrite(std::string_view bytes) noexcept;
 
-    /// Writes all bytes, which must stay where they are: after `TryWrite` those that it left. `handler`: (error, count
-    /// of bytes). Not while reading.
+    /// Writes the bytes that `TryWrite` left, which must stay where they are. `handler`: (error, count of bytes), never
+    /// called before this returns. Not while reading.
     template <class Handler>
-    void AsyncWrite(std::string_view bytes, Handler&& handler)
+    void AsyncWrite(std::string_view bytes, Handler handler)
     {
-        boost::asio::async_write(socket, boost::asio::buffer(bytes.data(), bytes.size()),
-                                 std::forward<Handler>(handler));
+        if (!channel)
+        {
+            boost::asio::async_write(socket, boost::asio::buffer(bytes.data(), bytes.size()), std::move(handler));
+            return;
+        }
+        socket.async_wait(GetWait(writeProgress),
+                          [this, bytes, handler = std::move(handler)](const Error& error) mutable
+                          {
+                              const auto written = error ? std::nullopt : TryWrite(bytes);
+                              if (!written || *written == bytes.size())
+                              {
+                                  handler(written ? Error() : Error(boost::asio::error::broken_pipe), bytes.size());
+                                  return;
+                              }
+                              AsyncWrite(bytes.substr(*written), std::move(handler));
+                          });
     }
 
     /// Tells the client that no more bytes come. Those that were written still arrive, if the client's are read on.
@@ -67,7 +99,13 @@ public:
     /// Whether the bytes are encrypted (TLS).
     [[nodiscard]] bool IsSecure() const noexcept
     {
-        return false;
+        return channel != nullptr;
+    }
+
+    /// Whether they are, with a certificate that was issued for the host, not made by the host itself.
+    [[nodiscard]] bool HasIssuedCertificate() const noexcept
+    {
+        return channel != nullptr && channel->HasIssuedCertificate();
     }
 
     /// Of the socket. Requires: the stream is open.
@@ -79,8 +117,51 @@ public:
     /// Of the client or its proxy. Empty when the client has disconnected.
     [[nodiscard]] BasicString GetClientAddress() const;
 
+    /// The own address that the client connected to; unspecified when the client has disconnected.
+    [[nodiscard]] boost::asio::ip::address GetLocalAddress() const noexcept;
+
 private:
+    using Progress = ISecureChannel::Progress;
+    using Error = boost::system::error_code;
+
+    [[nodiscard]] static Socket::wait_type GetWait(Progress progress) noexcept
+    {
+        return progress == Progress::WaitsForInput ? Socket::wait_read : Socket::wait_write;
+    }
+
+    template <class Handler>
+    void ReadEncrypted(std::span<char> space, Handler handler)
+    {
+        std::size_t count = 0;
+        const Progress progress = channel->Read(space, count);
+        if (progress == Progress::Done || progress == Progress::Ended)
+        {
+            handler(progress == Progress::Done ? Error() : Error(boost::asio::error::eof), count);
+            return;
+        }
+        WaitToRead(progress, space, std::move(handler));
+    }
+
+    template <class Handler>
+    void WaitToRead(Progress progress, std::span<char> space, Handler handler)
+    {
+        socket.async_wait(GetWait(progress),
+                          [this, space, handler = std::move(handler)](const Error& error) mutable
+                          {
+                              if (error)
+                              {
+                                  handler(error, std::size_t{0});
+                                  return;
+                              }
+                              ReadEncrypted(space, std::move(handler));
+                          });
+    }
+
     Socket socket;
+    /// Null: the bytes are plain.
+    const std::unique_ptr<ISecureChannel> channel;
+    /// What `TryWrite` waits for.
+    Progress writeProgress = Progress::WaitsForOutput;
 };
 
 } // namespace Oxa::Host::Http

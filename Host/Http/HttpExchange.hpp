@@ -48,7 +48,7 @@ struct HttpRequest
     /// Oxa-Activity: "background" for a request that the user did not cause.
     std::string_view activity = {};
     std::string_view body = {};
-    /// Whether the connection is encrypted (TLS).
+    /// Whether the client's connection is encrypted (TLS), by this host or a proxy.
     bool isSecure = false;
     bool isHttp10 = false;
     /// Whether the client wants to send further requests on the connection.
@@ -107,7 +107,7 @@ public:
 
     [[nodiscard]] virtual const HttpRequest& GetRequest() const noexcept = 0;
 
-    /// Whether the connection is encrypted (TLS).
+    /// Whether the client's connection is encrypted (TLS), by this host or a proxy.
     [[nodiscard]] bool IsSecure() const noexcept
     {
         return GetRequest().isSecure;

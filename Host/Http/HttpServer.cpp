@@ -47,8 +47,10 @@ class HttpServer::Connection final : public IHttpExchange, public std::enable_sh
 public:
     Connection(std::shared_ptr<HttpServer> owner, ClientStream::Socket socket)
         : server(std::move(owner)),
-          stream(std::move(socket)),
-          reader(server->configuration.requestLimits, server->hasSession, stream.IsSecure())
+          stream(std::move(socket), server->secureChannels),
+          localAddress(stream.GetLocalAddress()),
+          reader(server->configuration.requestLimits, server->hasSession, stream.IsSecure()),
+          writer(stream.HasIssuedCertificate())
     {
     }
 
@@ -205,7 +207,12 @@ private:
         SetDeadline(server->configuration.bodyTimeout);
         if (GetRequest().expectsContinue && !reader.HasMore())
         {
-            (void)stream.TryWrite("HTTP/1.1 100 Continue\r\n\r\n");
+            constexpr std::string_view text = "HTTP/1.1 100 Continue\r\n\r\n";
+            // A client that takes no more responses but waits for one that it asked for.
+            if (stream.TryWrite(text) != text.size())
+            {
+                stream.Abort();
+            }
         }
     }
 
@@ -214,6 +221,16 @@ private:
         isIdle.store(false, std::memory_order_relaxed);
         deadline.store(noDeadline, std::memory_order_relaxed);
         keepsConnection = GetRequest().keepsConnection && !server->isStopping;
+        switch (server->hostNames.Find(GetRequest().host, localAddress))
+        {
+        case HostNames::Match::Foreign:
+            return SendProblem(*this, Problems::misdirectedRequest);
+        case HostNames::Match::OwnBehindProxy:
+            reader.MarkSecure();
+            break;
+        case HostNames::Match::Own:
+            break;
+        }
         try
         {
             return server->handler(shared_from_this());
@@ -323,6 +340,7 @@ private:
 
     const std::shared_ptr<HttpServer> server;
     ClientStream stream;
+    const asio::ip::address localAddress;
     RequestReader reader;
     /// Empty as long as nothing names the request.
     BasicString requestId;
@@ -338,11 +356,13 @@ private:
 };
 
 HttpServer::HttpServer(asio::io_context& context, const Configuration::HttpConfiguration& configuration,
-                       HttpHandler handler, SessionCheck hasSession)
+                       HttpHandler handler, SessionCheck hasSession, SecureChannelFactory secureChannels)
     : context(context),
       configuration(configuration),
+      hostNames(configuration.hosts),
       handler(std::move(handler)),
       hasSession(std::move(hasSession)),
+      secureChannels(std::move(secureChannels)),
       acceptor(context),
       acceptTimer(context),
       sweepTimer(context)
@@ -408,7 +428,15 @@ void HttpServer::AcceptLater()
 
 void HttpServer::Serve(ClientStream::Socket socket)
 {
-    std::make_shared<Connection>(shared_from_this(), std::move(socket))->Start();
+    try
+    {
+        std::make_shared<Connection>(shared_from_this(), std::move(socket))->Start();
+    }
+    catch (const System::Commons::Exception& exception)
+    {
+        Log(LogLevel::Warning, "cannot serve a connection: {0}", exception.GetMessage());
+        return;
+    }
     if (!isSweeping)
     {
         StartSweep();

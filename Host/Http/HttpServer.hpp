@@ -2,6 +2,7 @@
 
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Http/ClientStream.hpp"
+#include "Host/Http/HostNames.hpp"
 #include "Host/Http/HttpExchange.hpp"
 #include "Host/Http/RequestReader.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
@@ -27,8 +28,9 @@ class HttpServer final : public std::enable_shared_from_this<HttpServer>,
                          private System::Commons::Diagnostics::Logging::Loggable<HttpServer>
 {
 public:
+    /// `secureChannels`: empty for plain HTTP.
     HttpServer(boost::asio::io_context& context, const Configuration::HttpConfiguration& configuration,
-               HttpHandler handler, SessionCheck hasSession);
+               HttpHandler handler, SessionCheck hasSession, SecureChannelFactory secureChannels = {});
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
 
@@ -59,8 +61,10 @@ private:
 
     boost::asio::io_context& context;
     const Configuration::HttpConfiguration configuration;
+    const HostNames hostNames;
     const HttpHandler handler;
     const SessionCheck hasSession;
+    const SecureChannelFactory secureChannels;
     Acceptor acceptor;
     boost::asio::steady_timer acceptTimer;
     boost::asio::steady_timer sweepTimer;

@@ -50,6 +50,7 @@ inline constexpr Problem ownPassword{403, "own-password",
 inline constexpr Problem notForApiTokens{403, "not-for-api-tokens",
                                          "An API token has neither a session nor a password."};
 inline constexpr Problem crossOrigin{403, "foreign-origin", "Cross-origin requests are refused."};
+inline constexpr Problem tlsRequired{403, "tls-required", "Use https: this port redirects reading requests only."};
 inline constexpr Problem unknownPath{404, "unknown-path", "This path does not exist."};
 inline constexpr Problem unknownDataProvider{404, "unknown-data-provider", "There is no data provider of this name."};
 inline constexpr Problem unknownRequest{404, "unknown-request", "The data provider has no request of this name."};
@@ -66,9 +67,11 @@ inline constexpr Problem targetTooLong{414, "target-too-long", "The request line
 inline constexpr Problem notJson{415, "not-json", "The body must be of the type application/json."};
 inline constexpr Problem unknownExpectation{417, "unknown-expectation",
                                             "The only supported expectation is 100-continue."};
+inline constexpr Problem misdirectedRequest{421, "misdirected-request",
+                                            "This host does not have the name or address that the field Host says."};
 inline constexpr Problem tooManyLogIns{
     429, "too-many-log-ins", "Too many wrong passwords were tried; Retry-After tells when the next may be tried."};
-inline constexpr Problem headerTooLarge{431, "header-too-large", "The header has more than 8192 bytes or 64 fields."};
+inline constexpr Problem headerTooLarge{431, "header-too-large", "The header has more bytes or fields than allowed."};
 inline constexpr Problem internalError{
     500, "internal-error", "The request could not be carried out. The log has the cause under the request id."};
 inline constexpr Problem invalidServiceResponse{502, "bad-service-answer",

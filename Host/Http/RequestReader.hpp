@@ -56,6 +56,12 @@ public:
         return std::span(buffer.get(), bufferBytes).subspan(readBytes);
     }
 
+    /// The current request's client uses encryption, if only as far as a proxy.
+    void MarkSecure() noexcept
+    {
+        header.isSecure = true;
+    }
+
     /// So many bytes were written to the space.
     void Add(std::size_t count) noexcept
     {

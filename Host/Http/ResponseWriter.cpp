@@ -15,6 +15,7 @@ std::string_view GetReasonPhrase(unsigned status) noexcept
                                                                         {201, "Created"},
                                                                         {204, "No Content"},
                                                                         {304, "Not Modified"},
+                                                                        {308, "Permanent Redirect"},
                                                                         {400, "Bad Request"},
                                                                         {401, "Unauthorized"},
                                                                         {403, "Forbidden"},
@@ -25,6 +26,7 @@ std::string_view GetReasonPhrase(unsigned status) noexcept
                                                                         {414, "URI Too Long"},
                                                                         {415, "Unsupported Media Type"},
                                                                         {417, "Expectation Failed"},
+                                                                        {421, "Misdirected Request"},
                                                                         {429, "Too Many Requests"},
                                                                         {431, "Request Header Fields Too Large"},
                                                                         {500, "Internal Server Error"},
@@ -39,11 +41,12 @@ void ResponseWriter::Write(const HttpResponse& response, const HttpRequest& requ
                            std::string_view requestId)
 {
     // All at once: a reallocation would leave a copy of cookie and token behind that is not wiped.
-    constexpr std::size_t otherBytes = 384;
+    constexpr std::size_t otherBytes = 448;
     text.clear();
     text.reserve(otherBytes + response.browserPolicy.size() + response.fields.size() + response.body.size());
     text.append("HTTP/1.1 ").append(std::to_string(response.status)).append(" ");
     text.append(GetReasonPhrase(response.status)).append("\r\n").append(GetDateField()).append(response.browserPolicy);
+    text += fixedFields;
     if (!keepsConnection || request.isHttp10)
     {
         text += keepsConnection ? "Connection: keep-alive\r\n" : "Connection: close\r\n";

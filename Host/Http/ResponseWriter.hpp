@@ -19,7 +19,11 @@ namespace Oxa::Host::Http
 class ResponseWriter final
 {
 public:
-    ResponseWriter() = default;
+    /// `isSecurelyNamed`: whether the connection is encrypted with a certificate that was issued for the host. Browsers
+    /// then never use plain HTTP for its name again, nor accept a certificate that they cannot verify, so a certificate
+    /// that the host made itself does not count: its replacement would lock the host's users out.
+    explicit ResponseWriter(bool isSecurelyNamed) : fixedFields(isSecurelyNamed ? strictTransportField : "") {}
+
     ResponseWriter(const ResponseWriter&) = delete;
     ResponseWriter& operator=(const ResponseWriter&) = delete;
     ~ResponseWriter();
@@ -39,8 +43,12 @@ public:
     void Clear() noexcept;
 
 private:
+    static constexpr std::string_view strictTransportField =
+        "Strict-Transport-Security: max-age=31536000; includeSubDomains\r\n";
+
     [[nodiscard]] std::string_view GetDateField();
 
+    const std::string_view fixedFields;
     BasicString text;
     /// The field Date, formatted once a second.
     std::time_t dateSecond = 0;

@@ -82,9 +82,9 @@ bool IsCrossOrigin(const Http::HttpRequest& request)
     {
         return false;
     }
-    const std::size_t schemeEnd = request.origin.find("://");
-    return schemeEnd == std::string_view::npos || request.host.empty() ||
-           request.origin.substr(schemeEnd + 3) != request.host;
+    const std::string_view scheme = request.isSecure ? "https://" : "http://";
+    return request.host.empty() || !request.origin.starts_with(scheme) ||
+           request.origin.substr(scheme.size()) != request.host;
 }
 
 SessionManager::SessionManager(const Configuration::SessionConfiguration& configuration, System::Um::UserManager& users,

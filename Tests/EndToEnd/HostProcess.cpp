@@ -15,12 +15,12 @@ using System::Commons::Json::JsonTokenType;
 HostProcess::HostProcess(const HostSettings& settings) : fault(settings.fault)
 {
     WriteManifests(settings.modules);
-    configurationPath =
-        folder.Write("host.xml", "<WbmHostDocument><Log " + settings.log + "/><Http port=\"0\" " + settings.http +
-                                     "/><Users database=\"${OXA_STATE}/users.sqlite\"/><Sessions " + settings.sessions +
-                                     "/><Requests " + settings.requests + "/><Components>" + settings.components +
-                                     "</Components><Services>" + settings.services + "</Services><Modules folder=\"" +
-                                     folder.GetPath("modules") + "\"/>" + settings.other + "</WbmHostDocument>");
+    configurationPath = folder.Write(
+        "host.xml", "<WbmHostDocument><Log " + settings.log + "/><Http port=\"0\" hosts=\"test h\" " + settings.http +
+                        "/><Users database=\"${OXA_STATE}/users.sqlite\"/><Sessions " + settings.sessions +
+                        "/><Requests " + settings.requests + "/><Components>" + settings.components +
+                        "</Components><Services>" + settings.services + "</Services><Modules folder=\"" +
+                        folder.GetPath("modules") + "\"/>" + settings.other + "</WbmHostDocument>");
 }
 
 void HostProcess::WriteManifests(std::string_view modules) const

@@ -81,7 +81,7 @@ HttpClient::Answer HttpClient::Ask(std::string_view method, std::string_view tar
                                    std::string_view body)
 {
     BasicString text(method);
-    text.append(" ").append(target).append(" HTTP/1.1\r\nHost: test\r\n").append(fields);
+    text.append(" ").append(target).append(" HTTP/1.1\r\nHost: localhost\r\n").append(fields);
     text.append("Content-Length: ").append(std::to_string(body.size())).append("\r\n\r\n").append(body);
     Write(text);
     return Read(method == "HEAD");

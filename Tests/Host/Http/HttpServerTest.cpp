@@ -45,6 +45,7 @@ protected:
     {
         Configuration::HttpConfiguration configuration;
         configuration.port = 0;
+        configuration.hosts = {"h"};
         return configuration;
     }
 

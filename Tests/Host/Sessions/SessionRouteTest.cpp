@@ -64,7 +64,8 @@ TEST_F(SessionRoutes, TellForgeableRequestsFromOthers)
     const std::tuple<const char*, const char*, const char*, bool, bool> cases[] = {
         {"", "", "h", false, true},
         {"http://h", "", "h", false, false},
-        {"https://h", "same-origin", "h", false, false},
+        {"https://h", "same-origin", "h", true, true},
+        {"h", "", "h", true, true},
         {"", "same-origin", "h", false, false},
         {"", "none", "h", false, false},
         {"http://h", "", "h:80", true, true},
@@ -86,6 +87,18 @@ TEST_F(SessionRoutes, TellForgeableRequestsFromOthers)
         EXPECT_FALSE(sessions.Authenticate(each)->mayBeForged);
         request = each;
         EXPECT_EQ(Ask(HttpMethod::Post, "/api/v1/session", {}, "{}")->status, isCrossOrigin ? 403U : 415U);
+    }
+}
+
+TEST(ComparingOrigins, RequiresTheSchemeOfTheConnection)
+{
+    for (const bool isSecure : {false, true})
+    {
+        for (const BasicString origin : {"http://h", "https://h", "ws://h", "h", "http://h/", "https://H"})
+        {
+            const Http::HttpRequest request{.host = "h", .origin = origin, .isSecure = isSecure};
+            EXPECT_EQ(IsCrossOrigin(request), origin != (isSecure ? "https://h" : "http://h")) << origin;
+        }
     }
 }
 

@@ -1,0 +1,152 @@
+#include "Host/Tls/TlsChannel.hpp"
+
+#include "Host/Tls/Certificate.hpp"
+
+#include <openssl/err.h>
+#include <sys/socket.h>
+
+// Every operation begins with an empty error queue: an error that another connection left on the thread would be taken
+// for one of this connection.
+
+namespace Oxa::Host::Tls
+{
+
+using System::Commons::Diagnostics::Logging::LogLevel;
+
+namespace
+{
+
+/// The protocol: TLS 1.2 and 1.3 with forward secrecy and authenticated ciphers, of which the fast ones come first.
+void SetProtocol(SSL_CTX& context)
+{
+    constexpr const char* groups = "X25519:P-256";
+    constexpr const char* ciphers = "ECDHE-ECDSA-AES128-GCM-SHA256:ECDHE-RSA-AES128-GCM-SHA256:"
+                                    "ECDHE-ECDSA-CHACHA20-POLY1305:ECDHE-RSA-CHACHA20-POLY1305:"
+                                    "ECDHE-ECDSA-AES256-GCM-SHA384:ECDHE-RSA-AES256-GCM-SHA384";
+    constexpr const char* ciphers13 = "TLS_AES_128_GCM_SHA256:TLS_CHACHA20_POLY1305_SHA256:TLS_AES_256_GCM_SHA384";
+    constexpr int securityLevel = 2;
+    SSL_CTX_set_security_level(&context, securityLevel);
+    SSL_CTX_set_options(&context, SSL_OP_CIPHER_SERVER_PREFERENCE | SSL_OP_PRIORITIZE_CHACHA | SSL_OP_NO_RENEGOTIATION |
+                                      SSL_OP_NO_COMPRESSION);
+    // Buffers are given back while a connection is idle; one read of the socket may fetch several records.
+    SSL_CTX_set_mode(&context,
+                     SSL_MODE_RELEASE_BUFFERS | SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
+    SSL_CTX_set_read_ahead(&context, 1);
+    // Sessions are resumed by tickets, whose keys live as long as the context.
+    SSL_CTX_set_session_cache_mode(&context, SSL_SESS_CACHE_OFF);
+    if (SSL_CTX_set_min_proto_version(&context, TLS1_2_VERSION) != 1 ||
+        SSL_CTX_set_cipher_list(&context, ciphers) != 1 || SSL_CTX_set_ciphersuites(&context, ciphers13) != 1 ||
+        SSL_CTX_set1_groups_list(&context, groups) != 1)
+    {
+        ThrowError("cannot set up TLS");
+    }
+}
+
+/// Refuses clients that want to speak another protocol.
+int SelectProtocol(SSL* /*ssl*/, const unsigned char** selected, unsigned char* selectedBytes,
+                   const unsigned char* offered, unsigned int offeredBytes, void* /*unused*/)
+{
+    static constexpr unsigned char supported[] = "\x08http/1.1";
+    unsigned char* found = nullptr;
+    const int result =
+        SSL_select_next_proto(&found, selectedBytes, supported, sizeof(supported) - 1, offered, offeredBytes);
+    *selected = found;
+    return result == OPENSSL_NPN_NEGOTIATED ? SSL_TLSEXT_ERR_OK : SSL_TLSEXT_ERR_ALERT_FATAL;
+}
+
+/// For people who forget the "s" of "https".
+constexpr std::string_view plainResponse =
+    "HTTP/1.1 400 Bad Request\r\nContent-Type: application/problem+json\r\nConnection: close\r\n\r\n"
+    R"({"type":"about:blank","title":"Bad Request","status":400,"code":"tls-required",)"
+    R"("detail":"This port uses encryption: use https."})";
+
+} // namespace
+
+UniqueContext MakeContext(const Certificate& certificate)
+{
+    ERR_clear_error();
+    UniqueContext context(SSL_CTX_new(TLS_server_method()));
+    if (!context)
+    {
+        ThrowError("cannot set up TLS");
+    }
+    SetProtocol(*context);
+    SSL_CTX_set_alpn_select_cb(context.get(), &SelectProtocol, nullptr);
+    certificate.Use(*context);
+    return context;
+}
+
+TlsChannel::TlsChannel(SSL_CTX& context, int descriptor, bool hasIssuedCertificate)
+    : ssl(SSL_new(&context)), descriptor(descriptor), hasIssuedCertificate(hasIssuedCertificate)
+{
+    if (!ssl || SSL_set_fd(ssl.get(), descriptor) != 1)
+    {
+        ThrowError("cannot encrypt a connection");
+    }
+    SSL_set_accept_state(ssl.get());
+}
+
+TlsChannel::Progress TlsChannel::Read(std::span<char> space, std::size_t& count) noexcept
+{
+    ERR_clear_error();
+    return Check(SSL_read_ex(ssl.get(), space.data(), space.size(), &count));
+}
+
+TlsChannel::Progress TlsChannel::Write(std::string_view bytes, std::size_t& count) noexcept
+{
+    ERR_clear_error();
+    return Check(SSL_write_ex(ssl.get(), bytes.data(), bytes.size(), &count));
+}
+
+bool TlsChannel::HasInput() const noexcept
+{
+    return SSL_has_pending(ssl.get()) == 1;
+}
+
+void TlsChannel::EndWriting() noexcept
+{
+    // During the handshake and after an error the protocol forbids it.
+    if (!hasFailed && SSL_is_init_finished(ssl.get()) == 1)
+    {
+        ERR_clear_error();
+        SSL_shutdown(ssl.get());
+    }
+}
+
+TlsChannel::Progress TlsChannel::Check(int result) noexcept
+{
+    if (result == 1)
+    {
+        return Progress::Done;
+    }
+    switch (SSL_get_error(ssl.get(), result))
+    {
+    case SSL_ERROR_WANT_READ:
+        return Progress::WaitsForInput;
+    case SSL_ERROR_WANT_WRITE:
+        return Progress::WaitsForOutput;
+    case SSL_ERROR_ZERO_RETURN:
+        return Progress::Ended;
+    default:
+        Fail();
+        return Progress::Ended;
+    }
+}
+
+void TlsChannel::Fail() noexcept
+{
+    hasFailed = true;
+    const unsigned long error = ERR_peek_last_error();
+    if (ERR_GET_LIB(error) == ERR_LIB_SSL && ERR_GET_REASON(error) == SSL_R_HTTP_REQUEST)
+    {
+        (void)send(descriptor, plainResponse.data(), plainResponse.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    }
+    if (error != 0)
+    {
+        const char* const reason = ERR_reason_error_string(error);
+        Log(LogLevel::Debug, "a TLS connection ends: {0}", reason != nullptr ? reason : "unknown error");
+    }
+    ERR_clear_error();
+}
+
+} // namespace Oxa::Host::Tls
