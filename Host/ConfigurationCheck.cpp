@@ -14,6 +14,7 @@
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
+#include "Oxa/System/Nm/NotificationManager.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
 #include <boost/asio/ip/tcp.hpp>

@@ -206,6 +206,7 @@ std::optional<Sessions::Caller> ApiRouter::Admit(Http::IHttpExchange& exchange, 
         SendProblem(exchange, Http::Problems::noSession);
         return std::nullopt;
     }
+    exchange.SetSession(caller->securityToken.GetValue());
     if (caller->mayBeForged)
     {
         parts.sessions.RefuseCrossOrigin(exchange, caller->userName);

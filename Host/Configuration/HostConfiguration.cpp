@@ -22,13 +22,14 @@ using System::Rsc::RscEndpointConfiguration;
 namespace
 {
 
+constexpr std::size_t megabyte = std::size_t{1024} * 1024;
+
 void ReadRequestLimits(XmlElementReader& element, RequestLimits& limits)
 {
-    constexpr std::size_t largestBody = std::size_t{1024} * 1024;
     element.Read("maximumHeaderBytes", limits.maximumHeaderBytes, 1024, 65536);
     element.Read("maximumHeaderFields", limits.maximumHeaderFields, 16, 1000);
-    element.Read("maximumBodyBytes", limits.maximumBodyBytes, 1024, largestBody);
-    element.Read("maximumBodyBytesWithoutSession", limits.maximumBodyBytesWithoutSession, 1024, largestBody);
+    element.Read("maximumBodyBytes", limits.maximumBodyBytes, 1024, megabyte);
+    element.Read("maximumBodyBytesWithoutSession", limits.maximumBodyBytesWithoutSession, 1024, megabyte);
     if (limits.maximumBodyBytesWithoutSession > limits.maximumBodyBytes)
     {
         element.ReportBadValue("maximumBodyBytesWithoutSession", std::to_string(limits.maximumBodyBytesWithoutSession),
@@ -92,7 +93,11 @@ void ReadHttp(XmlElementReader& element, HttpConfiguration& http)
     element.Read("port", http.port, 0, std::numeric_limits<uint16>::max());
     ReadEncryption(element, http, address.is_loopback());
     element.Read("maximumConnections", http.maximumConnections, 1, 10000);
+    element.Read("maximumConnectionsPerAddress", http.maximumConnectionsPerAddress, 1, 10000);
     ReadRequestLimits(element, http.requestLimits);
+    element.Read("sendBufferBytes", http.sendBufferBytes, 4096, megabyte);
+    element.Read("maximumUnsentBytes", http.maximumUnsentBytes, 65536, 1024 * megabyte);
+    element.Read("firstByteSeconds", http.firstByteTimeout, seconds(1), longest);
     element.Read("idleSeconds", http.idleTimeout, seconds(1), longest);
     element.Read("headerSeconds", http.headerTimeout, seconds(1), longest);
     element.Read("bodySeconds", http.bodyTimeout, seconds(1), longest);

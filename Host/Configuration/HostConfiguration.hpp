@@ -40,13 +40,21 @@ struct HttpConfiguration
     /// Where requests without encryption are redirected to `hosts[0]`.
     std::optional<uint16> redirectPort;
     std::size_t maximumConnections = 256;
+    /// Of one address; with IP version 6, of one network with a prefix of 64 bits.
+    std::size_t maximumConnectionsPerAddress = 192;
     RequestLimits requestLimits;
+    /// Of one connection, for bytes that the client has not acknowledged.
+    std::size_t sendBufferBytes = std::size_t{32} * 1024;
+    /// Of all responses that clients have not taken; also of a single response.
+    std::size_t maximumUnsentBytes = std::size_t{8} * 1024 * 1024;
+    /// From the connection to its first byte, with the TLS handshake.
+    std::chrono::seconds firstByteTimeout{5};
     /// A connection between two requests.
     std::chrono::seconds idleTimeout{60};
     /// From a request's first byte to the end of its header.
     std::chrono::seconds headerTimeout{10};
     std::chrono::seconds bodyTimeout{20};
-    /// For a response that the client does not read.
+    /// For the whole of a response that the client does not take at once.
     std::chrono::seconds writeTimeout{20};
     /// When the host ends: for requests in progress, and then once more for modules and components to stop.
     std::chrono::seconds shutdownTimeout{10};

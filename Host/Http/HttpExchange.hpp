@@ -116,6 +116,16 @@ public:
     /// The IP address that the request came from, perhaps a proxy's. Empty when the client has disconnected.
     [[nodiscard]] virtual BasicString GetClientAddress() const = 0;
 
+    /// Whether the client still waits for the response: false when it has closed the connection, or its sending side.
+    [[nodiscard]] virtual bool IsConnected() noexcept = 0;
+
+    /// The request belongs to this session; the connection then ends after those without one when others need its
+    /// place.
+    virtual void SetSession(uint64 sessionId) noexcept = 0;
+
+    /// Identifies who shares the bounds on waiting requests: the request's session, or the client's address.
+    [[nodiscard]] virtual uint64 GetClientId() const noexcept = 0;
+
     /// 16 hexadecimal digits, random, made by the first call; the response then carries them in Oxa-Request-Id. Logs
     /// and the audit trail name the request by them. Requires: `Send` was not called. Valid until the response has been
     /// sent.

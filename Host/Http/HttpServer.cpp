@@ -3,20 +3,24 @@
 #include "Host/Http/Problem.hpp"
 #include "Host/Http/ResponseWriter.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Commons/Text.hpp"
 
 #include <boost/asio/ip/address.hpp>
 #include <boost/asio/post.hpp>
+#include <netinet/tcp.h>
+#include <poll.h>
 
 #include <chrono>
 #include <cstddef>
-#include <limits>
+#include <optional>
 #include <string_view>
 #include <utility>
 
 // A connection reads (`Read`), parses (`Process`), waits for the handler (`HandleRequest` until `Resume`), writes
 // (`Flush`) and begins again, or ends: `Linger` until the client has closed its side, then `Close`. The steps follow
-// each other, on whichever thread runs the event loop. The server's lock guards which connections exist; a connection
-// takes it only to add or remove itself, and what the server calls under it takes no lock.
+// each other, on whichever thread runs the event loop. The server's lock guards the table of connections; a connection
+// takes it only to report its stage, and what the server calls under it takes no lock. A connection that has to end is
+// taken out of the table and shut down; the operation in progress then fails, and its handler closes.
 
 namespace Oxa::Host::Http
 {
@@ -31,8 +35,12 @@ namespace
 
 constexpr std::chrono::seconds sweepPeriod{1};
 constexpr std::chrono::milliseconds acceptPause{100};
-constexpr uint32 noDeadline = std::numeric_limits<uint32>::max();
-constexpr std::chrono::seconds lingerTimeout{2};
+/// On the loopback interface segments of 64 KiB would be larger than the buffers; the receiver of a part of one waits
+/// 40 ms for the rest before it acknowledges. Segments of a network are smaller.
+constexpr int maximumSegmentBytes = 8192;
+/// In one step of the event loop, so that connections which are being served have their turn.
+constexpr int maximumAccepts = 16;
+constexpr std::size_t maximumLoggedBytes = 128;
 constexpr std::size_t maximumLingeredBytes = std::size_t{1024} * 1024;
 
 } // namespace
@@ -41,8 +49,10 @@ IHttpExchange::~IHttpExchange() = default;
 
 /// One client's connection: reads a request, passes it to the handler, writes the response, and so on, in order. At any
 /// time there is either one operation of the socket or one request in progress, so its members need no lock.
-/// Kept alive by that operation or request. Threads: as the handlers; `End…` from any.
-class HttpServer::Connection final : public IHttpExchange, public std::enable_shared_from_this<Connection>
+/// Kept alive by that operation or request. Threads: as the handlers; `End` from any.
+class HttpServer::Connection final : public IHttpExchange,
+                                     public ConnectionTable::Entry,
+                                     public std::enable_shared_from_this<Connection>
 {
 public:
     Connection(std::shared_ptr<HttpServer> owner, ClientStream::Socket socket)
@@ -64,11 +74,12 @@ public:
     }
 
     /// Serves the client, or tells it that there are too many connections.
-    void Start()
+    void Start(const ClientNetwork& network)
     {
-        if (server->TryAdd(*this))
+        // With a bit that the numbers of sessions do not have.
+        networkId = uint64{1} << 63U | (network.prefix ^ network.address);
+        if (server->TryAdd(*this, network))
         {
-            SetDeadline(server->configuration.idleTimeout);
             Read();
             return;
         }
@@ -78,28 +89,15 @@ public:
         stream.ShutdownSend();
     }
 
-    // Requires: the server's lock is held, so that the socket cannot be closed meanwhile.
-
-    void EndWhenLate(uint32 now) noexcept
-    {
-        if (deadline.load(std::memory_order_relaxed) <= now)
-        {
-            End();
-        }
-    }
-
-    void EndWhenIdle() noexcept
-    {
-        if (isIdle)
-        {
-            End();
-        }
-    }
-
+    /// Requires: the server's lock is held, so that the socket cannot be closed meanwhile.
     void End() noexcept
     {
-        // The operation in progress fails, or the next one, and its handler closes.
         stream.Abort();
+    }
+
+    [[nodiscard]] bool HasSession() const noexcept
+    {
+        return hasSession;
     }
 
     [[nodiscard]] const HttpRequest& GetRequest() const noexcept override
@@ -110,6 +108,24 @@ public:
     [[nodiscard]] BasicString GetClientAddress() const override
     {
         return stream.GetClientAddress();
+    }
+
+    [[nodiscard]] bool IsConnected() noexcept override
+    {
+        // Errors are reported without being asked for.
+        pollfd polled{stream.GetDescriptor(), POLLRDHUP, 0};
+        return poll(&polled, 1, 0) == 0;
+    }
+
+    void SetSession(uint64 sessionId) noexcept override
+    {
+        hasSession = true;
+        requestSession = sessionId;
+    }
+
+    [[nodiscard]] uint64 GetClientId() const noexcept override
+    {
+        return requestSession.value_or(networkId);
     }
 
     [[nodiscard]] std::string_view GetRequestId() override
@@ -123,6 +139,16 @@ public:
 
     void Send(const HttpResponse& response) override
     {
+        if (response.body.size() > server->configuration.maximumUnsentBytes)
+        {
+            server->Log(LogLevel::Warning,
+                        "the response to '{0}' has {1} bytes and is not sent: maximumUnsentBytes is {2}",
+                        System::Commons::Text::Truncate(GetRequest().path, maximumLoggedBytes), response.body.size(),
+                        server->configuration.maximumUnsentBytes);
+            SendProblem(*this, Problems::responseTooLarge);
+            return;
+        }
+        hasSession = hasSession && response.status != 401;
         writer.Write(response, GetRequest(), keepsConnection, requestId);
     }
 
@@ -201,10 +227,10 @@ private:
         part = reader.GetPart();
         if (part == RequestReader::Part::Header)
         {
-            SetDeadline(server->configuration.headerTimeout);
+            server->Move(*this, ConnectionStage::Header);
             return;
         }
-        SetDeadline(server->configuration.bodyTimeout);
+        server->Move(*this, ConnectionStage::Body);
         if (GetRequest().expectsContinue && !reader.HasMore())
         {
             constexpr std::string_view text = "HTTP/1.1 100 Continue\r\n\r\n";
@@ -218,8 +244,8 @@ private:
 
     [[nodiscard]] Handling HandleRequest()
     {
-        isIdle.store(false, std::memory_order_relaxed);
-        deadline.store(noDeadline, std::memory_order_relaxed);
+        server->Move(*this, ConnectionStage::Busy);
+        requestSession.reset();
         keepsConnection = GetRequest().keepsConnection && !server->isStopping;
         switch (server->hostNames.Find(GetRequest().host, localAddress))
         {
@@ -255,7 +281,7 @@ private:
         {
             return OnWritten();
         }
-        SetDeadline(server->configuration.writeTimeout);
+        server->Move(*this, ConnectionStage::Writing, text.size());
         stream.AsyncWrite(text.substr(*written),
                           [self = shared_from_this()](const error_code& writeError, std::size_t /*count*/)
                           {
@@ -279,10 +305,8 @@ private:
             requestId.clear();
             reader.BeginRequest();
             part = RequestReader::Part::None;
-            SetDeadline(server->configuration.idleTimeout);
-            // The order matters: `Stop` sets isStopping first and then looks for idle connections, so one of the two
-            // checks sees the other.
-            isIdle = true;
+            server->Move(*this, ConnectionStage::Idle);
+            // `Stop` sets isStopping first and then looks for idle connections: one of the two checks sees the other.
             if (!server->isStopping)
             {
                 return true;
@@ -301,7 +325,7 @@ private:
             return;
         }
         stream.ShutdownSend();
-        SetDeadline(lingerTimeout);
+        server->Move(*this, ConnectionStage::Closing);
         reader.DropAll();
         Linger();
     }
@@ -331,28 +355,22 @@ private:
         }
     }
 
-    void SetDeadline(std::chrono::seconds timeout) noexcept
-    {
-        // One more: the current tick may be over in a moment.
-        const uint32 now = server->tick.load(std::memory_order_relaxed);
-        deadline.store(now + static_cast<uint32>(timeout.count()) + 1, std::memory_order_relaxed);
-    }
-
     const std::shared_ptr<HttpServer> server;
     ClientStream stream;
     const asio::ip::address localAddress;
     RequestReader reader;
     /// Empty as long as nothing names the request.
     BasicString requestId;
-    /// Whose time limit is running.
+    /// What the table knows.
     RequestReader::Part part = RequestReader::Part::None;
     ResponseWriter writer;
     std::size_t lingeredBytes = 0;
     bool keepsConnection = true;
-    /// In ticks.
-    std::atomic<uint32> deadline = noDeadline;
-    /// No complete request waits for its response, so a server that stops need not wait for this connection.
-    std::atomic<bool> isIdle = true;
+    /// Of the last request that asked for one.
+    bool hasSession = false;
+    /// Of the request in progress.
+    std::optional<uint64> requestSession;
+    uint64 networkId = 0;
 };
 
 HttpServer::HttpServer(asio::io_context& context, const Configuration::HttpConfiguration& configuration,
@@ -365,7 +383,8 @@ HttpServer::HttpServer(asio::io_context& context, const Configuration::HttpConfi
       secureChannels(std::move(secureChannels)),
       acceptor(context),
       acceptTimer(context),
-      sweepTimer(context)
+      sweepTimer(context),
+      table(this->configuration)
 {
 }
 
@@ -376,8 +395,13 @@ void HttpServer::Listen()
     {
         acceptor.open(endpoint.protocol());
         acceptor.set_option(asio::socket_base::reuse_address(true));
+        // Connections inherit these.
+        acceptor.set_option(asio::socket_base::send_buffer_size(static_cast<int>(configuration.sendBufferBytes)));
+        acceptor.set_option(asio::socket_base::receive_buffer_size(receiveBufferBytes));
+        acceptor.set_option(asio::detail::socket_option::integer<IPPROTO_TCP, TCP_MAXSEG>(maximumSegmentBytes));
         acceptor.bind(endpoint);
         acceptor.listen();
+        acceptor.non_blocking(true);
     }
     catch (const boost::system::system_error& error)
     {
@@ -408,8 +432,26 @@ void HttpServer::Accept()
                 return;
             }
             Serve(std::move(socket));
+            ServeWaiting();
             Accept();
         });
+}
+
+/// Takes more than one in a step when many clients connect: they wait in a queue of bounded length.
+void HttpServer::ServeWaiting()
+{
+    for (int count = 1; count < maximumAccepts; ++count)
+    {
+        ClientStream::Socket socket(context);
+        error_code error;
+        acceptor.accept(socket, error);
+        if (error)
+        {
+            // None waits, or the next `Accept` reports the cause.
+            return;
+        }
+        Serve(std::move(socket));
+    }
 }
 
 /// The process or the machine has run out of a resource; trying at once would only load the processor.
@@ -428,9 +470,16 @@ void HttpServer::AcceptLater()
 
 void HttpServer::Serve(ClientStream::Socket socket)
 {
+    error_code error;
+    const auto client = socket.remote_endpoint(error);
+    if (error)
+    {
+        // The client has gone.
+        return;
+    }
     try
     {
-        std::make_shared<Connection>(shared_from_this(), std::move(socket))->Start();
+        std::make_shared<Connection>(shared_from_this(), std::move(socket))->Start(GetNetwork(client.address()));
     }
     catch (const System::Commons::Exception& exception)
     {
@@ -443,21 +492,37 @@ void HttpServer::Serve(ClientStream::Socket socket)
     }
 }
 
-/// False: too many connections are open.
-bool HttpServer::TryAdd(Connection& connection)
+/// False: too many connections are open, and all of them are busy.
+bool HttpServer::TryAdd(Connection& connection, const ClientNetwork& network)
 {
     const MutexLock lock(mutex);
-    return connections.size() < configuration.maximumConnections && connections.insert(&connection).second;
+    const auto admission = table.Add(connection, network, Clock::now());
+    if (admission.displaced != nullptr)
+    {
+        static_cast<Connection*>(admission.displaced)->End();
+    }
+    return admission.isAdmitted;
 }
 
 /// Any thread. The connection is not used any more when this returns.
 void HttpServer::Remove(Connection& connection)
 {
     const MutexLock lock(mutex);
-    connections.erase(&connection);
-    if (connections.empty() && drained)
+    table.Remove(connection);
+    if (table.IsEmpty() && drained)
     {
         asio::post(context, std::exchange(drained, nullptr));
+    }
+}
+
+void HttpServer::Move(Connection& connection, ConnectionStage stage, std::size_t unsentBytes)
+{
+    const MutexLock lock(mutex);
+    table.SetSession(connection, connection.HasSession());
+    table.Move(connection, stage, Clock::now(), unsentBytes);
+    while (auto* const entry = unsentBytes > 0 ? table.TakeExcess(connection) : nullptr)
+    {
+        static_cast<Connection*>(entry)->End();
     }
 }
 
@@ -477,14 +542,10 @@ void HttpServer::StartSweep()
 
 void HttpServer::Sweep()
 {
-    const uint32 now = ++tick;
     const MutexLock lock(mutex);
-    for (Connection* const connection : connections)
-    {
-        connection->EndWhenLate(now);
-    }
+    End(table.TakeLate(Clock::now()));
     isSweeping = false;
-    if (!connections.empty())
+    if (!table.IsEmpty())
     {
         StartSweep();
     }
@@ -496,11 +557,8 @@ void HttpServer::Stop(std::function<void()> whenDrained)
     acceptor.close(ignored);
     const MutexLock lock(mutex);
     isStopping = true;
-    for (Connection* const connection : connections)
-    {
-        connection->EndWhenIdle();
-    }
-    if (connections.empty())
+    End(table.FindUnused());
+    if (table.IsEmpty())
     {
         asio::post(context, std::move(whenDrained));
         return;
@@ -511,9 +569,14 @@ void HttpServer::Stop(std::function<void()> whenDrained)
 void HttpServer::EndConnections()
 {
     const MutexLock lock(mutex);
-    for (Connection* const connection : connections)
+    End(table.GetAll());
+}
+
+void HttpServer::End(const std::vector<ConnectionTable::Entry*>& entries)
+{
+    for (auto* const entry : entries)
     {
-        connection->End();
+        static_cast<Connection*>(entry)->End();
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Http/ClientStream.hpp"
+#include "Host/Http/ConnectionTable.hpp"
 #include "Host/Http/HostNames.hpp"
 #include "Host/Http/HttpExchange.hpp"
 #include "Host/Http/RequestReader.hpp"
@@ -14,16 +15,18 @@
 #include <boost/asio/steady_timer.hpp>
 
 #include <atomic>
+#include <chrono>
+#include <cstddef>
 #include <functional>
 #include <memory>
-#include <unordered_set>
+#include <vector>
 
 namespace Oxa::Host::Http
 {
 
-/// Listens, bounds the number of connections and ends those that wait too long: one timer checks all of them once a
-/// second, and only while there are any. Owned by the host's main part and by its connections. Threads: the main thread
-/// until the event loop runs, then the event loop's.
+/// Listens and ends connections as its table decides: those that have to make room for others, and, checked once a
+/// second while there are any, those that take too long. Owned by the host's main part and by its connections. Threads:
+/// the main thread until the event loop runs, then the event loop's.
 class HttpServer final : public std::enable_shared_from_this<HttpServer>,
                          private System::Commons::Diagnostics::Logging::Loggable<HttpServer>
 {
@@ -49,13 +52,21 @@ public:
 
 private:
     class Connection;
+    /// Of one connection, for bytes that this process has not read.
+    static constexpr int receiveBufferBytes = 16 * 1024;
+
+    using Clock = std::chrono::steady_clock;
     using Acceptor = boost::asio::basic_socket_acceptor<boost::asio::ip::tcp, boost::asio::io_context::executor_type>;
 
     void Accept();
     void AcceptLater();
+    void ServeWaiting();
     void Serve(ClientStream::Socket socket);
-    [[nodiscard]] bool TryAdd(Connection& connection);
+    [[nodiscard]] bool TryAdd(Connection& connection, const ClientNetwork& network);
     void Remove(Connection& connection);
+    /// `unsentBytes`: of the response that has to be kept for the client.
+    void Move(Connection& connection, ConnectionStage stage, std::size_t unsentBytes = 0);
+    static void End(const std::vector<ConnectionTable::Entry*>& entries);
     void StartSweep();
     void Sweep();
 
@@ -69,12 +80,10 @@ private:
     boost::asio::steady_timer acceptTimer;
     boost::asio::steady_timer sweepTimer;
     bool isSweeping = false;
-    /// Counts seconds while there are connections.
-    std::atomic<uint32> tick = 0;
     std::atomic<bool> isStopping = false;
 
     System::Commons::Mutex mutex;
-    std::unordered_set<Connection*> connections OXA_GUARDED_BY(mutex);
+    ConnectionTable table OXA_GUARDED_BY(mutex);
     std::function<void()> drained OXA_GUARDED_BY(mutex);
 };
 

@@ -62,8 +62,9 @@ inline constexpr Problem methodNotAllowed{
 inline constexpr Problem userExists{409, "user-exists", "There is a user of this name."};
 inline constexpr Problem apiTokenExists{409, "token-exists", "There is an API token of this name."};
 inline constexpr Problem lastAdministrator{409, "last-admin", "No active user with the role Admin would be left."};
-inline constexpr Problem bodyTooLarge{413, "body-too-large", "The body has more than 65536 bytes."};
-inline constexpr Problem targetTooLong{414, "target-too-long", "The request line has more than 8192 bytes."};
+inline constexpr Problem bodyTooLarge{413, "body-too-large",
+                                      "The body is longer than allowed; the limit is lower without a session."};
+inline constexpr Problem targetTooLong{414, "target-too-long", "The request line is longer than allowed."};
 inline constexpr Problem notJson{415, "not-json", "The body must be of the type application/json."};
 inline constexpr Problem unknownExpectation{417, "unknown-expectation",
                                             "The only supported expectation is 100-continue."};
@@ -74,6 +75,8 @@ inline constexpr Problem tooManyLogIns{
 inline constexpr Problem headerTooLarge{431, "header-too-large", "The header has more bytes or fields than allowed."};
 inline constexpr Problem internalError{
     500, "internal-error", "The request could not be carried out. The log has the cause under the request id."};
+inline constexpr Problem responseTooLarge{500, "response-too-large",
+                                          "The response is larger than this server may send."};
 inline constexpr Problem invalidServiceResponse{502, "bad-service-answer",
                                                 "The device service returned an invalid response."};
 inline constexpr Problem notAvailable{503, "not-available", "The data provider is not available at the moment."};

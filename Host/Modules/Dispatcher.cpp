@@ -145,7 +145,7 @@ void Dispatcher::Call(IHttpExchange& exchange, const DataProvider& provider, con
         SendProblem(exchange, *obstacle);
         return;
     }
-    if (!provider.isSafe && !Announce(exchange, request))
+    if (!provider.manifest.isSafe && !Announce(exchange, request))
     {
         Publish(NotificationKind::CommandRefused, exchange, request,
                 {{"errorCode", BasicString(Http::Problems::auditNotWritable.code)}});

@@ -115,16 +115,27 @@ TEST(Http, ServesThePageWithAPolicyOfItsOwn)
     EXPECT_EQ(client.Ask("GET", "/index.htm").result_int(), 404U);
 }
 
-TEST(Http, RefusesConnectionsOverTheBound)
+TEST(Http, EndsTheLeastAdvancedConnectionForANewOne)
 {
-    HostProcess host({.http = "maximumConnections=\"1\""});
+    HostProcess host({.http = "maximumConnections=\"4\""});
     host.WaitUntilReady();
-    auto first = host.Connect();
-    EXPECT_EQ(first.Ask("GET", "/healthz").result_int(), 200U);
-    auto second = host.Connect();
-    EXPECT_EQ(GetMember(second.Read().body(), "code"), "too-many-connections");
-    EXPECT_TRUE(second.IsEnded());
-    EXPECT_EQ(first.Ask("GET", "/healthz").result_int(), 200U);
+    const BasicString admin = host.LogIn();
+    auto withSession = host.Connect();
+    EXPECT_EQ(withSession.Ask("GET", "/api/v1/pages", admin).result_int(), 200U);
+    auto idle = host.Connect();
+    EXPECT_EQ(idle.Ask("GET", "/healthz").result_int(), 200U);
+    auto silent = host.Connect();
+    auto used = host.Connect();
+    EXPECT_EQ(used.Ask("GET", "/healthz").result_int(), 200U);
+    EXPECT_FALSE(silent.WaitForInput(std::chrono::milliseconds(0))) << "at the bound";
+    auto other = host.Connect();
+    EXPECT_EQ(other.Ask("GET", "/healthz").result_int(), 200U);
+    EXPECT_TRUE(silent.IsEnded());
+    for (int index = 0; index < 10; ++index)
+    {
+        EXPECT_EQ(host.Ask("GET", "/healthz").result_int(), 200U);
+    }
+    EXPECT_EQ(withSession.Ask("GET", "/api/v1/pages", admin).result_int(), 200U);
 }
 
 /// Whether the server ends the connection although a byte comes ten times a second.
@@ -149,7 +160,7 @@ struct SlowClient
 };
 
 const SlowClient slowClients[] = {
-    {"idle", "", "GET /healthz HTTP/1.1\r\nHost: test\r\n\r\n"},
+    {"firstByte", "", "GET /healthz HTTP/1.1\r\nHost: test\r\n\r\n"},
     {"header", "GET /healthz HTTP/1.1\r\nHost: test\r\nX: ", "\r\n\r\n"},
     {"body", "POST /api/v1/session HTTP/1.1\r\nHost: test\r\nContent-Length: 4000\r\n\r\n", BasicString(4000, 'x')}};
 
@@ -170,12 +181,6 @@ void ExpectLimitToEndOneConnection(const SlowClient& late)
     }
     Support::HttpClient& ending = clients[&late - slowClients];
     EXPECT_TRUE(late.begin.empty() ? ending.IsEnded() : EndsInSpiteOfDrips(ending)) << late.limit;
-    if (late.begin.empty())
-    {
-        auto used = host.Connect();
-        EXPECT_EQ(used.Ask("GET", "/healthz").result_int(), 200U);
-        EXPECT_TRUE(used.IsEnded());
-    }
     for (std::size_t index = 0; index < std::size(slowClients); ++index)
     {
         if (&clients[index] != &ending)
@@ -195,28 +200,52 @@ TEST(Http, EndsConnectionsThatKeepItWaitingEachByALimitOfItsOwn)
     }
 }
 
-TEST(Http, EndsAConnectionThatDoesNotTakeItsAnswer)
+TEST(Http, EndsAConnectionThatIsNotUsedAgain)
 {
-    HostProcess host({.http = R"(maximumConnections="1" writeSeconds="1")"});
+    HostProcess host({.http = R"(idleSeconds="1")"});
     host.WaitUntilReady();
     auto client = host.Connect();
-    const auto session = client.Ask("POST", "/api/v1/session", "Content-Type: application/json\r\n",
-                                    R"({"user":"admin","password":")" + host.GetInitialPassword() + "\"}");
-    client.Write("GET /api/v1/FakeDp/Fill?8000000 HTTP/1.1\r\nHost: test\r\nAuthorization: Bearer " +
-                 GetMember(session.body(), "token") + "\r\n\r\n");
-    const auto isFree = [&host]
+    EXPECT_EQ(client.Ask("GET", "/healthz").result_int(), 200U);
+    EXPECT_TRUE(client.IsEnded());
+}
+
+TEST(Http, EndsAConnectionThatTakesItsAnswerTooSlowly)
+{
+    HostProcess host({.http = R"(writeSeconds="1")"});
+    host.WaitUntilReady();
+    const BasicString admin = host.LogIn();
+    auto client = host.Connect();
+    client.Write("GET /api/v1/FakeDp/Fill?8000000 HTTP/1.1\r\nHost: test\r\n" + admin + "\r\n");
+    // Takes a byte at a time.
+    int count = 0;
+    while (!client.IsEnded())
     {
-        try
-        {
-            return host.Ask("GET", "/healthz").result_int() == 200U;
-        }
-        catch (const std::exception&)
-        {
-            return false;
-        }
+        ++count;
+    }
+    EXPECT_LT(count, 8000000);
+}
+
+TEST(Http, EndsTheOldestOfTheConnectionsWhoseAnswersTakeTooMuchMemory)
+{
+    HostProcess host({.http = R"(maximumUnsentBytes="3000000")"});
+    host.WaitUntilReady();
+    const BasicString admin = host.LogIn();
+    const auto ask = [&admin](Support::HttpClient& client, const char* bytes)
+    {
+        client.Write("GET /api/v1/FakeDp/Fill?" + BasicString(bytes) + " HTTP/1.1\r\nHost: test\r\n" + admin + "\r\n");
+        EXPECT_TRUE(client.WaitForInput(std::chrono::seconds(20)));
     };
-    EXPECT_TRUE(Support::Eventually(isFree));
-    EXPECT_ANY_THROW((void)client.Read());
+    auto oldest = host.Connect();
+    ask(oldest, "1200000");
+    auto old = host.Connect();
+    ask(old, "1200000");
+    auto last = host.Connect();
+    ask(last, "1200000");
+    EXPECT_ANY_THROW((void)oldest.Read());
+    EXPECT_EQ(old.Read().body().size(), 1200000U);
+    EXPECT_EQ(last.Read().body().size(), 1200000U);
+    EXPECT_EQ(host.Ask("GET", "/api/v1/FakeDp/Fill?3000000", admin).body().size(), 3000000U) << "at the bound";
+    EXPECT_EQ(GetMember(host.Ask("GET", "/api/v1/FakeDp/Fill?3000001", admin).body(), "code"), "response-too-large");
 }
 
 } // namespace

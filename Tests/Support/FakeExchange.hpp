@@ -22,6 +22,21 @@ public:
         return "192.0.2.1";
     }
 
+    [[nodiscard]] bool IsConnected() noexcept override
+    {
+        return isConnected;
+    }
+
+    void SetSession(uint64 sessionId) noexcept override
+    {
+        clientId = sessionId;
+    }
+
+    [[nodiscard]] uint64 GetClientId() const noexcept override
+    {
+        return clientId;
+    }
+
     [[nodiscard]] std::string_view GetRequestId() override
     {
         return "0123456789abcdef";
@@ -44,6 +59,8 @@ public:
     BasicString body;
     BasicString fields;
     std::atomic<bool> isResumed = false;
+    std::atomic<bool> isConnected = true;
+    uint64 clientId = 0;
 };
 
 } // namespace Oxa::Tests::Support

@@ -1,5 +1,6 @@
 #include "Host/Http/HttpServer.hpp"
 
+#include "Support/Eventually.hpp"
 #include "Support/HttpClient.hpp"
 #include "Support/LogRecorder.hpp"
 
@@ -7,9 +8,11 @@
 #include <boost/asio/post.hpp>
 #include <gmock/gmock.h>
 
+#include <array>
 #include <future>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 namespace Oxa::Host::Http
 {
@@ -41,11 +44,18 @@ protected:
         boost::asio::post(context, std::move(step));
     }
 
+    void Finish(std::shared_ptr<IHttpExchange> exchange)
+    {
+        exchange->Send({200, "text/plain", "done"});
+        Post([exchange = std::move(exchange)] { exchange->Resume(); });
+    }
+
     static Configuration::HttpConfiguration MakeConfiguration()
     {
         Configuration::HttpConfiguration configuration;
         configuration.port = 0;
         configuration.hosts = {"h"};
+        configuration.maximumConnections = 2;
         return configuration;
     }
 
@@ -58,7 +68,7 @@ protected:
         }
         if (path == "/defer")
         {
-            deferred.set_value(exchange);
+            deferred.at(deferredCount++).set_value(exchange);
             return Handling::Deferred;
         }
         exchange->Send({200, "text/plain", path});
@@ -67,7 +77,8 @@ protected:
 
     Tests::Support::LogRecorder log;
     boost::asio::io_context context;
-    std::promise<std::shared_ptr<IHttpExchange>> deferred;
+    std::array<std::promise<std::shared_ptr<IHttpExchange>>, 2> deferred;
+    std::size_t deferredCount = 0;
     std::shared_ptr<HttpServer> server = std::make_shared<HttpServer>(
         context, MakeConfiguration(), [this](const auto& exchange) { return Handle(exchange); },
         [](const HttpRequest& request) { return request.cookie == "session"; });
@@ -79,7 +90,7 @@ TEST_F(HttpServers, WriteADeferredResponseWhenItIsResumedAndThenThatOfThePipelin
 {
     HttpClient client(port);
     client.Write("GET /defer HTTP/1.1\r\nHost: h\r\n\r\nGET /next HTTP/1.1\r\nHost: h\r\n\r\n");
-    auto exchange = deferred.get_future().get();
+    auto exchange = deferred[0].get_future().get();
     EXPECT_EQ(exchange->GetClientAddress(), "127.0.0.1");
     exchange->Send({200, "text/plain", "late", "X-A: b\r\n"});
     Post([exchange = std::move(exchange)] { exchange->Resume(); });
@@ -106,13 +117,67 @@ TEST_F(HttpServers, TurnWhatTheHandlerThrowsIntoAResponseWithoutItsText)
     EXPECT_THAT(log.GetEntries()[0].message, testing::HasSubstr("inner secret"));
 }
 
+TEST_F(HttpServers, RefuseAConnectionOnlyWhenAllOthersAreBusy)
+{
+    HttpClient first(port);
+    HttpClient second(port);
+    EXPECT_EQ(first.Ask("GET", "/a").body(), "/a");
+    EXPECT_EQ(second.Ask("GET", "/b").body(), "/b");
+    HttpClient third(port);
+    third.Write("GET /defer HTTP/1.1\r\nHost: h\r\n\r\n");
+    auto exchange = deferred[0].get_future().get();
+    EXPECT_TRUE(first.IsEnded()) << "it has been idle longest";
+    second.Write("GET /defer HTTP/1.1\r\nHost: h\r\n\r\n");
+    auto other = deferred[1].get_future().get();
+    HttpClient refused(port);
+    EXPECT_EQ(refused.Read().result_int(), 503U);
+    EXPECT_TRUE(refused.IsEnded());
+    Finish(std::move(exchange));
+    Finish(std::move(other));
+    EXPECT_EQ(third.Read().body(), "done");
+    EXPECT_EQ(second.Read().body(), "done");
+}
+
+TEST_F(HttpServers, TellAHandlerWhenItsClientHasGone)
+{
+    std::shared_ptr<IHttpExchange> exchange;
+    {
+        HttpClient client(port);
+        client.Write("GET /defer HTTP/1.1\r\nHost: h\r\n\r\nGET /next");
+        exchange = deferred[0].get_future().get();
+        EXPECT_TRUE(exchange->IsConnected());
+    }
+    EXPECT_TRUE(Tests::Support::Eventually([&exchange] { return !exchange->IsConnected(); }));
+    Finish(std::move(exchange));
+}
+
+TEST_F(HttpServers, NameTheSessionOrTheAddressOfAClient)
+{
+    HttpClient clients[] = {HttpClient(port), HttpClient(port)};
+    std::vector<std::shared_ptr<IHttpExchange>> exchanges;
+    for (std::size_t index = 0; index < std::size(clients); ++index)
+    {
+        clients[index].Write("GET /defer HTTP/1.1\r\nHost: h\r\n\r\n");
+        exchanges.push_back(deferred.at(index).get_future().get());
+    }
+    EXPECT_EQ(exchanges[0]->GetClientId(), exchanges[1]->GetClientId());
+    exchanges[0]->SetSession(1);
+    EXPECT_NE(exchanges[0]->GetClientId(), exchanges[1]->GetClientId());
+    exchanges[1]->SetSession(1);
+    EXPECT_EQ(exchanges[0]->GetClientId(), exchanges[1]->GetClientId());
+    for (auto& each : exchanges)
+    {
+        Finish(std::move(each));
+    }
+}
+
 TEST_F(HttpServers, FinishRequestsInProgressWhenTheyStopAndEndOtherConnectionsAtOnce)
 {
     HttpClient idle(port);
     EXPECT_EQ(idle.Ask("GET", "/a").body(), "/a");
     HttpClient busy(port);
     busy.Write("GET /defer HTTP/1.1\r\nHost: h\r\n\r\n");
-    const auto exchange = deferred.get_future().get();
+    const auto exchange = deferred[0].get_future().get();
     std::promise<void> drained;
     auto isDrained = drained.get_future();
     Post([this, &drained] { server->Stop([&drained] { drained.set_value(); }); });

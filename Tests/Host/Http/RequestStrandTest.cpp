@@ -185,6 +185,18 @@ TEST_F(Strands, GoOnWhenNotEvenTheProblemCanBeSent)
             return {};
         }
 
+        [[nodiscard]] bool IsConnected() noexcept override
+        {
+            return true;
+        }
+
+        void SetSession(uint64 /*sessionId*/) noexcept override {}
+
+        [[nodiscard]] uint64 GetClientId() const noexcept override
+        {
+            return 0;
+        }
+
         [[nodiscard]] std::string_view GetRequestId() override
         {
             return {};
