@@ -30,6 +30,22 @@ constexpr std::chrono::seconds longestPause{60};
 constexpr std::chrono::seconds longestCommit{2};
 constexpr const char* notificationSource = "Host.Audit";
 
+/// False for what happens without a client that waits for its response.
+bool IsAwaited(NotificationKind kind) noexcept
+{
+    switch (kind)
+    {
+    case NotificationKind::ModuleFailed:
+    case NotificationKind::ModuleStateChanged:
+    case NotificationKind::ServiceBack:
+    case NotificationKind::ServiceLost:
+    case NotificationKind::SessionExpired:
+        return false;
+    default:
+        return true;
+    }
+}
+
 } // namespace
 
 AuditTrail::AuditTrail(const Configuration::AuditConfiguration& configuration, Threads::EventLoop& loop,
@@ -40,6 +56,8 @@ AuditTrail::AuditTrail(const Configuration::AuditConfiguration& configuration, T
       loop(loop),
       reserve(loop),
       retryTimer(loop.GetContext()),
+      flushTimer(loop.GetContext()),
+      flushDelay(shortestPause),
       backoff(shortestPause, longestPause)
 {
 }
@@ -71,23 +89,66 @@ void AuditTrail::Add(const Notification& notification)
     }
     queue.push_back(MakeAuditRow(complete, bootId));
     ++queuedRows;
+    if (IsAwaited(notification.kind))
+    {
+        awaitedRows = queuedRows;
+    }
+    else
+    {
+        PostFlush();
+    }
+}
+
+void AuditTrail::PostFlush()
+{
+    if (std::exchange(isFlushPosted, true))
+    {
+        return;
+    }
+    boost::asio::post(loop.GetContext(),
+                      [this]
+                      {
+                          flushTimer.expires_after(flushDelay);
+                          flushTimer.async_wait(
+                              [this](const boost::system::error_code& error)
+                              {
+                                  if (!error)
+                                  {
+                                      Flush();
+                                  }
+                              });
+                      });
+}
+
+void AuditTrail::Flush()
+{
+    uint64 target = 0;
+    {
+        const MutexLock lock(mutex);
+        isFlushPosted = false;
+        target = queuedRows;
+    }
+    CommitUpTo(target);
 }
 
 void AuditTrail::Commit()
 {
+    uint64 target = 0;
+    {
+        const MutexLock lock(mutex);
+        target = awaitedRows;
+    }
+    CommitUpTo(target);
+}
+
+void AuditTrail::CommitUpTo(uint64 target)
+{
     const Threads::EventLoop::BlockingSection call(loop);
-    const uint64 target = GetQueued();
     while (auto rows = BeginCommit(target))
     {
         const BasicString newFault = TryAppend(*rows);
         EndCommit(newFault, std::move(*rows));
     }
-}
-
-uint64 AuditTrail::GetQueued() const
-{
-    const MutexLock lock(mutex);
-    return queuedRows;
 }
 
 /// The rows to store now, if the caller is to do it; nothing when the first `target` rows are settled, or cannot be
@@ -215,7 +276,7 @@ void AuditTrail::PostRetry()
                               {
                                   if (!error)
                                   {
-                                      Commit();
+                                      Flush();
                                   }
                               });
                       });

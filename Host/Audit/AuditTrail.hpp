@@ -27,7 +27,8 @@ namespace Oxa::Host::Audit
 
 /// Stores notifications in the audit trail's file: `Add` queues one, `Commit` returns when it is on the disk. As a
 /// subscriber and its completion these make every publisher wait for that, in a blocking section, so a response leaves
-/// after the row that tells of it; several publishers share one write. No thread of its own.
+/// after the row that tells of it; several publishers share one write. Rows of what no client waits for, such as states
+/// of modules, are written with the next row, at the latest after 1 s. No thread of its own.
 ///
 /// When the file cannot be written, this is logged once, nothing waits any more, and rows are kept in memory, up to a
 /// bound; further ones are counted as lost. Writing is tried again after pauses that grow from 1 s to 60 s; then the
@@ -40,7 +41,8 @@ class AuditTrail final : private System::Commons::Diagnostics::Logging::Loggable
 public:
     static constexpr std::size_t maximumQueued = 256;
 
-    /// `loop` is borrowed. The file is opened by the first `Commit`. `shortestPause`: before the second attempt.
+    /// `loop` is borrowed. The file is opened by the first `Commit`. `shortestPause`: before the second attempt,
+    /// and before rows are written that nothing waits for.
     AuditTrail(const Configuration::AuditConfiguration& configuration, Threads::EventLoop& loop,
                std::chrono::milliseconds shortestPause = std::chrono::seconds(1));
     AuditTrail(const AuditTrail&) = delete;
@@ -49,7 +51,7 @@ public:
 
     void Add(const System::Nm::Notification& notification);
 
-    /// Returns when everything that was added before is stored, or cannot be stored now.
+    /// Returns when everything that was added before, and has to be waited for, is stored, or cannot be stored now.
     void Commit();
 
     /// False: what must leave a trace must not be done now.
@@ -67,7 +69,9 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    [[nodiscard]] uint64 GetQueued() const;
+    void CommitUpTo(uint64 target);
+    void PostFlush() OXA_REQUIRES(mutex);
+    void Flush();
     [[nodiscard]] std::optional<std::vector<AuditRow>> BeginCommit(uint64 target);
     [[nodiscard]] BasicString TryAppend(std::vector<AuditRow>& rows) noexcept;
     void EndCommit(const BasicString& newFault, std::vector<AuditRow> rows);
@@ -83,8 +87,10 @@ private:
     const BasicString bootId;
     Threads::EventLoop& loop;
     const Threads::EventLoop::Reserve reserve;
-    /// Used by handlers of the loop only.
+    // Used by handlers of the loop only.
     boost::asio::steady_timer retryTimer;
+    boost::asio::steady_timer flushTimer;
+    const std::chrono::milliseconds flushDelay;
     /// Used by the thread that has set `isCommitting`.
     std::optional<AuditStore> store;
 
@@ -95,6 +101,9 @@ private:
     /// The number of rows ever queued, and of those that are stored or lost.
     uint64 queuedRows OXA_GUARDED_BY(mutex) = 0;
     uint64 settledRows OXA_GUARDED_BY(mutex) = 0;
+    /// Of the rows ever queued, those up to the last one that a publisher waits for.
+    uint64 awaitedRows OXA_GUARDED_BY(mutex) = 0;
+    bool isFlushPosted OXA_GUARDED_BY(mutex) = false;
     bool isCommitting OXA_GUARDED_BY(mutex) = false;
     Clock::time_point commitBegin OXA_GUARDED_BY(mutex);
     bool isHangReported OXA_GUARDED_BY(mutex) = false;

@@ -111,6 +111,20 @@ TEST_F(AuditTrails, HaveARowOnTheDiskWhenPublishReturns)
     EXPECT_TRUE(log.GetEntries().empty());
 }
 
+TEST_F(AuditTrails, WriteWhatNothingWaitsForWithTheNextRowOrSoon)
+{
+    std::filesystem::create_directory(folder.GetPath("state"));
+    Publish(NotificationKind::ModuleStateChanged, "a");
+    Publish(NotificationKind::ServiceLost, "b");
+    EXPECT_FALSE(std::filesystem::exists(path)) << "nothing waits for a disk at the start";
+    Publish(NotificationKind::LoggedIn, "c");
+    EXPECT_THAT(GetRows(), ElementsAre("ModuleStateChanged a", "ServiceLost b", "LoggedIn c"));
+    Publish(NotificationKind::ServiceBack, "d");
+    std::jthread thread([this] { loop.Run(3); });
+    EXPECT_TRUE(Tests::Support::Eventually([this] { return GetRows().size() == 4; }));
+    loop.Stop();
+}
+
 TEST_F(AuditTrails, KeepRowsWhileTheyCannotBeWrittenAndGoOnByThemselves)
 {
     Publish(NotificationKind::LoggedIn, "first");
