@@ -80,9 +80,10 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       staticFiles(loop),
       auditRoute(configuration.audit, registry.MakeStrand("the audit trail")),
       router({sessions, dispatcher, notifications,
-              [this](const auto& exchange)
+              [this](const auto& exchange) { return staticFiles.Handle(exchange); },
+              [this]
               {
-                  return staticFiles.Handle(exchange);
+                  return auditTrail.IsWritable();
               }}),
       encryption(loop, configuration.http, notifications),
       server(std::make_shared<Http::HttpServer>(

@@ -177,6 +177,10 @@ Handling ApiRouter::HandleOperation(const Exchange& exchange, const OperationInf
     {
         return parts.sessions.RefuseCrossOrigin(*exchange, {});
     }
+    if (info.access == Access::Admin && !Http::IsRead(request.method) && !parts.isAuditWritable())
+    {
+        return SendProblem(*exchange, Http::Problems::auditNotWritable);
+    }
     if (info.hasBody && !HasJsonBody(request))
     {
         return SendProblem(*exchange, Http::Problems::notJson);
@@ -234,7 +238,8 @@ void ApiRouter::RefuseRights(Http::IHttpExchange& exchange, const BasicString& u
                                      "the user's role does not allow the request",
                                      {{"address", exchange.GetClientAddress()},
                                       {"object", BasicString(GetName(request.method)) + ' ' + path},
-                                      {"outcome", "refused"}}});
+                                      {"outcome", "refused"},
+                                      {"requestId", BasicString(exchange.GetRequestId())}}});
     }
     SendProblem(exchange, Http::Problems::noPermission);
 }

@@ -59,6 +59,11 @@ public:
         System::Nm::NotificationManager& notifications;
         /// Responds to the paths that are neither operations nor requests to data providers.
         Http::HttpHandler otherPaths;
+        /// Else administrators change nothing: the change would leave no trace.
+        std::function<bool()> isAuditWritable = []
+        {
+            return true;
+        };
     };
 
     explicit ApiRouter(Parts parts);

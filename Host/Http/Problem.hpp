@@ -81,7 +81,7 @@ inline constexpr Problem invalidServiceResponse{502, "bad-service-answer",
                                                 "The device service returned an invalid response."};
 inline constexpr Problem notAvailable{503, "not-available", "The data provider is not available at the moment."};
 inline constexpr Problem auditNotWritable{503, "audit-not-writable",
-                                          "The audit trail cannot be written, so commands are refused."};
+                                          "The audit trail cannot be written, so commands and changes are refused."};
 inline constexpr Problem serviceNotAvailable{503, "service-not-available",
                                              "The device service is not available at the moment."};
 inline constexpr Problem serviceLost{503, "service-lost",

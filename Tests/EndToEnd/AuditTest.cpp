@@ -101,6 +101,7 @@ TEST(AuditTrails, RefuseCommandsAndNothingElseWhileTheyCannotBeWritten)
     std::filesystem::create_directory(path);
     EXPECT_EQ(GetMember(host.Ask("POST", "/api/v1/FakeControlDp/Echo", admin).body(), "code"), "audit-not-writable");
     EXPECT_EQ(host.Ask("POST", "/api/v1/FakeDp/Echo", admin).result_int(), 200U);
+    EXPECT_EQ(GetMember(host.Ask("DELETE", "/api/v1/users/eve", admin).body(), "code"), "audit-not-writable");
     EXPECT_THAT(host.Ask("GET", "/readyz").body(), HasSubstr("the audit trail cannot be written"));
     EXPECT_NE(host.LogIn(), "");
     EXPECT_NE(host.RunUserCommand({"remove", "admin"}), 0) << "nothing is changed without a row";
@@ -108,6 +109,7 @@ TEST(AuditTrails, RefuseCommandsAndNothingElseWhileTheyCannotBeWritten)
     EXPECT_TRUE(
         Support::Eventually([&] { return host.Ask("GET", "/readyz").body().find("audit") == BasicString::npos; }));
     EXPECT_EQ(host.Ask("POST", "/api/v1/FakeControlDp/Echo", admin).result_int(), 200U);
+    EXPECT_EQ(GetMember(host.Ask("DELETE", "/api/v1/users/eve", admin).body(), "code"), "unknown-user");
     host.Stop();
     EXPECT_EQ(host.RunAuditCommand({"list"}), 0);
     EXPECT_THAT(host.GetCommandOutput(), HasSubstr("\tAuditNotWritable\t"));
