@@ -28,6 +28,7 @@ void ReadRequestLimits(XmlElementReader& element, RequestLimits& limits)
 {
     element.Read("maximumHeaderBytes", limits.maximumHeaderBytes, 1024, 65536);
     element.Read("maximumHeaderFields", limits.maximumHeaderFields, 16, 1000);
+    element.Read("maximumRepetitions", limits.maximumRepetitions, 1, 1000);
     element.Read("maximumBodyBytes", limits.maximumBodyBytes, 1024, megabyte);
     element.Read("maximumBodyBytesWithoutSession", limits.maximumBodyBytesWithoutSession, 1024, megabyte);
     if (limits.maximumBodyBytesWithoutSession > limits.maximumBodyBytes)

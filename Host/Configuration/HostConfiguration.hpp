@@ -22,6 +22,8 @@ struct RequestLimits
     std::size_t maximumBodyBytes = 65536;
     /// At most `maximumBodyBytes`.
     std::size_t maximumBodyBytesWithoutSession = 4096;
+    /// How often the query may have the same parameter.
+    std::size_t maximumRepetitions = 4;
 };
 
 /// The address, the bounds and the time limits of the HTTP server.

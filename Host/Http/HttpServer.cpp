@@ -1,5 +1,6 @@
 #include "Host/Http/HttpServer.hpp"
 
+#include "Host/Http/HttpSyntax.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Host/Http/ResponseWriter.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
@@ -259,6 +260,11 @@ private:
         }
         try
         {
+            // Of a short query a module may make a long response, with each parameter again.
+            if (HasRepetitions(GetRequest().query, server->configuration.requestLimits.maximumRepetitions))
+            {
+                return SendProblem(*this, Problems::repeatedParameter);
+            }
             return server->handler(shared_from_this());
         }
         catch (...)

@@ -1,5 +1,7 @@
 #include "Host/Http/HttpSyntax.hpp"
 
+#include "Oxa/Services/Commons/Wbm/RequestQuery.hpp"
+
 #include <arpa/inet.h>
 #include <strings.h>
 
@@ -8,6 +10,7 @@
 #include <charconv>
 #include <limits>
 #include <system_error>
+#include <vector>
 
 namespace Oxa::Host::Http
 {
@@ -138,6 +141,32 @@ std::optional<uint64> TakeNumber(std::string_view& text, int base) noexcept
     }
     text.remove_prefix(end - text.data());
     return error == std::errc() ? number : std::numeric_limits<uint64>::max();
+}
+
+bool HasRepetitions(std::string_view query, std::size_t maximum)
+{
+    // An encoded separator is one as well.
+    const auto mostSeparators = std::ranges::count(query, '&') + std::ranges::count(query, '%');
+    if (static_cast<std::size_t>(mostSeparators) < maximum)
+    {
+        return false;
+    }
+    const BasicString decoded = Services::Commons::Wbm::RequestQuery(BasicString(query)).GetQueryString(true);
+    std::vector<std::string_view> parameters;
+    for (std::string_view rest = decoded; !rest.empty();)
+    {
+        parameters.push_back(TakeUntil(rest, '&'));
+    }
+    std::ranges::sort(parameters);
+    // Equal ones lie side by side.
+    for (std::size_t index = maximum; index < parameters.size(); ++index)
+    {
+        if (parameters[index] == parameters[index - maximum])
+        {
+            return true;
+        }
+    }
+    return false;
 }
 
 } // namespace Oxa::Host::Http

@@ -2,6 +2,7 @@
 
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <cstddef>
 #include <optional>
 #include <string_view>
 
@@ -35,5 +36,8 @@ namespace Oxa::Host::Http
 /// A decimal or, with base 16, a hexadecimal number, the greatest one when it is too large; empty when the text does
 /// not begin with a digit. `text` keeps what follows the number.
 [[nodiscard]] std::optional<uint64> TakeNumber(std::string_view& text, int base = 10) noexcept;
+
+/// Whether one parameter of the query, as decoded text between two "&", occurs more often than that.
+[[nodiscard]] bool HasRepetitions(std::string_view query, std::size_t maximum);
 
 } // namespace Oxa::Host::Http

@@ -37,6 +37,8 @@ inline constexpr Problem invalidCredentials{
 inline constexpr Problem invalidBody{400, "invalid-body", "The body is not the expected JSON object."};
 inline constexpr Problem invalidName{400, "invalid-name", "The name is not allowed."};
 inline constexpr Problem passwordRefused{400, "password-refused", "The new password is not allowed."};
+inline constexpr Problem repeatedParameter{400, "repeated-parameter",
+                                           "The query has the same parameter more often than allowed."};
 inline constexpr Problem noSession{401, "no-session",
                                    "Log in first: the request has no session, or the session has ended."};
 inline constexpr Problem logInFailed{401, "log-in-failed", "User name or password is wrong."};

@@ -32,7 +32,8 @@ TEST(ReadingTheConfiguration, ReadsEveryElementAndAttribute)
             <Http address="::1" port="0" maximumConnections="3" idleSeconds="4" headerSeconds="5" bodySeconds="6"
                 writeSeconds="7" shutdownSeconds="8" maximumHeaderBytes="1024" maximumHeaderFields="16"
                 maximumBodyBytes="1026" maximumBodyBytesWithoutSession="1025" maximumConnectionsPerAddress="2"
-                sendBufferBytes="4096" maximumUnsentBytes="65536" firstByteSeconds="1"/>
+                sendBufferBytes="4096" maximumUnsentBytes="65536" firstByteSeconds="1"
+                maximumRepetitions="3"/>
              <Page folder="/w"/>
             <Users database="${STATE}/u"/>
             <Sessions idleSeconds="9" lifetimeSeconds="10" maximumPerUser="11" maximumTotal="12"
@@ -62,6 +63,7 @@ TEST(ReadingTheConfiguration, ReadsEveryElementAndAttribute)
     EXPECT_EQ(configuration.http.sendBufferBytes, 4096U);
     EXPECT_EQ(configuration.http.maximumUnsentBytes, 65536U);
     EXPECT_EQ(configuration.http.firstByteTimeout.count(), 1);
+    EXPECT_EQ(configuration.http.requestLimits.maximumRepetitions, 3U);
     EXPECT_EQ(configuration.http.requestLimits.maximumHeaderBytes, 1024U);
     EXPECT_EQ(configuration.http.requestLimits.maximumHeaderFields, 16U);
     EXPECT_EQ(configuration.http.requestLimits.maximumBodyBytes, 1026U);
