@@ -37,9 +37,10 @@ constexpr std::chrono::milliseconds lastGrace{500};
 constexpr std::chrono::seconds longestStart{2};
 constexpr const char* notificationSource = "Host";
 
-/// Redirects plain requests to the first configured name. Null unless configured.
+/// Redirects plain requests to the server under the first configured name. Null unless configured.
 std::shared_ptr<Http::HttpServer> MakeRedirectServer(Threads::EventLoop& loop,
-                                                     const Configuration::HttpConfiguration& configuration)
+                                                     const Configuration::HttpConfiguration& configuration,
+                                                     const std::shared_ptr<Http::HttpServer>& server)
 {
     constexpr std::size_t maximumConnections = 32;
     if (!configuration.redirectPort)
@@ -51,8 +52,8 @@ std::shared_ptr<Http::HttpServer> MakeRedirectServer(Threads::EventLoop& loop,
     redirect.maximumConnections = std::min(configuration.maximumConnections, maximumConnections);
     return std::make_shared<Http::HttpServer>(
         loop.GetContext(), redirect,
-        [target = Http::FormatOrigin(true, configuration.hosts.front(), configuration.port)](const auto& exchange)
-        { return Http::SendRedirect(*exchange, target); },
+        [server, name = configuration.hosts.front()](const auto& exchange)
+        { return Http::SendRedirect(*exchange, Http::FormatOrigin(true, name, server->GetPort())); },
         [](const Http::HttpRequest&) { return false; });
 }
 
@@ -90,7 +91,7 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
           loop.GetContext(), configuration.http, [this](const auto& exchange) { return router.Handle(exchange); },
           [this](const Http::HttpRequest& request) { return sessions.Authenticate(request).has_value(); },
           encryption.GetChannelFactory())),
-      redirectServer(MakeRedirectServer(loop, configuration.http)),
+      redirectServer(MakeRedirectServer(loop, configuration.http, server)),
       reload(loop, notifications, configuration, std::move(loadConfiguration)),
       watchdog(loop.GetContext()),
       startTimer(loop.GetContext()),
@@ -171,6 +172,9 @@ void WbmHost::Run(const std::function<void(uint16)>& ready)
     if (redirectServer)
     {
         redirectServer->Listen();
+        System::Commons::PrintStatus("redirecting from " +
+                                     Http::FormatOrigin(false, configuration.http.address, redirectServer->GetPort()) +
+                                     '\n');
     }
     endSignal.async_wait(boost::asio::posix::stream_descriptor::wait_read,
                          [this](const boost::system::error_code& error)

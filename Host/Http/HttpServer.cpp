@@ -487,9 +487,9 @@ void HttpServer::Serve(ClientStream::Socket socket)
     {
         std::make_shared<Connection>(shared_from_this(), std::move(socket))->Start(GetNetwork(client.address()));
     }
-    catch (const System::Commons::Exception& exception)
+    catch (const std::exception& exception)
     {
-        Log(LogLevel::Warning, "cannot serve a connection: {0}", exception.GetMessage());
+        Log(LogLevel::Warning, "cannot serve a connection: {0}", exception.what());
         return;
     }
     if (!isSweeping)

@@ -93,6 +93,29 @@ TEST(ReadingTheConfiguration, ReadsEveryElementAndAttribute)
     EXPECT_FALSE(configuration.modules.modules[1].isEnabled);
 }
 
+TEST(ReadingTheConfiguration, EncryptsEverythingOutsideOfTheLoopbackInterface)
+{
+    const std::pair<const char*, bool> cases[] = {{"", false},
+                                                  {"address=\"127.0.0.2\"", false},
+                                                  {"address=\"::1\" tls=\"false\"", false},
+                                                  {"address=\"::1\" tls=\"true\"", true},
+                                                  {"address=\"0.0.0.0\"", true},
+                                                  {"address=\"::\"", true},
+                                                  {"address=\"192.0.2.1\" tls=\"true\"", true}};
+    const TemporaryFolder folder;
+    for (const auto& [attributes, isSecure] : cases)
+    {
+        const BasicString text =
+            BasicString("<WbmHostDocument><Http ") + attributes +
+            R"( certificates="/c" hosts="a  https://b ::2"/><Users database="/u"/></WbmHostDocument>)";
+        const HttpConfiguration http = LoadHostConfiguration(folder.Write("host.xml", text)).http;
+        EXPECT_EQ(http.isSecure, isSecure) << attributes;
+        EXPECT_EQ(http.certificatesPath, "/c");
+        EXPECT_THAT(http.hosts, testing::ElementsAre("a", "https://b", "::2"));
+        EXPECT_FALSE(http.redirectPort);
+    }
+}
+
 TEST(ReadingTheConfiguration, NamesTheLineOfWhatItDoesNotUnderstand)
 {
     const std::pair<const char*, const char*> faults[] = {
@@ -109,6 +132,15 @@ TEST(ReadingTheConfiguration, NamesTheLineOfWhatItDoesNotUnderstand)
         {"<Http idleSeconds=\"0\"/>", "'0', expected a whole number from 1 to 3600"},
         {"<Http maximumBodyBytes=\"4095\"/>", "'4096', expected at most maximumBodyBytes"},
         {"<Http address=\"localhost\"/>", "'localhost', expected an IP address"},
+        {"<Http address=\"0.0.0.0\" tls=\"false\"/>", "'false', expected true, because plain HTTP"},
+        {"<Http address=\"::\" tls=\"false\"/>", "'false', expected true, because plain HTTP"},
+        {"<Http tls=\"auto\"/>", "'auto', expected true or false"},
+        {"<Http hosts=\"a b:80\"/>", "'b:80', expected names or IP addresses without port"},
+        {"<Http hosts=\"http://a\"/>", "'http://a', expected names"},
+        {"<Http hosts=\"https://\"/>", "'https://', expected names"},
+        {"<Http hosts=\"a/b\"/>", "'a/b', expected names"},
+        {"<Http hosts=\"a\" redirectPort=\"80\"/>", "'80', expected encryption and a name in 'hosts'"},
+        {"<Http tls=\"true\" redirectPort=\"80\"/>", "'80', expected encryption and a name in 'hosts'"},
         {"<Log level=\"loud\"/>", "'loud', expected error"},
         {"<Log target=\"printer\"/>", "'printer', expected one of: console"},
         {"<Log target=\"file\"/>", "the element 'Log' needs the attribute 'file'"},
