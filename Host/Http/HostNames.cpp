@@ -97,7 +97,7 @@ void AddVersion6Addresses(std::vector<BasicString>& addresses)
     {
         for (std::size_t colon = 4; colon < digits.size(); colon += 5)
         {
-            digits.insert(colon, ":");
+            digits.insert(colon, 1, ':');
         }
         const auto ipAddress = ToAddress(digits);
         if (ipAddress && scope == globalScope && (flags & passingFlags) == 0)
@@ -188,9 +188,10 @@ BasicString FormatOrigin(bool isSecure, std::string_view host, uint16 port)
     constexpr uint16 usualSecurePort = 443;
     host.remove_prefix(host.starts_with(secureScheme) ? secureScheme.size() : 0);
     const bool isVersion6 = host.find(':') != std::string_view::npos;
-    BasicString origin(isSecure ? secureScheme : "http://");
-    origin += isVersion6 ? BasicString("[").append(host) + "]" : BasicString(host);
-    return port == (isSecure ? usualSecurePort : usualPort) ? origin : origin + ":" + std::to_string(port);
+    const BasicString origin =
+        System::Commons::Text::Format(isVersion6 ? "{0}[{1}]" : "{0}{1}", isSecure ? secureScheme : "http://", host);
+    return port == (isSecure ? usualSecurePort : usualPort) ? origin
+                                                            : System::Commons::Text::Format("{0}:{1}", origin, port);
 }
 
 Handling SendRedirect(IHttpExchange& exchange, std::string_view target)

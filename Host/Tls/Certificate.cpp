@@ -173,7 +173,7 @@ BasicString JoinNames(const std::vector<BasicString>& names)
         {
             continue;
         }
-        joined += (joined.empty() ? "" : ",") + BasicString(IsAddress(name) ? "IP:" : "DNS:") + name;
+        joined.append(joined.empty() ? "" : ",").append(IsAddress(name) ? "IP:" : "DNS:").append(name);
     }
     return joined;
 }
