@@ -16,14 +16,14 @@ using Database::SqliteTransaction;
 /// Refuses what is no regular file, an empty file, and a database of another program or of a newer version.
 [[nodiscard]] SqliteConnection OpenUserDatabase(const BasicString& path);
 
-/// Whether the database is of the present version, with all columns of `createTables` and the table "apiTokens". Throws
-/// when it is of a newer one.
+/// False for a database of an older version, without the table "apiTokens" and the columns of users "isDisabled" and
+/// "mustChangePassword". Throws for one of a newer version.
 [[nodiscard]] bool HasPresentTables(SqliteConnection& connection, const BasicString& path);
 
 /// Opens a database that has been opened before.
 [[nodiscard]] SqliteConnection OpenUserDatabaseForWriting(const BasicString& path);
 
-/// Brings an older database to the present version, as a part of the caller's transaction.
+/// Gives a database of an older version the present tables, as a part of the caller's transaction.
 void UpdateTables(SqliteConnection& connection, const BasicString& path);
 
 } // namespace Oxa::System::Um::Internal

@@ -147,7 +147,53 @@ TEST_F(OpeningAUserDatabase, LeavesAFileThatIsEmptyAsItIs)
     EXPECT_EQ(std::filesystem::file_size(path), 0u);
 }
 
-TEST_F(OpeningAUserDatabase, TakesOneOfAnOlderVersionWithTheNamesThatItHolds)
+TEST_F(OpeningAUserDatabase, TakesOneOfVersion2AsItIsUntilTheFirstChange)
+{
+    ExecuteSql(R"sql(
+        CREATE TABLE users (number INTEGER PRIMARY KEY AUTOINCREMENT, name TEXT NOT NULL UNIQUE,
+            passwordHash TEXT NOT NULL, passwordGeneration INTEGER NOT NULL DEFAULT 0, roleName TEXT NOT NULL) STRICT;
+        INSERT INTO users (name, passwordHash, roleName) VALUES ('anna', 'hash', 'Admin'), ('berta', 'hash', 'Viewer');
+        PRAGMA application_id = 0x4F786155; PRAGMA user_version = 2; PRAGMA journal_mode = WAL)sql");
+    UserManager users(path);
+    const UserManager elsewhere(path);
+    const UserInfo anna{"anna", "Admin"};
+    EXPECT_THAT(elsewhere.GetUsers(), testing::ElementsAre(anna, UserInfo{"berta", "Viewer"}));
+    EXPECT_THAT(elsewhere.GetApiTokens(), testing::IsEmpty());
+    EXPECT_EQ(users.RemoveUser("anna").change, UserChange::LastAdmin);
+    EXPECT_FALSE(users.RemoveApiToken("monitoring"));
+    ExecuteSql("UPDATE users SET passwordHash = passwordHash WHERE passwordGeneration = 0");
+    EXPECT_THAT(elsewhere.GetUsers(), testing::ElementsAre(anna, UserInfo{"berta", "Viewer"}));
+
+    EXPECT_EQ(users.ChangeUser("berta", {.isDisabled = true}).change, UserChange::Done);
+    (void)users.AddApiToken("monitoring", "Viewer", {}, "anna");
+    EXPECT_THAT(elsewhere.GetUsers(), testing::ElementsAre(anna, UserInfo{"berta", "Viewer", true}));
+    EXPECT_EQ(elsewhere.GetApiTokens().size(), 1u);
+    ExecuteSql("UPDATE users SET passwordHash = '' WHERE passwordHash = 'hash' AND mustChangePassword = 0");
+}
+
+TEST_F(OpeningAUserDatabase, NoticesANewerVersionLater)
+{
+    UserManager::CreateDatabase(path);
+    const UserManager users(path);
+    EXPECT_THAT(users.GetUsers(), testing::IsEmpty());
+    ExecuteSql("PRAGMA user_version = 4");
+    EXPECT_THROW((void)users.GetUsers(), InvalidOperationException);
+    ExecuteSql("PRAGMA user_version = 3");
+    EXPECT_THAT(users.GetUsers(), testing::IsEmpty());
+}
+
+TEST_F(OpeningAUserDatabase, ReadsOneWithoutAWriteAheadLogAnewEachTime)
+{
+    UserManager::CreateDatabase(path);
+    ExecuteSql("PRAGMA journal_mode = DELETE");
+    const UserManager users(path);
+    EXPECT_THAT(users.GetUsers(), testing::IsEmpty());
+    ExecuteSql("INSERT INTO users (name, passwordHash, roleName) VALUES ('anna', '', 'Viewer')");
+    EXPECT_EQ(users.GetUsers().size(), 1u);
+    EXPECT_FALSE(std::filesystem::exists(path + "-shm"));
+}
+
+TEST_F(OpeningAUserDatabase, TakesOneOfVersion1WithTheNamesThatItHolds)
 {
     ExecuteSql(R"sql(
         CREATE TABLE roles (name TEXT NOT NULL PRIMARY KEY) STRICT, WITHOUT ROWID;

@@ -14,6 +14,42 @@
 namespace Oxa::System::Um
 {
 
+using SqliteHandle = std::unique_ptr<sqlite3, int (*)(sqlite3*)>;
+
+/// As another program would open the file that knows it.
+inline SqliteHandle OpenDatabase(const BasicString& path)
+{
+    sqlite3* connection = nullptr;
+    const int opened = sqlite3_open(path.c_str(), &connection);
+    SqliteHandle handle(connection, &sqlite3_close);
+    if (opened != SQLITE_OK)
+    {
+        throw std::runtime_error(sqlite3_errmsg(connection));
+    }
+    return handle;
+}
+
+inline void ExecuteSql(const SqliteHandle& connection, const char* sql)
+{
+    if (sqlite3_exec(connection.get(), sql, nullptr, nullptr, nullptr) != SQLITE_OK)
+    {
+        throw std::runtime_error(sqlite3_errmsg(connection.get()));
+    }
+}
+
+/// Keeps every writer waiting as long as it lives.
+class WriteLock final
+{
+public:
+    explicit WriteLock(const BasicString& path) : connection(OpenDatabase(path))
+    {
+        ExecuteSql(connection, "BEGIN IMMEDIATE");
+    }
+
+private:
+    const SqliteHandle connection;
+};
+
 /// A test with a folder of its own for a user database.
 class UserDatabaseTest : public testing::Test
 {
@@ -34,16 +70,9 @@ protected:
         std::filesystem::remove_all(folder);
     }
 
-    /// As another program would that knows the file.
     void ExecuteSql(const char* sql) const
     {
-        sqlite3* connection = nullptr;
-        const int opened = sqlite3_open(path.c_str(), &connection);
-        const std::unique_ptr<sqlite3, int (*)(sqlite3*)> owner(connection, &sqlite3_close);
-        if (opened != SQLITE_OK || sqlite3_exec(connection, sql, nullptr, nullptr, nullptr) != SQLITE_OK)
-        {
-            throw std::runtime_error(sqlite3_errmsg(connection));
-        }
+        Um::ExecuteSql(OpenDatabase(path), sql);
     }
 
     std::filesystem::path folder;
