@@ -25,31 +25,71 @@ BasicString GetDefaultStateFolder()
     return BasicString(first.empty() ? "/var/lib/oxa-wbm" : first.substr(0, first.find(':')));
 }
 
+/// Adds the commands of one group, for instance those of "user".
+class CommandGroup final
+{
+public:
+    CommandGroup(CLI::App& app, CommandLine& commandLine, const char* name, const char* text)
+        : group(app.add_subcommand(name, text)->require_subcommand(1)->fallthrough()), commandLine(commandLine)
+    {
+    }
+
+    CLI::App* Add(const char* name, const char* text, CommandLine::Action action)
+    {
+        CLI::App* const command = group->add_subcommand(name, text)->fallthrough();
+        command->callback([&target = commandLine, action] { target.action = action; });
+        return command;
+    }
+
+    CLI::App* AddNamed(const char* name, const char* text, CommandLine::Action action)
+    {
+        CLI::App* const command = Add(name, text, action);
+        command->add_option("NAME", commandLine.name, "The name")->required();
+        return command;
+    }
+
+    void RequireRole(CLI::App* command, const char* optionName)
+    {
+        command
+            ->add_option(optionName, commandLine.roleName,
+                         "Admin (everything), Engineer (looks, restarts and resets) or Viewer (looks)")
+            ->required()
+            ->transform(CLI::IsMember(std::vector<BasicString>(roleNames.begin(), roleNames.end()), CLI::ignore_case));
+    }
+
+private:
+    CLI::App* const group;
+    CommandLine& commandLine;
+};
+
 void AddUserCommands(CLI::App& app, CommandLine& commandLine)
 {
     using Action = CommandLine::Action;
-    CLI::App* const user = app.add_subcommand("user", "Manages the users. Passwords are read from standard input: one "
-                                                      "line, or from a terminal, twice and without echo")
-                               ->require_subcommand(1)
-                               ->fallthrough();
-    const auto addCommand = [user, &commandLine](const char* name, const char* text, Action action, bool takesName)
-    {
-        CLI::App* const command = user->add_subcommand(name, text)->fallthrough();
-        command->callback([&commandLine, action] { commandLine.action = action; });
-        if (takesName)
-        {
-            command->add_option("NAME", commandLine.userName, "The user's name")->required();
-        }
-        return command;
-    };
-    addCommand("add", "Adds a user", Action::AddUser, true)
-        ->add_option("--role", commandLine.roleName,
-                     "Admin (everything), Engineer (looks, restarts and resets) or Viewer (looks)")
-        ->required()
-        ->transform(CLI::IsMember(std::vector<BasicString>(roleNames.begin(), roleNames.end()), CLI::ignore_case));
-    addCommand("list", "Lists the users and their roles", Action::ListUsers, false);
-    addCommand("remove", "Removes a user", Action::RemoveUser, true);
-    addCommand("set-password", "Sets a user's password", Action::SetPassword, true);
+    CommandGroup users(app, commandLine, "user",
+                       "Manages the users. Passwords are read from standard input: one line, or from a terminal, twice "
+                       "and without echo");
+    users.RequireRole(users.AddNamed("add", "Adds a user", Action::AddUser), "--role");
+    users.Add("list", "Lists the users, their roles and states", Action::ListUsers);
+    users.RequireRole(users.AddNamed("role", "Sets a user's role", Action::SetRole), "ROLE");
+    users.AddNamed("disable", "Keeps a user from logging in", Action::DisableUser);
+    users.AddNamed("enable", "Lets a user log in again", Action::EnableUser);
+    users.AddNamed("set-password", "Sets a user's password", Action::SetPassword);
+    users.AddNamed("remove", "Removes a user", Action::RemoveUser);
+}
+
+void AddTokenCommands(CLI::App& app, CommandLine& commandLine)
+{
+    using Action = CommandLine::Action;
+    constexpr uint32 maximumDays = 36500;
+    CommandGroup tokens(app, commandLine, "token",
+                        "Manages the API tokens of programs. The secret of a new one is printed once");
+    CLI::App* const add = tokens.AddNamed("add", "Adds an API token", Action::AddApiToken);
+    tokens.RequireRole(add, "--role");
+    add->add_option("--days", commandLine.days, "Expires after so many days; without it, never")
+        ->check(CLI::Range(uint32{1}, maximumDays));
+    tokens.Add("list", "Lists the API tokens: name, role, created, expires, last used, added by",
+               Action::ListApiTokens);
+    tokens.AddNamed("remove", "Removes an API token", Action::RemoveApiToken);
 }
 
 void AddAuditCommands(CLI::App& app, CommandLine& commandLine)
@@ -100,6 +140,7 @@ System::Commons::CommandLineOrStatus<CommandLine> ParseCommandLine(int argc, con
     bool isFingerprint = false;
     app.add_flag("--fingerprint", isFingerprint, "Prints the SHA-256 of the server's certificate, and its file");
     AddUserCommands(app, commandLine);
+    AddTokenCommands(app, commandLine);
     AddAuditCommands(app, commandLine);
     try
     {

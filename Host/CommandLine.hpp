@@ -19,8 +19,14 @@ struct CommandLine
         PrintFingerprint,
         AddUser,
         ListUsers,
-        RemoveUser,
+        SetRole,
+        DisableUser,
+        EnableUser,
         SetPassword,
+        RemoveUser,
+        AddApiToken,
+        ListApiTokens,
+        RemoveApiToken,
         ListAudit,
         VerifyAudit
     };
@@ -34,8 +40,11 @@ struct CommandLine
     BasicString logPath;
     System::Commons::ProgramVariables variables;
     bool printsExamples = false;
-    BasicString userName;
+    /// Of the user or API token.
+    BasicString name;
     BasicString roleName;
+    /// For which a new API token is valid; nothing: it does not expire.
+    std::optional<uint32> days;
     /// Of "audit list", as they were given; empty: no bound.
     BasicString auditUserName;
     BasicString auditAction;

@@ -120,6 +120,21 @@ void CheckUsers(CheckReport& report, const HostConfiguration& configuration, con
 {
     report.position = configuration.usersPosition;
     const std::filesystem::path path = std::filesystem::absolute(configuration.usersDatabasePath);
+    const auto check = [&report](const auto& function)
+    {
+        try
+        {
+            function();
+        }
+        catch (const System::Commons::Exception& exception)
+        {
+            report.AddFault(exception.GetMessage());
+        }
+    };
+    if (std::filesystem::exists(stateFolder.GetPath()))
+    {
+        check([&stateFolder] { stateFolder.Check(); });
+    }
     // The first start creates the state folder and the database in it.
     if (!std::filesystem::exists(path))
     {
@@ -129,14 +144,12 @@ void CheckUsers(CheckReport& report, const HostConfiguration& configuration, con
         }
         return;
     }
-    try
-    {
-        const System::Um::UserManager users(configuration.usersDatabasePath);
-    }
-    catch (const System::Commons::Exception& exception)
-    {
-        report.AddFault(exception.GetMessage());
-    }
+    check(
+        [&path = configuration.usersDatabasePath]
+        {
+            CheckUserDatabase(path);
+            const System::Um::UserManager users(path);
+        });
 }
 
 void CheckPage(CheckReport& report, const HostConfiguration& configuration)

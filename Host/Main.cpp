@@ -104,9 +104,11 @@ Restart it (simulated under ./run):
 }
 
 /// Shows the password itself on a terminal only, not in a log.
-void ReportInitialUser(const BasicString& password, const BasicString& path)
+void ReportInitialUser(const StateFolder& stateFolder)
 {
     const bool isShown = isatty(STDOUT_FILENO) == 1;
+    const BasicString& path = stateFolder.GetInitialPasswordPath();
+    const BasicString password = isShown ? stateFolder.ReadInitialPassword() : BasicString();
     PrintStatus(BasicString("created the user '") + Oxa::Host::initialUserName + "' with the password " +
                 (isShown ? password + " (kept in '" + path + "')" : "in '" + path + '\'') + '\n');
 }
@@ -118,6 +120,7 @@ std::unique_ptr<UserManager> OpenUsers(const BasicString& path)
         [&path]
         {
             UserManager::CreateDatabase(path);
+            Oxa::Host::CheckUserDatabase(path);
             return std::make_unique<UserManager>(path);
         });
 }
@@ -150,10 +153,9 @@ void Serve(const CommandLine& commandLine, const HostConfiguration& configuratio
     const StateFolder stateFolder(commandLine.stateFolder);
     stateFolder.Create();
     const auto users = OpenUsers(configuration.usersDatabasePath);
-    const BasicString password = stateFolder.CreateInitialUser(*users);
-    if (!password.empty() && !commandLine.printsExamples)
+    if (stateFolder.CreateInitialUser(*users) && !commandLine.printsExamples)
     {
-        ReportInitialUser(password, stateFolder.GetInitialPasswordPath());
+        ReportInitialUser(stateFolder);
     }
     Oxa::Host::Sessions::KnownBrowsers::Key browserKey;
     randombytes_buf(browserKey.data(), browserKey.size());

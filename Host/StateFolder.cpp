@@ -1,5 +1,6 @@
 #include "Host/StateFolder.hpp"
 
+#include "Host/TrustedPath.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/Text.hpp"
@@ -16,6 +17,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -23,6 +25,7 @@
 namespace Oxa::Host
 {
 
+using System::Commons::ConfigurationException;
 using System::Commons::FileDescriptor;
 
 namespace
@@ -103,7 +106,41 @@ bool HasAdministrator(const System::Um::UserManager& users)
                        });
 }
 
+/// `subject`: what it is, for the message.
+void CheckPrivate(const char* subject, const BasicString& path)
+{
+    if (const auto weakness = FindPathWeakness(path))
+    {
+        throw ConfigurationException::Create("cannot use the {0}: {1}", subject, *weakness);
+    }
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0)
+    {
+        ThrowErrno("check", path, errno);
+    }
+    const unsigned mode = status.st_mode & 07777U;
+    if ((mode & (S_IRWXG | S_IRWXO)) != 0)
+    {
+        throw ConfigurationException::Create(
+            "cannot use the {0}: '{1}' has the mode {2:04o}, but only its owner may have "
+            "access",
+            subject, path, mode);
+    }
+}
+
 } // namespace
+
+void CheckUserDatabase(const BasicString& path)
+{
+    for (const char* const suffix : {"", "-wal", "-shm"})
+    {
+        struct stat status = {};
+        if (*suffix == '\0' || lstat((path + suffix).c_str(), &status) == 0)
+        {
+            CheckPrivate("user database", path + suffix);
+        }
+    }
+}
 
 StateFolder::StateFolder(BasicString newPath)
     : path(std::move(newPath)), initialPasswordPath(path + "/initial-password")
@@ -123,28 +160,32 @@ void StateFolder::Create() const
     {
         ThrowErrno("use the folder", path, error ? error.value() : ENOTDIR);
     }
+    Check();
 }
 
-BasicString StateFolder::CreateInitialUser(System::Um::UserManager& users) const
+void StateFolder::Check() const
+{
+    CheckPrivate("state folder", path);
+}
+
+bool StateFolder::CreateInitialUser(System::Um::UserManager& users) const
 {
     const FileDescriptor lock = Lock(path);
     if (HasAdministrator(users))
     {
-        return {};
+        return false;
     }
     BasicString password = CreatePassword();
-    // First the file: a user with an unknown password could not log in.
+    const auto wiped = [](BasicString* text)
+    {
+        sodium_memzero(text->data(), text->size());
+    };
+    const std::unique_ptr<BasicString, decltype(wiped)> wiper(&password, wiped);
+    // First the file: a user with an unknown password could not log in. It stays when adding the user fails, because
+    // after a failure of the disk the user may be there in the end; the next start replaces it if not.
     WriteInitialPassword(password);
-    try
-    {
-        users.AddUser(initialUserName, password, System::Um::adminRole, true);
-    }
-    catch (...)
-    {
-        RemoveInitialPassword();
-        throw;
-    }
-    return password;
+    users.AddUser(initialUserName, password, System::Um::adminRole, true);
+    return true;
 }
 
 /// Readable by the owner only, from the first moment, and on the disk when this returns. Replaces an earlier one,
@@ -156,7 +197,7 @@ void StateFolder::WriteInitialPassword(const BasicString& password) const
     unlink(newPath.c_str());
     const FileDescriptor file = Open(newPath, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW);
     const FileDescriptor folder = Open(path, O_RDONLY | O_DIRECTORY);
-    if (!file.IsOpen() || !TryWrite(file, password + '\n') ||
+    if (!file.IsOpen() || !TryWrite(file, password) || !TryWrite(file, "\n") ||
         rename(newPath.c_str(), initialPasswordPath.c_str()) != 0 || fsync(folder.Get()) != 0)
     {
         const int cause = errno;

@@ -19,13 +19,17 @@ class StateFolder final
 public:
     explicit StateFolder(BasicString newPath);
 
-    /// Makes the folder, for its owner only, when it does not exist.
+    /// Makes the folder, for its owner only, when it does not exist; then as `Check`.
     void Create() const;
 
+    /// Throws ConfigurationException, with path and cause, when users other than root and the one of this process could
+    /// change the folder, or what is in it, or read it.
+    void Check() const;
+
     /// Creates the initial user, unless an active user has the role "Admin" or a user that name: a user that may do
-    /// everything, with a password of its own, which must be changed at the first log-in. Returns the password; empty
-    /// when no user was created. Safe when several processes start at the same time.
-    [[nodiscard]] BasicString CreateInitialUser(System::Um::UserManager& users) const;
+    /// everything, with a password of its own, which must be changed at the first log-in. False when no user was
+    /// created. Safe when several processes start at the same time.
+    [[nodiscard]] bool CreateInitialUser(System::Um::UserManager& users) const;
 
     [[nodiscard]] const BasicString& GetPath() const noexcept
     {
@@ -49,5 +53,8 @@ private:
     const BasicString path;
     const BasicString initialPasswordPath;
 };
+
+/// As `StateFolder::Check`, of the files of a user database, which exists.
+void CheckUserDatabase(const BasicString& path);
 
 } // namespace Oxa::Host

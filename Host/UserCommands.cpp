@@ -3,6 +3,7 @@
 #include "Host/CommandLine.hpp"
 #include "Host/CommandRecord.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"
+#include "Host/PasswordInput.hpp"
 #include "Host/StateFolder.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
@@ -10,10 +11,8 @@
 #include "Oxa/System/Um/UserManager.hpp"
 
 #include <sodium.h>
-#include <termios.h>
-#include <unistd.h>
 
-#include <csignal>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -31,158 +30,195 @@ using System::Commons::InvalidOperationException;
 using System::Commons::UseConfigured;
 using System::Commons::Text::Format;
 using System::Nm::NotificationKind;
+using System::Um::UserChange;
 using System::Um::UserInfo;
 using System::Um::UserManager;
 
 namespace
 {
 
-/// The terminal as it was found, where the signal handler finds it.
-termios terminalBefore = {};
-
-extern "C" void RestoreTerminalAndEnd(int signalNumber)
-{
-    tcsetattr(STDIN_FILENO, TCSAFLUSH, &terminalBefore);
-    // By now the signal's default action, as soon as this handler returns.
-    raise(signalNumber);
-}
-
-/// Switches the terminal's echo off as long as it lives, or until a signal ends the process; does nothing when standard
-/// input is not a terminal. One at a time.
-class SilentInput final
-{
-public:
-    SilentInput() : isTerminal(tcgetattr(STDIN_FILENO, &terminalBefore) == 0)
-    {
-        if (isTerminal)
-        {
-            SetSignalActions(&RestoreTerminalAndEnd);
-            termios silent = terminalBefore;
-            silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-            tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
-        }
-    }
-
-    SilentInput(const SilentInput&) = delete;
-    SilentInput& operator=(const SilentInput&) = delete;
-
-    ~SilentInput()
-    {
-        if (isTerminal)
-        {
-            tcsetattr(STDIN_FILENO, TCSAFLUSH, &terminalBefore);
-            SetSignalActions(SIG_DFL);
-        }
-    }
-
-    const bool isTerminal;
-
-private:
-    static void SetSignalActions(void (*handler)(int))
-    {
-        struct sigaction action = {};
-        action.sa_handler = handler;
-        action.sa_flags = static_cast<int>(SA_RESETHAND);
-        for (const int signalNumber : {SIGINT, SIGTERM, SIGQUIT, SIGHUP})
-        {
-            sigaction(signalNumber, &action, nullptr);
-        }
-    }
-};
-
-/// A password from standard input: one line, or on a terminal, prompted for twice and without echo. Wiped in the end.
-class PasswordInput final
-{
-public:
-    /// Empty at the end of the input. Throws InvalidOperationException when the two lines differ.
-    explicit PasswordInput(const BasicString& userName)
-    {
-        const SilentInput silent;
-        Read(silent, "password for '" + userName + '\'');
-        if (silent.isTerminal && PasswordInput(silent, "once more").text != text)
-        {
-            throw InvalidOperationException::Create("the two passwords differ: nothing was changed");
-        }
-    }
-
-    PasswordInput(const PasswordInput&) = delete;
-    PasswordInput& operator=(const PasswordInput&) = delete;
-
-    ~PasswordInput()
-    {
-        sodium_memzero(text.data(), text.size());
-    }
-
-    /// Valid as long as the object.
-    [[nodiscard]] const BasicString& GetText() const noexcept
-    {
-        return text;
-    }
-
-private:
-    PasswordInput(const SilentInput& silent, const BasicString& prompt)
-    {
-        Read(silent, prompt);
-    }
-
-    void Read(const SilentInput& silent, const BasicString& prompt)
-    {
-        // A text that grows would leave copies behind.
-        constexpr std::size_t usualBytes = 1024;
-        text.reserve(usualBytes);
-        std::cerr << (silent.isTerminal ? prompt + ": " : "") << std::flush;
-        std::getline(std::cin, text);
-        std::cerr << (silent.isTerminal ? "\n" : "");
-    }
-
-    BasicString text;
-};
-
-struct Report
+/// What a command did.
+struct Change
 {
     NotificationKind kind;
-    UserInfo user;
-    /// For the caller's terminal.
+    /// The name of the user or of the API token, as it is stored.
+    BasicString subject;
+    std::vector<std::pair<BasicString, BasicString>> fields;
+    /// For the caller.
     BasicString report;
+    /// Of a new API token.
+    BasicString secret = {};
 };
 
-/// Empty when the user does not exist.
-std::optional<Report> ChangeUser(const CommandLine& commandLine, UserManager& users)
+Change AddUser(const CommandLine& commandLine, UserManager& users)
 {
-    const BasicString& name = commandLine.userName;
-    if (commandLine.action == CommandLine::Action::AddUser)
+    const BasicString& name = commandLine.name;
+    users.CheckNewUser(name);
+    users.AddUser(name, PasswordInput(name).GetText(), commandLine.roleName);
+    return {NotificationKind::UserAdded,
+            name,
+            {{"role", commandLine.roleName}},
+            Format("added the user '{0}' with the role {1}", name, commandLine.roleName)};
+}
+
+/// Requires: `action` is one of those that change a user.
+System::Um::UserChangeResult ApplyToUser(CommandLine::Action action, const CommandLine& commandLine,
+                                         const BasicString& name, UserManager& users)
+{
+    switch (action)
     {
-        users.CheckNewUser(name);
-        users.AddUser(name, PasswordInput(name).GetText(), commandLine.roleName);
-        return Report{NotificationKind::UserAdded, UserInfo{name, commandLine.roleName},
-                      Format("added the user '{0}' with the role {1}", name, commandLine.roleName)};
+    case CommandLine::Action::SetRole:
+        return users.ChangeUser(name, {.roleName = commandLine.roleName});
+    case CommandLine::Action::DisableUser:
+        return users.ChangeUser(name, {.isDisabled = true});
+    case CommandLine::Action::EnableUser:
+        return users.ChangeUser(name, {.isDisabled = false});
+    case CommandLine::Action::SetPassword:
+        return users.SetPassword(name, PasswordInput(name).GetText());
+    default:
+        return users.RemoveUser(name);
     }
-    std::optional<UserInfo> user = users.FindUser(name);
-    const bool isRemoval = commandLine.action == CommandLine::Action::RemoveUser;
-    if (user)
+}
+
+Change DescribeChange(const CommandLine& commandLine, const UserInfo& before)
+{
+    const BasicString& name = before.name;
+    switch (commandLine.action)
     {
-        const auto result = isRemoval ? users.RemoveUser(user->name)
-                                      : users.SetPassword(user->name, PasswordInput(user->name).GetText());
-        if (result.change == System::Um::UserChange::LastAdmin)
-        {
-            throw InvalidOperationException::Create(
-                "cannot remove the user '{0}': no other active user has the role Admin", user->name);
-        }
-        user = result.change == System::Um::UserChange::Done ? std::optional(result.before) : std::nullopt;
+    case CommandLine::Action::SetRole:
+        return {NotificationKind::UserChanged,
+                name,
+                {{"role", commandLine.roleName}, {"changed", "role"}, {"before", before.roleName}},
+                Format("set the role of the user '{0}' to {1}", name, commandLine.roleName)};
+    case CommandLine::Action::DisableUser:
+        return {NotificationKind::UserDisabled,
+                name,
+                {{"role", before.roleName}},
+                Format("disabled the user '{0}'; sessions of the user end", name)};
+    case CommandLine::Action::EnableUser:
+        return {
+            NotificationKind::UserEnabled, name, {{"role", before.roleName}}, Format("enabled the user '{0}'", name)};
+    case CommandLine::Action::SetPassword:
+        return {NotificationKind::UserChanged,
+                name,
+                {{"role", before.roleName}, {"changed", "password"}},
+                Format("set the password of the user '{0}'; sessions of the user end", name)};
+    default:
+        return {NotificationKind::UserRemoved,
+                name,
+                {{"role", before.roleName}},
+                Format("removed the user '{0}'; sessions of the user end", name)};
     }
+}
+
+/// Empty when the user does not exist.
+std::optional<Change> ChangeUser(const CommandLine& commandLine, UserManager& users)
+{
+    const auto user = users.FindUser(commandLine.name);
     if (!user)
     {
         return std::nullopt;
     }
-    if (user->name == initialUserName)
+    const auto result = ApplyToUser(commandLine.action, commandLine, user->name, users);
+    switch (result.change)
+    {
+    case UserChange::UnknownUser:
+        return std::nullopt;
+    case UserChange::LastAdmin:
+        throw InvalidOperationException::Create(
+            "the user '{0}' is the last active one with the role Admin: nothing was "
+            "changed",
+            user->name);
+    case UserChange::Done:
+        break;
+    }
+    const bool isPasswordVoid =
+        commandLine.action == CommandLine::Action::SetPassword || commandLine.action == CommandLine::Action::RemoveUser;
+    if (user->name == initialUserName && isPasswordVoid)
     {
         // The password in the file is no longer the user's.
         StateFolder(commandLine.stateFolder).RemoveInitialPassword();
     }
-    return Report{isRemoval ? NotificationKind::UserRemoved : NotificationKind::UserChanged, *user,
-                  Format(isRemoval ? "removed the user '{0}'; sessions of the user end"
-                                   : "set the password of the user '{0}'; sessions of the user end",
-                         user->name)};
+    return DescribeChange(commandLine, result.before);
+}
+
+Change AddApiToken(const CommandLine& commandLine, const BasicString& systemUserName, UserManager& users)
+{
+    const auto lifetime = commandLine.days ? std::optional(std::chrono::days(*commandLine.days)) : std::nullopt;
+    BasicString secret = users.AddApiToken(commandLine.name, commandLine.roleName, lifetime, systemUserName);
+    const BasicString days = commandLine.days ? std::to_string(*commandLine.days) : "unlimited";
+    return {NotificationKind::TokenAdded,
+            commandLine.name,
+            {{"role", commandLine.roleName}, {"days", days}},
+            Format("added the API token '{0}' with the role {1}, valid for {2} days; it is not shown again",
+                   commandLine.name, commandLine.roleName, days),
+            std::move(secret)};
+}
+
+std::optional<Change> RemoveApiToken(const CommandLine& commandLine, UserManager& users)
+{
+    const auto token = users.RemoveApiToken(commandLine.name);
+    if (!token)
+    {
+        return std::nullopt;
+    }
+    return Change{NotificationKind::TokenRemoved,
+                  token->name,
+                  {{"role", token->roleName}},
+                  Format("removed the API token '{0}'", token->name)};
+}
+
+/// Empty when the user or API token does not exist.
+std::optional<Change> Execute(const CommandLine& commandLine, const BasicString& systemUserName, UserManager& users)
+{
+    switch (commandLine.action)
+    {
+    case CommandLine::Action::AddUser:
+        return AddUser(commandLine, users);
+    case CommandLine::Action::AddApiToken:
+        return AddApiToken(commandLine, systemUserName, users);
+    case CommandLine::Action::RemoveApiToken:
+        return RemoveApiToken(commandLine, users);
+    default:
+        return ChangeUser(commandLine, users);
+    }
+}
+
+void ListUsers(const UserManager& users)
+{
+    for (const UserInfo& user : users.GetUsers())
+    {
+        const char* const state = user.isDisabled           ? "disabled"
+                                  : user.mustChangePassword ? "must-change-password"
+                                                            : "active";
+        std::cout << user.name << '\t' << user.roleName << '\t' << state << '\n';
+    }
+}
+
+void ListApiTokens(const UserManager& users)
+{
+    const auto format = [](const std::optional<DateTime>& time)
+    {
+        return time ? time->ToIso8601String() : "never";
+    };
+    for (const auto& token : users.GetApiTokens())
+    {
+        std::cout << token.name << '\t' << token.roleName << '\t' << format(token.created) << '\t'
+                  << format(token.expires) << '\t' << format(token.lastUsed) << '\t' << token.createdBy << '\n';
+    }
+}
+
+/// Only the secret of an API token goes to standard output then, so that a shell can take it.
+void Print(Change& change)
+{
+    if (change.secret.empty())
+    {
+        std::cout << change.report << '\n';
+        return;
+    }
+    std::cerr << change.report << '\n';
+    std::cout << change.secret << std::endl;
+    sodium_memzero(change.secret.data(), change.secret.size());
 }
 
 } // namespace
@@ -199,30 +235,29 @@ int RunUserCommand(const CommandLine& commandLine, const Configuration::HostConf
             "there is no user database '{0}': the server makes it when it starts; look at --state and --config",
             path.string());
     }
+    CheckUserDatabase(configuration.usersDatabasePath);
     const auto users = UseConfigured([&] { return std::make_unique<UserManager>(configuration.usersDatabasePath); });
     if (commandLine.action == CommandLine::Action::ListUsers)
     {
-        for (const UserInfo& user : users->GetUsers())
-        {
-            std::cout << user.name << '\t' << user.roleName << '\n';
-        }
+        ListUsers(*users);
+        return EXIT_SUCCESS;
+    }
+    if (commandLine.action == CommandLine::Action::ListApiTokens)
+    {
+        ListApiTokens(*users);
         return EXIT_SUCCESS;
     }
     // First, so that nothing is changed without being recorded.
     CommandRecord record(configuration);
-    const auto change = ChangeUser(commandLine, *users);
+    auto change = Execute(commandLine, systemUserName, *users);
     if (!change)
     {
-        std::cerr << "oxa-wbm: there is no user '" << commandLine.userName << "'\n";
+        const bool isUser = commandLine.action != CommandLine::Action::RemoveApiToken;
+        std::cerr << "oxa-wbm: there is no " << (isUser ? "user" : "API token") << " '" << commandLine.name << "'\n";
         return EXIT_FAILURE;
     }
-    std::cout << change->report << '\n';
-    std::vector<std::pair<BasicString, BasicString>> fields = {{"role", change->user.roleName}};
-    if (change->kind == NotificationKind::UserChanged)
-    {
-        fields.emplace_back("changed", "password");
-    }
-    record.Write({{}, change->kind, "Host.UserCommands", systemUserName, change->user.name, std::move(fields)});
+    record.Write({{}, change->kind, "Host.UserCommands", systemUserName, change->subject, std::move(change->fields)});
+    Print(*change);
     return EXIT_SUCCESS;
 }
 

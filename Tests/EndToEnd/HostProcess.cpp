@@ -63,36 +63,19 @@ void HostProcess::WaitUntilReady()
     port = static_cast<uint16>(std::stoi(process->WaitForLine("listening on http://127.0.0.1:")));
 }
 
-int HostProcess::RunUserCommand(const std::vector<BasicString>& arguments, std::string_view input)
-{
-    return RunCommand(MakeUserCommand(arguments), input);
-}
-
-int HostProcess::RunAuditCommand(const std::vector<BasicString>& arguments)
-{
-    return RunCommand(MakeCommand("audit", arguments), {});
-}
-
 int HostProcess::RunCommand(const std::vector<BasicString>& arguments, std::string_view input)
 {
-    Support::ChildProcess command(arguments, input);
+    Support::ChildProcess command(MakeCommand(arguments), input);
     const int status = command.Wait();
     commandOutput = command.GetOutput() + command.GetErrors();
     return status;
 }
 
-std::vector<BasicString> HostProcess::MakeUserCommand(const std::vector<BasicString>& commandArguments) const
-{
-    return MakeCommand("user", commandArguments);
-}
-
-std::vector<BasicString> HostProcess::MakeCommand(const char* group,
-                                                  const std::vector<BasicString>& commandArguments) const
+std::vector<BasicString> HostProcess::MakeCommand(const std::vector<BasicString>& commandArguments) const
 {
     std::vector<BasicString> arguments = MakeArguments();
     arguments.emplace_back("--variable");
     arguments.emplace_back(BasicString("FAKES=") + OXA_FAKES);
-    arguments.emplace_back(group);
     arguments.insert(arguments.end(), commandArguments.begin(), commandArguments.end());
     return arguments;
 }

@@ -47,11 +47,22 @@ public:
     /// Replaces the manifests by one for each element Module.
     void WriteManifests(std::string_view modules) const;
 
-    /// Runs a command "user …" and returns its exit status.
-    int RunUserCommand(const std::vector<BasicString>& arguments, std::string_view input = {});
+    /// Runs a command such as "token …" and returns its exit status.
+    int RunCommand(const std::vector<BasicString>& arguments, std::string_view input = {});
 
-    /// Runs a command "audit …" and returns its exit status.
-    int RunAuditCommand(const std::vector<BasicString>& arguments);
+    /// The same with "user …".
+    int RunUserCommand(std::vector<BasicString> arguments, std::string_view input = {})
+    {
+        arguments.insert(arguments.begin(), "user");
+        return RunCommand(arguments, input);
+    }
+
+    /// The same with "audit …".
+    int RunAuditCommand(std::vector<BasicString> arguments)
+    {
+        arguments.insert(arguments.begin(), "audit");
+        return RunCommand(arguments);
+    }
 
     /// What the last command wrote to both of its outputs.
     [[nodiscard]] const BasicString& GetCommandOutput() const
@@ -60,7 +71,7 @@ public:
     }
 
     /// What starts such a command.
-    [[nodiscard]] std::vector<BasicString> MakeUserCommand(const std::vector<BasicString>& arguments) const;
+    [[nodiscard]] std::vector<BasicString> MakeCommand(const std::vector<BasicString>& arguments) const;
 
     [[nodiscard]] Support::ChildProcess& GetProcess()
     {
@@ -91,9 +102,6 @@ public:
 
 private:
     [[nodiscard]] std::vector<BasicString> MakeArguments() const;
-    [[nodiscard]] std::vector<BasicString> MakeCommand(const char* group,
-                                                       const std::vector<BasicString>& arguments) const;
-    int RunCommand(const std::vector<BasicString>& command, std::string_view input);
 
     Support::TemporaryFolder folder;
     BasicString configurationPath;

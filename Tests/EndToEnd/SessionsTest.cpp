@@ -155,15 +155,50 @@ TEST(UserCommands, SayWhatTheyDidAndTellTheAuditTrail)
     EXPECT_EQ(host.RunUserCommand({"add", "Eve", "--role", "Admin"}, "x\n"), 1);
     EXPECT_THAT(host.GetCommandOutput(), HasSubstr("There is a user 'eve'"));
     EXPECT_EQ(host.RunUserCommand({"list"}), 0);
-    EXPECT_EQ(host.GetCommandOutput(), "admin\tAdmin\neve\tViewer\n");
+    EXPECT_EQ(host.GetCommandOutput(), "admin\tAdmin\tactive\neve\tViewer\tactive\n");
+    EXPECT_EQ(host.RunUserCommand({"role", "Eve", "engineer"}), 0);
+    EXPECT_EQ(host.RunUserCommand({"disable", "eve"}), 0);
+    EXPECT_EQ(host.RunUserCommand({"list"}), 0);
+    EXPECT_THAT(host.GetCommandOutput(), HasSubstr("eve\tEngineer\tdisabled\n"));
+    EXPECT_EQ(host.RunUserCommand({"enable", "eve"}), 0);
+    EXPECT_EQ(host.RunUserCommand({"disable", "admin"}), 1);
+    EXPECT_THAT(host.GetCommandOutput(), HasSubstr("the user 'admin' is the last active one with the role Admin"));
     EXPECT_EQ(host.RunUserCommand({"remove", "eve"}), 0);
     host.Stop();
     const BasicString log = logFolder.Read("log");
     EXPECT_THAT(log, testing::ContainsRegex("UserAdded source='Host.UserCommands' user='.+' text='eve' role='Viewer'"));
     EXPECT_THAT(log, HasSubstr("text='admin' role='Admin' changed='password'"));
     EXPECT_THAT(log, HasSubstr("LoggedIn source='Host.Sessions' user='admin' text='logged in' address='127.0.0.1'"));
+    EXPECT_THAT(log, HasSubstr("text='eve' role='Engineer' changed='role' before='Viewer'"));
+    EXPECT_THAT(log, testing::ContainsRegex("UserDisabled source='Host.UserCommands' user='.+' text='eve'"));
+    EXPECT_THAT(log, testing::ContainsRegex("UserEnabled source='Host.UserCommands' user='.+' text='eve'"));
     EXPECT_THAT(log, testing::ContainsRegex("UserRemoved source='Host.UserCommands' user='.+' text='eve'"));
     EXPECT_THAT(log, Not(testing::AnyOf(HasSubstr("mallory"), HasSubstr("text='Eve'"), HasSubstr("some new words"))));
+}
+
+TEST(UserCommands, PrintTheSecretOfAnApiTokenOnce)
+{
+    const Support::TemporaryFolder logFolder;
+    HostProcess host({.log = R"(level="information" target="file" file=")" + logFolder.GetPath("log") + '"'});
+    host.WaitUntilReady();
+    Support::ChildProcess add(host.MakeCommand({"token", "add", "monitoring", "--role", "viewer", "--days", "30"}));
+    EXPECT_EQ(add.Wait(), 0);
+    EXPECT_THAT(add.GetOutput(), testing::MatchesRegex("oxa_[A-Za-z0-9_-]{43}\n")) << "nothing but the secret";
+    EXPECT_THAT(add.GetErrors(), HasSubstr("added the API token 'monitoring' with the role Viewer, valid for 30 days"));
+    const BasicString secret = add.GetOutput().substr(4, 43);
+    EXPECT_EQ(host.RunCommand({"token", "list"}), 0);
+    EXPECT_THAT(host.GetCommandOutput(),
+                testing::MatchesRegex("monitoring\tViewer\t[0-9T:.-]+Z\t[0-9T:.-]+Z\tnever\t.+\n"));
+    EXPECT_EQ(host.GetCommandOutput().find(secret), BasicString::npos);
+    EXPECT_EQ(host.RunCommand({"token", "add", "more", "--role", "Viewer", "--days", "0"}), 64);
+    EXPECT_EQ(host.RunCommand({"token", "remove", "Monitoring"}), 0);
+    EXPECT_EQ(host.RunCommand({"token", "remove", "monitoring"}), 1);
+    EXPECT_EQ(host.GetCommandOutput(), "oxa-wbm: there is no API token 'monitoring'\n");
+    const BasicString log = logFolder.Read("log");
+    EXPECT_THAT(log, testing::ContainsRegex("TokenAdded source='Host.UserCommands' user='.+' text='monitoring' "
+                                            "role='Viewer' days='30'"));
+    EXPECT_THAT(log, testing::ContainsRegex("TokenRemoved source='Host.UserCommands' user='.+' text='monitoring'"));
+    EXPECT_EQ(log.find(secret), BasicString::npos);
 }
 
 TEST(UserCommands, AskTwiceOnATerminal)
@@ -179,7 +214,7 @@ TEST(UserCommands, AskTwiceOnATerminal)
         ASSERT_GE(child, 0);
         if (child == 0)
         {
-            std::vector<BasicString> arguments = host.MakeUserCommand({"set-password", "admin"});
+            std::vector<BasicString> arguments = host.MakeCommand({"user", "set-password", "admin"});
             std::vector<char*> pointers;
             std::ranges::transform(arguments, std::back_inserter(pointers),
                                    [](BasicString& each) { return each.data(); });
@@ -219,7 +254,7 @@ TEST(UserCommands, LeaveTheDatabaseAndTheFirstAdministratorToTheServer)
     host.WaitUntilReady();
     ASSERT_EQ(host.RunUserCommand({"add", "eve", "--role", "Viewer"}, "looks only here\n"), 0);
     EXPECT_EQ(host.RunUserCommand({"remove", "admin"}), 1);
-    EXPECT_THAT(host.GetCommandOutput(), HasSubstr("no other active user has the role Admin"));
+    EXPECT_THAT(host.GetCommandOutput(), HasSubstr("is the last active one with the role Admin"));
     host.Stop();
     sqlite3* connection = nullptr;
     ASSERT_EQ(sqlite3_open(host.GetFolder().GetPath("state/users.sqlite").c_str(), &connection), SQLITE_OK);

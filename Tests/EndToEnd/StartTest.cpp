@@ -242,12 +242,41 @@ TEST(Starting, NeverReplacesADatabaseThatCannotBeUsed)
         HostProcess host;
         std::filesystem::create_directory(host.GetFolder().GetPath("state"));
         host.GetFolder().Write("state/users.sqlite", content);
+        std::filesystem::permissions(host.GetFolder().GetPath("state"), std::filesystem::perms::owner_all);
+        std::filesystem::permissions(host.GetFolder().GetPath("state/users.sqlite"),
+                                     std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
         host.Start();
         EXPECT_EQ(host.GetProcess().Wait(), configurationFault);
         EXPECT_THAT(host.GetProcess().GetErrors(), HasSubstr("state/users.sqlite': " + cause));
         EXPECT_EQ(host.GetFolder().Read("state/users.sqlite"), content);
         EXPECT_FALSE(std::filesystem::exists(host.GetFolder().GetPath("state/initial-password")));
     }
+}
+
+TEST(Starting, NeverUsesUsersThatOthersCanReadOrChange)
+{
+    HostProcess host;
+    host.WaitUntilReady();
+    host.Stop();
+    const BasicString path = host.GetFolder().GetPath("state/users.sqlite");
+    const std::pair<const char*, const char*> cases[] = {{"state", "cannot use the state folder: '"},
+                                                         {"state/users.sqlite", "cannot use the user database: '"}};
+    for (const auto& [name, message] : cases)
+    {
+        const BasicString changed = host.GetFolder().GetPath(name);
+        const auto perms = std::filesystem::status(changed).permissions();
+        std::filesystem::permissions(changed, perms | std::filesystem::perms::others_write);
+        host.Start();
+        EXPECT_EQ(host.GetProcess().Wait(), configurationFault);
+        const auto isReported = HasSubstr(message + changed + "' can be written by everybody");
+        EXPECT_THAT(host.GetProcess().GetErrors(), isReported);
+        EXPECT_EQ(host.RunUserCommand({"list"}), configurationFault);
+        EXPECT_THAT(host.GetCommandOutput(), HasSubstr("'" + changed + "' can be written by everybody"));
+        EXPECT_EQ(host.RunCommand({"--check"}), configurationFault);
+        EXPECT_THAT(host.GetCommandOutput(), isReported);
+        std::filesystem::permissions(changed, perms);
+    }
+    EXPECT_EQ(host.RunCommand({"--check"}), 0) << host.GetCommandOutput();
 }
 
 TEST(Starting, EndsWith75AndLeavesNothingBehindWhenNothingCanBeWritten)
@@ -272,7 +301,7 @@ TEST(Starting, EndsWith75AndLeavesNothingBehindWhenNothingCanBeWritten)
     EXPECT_THAT(change.GetErrors(), HasSubstr("state/users.sqlite': disk I/O error"));
     Support::ChildProcess list({"/bin/sh", "-c", full + command + " user list"});
     EXPECT_EQ(list.Wait(), 0);
-    EXPECT_EQ(list.GetOutput(), "admin\tAdmin\n");
+    EXPECT_EQ(list.GetOutput(), "admin\tAdmin\tmust-change-password\n");
     host.SendSignal(SIGTERM);
     EXPECT_EQ(host.Wait(), 0);
 }
