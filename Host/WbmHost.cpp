@@ -35,6 +35,7 @@ namespace
 constexpr std::chrono::milliseconds lastGrace{500};
 /// Parts that hang at the start longer than this do not delay the others.
 constexpr std::chrono::seconds longestStart{2};
+constexpr std::chrono::minutes apiTokenInterval{1};
 constexpr const char* notificationSource = "Host";
 
 /// Redirects plain requests to the server under the first configured name. Null unless configured.
@@ -63,6 +64,7 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
                  Reload::LoadConfiguration loadConfiguration, Modules::ModuleManifests manifests,
                  System::Um::UserManager& users, const Sessions::KnownBrowsers::Key& browserKey)
     : configuration(configuration),
+      users(users),
       authorizationService(
           {}, {}, {{AuthorizationServiceProxyFactory::GetInstance(), std::make_shared<AuthorizationService>(users)}}),
       components(appDomain),
@@ -95,6 +97,8 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       reload(loop, notifications, configuration, std::move(loadConfiguration)),
       watchdog(loop.GetContext()),
       startTimer(loop.GetContext()),
+      apiTokenReserve(loop),
+      apiTokenTimer(loop.GetContext()),
       endSignal(loop.GetContext(), dup(EndSignals::GetDescriptor())),
       shutdownTimer(loop.GetContext())
 {
@@ -186,6 +190,7 @@ void WbmHost::Run(const std::function<void(uint16)>& ready)
                          });
     watchdog.Start();
     BeginStart();
+    RecordApiTokenUse();
     // One for the components and one for the check of sessions, which may hang, and one that goes on; modules and
     // strands have theirs.
     loop.Run(3);
@@ -225,6 +230,24 @@ void WbmHost::BeginStart()
                           components.StartAll();
                           boost::asio::post(loop.GetContext(), [this] { StartModules(); });
                       });
+}
+
+/// Now and then again and again.
+void WbmHost::RecordApiTokenUse()
+{
+    {
+        const Threads::EventLoop::BlockingSection call(loop);
+        users.RecordApiTokenUse();
+    }
+    apiTokenTimer.expires_after(apiTokenInterval);
+    apiTokenTimer.async_wait(
+        [this](const boost::system::error_code& error)
+        {
+            if (!error)
+            {
+                RecordApiTokenUse();
+            }
+        });
 }
 
 /// The first time only.

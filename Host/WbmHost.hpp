@@ -71,6 +71,7 @@ private:
     void SetPage();
     void SetReloadedParts();
     void BeginStart();
+    void RecordApiTokenUse();
     void StartModules();
     void ReportReady();
     void RecordStart();
@@ -78,6 +79,7 @@ private:
     void HurryShutdown();
 
     const Configuration::HostConfiguration& configuration;
+    System::Um::UserManager& users;
     System::Nm::NotificationManager notifications;
     /// Offers the users' permissions to the modules.
     System::Rsc::RscRegistration authorizationService;
@@ -107,6 +109,9 @@ private:
     Reload reload;
     Watchdog watchdog;
     boost::asio::steady_timer startTimer;
+    /// Recording when API tokens were used waits for the disk.
+    const Threads::EventLoop::Reserve apiTokenReserve;
+    boost::asio::steady_timer apiTokenTimer;
     boost::asio::posix::stream_descriptor endSignal;
     boost::asio::steady_timer shutdownTimer;
     /// Empty after its call.
