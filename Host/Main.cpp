@@ -161,7 +161,7 @@ void Serve(const CommandLine& commandLine, const HostConfiguration& configuratio
     randombytes_buf(browserKey.data(), browserKey.size());
     Oxa::Host::WbmHost host(
         appDomain, configuration, [&commandLine] { return LoadConfiguration(commandLine); }, std::move(modules), *users,
-        browserKey);
+        stateFolder, browserKey);
     host.Run(
         [&](Oxa::uint16 port)
         {

@@ -4,6 +4,7 @@
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Nm/Notification.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
 #include <fcntl.h>
@@ -214,9 +215,17 @@ BasicString StateFolder::ReadInitialPassword() const
     return password;
 }
 
-void StateFolder::RemoveInitialPassword() const noexcept
+void StateFolder::Notice(const System::Nm::Notification& notification) const
 {
-    unlink(initialPasswordPath.c_str());
+    using System::Nm::NotificationKind;
+    const std::pair<BasicString, BasicString> newPassword("changed", "password");
+    const bool isVoid = notification.kind == NotificationKind::UserRemoved ||
+                        (notification.kind == NotificationKind::UserChanged &&
+                         std::ranges::find(notification.fields, newPassword) != notification.fields.end());
+    if (isVoid && System::Commons::Text::FoldCase(notification.text) == initialUserName)
+    {
+        unlink(initialPasswordPath.c_str());
+    }
 }
 
 } // namespace Oxa::Host

@@ -2,6 +2,11 @@
 
 #include "Oxa/System/Commons/Types.hpp"
 
+namespace Oxa::System::Nm
+{
+struct Notification;
+}
+
 namespace Oxa::System::Um
 {
 class UserManager;
@@ -44,8 +49,8 @@ public:
     /// Empty when the file no longer exists, or when this user may not read it.
     [[nodiscard]] BasicString ReadInitialPassword() const;
 
-    /// Does nothing when the file does not exist.
-    void RemoveInitialPassword() const noexcept;
+    /// Removes the file when the initial user was removed or has got another password.
+    void Notice(const System::Nm::Notification& notification) const;
 
 private:
     void WriteInitialPassword(const BasicString& password) const;

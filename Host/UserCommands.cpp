@@ -132,13 +132,6 @@ std::optional<Change> ChangeUser(const CommandLine& commandLine, UserManager& us
     case UserChange::Done:
         break;
     }
-    const bool isPasswordVoid =
-        commandLine.action == CommandLine::Action::SetPassword || commandLine.action == CommandLine::Action::RemoveUser;
-    if (user->name == initialUserName && isPasswordVoid)
-    {
-        // The password in the file is no longer the user's.
-        StateFolder(commandLine.stateFolder).RemoveInitialPassword();
-    }
     return DescribeChange(commandLine, result.before);
 }
 
@@ -256,7 +249,10 @@ int RunUserCommand(const CommandLine& commandLine, const Configuration::HostConf
         std::cerr << "oxa-wbm: there is no " << (isUser ? "user" : "API token") << " '" << commandLine.name << "'\n";
         return EXIT_FAILURE;
     }
-    record.Write({{}, change->kind, "Host.UserCommands", systemUserName, change->subject, std::move(change->fields)});
+    const System::Nm::Notification notification{
+        {}, change->kind, "Host.UserCommands", systemUserName, change->subject, change->fields};
+    StateFolder(commandLine.stateFolder).Notice(notification);
+    record.Write(notification);
     Print(*change);
     return EXIT_SUCCESS;
 }

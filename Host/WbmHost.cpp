@@ -4,6 +4,7 @@
 #include "Host/Api/OpenApiDocument.hpp"
 #include "Host/Audit/AuditLog.hpp"
 #include "Host/Http/Problem.hpp"
+#include "Host/StateFolder.hpp"
 #include "Oxa/System/Commons/Diagnostics/CrashReport.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
@@ -62,7 +63,8 @@ std::shared_ptr<Http::HttpServer> MakeRedirectServer(Threads::EventLoop& loop,
 
 WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
                  Reload::LoadConfiguration loadConfiguration, Modules::ModuleManifests manifests,
-                 System::Um::UserManager& users, const Sessions::KnownBrowsers::Key& browserKey)
+                 System::Um::UserManager& users, const StateFolder& stateFolder,
+                 const Sessions::KnownBrowsers::Key& browserKey)
     : configuration(configuration),
       users(users),
       authorizationService(
@@ -107,6 +109,7 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
     SetPage();
     SetReloadedParts();
     modules.Apply(std::move(manifests));
+    notifications.Subscribe([&stateFolder](const System::Nm::Notification& each) { stateFolder.Notice(each); });
     notifications.Subscribe([log = Audit::AuditLog()](const System::Nm::Notification& each) { log.Write(each); });
     notifications.Subscribe([this](const System::Nm::Notification& each) { auditTrail.Add(each); },
                             [this] { auditTrail.Commit(); });

@@ -46,6 +46,8 @@ class UserManager;
 namespace Oxa::Host
 {
 
+class StateFolder;
+
 /// Puts the host's parts together. They are made in the order of the members and destroyed in the reverse order, also
 /// when one of them throws: module settings that cannot be read are an XmlException, anything that the machine refuses
 /// is an InvalidOperationException.
@@ -57,7 +59,8 @@ public:
     /// `EndSignals::Watch` have returned.
     WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
             Reload::LoadConfiguration loadConfiguration, Modules::ModuleManifests manifests,
-            System::Um::UserManager& users, const Sessions::KnownBrowsers::Key& browserKey);
+            System::Um::UserManager& users, const StateFolder& stateFolder,
+            const Sessions::KnownBrowsers::Key& browserKey);
     WbmHost(const WbmHost&) = delete;
     WbmHost& operator=(const WbmHost&) = delete;
     ~WbmHost();

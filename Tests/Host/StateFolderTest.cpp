@@ -1,6 +1,7 @@
 #include "Host/StateFolder.hpp"
 
 #include "Oxa/System/Commons/Exception.hpp"
+#include "Oxa/System/Nm/Notification.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 #include "Tests/Support/TemporaryFolder.hpp"
 
@@ -108,6 +109,34 @@ TEST_F(StateFolders, MakeOneInitialUserWhoMustChangeThePassword)
     EXPECT_EQ(users->FindUser("admin"), (UserInfo{"admin", "Admin", false, true}));
     EXPECT_TRUE(users->LogIn("admin", state.ReadInitialPassword()));
     EXPECT_FALSE(state.CreateInitialUser(*users));
+}
+
+TEST_F(StateFolders, KeepTheInitialPasswordUntilItIsVoid)
+{
+    using System::Nm::NotificationKind;
+
+    struct Case
+    {
+        NotificationKind kind;
+        const char* user;
+        const char* changed;
+        bool isKept;
+    };
+
+    const Case cases[] = {{NotificationKind::UserChanged, "admin", "role", true},
+                          {NotificationKind::UserChanged, "anna", "password", true},
+                          {NotificationKind::UserRemoved, "anna", "", true},
+                          {NotificationKind::UserDisabled, "admin", "", true},
+                          {NotificationKind::UserChanged, "admin", "password", false},
+                          {NotificationKind::UserRemoved, "admin", "", false}};
+    EXPECT_TRUE(state.CreateInitialUser(*users));
+    const BasicString password = state.ReadInitialPassword();
+    for (const auto& [kind, user, changed, isKept] : cases)
+    {
+        folder.Write("state/initial-password", password + '\n');
+        state.Notice({{}, kind, "Test", "root", user, {{"role", "Admin"}, {"changed", changed}}});
+        EXPECT_EQ(state.ReadInitialPassword(), isKept ? password : "") << user << ", " << changed;
+    }
 }
 
 TEST_F(StateFolders, KeepThePasswordOfAnInitialUserWhoMayHaveBeenAdded)
