@@ -407,9 +407,9 @@ std::optional<SecurityToken> UserManager::LogIn(std::string_view userName, std::
 bool UserManager::VerifyPassword(SecurityToken token, std::string_view password)
 {
     const auto user = content->FindUser(token);
-    if (!user || password.size() > Internal::maximumPasswordBytes)
+    if (!user || password.empty() || password.size() > Internal::maximumPasswordBytes)
     {
-        Internal::PretendToVerifyPassword({});
+        Internal::PretendToVerifyPassword("-");
         return false;
     }
     return Internal::VerifyPassword(user->passwordHash, password) && !user->info.isDisabled;

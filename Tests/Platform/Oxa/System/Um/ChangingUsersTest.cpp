@@ -130,6 +130,7 @@ TEST_F(ChangingUsers, LetsUsersChangeTheirOwnPassword)
     EXPECT_TRUE(users.VerifyPassword(token, password));
     EXPECT_FALSE(users.VerifyPassword(token, otherPassword));
     EXPECT_FALSE(users.VerifyPassword(token, BasicString(1025, 'p')));
+    EXPECT_FALSE(users.VerifyPassword(token, {}));
     EXPECT_FALSE(users.VerifyPassword(SecurityToken(), password));
 
     EXPECT_FALSE(users.ChangePassword(token, otherPassword, "yet another phrase"));
