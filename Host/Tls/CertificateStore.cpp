@@ -110,7 +110,8 @@ std::vector<BasicString> CertificateStore::ListNames() const
             names.push_back(std::move(name));
         }
     }
-    if (error)
+    // The first start creates the folder.
+    if (error && error != std::errc::no_such_file_or_directory)
     {
         System::Commons::ThrowErrno("cannot read the folder '" + settings.folder + "'", error.value());
     }

@@ -56,7 +56,8 @@ int SelectProtocol(SSL* /*ssl*/, const unsigned char** selected, unsigned char* 
 
 /// For people who forget the "s" of "https".
 constexpr std::string_view plainResponse =
-    "HTTP/1.1 400 Bad Request\r\nContent-Type: application/problem+json\r\nConnection: close\r\n\r\n"
+    "HTTP/1.1 400 Bad Request\r\nContent-Type: application/problem+json\r\nContent-Length: 128\r\n"
+    "Connection: close\r\n\r\n"
     R"({"type":"about:blank","title":"Bad Request","status":400,"code":"tls-required",)"
     R"("detail":"This port uses encryption: use https."})";
 

@@ -73,7 +73,7 @@ TEST(Http, KeepsConnectionsAsTheClientWants)
     kept.Write("GET /healthz HTTP/1.0\r\nConnection: keep-alive\r\n\r\n");
     EXPECT_EQ(kept.Read()["Connection"], "keep-alive");
     kept.Write("OPTIONS * HTTP/1.1\r\nHost: test\r\n\r\n");
-    EXPECT_EQ(kept.Read()["Allow"], "GET, HEAD, POST, DELETE");
+    EXPECT_EQ(kept.Read()["Allow"], "GET, HEAD, POST, PATCH, DELETE");
     // An empty line before a request is passed over.
     kept.Write("\r\nGET HTTP://test/healthz?a HTTP/1.1\r\nHost: test\r\nConnection: close\r\n\r\n");
     EXPECT_EQ(kept.Read()["Connection"], "close");

@@ -19,7 +19,7 @@ using testing::Not;
 namespace
 {
 
-constexpr std::size_t largeBytes = std::size_t{8} * 1024 * 1024;
+constexpr std::size_t largeBytes = std::size_t{4} * 1024 * 1024;
 
 /// A client that waits, 20 s at the longest.
 class Client final
