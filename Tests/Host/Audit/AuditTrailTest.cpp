@@ -95,7 +95,7 @@ TEST_F(AuditTrails, HaveARowOnTheDiskWhenPublishReturns)
         for (int number = 0; number < 4; ++number)
         {
             threads.emplace_back(
-                [&]
+                [this, &manager, number]
                 {
                     for (int count = 0; count < 10; ++count)
                     {
