@@ -339,6 +339,15 @@ void StaticFiles::SetFolder(std::string_view path, const BasicString& folder)
     folders.insert_or_assign(BasicString(path), std::move(files));
 }
 
+void StaticFiles::RemoveFolder(std::string_view path)
+{
+    const MutexLock lock(mutex);
+    if (const auto found = folders.find(path); found != folders.end())
+    {
+        folders.erase(found);
+    }
+}
+
 Handling StaticFiles::Handle(const std::shared_ptr<Http::IHttpExchange>& exchange)
 {
     const auto file = Find(exchange->GetRequest().path);

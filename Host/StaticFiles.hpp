@@ -45,6 +45,9 @@ public:
     /// users than root and this one could change a file. A folder that does not exist has no files.
     void SetFolder(std::string_view path, const BasicString& folder);
 
+    /// Serves nothing below the path any more, unless another folder does.
+    void RemoveFolder(std::string_view path);
+
     /// 404 for a path without a file. Throws InvalidOperationException when the file cannot be read.
     [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange);
 

@@ -108,7 +108,7 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
     Api::SetAccountOperations(router, {passwordRoute, sessionRoute, userRoute, apiTokenRoute});
     SetPage();
     SetReloadedParts();
-    modules.Apply(std::move(manifests));
+    ApplyModules(std::move(manifests));
     notifications.Subscribe([&stateFolder](const System::Nm::Notification& each) { stateFolder.Notice(each); });
     notifications.Subscribe([log = Audit::AuditLog()](const System::Nm::Notification& each) { log.Write(each); });
     notifications.Subscribe([this](const System::Nm::Notification& each) { auditTrail.Add(each); },
@@ -130,6 +130,8 @@ void WbmHost::SetRoutes()
     router.Set(Operation::GetPages, [this](const ApiRequest& each)
                { return systemRoutes.HandlePages(each.exchange, each.caller->securityToken); });
     router.Set(Operation::ListAudit, [this](const ApiRequest& each) { return auditRoute.List(each.exchange); });
+    router.Set(Operation::ListModules,
+               [this](const ApiRequest& each) { return systemRoutes.HandleModules(each.exchange); });
     router.Set(Operation::GetBoot, [](const ApiRequest& each) { return SystemRoutes::HandleBootId(each.exchange); });
     router.Set(Operation::GetHealth, [](const ApiRequest& each) { return SystemRoutes::HandleHealth(each.exchange); });
     router.Set(Operation::GetReadiness,
@@ -140,6 +142,37 @@ void WbmHost::SetRoutes()
                    each.exchange->Send({200, Http::jsonMediaType, Api::GetOpenApiDocument()});
                    return Http::Handling::Completed;
                });
+}
+
+/// One thread at a time: at the start, then during a reload. A page that cannot be served leaves its module without
+/// one.
+void WbmHost::ApplyModules(Modules::ModuleManifests manifests)
+{
+    modules.Apply(std::move(manifests));
+    std::set<BasicString> previousPaths = std::exchange(modulePagePaths, {});
+    for (const auto& module : modules.GetStatuses())
+    {
+        if (module.manifest.pageFolder.empty() || module.state == Modules::ModuleState::Stopping)
+        {
+            continue;
+        }
+        const BasicString path = Modules::GetPagePath(module.name);
+        try
+        {
+            staticFiles.SetFolder(path, module.manifest.pageFolder);
+            previousPaths.erase(path);
+            modulePagePaths.insert(path);
+        }
+        catch (const System::Commons::InvalidOperationException& exception)
+        {
+            Log(System::Commons::Diagnostics::Logging::LogLevel::Error,
+                "the page of the module '{0}' is not served: {1}", module.name, exception.GetMessage());
+        }
+    }
+    for (const BasicString& path : previousPaths)
+    {
+        staticFiles.RemoveFolder(path);
+    }
 }
 
 /// Without a page the interface for programs is served all the same.
@@ -166,8 +199,8 @@ void WbmHost::SetReloadedParts()
     reload.AddPart("the log", [](const HostConfiguration& each)
                    { System::Commons::Diagnostics::Logging::LogManager::Configure(each.log); });
     reload.AddPart("the certificates", [this](const HostConfiguration&) { encryption.Reload(); });
-    reload.AddPart("the modules", [this](const HostConfiguration& each)
-                   { modules.Apply(Modules::LoadModuleManifests(each.modules)); });
+    reload.AddPart("the modules",
+                   [this](const HostConfiguration& each) { ApplyModules(Modules::LoadModuleManifests(each.modules)); });
 }
 
 void WbmHost::Run(const std::function<void(uint16)>& ready)

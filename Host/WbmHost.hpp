@@ -31,6 +31,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <set>
 #include <vector>
 
 namespace Oxa::System::Commons
@@ -72,6 +73,7 @@ public:
 private:
     void SetRoutes();
     void SetPage();
+    void ApplyModules(Modules::ModuleManifests manifests);
     void SetReloadedParts();
     void BeginStart();
     void RecordApiTokenUse();
@@ -103,6 +105,8 @@ private:
     Modules::Dispatcher dispatcher;
     Api::SystemRoutes systemRoutes;
     StaticFiles staticFiles;
+    /// Below which the pages of modules are served.
+    std::set<BasicString> modulePagePaths;
     Audit::AuditRoute auditRoute;
     Api::ApiRouter router;
     Tls::Encryption encryption;

@@ -33,8 +33,53 @@ namespace
 VisibilityAttribute GetVisibility(const Modules::Page& page, const System::Um::SecurityToken& securityToken)
 {
     const Modules::ModuleGate::Visit visit(*page.gate);
-    return visit && !page.isWithdrawn ? page.handler->GetVisibilityAttribute(securityToken)
-                                      : VisibilityAttribute::Disabled;
+    try
+    {
+        return visit && !page.isWithdrawn ? page.handler->GetVisibilityAttribute(securityToken)
+                                          : VisibilityAttribute::Disabled;
+    }
+    catch (...)
+    {
+        // Destroyed within the visit: its class may be in the module's library, which may be unloaded afterwards.
+        return VisibilityAttribute::Disabled;
+    }
+}
+
+void WriteDataProviders(JsonWriter& writer, const Modules::ModuleManifest& manifest)
+{
+    writer.WriteStartComplexArray("dataProviders");
+    for (const auto& provider : manifest.dataProviders)
+    {
+        writer.TryWriteStartComplexArrayItem();
+        writer.WriteValue("name", provider.name);
+        writer.WriteValue("safe", provider.isSafe);
+        writer.WriteSimpleArray(
+            "confirm", std::vector<BasicString>(provider.confirmedRequests.begin(), provider.confirmedRequests.end()));
+        writer.WriteEndComplexArrayItem();
+    }
+    writer.TryWriteEndComplexArray();
+}
+
+void WriteModule(JsonWriter& writer, const Modules::ModuleSupervisor::ModuleStatus& module)
+{
+    const Modules::ModuleManifest& manifest = module.manifest;
+    writer.WriteValue("name", module.name);
+    writer.WriteValue("state", GetModuleStateName(module.state));
+    writer.WriteValue("since", module.since.ToIso8601String());
+    writer.WriteValue("cause", module.cause);
+    writer.WriteValue("version", manifest.version);
+    writer.WriteValue("library", manifest.libraryPath);
+    WriteDataProviders(writer, manifest);
+    writer.WriteSimpleArray("pages", module.pageNames);
+    writer.WriteStartComplexArray("languages");
+    for (const auto& [name, file] : manifest.languageFiles)
+    {
+        writer.TryWriteStartComplexArrayItem();
+        writer.WriteValue("name", name);
+        writer.WriteValue("file", Modules::GetPagePath(module.name) + file);
+        writer.WriteEndComplexArrayItem();
+    }
+    writer.TryWriteEndComplexArray();
 }
 
 const char* GetVisibilityName(VisibilityAttribute visibility) noexcept
@@ -115,6 +160,23 @@ void SystemRoutes::SendPages(Http::IHttpExchange& exchange, System::Um::Security
     exchange.Send({200, Http::jsonMediaType, writer.GetText()});
 }
 
+Handling SystemRoutes::HandleModules(const Exchange& exchange) const
+{
+    JsonWriter writer;
+    writer.WriteStartObject();
+    writer.WriteStartComplexArray("modules");
+    for (const auto& module : parts.modules.GetStatuses())
+    {
+        writer.TryWriteStartComplexArrayItem();
+        WriteModule(writer, module);
+        writer.WriteEndComplexArrayItem();
+    }
+    writer.TryWriteEndComplexArray();
+    writer.WriteEndObject();
+    exchange->Send({200, Http::jsonMediaType, writer.GetText()});
+    return Handling::Completed;
+}
+
 Handling SystemRoutes::HandleReadiness(const Exchange& exchange) const
 {
     return readinessStrand->Run(exchange, [this](Http::IHttpExchange& each) { SendReadiness(each); });
@@ -140,6 +202,10 @@ void SystemRoutes::SendReadiness(Http::IHttpExchange& exchange) const
         if (module.state == ModuleState::Failed || module.state == ModuleState::Refused || module.setupBegin)
         {
             failedModules.push_back(module.name);
+        }
+        if (module.state == ModuleState::Refused)
+        {
+            causes.push_back(Format("the module '{0}' is refused", module.name));
         }
         if (module.setupBegin)
         {

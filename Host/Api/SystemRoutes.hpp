@@ -30,8 +30,8 @@ class ModuleSupervisor;
 namespace Oxa::Host::Api
 {
 
-/// Sends the responses about the state of the server and of the device: pages, boot id, health, readiness. Threads: the
-/// event loop's.
+/// Sends the responses about the state of the server and of the device: modules, pages, boot id, health, readiness.
+/// Threads: the event loop's.
 class SystemRoutes final : private System::Commons::Diagnostics::Logging::Loggable<SystemRoutes>
 {
 public:
@@ -53,6 +53,8 @@ public:
     /// Without a log-in, so that a page can tell a restart from a short outage.
     [[nodiscard]] static Http::Handling HandleBootId(const Exchange& exchange);
     [[nodiscard]] Http::Handling HandlePages(const Exchange& exchange, System::Um::SecurityToken securityToken) const;
+    /// Calls no module.
+    [[nodiscard]] Http::Handling HandleModules(const Exchange& exchange) const;
     [[nodiscard]] Http::Handling HandleReadiness(const Exchange& exchange) const;
 
 private:

@@ -51,6 +51,9 @@ inline constexpr Problem ownPassword{403, "own-password",
                                      "Change your own password with POST /api/v1/session/password."};
 inline constexpr Problem notForApiTokens{403, "not-for-api-tokens",
                                          "An API token has neither a session nor a password."};
+inline constexpr Problem confirmationNeeded{
+    403, "confirmation-needed",
+    "This command needs the password again: send it to /api/v1/session/confirm within 60 seconds before."};
 inline constexpr Problem crossOrigin{403, "foreign-origin", "Cross-origin requests are refused."};
 inline constexpr Problem tlsRequired{403, "tls-required", "Use https: this port redirects reading requests only."};
 inline constexpr Problem unknownPath{404, "unknown-path", "This path does not exist."};

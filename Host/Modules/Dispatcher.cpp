@@ -136,7 +136,7 @@ void Dispatcher::Call(IHttpExchange& exchange, const DataProvider& provider, con
         SendProblem(exchange, Http::Problems::serviceNotAvailable);
         return;
     }
-    if (const Http::Problem* const obstacle = FindObstacle(provider, request))
+    if (const Http::Problem* const obstacle = FindRefusal(provider, request))
     {
         if (!provider.manifest.isSafe && obstacle->status == 403)
         {
@@ -172,6 +172,19 @@ bool Dispatcher::Announce(IHttpExchange& exchange, const ProviderRequest& reques
     }
     Publish(NotificationKind::CommandRequested, exchange, request, {});
     return isAuditWritable();
+}
+
+/// Null when the request is carried out. Takes the confirmation last, since it is good for one command. Requires: a
+/// visit.
+const Http::Problem* Dispatcher::FindRefusal(const DataProvider& provider, const ProviderRequest& request) const
+{
+    if (const Http::Problem* const obstacle = FindObstacle(provider, request))
+    {
+        return obstacle;
+    }
+    const bool isConfirmed = !provider.manifest.confirmedRequests.contains(request.requestName) ||
+                             (request.takeConfirmation && request.takeConfirmation());
+    return isConfirmed ? nullptr : &Http::Problems::confirmationNeeded;
 }
 
 /// Publishes the outcome: also when the module's response is an error, or the module throws.

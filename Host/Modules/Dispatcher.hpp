@@ -20,6 +20,11 @@ namespace Oxa::Services::Commons::Wbm
 class WbmResponse;
 }
 
+namespace Oxa::Host::Http
+{
+struct Problem;
+}
+
 namespace Oxa::Host::Modules
 {
 
@@ -33,12 +38,16 @@ struct ProviderRequest
     BasicString requestName;
     System::Um::SecurityToken securityToken;
     BasicString userName;
+    /// Whether the user has confirmed with the password that the next command is meant; true once for each
+    /// confirmation. Empty: never.
+    std::function<bool()> takeConfirmation = {};
 };
 
 /// Passes requests to the data providers and sends their responses. In this order: unknown provider 404, method 405,
-/// module's gate closed or provider unavailable 503, no permission 403, unknown request 404, then the module's own
-/// response. Requests to a provider that is not safe are commands: each is published before it is carried out and then
-/// with its outcome, and refused with 503 while the audit trail cannot store that. Threads: the event loop's.
+/// module's gate closed or provider unavailable 503, no permission 403, unknown request 404, no confirmation although
+/// the module's manifest demands one 403, then the module's own response. Requests to a provider that is not safe are
+/// commands: each is published before it is carried out and then with its outcome, and refused with 503 while the audit
+/// trail cannot store that. Threads: the event loop's.
 class Dispatcher final
 {
 public:
@@ -54,6 +63,7 @@ private:
 
     void Call(Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const;
     [[nodiscard]] bool Announce(Http::IHttpExchange& exchange, const ProviderRequest& request) const;
+    [[nodiscard]] const Http::Problem* FindRefusal(const DataProvider& provider, const ProviderRequest& request) const;
     [[nodiscard]] Services::Commons::Wbm::WbmResponse
     Execute(Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const;
     void Publish(System::Nm::NotificationKind kind, Http::IHttpExchange& exchange, const ProviderRequest& request,

@@ -50,6 +50,12 @@ struct ModuleManifest
     bool operator==(const ModuleManifest&) const = default;
 };
 
+/// Where requests find the files of the module's page.
+[[nodiscard]] inline BasicString GetPagePath(const BasicString& moduleName)
+{
+    return "/modules/" + moduleName + '/';
+}
+
 /// The files and folders that the manifest names: the library, the settings, a folder before the files in it, and those
 /// of the page.
 [[nodiscard]] std::vector<BasicString> ListFiles(const ModuleManifest& manifest);

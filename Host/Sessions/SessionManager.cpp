@@ -149,9 +149,9 @@ bool SessionManager::Confirm(IHttpExchange& exchange, const Caller& caller, std:
     return true;
 }
 
-bool SessionManager::TakeConfirmation(const Caller& caller)
+bool SessionManager::TakeConfirmation(SessionId id)
 {
-    return table.TakeConfirmation(caller.sessionId);
+    return table.TakeConfirmation(id);
 }
 
 std::optional<Caller> SessionManager::Authenticate(const Http::HttpRequest& request)

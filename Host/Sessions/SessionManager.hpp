@@ -110,7 +110,7 @@ public:
     [[nodiscard]] bool Confirm(Http::IHttpExchange& exchange, const Caller& caller, std::string_view password);
 
     /// Whether the caller has confirmed the password within the last minute. Holds for one command.
-    [[nodiscard]] bool TakeConfirmation(const Caller& caller);
+    [[nodiscard]] bool TakeConfirmation(SessionId id);
 
     /// Empty for a request without a session. Counts as use of the session, unless the request says that its user did
     /// not cause it.

@@ -136,7 +136,15 @@ TEST_F(Reloading, KeepsWhatRunsWhenTheNewOneCannotBeUsed)
     EXPECT_TRUE(IsLogged("the module 'Fake' is refused: " + manifest + ":2: "));
     EXPECT_EQ(host->Ask("GET", echo, admin).result_int(), 200U);
     EXPECT_TRUE(IsLogged("text='New' state='refused'"));
-    EXPECT_THAT(host->Ask("GET", "/readyz").body(), HasSubstr(R"("modules":["New"])"));
+    const auto ready = host->Ask("GET", "/readyz");
+    EXPECT_THAT(ready.body(), HasSubstr(R"("modules":["New"])"));
+    EXPECT_THAT(ready.body(), HasSubstr("the module 'New' is refused"));
+    const auto modules = host->Ask("GET", "/api/v1/modules", admin);
+    EXPECT_THAT(modules.body(), HasSubstr(R"({"name":"Fake","state":"running","since":"20)"));
+    EXPECT_THAT(modules.body(), HasSubstr(R"("cause":"its new manifest is refused: )" + manifest + ":2: "));
+    EXPECT_THAT(modules.body(), HasSubstr(R"("dataProviders":[{"name":"FakeDp","safe":true,"confirm":[]},)"));
+    EXPECT_THAT(modules.body(), HasSubstr(R"("pages":["fake"],"languages":[])"));
+    EXPECT_THAT(modules.body(), HasSubstr(R"({"name":"New","state":"refused","since":"20)"));
 
     host->GetFolder().Write("host.xml", "<WbmHostDocument>\n\n<Oops/></WbmHostDocument>");
     SendHangup();
@@ -144,6 +152,25 @@ TEST_F(Reloading, KeepsWhatRunsWhenTheNewOneCannotBeUsed)
                          host->GetFolder().GetPath("host.xml:3: ")));
     EXPECT_TRUE(IsLogged("ConfigurationReloaded source='Host' user='' text='SIGHUP' outcome='failure' cause='"));
     EXPECT_EQ(host->Ask("GET", echo, admin).result_int(), 200U);
+    EXPECT_EQ(host->Stop(), 0);
+}
+
+TEST_F(Reloading, ServesThePagesOfTheModulesThatThereAre)
+{
+    const Support::TemporaryFolder page;
+    page.Write("eo.json", "{}");
+    const BasicString module = R"(<Module name="Fake" library="${FAKES}/libFakeModuleLibrary.so"><Page folder=")" +
+                               page.GetPath() + R"("><Language name="eo" file="eo.json"/></Page></Module>)";
+    StartHost({.modules = module});
+    EXPECT_EQ(host->Ask("GET", "/modules/Fake/eo.json").body(), "{}");
+    EXPECT_THAT(host->Ask("GET", "/api/v1/modules", admin).body(),
+                HasSubstr(R"("languages":[{"name":"eo","file":"/modules/Fake/eo.json"}])"));
+    host->WriteManifests("");
+    SendHangup();
+    EXPECT_TRUE(Becomes("/modules/Fake/eo.json", 404));
+    host->WriteManifests(module);
+    SendHangup();
+    EXPECT_TRUE(Becomes("/modules/Fake/eo.json", 200));
     EXPECT_EQ(host->Stop(), 0);
 }
 

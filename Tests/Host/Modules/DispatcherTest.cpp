@@ -11,6 +11,7 @@
 #include <functional>
 #include <stdexcept>
 #include <tuple>
+#include <utility>
 
 namespace Oxa::Host::Modules
 {
@@ -75,17 +76,22 @@ protected:
                 }
                 published.push_back(line + (each.user == "ann" && each.text == "Run" ? "" : " of another"));
             });
-        registry.Expect({{"Fake", "", "", {{"Safe", true}, {"Control"}, {"Lost"}}}});
+        registry.Expect({{"Fake", "", "", {{"Safe", true}, {"Control"}, {"Lost"}, {"Reset", false, {"Run"}}}}});
         gate->Open({});
         EXPECT_TRUE(registrar.RegisterDataProvider(ModuleRegistry::Registrar::DataProviderInfo("Safe"), handler));
         EXPECT_TRUE(registrar.RegisterDataProvider(ModuleRegistry::Registrar::DataProviderInfo("Control"), handler));
+        EXPECT_TRUE(registrar.RegisterDataProvider(ModuleRegistry::Registrar::DataProviderInfo("Reset"), handler));
     }
 
     FakeExchange& Ask(HttpMethod method, const char* providerName, const char* requestName = "Run", uint32 token = 1)
     {
         exchange = std::make_shared<FakeExchange>();
         exchange->request.method = method;
-        EXPECT_EQ(dispatcher.Handle(exchange, {providerName, requestName, SecurityToken(token), "ann"}),
+        EXPECT_EQ(dispatcher.Handle(exchange, {providerName, requestName, SecurityToken(token), "ann",
+                                               [this]
+                                               {
+                                                   return std::exchange(isConfirmed, false);
+                                               }}),
                   Handling::Completed);
         return *exchange;
     }
@@ -101,6 +107,7 @@ protected:
                           {
                               return isAuditWritable;
                           }};
+    bool isConfirmed = false;
     std::shared_ptr<FakeExchange> exchange;
     std::vector<BasicString> published;
     bool isAuditWritable = true;
@@ -220,6 +227,23 @@ TEST_F(Dispatchers, CarryOutNoCommandThatLeavesNoTrace)
     notifications.Subscribe([this](const System::Nm::Notification&) { isAuditWritable = false; });
     EXPECT_EQ(Ask(HttpMethod::Post, "Control").status, 503U) << "the disk became full by this command's own row";
     EXPECT_FALSE(isRun);
+}
+
+TEST_F(Dispatchers, TakeAConfirmationForEachCommandThatNeedsOneAndForNothingElse)
+{
+    Ask(HttpMethod::Post, "Reset");
+    EXPECT_EQ(exchange->status, 403U);
+    EXPECT_THAT(exchange->body, testing::HasSubstr("\"confirmation-needed\""));
+    EXPECT_THAT(published, testing::ElementsAre("CommandRefused confirmation-needed"));
+
+    isConfirmed = true;
+    EXPECT_EQ(Ask(HttpMethod::Post, "Reset", "Run", 2).status, 403U) << "no permission";
+    EXPECT_EQ(Ask(HttpMethod::Post, "Reset", "None").status, 404U);
+    EXPECT_EQ(Ask(HttpMethod::Post, "Control").status, 200U);
+    EXPECT_TRUE(isConfirmed);
+    EXPECT_EQ(Ask(HttpMethod::Post, "Reset").status, 200U);
+    EXPECT_FALSE(isConfirmed);
+    EXPECT_EQ(Ask(HttpMethod::Post, "Reset").status, 403U);
 }
 
 TEST_F(Dispatchers, DropTheResponseToAReadWhenTheModuleClosesMeanwhileButNotThatToACommand)

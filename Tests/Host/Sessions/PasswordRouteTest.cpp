@@ -114,10 +114,10 @@ TEST_F(PasswordRoutes, ConfirmOneCommand)
     const BasicString bearer = "Bearer " + key;
     const Caller caller = *sessions.Authenticate({.authorization = bearer});
     EXPECT_THAT(Confirm(key, "some wrong words")->body, HasSubstr("\"wrong-password\""));
-    EXPECT_FALSE(sessions.TakeConfirmation(caller));
+    EXPECT_FALSE(sessions.TakeConfirmation(caller.sessionId));
     EXPECT_EQ(Confirm(key, annsPassword)->status, 204U);
-    EXPECT_TRUE(sessions.TakeConfirmation(caller));
-    EXPECT_FALSE(sessions.TakeConfirmation(caller));
+    EXPECT_TRUE(sessions.TakeConfirmation(caller.sessionId));
+    EXPECT_FALSE(sessions.TakeConfirmation(caller.sessionId));
     EXPECT_EQ(TakePublished().back(), "PasswordConfirmed ann the password was given again");
     for (int guess = 0; guess < 9; ++guess)
     {
