@@ -19,6 +19,7 @@ using testing::Not;
 namespace
 {
 
+/// More than buffers hold, less than the server keeps for all clients together.
 constexpr std::size_t largeBytes = std::size_t{4} * 1024 * 1024;
 
 /// A client that waits, 20 s at the longest.
