@@ -5,6 +5,7 @@
 #include "Host/Modules/HostedModule.hpp"
 #include "Host/Modules/ModuleManifest.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
+#include "Host/ResourceLimits.hpp"
 #include "Host/StateFolder.hpp"
 #include "Host/StaticFiles.hpp"
 #include "Host/Threads/EventLoop.hpp"
@@ -93,6 +94,23 @@ void CheckCertificates(CheckReport& report, const Configuration::HttpConfigurati
         for (const BasicString& fault : faults)
         {
             report.AddFault(fault);
+        }
+    }
+    catch (const System::Commons::Exception& exception)
+    {
+        report.AddFault(exception.GetMessage());
+    }
+}
+
+void CheckResources(CheckReport& report, Configuration::HttpConfiguration http)
+{
+    report.position = http.position;
+    try
+    {
+        for (const BasicString& message :
+             FitConnections(http, ReadResourceLimits(GetNeededResources(http).descriptors)))
+        {
+            report.AddFault(message);
         }
     }
     catch (const System::Commons::Exception& exception)
@@ -259,6 +277,7 @@ int CheckConfiguration(System::Commons::AppDomain& appDomain, const HostConfigur
     LogManager::AddSink(report);
     CheckAddress(*report, configuration.http);
     CheckCertificates(*report, configuration.http);
+    CheckResources(*report, configuration.http);
     if (!configuration.log.filePath.empty())
     {
         report->position = configuration.log.position;

@@ -4,6 +4,7 @@
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/ConfigurationCheck.hpp"
 #include "Host/Http/HostNames.hpp"
+#include "Host/ResourceLimits.hpp"
 #include "Host/StateFolder.hpp"
 #include "Host/Tls/Encryption.hpp"
 #include "Host/UserCommands.hpp"
@@ -142,12 +143,13 @@ HostConfiguration LoadConfiguration(const CommandLine& commandLine)
     return configuration;
 }
 
-void Serve(const CommandLine& commandLine, const HostConfiguration& configuration, AppDomain& appDomain)
+void Serve(const CommandLine& commandLine, HostConfiguration& configuration, AppDomain& appDomain)
 {
     Oxa::Host::Reload::BlockSignal();
     // For requests to finish, and the same time again for modules and components to stop.
     EndSignals::Watch(2 * configuration.http.shutdownTimeout);
     UseConfigured([&configuration] { LogManager::Configure(configuration.log); });
+    Oxa::Host::FitToProcess(configuration.http);
     auto modules =
         UseConfigured([&configuration] { return Oxa::Host::Modules::LoadModuleManifests(configuration.modules); });
     const StateFolder stateFolder(commandLine.stateFolder);
@@ -184,7 +186,7 @@ int Run(const CommandLine& commandLine, AppDomain& appDomain)
     // A variable of the command line may replace it.
     appDomain.SetVariable("OXA_STATE", std::filesystem::absolute(commandLine.stateFolder).string());
     SetProgramVariables(appDomain, commandLine.configurationPath, commandLine.variables);
-    const HostConfiguration configuration = LoadConfiguration(commandLine);
+    HostConfiguration configuration = LoadConfiguration(commandLine);
     LogManager::AssignAppDomain(appDomain);
     if (commandLine.action == CommandLine::Action::Check)
     {

@@ -31,6 +31,9 @@ class HttpServer final : public std::enable_shared_from_this<HttpServer>,
                          private System::Commons::Diagnostics::Logging::Loggable<HttpServer>
 {
 public:
+    /// Of one connection, for bytes that this process has not read.
+    static constexpr int receiveBufferBytes = 16 * 1024;
+
     /// `secureChannels`: empty for plain HTTP.
     HttpServer(boost::asio::io_context& context, const Configuration::HttpConfiguration& configuration,
                HttpHandler handler, SessionCheck hasSession, SecureChannelFactory secureChannels = {});
@@ -52,9 +55,6 @@ public:
 
 private:
     class Connection;
-    /// Of one connection, for bytes that this process has not read.
-    static constexpr int receiveBufferBytes = 16 * 1024;
-
     using Clock = std::chrono::steady_clock;
     using Acceptor = boost::asio::basic_socket_acceptor<boost::asio::ip::tcp, boost::asio::io_context::executor_type>;
 
