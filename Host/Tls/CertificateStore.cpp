@@ -77,6 +77,10 @@ std::unique_ptr<Http::ISecureChannel> CertificateStore::Accept(int descriptor)
 
 CertificateInfo CertificateStore::Find(std::vector<BasicString>& faults) const
 {
+    if (!std::filesystem::exists(settings.folder))
+    {
+        return {};
+    }
     std::vector<BasicString> names = ListNames();
     if (std::filesystem::exists(settings.folder + '/' + selfSignedName))
     {

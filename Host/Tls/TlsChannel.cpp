@@ -60,6 +60,7 @@ constexpr std::string_view plainResponse =
     "Connection: close\r\n\r\n"
     R"({"type":"about:blank","title":"Bad Request","status":400,"code":"tls-required",)"
     R"("detail":"This port uses encryption: use https."})";
+static_assert(plainResponse.size() - plainResponse.find('{') == 128, "the field Content-Length names it");
 
 } // namespace
 
