@@ -1,5 +1,6 @@
 #include "Oxa/System/Commons/Json/JsonReader.hpp"
 
+#include "Oxa/System/Commons/Json/Internal/OperatorNewAllocator.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <rapidjson/error/en.h>
@@ -13,6 +14,8 @@ namespace Oxa::System::Commons::Json
 
 namespace
 {
+
+using Reader = rapidjson::GenericReader<rapidjson::UTF8<>, rapidjson::UTF8<>, Internal::OperatorNewAllocator>;
 
 // Iterative: the nesting of a hostile document costs no stack.
 constexpr unsigned parseFlags =
@@ -106,7 +109,7 @@ JsonReader::JsonReader(std::string_view text, const JsonReaderLimits& limits) : 
     TokenCollector collector(*this, limits.maximumDepth);
     // No text is longer than the document, so that no copy of a password stays behind in a buffer that grew.
     texts.reserve(text.size());
-    const rapidjson::ParseResult result = rapidjson::Reader().Parse<parseFlags>(stream, collector);
+    const rapidjson::ParseResult result = Reader().Parse<parseFlags>(stream, collector);
     if (result.Code() == rapidjson::kParseErrorTermination)
     {
         throw JsonException::Create("The JSON document is nested deeper than {0} levels at offset {1}",

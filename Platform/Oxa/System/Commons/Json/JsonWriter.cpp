@@ -2,6 +2,7 @@
 
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/Json/IJsonSerializable.hpp"
+#include "Oxa/System/Commons/Json/Internal/OperatorNewAllocator.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <rapidjson/stringbuffer.h>
@@ -73,8 +74,10 @@ struct JsonWriter::Implementation
         bracket == Bracket::ComplexArray ? writer.EndArray() : writer.EndObject();
     }
 
-    rapidjson::StringBuffer buffer{nullptr, initialBytes};
-    rapidjson::Writer<rapidjson::StringBuffer> writer{buffer};
+    using Buffer = rapidjson::GenericStringBuffer<rapidjson::UTF8<>, Internal::OperatorNewAllocator>;
+
+    Buffer buffer{nullptr, initialBytes};
+    rapidjson::Writer<Buffer, rapidjson::UTF8<>, rapidjson::UTF8<>, Internal::OperatorNewAllocator> writer{buffer};
     // A stack, as a string: short ones need no allocation.
     std::string openBrackets;
 };
