@@ -102,6 +102,12 @@ void PasswordWorker::Execute(const Waiting& waiting) noexcept
 {
     try
     {
+        if (!waiting.exchange->IsConnected())
+        {
+            // Given up where connections are served.
+            boost::asio::post(context, [exchange = waiting.exchange] {});
+            return;
+        }
         try
         {
             waiting.task(*waiting.exchange);

@@ -98,6 +98,17 @@ TEST_F(PasswordWorkers, RefuseTheLastOneWhenTooManyWait)
     EXPECT_EQ(waiting.front()->status, 200U);
 }
 
+TEST_F(PasswordWorkers, DropTasksOfClientsThatHaveGone)
+{
+    bool isRun = false;
+    const auto gone = Post(0, [&isRun](IHttpExchange&) { isRun = true; });
+    gone->isConnected = false;
+    const auto next = Post(0, [](IHttpExchange& exchange) { exchange.Send({}); });
+    Finish();
+    EXPECT_FALSE(isRun || gone->isResumed);
+    EXPECT_EQ(next->status, 200U);
+}
+
 TEST_F(PasswordWorkers, GoOnAfterATaskThatThrows)
 {
     const auto faulty = Post(0, [](IHttpExchange&) { throw std::runtime_error("no memory"); });

@@ -2,6 +2,8 @@
 
 #include "Host/Sessions/AccountFixture.hpp"
 
+#include <atomic>
+#include <thread>
 #include <tuple>
 
 namespace Oxa::Host::Sessions
@@ -121,6 +123,30 @@ TEST_F(SessionRoutes, ApplyChangesOfTheUserFromTheNextRequest)
     EXPECT_THAT(TakePublished(), ElementsAre("SessionExpired ann the user's logins were ended"));
     users.ChangeUser("ann", {.isDisabled = false});
     EXPECT_EQ(getSession()->status, 401U) << "the session has ended";
+}
+
+TEST_F(SessionRoutes, GrantNothingAfterTheRoleHasChanged)
+{
+    const BasicString bearer = "Bearer " + LogIn();
+    // As the command line does it, in a process of its own.
+    System::Um::UserManager other(path);
+    for (const char* roleName : {"Admin", "Viewer", "Engineer", "Viewer", "Admin", "Viewer"})
+    {
+        std::atomic<bool> isChanged = false;
+        std::thread change(
+            [&]
+            {
+                other.ChangeUser("ann", {.roleName = roleName});
+                isChanged = true;
+            });
+        for (bool wasChanged = false; !wasChanged;)
+        {
+            wasChanged = isChanged;
+            const auto caller = sessions.Authenticate({.authorization = bearer});
+            EXPECT_TRUE(!wasChanged || caller->roleName == roleName) << caller->roleName << " after " << roleName;
+        }
+        change.join();
+    }
 }
 
 TEST_F(SessionRoutes, EndTheSessionThatALogInCameWith)
