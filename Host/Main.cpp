@@ -159,11 +159,9 @@ void Serve(const CommandLine& commandLine, HostConfiguration& configuration, App
     {
         ReportInitialUser(stateFolder);
     }
-    Oxa::Host::Sessions::KnownBrowsers::Key browserKey;
-    randombytes_buf(browserKey.data(), browserKey.size());
     Oxa::Host::WbmHost host(
         appDomain, configuration, [&commandLine] { return LoadConfiguration(commandLine); }, std::move(modules), *users,
-        stateFolder, browserKey);
+        stateFolder);
     host.Run(
         [&](Oxa::uint16 port)
         {

@@ -18,6 +18,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <memory>
 #include <string_view>
 #include <system_error>
@@ -58,6 +59,30 @@ bool TryWrite(const FileDescriptor& file, std::string_view text) noexcept
         }
     }
     return fsync(file.Get()) == 0;
+}
+
+/// Readable by the owner only, from the first moment, and on the disk when this returns. Replaces an earlier file, at
+/// once and as a whole. False with errno.
+bool TryReplace(const BasicString& folderPath, const BasicString& path, std::initializer_list<std::string_view> pieces)
+{
+    const BasicString newPath = path + ".new";
+    // Left by a process that was interrupted.
+    unlink(newPath.c_str());
+    const FileDescriptor file = Open(newPath, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW);
+    const FileDescriptor folder = Open(folderPath, O_RDONLY | O_DIRECTORY);
+    const auto write = [&file](std::string_view piece)
+    {
+        return TryWrite(file, piece);
+    };
+    if (file.IsOpen() && std::ranges::all_of(pieces, write) && rename(newPath.c_str(), path.c_str()) == 0 &&
+        fsync(folder.Get()) == 0)
+    {
+        return true;
+    }
+    const int cause = errno;
+    unlink(newPath.c_str());
+    errno = cause;
+    return false;
 }
 
 /// Keeps other processes from changing the folder until the result is closed.
@@ -189,21 +214,11 @@ bool StateFolder::CreateInitialUser(System::Um::UserManager& users) const
     return true;
 }
 
-/// Readable by the owner only, from the first moment, and on the disk when this returns. Replaces an earlier one,
-/// at once and as a whole.
 void StateFolder::WriteInitialPassword(const BasicString& password) const
 {
-    const BasicString newPath = initialPasswordPath + ".new";
-    // Left by a process that was interrupted.
-    unlink(newPath.c_str());
-    const FileDescriptor file = Open(newPath, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW);
-    const FileDescriptor folder = Open(path, O_RDONLY | O_DIRECTORY);
-    if (!file.IsOpen() || !TryWrite(file, password) || !TryWrite(file, "\n") ||
-        rename(newPath.c_str(), initialPasswordPath.c_str()) != 0 || fsync(folder.Get()) != 0)
+    if (!TryReplace(path, initialPasswordPath, {password, "\n"}))
     {
-        const int cause = errno;
-        unlink(newPath.c_str());
-        ThrowErrno("write", initialPasswordPath, cause);
+        ThrowErrno("write", initialPasswordPath, errno);
     }
 }
 
@@ -213,6 +228,29 @@ BasicString StateFolder::ReadInitialPassword() const
     BasicString password;
     std::getline(file, password);
     return password;
+}
+
+std::array<unsigned char, 32> StateFolder::GetBrowserKey() const noexcept
+{
+    std::array<unsigned char, 32> key;
+    randombytes_buf(key.data(), key.size());
+    try
+    {
+        const FileDescriptor lock = Lock(path);
+        const BasicString keyPath = path + "/browser-key";
+        std::array<unsigned char, 32> kept;
+        if (const FileDescriptor file = Open(keyPath, O_RDONLY | O_NOFOLLOW);
+            file.IsOpen() && read(file.Get(), kept.data(), kept.size()) == static_cast<ssize_t>(kept.size()))
+        {
+            return kept;
+        }
+        (void)TryReplace(path, keyPath, {{reinterpret_cast<const char*>(key.data()), key.size()}});
+    }
+    catch (...)
+    {
+        // The folder cannot be used now.
+    }
+    return key;
 }
 
 void StateFolder::Notice(const System::Nm::Notification& notification) const

@@ -2,6 +2,8 @@
 
 #include "Oxa/System/Commons/Types.hpp"
 
+#include <array>
+
 namespace Oxa::System::Nm
 {
 struct Notification;
@@ -48,6 +50,10 @@ public:
 
     /// Empty when the file no longer exists, or when this user may not read it.
     [[nodiscard]] BasicString ReadInitialPassword() const;
+
+    /// The key that signs the cookies of known browsers: kept in the folder, or only until the process ends when the
+    /// folder cannot be written.
+    [[nodiscard]] std::array<unsigned char, 32> GetBrowserKey() const noexcept;
 
     /// Removes the file when the initial user was removed or has got another password.
     void Notice(const System::Nm::Notification& notification) const;

@@ -63,8 +63,7 @@ std::shared_ptr<Http::HttpServer> MakeRedirectServer(Threads::EventLoop& loop,
 
 WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
                  Reload::LoadConfiguration loadConfiguration, Modules::ModuleManifests manifests,
-                 System::Um::UserManager& users, const StateFolder& stateFolder,
-                 const Sessions::KnownBrowsers::Key& browserKey)
+                 System::Um::UserManager& users, const StateFolder& stateFolder)
     : configuration(configuration),
       users(users),
       authorizationService(
@@ -76,7 +75,7 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       modules(appDomain, registry, loop, notifications),
       sessions(configuration.sessions, users, notifications, loop),
       sessionRoute(sessions),
-      passwordRoute(sessions, passwordWorker, browserKey),
+      passwordRoute(sessions, passwordWorker, stateFolder.GetBrowserKey()),
       userRoute(users, sessions, passwordWorker, loop),
       apiTokenRoute(users, sessions, passwordWorker, loop),
       passwordWorker(loop.GetContext()),

@@ -60,8 +60,7 @@ public:
     /// `EndSignals::Watch` have returned.
     WbmHost(System::Commons::AppDomain& appDomain, const Configuration::HostConfiguration& configuration,
             Reload::LoadConfiguration loadConfiguration, Modules::ModuleManifests manifests,
-            System::Um::UserManager& users, const StateFolder& stateFolder,
-            const Sessions::KnownBrowsers::Key& browserKey);
+            System::Um::UserManager& users, const StateFolder& stateFolder);
     WbmHost(const WbmHost&) = delete;
     WbmHost& operator=(const WbmHost&) = delete;
     ~WbmHost();
