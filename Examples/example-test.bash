@@ -75,13 +75,27 @@ startHost()
     address="$match"
 }
 
-# Sets `token`.
+# post PATH [OPTION…]: sends the JSON document from standard input, prints the token in the response.
+post()
+{
+    curl --silent --show-error --fail --max-time 20 --header 'Content-Type: application/json' --data-binary @- \
+        "${@:2}" "$address/api/v1/$1" | jq --raw-output .token
+}
+
+# Sets `token`. The first time it changes the first password.
 logIn()
 {
-    token="$(jq --null-input --rawfile password "$state/initial-password" \
-        '{user: "admin", password: ($password | rtrimstr("\n"))}' |
-        curl --silent --show-error --fail --max-time 20 --header 'Content-Type: application/json' --data-binary @- \
-            "$address/api/v1/session" | jq --raw-output .token)" || fail "admin cannot log in"
+    local ownPassword="chosen at the first log-in" first=""
+    if [ -e "$state/initial-password" ]; then
+        first="$(jq --null-input --rawfile password "$state/initial-password" \
+            '{user: "admin", password: ($password | rtrimstr("\n"))}' | post session)" || fail "admin cannot log in"
+        token="$(jq --null-input --rawfile password "$state/initial-password" --arg newPassword "$ownPassword" \
+            '{password: ($password | rtrimstr("\n")), newPassword: $newPassword}' |
+            post session/password --header "Authorization: Bearer $first")" || fail "admin cannot change the password"
+    else
+        token="$(jq --null-input --arg password "$ownPassword" '{user: "admin", password: $password}' | post session)" ||
+            fail "admin cannot log in"
+    fi
 }
 
 # ask METHOD PATH [OPTION…]

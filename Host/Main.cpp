@@ -72,9 +72,20 @@ void PrintFingerprint(const HostConfiguration& configuration)
     std::cout << found.fingerprint << "  " << found.path << '\n';
 }
 
-/// Where and as whom to log in, and shell commands that do it and use the interface. Names the first password as long
-/// as it is kept. `logPath`: empty when the configuration decides where the log goes.
-BasicString FormatExamples(std::string_view address, const StateFolder& stateFolder, std::string_view logPath)
+/// For a shell.
+BasicString Quote(const BasicString& path)
+{
+    BasicString quoted = "'";
+    for (const char character : path)
+    {
+        quoted += character == '\'' ? BasicString("'\\''") : BasicString(1, character);
+    }
+    return quoted + "'";
+}
+
+/// Where and as whom to log in, and shell commands that do it and use the interface. As long as the first password is
+/// kept, it is named, and the first command replaces it.
+BasicString FormatExamples(std::string_view address, const CommandLine& commandLine, const StateFolder& stateFolder)
 {
     constexpr std::string_view examples = R"sh(
 Web-based management, until Ctrl-C:
@@ -82,26 +93,31 @@ Web-based management, until Ctrl-C:
     user       {1}
     password   {2}
     log        {3}
-Log in and keep the token:
-    TOKEN=$({4} | curl -fsS -H 'Content-Type: application/json' -d @- {0}/api/v1/session | sed 's/.*"token":"\([^"]*\)".*/\1/')
+{4}Log in and keep the token:
+    TOKEN=$({{ read -rsp Password: P; echo "$P"; }} | sed 's/.*/{{"user":"{1}","password":"&"}}/' | curl -fsS -H 'Content-Type: application/json' -d @- {0}/api/v1/session | sed 's/.*"token":"\([^"]*\)".*/\1/')
 Read everything about this device:
     curl -fsS -H "Authorization: Bearer $TOKEN" '{0}/api/v1/DeviceInterfaceDp/GetDataSections?GeneralData&DateTime&Health&StatusIndicators&Utilization'
 Restart it (simulated under ./run):
     curl -fsS -X POST -H "Authorization: Bearer $TOKEN" {0}/api/v1/DeviceInterfaceControlDp/RestartController
 
 )sh";
-    const BasicString& path = stateFolder.GetInitialPasswordPath();
+    constexpr std::string_view firstStep = R"sh(Set a password of your own, with 12 characters or more:
+    {0} --config {1} --state {2} user set-password {3}
+)sh";
     const BasicString password = stateFolder.ReadInitialPassword();
     const bool isKnown = !password.empty();
-    // Without the first password the shell asks for its replacement.
-    const BasicString shownPassword =
-        isKnown ? password + " (kept in '" + path + "')" : BasicString("the one that was set since the first start");
-    const BasicString readPassword =
-        isKnown ? "cat '" + path + "'" : BasicString("{ read -rsp Password: P; echo \"$P\"; }");
-    const BasicString credentials =
-        readPassword + R"( | sed 's/.*/{"user":")" + Oxa::Host::initialUserName + R"(","password":"&"}/')";
-    return Format(examples, address, Oxa::Host::initialUserName, shownPassword,
-                  logPath.empty() ? "where the configuration says" : logPath, credentials);
+    const auto absolute = [](const BasicString& path)
+    {
+        return Quote(std::filesystem::absolute(path).string());
+    };
+    return Format(examples, address, Oxa::Host::initialUserName,
+                  isKnown ? password + " (must be changed first)"
+                          : BasicString("the one that was set since the first start"),
+                  commandLine.logPath.empty() ? "where the configuration says" : commandLine.logPath,
+                  isKnown ? Format(firstStep, absolute(std::filesystem::read_symlink("/proc/self/exe").string()),
+                                   absolute(commandLine.configurationPath), absolute(stateFolder.GetPath()),
+                                   Oxa::Host::initialUserName)
+                          : BasicString());
 }
 
 /// Shows the password itself on a terminal only, not in a log.
@@ -169,7 +185,7 @@ void Serve(const CommandLine& commandLine, HostConfiguration& configuration, App
             PrintStatus("listening on " + address + '\n');
             if (commandLine.printsExamples)
             {
-                PrintStatus(FormatExamples(address, stateFolder, commandLine.logPath));
+                PrintStatus(FormatExamples(address, commandLine, stateFolder));
             }
             sd_notify(0, ("READY=1\nSTATUS=listening on " + address).c_str());
         });

@@ -166,7 +166,7 @@ Handling ApiRouter::HandleOperation(const Exchange& exchange, const OperationInf
     std::optional<Sessions::Caller> caller;
     if (info.access != Access::Open)
     {
-        caller = Admit(*exchange, info.access);
+        caller = Admit(*exchange, info.access, info.isBeforePasswordChange);
         if (!caller)
         {
             return Handling::Completed;
@@ -191,7 +191,7 @@ Handling ApiRouter::HandleOperation(const Exchange& exchange, const OperationInf
 /// `path`: the data provider's name and the request's.
 Handling ApiRouter::HandleProvider(const Exchange& exchange, std::string_view path)
 {
-    auto caller = Admit(*exchange, Access::Session);
+    auto caller = Admit(*exchange, Access::Session, false);
     if (!caller)
     {
         return Handling::Completed;
@@ -206,7 +206,8 @@ Handling ApiRouter::HandleProvider(const Exchange& exchange, std::string_view pa
 }
 
 /// Empty: the caller has been refused.
-std::optional<Sessions::Caller> ApiRouter::Admit(Http::IHttpExchange& exchange, Access access)
+std::optional<Sessions::Caller> ApiRouter::Admit(Http::IHttpExchange& exchange, Access access,
+                                                 bool isBeforePasswordChange)
 {
     auto caller = parts.sessions.Authenticate(exchange.GetRequest());
     if (!caller)
@@ -218,6 +219,11 @@ std::optional<Sessions::Caller> ApiRouter::Admit(Http::IHttpExchange& exchange, 
     if (caller->mayBeForged)
     {
         parts.sessions.RefuseCrossOrigin(exchange, caller->userName);
+        return std::nullopt;
+    }
+    if (caller->mustChangePassword && !isBeforePasswordChange)
+    {
+        SendProblem(exchange, Http::Problems::passwordChangeNeeded);
         return std::nullopt;
     }
     if (access == Access::Admin && caller->roleName != administratorRole)

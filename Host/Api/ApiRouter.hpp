@@ -45,9 +45,10 @@ struct ApiRequest
 using ApiHandler = std::function<Http::Handling(const ApiRequest&)>;
 
 /// Finds the operation of a request in the table made from openapi.json and checks who sent it. In this order: unknown
-/// path 404, method 405, no session 401, forged 403, no permission 403, body without the JSON media type 415; then the
-/// operation's handler responds. Requests to data providers come behind the fixed paths; their methods and permissions
-/// are left to the dispatcher. Threads: `Set` before the first request, `Handle` on the event loop's.
+/// path 404, method 405, no session 401, forged 403, password to be changed first 403, no permission 403, body without
+/// the JSON media type 415; then the operation's handler responds. Requests to data providers come behind the fixed
+/// paths; their methods and permissions are left to the dispatcher. Threads: `Set` before the first request, `Handle`
+/// on the event loop's.
 class ApiRouter final
 {
 public:
@@ -78,7 +79,8 @@ private:
                                                  const OperationInfo& info, std::string_view encodedArgument);
     [[nodiscard]] Http::Handling HandleProvider(const std::shared_ptr<Http::IHttpExchange>& exchange,
                                                 std::string_view path);
-    [[nodiscard]] std::optional<Sessions::Caller> Admit(Http::IHttpExchange& exchange, Access access);
+    [[nodiscard]] std::optional<Sessions::Caller> Admit(Http::IHttpExchange& exchange, Access access,
+                                                        bool isBeforePasswordChange);
     void RefuseRights(Http::IHttpExchange& exchange, const BasicString& userName);
 
     const Parts parts;

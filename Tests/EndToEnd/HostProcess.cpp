@@ -12,6 +12,22 @@ namespace Oxa::Tests::EndToEnd
 using System::Commons::Json::JsonReader;
 using System::Commons::Json::JsonTokenType;
 
+namespace
+{
+
+/// The header field for the session in the answer.
+BasicString GetAuthorization(const BasicString& answer)
+{
+    const BasicString token = GetMember(answer, "token");
+    if (token.empty())
+    {
+        throw std::runtime_error("cannot log in: " + answer);
+    }
+    return "Authorization: Bearer " + token + "\r\n";
+}
+
+} // namespace
+
 HostProcess::HostProcess(const HostSettings& settings) : fault(settings.fault)
 {
     WriteManifests(settings.modules);
@@ -89,18 +105,13 @@ BasicString HostProcess::GetInitialPassword() const
 
 BasicString HostProcess::LogIn(const BasicString& userName, BasicString password) const
 {
+    const bool isFirst = password.empty() && std::filesystem::exists(folder.GetPath("state/initial-password"));
     if (password.empty())
     {
-        password = GetInitialPassword();
+        password = isFirst ? GetInitialPassword() : BasicString(administratorPassword);
     }
-    const auto answer = Ask("POST", "/api/v1/session", "Content-Type: application/json\r\n",
-                            R"({"user":")" + userName + R"(","password":")" + password + "\"}");
-    const BasicString token = GetMember(answer.body(), "token");
-    if (token.empty())
-    {
-        throw std::runtime_error("cannot log in: " + answer.body());
-    }
-    return "Authorization: Bearer " + token + "\r\n";
+    auto client = Connect();
+    return isFirst ? LogInFirst(client, password) : EndToEnd::LogIn(client, userName, password);
 }
 
 Support::HttpClient::Answer HostProcess::Ask(std::string_view method, std::string_view target, std::string_view fields,
@@ -113,6 +124,23 @@ int HostProcess::Stop()
 {
     process->SendSignal(SIGTERM);
     return process->Wait();
+}
+
+BasicString LogIn(Support::HttpClient& client, const BasicString& userName, const BasicString& password)
+{
+    const auto answer = client.Ask("POST", "/api/v1/session", "Content-Type: application/json\r\n",
+                                   R"({"user":")" + userName + R"(","password":")" + password + "\"}");
+    return GetAuthorization(answer.body());
+}
+
+BasicString LogInFirst(Support::HttpClient& client, const BasicString& initialPassword)
+{
+    const auto answer = client.Ask("POST", "/api/v1/session", "Content-Type: application/json\r\n",
+                                   R"({"user":"admin","password":")" + initialPassword + "\"}");
+    const auto changed = client.Ask(
+        "POST", "/api/v1/session/password", GetAuthorization(answer.body()) + "Content-Type: application/json\r\n",
+        R"({"password":")" + initialPassword + R"(","newPassword":")" + administratorPassword + "\"}");
+    return GetAuthorization(changed.body());
 }
 
 BasicString GetMember(std::string_view json, std::string_view name)

@@ -14,6 +14,8 @@
 namespace Oxa::Tests::EndToEnd
 {
 
+inline constexpr const char* administratorPassword = "chosen at the first log-in";
+
 /// What differs from test to test.
 struct HostSettings
 {
@@ -90,7 +92,8 @@ public:
 
     [[nodiscard]] BasicString GetInitialPassword() const;
 
-    /// The header field that authorizes the user; by default the one that the first start creates.
+    /// The header field that authorizes the user; by default the one that the first start creates, who then has the
+    /// password `administratorPassword`.
     [[nodiscard]] BasicString LogIn(const BasicString& userName = "admin", BasicString password = {}) const;
 
     /// One request on a connection of its own.
@@ -110,6 +113,12 @@ private:
     std::unique_ptr<Support::ChildProcess> process;
     uint16 port = 0;
 };
+
+/// The header field that authorizes the user.
+[[nodiscard]] BasicString LogIn(Support::HttpClient& client, const BasicString& userName, const BasicString& password);
+
+/// The same for "admin", who changes the first password to `administratorPassword`.
+[[nodiscard]] BasicString LogInFirst(Support::HttpClient& client, const BasicString& initialPassword);
 
 /// The text of the member in a flat JSON object; empty when there is none.
 [[nodiscard]] BasicString GetMember(std::string_view json, std::string_view name);

@@ -25,10 +25,8 @@ protected:
         port = static_cast<uint16>(std::stoi(process->WaitForLine("listening on http://127.0.0.1:")));
         BasicString password = folder.Read("state/initial-password");
         password.pop_back();
-        const auto answer =
-            Support::HttpClient(port).Ask("POST", "/api/v1/session", "Content-Type: application/json\r\n",
-                                          R"({"user":"admin","password":")" + password + "\"}");
-        admin = "Authorization: Bearer " + GetMember(answer.body(), "token") + "\r\n";
+        Support::HttpClient client(port);
+        admin = LogInFirst(client, password);
     }
 
     [[nodiscard]] Support::HttpClient::Answer Ask(std::string_view method, std::string_view target) const
