@@ -55,6 +55,13 @@ public:
         }
     }
 
+    /// Waits for the first byte, without reading it. `handler`: (error). Before anything else.
+    template <class Handler>
+    void AsyncWaitForInput(Handler handler)
+    {
+        socket.async_wait(Socket::wait_read, std::move(handler));
+    }
+
     /// Writes without waiting. The number of bytes that were written, fewer than given when the client reads too
     /// slowly; empty when the connection is broken. After fewer, only `AsyncWrite` may follow, with the others.
     [[nodiscard]] std::optional<std::size_t> TryWrite(std::string_view bytes) noexcept;

@@ -81,7 +81,7 @@ public:
         networkId = uint64{1} << 63U | (network.prefix ^ network.address);
         if (server->TryAdd(*this, network))
         {
-            Read();
+            stream.IsSecure() ? WaitForHandshake() : Read();
             return;
         }
         keepsConnection = false;
@@ -162,6 +162,21 @@ public:
     }
 
 private:
+    void WaitForHandshake()
+    {
+        stream.AsyncWaitForInput(
+            [self = shared_from_this()](const error_code& error)
+            {
+                if (error)
+                {
+                    self->Close();
+                    return;
+                }
+                self->server->Move(*self, ConnectionStage::Handshake);
+                self->Read();
+            });
+    }
+
     void Read()
     {
         stream.AsyncReadSome(reader.GetSpace(),

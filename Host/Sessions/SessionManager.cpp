@@ -277,7 +277,7 @@ std::optional<System::Um::UserInfo> SessionManager::TryGetUser(SecurityToken sec
     return users.TryGetUser(securityToken);
 }
 
-SessionManager::LogInResult SessionManager::AddSession(const IHttpExchange& exchange, SecurityToken securityToken)
+SessionManager::LogInResult SessionManager::AddSession(IHttpExchange& exchange, SecurityToken securityToken)
 {
     auto user = users.TryGetUser(securityToken);
     if (!user)
@@ -293,6 +293,7 @@ SessionManager::LogInResult SessionManager::AddSession(const IHttpExchange& exch
         users.LogOut(securityToken);
         return {.refusal = &Http::Problems::tooManySessions};
     }
+    exchange.SetSession(securityToken.GetValue());
     return {.session = NewSession{Http::SecretText(*std::move(key)), *std::move(user)}};
 }
 

@@ -144,7 +144,7 @@ public:
 private:
     [[nodiscard]] std::optional<Caller> AuthenticateProgram(std::string_view secret);
     [[nodiscard]] std::optional<System::Um::UserInfo> TryGetUser(System::Um::SecurityToken securityToken) const;
-    [[nodiscard]] LogInResult AddSession(const Http::IHttpExchange& exchange, System::Um::SecurityToken securityToken);
+    [[nodiscard]] LogInResult AddSession(Http::IHttpExchange& exchange, System::Um::SecurityToken securityToken);
     void FinishEnded();
     void PublishEnd(const BasicString& userName, const char* cause);
     void PublishEndByOther(Http::IHttpExchange& exchange, std::string_view userName,
