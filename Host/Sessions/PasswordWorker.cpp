@@ -19,13 +19,14 @@ using System::Commons::MutexLock;
 namespace
 {
 
-/// Of this thread only. What the system refuses does not matter: the tasks then only share the processor.
+/// Of this thread only. What the system refuses does not matter: the tasks then only share the processor. Not the
+/// lowest priority, with which a log-in takes seconds while slow clients keep all processors busy.
 void LowerPriority() noexcept
 {
-    constexpr int lowestPriority = 19;
+    constexpr int lowPriority = 5;
     const sched_param parameters = {};
     (void)sched_setscheduler(0, SCHED_BATCH, &parameters);
-    (void)setpriority(PRIO_PROCESS, 0, lowestPriority);
+    (void)setpriority(PRIO_PROCESS, 0, lowPriority);
 }
 
 } // namespace
