@@ -114,8 +114,7 @@ std::vector<BasicString> CertificateStore::ListNames() const
             names.push_back(std::move(name));
         }
     }
-    // The first start creates the folder.
-    if (error && error != std::errc::no_such_file_or_directory)
+    if (error)
     {
         System::Commons::ThrowErrno("cannot read the folder '" + settings.folder + "'", error.value());
     }

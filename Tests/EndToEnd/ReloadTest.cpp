@@ -222,9 +222,18 @@ TEST(FeedingTheWatchdog, GoesOnWhileAModuleHangs)
     unsetenv("WATCHDOG_USEC");
     const BasicString lock = host.GetFolder().GetPath("hang");
     auto client = host.Connect();
-    client.Write("GET /api/v1/FakeDp/Hang?" + lock + " HTTP/1.1\r\nHost: test\r\n" + host.LogIn() + "\r\n");
-    ASSERT_TRUE(Support::Eventually([&lock] { return std::filesystem::exists(lock); }));
     bool isReady = false;
+    // The socket has room for few messages: as long as they are not received, the host waits.
+    auto logIn = std::async(std::launch::async, [&host] { return host.LogIn(); });
+    while (logIn.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+    {
+        isReady = receive().starts_with("READY=1\n") || isReady;
+    }
+    client.Write("GET /api/v1/FakeDp/Hang?" + lock + " HTTP/1.1\r\nHost: test\r\n" + logIn.get() + "\r\n");
+    while (!std::filesystem::exists(lock))
+    {
+        (void)receive();
+    }
     for (int fed = 0; fed < 10;)
     {
         const BasicString message = receive();
