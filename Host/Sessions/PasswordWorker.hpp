@@ -15,7 +15,7 @@ namespace Oxa::Host::Sessions
 {
 
 /// Runs what takes long on purpose, the hashing of passwords, and changes of the users, which wait for the disk: one
-/// task after the other, on a thread of its own at the lowest priority, which begins with the first task. Tasks of
+/// task after the other, on a thread of its own at a low priority, which begins with the first task. Tasks of
 /// clients that have disconnected are dropped. The destructor finishes the task in progress; those that wait get no
 /// response. Threads: `Post` from any.
 class PasswordWorker final
