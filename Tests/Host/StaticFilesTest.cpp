@@ -195,11 +195,22 @@ TEST_F(ServingFiles, KeepsFoldersApart)
 
 TEST_F(ServingFiles, RefusesFoldersThatOthersCanChange)
 {
-    std::filesystem::permissions(folder.GetPath("assets/lone.gz"), std::filesystem::perms::others_write,
-                                 std::filesystem::perm_options::add);
+    using std::filesystem::perm_options;
+    using std::filesystem::perms;
+    for (const char* const weak : {"assets", "assets/lone.gz", ""})
+    {
+        std::filesystem::permissions(folder.GetPath(weak), perms::others_write, perm_options::add);
+        EXPECT_THROW(files.SetFolder("/", folder.GetPath()), InvalidOperationException) << weak;
+        EXPECT_EQ(Ask("/").status, 200U) << "what was served before is still served";
+        std::filesystem::permissions(folder.GetPath(weak), perms::others_write, perm_options::remove);
+    }
+    const Tests::Support::TemporaryFolder other;
+    std::filesystem::create_symlink(other.Write("weak", "x"), folder.GetPath("link.txt"));
+    files.SetFolder("/", folder.GetPath());
+    EXPECT_EQ(Ask("/link.txt").body, "x");
+    std::filesystem::permissions(other.GetPath("weak"), perms::others_write, perm_options::add);
     EXPECT_THROW(files.SetFolder("/", folder.GetPath()), InvalidOperationException);
-    EXPECT_THROW(files.SetFolder("/x/", folder.GetPath("index.html")), InvalidOperationException);
-    EXPECT_EQ(Ask("/").status, 200U) << "what was served before is still served";
+    EXPECT_THROW(files.SetFolder("/x/", folder.GetPath("index.html")), InvalidOperationException) << "no folder";
 }
 
 } // namespace
