@@ -8,6 +8,8 @@
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
+#include <utility>
+
 namespace Oxa::Host::Sessions
 {
 
@@ -39,8 +41,9 @@ SecretText FormatCookies(std::string_view key, std::string_view browserCookie, b
 
 } // namespace
 
-PasswordRoute::PasswordRoute(SessionManager& sessions, PasswordWorker& worker, const KnownBrowsers::Key& browserKey)
-    : sessions(sessions), worker(worker), browsers(browserKey), throttle(sessions.GetConfiguration())
+PasswordRoute::PasswordRoute(SessionManager& sessions, PasswordWorker& worker, const KnownBrowsers::Key& browserKey,
+                             LogInThrottle::Clock clock)
+    : sessions(sessions), worker(worker), browsers(browserKey), throttle(sessions.GetConfiguration(), std::move(clock))
 {
 }
 

@@ -7,6 +7,7 @@
 #include "Host/Sessions/SessionManager.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogRateLimiter.hpp"
 
+#include <chrono>
 #include <memory>
 #include <string_view>
 
@@ -20,8 +21,10 @@ class PasswordRoute final
 public:
     using Exchange = std::shared_ptr<Http::IHttpExchange>;
 
-    /// Manager and worker are borrowed; the worker must end first.
-    PasswordRoute(SessionManager& sessions, PasswordWorker& worker, const KnownBrowsers::Key& browserKey);
+    /// Manager and worker are borrowed; the worker must end first. `clock`: of the bounds on guessing.
+    PasswordRoute(
+        SessionManager& sessions, PasswordWorker& worker, const KnownBrowsers::Key& browserKey,
+        LogInThrottle::Clock clock = [] { return std::chrono::steady_clock::now(); });
     PasswordRoute(const PasswordRoute&) = delete;
     PasswordRoute& operator=(const PasswordRoute&) = delete;
 

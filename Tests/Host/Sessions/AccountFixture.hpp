@@ -108,7 +108,14 @@ protected:
         boost::asio::make_work_guard(loop.GetContext());
     SessionManager sessions;
     SessionRoute sessionRoute{sessions};
-    PasswordRoute passwordRoute{sessions, worker, {}};
+    // The clock stands still: hashing may be slow.
+    PasswordRoute passwordRoute{sessions,
+                                worker,
+                                {},
+                                []
+                                {
+                                    return LogInThrottle::TimePoint();
+                                }};
     UserRoute userRoute{users, sessions, worker, loop};
     ApiTokenRoute apiTokenRoute{users, sessions, worker, loop};
     PasswordWorker worker{loop.GetContext()};

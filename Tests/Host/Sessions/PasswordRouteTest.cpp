@@ -57,7 +57,7 @@ TEST_F(PasswordRoutes, CheckTenWrongPasswordsOfKnownAndUnknownUsersAlike)
         }
         const auto refused = TryLogIn(userName, annsPassword);
         EXPECT_THAT(refused->body, HasSubstr("\"too-many-log-ins\"")) << userName;
-        EXPECT_THAT(refused->fields, testing::MatchesRegex("Retry-After: [1-6]\r\n"));
+        EXPECT_EQ(refused->fields, "Retry-After: 6\r\n");
     }
     EXPECT_EQ(TakePublished().back(), "LogInThrottled nobody too many wrong passwords");
 }
