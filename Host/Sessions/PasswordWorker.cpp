@@ -57,7 +57,7 @@ Handling PasswordWorker::Post(const std::shared_ptr<IHttpExchange>& exchange, st
         {
             thread = std::thread([this] { Run(); });
         }
-        queue.insert(std::ranges::upper_bound(queue, rank, {}, &Waiting::rank),
+        queue.insert(std::ranges::lower_bound(queue, rank, {}, &Waiting::rank),
                      Waiting{exchange, rank, std::move(task)});
         if (queue.size() > maximumWaiting)
         {

@@ -33,8 +33,9 @@ public:
     PasswordWorker& operator=(const PasswordWorker&) = delete;
     ~PasswordWorker();
 
-    /// Of the tasks that wait, those with the smallest rank come first, in the order in which they came. When too many
-    /// wait, the last one gets a 503.
+    /// Of the tasks that wait, those with the smallest rank come first, and among equals the newest: when many
+    /// addresses begin to guess at once, who comes then does not wait for all of them. When too many wait, the one that
+    /// would come last gets a 503.
     [[nodiscard]] Http::Handling Post(const std::shared_ptr<Http::IHttpExchange>& exchange, std::size_t rank,
                                       Task task);
 
@@ -54,7 +55,7 @@ private:
     System::Commons::Mutex mutex;
     System::Commons::ConditionVariable changed;
     bool isEnding OXA_GUARDED_BY(mutex) = false;
-    /// By rank.
+    /// In the order in which they come.
     std::vector<Waiting> queue OXA_GUARDED_BY(mutex);
     std::thread thread OXA_GUARDED_BY(mutex);
 };

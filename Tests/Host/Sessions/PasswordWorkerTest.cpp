@@ -64,7 +64,7 @@ protected:
     std::optional<PasswordWorker> worker{std::in_place, context};
 };
 
-TEST_F(PasswordWorkers, RunTasksByRankThenInTheirOrder)
+TEST_F(PasswordWorkers, RunTasksByRankAndAmongEqualsTheNewest)
 {
     std::vector<int> order;
     for (const auto& [rank, number] : {std::pair(2, 1), std::pair(0, 2), std::pair(1, 3), std::pair(0, 4)})
@@ -73,7 +73,7 @@ TEST_F(PasswordWorkers, RunTasksByRankThenInTheirOrder)
         EXPECT_EQ(handling, Handling::Deferred);
     }
     Finish();
-    EXPECT_THAT(order, ElementsAre(2, 4, 3, 1));
+    EXPECT_THAT(order, ElementsAre(4, 2, 3, 1));
 }
 
 TEST_F(PasswordWorkers, RefuseTheLastOneWhenTooManyWait)
@@ -87,15 +87,18 @@ TEST_F(PasswordWorkers, RefuseTheLastOneWhenTooManyWait)
     {
         waiting.push_back(Post(5, send));
     }
-    EXPECT_THAT(Post(5, send)->body, HasSubstr("\"too-many-requests\""));
+    EXPECT_THAT(Post(6, send)->body, HasSubstr("\"too-many-requests\""));
     EXPECT_EQ(handling, Handling::Completed);
-    const auto first = Post(4, send);
+    const auto equal = Post(5, send);
     EXPECT_EQ(handling, Handling::Deferred);
-    EXPECT_THAT(waiting.back()->body, HasSubstr("\"too-many-requests\""));
+    EXPECT_THAT(waiting.front()->body, HasSubstr("\"too-many-requests\""));
+    const auto first = Post(4, send);
+    EXPECT_THAT(waiting[1]->body, HasSubstr("\"too-many-requests\""));
     Finish();
+    EXPECT_TRUE(waiting[0]->isResumed && waiting[1]->isResumed);
     EXPECT_EQ(first->status, 200U);
-    EXPECT_TRUE(waiting.back()->isResumed);
-    EXPECT_EQ(waiting.front()->status, 200U);
+    EXPECT_EQ(equal->status, 200U);
+    EXPECT_EQ(waiting[2]->status, 200U);
 }
 
 TEST_F(PasswordWorkers, DropTasksOfClientsThatHaveGone)
