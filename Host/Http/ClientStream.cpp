@@ -22,11 +22,25 @@ asio::ip::address Normalize(const asio::ip::address& address)
 } // namespace
 
 ClientStream::ClientStream(Socket newSocket, const SecureChannelFactory& secureChannels)
-    : socket(std::move(newSocket)), channel(secureChannels ? secureChannels(socket.native_handle()) : nullptr)
+    : socket(std::move(newSocket)), secureChannels(secureChannels)
 {
     error_code ignored;
     socket.set_option(asio::ip::tcp::no_delay(true), ignored);
     socket.non_blocking(true, ignored);
+}
+
+void ClientStream::Open()
+{
+    if (secureChannels)
+    {
+        channel = secureChannels(socket.native_handle());
+    }
+}
+
+bool ClientStream::HasInput() noexcept
+{
+    char byte = 0;
+    return recv(socket.native_handle(), &byte, sizeof byte, MSG_PEEK | MSG_DONTWAIT) > 0;
 }
 
 std::optional<std::size_t> ClientStream::TryWrite(std::string_view bytes) noexcept

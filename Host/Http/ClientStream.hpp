@@ -29,7 +29,7 @@ class ClientStream final
 public:
     using Socket = boost::asio::basic_stream_socket<boost::asio::ip::tcp, boost::asio::io_context::executor_type>;
 
-    /// Takes over a connected socket. `secureChannels`: empty for a plain connection. Throws what that throws.
+    /// Takes over a connected socket. `secureChannels`: empty for a plain connection; borrowed.
     ClientStream(Socket newSocket, const SecureChannelFactory& secureChannels);
     ClientStream(const ClientStream&) = delete;
     ClientStream& operator=(const ClientStream&) = delete;
@@ -55,12 +55,17 @@ public:
         }
     }
 
-    /// Waits for the first byte, without reading it. `handler`: (error). Before anything else.
+    /// Waits for the first byte, without reading it. `handler`: (error); an error also at the client's end.
     template <class Handler>
     void AsyncWaitForInput(Handler handler)
     {
-        socket.async_wait(Socket::wait_read, std::move(handler));
+        socket.async_wait(Socket::wait_read, [this, handler = std::move(handler)](const Error& error) mutable
+                          { handler(error || HasInput() ? error : Error(boost::asio::error::eof)); });
     }
+
+    /// Begins the encryption, if there is to be one. Once, before anything is read or written, and only when the first
+    /// byte has come: until then a client costs a socket and no more. Throws what the factory throws.
+    void Open();
 
     /// Writes without waiting. The number of bytes that were written, fewer than given when the client reads too
     /// slowly; empty when the connection is broken. After fewer, only `AsyncWrite` may follow, with the others.
@@ -106,7 +111,7 @@ public:
     /// Whether the bytes are encrypted (TLS).
     [[nodiscard]] bool IsSecure() const noexcept
     {
-        return channel != nullptr;
+        return static_cast<bool>(secureChannels);
     }
 
     /// Whether they are, with a certificate that was issued for the host, not made by the host itself.
@@ -130,6 +135,8 @@ public:
 private:
     using Progress = ISecureChannel::Progress;
     using Error = boost::system::error_code;
+
+    [[nodiscard]] bool HasInput() noexcept;
 
     [[nodiscard]] static Socket::wait_type GetWait(Progress progress) noexcept
     {
@@ -165,8 +172,9 @@ private:
     }
 
     Socket socket;
-    /// Null: the bytes are plain.
-    const std::unique_ptr<ISecureChannel> channel;
+    const SecureChannelFactory& secureChannels;
+    /// Null: the bytes are plain, or the stream is not open.
+    std::unique_ptr<ISecureChannel> channel;
     /// What `TryWrite` waits for.
     Progress writeProgress = Progress::WaitsForOutput;
 };

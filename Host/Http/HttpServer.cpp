@@ -13,15 +13,18 @@
 
 #include <chrono>
 #include <cstddef>
+#include <exception>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <utility>
 
-// A connection reads (`Read`), parses (`Process`), waits for the handler (`HandleRequest` until `Resume`), writes
-// (`Flush`) and begins again, or ends: `Linger` until the client has closed its side, then `Close`. The steps follow
-// each other, on whichever thread runs the event loop. The server's lock guards the table of connections; a connection
-// takes it only to report its stage, and what the server calls under it takes no lock. A connection that has to end is
-// taken out of the table and shut down; the operation in progress then fails, and its handler closes.
+// A connection waits for its first byte, reads (`Read`), parses (`Process`), waits for the handler (`HandleRequest`
+// until `Resume`), writes (`Flush`) and begins again, or ends: `Linger` until the client has closed its side, then
+// `Close`. The steps follow each other, on whichever thread runs the event loop. The server's lock guards the table of
+// connections; a connection takes it only to report its stage, and what the server calls under it takes no lock. A
+// connection that has to end is taken out of the table and shut down; the operation in progress then fails, and its
+// handler closes.
 
 namespace Oxa::Host::Http
 {
@@ -60,8 +63,7 @@ public:
         : server(std::move(owner)),
           stream(std::move(socket), server->secureChannels),
           localAddress(stream.GetLocalAddress()),
-          reader(server->configuration.requestLimits, server->hasSession, stream.IsSecure()),
-          writer(stream.HasIssuedCertificate())
+          reader(server->configuration.requestLimits, server->hasSession, stream.IsSecure())
     {
     }
 
@@ -81,13 +83,17 @@ public:
         networkId = uint64{1} << 63U | (network.prefix ^ network.address);
         if (server->TryAdd(*this, network))
         {
-            stream.IsSecure() ? WaitForHandshake() : Read();
+            WaitForFirstByte();
             return;
         }
-        keepsConnection = false;
-        SendProblem(*this, Problems::tooManyConnections);
-        (void)stream.TryWrite(writer.GetText());
-        stream.ShutdownSend();
+        if (!stream.IsSecure())
+        {
+            keepsConnection = false;
+            writer.emplace(false);
+            SendProblem(*this, Problems::tooManyConnections);
+            (void)stream.TryWrite(writer->GetText());
+            stream.ShutdownSend();
+        }
     }
 
     /// Requires: the server's lock is held, so that the socket cannot be closed meanwhile.
@@ -150,7 +156,7 @@ public:
             return;
         }
         hasSession = hasSession && response.status != 401;
-        writer.Write(response, GetRequest(), keepsConnection, requestId);
+        writer->Write(response, GetRequest(), keepsConnection, requestId);
     }
 
     void Resume() override
@@ -162,7 +168,7 @@ public:
     }
 
 private:
-    void WaitForHandshake()
+    void WaitForFirstByte()
     {
         stream.AsyncWaitForInput(
             [self = shared_from_this()](const error_code& error)
@@ -172,9 +178,46 @@ private:
                     self->Close();
                     return;
                 }
-                self->server->Move(*self, ConnectionStage::Handshake);
-                self->Read();
+                self->Begin();
             });
+    }
+
+    void Begin()
+    {
+        try
+        {
+            stream.Open();
+            writer.emplace(stream.HasIssuedCertificate());
+            if (stream.IsSecure())
+            {
+                server->Move(*this, ConnectionStage::Handshake);
+                ReadFirst();
+                return;
+            }
+            Read();
+        }
+        catch (const std::exception& exception)
+        {
+            server->Log(LogLevel::Warning, "cannot serve a connection: {0}", exception.what());
+            Close();
+        }
+    }
+
+    /// A single byte: the reader's buffer is allocated when the handshake is complete.
+    void ReadFirst()
+    {
+        stream.AsyncReadSome(std::span(&firstByte, 1),
+                             [self = shared_from_this()](const error_code& error, std::size_t count)
+                             {
+                                 if (error)
+                                 {
+                                     self->Close();
+                                     return;
+                                 }
+                                 self->reader.GetSpace().front() = self->firstByte;
+                                 self->reader.Add(count);
+                                 self->Process();
+                             });
     }
 
     void Read()
@@ -291,7 +334,7 @@ private:
     /// True when the response is written and the next request may be read.
     [[nodiscard]] bool Flush()
     {
-        const std::string_view text = writer.GetText();
+        const std::string_view text = writer->GetText();
         const auto written = stream.TryWrite(text);
         if (!written)
         {
@@ -322,7 +365,7 @@ private:
     {
         if (keepsConnection && !server->isStopping)
         {
-            writer.Clear();
+            writer->Clear();
             requestId.clear();
             reader.BeginRequest();
             part = RequestReader::Part::None;
@@ -384,7 +427,9 @@ private:
     BasicString requestId;
     /// What the table knows.
     RequestReader::Part part = RequestReader::Part::None;
-    ResponseWriter writer;
+    char firstByte = 0;
+    /// Empty until the first byte.
+    std::optional<ResponseWriter> writer;
     std::size_t lingeredBytes = 0;
     bool keepsConnection = true;
     /// Of the last request that asked for one.

@@ -37,8 +37,7 @@ RequestReader::RequestReader(const Configuration::RequestLimits& limits, const S
       hasSession(hasSession),
       isSecure(isSecure),
       maximumBodyBytes(limits.maximumBodyBytesWithoutSession),
-      bufferBytes(2 * limits.maximumHeaderBytes),
-      buffer(std::make_unique_for_overwrite<char[]>(bufferBytes))
+      bufferBytes(2 * limits.maximumHeaderBytes)
 {
     header.isSecure = isSecure;
 }
@@ -410,7 +409,10 @@ void RequestReader::MoveUnparsedTo(std::size_t offset) noexcept
 {
     const std::size_t count = readBytes - parsedBytes;
     const std::size_t end = offset + count;
-    std::memmove(buffer.get() + offset, buffer.get() + parsedBytes, count);
+    if (count > 0)
+    {
+        std::memmove(buffer.get() + offset, buffer.get() + parsedBytes, count);
+    }
     if (end < readBytes)
     {
         explicit_bzero(buffer.get() + end, readBytes - end);

@@ -50,9 +50,13 @@ public:
     RequestReader& operator=(const RequestReader&) = delete;
     ~RequestReader();
 
-    /// For the next bytes; never empty after `NeedsMore`.
-    [[nodiscard]] std::span<char> GetSpace() noexcept
+    /// For the next bytes; never empty after `NeedsMore`. The first call allocates the buffer.
+    [[nodiscard]] std::span<char> GetSpace()
     {
+        if (!buffer)
+        {
+            buffer = std::make_unique_for_overwrite<char[]>(bufferBytes);
+        }
         return std::span(buffer.get(), bufferBytes).subspan(readBytes);
     }
 
@@ -171,7 +175,7 @@ private:
     std::size_t remainingBytes = 0;
     /// Space for the largest header, and behind it for pieces of a body.
     const std::size_t bufferBytes;
-    const std::unique_ptr<char[]> buffer;
+    std::unique_ptr<char[]> buffer;
 };
 
 } // namespace Oxa::Host::Http
