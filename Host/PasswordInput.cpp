@@ -99,7 +99,7 @@ PasswordInput::~PasswordInput()
     sodium_memzero(buffer.data(), buffer.size());
 }
 
-/// Past the buffers of the standard library, which nobody wipes.
+/// Without the buffers of the standard library, which are not wiped.
 void PasswordInput::ReadLine() noexcept
 {
     char character = 0;

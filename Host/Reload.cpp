@@ -94,7 +94,7 @@ void Reload::Run()
     }
     if (hasTerminal && isatty(STDIN_FILENO) == 0)
     {
-        // The terminal was closed: nobody can end the process there any more.
+        // The terminal was closed: no user can end the process there any more.
         kill(getpid(), SIGTERM);
         return;
     }

@@ -12,10 +12,10 @@ namespace Oxa::Host
 ///
 /// Every folder above it, also those that symbolic links lead through, and the file or folder itself belong to root or
 /// this user, and neither the group nor others may write them. Two exceptions: a folder above with the sticky bit, such
-/// as "/tmp", where others can create but not replace; and a group that has its owner's name and nobody else as a
+/// as "/tmp", where others can create but not replace; and a group that has its owner's name and no other user as a
 /// member, which a umask of 002 relies on.
 ///
-/// Since nobody else can change any part of the path, the result also holds when the path is opened later.
+/// Since no other user can change any part of the path, the result also holds when the path is opened later.
 [[nodiscard]] std::optional<BasicString> FindPathWeakness(const BasicString& path);
 
 } // namespace Oxa::Host

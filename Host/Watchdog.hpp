@@ -22,7 +22,7 @@ public:
     void Start();
 
 private:
-    /// 0: nobody asks.
+    /// 0: the service manager does not ask.
     const std::chrono::microseconds interval;
     boost::asio::steady_timer timer;
 };

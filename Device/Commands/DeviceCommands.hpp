@@ -23,7 +23,7 @@ class SystemBus;
 
 /// Restart and factory reset of the device, one at a time: what the settings choose for each. A command runs on a
 /// thread that exists as long as the command. Busy while a command of either kind is under way, and for a minute after
-/// one has restarted the device, a reset too, so that nobody can keep the device from its work; NotAvailable after
+/// one has restarted the device, a reset too, so that commands cannot keep the device from its work; NotAvailable after
 /// `Stop`, DeviceFault when no thread can be started. Logs callers and results; refusals within a limit, because
 /// callers can cause them at will. Threads: safe from several threads. `Stop` must be called before the objects that
 /// the outage's actions use are destroyed; a call that is under way then may outlive the component.

@@ -43,7 +43,7 @@ struct AuditVerdict
 /// the key, PATH.key, for the owner only. A sealed head record holds where the chain begins and ends, so that rows that
 /// were changed, added, swapped or removed, at either end too, are found by `Verify`, and by `Append` at the end, which
 /// then does not go on. Not found: an older copy of the whole database put in the place of a newer one while no process
-/// has it open, and what somebody does who can read the key, which is the owner of the state folder and root; the log
+/// has it open, and changes by the owner of the state folder or root, who can read the key; the log
 /// of the system, which has the same events, tells of those.
 ///
 /// When the file is nearly as large as it may be, the oldest segment, 512 rows, leaves as a whole, and the head records

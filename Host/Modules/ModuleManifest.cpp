@@ -144,7 +144,7 @@ void AppendFolder(std::vector<BasicString>& paths, const BasicString& folder)
     }
 }
 
-/// Files that cannot be read have an empty stamp; whoever uses them reports why.
+/// Files that cannot be read have an empty stamp; the code that uses them reports why.
 BasicString MakeStamp(const std::vector<BasicString>& paths)
 {
     BasicString stamp;
