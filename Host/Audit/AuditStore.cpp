@@ -24,7 +24,6 @@ namespace Oxa::Host::Audit
 using System::Commons::FileDescriptor;
 using System::Commons::Text::Format;
 using System::Database::DatabaseName;
-using System::Database::SqliteConnection;
 using System::Database::SqliteStatement;
 using System::Database::SqliteTransaction;
 using System::Nm::GetNotificationKindName;

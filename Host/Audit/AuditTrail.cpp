@@ -267,8 +267,9 @@ AuditRow AuditTrail::MakeRow(NotificationKind kind, std::string_view fieldName, 
 /// Only handlers of the loop use the timer.
 void AuditTrail::PostRetry()
 {
+    const Clock::time_point next = backoff.GetNext();
     boost::asio::post(loop.GetContext(),
-                      [this, next = backoff.GetNext()]
+                      [this, next]
                       {
                           retryTimer.expires_at(next);
                           retryTimer.async_wait(

@@ -79,7 +79,7 @@ private:
     void OnFault(const BasicString& newFault, std::vector<AuditRow> rows) OXA_REQUIRES(mutex);
     [[nodiscard]] AuditRow MakeRow(System::Nm::NotificationKind kind, std::string_view fieldName,
                                    const BasicString& value) const;
-    void PostRetry();
+    void PostRetry() OXA_REQUIRES(mutex);
     [[nodiscard]] bool IsHanging() const OXA_REQUIRES(mutex);
 
     const BasicString path;

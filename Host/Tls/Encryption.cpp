@@ -7,6 +7,7 @@
 #include "Oxa/System/Commons/ProgramMain.hpp"
 
 #include <boost/asio/ip/address.hpp>
+#include <dlfcn.h>
 
 #include <chrono>
 #include <filesystem>
@@ -19,6 +20,17 @@ namespace
 
 constexpr std::chrono::hours refreshPeriod{1};
 
+/// Beside the platform's libraries.
+BasicString FindLibrary()
+{
+    Dl_info platform = {};
+    if (dladdr(reinterpret_cast<void*>(&System::Commons::ReleaseStartupMemory), &platform) == 0)
+    {
+        throw System::Commons::InvalidOperationException::Create("cannot find the folder of the libraries");
+    }
+    return (std::filesystem::path(platform.dli_fname).parent_path() / "libOxa.Host.Tls.so").string();
+}
+
 } // namespace
 
 std::unique_ptr<ICertificateStore> OpenCertificateStore(const Configuration::HttpConfiguration& http,
@@ -30,8 +42,8 @@ std::unique_ptr<ICertificateStore> OpenCertificateStore(const Configuration::Htt
     {
         throw System::Commons::InvalidOperationException::Create("cannot use the certificates: {0}", *weakness);
     }
-    // Found beside the platform's libraries. It is never unloaded, so its objects may outlive this handle.
-    const System::Acf::SharedLibrary library("libOxa.Host.Tls.so");
+    // It is never unloaded, so its objects may outlive this handle.
+    const System::Acf::SharedLibrary library(FindLibrary());
     const auto getNames = [names = Http::HostNames(http.hosts), address = boost::asio::ip::make_address(http.address)]
     {
         return names.GetAll(address);
