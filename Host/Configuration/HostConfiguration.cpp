@@ -172,80 +172,70 @@ void ReadModules(XmlElementReader& element, ModulesConfiguration& modules)
     element.ReadList("Module", [&modules](XmlElementReader& child) { ReadModule(child, modules.modules); });
 }
 
+void ReadUsers(XmlElementReader& element, HostConfiguration& configuration)
+{
+    element.ReadRequired("database", configuration.usersDatabasePath);
+    configuration.usersPosition = element.GetPosition();
+}
+
+void ReadPage(XmlElementReader& element, HostConfiguration& configuration)
+{
+    element.ReadRequired("folder", configuration.pageFolder);
+    configuration.pagePosition = element.GetPosition();
+}
+
+void ReadRequests(XmlElementReader& element, WaitingLimits& limits)
+{
+    element.Read("maximumWaiting", limits.maximum, 0, 1000);
+    element.Read("maximumWaitingPerClient", limits.maximumPerClient, 0, 1000);
+}
+
+void ReadServices(XmlElementReader& element, std::vector<RscEndpointConfiguration>& endpoints)
+{
+    element.ReadList("Provider", [&endpoints](XmlElementReader& child) { ReadServiceProvider(child, endpoints); });
+}
+
+/// What reads an element into `target`, which is borrowed.
+template <class T>
+auto Into(void (*read)(XmlElementReader&, T&), T& target)
+{
+    return [read, &target](XmlElementReader& element)
+    {
+        read(element, target);
+    };
+}
+
+void ReadDocument(XmlElementReader& root, HostConfiguration& configuration)
+{
+    root.ReadChildren({{"Log", Into(&System::Commons::Diagnostics::Logging::ReadLogConfiguration, configuration.log)},
+                       {"Http", Into(&ReadHttp, configuration.http)},
+                       {"Page", Into(&ReadPage, configuration)},
+                       {"Users", Into(&ReadUsers, configuration)},
+                       {"Audit", Into(&ReadAudit, configuration.audit)},
+                       {"Sessions", Into(&ReadSessions, configuration.sessions)},
+                       {"Requests", Into(&ReadRequests, configuration.waitingLimits)},
+                       {"Services", Into(&ReadServices, configuration.serviceEndpoints)},
+                       {"Components", Into(&System::Acf::ReadComponentConfigurations, configuration.components)},
+                       {"Modules", Into(&ReadModules, configuration.modules)}});
+    if (configuration.usersDatabasePath.empty())
+    {
+        root.Report("the element 'Users' is missing");
+    }
+    AuditConfiguration& audit = configuration.audit;
+    if (audit.databasePath.empty())
+    {
+        audit.databasePath = std::filesystem::path(configuration.usersDatabasePath).replace_filename("audit.sqlite");
+    }
+    audit.position = audit.position.empty() ? configuration.usersPosition : audit.position;
+}
+
 } // namespace
 
 HostConfiguration LoadHostConfiguration(const BasicString& path)
 {
     HostConfiguration configuration;
-    const auto readUsers = [&configuration](XmlElementReader& element)
-    {
-        element.ReadRequired("database", configuration.usersDatabasePath);
-        configuration.usersPosition = element.GetPosition();
-    };
-    const auto readPage = [&configuration](XmlElementReader& element)
-    {
-        element.ReadRequired("folder", configuration.pageFolder);
-        configuration.pagePosition = element.GetPosition();
-    };
-    const auto readRequests = [&configuration](XmlElementReader& element)
-    {
-        element.Read("maximumWaiting", configuration.waitingLimits.maximum, 0, 1000);
-        element.Read("maximumWaitingPerClient", configuration.waitingLimits.maximumPerClient, 0, 1000);
-    };
-    const auto readServices = [&configuration](XmlElementReader& element)
-    {
-        element.ReadList("Provider", [&configuration](XmlElementReader& child)
-                         { ReadServiceProvider(child, configuration.serviceEndpoints); });
-    };
-    const auto readModules = [&configuration](XmlElementReader& element)
-    {
-        ReadModules(element, configuration.modules);
-    };
-    const auto readDocument = [&](XmlElementReader& root)
-    {
-        root.ReadChildren({{"Log",
-                            [&](XmlElementReader& element)
-                            {
-                                ReadLogConfiguration(element, configuration.log);
-                            }},
-                           {"Http",
-                            [&](XmlElementReader& element)
-                            {
-                                ReadHttp(element, configuration.http);
-                            }},
-                           {"Page", readPage},
-                           {"Users", readUsers},
-                           {"Audit",
-                            [&](XmlElementReader& element)
-                            {
-                                ReadAudit(element, configuration.audit);
-                            }},
-                           {"Sessions",
-                            [&](XmlElementReader& element)
-                            {
-                                ReadSessions(element, configuration.sessions);
-                            }},
-                           {"Requests", readRequests},
-                           {"Services", readServices},
-                           {"Components",
-                            [&](XmlElementReader& element)
-                            {
-                                ReadComponentConfigurations(element, configuration.components);
-                            }},
-                           {"Modules", readModules}});
-        if (configuration.usersDatabasePath.empty())
-        {
-            root.Report("the element 'Users' is missing");
-        }
-        AuditConfiguration& audit = configuration.audit;
-        if (audit.databasePath.empty())
-        {
-            audit.databasePath =
-                std::filesystem::path(configuration.usersDatabasePath).replace_filename("audit.sqlite");
-        }
-        audit.position = audit.position.empty() ? configuration.usersPosition : audit.position;
-    };
-    XmlElementReader::ReadFile(path, "WbmHostDocument", readDocument);
+    XmlElementReader::ReadFile(path, "WbmHostDocument",
+                               [&configuration](XmlElementReader& root) { ReadDocument(root, configuration); });
     return configuration;
 }
 

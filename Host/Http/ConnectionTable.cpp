@@ -201,7 +201,7 @@ ConnectionTable::Entry* ConnectionTable::TakeExcess(const Entry& other) noexcept
 
 std::vector<ConnectionTable::Entry*> ConnectionTable::TakeLate(TimePoint now)
 {
-    const auto late =
+    auto late =
         Find([now](const Entry& entry) { return entry.deadline <= now && entry.stage != ConnectionStage::Busy; });
     std::ranges::for_each(late, [this](Entry* entry) { Remove(*entry); });
     return late;

@@ -25,7 +25,7 @@ struct ClientNetwork
     uint64 prefix = 0;
     uint32 address = 0;
 
-    auto operator<=>(const ClientNetwork&) const = default;
+    auto operator<=>(const ClientNetwork&) const = default; // NOLINT(modernize-use-nullptr): there is no pointer
 };
 
 /// An address of version 4 that is mapped into version 6 is one of version 4.
