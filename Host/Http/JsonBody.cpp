@@ -8,7 +8,6 @@ namespace Oxa::Host::Http
 {
 
 using System::Commons::Json::JsonException;
-using System::Commons::Json::JsonReader;
 using System::Commons::Text::Format;
 
 namespace
