@@ -72,46 +72,42 @@ BasicString* FindColumn(AuditRow& row, std::string_view fieldName) noexcept
 }
 
 /// Every part with its length before it, so that no two contents have the same bytes.
-class Hasher final
+class HashedContent final
 {
 public:
     /// `purpose` keeps hashes of rows and of heads apart.
-    Hasher(const std::array<unsigned char, AuditKey::byteCount>& key, std::string_view purpose)
+    explicit HashedContent(std::string_view purpose)
     {
-        crypto_generichash_init(&state, key.data(), key.size(), hashBytes);
         Add(purpose);
     }
 
-    Hasher& Add(std::string_view text)
+    HashedContent& Add(std::string_view text)
     {
         Add(static_cast<int64>(text.size()));
-        crypto_generichash_update(&state, reinterpret_cast<const unsigned char*>(text.data()), text.size());
+        bytes += text;
         return *this;
     }
 
-    Hasher& Add(int64 number)
+    HashedContent& Add(int64 number)
     {
-        std::array<unsigned char, sizeof(number)> bytes{};
-        for (std::size_t index = 0; index < bytes.size(); ++index)
+        for (unsigned shift = 0; shift < 64; shift += 8)
         {
-            bytes[index] = static_cast<unsigned char>(static_cast<uint64>(number) >> (8 * index));
+            bytes += static_cast<char>(static_cast<unsigned char>(static_cast<uint64>(number) >> shift));
         }
-        crypto_generichash_update(&state, bytes.data(), bytes.size());
         return *this;
     }
 
-    [[nodiscard]] BasicString Finish()
+    [[nodiscard]] BasicString Hash(const std::array<unsigned char, AuditKey::byteCount>& key) const
     {
-        std::array<unsigned char, hashBytes> hash{};
-        crypto_generichash_final(&state, hash.data(), hash.size());
-        std::array<char, 2 * hashBytes + 1> text{};
+        std::array<unsigned char, 32> hash{};
+        crypto_generichash(hash.data(), hash.size(), reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size(),
+                           key.data(), key.size());
+        std::array<char, 2 * hash.size() + 1> text{};
         return sodium_bin2hex(text.data(), text.size(), hash.data(), hash.size());
     }
 
 private:
-    static constexpr std::size_t hashBytes = 32;
-
-    crypto_generichash_state state{};
+    BasicString bytes;
 };
 
 } // namespace
@@ -188,17 +184,17 @@ AuditKey::~AuditKey()
 
 BasicString AuditKey::HashRow(const AuditRow& row, std::string_view previousHash) const
 {
-    Hasher hasher(bytes, "row");
-    hasher.Add(previousHash).Add(row.sequence).Add(row.microseconds);
-    hasher.Add(row.user).Add(row.address).Add(row.action).Add(row.object).Add(row.outcome);
-    return hasher.Add(row.bootId).Add(row.requestId).Add(row.details).Finish();
+    HashedContent content("row");
+    content.Add(previousHash).Add(row.sequence).Add(row.microseconds);
+    content.Add(row.user).Add(row.address).Add(row.action).Add(row.object).Add(row.outcome);
+    return content.Add(row.bootId).Add(row.requestId).Add(row.details).Hash(bytes);
 }
 
 BasicString AuditKey::SealHead(const AuditHead& head) const
 {
-    Hasher hasher(bytes, "head");
-    hasher.Add(head.firstSequence).Add(head.startHash);
-    return hasher.Add(head.lastSequence).Add(head.lastHash).Finish();
+    HashedContent content("head");
+    content.Add(head.firstSequence).Add(head.startHash);
+    return content.Add(head.lastSequence).Add(head.lastHash).Hash(bytes);
 }
 
 } // namespace Oxa::Host::Audit
