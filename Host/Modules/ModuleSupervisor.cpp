@@ -264,6 +264,16 @@ void ModuleSupervisor::AddMissing()
     }
 }
 
+/// Begins when no set-up and no request is in progress.
+void ModuleSupervisor::TryRemove(const std::shared_ptr<Entry>& entry)
+{
+    if (!entry->isLeaving && !entry->lifecycle.GetSetupBegin() && entry->module.GetGate().TryClose())
+    {
+        boost::asio::post(loop.GetContext(), [this, entry] { Remove(entry); });
+        entry->isLeaving = true;
+    }
+}
+
 /// When the next set-up is due.
 ModuleSupervisor::Clock::time_point ModuleSupervisor::BeginDueWork(Clock::time_point now)
 {
@@ -274,11 +284,7 @@ ModuleSupervisor::Clock::time_point ModuleSupervisor::BeginDueWork(Clock::time_p
         ModuleGate& gate = entry->module.GetGate();
         if (!IsWanted(*entry))
         {
-            if (!entry->isLeaving && !lifecycle.GetSetupBegin() && gate.TryClose())
-            {
-                boost::asio::post(loop.GetContext(), [this, entry] { Remove(entry); });
-                entry->isLeaving = true;
-            }
+            TryRemove(entry);
             continue;
         }
         const auto due = lifecycle.FindDueTime(&ServiceManager::GetEpoch);

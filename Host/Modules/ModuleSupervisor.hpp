@@ -128,6 +128,7 @@ private:
     void PostUpdate() noexcept;
     void Update();
     void AddMissing() OXA_REQUIRES(mutex);
+    void TryRemove(const std::shared_ptr<Entry>& entry) OXA_REQUIRES(mutex);
     [[nodiscard]] Clock::time_point BeginDueWork(Clock::time_point now) OXA_REQUIRES(mutex);
     void SetUp(Entry& entry, bool isFirst);
     void Remove(const std::shared_ptr<Entry>& entry);

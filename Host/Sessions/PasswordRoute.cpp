@@ -15,7 +15,6 @@ namespace Oxa::Host::Sessions
 
 using Http::Handling;
 using Http::IHttpExchange;
-using Http::JsonBody;
 using Http::SecretText;
 using System::Nm::NotificationKind;
 
