@@ -83,7 +83,8 @@ bool IsNamedByContent(std::string_view name)
 /// Every folder and the name: visible, and spelled in a request as it is in the folder.
 bool IsServedName(const std::filesystem::path& relative)
 {
-    constexpr std::string_view allowed = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~@+,=";
+    static constexpr std::string_view allowed =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~@+,=";
     return std::ranges::all_of(relative,
                                [](const std::filesystem::path& each)
                                {
@@ -376,14 +377,9 @@ Handling StaticFiles::Handle(const std::shared_ptr<Http::IHttpExchange>& exchang
 std::shared_ptr<const StaticFiles::File> StaticFiles::Find(std::string_view path) const
 {
     const MutexLock lock(mutex);
-    for (auto folder = folders.rbegin(); folder != folders.rend(); ++folder)
-    {
-        if (const auto found = folder->second.find(path); found != folder->second.end())
-        {
-            return found->second;
-        }
-    }
-    return nullptr;
+    const auto folder =
+        std::find_if(folders.rbegin(), folders.rend(), [path](const auto& each) { return each.second.contains(path); });
+    return folder == folders.rend() ? nullptr : folder->second.find(path)->second;
 }
 
 void StaticFiles::Send(Http::IHttpExchange& exchange, const File& file)

@@ -10,10 +10,12 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
 #include <filesystem>
+#include <iterator>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -91,13 +93,8 @@ BasicString FindWeakness(const FileDescriptor& file, const struct stat& status, 
 void PushNames(std::vector<BasicString>& names, const std::filesystem::path& path)
 {
     const std::vector<BasicString> added(path.begin(), path.end());
-    for (auto name = added.rbegin(); name != added.rend(); ++name)
-    {
-        if (*name != "/" && *name != "." && !name->empty())
-        {
-            names.push_back(*name);
-        }
-    }
+    std::copy_if(added.rbegin(), added.rend(), std::back_inserter(names),
+                 [](const BasicString& name) { return name != "/" && name != "." && !name.empty(); });
 }
 
 BasicString ReadLink(const FileDescriptor& link)

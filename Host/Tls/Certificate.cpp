@@ -232,7 +232,7 @@ Certificate Certificate::MakeSelfSigned(const std::vector<BasicString>& names, S
     constexpr int serialBits = 127;
     Certificate made;
     made.leaf.reset(X509_new());
-    made.key.reset(EVP_EC_gen("P-256"));
+    made.key.reset(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"));
     const std::unique_ptr<BIGNUM, Deleter<&BN_free>> serial(BN_new());
     if (!made.leaf || !made.key || !serial ||
         BN_rand(serial.get(), serialBits, BN_RAND_TOP_ONE, BN_RAND_BOTTOM_ANY) != 1 ||

@@ -22,7 +22,6 @@ namespace Oxa::Host::Tls
 using System::Commons::Exception;
 using System::Commons::MutexLock;
 using System::Commons::Diagnostics::Logging::LogLevel;
-using System::Commons::Text::Format;
 
 namespace
 {
