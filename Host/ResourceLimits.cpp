@@ -27,10 +27,14 @@ constexpr uint64 mebibyte = 1024 * kibibyte;
 constexpr uint64 ownBytes = 16 * mebibyte + 20 * mebibyte;
 /// At the port that redirects.
 constexpr uint64 redirectConnections = 32;
+/// With those of silent connections in a rush.
+constexpr uint64 descriptorsPerConnection = 1 + Http::ConnectionTable::silentFactor;
 /// Log, databases, services, the event loop, and connections that are being closed.
 constexpr uint64 ownDescriptors = 64;
 /// Of a connection beside its buffers.
 constexpr uint64 objectBytes = 4 * kibibyte;
+/// Of a connection that has sent nothing, in this process and in the system.
+constexpr uint64 silentBytes = 6 * kibibyte;
 /// OpenSSL's, with the buffers for a record in each direction.
 constexpr uint64 encryptionBytes = 48 * kibibyte;
 
@@ -40,7 +44,8 @@ uint64 GetConnectionBytes(const Configuration::HttpConfiguration& http) noexcept
     const uint64 request = 2 * http.requestLimits.maximumHeaderBytes + http.requestLimits.maximumBodyBytes;
     // The system doubles both, for its own structures.
     const uint64 system = 2 * (http.sendBufferBytes + Http::HttpServer::receiveBufferBytes);
-    return objectBytes + request + system + (http.isSecure ? encryptionBytes : 0);
+    return objectBytes + request + system + (http.isSecure ? encryptionBytes : 0) +
+           Http::ConnectionTable::silentFactor * silentBytes;
 }
 
 /// A response is made before it is known that it fits.
@@ -52,7 +57,7 @@ uint64 GetOtherBytes(const Configuration::HttpConfiguration& http) noexcept
 
 uint64 GetOtherDescriptors(const Configuration::HttpConfiguration& http) noexcept
 {
-    return ownDescriptors + (http.redirectPort ? redirectConnections : 0);
+    return ownDescriptors + (http.redirectPort ? redirectConnections * descriptorsPerConnection : 0);
 }
 
 /// Unlimited as well when the file does not exist, as in the root group.
@@ -130,7 +135,7 @@ ResourceLimits ReadResourceLimits(uint64 neededDescriptors, const BasicString& c
 ResourceLimits GetNeededResources(const Configuration::HttpConfiguration& http) noexcept
 {
     return {GetOtherBytes(http) + http.maximumConnections * GetConnectionBytes(http),
-            GetOtherDescriptors(http) + http.maximumConnections};
+            GetOtherDescriptors(http) + http.maximumConnections * descriptorsPerConnection};
 }
 
 std::vector<BasicString> FitConnections(Configuration::HttpConfiguration& http, const ResourceLimits& limits)
@@ -159,7 +164,7 @@ std::vector<BasicString> FitConnections(Configuration::HttpConfiguration& http, 
     fit(countFitting(limits.memoryBytes, GetOtherBytes(http), GetConnectionBytes(http)),
         Format("what clients may take needs {0} MiB of memory, and the limit of the control group is {1} MiB",
                (needed.memoryBytes + mebibyte - 1) / mebibyte, limits.memoryBytes / mebibyte));
-    fit(countFitting(limits.descriptors, GetOtherDescriptors(http), 1),
+    fit(countFitting(limits.descriptors, GetOtherDescriptors(http), descriptorsPerConnection),
         Format("the connections need {0} file descriptors, and the limit is {1}", needed.descriptors,
                limits.descriptors));
     // Others keep the part of the places that the configuration leaves them.

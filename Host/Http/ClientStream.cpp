@@ -1,6 +1,12 @@
 #include "Host/Http/ClientStream.hpp"
 
+#include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
 
 namespace Oxa::Host::Http
 {
@@ -37,10 +43,42 @@ void ClientStream::Open()
     }
 }
 
-bool ClientStream::HasInput() noexcept
+/// With `Partial` the socket is not readable before the rest has come, or the client's end.
+ClientStream::Input ClientStream::CheckInput() noexcept
 {
-    char byte = 0;
-    return recv(socket.native_handle(), &byte, sizeof byte, MSG_PEEK | MSG_DONTWAIT) > 0;
+    // RFC 8446, section 5.1: the type of a record, its version and its length.
+    constexpr std::size_t headerBytes = 5;
+    constexpr unsigned char handshakeType = 22;
+    // The first message of browsers has up to 2 KiB; OpenSSL waits for the rest of a longer one.
+    constexpr std::size_t longestBytes = 4096;
+    const int descriptor = socket.native_handle();
+    std::array<unsigned char, headerBytes> header = {};
+    const ssize_t count = recv(descriptor, header.data(), header.size(), MSG_PEEK | MSG_DONTWAIT);
+    if (count <= 0)
+    {
+        return Input::Ended;
+    }
+    if (!IsSecure() || header[0] != handshakeType)
+    {
+        return Input::Complete;
+    }
+    // Of an incomplete header the length is 0.
+    const std::size_t recordBytes = headerBytes + (std::size_t{header[3]} << 8U) + header[4];
+    int needed = static_cast<int>(std::min(longestBytes, recordBytes));
+    int available = 0;
+    if (ioctl(descriptor, FIONREAD, &available) != 0)
+    {
+        return Input::Ended;
+    }
+    const bool isComplete = static_cast<std::size_t>(count) == headerBytes && available >= needed;
+    pollfd polled{descriptor, POLLRDHUP, 0};
+    if (!isComplete && poll(&polled, 1, 0) != 0)
+    {
+        return Input::Ended;
+    }
+    needed = isComplete ? 1 : needed;
+    setsockopt(descriptor, SOL_SOCKET, SO_RCVLOWAT, &needed, sizeof needed);
+    return isComplete ? Input::Complete : Input::Partial;
 }
 
 std::optional<std::size_t> ClientStream::TryWrite(std::string_view bytes) noexcept

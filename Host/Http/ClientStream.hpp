@@ -55,16 +55,26 @@ public:
         }
     }
 
-    /// Waits for the first byte, without reading it. `handler`: (error); an error also at the client's end.
+    /// Waits for the first byte, with encryption for the whole message that begins the handshake, without reading it.
+    /// `handler`: (error); an error also at the client's end.
     template <class Handler>
     void AsyncWaitForInput(Handler handler)
     {
-        socket.async_wait(Socket::wait_read, [this, handler = std::move(handler)](const Error& error) mutable
-                          { handler(error || HasInput() ? error : Error(boost::asio::error::eof)); });
+        socket.async_wait(Socket::wait_read,
+                          [this, handler = std::move(handler)](const Error& error) mutable
+                          {
+                              const Input input = error ? Input::Ended : CheckInput();
+                              if (input == Input::Partial)
+                              {
+                                  AsyncWaitForInput(std::move(handler));
+                                  return;
+                              }
+                              handler(input == Input::Complete ? Error() : Error(boost::asio::error::eof));
+                          });
     }
 
     /// Begins the encryption, if there is to be one. Once, before anything is read or written, and only when the first
-    /// byte has come: until then a client costs a socket and no more. Throws what the factory throws.
+    /// bytes have come: until then a client costs a socket and no more. Throws what the factory throws.
     void Open();
 
     /// Writes without waiting. The number of bytes that were written, fewer than given when the client reads too
@@ -136,7 +146,14 @@ private:
     using Progress = ISecureChannel::Progress;
     using Error = boost::system::error_code;
 
-    [[nodiscard]] bool HasInput() noexcept;
+    enum class Input : uint8
+    {
+        Partial,
+        Complete,
+        Ended
+    };
+
+    [[nodiscard]] Input CheckInput() noexcept;
 
     [[nodiscard]] static Socket::wait_type GetWait(Progress progress) noexcept
     {

@@ -1,6 +1,7 @@
 #include "Host/Http/ConnectionTable.hpp"
 
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
 // Every entry is in two lists of its kind: that of all connections and that of its network. Entries join at the end, so
@@ -18,15 +19,13 @@ constexpr seconds lingerTimeout{2};
 /// A connection at its stage for less time counts as new.
 constexpr seconds newTime{1};
 
-/// How many new connections at the stage are kept in a rush when others could end instead. Most of them for those that
-/// have sent nothing yet, which a rush consists of.
+/// How many new connections at the stage are kept in a rush when others could end instead.
 constexpr std::size_t CountKept(ConnectionStage stage, std::size_t places) noexcept
 {
     switch (stage)
     {
-    case ConnectionStage::Silent:
-        return places / 2;
     case ConnectionStage::Handshake:
+        return places / 4 * 3;
     case ConnectionStage::Header:
     case ConnectionStage::Body:
         return places / 8;
@@ -69,16 +68,25 @@ ConnectionTable::~ConnectionTable() = default;
 ConnectionTable::Admission ConnectionTable::Add(Entry& entry, const ClientNetwork& network, TimePoint now)
 {
     const auto found = networks.try_emplace(network, network).first;
+    const bool isRush = IsRush(now);
     Admission admission{true, nullptr};
-    if (found->second.count >= configuration.maximumConnectionsPerAddress)
+    const auto makeRoom = [&](auto& places, std::size_t maximum)
     {
-        admission.displaced = FindLeastAdvanced(found->second, configuration.maximumConnectionsPerAddress, now);
-        admission.isAdmitted = admission.displaced != nullptr;
-    }
-    else if (all.count >= configuration.maximumConnections)
+        auto& silent = places.lists[silentKind];
+        if (isRush)
+        {
+            admission.displaced = silent.size() < silentFactor * maximum ? nullptr : &silent.front();
+        }
+        else if (places.count >= maximum)
+        {
+            admission.displaced = FindLeastAdvanced(places, maximum, now, nullptr);
+            admission.isAdmitted = admission.displaced != nullptr;
+        }
+        return admission.displaced != nullptr || !admission.isAdmitted;
+    };
+    if (!makeRoom(found->second, configuration.maximumConnectionsPerAddress))
     {
-        admission.displaced = FindLeastAdvanced(all, configuration.maximumConnections, now);
-        admission.isAdmitted = admission.displaced != nullptr;
+        (void)makeRoom(all, configuration.maximumConnections);
     }
     if (admission.isAdmitted)
     {
@@ -93,9 +101,7 @@ ConnectionTable::Admission ConnectionTable::Add(Entry& entry, const ClientNetwor
     }
     if (admission.displaced != nullptr)
     {
-        displacements.at(oldestDisplacement) = now;
-        oldestDisplacement = (oldestDisplacement + 1) % rushCount;
-        Remove(*admission.displaced);
+        Displace(*admission.displaced, now);
     }
     else if (found->second.count == 0)
     {
@@ -104,13 +110,26 @@ ConnectionTable::Admission ConnectionTable::Add(Entry& entry, const ClientNetwor
     return admission;
 }
 
-/// Null: every connection is busy.
-template <class Tag>
-ConnectionTable::Entry* ConnectionTable::FindLeastAdvanced(Places<Tag>& places, std::size_t maximum,
-                                                           TimePoint now) const noexcept
+bool ConnectionTable::IsRush(TimePoint now) const noexcept
 {
-    const bool isRush = now - displacements.at(oldestDisplacement) < newTime;
+    return now - displacements.at(oldestDisplacement) < newTime;
+}
+
+void ConnectionTable::Displace(Entry& entry, TimePoint now) noexcept
+{
+    displacements.at(oldestDisplacement) = now;
+    oldestDisplacement = (oldestDisplacement + 1) % rushCount;
+    Remove(entry);
+}
+
+/// For a new entry, or in place of `other`, which has taken a place. Null: every connection is busy.
+template <class Tag>
+ConnectionTable::Entry* ConnectionTable::FindLeastAdvanced(Places<Tag>& places, std::size_t maximum, TimePoint now,
+                                                           const Entry* other) const noexcept
+{
+    const bool isRush = IsRush(now);
     Entry* kept = nullptr;
+    // Those that are silent have no place to give to one that has taken one.
     for (std::size_t kind = 0; kind < places.lists.size(); ++kind)
     {
         const auto stage = static_cast<ConnectionStage>(kind % stageCount);
@@ -119,7 +138,8 @@ ConnectionTable::Entry* ConnectionTable::FindLeastAdvanced(Places<Tag>& places, 
             return kept;
         }
         auto& list = places.lists[kind];
-        if (stage == ConnectionStage::Busy || list.empty())
+        if (stage == ConnectionStage::Busy || list.empty() || &list.front() == other ||
+            (other != nullptr && kind == silentKind))
         {
             continue;
         }
@@ -149,11 +169,12 @@ void ConnectionTable::Remove(Entry& entry) noexcept
     entry.network = nullptr;
 }
 
-void ConnectionTable::Move(Entry& entry, ConnectionStage stage, TimePoint now, std::size_t newUnsentBytes) noexcept
+ConnectionTable::Entry* ConnectionTable::Move(Entry& entry, ConnectionStage stage, TimePoint now,
+                                              std::size_t newUnsentBytes) noexcept
 {
     if (entry.network == nullptr)
     {
-        return;
+        return nullptr;
     }
     Unlink(entry);
     entry.stage = stage;
@@ -166,6 +187,32 @@ void ConnectionTable::Move(Entry& entry, ConnectionStage stage, TimePoint now, s
     unsentBytes += newUnsentBytes;
     unsentBytes -= std::exchange(entry.unsentBytes, newUnsentBytes);
     Link(entry);
+    const auto isOverfull = [](const auto& places, std::size_t maximum)
+    {
+        return places.count - places.lists[silentKind].size() > maximum;
+    };
+    Entry* displaced = nullptr;
+    auto& handshakes = all.lists[handshakeKind];
+    if (stage == ConnectionStage::Handshake &&
+        handshakes.size() > CountKept(stage, configuration.maximumConnections) + 1)
+    {
+        displaced = &handshakes.front();
+    }
+    else if (isOverfull(*entry.network, configuration.maximumConnectionsPerAddress))
+    {
+        displaced = FindLeastAdvanced(*entry.network, configuration.maximumConnectionsPerAddress, now, &entry);
+    }
+    else if (isOverfull(all, configuration.maximumConnections))
+    {
+        displaced = FindLeastAdvanced(all, configuration.maximumConnections, now, &entry);
+    }
+    else
+    {
+        return nullptr;
+    }
+    displaced = displaced == nullptr ? &entry : displaced;
+    Displace(*displaced, now);
+    return displaced;
 }
 
 void ConnectionTable::SetSession(Entry& entry, bool hasSession) noexcept

@@ -38,7 +38,7 @@ enum class ConnectionStage : uint8
     Closing,
     /// The client has sent nothing yet.
     Silent,
-    /// The TLS handshake has begun.
+    /// In the TLS handshake, whose first message has come.
     Handshake,
     /// A part of a request's header has come.
     Header,
@@ -54,9 +54,12 @@ enum class ConnectionStage : uint8
 
 /// Decides which connections may stay: how long each stage may last, and which connection ends when all places, or all
 /// of one network, are taken: the least advanced one, the one that has been at its stage longest first, and those whose
-/// last request had a session after all others. When many new clients displace others, that order alone would end each
-/// of them before its first byte can come; then, at each stage before `Writing`, a part of the places is kept for
-/// connections that have been there for less than a second.
+/// last request had a session after all others.
+/// When many new clients displace others, that order alone would end each of them before its first byte can come. In
+/// such a rush a silent connection, which costs a socket only, takes no place: four times as many as there are places
+/// may wait for their first byte, and the place of another one is taken when it comes. Of each stage before `Writing` a
+/// part of the places is then kept for connections that have been there for less than a second.
+/// Handshakes, which take most memory, have one more than three quarters of the places at most.
 /// Every operation takes logarithmic time, except `TakeLate`, `FindUnused` and `GetAll`. Knows neither sockets nor a
 /// clock. Threads: one at a time.
 class ConnectionTable final
@@ -73,6 +76,9 @@ private:
     using Hook = boost::intrusive::list_base_hook<boost::intrusive::tag<Tag>>;
 
     static constexpr std::size_t stageCount = static_cast<std::size_t>(ConnectionStage::Busy) + 1;
+    /// A silent connection has no session.
+    static constexpr auto silentKind = static_cast<std::size_t>(ConnectionStage::Silent);
+    static constexpr auto handshakeKind = static_cast<std::size_t>(ConnectionStage::Handshake);
 
 public:
     /// What the table knows about a connection, which derives from it. Guarded like the table.
@@ -123,12 +129,16 @@ public:
     /// The entry is borrowed until `Remove`, or until it is returned as one that has to end. It is `Silent`.
     [[nodiscard]] Admission Add(Entry& entry, const ClientNetwork& network, TimePoint now);
 
+    /// So many silent connections for each place may be there in a rush.
+    static constexpr std::size_t silentFactor = 4;
+
     // These three do nothing for an entry that is not in the table.
 
     void Remove(Entry& entry) noexcept;
 
-    /// `unsentBytes`: of the response that is kept while `Writing`.
-    void Move(Entry& entry, ConnectionStage stage, TimePoint now, std::size_t unsentBytes = 0) noexcept;
+    /// `unsentBytes`: of the response that is kept while `Writing`. Returns the entry whose place was taken, which is
+    /// not in the table any more; it is this one when all others are busy. May be null.
+    [[nodiscard]] Entry* Move(Entry& entry, ConnectionStage stage, TimePoint now, std::size_t unsentBytes = 0) noexcept;
 
     /// Whether the entry's last request had a session.
     void SetSession(Entry& entry, bool hasSession) noexcept;
@@ -173,7 +183,10 @@ private:
     static constexpr std::size_t rushCount = 16;
 
     template <class Tag>
-    [[nodiscard]] Entry* FindLeastAdvanced(Places<Tag>& places, std::size_t maximum, TimePoint now) const noexcept;
+    [[nodiscard]] Entry* FindLeastAdvanced(Places<Tag>& places, std::size_t maximum, TimePoint now,
+                                           const Entry* other) const noexcept;
+    [[nodiscard]] bool IsRush(TimePoint now) const noexcept;
+    void Displace(Entry& entry, TimePoint now) noexcept;
     [[nodiscard]] TimePoint::duration GetTimeout(ConnectionStage stage) const noexcept;
     void Link(Entry& entry) noexcept;
     void Unlink(Entry& entry) noexcept;

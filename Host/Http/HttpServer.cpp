@@ -19,7 +19,7 @@
 #include <string_view>
 #include <utility>
 
-// A connection waits for its first byte, reads (`Read`), parses (`Process`), waits for the handler (`HandleRequest`
+// A connection waits for its first bytes, reads (`Read`), parses (`Process`), waits for the handler (`HandleRequest`
 // until `Resume`), writes (`Flush`) and begins again, or ends: `Linger` until the client has closed its side, then
 // `Close`. The steps follow each other, on whichever thread runs the event loop. The server's lock guards the table of
 // connections; a connection takes it only to report its stage, and what the server calls under it takes no lock. A
@@ -585,7 +585,10 @@ void HttpServer::Move(Connection& connection, ConnectionStage stage, std::size_t
 {
     const MutexLock lock(mutex);
     table.SetSession(connection, connection.HasSession());
-    table.Move(connection, stage, Clock::now(), unsentBytes);
+    if (auto* const displaced = table.Move(connection, stage, Clock::now(), unsentBytes))
+    {
+        static_cast<Connection*>(displaced)->End();
+    }
     while (auto* const entry = unsentBytes > 0 ? table.TakeExcess(connection) : nullptr)
     {
         static_cast<Connection*>(entry)->End();

@@ -38,11 +38,11 @@ TEST(FittingConnections, ServesFewerBelowALimitAndTellsTheNumbers)
 {
     Configuration::HttpConfiguration http;
     const ResourceLimits needed = GetNeededResources(http);
-    const auto messages = FitConnections(http, {needed.memoryBytes - 1, needed.descriptors - 156});
+    const auto messages = FitConnections(http, {needed.memoryBytes - 1, needed.descriptors - 5 * 156});
     ASSERT_EQ(messages.size(), 2U);
     EXPECT_THAT(messages[0], HasSubstr("255 connections are served instead of 256"));
     EXPECT_EQ(messages[1],
-              "the connections need 320 file descriptors, and the limit is 164: 100 connections are served "
+              "the connections need 1344 file descriptors, and the limit is 564: 100 connections are served "
               "instead of 256");
     EXPECT_EQ(http.maximumConnections, 100U);
     EXPECT_EQ(http.maximumConnectionsPerAddress, 75U);
@@ -51,13 +51,13 @@ TEST(FittingConnections, ServesFewerBelowALimitAndTellsTheNumbers)
 TEST(FittingConnections, RefusesALimitThatLeavesNoUse)
 {
     for (const ResourceLimits& limits :
-         {ResourceLimits{mebibyte, unlimited}, ResourceLimits{unlimited, 64 + 7}, ResourceLimits{unlimited, 3}})
+         {ResourceLimits{mebibyte, unlimited}, ResourceLimits{unlimited, 64 + 5 * 8 - 1}, ResourceLimits{unlimited, 3}})
     {
         Configuration::HttpConfiguration http;
         EXPECT_THROW((void)FitConnections(http, limits), System::Commons::InvalidOperationException);
     }
     Configuration::HttpConfiguration http;
-    EXPECT_EQ(FitConnections(http, {unlimited, 64 + 8}).size(), 1U);
+    EXPECT_EQ(FitConnections(http, {unlimited, 64 + 5 * 8}).size(), 1U);
     EXPECT_EQ(http.maximumConnections, 8U);
 }
 

@@ -55,9 +55,10 @@ protected:
         return admission.isAdmitted ? GetName(admission.displaced) : "refused";
     }
 
-    void Move(const BasicString& name, Stage stage, std::size_t unsentBytes = 0)
+    /// The name of the connection that gives its place.
+    BasicString Move(const BasicString& name, Stage stage, std::size_t unsentBytes = 0)
     {
-        table.Move(Find(name), stage, now, unsentBytes);
+        return GetName(table.Move(Find(name), stage, now, unsentBytes));
     }
 
     FakeConnection& Find(const BasicString& name)
@@ -159,30 +160,64 @@ TEST_F(ConnectionTables, KeepAnAddressToItsShareAndLeaveTheOthersAlone)
     EXPECT_EQ(Add("b5", "2001:db8::5"), "");
 }
 
-TEST_F(ConnectionTables, GiveNewConnectionsTimeInARushWhileOthersCanEndInstead)
+TEST_F(ConnectionTables, GiveNewConnectionsTimeInARush)
 {
-    configuration.maximumConnections = 16;
-    configuration.maximumConnectionsPerAddress = 16;
+    configuration.maximumConnections = 8;
+    configuration.maximumConnectionsPerAddress = 8;
+    const auto name = [](const char* kind, int index)
+    {
+        return kind + std::to_string(index);
+    };
     for (int index = 0; index < 8; ++index)
     {
-        EXPECT_EQ(Add("body" + std::to_string(index)), "");
-        Move("body" + std::to_string(index), Stage::Body);
+        EXPECT_EQ(Add(name("body", index)), "");
+        Move(name("body", index), Stage::Body);
     }
     now += seconds(2);
-    for (int index = -16; index < 8; ++index)
+    EXPECT_EQ(Add("new0"), "body0");
+    for (int index = 1; index < 16; ++index)
     {
-        EXPECT_EQ(Add("silent" + std::to_string(index)), index < -8 ? "" : "silent" + std::to_string(index - 8));
+        EXPECT_EQ(Add(name("new", index)), name("new", index - 1)) << "without a rush the least advanced one ends";
     }
     now += milliseconds(999);
-    EXPECT_EQ(Add("silent8"), "body0") << "half of the places are kept for them";
-    EXPECT_EQ(Add("silent9"), "silent0") << "but not more";
-    now += milliseconds(1);
-    EXPECT_EQ(Add("silent10"), "silent1") << "and not longer";
-    for (const char* name : {"silent8", "silent9", "silent10"})
+    for (int index = 16; index < 47; ++index)
     {
-        Move(name, Stage::Header);
+        EXPECT_EQ(Add(name("new", index)), "") << "up to four times the places";
     }
-    EXPECT_EQ(Add("silent11"), "silent2");
+    EXPECT_EQ(Add("new47"), "new15");
+    EXPECT_EQ(Move("new20", Stage::Header), "") << "the eighth place";
+    EXPECT_EQ(Move("new20", Stage::Body), "");
+    EXPECT_EQ(Move("new21", Stage::Header), "body1") << "the first byte takes a place, and a new one is kept";
+    EXPECT_EQ(Move("new22", Stage::Header), "new21") << "but not more";
+    EXPECT_EQ(Move("new22", Stage::Busy), "");
+    EXPECT_EQ(Move("new23", Stage::Header), "body2");
+}
+
+TEST_F(ConnectionTables, GiveHandshakesThreeQuartersOfThePlaces)
+{
+    configuration.maximumConnections = 6;
+    for (const char* name : {"a", "b", "c", "d", "e"})
+    {
+        Add(name);
+    }
+    EXPECT_EQ(Move("a", Stage::Handshake), "");
+    EXPECT_EQ(Move("b", Stage::Handshake), "");
+    EXPECT_EQ(Move("c", Stage::Handshake), "");
+    EXPECT_EQ(Move("d", Stage::Handshake), "") << "at the bound";
+    EXPECT_EQ(Move("e", Stage::Handshake), "a") << "above it";
+    EXPECT_EQ(Move("b", Stage::Header), "");
+}
+
+TEST_F(ConnectionTables, EndTheNewOneInARushWhenAllOthersAreBusy)
+{
+    configuration.maximumConnections = 1;
+    for (int index = 0; index < 20; ++index)
+    {
+        Add(std::to_string(index));
+    }
+    EXPECT_EQ(Move("18", Stage::Busy), "");
+    EXPECT_EQ(Move("19", Stage::Header), "19");
+    EXPECT_EQ(Move("19", Stage::Header), "") << "it is not in the table";
 }
 
 TEST_F(ConnectionTables, EndNewConnectionsBeforeThoseWithASession)
