@@ -74,12 +74,12 @@ void NotificationManager::Publish(Notification notification) noexcept
     {
         RunGuarded([&each, &notification] { each.subscriber(notification); });
     }
-    for (auto each = subscriptions.cbegin(); each != subscriptions.cend(); ++each)
+    for (const Subscription& each : subscriptions)
     {
-        if (each->complete)
+        if (each.complete)
         {
             lock.Unlock();
-            RunGuarded(each->complete);
+            RunGuarded(each.complete);
             lock.Lock();
         }
     }

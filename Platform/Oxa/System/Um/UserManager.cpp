@@ -23,7 +23,6 @@
 namespace Oxa::System::Um
 {
 
-using Internal::Login;
 using Internal::SqliteConnection;
 using Internal::SqliteStatement;
 using Internal::SqliteTransaction;
