@@ -47,8 +47,13 @@ void WriteReport(std::initializer_list<std::string_view> parts) noexcept
 {
     if (const int file = reportFile; file >= 0)
     {
-        std::all_of(parts.begin(), parts.end(),
-                    [file](std::string_view part) { return write(file, part.data(), part.size()) >= 0; });
+        for (const std::string_view part : parts)
+        {
+            if (write(file, part.data(), part.size()) < 0)
+            {
+                break;
+            }
+        }
     }
     WriteLastLine("<2>", parts, std::chrono::milliseconds(100));
 }
