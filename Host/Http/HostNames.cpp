@@ -178,7 +178,7 @@ std::vector<BasicString> HostNames::GetAll(const address& listening) const
         }
     }
     std::ranges::sort(names);
-    names.erase(std::ranges::unique(names).begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
     return names;
 }
 
