@@ -97,9 +97,9 @@ const JsonBody::Value* JsonBody::Find(std::string_view name) const noexcept
     return found != values.end() ? &*found : nullptr;
 }
 
-std::shared_ptr<const JsonBody> ReadBody(const IHttpExchange& exchange, std::initializer_list<JsonBody::Member> members)
+std::shared_ptr<const JsonBody> ReadBody(const HttpRequest& request, std::initializer_list<JsonBody::Member> members)
 {
-    return std::make_shared<const JsonBody>(exchange.GetRequest().body, members);
+    return std::make_shared<const JsonBody>(request.body, members);
 }
 
 } // namespace Oxa::Host::Http

@@ -64,7 +64,7 @@ private:
 };
 
 /// The request's body, for a task that outlives the handler.
-[[nodiscard]] std::shared_ptr<const JsonBody> ReadBody(const IHttpExchange& exchange,
+[[nodiscard]] std::shared_ptr<const JsonBody> ReadBody(const HttpRequest& request,
                                                        std::initializer_list<JsonBody::Member> members);
 
 } // namespace Oxa::Host::Http

@@ -106,7 +106,7 @@ Handling ApiTokenRoute::List(IHttpExchange& exchange) const
 Handling ApiTokenRoute::Add(const Exchange& exchange, const Caller& caller)
 {
     constexpr auto number = JsonBody::TokenType::Number;
-    const auto body = Http::ReadBody(*exchange, {{"name"}, {"role"}, {"days", number, false}});
+    const auto body = Http::ReadBody(exchange->GetRequest(), {{"name"}, {"role"}, {"days", number, false}});
     if (const BasicString fault = FindFault(*body); !fault.empty())
     {
         return SendProblem(*exchange, {400, Http::Problems::invalidBody.code, fault});

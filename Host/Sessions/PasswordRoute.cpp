@@ -48,7 +48,7 @@ PasswordRoute::PasswordRoute(SessionManager& sessions, PasswordWorker& worker, c
 
 Handling PasswordRoute::LogIn(const Exchange& exchange)
 {
-    const auto body = Http::ReadBody(*exchange, {{"user"}, {"password"}});
+    const auto body = Http::ReadBody(exchange->GetRequest(), {{"user"}, {"password"}});
     if (!body->GetFault().empty() ||
         !System::Um::UserManager::MayBeCredentials(body->GetText("user"), body->GetText("password")))
     {
@@ -72,7 +72,7 @@ Handling PasswordRoute::ChangePassword(const Exchange& exchange, const Caller& c
     {
         return SendProblem(*exchange, Http::Problems::notForApiTokens);
     }
-    const auto body = Http::ReadBody(*exchange, {{"password"}, {"newPassword"}});
+    const auto body = Http::ReadBody(exchange->GetRequest(), {{"password"}, {"newPassword"}});
     if (!body->GetFault().empty())
     {
         return SendProblem(*exchange, {400, Http::Problems::invalidBody.code, body->GetFault()});
@@ -104,7 +104,7 @@ Handling PasswordRoute::Confirm(const Exchange& exchange, const Caller& caller)
     {
         return SendProblem(*exchange, Http::Problems::notForApiTokens);
     }
-    const auto body = Http::ReadBody(*exchange, {{"password"}});
+    const auto body = Http::ReadBody(exchange->GetRequest(), {{"password"}});
     if (!body->GetFault().empty())
     {
         return SendProblem(*exchange, {400, Http::Problems::invalidBody.code, body->GetFault()});

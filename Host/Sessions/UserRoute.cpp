@@ -115,7 +115,7 @@ Handling UserRoute::List(IHttpExchange& exchange) const
 
 Handling UserRoute::Add(const Exchange& exchange, const Caller& caller)
 {
-    const auto body = Http::ReadBody(*exchange, {{"user"}, {"password"}, {"role"}});
+    const auto body = Http::ReadBody(exchange->GetRequest(), {{"user"}, {"password"}, {"role"}});
     const BasicString fault = body->GetFault().empty() ? FindRoleFault(body->GetText("role")) : body->GetFault();
     if (!fault.empty())
     {
@@ -154,8 +154,8 @@ Handling UserRoute::Change(const Exchange& exchange, const Caller& caller, const
 {
     constexpr auto boolean = JsonBody::TokenType::Boolean;
     constexpr auto text = JsonBody::TokenType::String;
-    const auto body =
-        Http::ReadBody(*exchange, {{"role", text, false}, {"disabled", boolean, false}, {"password", text, false}});
+    const auto body = Http::ReadBody(exchange->GetRequest(),
+                                     {{"role", text, false}, {"disabled", boolean, false}, {"password", text, false}});
     if (const BasicString fault = FindFault(*body); !fault.empty())
     {
         return SendProblem(*exchange, {400, Http::Problems::invalidBody.code, fault});
