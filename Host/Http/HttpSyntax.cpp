@@ -95,6 +95,19 @@ std::string_view TakeUntil(std::string_view& text, char separator) noexcept
     return taken;
 }
 
+std::string_view FindCookie(std::string_view cookies, std::string_view name) noexcept
+{
+    while (!cookies.empty())
+    {
+        std::string_view value = TakeUntil(cookies, ';');
+        if (Trim(TakeUntil(value, '=')) == name)
+        {
+            return Trim(value);
+        }
+    }
+    return {};
+}
+
 bool IsToken(std::string_view text) noexcept
 {
     return !text.empty() && AreAll(text, [](char each) { return IsAlphanumericOr("!#$%&'*+-.^_`|~", each); });

@@ -21,6 +21,9 @@ namespace Oxa::Host::Http
 /// What comes before the separator; `text` keeps what follows it.
 [[nodiscard]] std::string_view TakeUntil(std::string_view& text, char separator) noexcept;
 
+/// The value of the first cookie of that name in the field Cookie; empty without one.
+[[nodiscard]] std::string_view FindCookie(std::string_view cookies, std::string_view name) noexcept;
+
 /// A method or the name of a field; false for an empty text.
 [[nodiscard]] bool IsToken(std::string_view text) noexcept;
 

@@ -1,5 +1,6 @@
 #include "Host/Sessions/PasswordRoute.hpp"
 
+#include "Host/Http/HttpSyntax.hpp"
 #include "Host/Http/JsonBody.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Host/Http/SecretText.hpp"
@@ -129,7 +130,7 @@ Handling PasswordRoute::Confirm(const Exchange& exchange, const Caller& caller)
 
 std::shared_ptr<PasswordRoute::Try> PasswordRoute::BeginLogIn(const IHttpExchange& exchange, std::string_view userName)
 {
-    const auto cookie = FindCookie(exchange.GetRequest(), GetBrowserCookieName(exchange.IsSecure()));
+    const auto cookie = Http::FindCookie(exchange.GetRequest().cookie, GetBrowserCookieName(exchange.IsSecure()));
     const BasicString browser = browsers.FindNumber(cookie, userName);
     return browser.empty() ? std::make_shared<Try>(throttle, userName, exchange.GetClientAddress())
                            : std::make_shared<Try>(throttle, "browser " + browser);

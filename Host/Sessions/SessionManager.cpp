@@ -41,7 +41,7 @@ Credentials FindCredentials(const Http::HttpRequest& request)
     {
         return {Http::Trim(authorization.substr(scheme.size())), false};
     }
-    return {FindCookie(request, GetSessionCookieName(request.isSecure)), true};
+    return {Http::FindCookie(request.cookie, GetSessionCookieName(request.isSecure)), true};
 }
 
 /// A cookie comes with every request to this host, also with one that a page of another site sends.
@@ -57,20 +57,6 @@ BasicString Limit(std::string_view text, std::size_t maximumBytes)
 }
 
 } // namespace
-
-std::string_view FindCookie(const Http::HttpRequest& request, std::string_view name) noexcept
-{
-    std::string_view cookies = request.cookie;
-    while (!cookies.empty())
-    {
-        std::string_view value = Http::TakeUntil(cookies, ';');
-        if (Http::Trim(Http::TakeUntil(value, '=')) == name)
-        {
-            return Http::Trim(value);
-        }
-    }
-    return {};
-}
 
 bool IsCrossOrigin(const Http::HttpRequest& request)
 {

@@ -41,9 +41,6 @@ namespace Oxa::Host::Sessions
 /// Whether the browser names another site as the origin of the request. Programs name none.
 [[nodiscard]] bool IsCrossOrigin(const Http::HttpRequest& request);
 
-/// The text of the cookie's value; empty without the cookie.
-[[nodiscard]] std::string_view FindCookie(const Http::HttpRequest& request, std::string_view name) noexcept;
-
 /// The name of the cookie that holds a session's key. Browsers accept the one for TLS from TLS only.
 [[nodiscard]] constexpr std::string_view GetSessionCookieName(bool isSecure) noexcept
 {
