@@ -28,7 +28,7 @@ void SetProtocol(SSL_CTX& context)
     constexpr int securityLevel = 2;
     SSL_CTX_set_security_level(&context, securityLevel);
     SSL_CTX_set_options(&context, SSL_OP_CIPHER_SERVER_PREFERENCE | SSL_OP_PRIORITIZE_CHACHA | SSL_OP_NO_RENEGOTIATION |
-                                      SSL_OP_NO_COMPRESSION);
+                                      SSL_OP_NO_COMPRESSION | SSL_OP_CLEANSE_PLAINTEXT);
     // Buffers are given back while a connection is idle; one read of the socket may fetch several records.
     SSL_CTX_set_mode(&context,
                      SSL_MODE_RELEASE_BUFFERS | SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
