@@ -311,7 +311,6 @@ void WbmHost::ReportReady()
 {
     if (const auto report = std::exchange(whenReady, nullptr))
     {
-        System::Commons::ReleaseStartupMemory();
         report(server->GetPort());
         // A disk may be slow: clients are served meanwhile.
         boost::asio::post(loop.GetContext(), [this] { RecordStart(); });
@@ -328,6 +327,8 @@ void WbmHost::RecordStart()
         notifications.Publish(std::move(*crash));
     }
     notifications.Publish({{}, NotificationKind::HostStarted, notificationSource, {}, "started", {}});
+    // The last part of the start, and the one that touches most of the database's library.
+    System::Commons::ReleaseStartupMemory();
 }
 
 void WbmHost::BeginShutdown()
