@@ -71,7 +71,7 @@ uint64 ReadLimit(const BasicString& path)
     return error == std::errc() && end == text.data() + text.size() ? limit : ResourceLimits::unlimited;
 }
 
-/// The path below the root of the file system of control groups; empty when there is none.
+/// The path below the root of the file system of control groups; empty without one.
 BasicString ReadControlGroup(const BasicString& path)
 {
     constexpr std::string_view unified = "0::";

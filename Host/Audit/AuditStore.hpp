@@ -60,7 +60,7 @@ public:
     /// Opens an existing trail for `List` and `Verify`.
     explicit AuditStore(BasicString path);
 
-    /// Opens a trail for everything; makes database and key when there are none. `maximumBytes`: of the database with
+    /// Opens a trail for everything; makes a missing database, with its key. `maximumBytes`: of the database with
     /// the files that SQLite keeps beside it, at least `minimumBytes`.
     AuditStore(BasicString path, std::size_t maximumBytes);
 

@@ -106,7 +106,7 @@ struct AuditConfiguration
         return maximumMebibytes * 1024 * 1024;
     }
 
-    /// "FILE:LINE" of the element, for messages; of the user database's element where there is none.
+    /// "FILE:LINE" of the element, for messages; of the user database's element without one.
     BasicString position;
 };
 

@@ -425,7 +425,7 @@ bool ModuleSupervisor::IsWanted(const Entry& entry) const
     return std::ranges::find(wanted.manifests, entry.module.GetManifest()) != wanted.manifests.end();
 }
 
-/// Null: there is none of this name.
+/// Null for an unknown name.
 std::shared_ptr<ModuleSupervisor::Entry> ModuleSupervisor::FindEntry(std::string_view name) const
 {
     const auto found =
