@@ -9,6 +9,7 @@
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
+#include <algorithm>
 #include <utility>
 
 namespace Oxa::Host::Sessions
@@ -162,10 +163,11 @@ void PasswordRoute::SendNewSession(IHttpExchange& exchange, Try& used, const Ses
         return;
     }
     const auto& [key, user] = *result.session;
+    const Configuration::SessionConfiguration& configuration = sessions.GetConfiguration();
     System::Commons::Json::JsonWriter writer;
     writer.WriteStartObject();
-    WriteSession(writer, user.name, user.roleName, user.mustChangePassword, sessions.GetConfiguration(),
-                 sessions.GetConfiguration().lifetime);
+    WriteSession(writer, user.name, user.roleName, user.mustChangePassword, configuration, configuration.lifetime,
+                 std::min(configuration.idleTimeout, configuration.lifetime));
     writer.WriteEndObject();
     const SecretText body = AppendToken(writer.GetText(), key.Get());
     const SecretText cookies = FormatCookies(key.Get(), browsers.MakeCookie(user.name), exchange.IsSecure());

@@ -18,12 +18,13 @@ BasicString FormatTime(std::chrono::seconds fromNow)
 
 void WriteSession(System::Commons::Json::JsonWriter& writer, std::string_view userName, std::string_view roleName,
                   bool mustChangePassword, const Configuration::SessionConfiguration& configuration,
-                  std::chrono::seconds remaining)
+                  std::chrono::seconds remaining, std::chrono::seconds idleLeft)
 {
     writer.WriteValue("user", userName);
     writer.WriteValue("role", roleName);
     writer.WriteValue("mustChangePassword", mustChangePassword);
     writer.WriteValue("idleSeconds", static_cast<int64>(configuration.idleTimeout.count()));
+    writer.WriteValue("idleLeftSeconds", static_cast<int64>(idleLeft.count()));
     writer.WriteValue("expires", FormatTime(remaining));
 }
 

@@ -20,10 +20,10 @@ namespace Oxa::Host::Sessions
 /// A time of the system's clock, in whole seconds.
 [[nodiscard]] BasicString FormatTime(std::chrono::seconds fromNow);
 
-/// Writes the members of a session into the open JSON object.
+/// Writes the members of a session into the open JSON object. `idleLeft`: until it ends without further use.
 void WriteSession(System::Commons::Json::JsonWriter& writer, std::string_view userName, std::string_view roleName,
                   bool mustChangePassword, const Configuration::SessionConfiguration& configuration,
-                  std::chrono::seconds remaining);
+                  std::chrono::seconds remaining, std::chrono::seconds idleLeft);
 
 /// The JSON object with one more member "token". Built in one piece, so that no part of the secret is left elsewhere.
 /// Requires: the object has members, and the token no character that JSON escapes.

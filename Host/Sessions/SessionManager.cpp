@@ -168,6 +168,7 @@ std::optional<Caller> SessionManager::Authenticate(const Http::HttpRequest& requ
                   .userName = std::move(user->name),
                   .roleName = std::move(user->roleName),
                   .remainingLifetime = found->remainingLifetime,
+                  .remainingIdleTime = found->remainingIdleTime,
                   .mayBeForged = credentials.isByCookie && MayBeForged(request),
                   .mustChangePassword = user->mustChangePassword,
                   .sessionId = found->id};

@@ -56,6 +56,8 @@ struct Caller
     BasicString roleName;
     /// Of the session.
     std::chrono::seconds remainingLifetime{0};
+    /// Until the session ends without further use.
+    std::chrono::seconds remainingIdleTime{0};
     /// A cookie-authenticated write from another site, or without an origin, so the request may be forged (CSRF).
     /// Browsers name the origin of every write.
     bool mayBeForged = false;

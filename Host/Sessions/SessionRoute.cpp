@@ -54,7 +54,7 @@ Handling SessionRoute::SendSession(IHttpExchange& exchange, const Caller& caller
     else
     {
         WriteSession(writer, caller.userName, caller.roleName, caller.mustChangePassword, sessions.GetConfiguration(),
-                     caller.remainingLifetime);
+                     caller.remainingLifetime, caller.remainingIdleTime);
     }
     writer.WriteEndObject();
     exchange.Send({200, Http::jsonMediaType, writer.GetText()});

@@ -79,9 +79,12 @@ std::optional<SessionTable::Found> SessionTable::Find(std::string_view key, bool
         return std::nullopt;
     }
     session.lastUsed = isUse ? now : session.lastUsed;
-    const auto remaining =
-        std::chrono::duration_cast<std::chrono::seconds>(session.created + configuration.lifetime - now);
-    return Found{session.id, session.logIn.securityToken, session.logIn.userName, remaining};
+    using std::chrono::floor;
+    using std::chrono::seconds;
+    const auto lifetime = floor<seconds>(session.created + configuration.lifetime - now);
+    const auto idleTime = floor<seconds>(session.lastUsed + configuration.idleTimeout - now);
+    return Found{session.id, session.logIn.securityToken, session.logIn.userName, lifetime,
+                 std::min(idleTime, lifetime)};
 }
 
 std::optional<SessionTable::Session> SessionTable::Remove(std::string_view key)

@@ -57,6 +57,8 @@ public:
         System::Um::SecurityToken securityToken;
         BasicString userName;
         std::chrono::seconds remainingLifetime{0};
+        /// Until the session ends without further use.
+        std::chrono::seconds remainingIdleTime{0};
     };
 
     /// A session in a list.

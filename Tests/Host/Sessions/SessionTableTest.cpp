@@ -46,6 +46,7 @@ TEST_F(SessionTables, FindASessionByItsWholeKeyOnly)
     EXPECT_EQ(found->securityToken, SecurityToken(1));
     EXPECT_EQ(found->userName, "ann");
     EXPECT_EQ(found->remainingLifetime, seconds(250));
+    EXPECT_EQ(found->remainingIdleTime, seconds(100));
     EXPECT_NE(found->id, 0U);
     EXPECT_FALSE(IsThere(key.substr(1)));
     EXPECT_FALSE(IsThere(key + "A"));
@@ -90,6 +91,26 @@ TEST_F(SessionTables, EndASessionThatIsNotUsedAndAnyWhenItsTimeIsOver)
     }
     now += seconds(1);
     EXPECT_FALSE(table.Find(idle, true)) << "was no use";
+}
+
+TEST_F(SessionTables, TellHowLongASessionLastsWithoutFurtherUse)
+{
+    struct Step
+    {
+        int wait;
+        bool isUse;
+        int expected;
+    };
+
+    const BasicString key = LogIn("ann");
+    for (const auto& [wait, isUse, expected] :
+         {Step{60, false, 40}, {39, false, 1}, {0, true, 100}, {90, true, 61}, {10, false, 51}, {51, false, -1}})
+    {
+        now += seconds(wait);
+        const auto found = table.Find(key, isUse);
+        EXPECT_EQ(found ? found->remainingIdleTime : seconds(-1), seconds(expected))
+            << "after " << wait << " s; the end of the lifetime is the last one";
+    }
 }
 
 TEST_F(SessionTables, EndAUsersLeastRecentlyUsedSessionWhenTheUserHasTooMany)
