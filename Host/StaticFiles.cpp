@@ -358,6 +358,11 @@ void StaticFiles::RemoveFolder(std::string_view path)
     }
 }
 
+bool StaticFiles::Serves(std::string_view path) const
+{
+    return Find(path) != nullptr;
+}
+
 Handling StaticFiles::Handle(const std::shared_ptr<Http::IHttpExchange>& exchange)
 {
     const auto file = Find(exchange->GetRequest().path);

@@ -48,6 +48,9 @@ public:
     /// Serves nothing below the path any more, unless another folder does.
     void RemoveFolder(std::string_view path);
 
+    /// Whether there is a file for this path.
+    [[nodiscard]] bool Serves(std::string_view path) const;
+
     /// 404 for a path without a file. Throws InvalidOperationException when the file cannot be read.
     [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange);
 

@@ -102,8 +102,8 @@ private:
     /// Ends before the routes whose tasks it runs.
     Sessions::PasswordWorker passwordWorker;
     Modules::Dispatcher dispatcher;
-    Api::SystemRoutes systemRoutes;
     StaticFiles staticFiles;
+    Api::SystemRoutes systemRoutes;
     /// Below which the pages of modules are served.
     std::set<BasicString> modulePagePaths;
     Audit::AuditRoute auditRoute;

@@ -4,6 +4,7 @@
 #include "Host/Http/Problem.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
 #include "Host/Modules/ModuleSupervisor.hpp"
+#include "Host/StaticFiles.hpp"
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmPageHandlerBase.hpp"
 #include "Oxa/System/Acf/ComponentManager.hpp"
@@ -12,6 +13,7 @@
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <exception>
 #include <utility>
@@ -82,6 +84,21 @@ void WriteModule(JsonWriter& writer, const Modules::ModuleSupervisor::ModuleStat
     writer.TryWriteEndComplexArray();
 }
 
+/// What a page needs to show it: the module's script, if that is served, and texts.
+void WritePageFiles(JsonWriter& writer, const Modules::ModuleManifest& manifest, const StaticFiles& files)
+{
+    const BasicString folder = Modules::GetPagePath(manifest.name);
+    const BasicString entry = folder + "page.js";
+    writer.WriteValue("module", manifest.name);
+    writer.WriteValue("entry", files.Serves(entry) ? entry : "");
+    writer.WriteStartObject("texts");
+    for (const auto& [language, file] : manifest.languageFiles)
+    {
+        writer.WriteValue(language, folder + file);
+    }
+    writer.WriteEndObject();
+}
+
 const char* GetVisibilityName(VisibilityAttribute visibility) noexcept
 {
     switch (visibility)
@@ -142,6 +159,7 @@ Handling SystemRoutes::HandlePages(const Exchange& exchange, System::Um::Securit
 
 void SystemRoutes::SendPages(Http::IHttpExchange& exchange, System::Um::SecurityToken securityToken) const
 {
+    const auto modules = parts.modules.GetStatuses();
     JsonWriter writer;
     writer.WriteStartObject();
     writer.WriteStartComplexArray("pages");
@@ -152,6 +170,10 @@ void SystemRoutes::SendPages(Http::IHttpExchange& exchange, System::Um::Security
         writer.WriteValue("pageName", page->info.GetPageName());
         writer.WriteValue("parentPageName", page->info.GetParentPageName());
         writer.WriteValue("visibility", GetVisibilityName(GetVisibility(*page, securityToken)));
+        const auto owner = std::ranges::find_if(modules, [&page](const auto& each)
+                                                { return std::ranges::count(each.pageNames, page->name) != 0; });
+        // The module may have left in this moment.
+        WritePageFiles(writer, owner == modules.end() ? Modules::ModuleManifest{} : owner->manifest, parts.files);
         writer.WriteEndComplexArrayItem();
     }
     writer.TryWriteEndComplexArray();

@@ -16,6 +16,11 @@ namespace Oxa::System::Um
 class UserManager;
 }
 
+namespace Oxa::Host
+{
+class StaticFiles;
+}
+
 namespace Oxa::Host::Audit
 {
 class AuditTrail;
@@ -45,6 +50,7 @@ public:
         const System::Acf::ComponentManager& components;
         const System::Um::UserManager& users;
         const Audit::AuditTrail& auditTrail;
+        const StaticFiles& files;
     };
 
     explicit SystemRoutes(const Parts& parts);

@@ -178,7 +178,8 @@ TEST(Pages, AreShownAsTheUserSeesThem)
     host.WaitUntilReady();
     EXPECT_EQ(host.Ask("GET", "/api/v1/pages").result_int(), 401U);
     EXPECT_EQ(host.Ask("GET", "/api/v1/pages", host.LogIn()).body(),
-              R"({"pages":[{"dataName":"FakeDp","pageName":"fake","parentPageName":"","visibility":"visible"}],)"
+              R"({"pages":[{"dataName":"FakeDp","pageName":"fake","parentPageName":"","visibility":"visible",)"
+              R"("module":"Fake","entry":"","texts":{}}],)"
               R"("languages":["eo"]})");
 }
 

@@ -159,18 +159,23 @@ TEST_F(Reloading, ServesThePagesOfTheModulesThatThereAre)
 {
     const Support::TemporaryFolder page;
     page.Write("eo.json", "{}");
+    const BasicString texts = R"("module":"Fake","entry":"","texts":{"eo":"/modules/Fake/eo.json"}})";
     const BasicString module = R"(<Module name="Fake" library="${FAKES}/libFakeModuleLibrary.so"><Page folder=")" +
                                page.GetPath() + R"("><Language name="eo" file="eo.json"/></Page></Module>)";
     StartHost({.modules = module});
     EXPECT_EQ(host->Ask("GET", "/modules/Fake/eo.json").body(), "{}");
     EXPECT_THAT(host->Ask("GET", "/api/v1/modules", admin).body(),
                 HasSubstr(R"("languages":[{"name":"eo","file":"/modules/Fake/eo.json"}])"));
+    EXPECT_THAT(host->Ask("GET", "/api/v1/pages", admin).body(), HasSubstr(texts));
     host->WriteManifests("");
     SendHangup();
     EXPECT_TRUE(Becomes("/modules/Fake/eo.json", 404));
+    page.Write("page.js", "export const mount = () => {};");
     host->WriteManifests(module);
     SendHangup();
     EXPECT_TRUE(Becomes("/modules/Fake/eo.json", 200));
+    EXPECT_THAT(host->Ask("GET", "/api/v1/pages", admin).body(),
+                HasSubstr(R"("entry":"/modules/Fake/page.js","texts")"));
     EXPECT_EQ(host->Stop(), 0);
 }
 
