@@ -1,0 +1,198 @@
+// Requests to the host. What a response holds is typed by the host's own description of its interface.
+import type { components, paths } from "../generated/Api";
+
+export type Schemas = components["schemas"];
+export type Problem = Schemas["Problem"];
+
+/** The host refused a request; `code` is stable and meant for programs. */
+export class ProblemError extends Error {
+  constructor(
+    readonly problem: Problem,
+    readonly retryAfterSeconds: number | undefined,
+  ) {
+    super(problem.detail);
+  }
+
+  get code(): string {
+    return this.problem.code;
+  }
+}
+
+/** A module carried a request out and reports an error of its own. */
+export class ModuleError extends Error {
+  constructor(readonly code: string) {
+    super(code);
+  }
+}
+
+/** No response, or one that is not the host's: the controller is away, or something between has failed. */
+export class ConnectionError extends Error {}
+
+type Method = "get" | "post" | "patch" | "delete";
+type OperationOf<P extends keyof paths, M extends Method> = M extends keyof paths[P] ? paths[P][M] : never;
+type JsonOf<T> = T extends { content: { "application/json": infer R } } ? R : undefined;
+type ResponsesOf<T> = T extends { responses: infer R } ? R : never;
+type ResultOf<T> =
+  ResponsesOf<T> extends { 200: infer R }
+    ? JsonOf<R>
+    : ResponsesOf<T> extends { 201: infer R }
+      ? JsonOf<R>
+      : undefined;
+type BodyOf<T> = T extends { requestBody: { content: { "application/json": infer R } } } ? R : undefined;
+
+/** The paths that have the method. */
+export type PathsOf<M extends Method> = {
+  [P in keyof paths]: OperationOf<P, M> extends { responses: object } ? P : never;
+}[keyof paths];
+
+export interface CallOptions {
+  /** Values for `{name}` in the path. */
+  readonly parameters?: Readonly<Record<string, string>>;
+  readonly query?: Readonly<Record<string, string | number>>;
+  /** A request that the user did not cause: it does not keep the session alive. */
+  readonly background?: boolean;
+  readonly signal?: AbortSignal;
+}
+
+export interface ModuleRequestOptions {
+  /** The query as it stands behind `?`, or its parameters. */
+  readonly query?: string | Readonly<Record<string, string | number>>;
+  readonly method?: "GET" | "POST";
+  readonly background?: boolean;
+  readonly signal?: AbortSignal;
+}
+
+interface Envelope {
+  readonly errorCode: string;
+  readonly resultKind: number;
+  readonly payload: object;
+}
+
+/** What the shell does about a session that ended, and about one that is used. */
+export interface SessionObserver {
+  sessionEnded(code: "no-session" | "password-change-needed"): void;
+  sessionUsed(): void;
+}
+
+let observer: SessionObserver | undefined;
+
+export function observeSession(newObserver: SessionObserver): void {
+  observer = newObserver;
+}
+
+const requestTimeoutMilliseconds = 20_000;
+
+async function fetchResponse(path: string, init: RequestInit, background: boolean): Promise<Response> {
+  const headers = new Headers(init.headers);
+  if (background) {
+    headers.set("Oxa-Activity", "background");
+  }
+  const timeout = AbortSignal.timeout(requestTimeoutMilliseconds);
+  const aborted = new AbortController();
+  const abort = () => aborted.abort();
+  timeout.addEventListener("abort", abort);
+  init.signal?.addEventListener("abort", abort);
+  try {
+    if (init.signal?.aborted) {
+      throw new ConnectionError("aborted");
+    }
+    return await fetch(path, {
+      ...init,
+      headers,
+      signal: aborted.signal,
+      cache: "no-store",
+      redirect: "error",
+    });
+  } catch (error) {
+    throw new ConnectionError(error instanceof Error ? error.message : String(error));
+  } finally {
+    timeout.removeEventListener("abort", abort);
+    init.signal?.removeEventListener("abort", abort);
+  }
+}
+
+function isProblem(value: unknown): value is Problem {
+  return typeof value === "object" && value !== null && "code" in value && typeof value.code === "string";
+}
+
+async function readProblem(response: Response): Promise<Error> {
+  const body: unknown = await response.json().catch(() => undefined);
+  if (!isProblem(body)) {
+    return new ConnectionError(`HTTP ${response.status}`);
+  }
+  const seconds = Number(response.headers.get("Retry-After") ?? Number.NaN);
+  return new ProblemError(body, Number.isFinite(seconds) ? seconds : undefined);
+}
+
+async function send(path: string, init: RequestInit, background: boolean): Promise<unknown> {
+  const response = await fetchResponse(path, init, background);
+  if (!response.ok) {
+    const error = await readProblem(response);
+    if (
+      error instanceof ProblemError &&
+      (error.code === "no-session" || error.code === "password-change-needed")
+    ) {
+      observer?.sessionEnded(error.code);
+    }
+    throw error;
+  }
+  if (!background) {
+    observer?.sessionUsed();
+  }
+  if (response.status === 204) {
+    return undefined;
+  }
+  return response.json().catch(() => {
+    throw new ConnectionError("the response is incomplete");
+  });
+}
+
+function toQuery(query: string | Readonly<Record<string, string | number>> | undefined): string {
+  if (query === undefined || typeof query === "string") {
+    return query ? `?${query}` : "";
+  }
+  const pairs = Object.entries(query).map(([name, value]) => `${name}=${encodeURIComponent(value)}`);
+  return pairs.length > 0 ? `?${pairs.join("&")}` : "";
+}
+
+function fillPath(path: string, parameters: Readonly<Record<string, string>> = {}): string {
+  return path.replace(/\{([^}]+)\}/g, (_, name: string) => encodeURIComponent(parameters[name] ?? ""));
+}
+
+/** Sends a request of the host's own interface. Throws ProblemError or ConnectionError. */
+export async function call<M extends Method, P extends PathsOf<M>>(
+  method: M,
+  path: P,
+  body?: BodyOf<OperationOf<P, M>>,
+  options: CallOptions = {},
+): Promise<ResultOf<OperationOf<P, M>>> {
+  const init: RequestInit = { method: method.toUpperCase() };
+  if (body !== undefined) {
+    init.body = JSON.stringify(body);
+    init.headers = { "Content-Type": "application/json" };
+  }
+  if (options.signal) {
+    init.signal = options.signal;
+  }
+  const target = fillPath(path, options.parameters) + toQuery(options.query);
+  return (await send(target, init, options.background ?? false)) as ResultOf<OperationOf<P, M>>;
+}
+
+/** Sends a request to a module's data provider and returns the payload. Throws ModuleError, ProblemError or
+ * ConnectionError. The caller says what the payload is: that is between the page and its module. */
+export async function request<T extends object>(
+  provider: string,
+  name: string,
+  options: ModuleRequestOptions = {},
+): Promise<T> {
+  const init: RequestInit = { method: options.method ?? "GET" };
+  if (options.signal) {
+    init.signal = options.signal;
+  }
+  const path = `/api/v1/${encodeURIComponent(provider)}/${encodeURIComponent(name)}${toQuery(options.query)}`;
+  const envelope = (await send(path, init, options.background ?? false)) as Envelope;
+  if (envelope.errorCode !== "") {
+    throw new ModuleError(envelope.errorCode);
+  }
+  return envelope.payload as T;
+}

@@ -1,0 +1,99 @@
+// Reads again and again what a page shows: one request after another, none while the page is hidden, and less often
+// what fails.
+
+export interface PolledRead {
+  /** Reads once. Throws when there is no value. */
+  read(signal: AbortSignal): Promise<void>;
+  /** Default: `periodMilliseconds`. */
+  readonly everyMilliseconds?: number;
+}
+
+export const periodMilliseconds = 2_000;
+const maximumDelayMilliseconds = 30_000;
+
+/** The time to the next try after this many failures in sequence. */
+export function getDelay(everyMilliseconds: number, failures: number): number {
+  return failures === 0
+    ? everyMilliseconds
+    : Math.max(
+        everyMilliseconds,
+        Math.min(maximumDelayMilliseconds, everyMilliseconds * 2 ** (failures - 1)),
+      );
+}
+
+interface Entry {
+  readonly polled: PolledRead;
+  failures: number;
+  dueAt: number;
+}
+
+/** One at a time: the reads never overlap. */
+export class Poller {
+  private readonly entries: Entry[] = [];
+  private readonly aborted = new AbortController();
+  private timer: ReturnType<typeof setTimeout> | undefined;
+  private isReading = false;
+
+  constructor() {
+    document.addEventListener("visibilitychange", this.wake, { signal: this.aborted.signal });
+    window.addEventListener("online", this.wake, { signal: this.aborted.signal });
+  }
+
+  add(polled: PolledRead): void {
+    this.entries.push({ polled, failures: 0, dueAt: 0 });
+    this.wake();
+  }
+
+  /** Milliseconds on the clock of `performance.now()`. */
+  getDueTime(polled: PolledRead): number {
+    return this.entries.find((entry) => entry.polled === polled)?.dueAt ?? 0;
+  }
+
+  /** Reads everything now. */
+  readonly refresh = (): void => {
+    for (const entry of this.entries) {
+      entry.dueAt = 0;
+    }
+    this.wake();
+  };
+
+  stop(): void {
+    clearTimeout(this.timer);
+    this.aborted.abort();
+  }
+
+  private readonly wake = (): void => {
+    clearTimeout(this.timer);
+    if (this.aborted.signal.aborted || document.hidden || this.isReading || this.entries.length === 0) {
+      return;
+    }
+    const next = Math.min(...this.entries.map((entry) => entry.dueAt));
+    this.timer = setTimeout(() => void this.readDue(), Math.max(0, next - performance.now()));
+  };
+
+  private async readDue(): Promise<void> {
+    this.isReading = true;
+    for (const entry of this.entries) {
+      if (entry.dueAt <= performance.now() && !this.aborted.signal.aborted && !document.hidden) {
+        await this.readOne(entry);
+      }
+    }
+    this.isReading = false;
+    this.wake();
+  }
+
+  private async readOne(entry: Entry): Promise<void> {
+    const begin = performance.now();
+    try {
+      await entry.polled.read(this.aborted.signal);
+      entry.failures = 0;
+    } catch {
+      // The read keeps the cause for the reader; here only the pace changes.
+      entry.failures += 1;
+    }
+    entry.dueAt =
+      Math.max(begin, entry.dueAt) +
+      getDelay(entry.polled.everyMilliseconds ?? periodMilliseconds, entry.failures);
+    entry.dueAt = Math.max(entry.dueAt, performance.now());
+  }
+}

@@ -1,0 +1,35 @@
+// A card: one matter, with its title, and what is said when its values are old.
+import type { ComponentChildren } from "preact";
+import { useId } from "preact/hooks";
+
+interface CardProps {
+  readonly title: string;
+  /** Behind the title: marks, choices. */
+  readonly aside?: ComponentChildren;
+  /** "as of 02:51"; set when the values are old. */
+  readonly since?: string | undefined;
+  /** Why they are old, in words. */
+  readonly note?: string | undefined;
+  /** For the grid of the page. */
+  readonly class?: string;
+  readonly children: ComponentChildren;
+}
+
+export function Card({ title, aside, since, note, class: name = "", children }: CardProps) {
+  const titleId = useId();
+  return (
+    <section class={`oxa-card ${name}`} aria-labelledby={titleId}>
+      <div class="oxa-card-head">
+        <h2 id={titleId} class="oxa-card-title">
+          {title}
+        </h2>
+        {since ? <span class="oxa-card-since">{since}</span> : null}
+        {aside}
+      </div>
+      <div class="oxa-card-body" data-stale={since ? "true" : "false"}>
+        {children}
+      </div>
+      {note ? <p class="oxa-card-note">{note}</p> : null}
+    </section>
+  );
+}

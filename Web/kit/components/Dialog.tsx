@@ -1,0 +1,47 @@
+// A modal dialog. The browser keeps the focus inside and gives it back; Escape cancels.
+import type { ComponentChildren } from "preact";
+import { useEffect, useId, useRef } from "preact/hooks";
+
+interface DialogProps {
+  readonly title: string;
+  readonly onCancel: () => void;
+  /** What the Enter key does as well; without it, nothing is submitted. */
+  readonly onSubmit?: () => void;
+  readonly actions: ComponentChildren;
+  readonly children: ComponentChildren;
+}
+
+/** The element with `data-autofocus` gets the focus, else the first one that can have it. */
+export function Dialog({ title, onCancel, onSubmit, actions, children }: DialogProps) {
+  const dialog = useRef<HTMLDialogElement>(null);
+  const titleId = useId();
+  useEffect(() => {
+    const element = dialog.current;
+    const previous = document.activeElement;
+    element?.showModal();
+    element?.querySelector<HTMLElement>("[data-autofocus]")?.focus();
+    return () => {
+      element?.close();
+      if (previous instanceof HTMLElement && previous.isConnected) {
+        previous.focus();
+      }
+    };
+  }, []);
+  const cancel = (event: Event) => {
+    event.preventDefault();
+    onCancel();
+  };
+  const submit = (event: Event) => {
+    event.preventDefault();
+    onSubmit?.();
+  };
+  return (
+    <dialog ref={dialog} class="oxa-dialog" aria-labelledby={titleId} onCancel={cancel}>
+      <form method="dialog" onSubmit={submit}>
+        <h2 id={titleId}>{title}</h2>
+        <div class="oxa-stack">{children}</div>
+        <div class="oxa-dialog-actions">{actions}</div>
+      </form>
+    </dialog>
+  );
+}

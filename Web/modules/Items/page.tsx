@@ -1,0 +1,6 @@
+import type { MountFunction } from "../../kit/Page";
+
+export const mount: MountFunction = (root) => {
+  root.textContent = "";
+  return () => undefined;
+};

@@ -1,0 +1,72 @@
+import { useEffect } from "preact/hooks";
+import { Button } from "../kit/components/Basics";
+import { showCondition } from "./Badge";
+import { Header } from "./Header";
+import { text } from "./Language";
+import { LogIn } from "./LogIn";
+import { MainContent } from "./MainContent";
+import { Navigation } from "./Navigation";
+import { PasswordChange } from "./PasswordChange";
+import { readSession, session } from "./Session";
+import { condition, device, notice, readPages } from "./State";
+
+const retryMilliseconds = 2_000;
+
+export function App() {
+  const state = session.value;
+  useEffect(() => showCondition(condition.value, device.value), [condition.value, device.value]);
+  useEffect(() => {
+    if (state.kind === "loggedIn") {
+      void readPages().catch(() => undefined);
+    }
+  }, [state.kind]);
+  switch (state.kind) {
+    case "unknown":
+      return null;
+    case "unreachable":
+      return <Unreachable />;
+    case "loggedOut":
+      return <LogIn hasEnded={state.hasEnded} />;
+    case "passwordChange":
+      return <PasswordChange user={state.user} />;
+    case "loggedIn":
+      return <Frame />;
+  }
+}
+
+function Unreachable() {
+  useEffect(() => {
+    const timer = setInterval(() => void readSession(), retryMilliseconds);
+    return () => clearInterval(timer);
+  }, []);
+  return (
+    <main class="shell-center">
+      <div class="oxa-card shell-form">
+        <h1 class="oxa-page-title">{text("unreachable.title")}</h1>
+        <p role="status">{text("unreachable.text")}</p>
+        <Button onClick={() => void readSession()}>{text("unreachable.retry")}</Button>
+      </div>
+    </main>
+  );
+}
+
+function Frame() {
+  return (
+    <div class="shell">
+      <button type="button" class="shell-skip" onClick={skipToContent}>
+        {text("shell.skip")}
+      </button>
+      <Header />
+      <Navigation />
+      <MainContent />
+      <p class="oxa-hidden" role="status">
+        {notice.value}
+      </p>
+    </div>
+  );
+}
+
+/** No link: the hash is the route. */
+function skipToContent() {
+  document.getElementById("content")?.focus();
+}

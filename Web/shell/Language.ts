@@ -1,0 +1,71 @@
+// The language of the page and the shell's texts in it.
+import { computed, signal } from "@preact/signals";
+import {
+  type Catalogue,
+  chooseLanguage,
+  makeTextFunction,
+  type TextFunction,
+  type Values,
+} from "../kit/Texts";
+import type english from "./texts/en.json";
+
+type WithoutForm<K> = K extends `${infer Base}.one` | `${infer Base}.other` ? Base : K;
+/** A key of the catalogue, without the ending of a plural form. */
+export type TextKey = WithoutForm<keyof typeof english>;
+
+/** The shell's own languages; a module may have others or fewer, then its page comes in English. */
+export const languages = ["en", "de"] as const;
+const storageKey = "oxa.language";
+
+export const language = signal<string>("en");
+const catalogue = signal<Catalogue>({});
+
+const textFunction = computed<TextFunction>(() => makeTextFunction(catalogue.value, language.value));
+
+export function text(key: TextKey, values?: Values): string {
+  return textFunction.value(key, values);
+}
+
+/** For keys that are made at run time, such as those of failures. */
+export function lookUp(key: string, values?: Values): string {
+  return textFunction.value(key, values);
+}
+
+/** The shell's texts in the present language, for pages. */
+export function getCatalogue(): Catalogue {
+  return catalogue.value;
+}
+
+async function load(name: string): Promise<Catalogue> {
+  return name === "de"
+    ? (await import("./texts/de.json")).default
+    : (await import("./texts/en.json")).default;
+}
+
+/** `announced`: what the host's modules have; empty before that is known. */
+export async function setLanguage(name: string): Promise<void> {
+  catalogue.value = await load(name);
+  language.value = name;
+  document.documentElement.lang = name;
+}
+
+export async function startLanguage(): Promise<void> {
+  const stored = localStorage.getItem(storageKey);
+  await setLanguage(chooseLanguage(stored ? [stored] : navigator.languages, languages));
+}
+
+/** Takes the browser's choice among what the host announces, unless the user chose a language. */
+export async function applyAnnounced(announced: readonly string[]): Promise<void> {
+  const offered = languages.filter((each) => announced.includes(each));
+  if (!localStorage.getItem(storageKey) && offered.length > 0) {
+    const chosen = chooseLanguage(navigator.languages, offered);
+    if (chosen !== language.peek()) {
+      await setLanguage(chosen);
+    }
+  }
+}
+
+export async function chooseByUser(name: string): Promise<void> {
+  localStorage.setItem(storageKey, name);
+  await setLanguage(name);
+}

@@ -1,0 +1,83 @@
+// The view or page that the address names.
+import type { ComponentType } from "preact";
+import { useEffect, useRef, useState } from "preact/hooks";
+import { Banner } from "../kit/components/Basics";
+import { lookUp, text } from "./Language";
+import { PageHost } from "./PageHost";
+import { session } from "./Session";
+import { attention, homeRoute, pages, route } from "./State";
+import { type View, views } from "./Views";
+
+export function MainContent() {
+  const name = route.value || homeRoute;
+  const main = useRef<HTMLElement>(null);
+  const shownName = useRef(name);
+  useEffect(() => {
+    // A change of view moves the focus, so that it is never lost.
+    if (shownName.current !== name) {
+      shownName.current = name;
+      main.current?.focus();
+      window.scrollTo(0, 0);
+    }
+  }, [name]);
+  return (
+    <main id="content" class="shell-content" tabIndex={-1} ref={main}>
+      <AttentionLines />
+      <Content key={name} name={name} />
+    </main>
+  );
+}
+
+function AttentionLines() {
+  return (
+    <>
+      {attention.value.map((item) => (
+        <Banner key={item.id} level={item.level} title={item.subject}>
+          {item.text}
+        </Banner>
+      ))}
+    </>
+  );
+}
+
+function Content({ name }: { readonly name: string }) {
+  const state = session.value;
+  const view = views.find((each) => each.name === name);
+  if (view) {
+    const isAllowed = state.kind === "loggedIn" && (view.role === undefined || view.role === state.role);
+    return isAllowed ? <ShellView view={view} /> : <Banner>{lookUp("failure.no-permission")}</Banner>;
+  }
+  const page = pages.value.find((each) => each.pageName === name && each.entry !== "");
+  if (page) {
+    return page.visibility === "visible" ? (
+      <PageHost page={page} />
+    ) : (
+      <Banner>{lookUp("failure.not-available")}</Banner>
+    );
+  }
+  return pages.value.length > 0 ? <Banner>{text("shell.unknownPage")}</Banner> : null;
+}
+
+function ShellView({ view }: { readonly view: View }) {
+  const [Loaded, setLoaded] = useState<ComponentType | undefined>();
+  const [hasFailed, setHasFailed] = useState(false);
+  useEffect(() => {
+    let isShown = true;
+    view.load().then(
+      (found) => isShown && setLoaded(() => found.default),
+      () => isShown && setHasFailed(true),
+    );
+    return () => {
+      isShown = false;
+    };
+  }, [view]);
+  if (hasFailed) {
+    return <Banner>{text("shell.loadFailed")}</Banner>;
+  }
+  return Loaded ? (
+    <>
+      <h1 class="oxa-page-title">{text(view.title)}</h1>
+      <Loaded />
+    </>
+  ) : null;
+}

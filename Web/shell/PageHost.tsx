@@ -1,0 +1,96 @@
+// Shows a page that a module brings: loads its entry and texts, and gives it what it may use.
+import { useEffect, useRef, useState } from "preact/hooks";
+import { request } from "../kit/Api";
+import { Banner } from "../kit/components/Basics";
+import type { PageContext, PageModule } from "../kit/Page";
+import { type Catalogue, chooseLanguage, makeTextFunction } from "../kit/Texts";
+import { getCatalogue, language, text } from "./Language";
+import { session } from "./Session";
+import { attention, device, isAway, type ModulePage, navigate, notice } from "./State";
+
+async function loadTexts(page: ModulePage): Promise<Catalogue> {
+  const texts = page.texts as Readonly<Record<string, string>>;
+  const path = texts[chooseLanguage([language.value, "en"], Object.keys(texts))];
+  if (!path) {
+    return {};
+  }
+  const response = await fetch(path);
+  return response.ok ? ((await response.json()) as Catalogue) : {};
+}
+
+/** Each style sheet is loaded once and stays. */
+function loadStyle(address: string): Promise<void> {
+  if (document.querySelector(`link[href="${CSS.escape(address)}"]`)) {
+    return Promise.resolve();
+  }
+  return new Promise((resolve, reject) => {
+    const link = document.createElement("link");
+    link.rel = "stylesheet";
+    link.href = address;
+    link.onload = () => resolve();
+    link.onerror = () => reject(new Error(address));
+    document.head.append(link);
+  });
+}
+
+async function loadModule(entry: string): Promise<PageModule> {
+  const module = (await import(entry)) as PageModule;
+  const base = new URL(entry, document.baseURI);
+  await Promise.all((module.styles ?? []).map((name) => loadStyle(new URL(name, base).pathname)));
+  return module;
+}
+
+function makeContext(pageTexts: Catalogue, signal: AbortSignal): PageContext {
+  const state = session.peek();
+  if (state.kind !== "loggedIn") {
+    throw new Error("no session");
+  }
+  return {
+    language: language.peek(),
+    text: makeTextFunction({ ...getCatalogue(), ...pageTexts }, language.peek()),
+    session: { user: state.user, role: state.role },
+    signal,
+    request: (provider, name, options = {}) => request(provider, name, { signal, ...options }),
+    setAttention: (items) => {
+      attention.value = items;
+    },
+    setDevice: (identity) => {
+      device.value = identity;
+    },
+    setAway: (away) => {
+      isAway.value = away;
+    },
+    notify: (line) => {
+      notice.value = line;
+    },
+    navigate,
+  };
+}
+
+export function PageHost({ page }: { readonly page: ModulePage }) {
+  const root = useRef<HTMLDivElement>(null);
+  const [hasFailed, setHasFailed] = useState(false);
+  const usedLanguage = language.value;
+  useEffect(() => {
+    const aborted = new AbortController();
+    let unmount: (() => void) | undefined;
+    const show = async () => {
+      const [module, texts] = await Promise.all([loadModule(page.entry), loadTexts(page)]);
+      if (!aborted.signal.aborted && root.current) {
+        unmount = module.mount(root.current, makeContext(texts, aborted.signal));
+      }
+    };
+    show().catch(() => setHasFailed(true));
+    return () => {
+      aborted.abort();
+      unmount?.();
+      attention.value = [];
+    };
+  }, [page.entry, usedLanguage]);
+  return (
+    <>
+      {hasFailed ? <Banner>{text("shell.loadFailed")}</Banner> : null}
+      <div class="shell-page" ref={root} />
+    </>
+  );
+}

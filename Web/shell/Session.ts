@@ -1,0 +1,111 @@
+// Who is logged in, in one signal, and how long the session lasts without use.
+import { computed, signal } from "@preact/signals";
+import { ConnectionError, call, observeSession, ProblemError, type Schemas } from "../kit/Api";
+
+export type Role = Schemas["Role"];
+
+export type SessionState =
+  | { readonly kind: "unknown" }
+  /** The host does not answer, so it is not known whether there is a session. */
+  | { readonly kind: "unreachable" }
+  | { readonly kind: "loggedOut"; readonly hasEnded: boolean }
+  | { readonly kind: "passwordChange"; readonly user: string }
+  | {
+      readonly kind: "loggedIn";
+      readonly user: string;
+      readonly role: Role;
+      readonly idleSeconds: number;
+      readonly expires: string;
+    };
+
+export const session = signal<SessionState>({ kind: "unknown" });
+
+/** Now, on the browser's clock, once in a while: `performance.now()` in milliseconds. */
+export const clock = signal(performance.now());
+const lastUse = signal(performance.now());
+
+/** Whole seconds until the session ends by itself; not set without one. */
+export const secondsLeft = computed(() => {
+  const state = session.value;
+  if (state.kind !== "loggedIn") {
+    return undefined;
+  }
+  const idleLeft = state.idleSeconds - (clock.value - lastUse.value) / 1000;
+  const lifeLeft = (Date.parse(state.expires) - Date.now()) / 1000;
+  return Math.max(0, Math.floor(Math.min(idleLeft, lifeLeft)));
+});
+
+const clockMilliseconds = 10_000;
+const useMilliseconds = 30_000;
+let lastSent = 0;
+
+export function startSession(): void {
+  observeSession({
+    sessionEnded: (code) => {
+      const { value } = session;
+      if (code === "password-change-needed" && value.kind === "loggedIn") {
+        session.value = { kind: "passwordChange", user: value.user };
+      } else if (code === "no-session" && value.kind !== "loggedOut") {
+        session.value = {
+          kind: "loggedOut",
+          hasEnded: value.kind !== "unknown" && value.kind !== "unreachable",
+        };
+      }
+    },
+    sessionUsed: () => {
+      lastUse.value = clock.value = performance.now();
+    },
+  });
+  setInterval(() => {
+    clock.value = performance.now();
+  }, clockMilliseconds);
+  for (const event of ["pointerdown", "keydown"]) {
+    window.addEventListener(event, reportUse, { passive: true });
+  }
+}
+
+/** Who uses the page without sending requests keeps the session alive as well. */
+function reportUse(): void {
+  if (session.peek().kind === "loggedIn" && performance.now() - lastSent > useMilliseconds) {
+    lastSent = performance.now();
+    void call("get", "/api/v1/session").catch(() => undefined);
+  }
+}
+
+function accept(found: Schemas["Session"] | Schemas["NewSession"]): void {
+  if (found.mustChangePassword) {
+    session.value = { kind: "passwordChange", user: found.user };
+  } else {
+    session.value = {
+      kind: "loggedIn",
+      user: found.user,
+      role: found.role,
+      idleSeconds: found.idleSeconds ?? 0,
+      expires: found.expires ?? "",
+    };
+  }
+}
+
+export async function readSession(): Promise<void> {
+  try {
+    accept(await call("get", "/api/v1/session"));
+  } catch (error) {
+    if (!(error instanceof ProblemError && error.code === "no-session")) {
+      session.value =
+        error instanceof ConnectionError ? { kind: "unreachable" } : { kind: "loggedOut", hasEnded: false };
+    }
+  }
+}
+
+export async function logIn(user: string, password: string): Promise<void> {
+  accept(await call("post", "/api/v1/session", { user, password }));
+}
+
+export async function changePassword(password: string, newPassword: string): Promise<void> {
+  accept(await call("post", "/api/v1/session/password", { password, newPassword }));
+}
+
+export async function logOut(): Promise<void> {
+  await call("delete", "/api/v1/session").catch(() => undefined);
+  session.value = { kind: "loggedOut", hasEnded: false };
+}

@@ -1,0 +1,49 @@
+// What the shell shows around a page.
+import { computed, signal } from "@preact/signals";
+import { call, type Schemas } from "../kit/Api";
+import type { AttentionItem, DeviceIdentity } from "../kit/Page";
+import { applyAnnounced } from "./Language";
+
+export type ModulePage = Schemas["Pages"]["pages"][number];
+
+/** The name behind "#/". */
+export const route = signal(readRoute());
+export const pages = signal<readonly ModulePage[]>([]);
+export const attention = signal<readonly AttentionItem[]>([]);
+export const device = signal<DeviceIdentity | undefined>(undefined);
+export const isAway = signal(false);
+/** The last line for the user; read out. */
+export const notice = signal("");
+
+export type Condition = "well" | "warning" | "bad" | "away";
+
+/** What the badge shows. */
+export const condition = computed<Condition>(() => {
+  if (isAway.value) {
+    return "away";
+  }
+  if (attention.value.some((item) => item.level === "bad")) {
+    return "bad";
+  }
+  return attention.value.length > 0 ? "warning" : "well";
+});
+
+export const homeRoute = "overview";
+
+function readRoute(): string {
+  return decodeURIComponent(window.location.hash.replace(/^#\/?/, ""));
+}
+
+export function navigate(name: string): void {
+  window.location.hash = `#/${encodeURIComponent(name)}`;
+}
+
+window.addEventListener("hashchange", () => {
+  route.value = readRoute();
+});
+
+export async function readPages(): Promise<void> {
+  const found = await call("get", "/api/v1/pages", undefined, { background: true });
+  await applyAnnounced(found.languages);
+  pages.value = found.pages;
+}
