@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstddef>
 
 namespace Oxa::Host::Http
@@ -77,7 +78,11 @@ ClientStream::Input ClientStream::CheckInput() noexcept
         return Input::Ended;
     }
     needed = isComplete ? 1 : needed;
-    setsockopt(descriptor, SOL_SOCKET, SO_RCVLOWAT, &needed, sizeof needed);
+    if (!isComplete || waitsForMore)
+    {
+        setsockopt(descriptor, SOL_SOCKET, SO_RCVLOWAT, &needed, sizeof needed);
+    }
+    waitsForMore = !isComplete;
     return isComplete ? Input::Complete : Input::Partial;
 }
 
@@ -105,6 +110,19 @@ std::optional<std::size_t> ClientStream::TryWrite(std::string_view bytes) noexce
         written += count;
     }
     return written;
+}
+
+std::size_t ClientStream::TakePending(std::span<char> space) noexcept
+{
+    std::size_t count = 0;
+    return channel && channel->HasInput() && channel->Read(space, count) == Progress::Done ? count : 0;
+}
+
+bool ClientStream::HasInput() noexcept
+{
+    char first = 0;
+    return (channel && channel->HasInput()) || recv(socket.native_handle(), &first, 1, MSG_PEEK | MSG_DONTWAIT) >= 0 ||
+           errno != EAGAIN;
 }
 
 void ClientStream::ShutdownSend() noexcept

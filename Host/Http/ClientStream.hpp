@@ -35,25 +35,42 @@ public:
     ClientStream& operator=(const ClientStream&) = delete;
     ~ClientStream() = default;
 
-    /// Reads what has come, at least one byte, or waits for it. `handler`: (error, count of bytes), never called before
-    /// this returns; an error also at the client's end. One at a time.
-    template <class Handler>
-    void AsyncReadSome(std::span<char> space, Handler handler)
+    /// Reads what has come, at least one byte, or waits for it. `getSpace`: (), returns where the bytes go; called when
+    /// it is needed, of an encrypted connection not before bytes have come. `handler`: (error, count of bytes), never
+    /// called before this returns; an error also at the client's end. One at a time.
+    template <class GetSpace, class Handler>
+    void AsyncReadSome(GetSpace getSpace, Handler handler)
     {
         if (!channel)
         {
+            const std::span<char> space = getSpace();
             socket.async_read_some(boost::asio::buffer(space.data(), space.size()), std::move(handler));
         }
         else if (channel->HasInput())
         {
-            boost::asio::post(socket.get_executor(), [this, space, handler = std::move(handler)]() mutable
-                              { ReadEncrypted(space, std::move(handler)); });
+            boost::asio::post(socket.get_executor(),
+                              [this, getSpace = std::move(getSpace), handler = std::move(handler)]() mutable
+                              { ReadEncrypted(std::move(getSpace), std::move(handler)); });
         }
         else
         {
-            WaitToRead(Progress::WaitsForInput, space, std::move(handler));
+            WaitToRead(Progress::WaitsForInput, std::move(getSpace), std::move(handler));
         }
     }
+
+    /// The same for bytes that have come already, as `AsyncWaitForInput` tells: `handler` may be called at once.
+    /// Requires: the connection is encrypted.
+    template <class GetSpace, class Handler>
+    void ReadSome(GetSpace getSpace, Handler handler)
+    {
+        ReadEncrypted(std::move(getSpace), std::move(handler));
+    }
+
+    /// The count of bytes that came with the ones that were read last, 0 without any. Only of an encrypted connection.
+    [[nodiscard]] std::size_t TakePending(std::span<char> space) noexcept;
+
+    /// Whether bytes of the client have come that were not read, or its end.
+    [[nodiscard]] bool HasInput() noexcept;
 
     /// Waits for the first byte, with encryption for the whole message that begins the handshake, without reading it.
     /// `handler`: (error); an error also at the client's end.
@@ -160,38 +177,41 @@ private:
         return progress == Progress::WaitsForInput ? Socket::wait_read : Socket::wait_write;
     }
 
-    template <class Handler>
-    void ReadEncrypted(std::span<char> space, Handler handler)
+    template <class GetSpace, class Handler>
+    void ReadEncrypted(GetSpace getSpace, Handler handler)
     {
         std::size_t count = 0;
-        const Progress progress = channel->Read(space, count);
+        const Progress progress = channel->Read(getSpace(), count);
         if (progress == Progress::Done || progress == Progress::Ended)
         {
             handler(progress == Progress::Done ? Error() : Error(boost::asio::error::eof), count);
             return;
         }
-        WaitToRead(progress, space, std::move(handler));
+        WaitToRead(progress, std::move(getSpace), std::move(handler));
     }
 
-    template <class Handler>
-    void WaitToRead(Progress progress, std::span<char> space, Handler handler)
+    template <class GetSpace, class Handler>
+    void WaitToRead(Progress progress, GetSpace getSpace, Handler handler)
     {
-        socket.async_wait(GetWait(progress),
-                          [this, space, handler = std::move(handler)](const Error& error) mutable
-                          {
-                              if (error)
-                              {
-                                  handler(error, std::size_t{0});
-                                  return;
-                              }
-                              ReadEncrypted(space, std::move(handler));
-                          });
+        socket.async_wait(
+            GetWait(progress),
+            [this, getSpace = std::move(getSpace), handler = std::move(handler)](const Error& error) mutable
+            {
+                if (error)
+                {
+                    handler(error, std::size_t{0});
+                    return;
+                }
+                ReadEncrypted(std::move(getSpace), std::move(handler));
+            });
     }
 
     Socket socket;
     const SecureChannelFactory& secureChannels;
     /// Null: the bytes are plain, or the stream is not open.
     std::unique_ptr<ISecureChannel> channel;
+    /// Whether the socket counts as readable only when the whole first message has come.
+    bool waitsForMore = false;
     /// What `TryWrite` waits for.
     Progress writeProgress = Progress::WaitsForOutput;
 };

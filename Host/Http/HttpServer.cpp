@@ -206,23 +206,28 @@ private:
     /// A single byte: the reader's buffer is allocated when the handshake is complete.
     void ReadFirst()
     {
-        stream.AsyncReadSome(std::span(&firstByte, 1),
-                             [self = shared_from_this()](const error_code& error, std::size_t count)
-                             {
-                                 if (error)
-                                 {
-                                     self->Close();
-                                     return;
-                                 }
-                                 self->reader.GetSpace().front() = self->firstByte;
-                                 self->reader.Add(count);
-                                 self->Process();
-                             });
+        stream.ReadSome([this] { return std::span(&firstByte, 1); },
+                        [self = shared_from_this()](const error_code& error, std::size_t count)
+                        {
+                            if (error)
+                            {
+                                self->Close();
+                                return;
+                            }
+                            self->reader.GetSpace().front() = self->firstByte;
+                            self->reader.Add(count);
+                            self->reader.Add(self->stream.TakePending(self->reader.GetSpace()));
+                            self->Process();
+                        });
     }
 
     void Read()
     {
-        stream.AsyncReadSome(reader.GetSpace(),
+        if (stream.IsSecure())
+        {
+            reader.ReleaseEmptyBuffer();
+        }
+        stream.AsyncReadSome([this] { return reader.GetSpace(); },
                              [self = shared_from_this()](const error_code& error, std::size_t count)
                              {
                                  if (error)
@@ -382,9 +387,12 @@ private:
 
     void EndAfterResponse()
     {
-        // A server that stops does not wait for clients that have their response and have sent nothing more.
-        if (server->isStopping && !reader.HasMore())
+        // A client that has its response is not waited for when this was its last request, and it has sent nothing
+        // more, or when the server stops.
+        const bool isLast = reader.IsComplete() && !GetRequest().keepsConnection && !stream.HasInput();
+        if (!reader.HasMore() && (isLast || server->isStopping))
         {
+            stream.ShutdownSend();
             Close();
             return;
         }
@@ -397,7 +405,7 @@ private:
     /// Reads on until the client has closed its side: closing with unread bytes would destroy the response on its way.
     void Linger()
     {
-        stream.AsyncReadSome(reader.GetSpace(),
+        stream.AsyncReadSome([this] { return reader.GetSpace(); },
                              [self = shared_from_this()](const error_code& error, std::size_t count)
                              {
                                  self->lingeredBytes += count;

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <utility>
 
 // Header fields, chunk sizes and trailers are parsed line by line, each when it is complete. What is too long is known
@@ -45,6 +47,24 @@ RequestReader::RequestReader(const Configuration::RequestLimits& limits, const S
 RequestReader::~RequestReader()
 {
     DropAll();
+}
+
+void RequestReader::Free::operator()(char* memory) const noexcept
+{
+    std::free(memory); // NOLINT(cppcoreguidelines-no-malloc)
+}
+
+std::span<char> RequestReader::GetSpace()
+{
+    if (!buffer)
+    {
+        buffer.reset(static_cast<char*>(std::malloc(bufferBytes))); // NOLINT(cppcoreguidelines-no-malloc)
+        if (!buffer)
+        {
+            throw std::bad_alloc();
+        }
+    }
+    return std::span(buffer.get(), bufferBytes).subspan(readBytes);
 }
 
 RequestReader::Progress RequestReader::Parse()

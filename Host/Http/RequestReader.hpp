@@ -50,14 +50,16 @@ public:
     RequestReader& operator=(const RequestReader&) = delete;
     ~RequestReader();
 
-    /// For the next bytes; never empty after `NeedsMore`. The first call allocates the buffer.
-    [[nodiscard]] std::span<char> GetSpace()
+    /// For the next bytes; never empty after `NeedsMore`. Allocates the buffer when there is none.
+    [[nodiscard]] std::span<char> GetSpace();
+
+    /// Gives the buffer back when it holds nothing, as between two requests.
+    void ReleaseEmptyBuffer() noexcept
     {
-        if (!buffer)
+        if (readBytes == 0)
         {
-            buffer = std::make_unique_for_overwrite<char[]>(bufferBytes);
+            buffer.reset();
         }
-        return std::span(buffer.get(), bufferBytes).subspan(readBytes);
     }
 
     /// The current request's client uses encryption, if only as far as a proxy.
@@ -96,6 +98,12 @@ public:
         return parsedBytes < readBytes || (state != State::Complete && !body.empty());
     }
 
+    /// Whether all of the current request has come.
+    [[nodiscard]] bool IsComplete() const noexcept
+    {
+        return state == State::Complete;
+    }
+
     /// Goes on to the next request. What was read beyond the last one is its beginning.
     void BeginRequest();
 
@@ -114,6 +122,12 @@ private:
         ChunkEnd,
         Trailers,
         Complete
+    };
+
+    /// Only the bytes that were used are wiped, by this class: wiping the whole buffer would make all of it resident.
+    struct Free final
+    {
+        void operator()(char* memory) const noexcept;
     };
 
     /// What the lines of the header say, as views into the buffer. A field that was not sent has no data.
@@ -175,7 +189,7 @@ private:
     std::size_t remainingBytes = 0;
     /// Space for the largest header, and behind it for pieces of a body.
     const std::size_t bufferBytes;
-    std::unique_ptr<char[]> buffer;
+    std::unique_ptr<char[], Free> buffer;
 };
 
 } // namespace Oxa::Host::Http

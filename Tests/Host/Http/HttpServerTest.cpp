@@ -138,6 +138,31 @@ TEST_F(HttpServers, RefuseAConnectionOnlyWhenAllOthersAreBusy)
     EXPECT_EQ(second.Read().body(), "done");
 }
 
+TEST_F(HttpServers, CloseAtOnceAfterTheLastRequestOfAClientThatSendsNothingMore)
+{
+    HttpClient client(port);
+    EXPECT_EQ(client.Ask("GET", "/last", "Connection: close\r\n").body(), "/last");
+    EXPECT_TRUE(client.IsEnded());
+    const auto isReset = [&client]
+    {
+        try
+        {
+            client.Write("x");
+            return false;
+        }
+        catch (const std::exception&)
+        {
+            return true;
+        }
+    };
+    EXPECT_TRUE(Tests::Support::Eventually(isReset)) << "a server that lingers would read on";
+    HttpClient talkative(port);
+    talkative.Write("GET /last HTTP/1.1\r\nHost: h\r\nConnection: close\r\n\r\nmore");
+    EXPECT_EQ(talkative.Read().body(), "/last");
+    EXPECT_TRUE(talkative.IsEnded());
+    talkative.Write("and more");
+}
+
 TEST_F(HttpServers, TellAHandlerWhenItsClientHasGone)
 {
     std::shared_ptr<IHttpExchange> exchange;

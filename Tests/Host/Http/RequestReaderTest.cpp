@@ -340,6 +340,29 @@ TEST(ReadingRequests, LeavesNoSecretBehind)
     }
 }
 
+TEST(ReadingRequests, ReleasesItsBufferOnlyWhenItHoldsNothing)
+{
+    const Configuration::RequestLimits limits;
+    const SessionCheck hasSession;
+    RequestReader reader(limits, hasSession);
+    const auto read = [&reader](std::string_view bytes)
+    {
+        reader.Add(bytes.copy(reader.GetSpace().data(), reader.GetSpace().size()));
+        return reader.Parse();
+    };
+    EXPECT_EQ(read("GET /a HTTP/1.1\r\nHost: h\r\n\r\nGET /b HTT"), RequestReader::Progress::Complete);
+    reader.ReleaseEmptyBuffer();
+    EXPECT_EQ(reader.GetRequest().path, "/a");
+    reader.BeginRequest();
+    reader.ReleaseEmptyBuffer();
+    EXPECT_EQ(read("P/1.1\r\nHost: h\r\n\r\n"), RequestReader::Progress::Complete);
+    EXPECT_EQ(reader.GetRequest().path, "/b");
+    reader.BeginRequest();
+    reader.ReleaseEmptyBuffer();
+    EXPECT_EQ(read("GET /c HTTP/1.1\r\nHost: h\r\n\r\n"), RequestReader::Progress::Complete);
+    EXPECT_EQ(reader.GetRequest().path, "/c");
+}
+
 TEST(ReadingRequests, KeepsPipelinedRequestsApart)
 {
     const BasicString one = "\r\n" + chunked + "2\r\nde\r\n1\r\nf\r\n0\r\nX: y\r\n\r\n" +
