@@ -3,10 +3,12 @@
 #include "Device/Description/DeviceDescription.hpp"
 #include "Device/Identity/BootIdentity.hpp"
 #include "Device/Machine/MachineRoot.hpp"
+#include "Device/Services/DeviceItemService.hpp"
 #include "Device/Services/ItemService.hpp"
 #include "Device/Services/RtcService.hpp"
 #include "Oxa/Device/Interface/Services/DeviceControlServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceInfoServiceProxyFactory.hpp"
+#include "Oxa/Device/Interface/Services/DeviceItemServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/IdentityItemKeys.hpp"
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/RtcServiceProxyFactory.hpp"
@@ -121,6 +123,8 @@ void LinuxComponent::Offer()
                               std::make_shared<Services::DeviceInfoService>(items)},
                              {Interface::Services::DeviceStatusServiceProxyFactory::GetInstance(),
                               std::make_shared<Services::DeviceStatusService>(items)},
+                             {Interface::Services::DeviceItemServiceProxyFactory::GetInstance(),
+                              std::make_shared<Services::DeviceItemService>(items)},
                              {Hardware::RealTimeClock::Services::Internal::RtcServiceProxyFactory::GetInstance(),
                               std::make_shared<Services::RtcService>()},
                              {Interface::Services::DeviceControlServiceProxyFactory::GetInstance(), commands}});

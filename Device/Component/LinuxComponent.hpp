@@ -37,14 +37,14 @@ public:
     /// mistake, ArgumentException when the root is no folder.
     void Setup(const System::Acf::ComponentInfo& componentInfo) override;
 
-    /// Offers the four services and starts the sampler. Requires: `Setup` was called.
+    /// Offers the services and starts the sampler. Requires: `Setup` was called.
     void Start() override;
 
     /// Ends a command at once, too.
     void Stop() noexcept override;
 
 private:
-    /// Offers the four services together, as those of the run that the identity items describe.
+    /// Offers the services together, as those of the run that the identity items describe.
     void Offer();
     void LogSources() const;
     void LogNames(const char* title, const std::vector<BasicString>& names) const;

@@ -17,4 +17,9 @@ Simulation IItemSource::GetSimulation() const noexcept
     return Simulation::Never;
 }
 
+ItemOrigin IItemSource::GetOrigin() const noexcept
+{
+    return ItemOrigin::Measured;
+}
+
 } // namespace Oxa::Device::Linux::Items

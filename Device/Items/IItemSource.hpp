@@ -2,6 +2,7 @@
 
 #include "Device/Machine/BoundedCalls.hpp"
 #include "Oxa/Device/Interface/Services/DeviceItems.hpp"
+#include "Oxa/Device/Interface/Services/IDeviceItemService.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <atomic>
@@ -13,6 +14,7 @@
 namespace Oxa::Device::Linux::Items
 {
 
+using Interface::Services::ItemOrigin;
 using Interface::Services::ItemValue;
 
 /// What a source delivered: a value, or why there is none. A value type; a reading with a value allocates nothing.
@@ -22,11 +24,16 @@ struct ItemReading
     static constexpr std::size_t maximumTextBytes = 511;
 
     // A constructor makes this no aggregate: aggregate initialisation would first set all 512 bytes of a text to zero.
-    ItemReading(const ItemValue& value, BasicString cause) noexcept : value(value), cause(std::move(cause)) {}
+    ItemReading(const ItemValue& value, BasicString cause, ItemOrigin origin = ItemOrigin::Measured) noexcept
+        : value(value), cause(std::move(cause)), origin(origin)
+    {
+    }
 
     /// Of type NotSet when there is a cause.
     ItemValue value;
     BasicString cause;
+    /// Of the value.
+    ItemOrigin origin;
 
     template <class T>
     [[nodiscard]] static ItemReading Of(const T& scalar)
@@ -101,6 +108,9 @@ public:
     [[nodiscard]] virtual BasicString Describe() const = 0;
 
     [[nodiscard]] virtual Simulation GetSimulation() const noexcept;
+
+    /// Where values come from; of several sources, that of the first which the device has.
+    [[nodiscard]] virtual ItemOrigin GetOrigin() const noexcept;
 };
 
 /// One figure of a probe, which several sources share so that their figures fit together. Safe from any thread.

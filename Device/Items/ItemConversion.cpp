@@ -222,7 +222,9 @@ ItemReading ReadAs(std::optional<RscType> type, IItemSource& source, const ReadP
     {
         return reading;
     }
+    const ItemOrigin origin = reading.origin;
     reading = Convert(reading.value, *type);
+    reading.origin = origin;
     if (!reading.HasValue())
     {
         reading.cause += ", " + source.Describe();

@@ -25,8 +25,9 @@ constexpr std::size_t maximumLoggedCauses = 8;
 
 } // namespace
 
-DeviceItem::DeviceItem(BasicString key, std::unique_ptr<IItemSource> source, std::optional<System::Rsc::RscType> type)
-    : key(std::move(key)), source(std::move(source)), type(type)
+DeviceItem::DeviceItem(BasicString key, std::unique_ptr<IItemSource> source, std::optional<System::Rsc::RscType> type,
+                       ItemMeaning meaning)
+    : key(std::move(key)), source(std::move(source)), type(type), meaning(std::move(meaning))
 {
 }
 
@@ -66,9 +67,9 @@ bool DeviceItem::IsNewCause(const BasicString& cause)
 }
 
 void ItemTable::Add(const BasicString& key, std::unique_ptr<IItemSource> source,
-                    std::optional<System::Rsc::RscType> type)
+                    std::optional<System::Rsc::RscType> type, ItemMeaning meaning)
 {
-    auto item = std::make_unique<DeviceItem>(key, std::move(source), type);
+    auto item = std::make_unique<DeviceItem>(key, std::move(source), type, std::move(meaning));
     const std::string_view itemKey = item->GetKey();
     if (!items.try_emplace(itemKey, std::move(item)).second)
     {

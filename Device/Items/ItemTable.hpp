@@ -15,13 +15,25 @@
 namespace Oxa::Device::Linux::Items
 {
 
+/// What an item's value means, for people. A value type.
+struct ItemMeaning
+{
+    /// As people read it: "%", "°C"; empty for none.
+    BasicString unit;
+    /// One line of English.
+    BasicString description;
+    /// Whether the values of the last hours are kept.
+    bool hasHistory = false;
+};
+
 /// One item of the device: its key, its source, and the logged causes of its failures. Owned by the item table.
 /// Threads: safe from several threads.
 class DeviceItem final : private System::Commons::Diagnostics::Logging::Loggable<DeviceItem>
 {
 public:
     /// `type`: of the values that readers expect; not set for any type. Requires: `source` is not null.
-    DeviceItem(BasicString key, std::unique_ptr<IItemSource> source, std::optional<System::Rsc::RscType> type);
+    DeviceItem(BasicString key, std::unique_ptr<IItemSource> source, std::optional<System::Rsc::RscType> type,
+               ItemMeaning meaning);
 
     /// Sets the value, to the type NotSet when the source has none or one that does not fit the item's type; every
     /// cause of that is logged once. Catches what the source throws.
@@ -40,12 +52,23 @@ public:
         return *source;
     }
 
+    [[nodiscard]] const std::optional<System::Rsc::RscType>& GetType() const noexcept
+    {
+        return type;
+    }
+
+    [[nodiscard]] const ItemMeaning& GetMeaning() const noexcept
+    {
+        return meaning;
+    }
+
 private:
     [[nodiscard]] bool IsNewCause(const BasicString& cause);
 
     const BasicString key;
     const std::unique_ptr<IItemSource> source;
     const std::optional<System::Rsc::RscType> type;
+    const ItemMeaning meaning;
     System::Commons::Mutex mutex;
     std::vector<BasicString> loggedCauses OXA_GUARDED_BY(mutex);
 };
@@ -58,7 +81,7 @@ public:
     /// `type`: the item's; not set: that of each of the source's values. Throws ArgumentException when the key is
     /// taken. Requires: `source` is not null.
     void Add(const BasicString& key, std::unique_ptr<IItemSource> source,
-             std::optional<System::Rsc::RscType> type = std::nullopt);
+             std::optional<System::Rsc::RscType> type = std::nullopt, ItemMeaning meaning = {});
 
     /// Null for an unknown key. Valid as long as the table.
     [[nodiscard]] DeviceItem* TryFind(std::string_view key) const;

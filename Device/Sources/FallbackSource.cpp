@@ -57,4 +57,11 @@ Items::Simulation FallbackSource::GetSimulation() const noexcept
                                                                                        : Simulation::AsFallback;
 }
 
+Items::ItemOrigin FallbackSource::GetOrigin() const noexcept
+{
+    const auto present = std::ranges::find_if(sources, [](const auto& source)
+                                              { return source->GetOrigin() != Items::ItemOrigin::Absent; });
+    return present == sources.end() ? Items::ItemOrigin::Absent : (*present)->GetOrigin();
+}
+
 } // namespace Oxa::Device::Linux::Sources

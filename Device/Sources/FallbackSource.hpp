@@ -27,6 +27,11 @@ public:
         return "none: " + cause;
     }
 
+    [[nodiscard]] Items::ItemOrigin GetOrigin() const noexcept override
+    {
+        return Items::ItemOrigin::Absent;
+    }
+
 private:
     const BasicString cause;
 };
@@ -39,12 +44,17 @@ public:
 
     [[nodiscard]] Items::ItemReading Read(const Items::ReadPass& /*pass*/) override
     {
-        return {value, {}};
+        return {value, {}, GetOrigin()};
     }
 
     [[nodiscard]] BasicString Describe() const override
     {
         return "fixed value";
+    }
+
+    [[nodiscard]] Items::ItemOrigin GetOrigin() const noexcept override
+    {
+        return Items::ItemOrigin::Fixed;
     }
 
 private:
@@ -64,6 +74,7 @@ public:
     [[nodiscard]] Items::ItemReading Read(const Items::ReadPass& pass) override;
     [[nodiscard]] BasicString Describe() const override;
     [[nodiscard]] Items::Simulation GetSimulation() const noexcept override;
+    [[nodiscard]] Items::ItemOrigin GetOrigin() const noexcept override;
 
 private:
     const std::vector<std::unique_ptr<Items::IItemSource>> sources;

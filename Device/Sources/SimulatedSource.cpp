@@ -89,7 +89,7 @@ SimulatedSource::SimulatedSource(SimulatedSignal signal, double noiseAmplitude, 
 
 Items::ItemReading SimulatedSource::Read(const Items::ReadPass&)
 {
-    Items::ItemReading reading = {signal.getValue(clock() - begin), {}};
+    Items::ItemReading reading = {signal.getValue(clock() - begin), {}, GetOrigin()};
     if (const auto number = noiseAmplitude > 0 ? GetNumber(reading.value) : std::nullopt)
     {
         reading.value = ItemValue(*number + GetNextNoise());
@@ -106,6 +106,11 @@ BasicString SimulatedSource::Describe() const
 Items::Simulation SimulatedSource::GetSimulation() const noexcept
 {
     return Items::Simulation::Always;
+}
+
+Items::ItemOrigin SimulatedSource::GetOrigin() const noexcept
+{
+    return Items::ItemOrigin::Simulated;
 }
 
 double SimulatedSource::GetNextNoise() noexcept

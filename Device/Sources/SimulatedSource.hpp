@@ -47,6 +47,7 @@ public:
     [[nodiscard]] Items::ItemReading Read(const Items::ReadPass& pass) override;
     [[nodiscard]] BasicString Describe() const override;
     [[nodiscard]] Items::Simulation GetSimulation() const noexcept override;
+    [[nodiscard]] Items::ItemOrigin GetOrigin() const noexcept override;
 
 private:
     [[nodiscard]] double GetNextNoise() noexcept;

@@ -234,6 +234,16 @@ uint64 RscMessageReader::ReadUint64()
     return ReadBasic<uint64>(message, 't');
 }
 
+int64 RscMessageReader::ReadInt64()
+{
+    return ReadBasic<int64>(message, 'x');
+}
+
+double RscMessageReader::ReadReal64()
+{
+    return ReadBasic<double>(message, 'd');
+}
+
 std::string_view RscMessageReader::ReadText()
 {
     return ReadBasic<const char*>(message, 's');
@@ -253,6 +263,16 @@ bool RscMessageReader::TryLeaveArray()
     }
     Check(sd_bus_message_exit_container(&message));
     return true;
+}
+
+void RscMessageReader::EnterStructure(const char* membersSignature)
+{
+    Require(sd_bus_message_enter_container(&message, 'r', membersSignature));
+}
+
+void RscMessageReader::LeaveStructure()
+{
+    Check(sd_bus_message_exit_container(&message));
 }
 
 void RscMessageReader::ReadPayload(AssignFunction assign, void* variant, std::size_t maximumBytes)

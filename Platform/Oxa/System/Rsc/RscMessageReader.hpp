@@ -31,11 +31,13 @@ public:
     RscMessageReader& operator=(const RscMessageReader&) = delete;
     ~RscMessageReader();
 
-    /// Signatures "b", "q", "u", "t".
+    /// Signatures "b", "q", "u", "t", "x", "d".
     [[nodiscard]] bool ReadBool();
     [[nodiscard]] uint16 ReadUint16();
     [[nodiscard]] uint32 ReadUint32();
     [[nodiscard]] uint64 ReadUint64();
+    [[nodiscard]] int64 ReadInt64();
+    [[nodiscard]] double ReadReal64();
 
     /// Signature "s". Valid as long as this object.
     [[nodiscard]] std::string_view ReadText();
@@ -69,6 +71,11 @@ public:
     void EnterArray(const char* elementSignature);
     /// True, and the array is left, when no element is left.
     [[nodiscard]] bool TryLeaveArray();
+
+    /// Everything until `LeaveStructure` are its members, which are all taken. `membersSignature`: of all, without the
+    /// parentheses.
+    void EnterStructure(const char* membersSignature);
+    void LeaveStructure();
 
 private:
     using AssignFunction = void (*)(void* variant, RscType type, std::span<const char> payload);

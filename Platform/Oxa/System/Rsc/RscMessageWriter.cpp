@@ -139,6 +139,18 @@ void RscMessageWriter::WriteUint64(uint64 value)
     Check(sd_bus_message_append(&message, "t", value));
 }
 
+void RscMessageWriter::WriteInt64(int64 value)
+{
+    Reserve(0);
+    Check(sd_bus_message_append(&message, "x", value));
+}
+
+void RscMessageWriter::WriteReal64(double value)
+{
+    Reserve(0);
+    Check(sd_bus_message_append(&message, "d", value));
+}
+
 void RscMessageWriter::WriteText(std::string_view text)
 {
     const bool canCross = text.find('\0') == std::string_view::npos && System::Commons::Text::IsValidUtf8(text);
@@ -156,6 +168,17 @@ void RscMessageWriter::BeginArray(const char* elementSignature)
 }
 
 void RscMessageWriter::EndArray()
+{
+    Check(sd_bus_message_close_container(&message));
+}
+
+void RscMessageWriter::BeginStructure(const char* membersSignature)
+{
+    // Its members reserve more than its own padding.
+    Check(sd_bus_message_open_container(&message, 'r', membersSignature));
+}
+
+void RscMessageWriter::EndStructure()
 {
     Check(sd_bus_message_close_container(&message));
 }

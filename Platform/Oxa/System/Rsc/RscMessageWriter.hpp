@@ -26,11 +26,13 @@ public:
     /// Borrows the message.
     explicit RscMessageWriter(sd_bus_message& message) noexcept;
 
-    /// Signatures "b", "q", "u", "t".
+    /// Signatures "b", "q", "u", "t", "x", "d".
     void WriteBool(bool value);
     void WriteUint16(uint16 value);
     void WriteUint32(uint32 value);
     void WriteUint64(uint64 value);
+    void WriteInt64(int64 value);
+    void WriteReal64(double value);
 
     /// Signature "s". A text that is no UTF-8 or holds a NUL is not written: an empty one is. The values of a device go
     /// as variants, which hold any bytes.
@@ -46,6 +48,10 @@ public:
     /// Everything until `EndArray` are its elements. `elementSignature`: of one.
     void BeginArray(const char* elementSignature);
     void EndArray();
+
+    /// Everything until `EndStructure` are its members. `membersSignature`: of all, without the parentheses.
+    void BeginStructure(const char* membersSignature);
+    void EndStructure();
 
 private:
     void WritePayload(RscType type, std::span<const char> payload);
