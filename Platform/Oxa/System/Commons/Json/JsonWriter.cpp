@@ -10,6 +10,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 
 namespace Oxa::System::Commons::Json
 {
@@ -51,6 +52,20 @@ struct JsonWriter::Implementation
         BasicString replaced;
         const std::string_view valid = MakeValid(text, replaced);
         writer.String(valid.data(), static_cast<rapidjson::SizeType>(valid.size()));
+    }
+
+    template <class T>
+    void WriteNumber(T value)
+    {
+        if (!std::isfinite(value))
+        {
+            writer.Null();
+            return;
+        }
+        // Not the writer's own Double(): that is not always the shortest form, and writes 1 as 1.0.
+        fmt::memory_buffer text;
+        fmt::format_to(std::back_inserter(text), "{}", value);
+        writer.RawValue(text.data(), text.size(), rapidjson::kNumberType);
     }
 
     void OpenObject(Bracket bracket)
@@ -134,14 +149,19 @@ void JsonWriter::WriteInteger(std::string_view name, uint64 value)
 void JsonWriter::WriteValue(std::string_view name, double value)
 {
     implementation->WriteKey(name);
-    if (!std::isfinite(value))
-    {
-        implementation->writer.Null();
-        return;
-    }
-    // Not the writer's own Double(): that is not always the shortest form, and writes 1 as 1.0.
-    const BasicString text = Text::Format("{}", value);
-    implementation->writer.RawValue(text.data(), text.size(), rapidjson::kNumberType);
+    implementation->WriteNumber(value);
+}
+
+void JsonWriter::WriteValue(std::string_view name, float value)
+{
+    implementation->WriteKey(name);
+    implementation->WriteNumber(value);
+}
+
+void JsonWriter::WriteNull(std::string_view name)
+{
+    implementation->WriteKey(name);
+    implementation->writer.Null();
 }
 
 void JsonWriter::WriteSimpleArray(std::string_view name, const std::vector<uint8>& values)
@@ -151,6 +171,17 @@ void JsonWriter::WriteSimpleArray(std::string_view name, const std::vector<uint8
     for (const uint8 value : values)
     {
         implementation->writer.Uint(value);
+    }
+    implementation->writer.EndArray();
+}
+
+void JsonWriter::WriteSimpleArray(std::string_view name, const std::vector<float>& values)
+{
+    implementation->WriteKey(name);
+    implementation->writer.StartArray();
+    for (const float value : values)
+    {
+        implementation->WriteNumber(value);
     }
     implementation->writer.EndArray();
 }

@@ -39,9 +39,13 @@ public:
 
     /// The shortest decimal number that reads back as the same value; null for NaN and infinities.
     void WriteValue(std::string_view name, double value);
+    void WriteValue(std::string_view name, float value);
 
-    /// An array of numbers, also for 8-bit elements.
+    void WriteNull(std::string_view name);
+
+    /// An array of numbers, also for 8-bit elements; of floating-point ones as `WriteValue` writes them.
     void WriteSimpleArray(std::string_view name, const std::vector<uint8>& values);
+    void WriteSimpleArray(std::string_view name, const std::vector<float>& values);
     void WriteSimpleArray(std::string_view name, const std::vector<BasicString>& values);
 
     /// An array of objects: the items lie between these two.

@@ -61,6 +61,22 @@ TEST(WritingJson, WritesTheShortestNumberThatReadsBackAndNullForNone)
     }
 }
 
+TEST(WritingJson, WritesSingleNumbersInTheirOwnShortestFormAndNullForNone)
+{
+    constexpr float infinity = std::numeric_limits<float>::infinity();
+    JsonWriter writer;
+    writer.WriteStartObject();
+    writer.WriteValue("x", 0.1F);
+    writer.WriteNull("none");
+    writer.WriteSimpleArray("all", std::vector<float>{0.1F, -1, 16777216, 3.4028235e38F, 1e-45F, infinity, -infinity,
+                                                      std::numeric_limits<float>::quiet_NaN()});
+    writer.WriteSimpleArray("empty", std::vector<float>());
+    writer.WriteEndObject();
+    EXPECT_EQ(writer.GetText(),
+              R"({"x":0.1,"none":null,"all":[0.1,-1,16777216,3.4028235e+38,1e-45,null,null,null],"empty":[]})");
+    EXPECT_NO_THROW(JsonReader(BasicString(writer.GetText())));
+}
+
 TEST(WritingJson, ClosesOnlyTheInnermostBracket)
 {
     JsonWriter writer;
