@@ -1,14 +1,14 @@
 import { useEffect } from "preact/hooks";
 import { Button } from "../kit/components/Basics";
 import { showCondition } from "./Badge";
-import { Header } from "./Header";
+import { AccountBar, Header } from "./Header";
 import { text } from "./Language";
 import { LogIn } from "./LogIn";
 import { MainContent } from "./MainContent";
 import { Navigation } from "./Navigation";
 import { PasswordChange } from "./PasswordChange";
 import { readSession, session } from "./Session";
-import { condition, device, notice, readPages } from "./State";
+import { condition, device, isMenuOpen, notice, readPages } from "./State";
 
 const retryMilliseconds = 2_000;
 
@@ -52,11 +52,12 @@ function Unreachable() {
 
 function Frame() {
   return (
-    <div class="shell">
+    <div class="shell" data-menu={isMenuOpen.value ? "open" : "closed"}>
       <button type="button" class="shell-skip" onClick={skipToContent}>
         {text("shell.skip")}
       </button>
       <Header />
+      <AccountBar />
       <Navigation />
       <MainContent />
       <p class="oxa-hidden" role="status">

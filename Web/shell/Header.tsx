@@ -1,8 +1,8 @@
-import { LogOut, TriangleAlert } from "lucide-preact";
+import { LogOut, Menu, TriangleAlert, X } from "lucide-preact";
 import { Button, Foreign, Select } from "../kit/components/Basics";
 import { chooseByUser, language, languages, text } from "./Language";
 import { logOut, secondsLeft, session } from "./Session";
-import { attention, condition, device, navigate } from "./State";
+import { attention, condition, device, isMenuOpen, navigate } from "./State";
 
 export function Header() {
   return (
@@ -16,12 +16,38 @@ export function Header() {
         </span>
       </p>
       <ConditionMark />
-      <div class="shell-account">
-        <SessionTime />
-        <LanguageChoice />
-        <Account />
-      </div>
+      <MenuButton />
     </header>
+  );
+}
+
+/** On narrow screens the navigation and the account are behind it. */
+function MenuButton() {
+  const Icon = isMenuOpen.value ? X : Menu;
+  return (
+    <span class="shell-menu-button">
+      <Button
+        kind="quiet"
+        aria-expanded={isMenuOpen.value}
+        aria-label={text("shell.menu")}
+        onClick={() => {
+          isMenuOpen.value = !isMenuOpen.value;
+        }}
+      >
+        <Icon class="oxa-icon" aria-hidden="true" />
+      </Button>
+    </span>
+  );
+}
+
+/** Session, language and user. */
+export function AccountBar() {
+  return (
+    <div class="shell-account">
+      <SessionTime />
+      <LanguageChoice />
+      <Account />
+    </div>
   );
 }
 

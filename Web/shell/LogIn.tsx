@@ -1,4 +1,4 @@
-import { useState } from "preact/hooks";
+import { useEffect, useRef, useState } from "preact/hooks";
 import { Banner, Button, Field } from "../kit/components/Basics";
 import { explain } from "../kit/Failures";
 import { LanguageChoice } from "./Header";
@@ -10,6 +10,8 @@ export function LogIn({ hasEnded }: { readonly hasEnded: boolean }) {
   const [password, setPassword] = useState("");
   const [failure, setFailure] = useState("");
   const [isSending, setIsSending] = useState(false);
+  const form = useRef<HTMLFormElement>(null);
+  useEffect(() => form.current?.querySelector("input")?.focus(), []);
   const submit = async (event: Event) => {
     event.preventDefault();
     if (isSending) {
@@ -26,8 +28,11 @@ export function LogIn({ hasEnded }: { readonly hasEnded: boolean }) {
   };
   return (
     <main class="shell-center">
-      <form class="oxa-card oxa-stack shell-form" onSubmit={(event) => void submit(event)}>
-        <h1 class="oxa-page-title">{text("logIn.title")}</h1>
+      <form ref={form} class="oxa-card oxa-stack shell-form" onSubmit={(event) => void submit(event)}>
+        <div>
+          <h1 class="oxa-page-title">{text("shell.title")}</h1>
+          <p class="oxa-soft">{window.location.hostname}</p>
+        </div>
         {hasEnded ? <Banner level="info">{text("logIn.ended")}</Banner> : null}
         <Field
           label={text("logIn.user")}
@@ -52,7 +57,9 @@ export function LogIn({ hasEnded }: { readonly hasEnded: boolean }) {
         <Button type="submit" kind="primary" aria-disabled={isSending}>
           {text("logIn.submit")}
         </Button>
-        <LanguageChoice />
+        <div class="shell-form-foot">
+          <LanguageChoice />
+        </div>
       </form>
     </main>
   );

@@ -36,8 +36,11 @@ export const secondsLeft = computed(() => {
 });
 
 const clockMilliseconds = 10_000;
+/** How often the host is asked how long the session lasts: another tab may use it, an administrator may end it. */
+const readMilliseconds = 60_000;
 const useMilliseconds = 30_000;
 let lastSent = 0;
+let lastRead = 0;
 
 export function startSession(): void {
   observeSession({
@@ -56,11 +59,19 @@ export function startSession(): void {
       lastUse.value = clock.value = performance.now();
     },
   });
-  setInterval(() => {
-    clock.value = performance.now();
-  }, clockMilliseconds);
+  setInterval(tick, clockMilliseconds);
+  document.addEventListener("visibilitychange", tick);
   for (const event of ["pointerdown", "keydown"]) {
     window.addEventListener(event, reportUse, { passive: true });
+  }
+}
+
+function tick(): void {
+  clock.value = performance.now();
+  const isDue = clock.value - lastRead > readMilliseconds || secondsLeft.value === 0;
+  if (session.value.kind === "loggedIn" && !document.hidden && isDue) {
+    lastRead = clock.value;
+    void call("get", "/api/v1/session", undefined, { background: true }).then(accept, () => undefined);
   }
 }
 
@@ -75,14 +86,16 @@ function reportUse(): void {
 function accept(found: Schemas["Session"] | Schemas["NewSession"]): void {
   if (found.mustChangePassword) {
     session.value = { kind: "passwordChange", user: found.user };
-  } else {
-    session.value = {
-      kind: "loggedIn",
-      user: found.user,
-      role: found.role,
-      idleSeconds: found.idleSeconds ?? 0,
-      expires: found.expires ?? "",
-    };
+    return;
+  }
+  const { user, role, idleSeconds = 0, expires = "" } = found;
+  const idleLeft = "idleLeftSeconds" in found ? (found.idleLeftSeconds ?? idleSeconds) : idleSeconds;
+  lastUse.value = performance.now() - (idleSeconds - idleLeft) * 1000;
+  clock.value = performance.now();
+  const present = session.peek();
+  const isSame = present.kind === "loggedIn" && present.user === user && present.role === role;
+  if (!isSame || present.expires !== expires) {
+    session.value = { kind: "loggedIn", user, role, idleSeconds, expires };
   }
 }
 

@@ -12,6 +12,8 @@ export const pages = signal<readonly ModulePage[]>([]);
 export const attention = signal<readonly AttentionItem[]>([]);
 export const device = signal<DeviceIdentity | undefined>(undefined);
 export const isAway = signal(false);
+/** On narrow screens, where the navigation is hidden otherwise. */
+export const isMenuOpen = signal(false);
 /** The last line for the user; read out. */
 export const notice = signal("");
 
@@ -40,6 +42,13 @@ export function navigate(name: string): void {
 
 window.addEventListener("hashchange", () => {
   route.value = readRoute();
+  isMenuOpen.value = false;
+});
+
+window.addEventListener("keydown", (event) => {
+  if (event.key === "Escape") {
+    isMenuOpen.value = false;
+  }
 });
 
 export async function readPages(): Promise<void> {
