@@ -18,6 +18,7 @@
 
 #include <fmt/format.h>
 
+#include <chrono>
 #include <utility>
 
 namespace Oxa::Device::Linux::Component
@@ -81,6 +82,7 @@ void LinuxComponent::Setup(const System::Acf::ComponentInfo& componentInfo)
     auto table = description.MakeItems(*machine);
     Identity::AddIdentityItems(*table, bootIdentity, description.files);
     items = std::move(table);
+    histories = std::make_shared<Items::ItemHistories>(items);
     Log(LogLevel::Information, "device description '{0}', number of files: {1}", description.name,
         description.files.size());
     commandSettings = description.commands;
@@ -89,9 +91,11 @@ void LinuxComponent::Setup(const System::Acf::ComponentInfo& componentInfo)
 void LinuxComponent::Start()
 {
     LogSources();
-    if (const auto& loads = machine->TryGetCpuLoads())
+    const auto& loads = machine->TryGetCpuLoads();
+    if (loads || !histories->IsEmpty())
     {
-        sampler = std::make_unique<Sources::CpuSampler>(loads);
+        const std::chrono::seconds period = loads ? std::chrono::seconds(1) : Items::ItemHistories::period;
+        sampler = std::make_unique<Sampler>(loads, histories, period);
     }
     Commands::DeviceCommands::OutageActions outageActions = {[this] { registration.reset(); },
                                                              [this]
@@ -124,7 +128,7 @@ void LinuxComponent::Offer()
                              {Interface::Services::DeviceStatusServiceProxyFactory::GetInstance(),
                               std::make_shared<Services::DeviceStatusService>(items)},
                              {Interface::Services::DeviceItemServiceProxyFactory::GetInstance(),
-                              std::make_shared<Services::DeviceItemService>(items)},
+                              std::make_shared<Services::DeviceItemService>(items, histories)},
                              {Hardware::RealTimeClock::Services::Internal::RtcServiceProxyFactory::GetInstance(),
                               std::make_shared<Services::RtcService>()},
                              {Interface::Services::DeviceControlServiceProxyFactory::GetInstance(), commands}});

@@ -1,10 +1,11 @@
 #pragma once
 
 #include "Device/Commands/DeviceCommands.hpp"
+#include "Device/Component/Sampler.hpp"
 #include "Device/Description/DescribedMachine.hpp"
 #include "Device/Identity/BootIdentity.hpp"
+#include "Device/Items/ItemHistories.hpp"
 #include "Device/Items/ItemTable.hpp"
-#include "Device/Sources/CpuLoads.hpp"
 #include "Oxa/System/Acf/IComponent.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Rsc/RscRegistration.hpp"
@@ -55,12 +56,14 @@ private:
     std::unique_ptr<Description::DescribedMachine> machine;
     std::shared_ptr<Identity::BootIdentity> bootIdentity;
     std::shared_ptr<const Items::ItemTable> items;
+    /// Those of the component, over all runs of the device that it simulates.
+    std::shared_ptr<Items::ItemHistories> histories;
     Commands::CommandSettings commandSettings;
 
     std::shared_ptr<Commands::DeviceCommands> commands;
     /// Calls under way survive its end.
     std::optional<System::Rsc::RscRegistration> registration;
-    std::unique_ptr<Sources::CpuSampler> sampler;
+    std::unique_ptr<Sampler> sampler;
 };
 
 } // namespace Oxa::Device::Linux::Component

@@ -2,7 +2,6 @@
 
 #include "Device/Services/DeviceItemService.hpp"
 
-#include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <algorithm>
@@ -20,7 +19,6 @@ using Interface::Services::ItemQuality;
 using Interface::Services::ItemState;
 using Interface::Services::ItemValue;
 using Items::DeviceItem;
-using System::Commons::ArgumentException;
 using System::Commons::MutexLock;
 
 namespace
@@ -46,8 +44,13 @@ BasicString MakePresentable(const BasicString& cause)
 
 } // namespace
 
-DeviceItemService::DeviceItemService(std::shared_ptr<const Items::ItemTable> items, Machine::SteadyClock clock)
-    : items(std::move(items)), clock(std::move(clock)), sorted(this->items->GetItems()), lastValues(sorted.size())
+DeviceItemService::DeviceItemService(std::shared_ptr<const Items::ItemTable> items,
+                                     std::shared_ptr<const Items::ItemHistories> histories, Machine::SteadyClock clock)
+    : items(std::move(items)),
+      histories(std::move(histories)),
+      clock(std::move(clock)),
+      sorted(this->items->GetItems()),
+      lastValues(sorted.size())
 {
 }
 
@@ -79,9 +82,9 @@ ItemPage<ItemState> DeviceItemService::ReadItems(const BasicString& prefix, cons
     return page;
 }
 
-ItemHistory DeviceItemService::ReadHistory(const BasicString& key, int64 /*from*/, int64 /*to*/, std::size_t /*points*/)
+ItemHistory DeviceItemService::ReadHistory(const BasicString& key, int64 from, int64 to, std::size_t points)
 {
-    throw ArgumentException::Create("key", key, "The item has no history");
+    return histories->Read(key, from, to, points);
 }
 
 DeviceItemService::Range DeviceItemService::Find(const BasicString& prefix, const BasicString& after,

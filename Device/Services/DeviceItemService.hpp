@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Device/Items/ItemHistories.hpp"
 #include "Device/Items/ItemTable.hpp"
 #include "Device/Machine/BoundedCalls.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceItemService.hpp"
@@ -18,9 +19,10 @@ namespace Oxa::Device::Linux::Services
 class DeviceItemService final : public Interface::Services::IDeviceItemService
 {
 public:
-    /// Shares the table, so that a call under way survives the component's end. Requires: not null.
-    explicit DeviceItemService(std::shared_ptr<const Items::ItemTable> items,
-                               Machine::SteadyClock clock = &Machine::ReadSteadyClock);
+    /// Shares both, so that a call under way survives the component's end. Requires: not null.
+    DeviceItemService(std::shared_ptr<const Items::ItemTable> items,
+                      std::shared_ptr<const Items::ItemHistories> histories,
+                      Machine::SteadyClock clock = &Machine::ReadSteadyClock);
 
     [[nodiscard]] Interface::Services::ItemPage<Interface::Services::DescribedItem>
     ListItems(const BasicString& prefix, const BasicString& after, std::size_t count) override;
@@ -55,6 +57,7 @@ private:
     void UseLastValue(std::size_t place, Interface::Services::ItemState& state);
 
     const std::shared_ptr<const Items::ItemTable> items;
+    const std::shared_ptr<const Items::ItemHistories> histories;
     const Machine::SteadyClock clock;
     const std::vector<Items::DeviceItem*> sorted;
 

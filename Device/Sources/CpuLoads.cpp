@@ -4,21 +4,17 @@
 #include "Device/Sources/CpuLoads.hpp"
 
 #include "Device/Machine/DeviceText.hpp"
-#include "Oxa/System/Commons/Exception.hpp"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
-#include <condition_variable>
-#include <mutex>
 #include <utility>
 
 namespace Oxa::Device::Linux::Sources
 {
 
 using System::Commons::MutexLock;
-using System::Commons::Diagnostics::Logging::LogLevel;
 
 namespace
 {
@@ -248,31 +244,6 @@ Items::ItemReading CpuCountSource::Read(const Items::ReadPass&)
 BasicString CpuCountSource::Describe() const
 {
     return "processor cores in " + loads->GetPath();
-}
-
-CpuSampler::CpuSampler(std::shared_ptr<CpuLoads> loads, std::chrono::milliseconds period)
-    : loads(std::move(loads)), period(period), thread([this](const std::stop_token& stop) { Run(stop); })
-{
-}
-
-void CpuSampler::Run(const std::stop_token& stop) noexcept
-{
-    try
-    {
-        // Waits for the stop only; nothing is guarded.
-        std::mutex waitMutex;
-        std::condition_variable_any stopped;
-        std::unique_lock lock(waitMutex);
-        while (!stopped.wait_for(lock, stop, period, [&stop] { return stop.stop_requested(); }))
-        {
-            loads->Sample();
-        }
-    }
-    catch (...)
-    {
-        Log(LogLevel::Error, "the processor loads are no longer sampled: {0}",
-            System::Commons::DescribeCurrentException());
-    }
 }
 
 } // namespace Oxa::Device::Linux::Sources

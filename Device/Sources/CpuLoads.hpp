@@ -2,18 +2,15 @@
 
 #include "Device/Items/IItemSource.hpp"
 #include "Device/Machine/KeptFile.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <optional>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 namespace Oxa::Device::Linux::Sources
@@ -114,21 +111,6 @@ public:
 
 private:
     const std::shared_ptr<const CpuLoads> loads;
-};
-
-/// The thread that ends a sampling period of the processor loads once a second. Ends with the object, at once.
-class CpuSampler final : private System::Commons::Diagnostics::Logging::Loggable<CpuSampler>
-{
-public:
-    /// Starts the thread; throws std::system_error when no thread can be made. Requires: `loads` is not null.
-    explicit CpuSampler(std::shared_ptr<CpuLoads> loads, std::chrono::milliseconds period = std::chrono::seconds(1));
-
-private:
-    void Run(const std::stop_token& stop) noexcept;
-
-    const std::shared_ptr<CpuLoads> loads;
-    const std::chrono::milliseconds period;
-    std::jthread thread;
 };
 
 } // namespace Oxa::Device::Linux::Sources

@@ -72,7 +72,8 @@ protected:
     {
         auto items = std::make_shared<ItemTable>();
         items->Add("A", std::move(source), type);
-        service = std::make_unique<DeviceItemService>(std::move(items), clock.Get());
+        service =
+            std::make_unique<DeviceItemService>(items, std::make_shared<Items::ItemHistories>(items), clock.Get());
     }
 
     BasicString Read()
@@ -180,7 +181,7 @@ TEST(ListingItems, GivesPagesInTheOrderOfTheKeys)
     {
         items->Add(key, std::make_unique<ConstantSource>(ItemValue(key)));
     }
-    DeviceItemService service(items);
+    DeviceItemService service(items, std::make_shared<Items::ItemHistories>(items));
 
     const struct
     {
@@ -221,7 +222,7 @@ TEST(ListingItems, BoundsAPage)
     {
         items->Add(fmt::format("{:04}", number), std::make_unique<ConstantSource>(ItemValue(uint64(number))));
     }
-    DeviceItemService service(items);
+    DeviceItemService service(items, std::make_shared<Items::ItemHistories>(items));
     const auto page = service.ReadItems("", "", static_cast<std::size_t>(-1));
     EXPECT_EQ(page.items.size(), IDeviceItemService::maximumPageItems);
     EXPECT_TRUE(page.isCut);

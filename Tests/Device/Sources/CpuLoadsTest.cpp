@@ -2,7 +2,6 @@
 
 #include "Device/FakeClock.hpp"
 #include "Device/FakeMachine.hpp"
-#include "Support/Eventually.hpp"
 
 #include <gtest/gtest.h>
 
@@ -140,21 +139,6 @@ TEST(ParsingCpuLists, TakesNumbersAndRanges)
     {
         EXPECT_EQ(Sources::ParseCpuList(list, 4), numbers) << "list: '" << list << "'";
     }
-}
-
-TEST(SamplingLoads, HappensOnceAPeriodAndEndsAtOnce)
-{
-    const FakeMachine machine;
-    machine.Write("/proc/stat", "cpu 1 0 0 1\ncpu0 1 0 0 1\n");
-    const auto loads = MakeLoads(machine);
-    machine.Write("/proc/stat", "cpu 2 0 0 1\ncpu0 1 0 0 2\n");
-    {
-        const Sources::CpuSampler sampler(loads, std::chrono::hours(1));
-    }
-    EXPECT_EQ(GetPercents(*loads), (Percents{50, 50}));
-    const Sources::CpuSampler sampler(loads, std::chrono::milliseconds(1));
-    // The counters do not change from the second sample on.
-    EXPECT_TRUE(Support::Eventually([&loads] { return GetPercents(*loads) == Percents{0, 0}; }));
 }
 
 } // namespace Oxa::Tests::Device
