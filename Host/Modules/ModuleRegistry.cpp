@@ -214,7 +214,7 @@ bool ModuleRegistry::Registrar::RegisterPage(const Page::Info& pageInfo, Page::H
     {
         return false;
     }
-    auto page = std::make_shared<Page>(pageInfo, std::move(handler), gate);
+    auto page = std::make_shared<Page>(pageInfo, std::move(handler), gate, moduleName);
     const MutexLock lock(registry.mutex);
     return TryAdd(registry.pages, page);
 }
@@ -431,8 +431,13 @@ std::vector<BasicString> ModuleRegistry::FindExpectedOf(std::string_view moduleN
 
 ModuleRegistry::Entries<Page> ModuleRegistry::GetPages() const
 {
-    const MutexLock lock(mutex);
-    return pages;
+    Entries<Page> all;
+    {
+        const MutexLock lock(mutex);
+        all = pages;
+    }
+    std::ranges::stable_sort(all, {}, [](const auto& page) { return std::string_view(page->moduleName); });
+    return all;
 }
 
 std::vector<BasicString> ModuleRegistry::GetSupportedLanguages() const

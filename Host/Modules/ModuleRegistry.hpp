@@ -51,12 +51,16 @@ struct Page final : Registration
     using Info = Services::Commons::Wbm::Modules::Registration::PageInfo;
     using Handler = std::shared_ptr<Services::Commons::Wbm::Modules::WbmPageHandlerBase>;
 
-    Page(const Info& info, Handler handler, std::shared_ptr<ModuleGate> gate)
-        : Registration(info.GetPageName(), std::move(gate)), info(info), handler(std::move(handler))
+    Page(const Info& info, Handler handler, std::shared_ptr<ModuleGate> gate, BasicString moduleName)
+        : Registration(info.GetPageName(), std::move(gate)),
+          info(info),
+          moduleName(std::move(moduleName)),
+          handler(std::move(handler))
     {
     }
 
     const Info info;
+    const BasicString moduleName;
     Handler handler;
 };
 
@@ -157,6 +161,8 @@ public:
     /// Of all data providers.
     [[nodiscard]] std::vector<Http::RequestStrand::HangingTask> FindHangingRequests() const;
 
+    /// Those of a module together, the modules in the order of their names: a menu keeps its order, although modules
+    /// register at the same time.
     [[nodiscard]] Entries<Page> GetPages() const;
     [[nodiscard]] std::vector<BasicString> GetSupportedLanguages() const;
 

@@ -1,5 +1,6 @@
 #include "Host/Modules/ModuleRegistry.hpp"
 
+#include "Oxa/Services/Commons/Wbm/Modules/WbmPageHandlerBase.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
 #include "Support/LogRecorder.hpp"
 
@@ -35,6 +36,29 @@ TEST(ModuleRegistries, LetAModuleUnregisterOnlyWhatItHasRegistered)
     EXPECT_NE(registry.FindDataProvider("Dp"), nullptr);
     first.UnregisterDataProvider("Dp");
     EXPECT_EQ(registry.FindDataProvider("Dp"), nullptr);
+}
+
+class EmptyPage final : public Services::Commons::Wbm::Modules::WbmPageHandlerBase
+{
+};
+
+TEST(ModuleRegistries, ListPagesInTheOrderOfTheModulesNames)
+{
+    Threads::EventLoop loop;
+    ModuleRegistry registry(loop, {});
+    const auto handler = std::make_shared<EmptyPage>();
+    Registrar later(registry, "B", std::make_shared<ModuleGate>());
+    Registrar earlier(registry, "A", std::make_shared<ModuleGate>());
+    for (auto& [registrar, name] : {std::pair<Registrar&, const char*>(later, "z"), {earlier, "y"}, {later, "x"}})
+    {
+        ASSERT_TRUE(registrar.RegisterPage(Page::Info("data", name, ""), handler));
+    }
+    BasicString names;
+    for (const auto& page : registry.GetPages())
+    {
+        names += page->name;
+    }
+    EXPECT_EQ(names, "yzx");
 }
 
 TEST(ModuleRegistries, GiveANameToTheModuleWhoseManifestHasItAndReportDifferencesOnce)
