@@ -4,7 +4,7 @@ include(GNUInstallDirs)
 
 # oxa_add_wbm_module(<target> MANIFEST <file> SOURCES … [LINK …] [OUTPUT_NAME <name>]): a module library of the web-based
 # management, lib<name>.so, for the host to load. It exports `CreateWbmModuleLibrary` only. Library and manifest are
-# installed; in the build folder the manifest lies in oxa/modules as well, relative to the library.
+# installed; the manifest lies in oxa/modules, relative to the library, in the build folder as well.
 function(oxa_add_wbm_module target)
   cmake_parse_arguments(arg "" "MANIFEST" "" ${ARGN})
   if(NOT arg_MANIFEST)
@@ -13,7 +13,11 @@ function(oxa_add_wbm_module target)
   oxa_add_plugin(${target} MAP WbmModule.map ${arg_UNPARSED_ARGUMENTS})
   target_link_libraries(${target} PRIVATE Oxa::Services.Commons.Wbm)
   cmake_path(GET arg_MANIFEST FILENAME manifestName)
-  configure_file("${arg_MANIFEST}" "${CMAKE_CURRENT_BINARY_DIR}/oxa/modules/${manifestName}" COPYONLY)
+  set(libraryFolder "${CMAKE_CURRENT_BINARY_DIR}")
+  if(CMAKE_LIBRARY_OUTPUT_DIRECTORY)
+    set(libraryFolder "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
+  endif()
+  configure_file("${arg_MANIFEST}" "${libraryFolder}/oxa/modules/${manifestName}" COPYONLY)
   install(TARGETS ${target} LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
   install(FILES "${arg_MANIFEST}" DESTINATION "${CMAKE_INSTALL_LIBDIR}/oxa/modules")
 endfunction()

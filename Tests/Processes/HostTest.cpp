@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <sstream>
@@ -17,6 +18,11 @@ namespace
 {
 
 constexpr const char* sections[] = {"GeneralData", "DateTime", "Health", "StatusIndicators", "Utilization"};
+
+/// Of both modules; each response names the article.
+constexpr const char* targets[] = {
+    "/api/v1/DeviceInterfaceDp/GetDataSections?GeneralData&DateTime&Health&StatusIndicators&Utilization",
+    "/api/v1/DeviceItemsDp/GetItems"};
 
 /// The shipped host and the shipped device services, each in its process.
 class TwoProcesses : public testing::Test
@@ -34,13 +40,8 @@ protected:
         device.Start();
     }
 
-    [[nodiscard]] Support::HttpClient::Answer Ask() const
+    [[nodiscard]] Support::HttpClient::Answer Ask(const char* target = targets[0]) const
     {
-        BasicString target = "/api/v1/DeviceInterfaceDp/GetDataSections?";
-        for (const char* section : sections)
-        {
-            target += BasicString(section) + '&';
-        }
         return host.Ask("GET", target, admin);
     }
 
@@ -49,8 +50,13 @@ protected:
         return Eventually(
             [this, &text]
             {
-                const auto response = Ask();
-                return response.result_int() == 200U && response.body().find(text) != BasicString::npos;
+                return std::ranges::all_of(targets,
+                                           [this, &text](const char* target)
+                                           {
+                                               const auto response = Ask(target);
+                                               return response.result_int() == 200U &&
+                                                      response.body().find(text) != BasicString::npos;
+                                           });
             },
             timeout);
     }
@@ -59,7 +65,9 @@ protected:
     EndToEnd::HostProcess host{
         {.modules =
              R"(<Module name="Di" library="${OXA_LIBRARIES}/libOxa.Services.Modules.Wbm.Di.so" settings=")" OXA_CONFIGURATION
-             R"(/Di.xml"><DataProvider name="DeviceInterfaceDp" safe="true"/></Module>)",
+             R"(/Di.xml"><DataProvider name="DeviceInterfaceDp" safe="true"/></Module>)"
+             R"(<Module name="Items" library="${OXA_LIBRARIES}/libOxa.Services.Modules.Wbm.Items.so">)"
+             R"(<DataProvider name="DeviceItemsDp" safe="true"/></Module>)",
          .components = "",
          .services = R"(<Provider name="Oxa.Device" socket=")" + device.GetEndpoint().socketPath + "\"/>"}};
     BasicString admin;
@@ -78,15 +86,21 @@ TEST_F(TwoProcesses, RespondWithTheValuesOfThePresentDevice)
         EXPECT_THAT(response.body(), HasSubstr('"' + BasicString(section) + "\":"));
     }
 
+    EXPECT_THAT(Ask(targets[1]).body(), HasSubstr("\"First\""));
+
     device.Suspend();
     EXPECT_EQ(Ask().result_int(), 504U);
+    EXPECT_EQ(Ask(targets[1]).result_int(), 503U) << "the connection was given up";
     device.GetProcess().SendSignal(SIGCONT);
     EXPECT_TRUE(ComesBack("\"First\"", 2s));
 
     device.Kill();
-    const auto refusal = Ask();
-    EXPECT_EQ(refusal.result_int(), 503U) << refusal.body();
-    EXPECT_NE(refusal["Retry-After"], "");
+    for (const char* target : targets)
+    {
+        const auto refusal = Ask(target);
+        EXPECT_EQ(refusal.result_int(), 503U) << refusal.body();
+        EXPECT_NE(refusal["Retry-After"], "");
+    }
     StartDevice("Second");
     EXPECT_TRUE(ComesBack("\"Second\"", 2s)) << Ask().body();
     EXPECT_EQ(host.Stop(), 0);
