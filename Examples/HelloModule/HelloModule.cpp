@@ -2,6 +2,7 @@
 #include "Oxa/Services/Commons/Wbm/Modules/IWbmModuleHandler.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmModuleBase.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmModuleLibrary.hpp"
+#include "Oxa/Services/Commons/Wbm/Modules/WbmPageHandlerBase.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
@@ -21,6 +22,8 @@ using namespace Oxa::Services::Commons::Wbm::Modules;
 using namespace Oxa::System::Commons::Json;
 
 const BasicString dataProviderName = "HelloDp";
+const BasicString pageName = "hello";
+const BasicString languages[] = {"en", "de"};
 
 /// The payload of a response: one member "greeting".
 class Greeting final : public IJsonSerializable
@@ -63,7 +66,12 @@ private:
     }
 };
 
-/// The module "Hello": one data provider, no page and no settings.
+/// Shows the page to every user who is logged in.
+class HelloPage final : public WbmPageHandlerBase
+{
+};
+
+/// The module "Hello": one data provider, one page and no settings.
 class HelloModule final : public WbmModuleBase
 {
 public:
@@ -74,6 +82,15 @@ public:
             throw InvalidOperationException::Create("Failed to register data provider: {0}", dataProviderName);
         }
         isRegistered = true;
+        if (!moduleHandler.RegisterPage(Registration::PageInfo(dataProviderName, pageName, ""), page))
+        {
+            throw InvalidOperationException::Create("Failed to register page: {0}", pageName);
+        }
+        isPageRegistered = true;
+        for (const BasicString& language : languages)
+        {
+            moduleHandler.RegisterSupportedLanguage(language);
+        }
     }
 
     void ResetModule(IWbmModuleHandler& moduleHandler) override
@@ -83,11 +100,22 @@ public:
             moduleHandler.UnregisterDataProvider(dataProviderName);
             isRegistered = false;
         }
+        if (isPageRegistered)
+        {
+            moduleHandler.UnregisterPage(pageName);
+            isPageRegistered = false;
+        }
+        for (const BasicString& language : languages)
+        {
+            moduleHandler.UnregisterSupportedLanguage(language);
+        }
     }
 
 private:
     const std::shared_ptr<HelloHandler> handler = std::make_shared<HelloHandler>();
+    const std::shared_ptr<HelloPage> page = std::make_shared<HelloPage>();
     bool isRegistered = false;
+    bool isPageRegistered = false;
 };
 
 /// Lists what the library can create; lives until it is unloaded.
