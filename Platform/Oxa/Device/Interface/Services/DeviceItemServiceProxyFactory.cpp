@@ -90,10 +90,18 @@ void ReadMembers(RscMessageReader& reader, HistoryPoint& point)
     point.maximum = static_cast<float>(reader.ReadReal64());
 }
 
+BasicString GetStructureSignature(const char* members)
+{
+    BasicString signature = "(";
+    signature += members;
+    signature += ')';
+    return signature;
+}
+
 template <class T>
 void WriteStructures(RscMessageWriter& writer, const char* members, const std::vector<T>& structures)
 {
-    writer.BeginArray(("(" + BasicString(members) + ")").c_str());
+    writer.BeginArray(GetStructureSignature(members).c_str());
     for (const T& structure : structures)
     {
         writer.BeginStructure(members);
@@ -106,7 +114,7 @@ void WriteStructures(RscMessageWriter& writer, const char* members, const std::v
 template <class T>
 void ReadStructures(RscMessageReader& reader, const char* members, std::vector<T>& structures)
 {
-    reader.EnterArray(("(" + BasicString(members) + ")").c_str());
+    reader.EnterArray(GetStructureSignature(members).c_str());
     while (!reader.TryLeaveArray())
     {
         reader.EnterStructure(members);
