@@ -1,6 +1,7 @@
 import "../kit/tokens.css";
 import "../kit/kit.css";
 import "./shell.css";
+import "./views.css";
 
 import { render } from "preact";
 import { App } from "./App";

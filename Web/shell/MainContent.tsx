@@ -74,10 +74,5 @@ function ShellView({ view }: { readonly view: View }) {
   if (hasFailed) {
     return <Banner>{text("shell.loadFailed")}</Banner>;
   }
-  return Loaded ? (
-    <>
-      <h1 class="oxa-page-title">{text(view.title)}</h1>
-      <Loaded />
-    </>
-  ) : null;
+  return Loaded ? <Loaded /> : <h1 class="oxa-page-title">{text(view.title)}</h1>;
 }

@@ -6,7 +6,7 @@ import type { PageContext, PageModule } from "../kit/Page";
 import { type Catalogue, chooseLanguage, makeTextFunction } from "../kit/Texts";
 import { getCatalogue, language, text } from "./Language";
 import { session } from "./Session";
-import { attention, device, isAway, type ModulePage, navigate, notice } from "./State";
+import { announce, attention, device, isAway, type ModulePage, navigate } from "./State";
 
 async function loadTexts(page: ModulePage): Promise<Catalogue> {
   const texts = page.texts as Readonly<Record<string, string>>;
@@ -60,9 +60,7 @@ function makeContext(pageTexts: Catalogue, signal: AbortSignal): PageContext {
     setAway: (away) => {
       isAway.value = away;
     },
-    notify: (line) => {
-      notice.value = line;
-    },
+    notify: announce,
     navigate,
   };
 }

@@ -3,9 +3,8 @@ import { useState } from "preact/hooks";
 import { Button, Field } from "../kit/components/Basics";
 import { explain } from "../kit/Failures";
 import { lookUp, text } from "./Language";
+import { minimumPasswordCharacters } from "./PasswordField";
 import { changePassword, logOut } from "./Session";
-
-const minimumCharacters = 12;
 
 export function PasswordChange({ user }: { readonly user: string }) {
   return (
@@ -55,12 +54,12 @@ export function PasswordForm({ user, onDone }: { readonly user: string; readonly
       />
       <Field
         label={text("password.new")}
-        hint={text("password.rule", { count: minimumCharacters })}
+        hint={text("password.rule", { count: minimumPasswordCharacters })}
         value={newPassword}
         onValue={setNewPassword}
         type="password"
         autocomplete="new-password"
-        minLength={minimumCharacters}
+        minLength={minimumPasswordCharacters}
         required={true}
       />
       <Field

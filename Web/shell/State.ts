@@ -17,6 +17,11 @@ export const isMenuOpen = signal(false);
 /** The last line for the user; read out. */
 export const notice = signal("");
 
+/** Reads a line out, also one that was the last already. */
+export function announce(line: string): void {
+  notice.value = line === notice.peek() ? `${line}\u00a0` : line;
+}
+
 export type Condition = "well" | "warning" | "bad" | "away";
 
 /** What the badge shows. */

@@ -1,3 +1,6 @@
+import { text } from "../Language";
+import { ViewHead } from "../ViewHead";
+
 export default function Tokens() {
-  return null;
+  return <ViewHead title={text("view.tokens")} />;
 }

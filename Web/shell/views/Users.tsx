@@ -1,3 +1,147 @@
+// Who may log in.
+import { Plus } from "lucide-preact";
+import { useState } from "preact/hooks";
+import { call, type Schemas } from "../../kit/Api";
+import { Button, Foreign, Mark } from "../../kit/components/Basics";
+import { text } from "../Language";
+import { LoadedList, useLoaded } from "../Loaded";
+import { RoleList, roleName } from "../Roles";
+import { session } from "../Session";
+import { navigate } from "../State";
+import { ViewHead } from "../ViewHead";
+import { type UserDialog, UserDialogs } from "./UserDialogs";
+
+type User = Schemas["User"];
+
+const readUsers = async (signal: AbortSignal) =>
+  (await call("get", "/api/v1/users", undefined, { signal })).users;
+
 export default function Users() {
-  return null;
+  const loaded = useLoaded(readUsers);
+  const [dialog, setDialog] = useState<UserDialog | undefined>();
+  const close = (isDone: boolean) => {
+    setDialog(undefined);
+    if (isDone) {
+      void loaded.reload();
+    }
+  };
+  return (
+    <>
+      <ViewHead title={text("view.users")}>
+        <Button kind="primary" onClick={() => setDialog({ kind: "add" })}>
+          <Plus class="oxa-icon" aria-hidden="true" />
+          {text("users.add")}
+        </Button>
+      </ViewHead>
+      <LoadedList loaded={loaded} empty={text("users.empty")}>
+        {(users) => <UserTable users={users} onDialog={setDialog} />}
+      </LoadedList>
+      <RoleList />
+      <UserDialogs dialog={dialog} onClose={close} />
+    </>
+  );
+}
+
+interface UserTableProps {
+  readonly users: readonly User[];
+  readonly onDialog: (dialog: UserDialog) => void;
+}
+
+function UserTable({ users, onDialog }: UserTableProps) {
+  return (
+    <div class="oxa-table-frame">
+      <table class="oxa-table" data-stacked="true">
+        <thead>
+          <tr>
+            <th scope="col">{text("users.name")}</th>
+            <th scope="col">{text("role")}</th>
+            <th scope="col">{text("users.state")}</th>
+            <th scope="col">
+              <span class="oxa-hidden">{text("view.actions")}</span>
+            </th>
+          </tr>
+        </thead>
+        <tbody>
+          {users.map((user) => (
+            <UserRow key={user.user} user={user} onDialog={onDialog} />
+          ))}
+        </tbody>
+      </table>
+    </div>
+  );
+}
+
+export function isOwn(name: string): boolean {
+  const state = session.value;
+  return state.kind === "loggedIn" && state.user === name;
+}
+
+interface UserRowProps {
+  readonly user: User;
+  readonly onDialog: (dialog: UserDialog) => void;
+}
+
+function UserRow({ user, onDialog }: UserRowProps) {
+  return (
+    <tr>
+      <td class="view-name">
+        <span>
+          <Foreign text={user.user} /> {isOwn(user.user) ? <Mark>{text("users.you")}</Mark> : null}
+        </span>
+      </td>
+      <td data-label={text("role")}>{roleName(user.role)}</td>
+      <td data-label={text("users.state")}>
+        <UserState user={user} />
+      </td>
+      <td class="view-actions">
+        <UserActions user={user} onDialog={onDialog} />
+      </td>
+    </tr>
+  );
+}
+
+function UserState({ user }: { readonly user: User }) {
+  if (user.disabled) {
+    return <Mark level="warning">{text("users.disabled")}</Mark>;
+  }
+  return user.mustChangePassword ? (
+    <Mark>{text("users.mustChange")}</Mark>
+  ) : (
+    <Mark level="good">{text("users.active")}</Mark>
+  );
+}
+
+function UserActions({ user, onDialog }: UserRowProps) {
+  // The name is in what a screen reader says of each button: the same four stand in every row.
+  const label = (action: string) => `${action} ${user.user}`;
+  const changePassword = () =>
+    isOwn(user.user) ? navigate("account") : onDialog({ kind: "password", user });
+  return (
+    <>
+      <Button
+        kind="quiet"
+        aria-label={label(text("users.role"))}
+        onClick={() => onDialog({ kind: "role", user })}
+      >
+        {text("users.role")}
+      </Button>
+      <Button kind="quiet" aria-label={label(text("users.password"))} onClick={changePassword}>
+        {text("users.password")}
+      </Button>
+      <Button
+        kind="quiet"
+        aria-label={label(text(user.disabled ? "users.enable" : "users.disable"))}
+        onClick={() => onDialog({ kind: "disable", user })}
+      >
+        {text(user.disabled ? "users.enable" : "users.disable")}
+      </Button>
+      <Button
+        kind="quiet"
+        aria-label={label(text("users.remove"))}
+        onClick={() => onDialog({ kind: "remove", user })}
+      >
+        {text("users.remove")}
+      </Button>
+    </>
+  );
 }
