@@ -26,6 +26,30 @@ asio::ip::address Normalize(const asio::ip::address& address)
                : address;
 }
 
+/// For clients that use "http" instead of "https".
+constexpr std::string_view plainResponse =
+    "HTTP/1.1 400 Bad Request\r\nContent-Type: application/problem+json\r\nContent-Length: 128\r\n"
+    "Connection: close\r\n\r\n"
+    R"({"type":"about:blank","title":"Bad Request","status":400,"code":"tls-required",)"
+    R"("detail":"This port uses encryption: use https."})";
+static_assert(plainResponse.size() - plainResponse.find('{') == 128, "the field Content-Length names it");
+
+/// A client without encryption where it is expected costs no more than this.
+void RefusePlain(int descriptor, std::span<const unsigned char> begin) noexcept
+{
+    const auto isOfHttp = [](unsigned char each)
+    {
+        return (each >= 'A' && each <= 'Z') || each == ' ' || each == '/';
+    };
+    if (std::ranges::all_of(begin, isOfHttp))
+    {
+        // Bytes that were not read would destroy the response on its way.
+        constexpr std::size_t maximumBytes = std::size_t{64} * 1024;
+        (void)recv(descriptor, nullptr, maximumBytes, MSG_TRUNC | MSG_DONTWAIT);
+        (void)send(descriptor, plainResponse.data(), plainResponse.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    }
+}
+
 } // namespace
 
 ClientStream::ClientStream(Socket newSocket, const SecureChannelFactory& secureChannels)
@@ -59,9 +83,14 @@ ClientStream::Input ClientStream::CheckInput() noexcept
     {
         return Input::Ended;
     }
-    if (!IsSecure() || header[0] != handshakeType)
+    if (!IsSecure())
     {
         return Input::Complete;
+    }
+    if (header[0] != handshakeType)
+    {
+        RefusePlain(descriptor, std::span(header).first(static_cast<std::size_t>(count)));
+        return Input::Ended;
     }
     // Of an incomplete header the length is 0.
     const std::size_t recordBytes = headerBytes + (std::size_t{header[3]} << 8U) + header[4];

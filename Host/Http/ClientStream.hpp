@@ -73,7 +73,8 @@ public:
     [[nodiscard]] bool HasInput() noexcept;
 
     /// Waits for the first byte, with encryption for the whole message that begins the handshake, without reading it.
-    /// `handler`: (error); an error also at the client's end.
+    /// `handler`: (error); an error also at the client's end, and when it does not encrypt although it should, which it
+    /// is told.
     template <class Handler>
     void AsyncWaitForInput(Handler handler)
     {

@@ -3,7 +3,6 @@
 #include "Host/Tls/Certificate.hpp"
 
 #include <openssl/err.h>
-#include <sys/socket.h>
 
 // Every operation begins with an empty error queue: an error that another connection left on the thread would be taken
 // for one of this connection.
@@ -56,14 +55,6 @@ int SelectProtocol(SSL* /*ssl*/, const unsigned char** selected, unsigned char* 
     return result == OPENSSL_NPN_NEGOTIATED ? SSL_TLSEXT_ERR_OK : SSL_TLSEXT_ERR_ALERT_FATAL;
 }
 
-/// For people who forget the "s" of "https".
-constexpr std::string_view plainResponse =
-    "HTTP/1.1 400 Bad Request\r\nContent-Type: application/problem+json\r\nContent-Length: 128\r\n"
-    "Connection: close\r\n\r\n"
-    R"({"type":"about:blank","title":"Bad Request","status":400,"code":"tls-required",)"
-    R"("detail":"This port uses encryption: use https."})";
-static_assert(plainResponse.size() - plainResponse.find('{') == 128, "the field Content-Length names it");
-
 } // namespace
 
 UniqueContext MakeContext(const Certificate& certificate)
@@ -81,7 +72,7 @@ UniqueContext MakeContext(const Certificate& certificate)
 }
 
 TlsChannel::TlsChannel(SSL_CTX& context, int descriptor, bool hasIssuedCertificate)
-    : ssl(SSL_new(&context)), descriptor(descriptor), hasIssuedCertificate(hasIssuedCertificate)
+    : ssl(SSL_new(&context)), hasIssuedCertificate(hasIssuedCertificate)
 {
     if (!ssl || SSL_set_fd(ssl.get(), descriptor) != 1)
     {
@@ -141,10 +132,6 @@ void TlsChannel::Fail() noexcept
 {
     hasFailed = true;
     const unsigned long error = ERR_peek_last_error();
-    if (ERR_GET_LIB(error) == ERR_LIB_SSL && ERR_GET_REASON(error) == SSL_R_HTTP_REQUEST)
-    {
-        (void)send(descriptor, plainResponse.data(), plainResponse.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-    }
     if (error != 0)
     {
         const char* const reason = ERR_reason_error_string(error);

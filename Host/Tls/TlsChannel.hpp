@@ -45,7 +45,6 @@ private:
     void Fail() noexcept;
 
     const UniqueSsl ssl;
-    const int descriptor;
     const bool hasIssuedCertificate;
     bool hasFailed = false;
 };

@@ -2,7 +2,10 @@
 #include "Host/Tls/TlsFixture.hpp"
 
 #include <arpa/inet.h>
+#include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
+#include <boost/asio/read.hpp>
+#include <boost/asio/write.hpp>
 #include <netinet/in.h>
 #include <sys/time.h>
 
@@ -102,6 +105,25 @@ protected:
         [](const Http::HttpRequest&) { return false; }, [this](int descriptor) { return store.Accept(descriptor); });
     std::thread thread;
 };
+
+TEST_F(EncryptedServers, TellClientsOfPlainHttpToUseEncryption)
+{
+    for (const BasicString& bytes :
+         {BasicString("GET / HTTP/1.1\r\nHost: h\r\n\r\n"), BasicString("PATCH /a"),
+          BasicString("SSH-2.0-OpenSSH_9.2\r\n"), BasicString("\0\0\0\0\0\0\0\0", 8), BasicString("\x80\x2e\1\3\1", 5)})
+    {
+        boost::asio::io_context clientContext;
+        boost::asio::ip::tcp::socket client(clientContext);
+        client.connect({boost::asio::ip::address_v4::loopback(), server->GetPort()});
+        boost::asio::write(client, boost::asio::buffer(bytes));
+        BasicString response;
+        boost::system::error_code error;
+        boost::asio::read(client, boost::asio::dynamic_buffer(response), error);
+        const bool isHttp = bytes.starts_with("GET") || bytes.starts_with("PATCH");
+        EXPECT_EQ(response.find("tls-required") != BasicString::npos, isHttp) << bytes;
+        EXPECT_EQ(response.empty(), !isHttp) << bytes;
+    }
+}
 
 TEST_F(EncryptedServers, AnswerRequestsThatComeTogetherOrInPieces)
 {
