@@ -43,7 +43,7 @@ constexpr std::chrono::milliseconds acceptPause{100};
 /// 40 ms for the rest before it acknowledges. Segments of a network are smaller.
 constexpr int maximumSegmentBytes = 8192;
 /// In one step of the event loop, so that connections which are being served have their turn.
-constexpr int maximumAccepts = 16;
+constexpr int maximumAccepts = 64;
 constexpr std::size_t maximumLoggedBytes = 128;
 constexpr std::size_t maximumLingeredBytes = std::size_t{1024} * 1024;
 

@@ -23,7 +23,7 @@ namespace
 /// lowest priority, with which a log-in takes seconds while slow clients keep all processors busy.
 void LowerPriority() noexcept
 {
-    constexpr int lowPriority = 5;
+    constexpr int lowPriority = 2;
     const sched_param parameters = {};
     (void)sched_setscheduler(0, SCHED_BATCH, &parameters);
     (void)setpriority(PRIO_PROCESS, 0, lowPriority);
