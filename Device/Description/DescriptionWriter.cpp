@@ -1,6 +1,7 @@
 #include "Device/Description/DescriptionWriter.hpp"
 
 #include "Device/Description/DeviceDescription.hpp"
+#include "Device/Items/WellKnownItems.hpp"
 #include "Device/Machine/DeviceText.hpp"
 #include "Device/Sources/LedSource.hpp"
 #include "Device/Sources/SensorSource.hpp"
@@ -59,10 +60,31 @@ void Write(XmlWriter& writer, const Candidate& candidate)
     writer.WriteEndElement();
 }
 
+/// What is known of a well-known item is written as well, for people to change. An item for each core has another
+/// meaning for all together, so it has that of its keys.
+void WriteMeaning(XmlWriter& writer, const BasicString& key)
+{
+    const Items::ItemMeaning meaning = Items::GetWellKnownMeaning(key);
+    if (key.find("{0}") != BasicString::npos)
+    {
+        return;
+    }
+    for (const auto& [name, text] : {std::pair("unit", meaning.unit),
+                                     {"description", meaning.description},
+                                     {"history", meaning.hasHistory ? "true" : ""}})
+    {
+        if (!text.empty())
+        {
+            writer.WriteAttribute(name, text);
+        }
+    }
+}
+
 void Write(XmlWriter& writer, const BasicString& key, const Candidate& source)
 {
     writer.WriteStartElement("Item");
     writer.WriteAttribute("key", key);
+    WriteMeaning(writer, key);
     Write(writer, source);
     writer.WriteEndElement();
 }

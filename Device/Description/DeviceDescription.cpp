@@ -1,8 +1,10 @@
 #include "Device/Description/DeviceDescription.hpp"
 
-#include "Device/Description/ItemTypes.hpp"
 #include "Device/Description/SourceElements.hpp"
 #include "Device/Items/ItemConversion.hpp"
+#include "Device/Items/ItemHistories.hpp"
+#include "Device/Items/WellKnownItems.hpp"
+#include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Commons/Xml/MultiXmlConfigDocument.hpp"
 #include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 
@@ -15,6 +17,9 @@ namespace Oxa::Device::Linux::Description
 {
 
 using Commands::CommandSettings;
+using Interface::Services::IDeviceItemService;
+using Items::ItemHistories;
+using Items::ItemMeaning;
 using System::Commons::XmlException;
 using System::Commons::Xml::XmlElementReader;
 using System::Commons::Xml::XmlProblems;
@@ -67,7 +72,7 @@ void ReadFactoryReset(XmlElementReader& element, CommandSettings& commands)
 
 std::optional<RscType> ReadItemType(XmlElementReader& element, const BasicString& key)
 {
-    const auto expected = FindExpectedType(key);
+    const auto expected = Items::FindExpectedType(key);
     const auto type = ReadType(element);
     if (expected && type && type != expected)
     {
@@ -75,6 +80,35 @@ std::optional<RscType> ReadItemType(XmlElementReader& element, const BasicString
                        Items::GetItemTypeWord(*expected), Items::GetItemTypeWord(*type));
     }
     return expected ? expected : type;
+}
+
+void ReadWords(XmlElementReader& element, std::string_view attributeName, std::size_t maximumBytes,
+               std::optional<BasicString>& words)
+{
+    BasicString text;
+    if (!element.Read(attributeName, text))
+    {
+        return;
+    }
+    if (text.size() > maximumBytes || !System::Commons::Text::IsPlain(text))
+    {
+        element.ReportBadValue(attributeName, text, fmt::format("one line of at most {} bytes", maximumBytes));
+        return;
+    }
+    words = std::move(text);
+}
+
+GivenMeaning ReadMeaning(XmlElementReader& element)
+{
+    GivenMeaning meaning;
+    ReadWords(element, "unit", IDeviceItemService::maximumUnitBytes, meaning.unit);
+    ReadWords(element, "description", IDeviceItemService::maximumTextBytes, meaning.description);
+    bool hasHistory = false;
+    if (element.Read("history", hasHistory))
+    {
+        meaning.hasHistory = hasHistory;
+    }
+    return meaning;
 }
 
 void CheckSources(XmlElementReader& element, const BasicString& key, bool isForEachCore, int sourceCount)
@@ -105,6 +139,7 @@ void ReadItem(XmlElementReader& element, std::map<BasicString, DescribedItem>& i
     }
     SourceContext context;
     context.itemType = ReadItemType(element, key);
+    GivenMeaning meaning = ReadMeaning(element);
     SourceMaker makeSource;
     int sourceCount = 0;
     element.ForEachChild(
@@ -128,8 +163,58 @@ void ReadItem(XmlElementReader& element, std::map<BasicString, DescribedItem>& i
     {
         element.Report("the item '{0}' is described already, in line {1}", key, found->second.line);
     }
-    items.insert_or_assign(key, DescribedItem{context.itemType, context.isForEachCore, std::move(makeSource),
-                                              element.GetFileName(), element.GetLine()});
+    meaning.sourceUnit = std::move(context.unit);
+    items.insert_or_assign(key, DescribedItem{context.itemType, std::move(meaning), context.isForEachCore,
+                                              std::move(makeSource), element.GetFileName(), element.GetLine()});
+}
+
+BasicString MakeKey(const BasicString& key, std::size_t core)
+{
+    return boost::algorithm::replace_all_copy(key, corePlace, std::to_string(core));
+}
+
+/// `key`: the item's, or what comes of it for a core.
+ItemMeaning MakeMeaning(const DescribedItem& item, const BasicString& key, std::size_t core)
+{
+    const GivenMeaning& given = item.meaning;
+    const ItemMeaning wellKnown = Items::GetWellKnownMeaning(key);
+    ItemMeaning meaning;
+    meaning.unit = given.unit.value_or(wellKnown.unit.empty() ? given.sourceUnit : wellKnown.unit);
+    meaning.description = given.description.value_or(wellKnown.description);
+    meaning.hasHistory = given.hasHistory.value_or(wellKnown.hasHistory);
+    if (item.isForEachCore)
+    {
+        boost::algorithm::replace_all(meaning.description, corePlace, std::to_string(core));
+        // However many cores there are, the number of histories is known beforehand.
+        meaning.hasHistory = meaning.hasHistory && core == 0;
+    }
+    return meaning;
+}
+
+void CheckHistories(const DeviceDescription& description, XmlProblems& problems)
+{
+    std::size_t count = 0;
+    for (const auto& [key, item] : description.items)
+    {
+        const BasicString firstKey = item.isForEachCore ? MakeKey(key, 0) : key;
+        const bool isReplaced = item.isForEachCore && description.items.contains(firstKey);
+        if (isReplaced || !MakeMeaning(item, firstKey, 0).hasHistory)
+        {
+            continue;
+        }
+        if (item.type == RscType::String)
+        {
+            problems.Report(XmlException::CreateAt(
+                item.fileName, item.line, fmt::format("the item '{}' is a text, it cannot have a history", key)));
+        }
+        if (++count == ItemHistories::maximumItems + 1)
+        {
+            problems.Report(XmlException::CreateAt(
+                item.fileName, item.line,
+                fmt::format("more than {} items have a history; the attribute 'history' of some has to be 'false'",
+                            ItemHistories::maximumItems)));
+        }
+    }
 }
 
 void ReadDocument(XmlReader& reader, DeviceDescription& description, XmlProblems& problems)
@@ -184,6 +269,7 @@ DeviceDescription ReadFiles(const BasicString& path, XmlProblems& problems)
                 ReadDocument(reader, description, problems);
             });
     }
+    CheckHistories(description, problems);
     return description;
 }
 
@@ -201,6 +287,7 @@ DeviceDescription DeviceDescription::Parse(const BasicString& text, BasicString 
     XmlProblems problems(XmlProblems::Reaction::Throw);
     DeviceDescription description;
     ReadDocument(reader, description, problems);
+    CheckHistories(description, problems);
     description.files.clear();
     return description;
 }
@@ -212,7 +299,7 @@ std::unique_ptr<Items::ItemTable> DeviceDescription::MakeItems(DescribedMachine&
     {
         if (!item.isForEachCore)
         {
-            table->Add(key, item.makeSource(machine, 0), item.type);
+            table->Add(key, item.makeSource(machine, 0), item.type, MakeMeaning(item, key, 0));
         }
     }
     for (const auto& [key, item] : items)
@@ -220,10 +307,10 @@ std::unique_ptr<Items::ItemTable> DeviceDescription::MakeItems(DescribedMachine&
         const std::size_t coreCount = item.isForEachCore ? machine.GetCpuLoads()->GetCoreCount() + 1 : 0;
         for (std::size_t core = 0; core < coreCount; ++core)
         {
-            const BasicString coreKey = boost::algorithm::replace_all_copy(key, corePlace, std::to_string(core));
+            const BasicString coreKey = MakeKey(key, core);
             if (table->TryFind(coreKey) == nullptr)
             {
-                table->Add(coreKey, item.makeSource(machine, core), item.type);
+                table->Add(coreKey, item.makeSource(machine, core), item.type, MakeMeaning(item, coreKey, core));
             }
         }
     }
@@ -241,7 +328,7 @@ DescriptionFindings CheckDescription(const BasicString& path)
     }
     for (const auto& [key, item] : description.items)
     {
-        const BasicString similar(FindSimilarKey(key));
+        const BasicString similar(Items::FindSimilarKey(key));
         if (!similar.empty() && !description.items.contains(similar))
         {
             findings.warnings.push_back(fmt::format("{}:{}: warning: '{}' is no well-known key; did you mean '{}'?",

@@ -14,11 +14,22 @@
 namespace Oxa::Device::Linux::Description
 {
 
+/// What a description says of an item's value for people; what it does not say is that of the well-known item.
+struct GivenMeaning
+{
+    std::optional<BasicString> unit;
+    std::optional<BasicString> description;
+    std::optional<bool> hasHistory;
+    /// For an item that is not well-known, when the description gives none.
+    BasicString sourceUnit;
+};
+
 /// One item as it is described.
 struct DescribedItem
 {
     /// None: that of each of the source's values.
     std::optional<System::Rsc::RscType> type;
+    GivenMeaning meaning;
     /// Whether there is one such item for each core, and one for all; the key then has "{0}" where the number belongs.
     bool isForEachCore = false;
     SourceMaker makeSource;
@@ -39,7 +50,8 @@ struct DeviceDescription
     /// The same for one document in memory; `fileName` is for messages only.
     [[nodiscard]] static DeviceDescription Parse(const BasicString& text, BasicString fileName);
 
-    /// Never null. An item that is described by its own key replaces one of the items for each core.
+    /// Never null; at most `ItemHistories::maximumItems` have a history. An item that is described by its own key
+    /// replaces one of the items for each core.
     [[nodiscard]] std::unique_ptr<Items::ItemTable> MakeItems(DescribedMachine& machine) const;
 
     /// For people; that of the last document that has one.

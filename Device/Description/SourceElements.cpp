@@ -33,6 +33,8 @@ namespace
 /// How deep elements "first" can lie in one another.
 constexpr int maximumNesting = 8;
 
+constexpr std::string_view degreesCelsius = "°C";
+
 /// More devices of one name than any machine has.
 constexpr std::size_t maximumIndex = 1000;
 
@@ -55,6 +57,15 @@ BasicString ReadNameBelow(XmlElementReader& element, std::string_view attributeN
         element.ReportBadValue(attributeName, name, "a name below the folder, without '..'");
     }
     return name;
+}
+
+/// For a source whose values have this unit.
+void OfferUnit(SourceContext& context, std::string_view unit)
+{
+    if (context.unit.empty())
+    {
+        context.unit = unit;
+    }
 }
 
 SourceMaker MakeFile(BasicString path, FileSource::Options options)
@@ -159,8 +170,9 @@ SourceMaker ReadAbsent(XmlElementReader& element, SourceContext&)
     return MakeFrom<Sources::AbsentSource>(std::move(part));
 }
 
-SourceMaker ReadUptime(XmlElementReader&, SourceContext&)
+SourceMaker ReadUptime(XmlElementReader&, SourceContext& context)
 {
+    OfferUnit(context, "s");
     return [](DescribedMachine& machine, std::size_t core) -> std::unique_ptr<Items::IItemSource>
     {
         if (machine.GetRoot().IsRunningMachine())
@@ -178,6 +190,7 @@ SourceMaker ReadUptime(XmlElementReader&, SourceContext&)
 
 SourceMaker ReadCpuLoad(XmlElementReader& element, SourceContext& context)
 {
+    OfferUnit(context, "%");
     BasicString word;
     if (element.Read("core", word) && word == "each")
     {
@@ -215,35 +228,37 @@ SourceMaker ReadCpu(XmlElementReader& element, SourceContext& context)
 
 /// Of a memory or a partition.
 template <class Figure>
-Figure ReadFigure(XmlElementReader& element)
+Figure ReadFigure(XmlElementReader& element, SourceContext& context)
 {
     auto figure = Figure::UsagePercent;
     element.ReadChoice("figure",
                        {{"total", Figure::Total}, {"usage", Figure::Usage}, {"percent", Figure::UsagePercent}}, figure);
+    OfferUnit(context, figure == Figure::UsagePercent ? "%" : "B");
     return figure;
 }
 
-SourceMaker ReadMemory(XmlElementReader& element, SourceContext&)
+SourceMaker ReadMemory(XmlElementReader& element, SourceContext& context)
 {
-    return [figure = ReadFigure<Sources::MemorySource::Figure>(element)](DescribedMachine& machine, std::size_t)
+    return
+        [figure = ReadFigure<Sources::MemorySource::Figure>(element, context)](DescribedMachine& machine, std::size_t)
     {
         return std::make_unique<Sources::MemorySource>(machine.GetShared<Sources::MemoryProbe>("/proc/meminfo"),
                                                        figure);
     };
 }
 
-SourceMaker ReadPartition(XmlElementReader& element, SourceContext&)
+SourceMaker ReadPartition(XmlElementReader& element, SourceContext& context)
 {
     BasicString mount = "/";
     ReadPath(element, "mount", mount);
-    return [mount = std::move(mount),
-            figure = ReadFigure<Sources::PartitionSource::Figure>(element)](DescribedMachine& machine, std::size_t)
+    return [mount = std::move(mount), figure = ReadFigure<Sources::PartitionSource::Figure>(element, context)](
+               DescribedMachine& machine, std::size_t)
     {
         return std::make_unique<Sources::PartitionSource>(machine.GetShared<Sources::PartitionProbe>(mount), figure);
     };
 }
 
-SourceMaker ReadHwmon(XmlElementReader& element, SourceContext&)
+SourceMaker ReadHwmon(XmlElementReader& element, SourceContext& context)
 {
     Sources::SensorAddress sensor;
     element.ReadRequired("chip", sensor.name);
@@ -258,6 +273,7 @@ SourceMaker ReadHwmon(XmlElementReader& element, SourceContext&)
     {
         element.ReportBadValue("input", sensor.inputFile, "a file like 'temp1_input' or 'in0_input'");
     }
+    OfferUnit(context, Sources::GetSensorUnit(sensor.inputFile));
     return [sensor = std::move(sensor)](DescribedMachine& machine, std::size_t)
     {
         Sources::SensorAddress address = Sources::MakeHwmonAddress(machine.GetRoot(), sensor.name, sensor.index);
@@ -267,8 +283,9 @@ SourceMaker ReadHwmon(XmlElementReader& element, SourceContext&)
     };
 }
 
-SourceMaker ReadThermal(XmlElementReader& element, SourceContext&)
+SourceMaker ReadThermal(XmlElementReader& element, SourceContext& context)
 {
+    OfferUnit(context, degreesCelsius);
     BasicString zone;
     std::size_t index = 0;
     element.ReadRequired("zone", zone);
@@ -279,8 +296,9 @@ SourceMaker ReadThermal(XmlElementReader& element, SourceContext&)
     };
 }
 
-SourceMaker ReadBoardTemperature(XmlElementReader&, SourceContext&)
+SourceMaker ReadBoardTemperature(XmlElementReader&, SourceContext& context)
 {
+    OfferUnit(context, degreesCelsius);
     return [](DescribedMachine& machine, std::size_t) -> SourcePointer
     {
         auto sensors = Sources::FindTemperatureSensors(machine.GetRoot(), 1);

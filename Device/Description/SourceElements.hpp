@@ -19,6 +19,8 @@ struct SourceContext
 {
     /// None: any type will do.
     std::optional<System::Rsc::RscType> itemType;
+    /// That of the first source which knows it.
+    BasicString unit = {};
     /// Set when one of the sources exists for each core.
     bool isForEachCore = false;
     /// The number of elements "first" that the present source lies in.

@@ -2,6 +2,7 @@
 
 #include "Device/Identity/BuildIdentity.hpp"
 #include "Device/Items/IItemSource.hpp"
+#include "Device/Items/WellKnownItems.hpp"
 #include "Device/Machine/DeviceText.hpp"
 #include "Device/Machine/KeptFile.hpp"
 #include "Device/Sources/FallbackSource.hpp"
@@ -88,14 +89,18 @@ void BootIdentity::Renew()
 void AddIdentityItems(Items::ItemTable& table, std::shared_ptr<const BootIdentity> bootIdentity,
                       const std::vector<BasicString>& descriptionFiles)
 {
+    const auto add = [&table](const char* key, std::unique_ptr<Items::IItemSource> source)
+    {
+        table.Add(key, std::move(source), Items::FindExpectedType(key), Items::GetWellKnownMeaning(key));
+    };
     if (table.TryFind(bootIdKey) == nullptr)
     {
-        table.Add(bootIdKey, std::make_unique<BootIdSource>(std::move(bootIdentity)));
+        add(bootIdKey, std::make_unique<BootIdSource>(std::move(bootIdentity)));
     }
     if (table.TryFind(buildIdKey) == nullptr)
     {
         const Items::ItemValue buildId(MakeBuildIdentity(descriptionFiles));
-        table.Add(buildIdKey, std::make_unique<Sources::ConstantSource>(buildId));
+        add(buildIdKey, std::make_unique<Sources::ConstantSource>(buildId));
     }
 }
 

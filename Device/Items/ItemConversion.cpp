@@ -54,15 +54,16 @@ BasicString GetItemTypeWord(RscType type)
     return found == typeWords.end() ? fmt::format("{}", type) : BasicString(found->first);
 }
 
-BasicString FormatItem(std::string_view key, const ItemValue& value)
+BasicString FormatItem(std::string_view key, const ItemReading& reading, std::string_view unit)
 {
     const BasicString name = EscapeControlCharacters(key);
-    if (value.GetType() == RscType::NotSet)
+    if (!reading.HasValue())
     {
         return name + " has no value";
     }
-    return fmt::format("{} = {} ({})", name, EscapeControlCharacters(FormatItemValue(value)),
-                       GetItemTypeWord(value.GetType()));
+    return fmt::format("{} = {}{}{} ({}{})", name, EscapeControlCharacters(FormatItemValue(reading.value)),
+                       unit.empty() ? "" : " ", unit, GetItemTypeWord(reading.value.GetType()),
+                       reading.origin == ItemOrigin::Simulated ? ", simulated" : "");
 }
 
 } // namespace Oxa::Device::Linux::Items

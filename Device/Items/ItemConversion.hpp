@@ -21,9 +21,9 @@ constexpr std::string_view itemTypeWords = "bool, int8 to uint64, real32, real64
 /// The word for the type; the enumerator's name for a type that an item cannot be described to have.
 [[nodiscard]] BasicString GetItemTypeWord(System::Rsc::RscType type);
 
-/// One line of output: "Status.Cpu.0.Load.Percent = 12 (uint8)", "Name = Box (string)" or "Name has no value". Control
-/// characters come out as \xNN. Safe from any thread.
-[[nodiscard]] BasicString FormatItem(std::string_view key, const ItemValue& value);
+/// One line of output: "Status.Cpu.0.Load.Percent = 12 % (uint8)", "Name = Box (string, simulated)" or "Name has no
+/// value". `unit`: of the item. Control characters come out as \xNN. Safe from any thread.
+[[nodiscard]] BasicString FormatItem(std::string_view key, const ItemReading& reading, std::string_view unit);
 
 } // namespace Oxa::Device::Linux::Items
 

@@ -69,6 +69,19 @@ std::unique_ptr<Items::ItemTable> MakeItems(const BasicString& descriptionPath, 
     return items;
 }
 
+/// The item with its value, or with the cause why it has none.
+BasicString Format(const Items::DeviceItem& item, const Items::ItemReading& reading)
+{
+    const BasicString line = Items::FormatItem(item.GetKey(), reading, item.GetMeaning().unit);
+    return reading.HasValue() ? line : line + ": " + System::Commons::Text::EscapeControlCharacters(reading.cause);
+}
+
+/// What a line of `Format` goes on with when the description is checked.
+BasicString FormatMeaning(const Items::ItemMeaning& meaning)
+{
+    return (meaning.description.empty() ? "" : ": " + meaning.description) + (meaning.hasHistory ? " (history)" : "");
+}
+
 /// False when there is a mistake.
 bool CheckDescriptionAt(const BasicString& path, std::ostream& output)
 {
@@ -102,9 +115,7 @@ int CheckDescription(const DeviceCommandLine& commandLine, std::ostream& output)
     for (Items::DeviceItem* const item : items->GetItems())
     {
         const auto reading = item->TryRead(pass);
-        output << Items::FormatItem(item->GetKey(), reading.value)
-               << (reading.HasValue() ? "" : ": " + System::Commons::Text::EscapeControlCharacters(reading.cause))
-               << '\n';
+        output << Format(*item, reading) << (reading.HasValue() ? FormatMeaning(item->GetMeaning()) : "") << '\n';
     }
     return EXIT_SUCCESS;
 }
@@ -165,15 +176,16 @@ int ReadItems(const DeviceCommandLine& commandLine, std::ostream& output)
     int status = EXIT_SUCCESS;
     for (const BasicString& key : commandLine.keys)
     {
-        if (items->TryFind(key) == nullptr)
+        Items::DeviceItem* const item = items->TryFind(key);
+        if (item == nullptr)
         {
             output << key << " is not described\n";
             status = EXIT_FAILURE;
             continue;
         }
-        const auto value = items->Read(key);
-        status = value.GetType() == System::Rsc::RscType::NotSet ? EXIT_FAILURE : status;
-        output << Items::FormatItem(key, value) << '\n';
+        const auto reading = item->TryRead(Items::ReadPass::Begin());
+        status = reading.HasValue() ? status : EXIT_FAILURE;
+        output << Format(*item, reading) << '\n';
     }
     return status;
 }

@@ -34,12 +34,13 @@ struct SensorKind
 {
     std::string_view prefix;
     double unitsPerPlainUnit;
+    std::string_view unit;
 };
 
 // Millidegrees, millivolts, milliamperes, revolutions per minute, microwatts and thousandths of a percent. Temperatures
 // come first, and so does their label when a chip uses one label twice.
-constexpr SensorKind sensorKinds[] = {{"temp", 1e3}, {"in", 1e3},    {"curr", 1e3},
-                                      {"fan", 1},    {"power", 1e6}, {"humidity", 1e3}};
+constexpr SensorKind sensorKinds[] = {{"temp", 1e3, "°C"}, {"in", 1e3, "V"},    {"curr", 1e3, "A"},
+                                      {"fan", 1, "rpm"},   {"power", 1e6, "W"}, {"humidity", 1e3, "%"}};
 
 /// Of "temp", which is a thermal zone's file, and of "temp1_input"; null for a file of another kind.
 const SensorKind* FindKind(std::string_view fileName) noexcept
@@ -255,6 +256,12 @@ bool IsSensorInput(std::string_view fileName) noexcept
     const SensorKind* const kind = FindKind(fileName);
     return kind != nullptr && fileName.ends_with(inputSuffix) &&
            fileName.size() > kind->prefix.size() + inputSuffix.size();
+}
+
+std::string_view GetSensorUnit(std::string_view fileName) noexcept
+{
+    const SensorKind* const kind = FindKind(fileName);
+    return kind == nullptr ? std::string_view() : kind->unit;
 }
 
 SensorSource::SensorSource(SensorAddress address, Machine::SteadyClock clock)

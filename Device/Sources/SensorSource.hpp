@@ -55,6 +55,9 @@ struct FoundSensor
 /// "curr", "fan", "power" and "humidity".
 [[nodiscard]] bool IsSensorInput(std::string_view fileName) noexcept;
 
+/// The unit of a file that `IsSensorInput` admits, for instance "V"; empty for every other one.
+[[nodiscard]] std::string_view GetSensorUnit(std::string_view fileName) noexcept;
+
 /// Searches the folders of the class. Safe from any thread.
 [[nodiscard]] FoundSensor FindSensor(const SensorAddress& address);
 

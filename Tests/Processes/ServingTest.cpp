@@ -118,10 +118,16 @@ TEST(DescribingADevice, ReportsEveryMistakeAndReadsTheItemsOfItsOwnDescription)
     EXPECT_EQ(RunDevice({"--description", path, "--read", "No.Such.Item"}).status, 1);
     const BasicString text =
         folder.Write("text.xml", "<DeviceDescriptionDocument><Item key=\"a\"><text value=\"x\"/></Item>"
-                                 "<Item key=\"b\"><file path=\"/b\"/></Item></DeviceDescriptionDocument>");
+                                 "<Item key=\"b\"><file path=\"/b\"/></Item><Item key=\"c\" type=\"int8\" unit=\"V\" "
+                                 "description=\"Supply\" history=\"true\"><simulated value=\"5\"/></Item>"
+                                 "</DeviceDescriptionDocument>");
     const Ended shown = RunDevice({"--check", text, "--root", folder.GetPath("")});
     EXPECT_EQ(shown.status, 0);
     EXPECT_THAT(shown.output, testing::HasSubstr("\na = x (string)\nb has no value: cannot read '"));
+    EXPECT_THAT(shown.output, testing::HasSubstr("\nc = 5 V (int8, simulated): Supply (history)\n"));
+    const Ended some = RunDevice({"--description", text, "--root", folder.GetPath(""), "--read", "c", "b"});
+    EXPECT_EQ(some.status, 1);
+    EXPECT_THAT(some.output, testing::StartsWith("c = 5 V (int8, simulated)\nb has no value: cannot read '"));
     for (const auto& [library, description, status] :
          {std::tuple(BasicString(OXA_DEVICE_LIBRARY), text, 0), {OXA_DEVICE_LIBRARY, wrong, 1}, {"/no.so", text, 1}})
     {

@@ -187,11 +187,13 @@ TEST(DescribingAMachine, PrefersSensorsOfTheBoardAndOffersWhatElseItFound)
     machine.Write("/sys/class/leds/red--x/brightness", "1");
     const BasicString text = WriteDescription(machine.GetRoot(), false);
     for (const char* const part :
-         {"<Item key=\"Status.Board.Temperature.Centigrade\">\n  <hwmon chip=\"lm75\" input=\"temp1_input\"/>",
+         {"<Item key=\"Status.Board.Temperature.Centigrade\" unit=\"°C\" description=\"Temperature of the board\" "
+          "history=\"true\">\n  <hwmon chip=\"lm75\" input=\"temp1_input\"/>",
           "<!-- Or: <hwmon chip=\"soc_thermal\" input=\"temp1_input\"/> <hwmon chip=\"nvme\" input=\"temp1_input\"/> "
           "-->",
           "<absent part=\"LED\"/>\n </Item>\n <!-- Or: <led name=\"board:red:fault\"/> -->",
-          "<Item key=\"Status.Leds.Board.board:red:fault\">"})
+          "<Item key=\"Status.Leds.Board.board:red:fault\" description=\"LED Board.board:red:fault: state and "
+          "colour\">"})
     {
         EXPECT_NE(text.find(part), BasicString::npos) << part << " in " << text;
     }

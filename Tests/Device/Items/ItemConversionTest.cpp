@@ -46,7 +46,8 @@ TEST(ConvertingValues, NeverWrapsAroundNorCutsOff)
     };
     for (const auto& [value, type, expected] : cases)
     {
-        EXPECT_EQ(ToTypedText(ItemConversion::Convert(value, type).value), expected) << FormatItem("value", value);
+        EXPECT_EQ(ToTypedText(ItemConversion::Convert(value, type).value), expected)
+            << FormatItem("value", {value, {}}, "");
     }
 }
 
