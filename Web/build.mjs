@@ -95,7 +95,7 @@ async function addIndex() {
   files.set("www/index.html", encoder.encode(html));
 }
 
-/** Of the packages whose code is in the bundle. */
+/** Of the packages whose code is in the bundle, and of the libraries of the programs. */
 async function addLicences() {
   const packages = new Set();
   for (const input of Object.keys(result.metafile.inputs)) {
@@ -109,14 +109,15 @@ async function addLicences() {
     const folder = path.join(root, "node_modules", name);
     const { version, license } = JSON.parse(await fs.readFile(path.join(folder, "package.json"), "utf8"));
     const file = (await fs.readdir(folder)).find((each) => /^licen[cs]e/i.test(each));
-    licences.push({
-      name,
-      version,
-      licence: license,
-      text: file ? await fs.readFile(path.join(folder, file), "utf8") : "",
-    });
+    if (!file || !license) {
+      throw new Error(`the package ${name} has no licence`);
+    }
+    const text = await fs.readFile(path.join(folder, file), "utf8");
+    licences.push({ name, version, licence: license, text });
   }
-  files.set("www/licences.json", encoder.encode(JSON.stringify({ packages: licences })));
+  const listed = JSON.parse(await fs.readFile(path.join(root, "../Packaging/libraries.json"), "utf8"));
+  const libraries = listed.map(({ name, licence }) => ({ name, licence }));
+  files.set("www/licences.json", encoder.encode(JSON.stringify({ packages: licences, libraries })));
 }
 
 const brotli = promisify(zlib.brotliCompress);

@@ -84,7 +84,7 @@ void WriteModule(JsonWriter& writer, const Modules::ModuleSupervisor::ModuleStat
     writer.TryWriteEndComplexArray();
 }
 
-/// What a page needs to show it: the module's script, if that is served, and texts.
+/// What a page needs to show it: the module's script and texts, those that are served.
 void WritePageFiles(JsonWriter& writer, const Modules::ModuleManifest& manifest, const StaticFiles& files)
 {
     const BasicString folder = Modules::GetPagePath(manifest.name);
@@ -94,7 +94,10 @@ void WritePageFiles(JsonWriter& writer, const Modules::ModuleManifest& manifest,
     writer.WriteStartObject("texts");
     for (const auto& [language, file] : manifest.languageFiles)
     {
-        writer.WriteValue(language, folder + file);
+        if (const BasicString path = folder + file; files.Serves(path))
+        {
+            writer.WriteValue(language, path);
+        }
     }
     writer.WriteEndObject();
 }
