@@ -1,0 +1,82 @@
+import { useState } from "preact/hooks";
+import { call } from "../../../kit/Api";
+import { Banner, Field } from "../../../kit/components/Basics";
+import { Dialog } from "../../../kit/components/Dialog";
+import type { PageContext } from "../../../kit/Page";
+import { chooseConfirmation, useCommand } from "./Command";
+import { Actions, DeviceLines, FailureLine } from "./DialogParts";
+import type { CommandDialogProps } from "./RestartDialog";
+
+/** The host's responses to a password that is not accepted. */
+const codesOfPassword = ["wrong-password", "too-many-log-ins"];
+
+export function ResetDialog({ context, device, isInRun, onClose }: CommandDialogProps) {
+  const word = chooseConfirmation(device, window.location.host);
+  const [typed, setTyped] = useState("");
+  const [password, setPassword] = useState("");
+  const [wasSubmitted, setWasSubmitted] = useState(false);
+  const { isSending, failure, sendCommand } = useCommand(context, "reset", device, onClose);
+  const { text } = context;
+  const isWordRight = typed.trim() === word;
+  const submit = () => {
+    setWasSubmitted(true);
+    if (isWordRight && password !== "") {
+      void sendCommand(() => call("post", "/api/v1/session/confirm", { password }));
+    }
+  };
+  const passwordFailure = failure && codesOfPassword.includes(failure.code) ? failure : undefined;
+  const missingPassword = wasSubmitted && password === "" ? text("command.reset.passwordMissing") : undefined;
+  return (
+    <Dialog
+      title={text("command.reset.title")}
+      onCancel={isSending ? () => undefined : onClose}
+      onSubmit={submit}
+      actions={
+        <Actions
+          context={context}
+          kind="danger"
+          label={text("command.reset.confirm")}
+          isSending={isSending}
+          isArmed={true}
+          onClose={onClose}
+        />
+      }
+    >
+      <DeviceLines context={context} device={device} />
+      {isInRun ? <Banner>{text("command.reset.inRun")}</Banner> : null}
+      <Consequences context={context} />
+      <Field
+        label={text("command.reset.type", { word })}
+        value={typed}
+        onValue={setTyped}
+        error={wasSubmitted && !isWordRight ? text("command.reset.typeDifferent") : undefined}
+        autocomplete="off"
+        autocapitalize="none"
+        spellcheck={false}
+      />
+      <Field
+        label={text("command.reset.password", { user: context.session.user })}
+        value={password}
+        onValue={setPassword}
+        error={missingPassword ?? passwordFailure?.text}
+        type="password"
+        autocomplete="current-password"
+      />
+      {failure && !passwordFailure ? <FailureLine context={context} failure={failure} /> : null}
+    </Dialog>
+  );
+}
+
+function Consequences({ context: { text } }: { readonly context: PageContext }) {
+  return (
+    <dl class="command-consequences">
+      <dt>{text("command.reset.erased")}</dt>
+      <dd>{text("command.reset.erasedDevice")}</dd>
+      <dd>{text("command.reset.erasedPage")}</dd>
+      <dt>{text("command.reset.kept")}</dt>
+      <dd>{text("command.reset.keptText")}</dd>
+      <dt>{text("command.reset.after")}</dt>
+      <dd>{text("command.reset.afterText")}</dd>
+    </dl>
+  );
+}
