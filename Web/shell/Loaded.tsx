@@ -40,7 +40,16 @@ export function useLoaded<T>(load: (signal: AbortSignal) => Promise<T>): Loaded<
     void reload();
     return () => aborted.current.abort();
   }, [reload]);
-  return { value, error, reload };
+  return { value, error, reload: () => reload().then(keepFocus) };
+}
+
+/** The element with the focus may be gone, for instance with its row. */
+function keepFocus(): void {
+  requestAnimationFrame(() => {
+    if (document.activeElement === document.body) {
+      document.getElementById("content")?.focus({ preventScroll: true });
+    }
+  });
 }
 
 /** As `useLoaded`, again and again. */

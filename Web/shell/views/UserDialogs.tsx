@@ -108,6 +108,7 @@ function NewPasswordDialog({ user, onClose }: OfUserProps) {
       onClose={onClose}
     >
       <p class="oxa-soft">{text("users.passwordEnds")}</p>
+      <input type="hidden" name="user" autocomplete="username" value={user.user} />
       <PasswordField label={text("password.new")} value={password} onValue={setPassword} />
     </ActionDialog>
   );
