@@ -132,15 +132,54 @@ TEST(ReadingAMachine, IsASingleBoardComputerWithItsDeviceTree)
                          });
 }
 
-TEST(ReadingAMachine, IsASimulatedControllerWithEveryItem)
+TEST(ReadingAMachine, IsASimulatedControllerWithItemsOfEveryOriginAndQuality)
 {
     FakeMachine machine;
     machine.BecomePc();
+    machine.Write("/proc/sys/kernel/osrelease", "6.1.0-demo\n");
+    machine.Write("/proc/loadavg", "0.25 0.10 0.05 1/100 1234\n");
     const auto items = MakeItems("controller.xml", machine.GetRoot());
-    EXPECT_EQ(items->GetItems().size(), 33U);
-    for (const Items::DeviceItem* item : items->GetItems())
+    std::map<Items::ItemOrigin, int> counts;
+    int histories = 0;
+    std::vector<BasicString> missing;
+    const auto pass = Items::ReadPass::Begin();
+    for (Items::DeviceItem* const item : items->GetItems())
     {
-        EXPECT_NE(ToTypedText(items->Read(item->GetKey())), "NotSet") << item->GetKey();
+        const auto reading = item->TryRead(pass);
+        ++counts[reading.HasValue() ? reading.origin : item->GetSource().GetOrigin()];
+        histories += item->GetMeaning().hasHistory ? 1 : 0;
+        EXPECT_NE(item->GetMeaning().description, "") << item->GetKey();
+        if (!reading.HasValue())
+        {
+            missing.push_back(item->GetKey());
+        }
+    }
+    using Origin = Items::ItemOrigin;
+    EXPECT_EQ(counts, (std::map<Origin, int>{
+                          {Origin::Measured, 6}, {Origin::Fixed, 12}, {Origin::Simulated, 36}, {Origin::Absent, 1}}));
+    EXPECT_EQ(histories, 9);
+    EXPECT_EQ(missing, (std::vector<BasicString>{"Board.Battery.Volts", "Slots.3.ArticleName"}));
+    EXPECT_EQ(items->TryFind("Board.Processor.Temperature.Centigrade")->GetSource().GetOrigin(), Origin::Measured);
+
+    machine.Write("/tmp/oxa-demo/battery", "3.02\n");
+    const auto later = MakeItems("controller.xml", machine.GetRoot());
+    EXPECT_EQ(ToTypedText(later->Read("Board.Battery.Volts")), "Real32 3.02");
+}
+
+TEST(ReadingAMachine, KnowsWhatItsItemsMean)
+{
+    FakeMachine machine;
+    machine.BecomePc();
+    for (const char* const name : {"pc.xml", "sbc.xml"})
+    {
+        const auto items = MakeItems(name, machine.GetRoot());
+        int histories = 0;
+        for (const Items::DeviceItem* item : items->GetItems())
+        {
+            EXPECT_NE(item->GetMeaning().description, "") << item->GetKey() << " of " << name;
+            histories += item->GetMeaning().hasHistory ? 1 : 0;
+        }
+        EXPECT_GE(histories, 4) << name;
     }
 }
 
