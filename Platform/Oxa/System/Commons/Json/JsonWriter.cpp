@@ -10,12 +10,85 @@
 
 #include <cmath>
 #include <cstddef>
+#include <cstring>
 #include <iterator>
 
 namespace Oxa::System::Commons::Json
 {
 
 IJsonSerializable::~IJsonSerializable() = default;
+
+namespace
+{
+
+using Buffer = rapidjson::GenericStringBuffer<rapidjson::UTF8<>, Internal::OperatorNewAllocator>;
+using BaseWriter = rapidjson::Writer<Buffer, rapidjson::UTF8<>, rapidjson::UTF8<>, Internal::OperatorNewAllocator>;
+
+/// RapidJSON's writer, and a short way for texts that need no escapes, as nearly all do not.
+class TextWriter final : public BaseWriter
+{
+public:
+    using BaseWriter::BaseWriter;
+
+    /// Requires: plain text.
+    void PlainText(std::string_view text)
+    {
+        Prefix(rapidjson::kStringType);
+        char* const place = os_->Push(text.size() + 2);
+        place[0] = '"';
+        text.copy(place + 1, text.size());
+        place[text.size() + 1] = '"';
+    }
+
+    /// Requires: names and values in turn, inside an object.
+    void Members(std::string_view text)
+    {
+        // Counts as one name and its value.
+        Prefix(rapidjson::kStringType);
+        ++level_stack_.template Top<Level>()->valueCount;
+        text.copy(os_->Push(text.size()), text.size());
+    }
+};
+
+constexpr uint64 Repeat(uint8 byte) noexcept
+{
+    return byte * 0x0101'0101'0101'0101U;
+}
+
+/// Not 0 when one of the eight bytes is a control character, a quote, a backslash or no ASCII.
+constexpr uint64 FindSpecial(uint64 bytes) noexcept
+{
+    // Of each byte the highest bit: a byte below a small number borrows it.
+    const uint64 quotes = bytes ^ Repeat('"');
+    const uint64 backslashes = bytes ^ Repeat('\\');
+    const uint64 borrowed = ((bytes - Repeat(0x20)) & ~bytes) | ((quotes - Repeat(1)) & ~quotes) |
+                            ((backslashes - Repeat(1)) & ~backslashes);
+    return (borrowed | bytes) & Repeat(0x80);
+}
+
+/// Whether the text is written as it is.
+bool IsPlain(std::string_view text) noexcept
+{
+    const auto load = [](const char* bytes, std::size_t count)
+    {
+        uint64 loaded = Repeat(' ');
+        std::memcpy(&loaded, bytes, count);
+        return loaded;
+    };
+    constexpr std::size_t step = sizeof(uint64);
+    if (text.size() < step)
+    {
+        return FindSpecial(load(text.data(), text.size())) == 0;
+    }
+    uint64 found = 0;
+    for (std::size_t offset = 0; offset < text.size() - step; offset += step)
+    {
+        found |= FindSpecial(load(text.data() + offset, step));
+    }
+    return (found | FindSpecial(load(text.data() + text.size() - step, step))) == 0;
+}
+
+} // namespace
 
 struct JsonWriter::Implementation
 {
@@ -42,13 +115,16 @@ struct JsonWriter::Implementation
 
     void WriteKey(std::string_view name)
     {
-        BasicString replaced;
-        const std::string_view valid = MakeValid(name, replaced);
-        writer.Key(valid.data(), static_cast<rapidjson::SizeType>(valid.size()));
+        WriteText(name);
     }
 
     void WriteText(std::string_view text)
     {
+        if (IsPlain(text))
+        {
+            writer.PlainText(text);
+            return;
+        }
         BasicString replaced;
         const std::string_view valid = MakeValid(text, replaced);
         writer.String(valid.data(), static_cast<rapidjson::SizeType>(valid.size()));
@@ -89,10 +165,8 @@ struct JsonWriter::Implementation
         bracket == Bracket::ComplexArray ? writer.EndArray() : writer.EndObject();
     }
 
-    using Buffer = rapidjson::GenericStringBuffer<rapidjson::UTF8<>, Internal::OperatorNewAllocator>;
-
     Buffer buffer{nullptr, initialBytes};
-    rapidjson::Writer<Buffer, rapidjson::UTF8<>, rapidjson::UTF8<>, Internal::OperatorNewAllocator> writer{buffer};
+    TextWriter writer{buffer};
     // A stack, as a string: short ones need no allocation.
     std::string openBrackets;
 };
@@ -162,6 +236,11 @@ void JsonWriter::WriteNull(std::string_view name)
 {
     implementation->WriteKey(name);
     implementation->writer.Null();
+}
+
+void JsonWriter::WriteMembers(std::string_view members)
+{
+    implementation->writer.Members(members);
 }
 
 void JsonWriter::WriteSimpleArray(std::string_view name, const std::vector<uint8>& values)

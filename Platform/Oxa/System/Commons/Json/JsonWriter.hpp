@@ -43,6 +43,10 @@ public:
 
     void WriteNull(std::string_view name);
 
+    /// Members of the open object that have been written before, for instance `"a":1,"b":2`; they are not checked.
+    /// Requires: at least one.
+    void WriteMembers(std::string_view members);
+
     /// An array of numbers, also for 8-bit elements; of floating-point ones as `WriteValue` writes them.
     void WriteSimpleArray(std::string_view name, const std::vector<uint8>& values);
     void WriteSimpleArray(std::string_view name, const std::vector<float>& values);

@@ -77,6 +77,54 @@ TEST(WritingJson, WritesSingleNumbersInTheirOwnShortestFormAndNullForNone)
     EXPECT_NO_THROW(JsonReader(BasicString(writer.GetText())));
 }
 
+TEST(WritingJson, EscapesASpecialByteAtEveryPlace)
+{
+    const std::pair<char, BasicString> specials[] = {{'"', "\\\""},
+                                                     {'\\', "\\\\"},
+                                                     {'\0', "\\u0000"},
+                                                     {'\x1F', "\\u001F"},
+                                                     {'\n', "\\n"},
+                                                     {'\x80', "\xEF\xBF\xBD"},
+                                                     {'\xFF', "\xEF\xBF\xBD"},
+                                                     {'\x7F', "\x7F"},
+                                                     {' ', " "},
+                                                     {'!', "!"},
+                                                     {'#', "#"},
+                                                     {'[', "["},
+                                                     {']', "]"}};
+    for (std::size_t length = 1; length <= 25; ++length)
+    {
+        for (std::size_t place = 0; place < length; ++place)
+        {
+            for (const auto& [special, written] : specials)
+            {
+                BasicString text(length, 'x');
+                text[place] = special;
+                BasicString expected(length, 'x');
+                expected.replace(place, 1, written);
+                JsonWriter writer;
+                writer.WriteStartObject();
+                writer.WriteValue(text, text);
+                writer.WriteEndObject();
+                ASSERT_EQ(writer.GetText(), "{\"" + expected + "\":\"" + expected + "\"}") << length << ", " << place;
+            }
+        }
+    }
+}
+
+TEST(WritingJson, PutsMembersThatWereWrittenBeforeBesideOthers)
+{
+    JsonWriter writer;
+    writer.WriteStartObject();
+    writer.WriteMembers(R"("a":1,"b":{})");
+    writer.WriteValue("c", true);
+    writer.WriteMembers(R"("d":2)");
+    writer.WriteMembers(R"("e":3,"f":4,"g":5)");
+    writer.WriteNull("h");
+    writer.WriteEndObject();
+    EXPECT_EQ(writer.GetText(), R"({"a":1,"b":{},"c":true,"d":2,"e":3,"f":4,"g":5,"h":null})");
+}
+
 TEST(WritingJson, ClosesOnlyTheInnermostBracket)
 {
     JsonWriter writer;
