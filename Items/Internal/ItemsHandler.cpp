@@ -1,6 +1,5 @@
 #include "Items/Internal/ItemsHandler.hpp"
 
-#include "Items/Internal/ItemsPayload.hpp"
 #include "Oxa/Device/Interface/Services/DeviceItemServiceProxyFactory.hpp"
 #include "Oxa/Services/Commons/Wbm/Json/JsonResponse.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
@@ -13,7 +12,6 @@
 #include <charconv>
 #include <chrono>
 #include <cstddef>
-#include <iterator>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -140,8 +138,7 @@ void ItemsHandler::SubscribeService()
 void ItemsHandler::ReleaseService() noexcept
 {
     service.reset();
-    descriptions = {};
-    areDescriptionsRead = false;
+    list.reset();
 }
 
 WbmResponse ItemsHandler::GetItems(const WbmRequest& request)
@@ -158,9 +155,9 @@ WbmResponse ItemsHandler::GetItems(const WbmRequest& request)
     return CallService(getItemsRequest,
                        [this, &prefix, &after]
                        {
-                           ReadDescriptions();
+                           ReadList();
                            const auto page = service->ReadItems(prefix, after, maximumItems);
-                           ItemsPayload payload(descriptions, page.items, page.isCut);
+                           ItemsPayload payload(*list, page.items, page.isCut);
                            return Respond({}, payload, ResultKind::Object);
                        });
 }
@@ -179,7 +176,7 @@ WbmResponse ItemsHandler::GetHistory(const WbmRequest& request)
     return CallService(getHistoryRequest,
                        [this, &key, &period, &points]
                        {
-                           ReadDescriptions();
+                           ReadList();
                            const auto history =
                                service->ReadHistory(key, period->from, period->to, static_cast<std::size_t>(*points));
                            HistoryPayload payload(key, FindUnit(key), history);
@@ -213,35 +210,38 @@ WbmResponse ItemsHandler::CallService(const BasicString& requestName, const TFun
     }
 }
 
-void ItemsHandler::ReadDescriptions()
+void ItemsHandler::ReadList()
 {
-    if (areDescriptionsRead)
+    if (list)
     {
         return;
     }
-    std::vector<DescribedItem> all;
+    std::vector<ListedItem> all;
     for (bool isCut = true; isCut;)
     {
-        auto page = service->ListItems({}, all.empty() ? BasicString() : all.back().key, maximumItems);
+        const auto page = service->ListItems({}, all.empty() ? BasicString() : all.back().key, maximumItems);
         // Each page brings new keys, so this ends.
         if (page.isCut && (page.items.empty() || (!all.empty() && page.items.back().key <= all.back().key)))
         {
             throw RscServiceException::Create(RscFault::InvalidResponse,
                                               "the list of the device items is not in order");
         }
+        for (const DescribedItem& item : page.items)
+        {
+            all.emplace_back(item);
+        }
         isCut = page.isCut;
-        std::ranges::move(page.items, std::back_inserter(all));
     }
     all.shrink_to_fit();
-    descriptions = std::move(all);
-    areDescriptionsRead = true;
+    list = std::move(all);
 }
 
+/// Empty for an unknown item. Requires: the list was read.
 const BasicString& ItemsHandler::FindUnit(const BasicString& key) const
 {
     static const BasicString none;
-    const auto found = std::ranges::lower_bound(descriptions, key, {}, &DescribedItem::key);
-    return found != descriptions.end() && found->key == key ? found->unit : none;
+    const auto found = std::ranges::lower_bound(*list, key, {}, &ListedItem::key);
+    return found != list->end() && found->key == key ? found->unit : none;
 }
 
 } // namespace Oxa::Services::Modules::Wbm::Items::Internal

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Items/Internal/ItemsPayload.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceItemService.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmPageHandlerBase.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmRequestHandlerBase.hpp"
@@ -8,13 +9,14 @@
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace Oxa::Services::Modules::Wbm::Items::Internal
 {
 
-/// Handles the requests of the data provider "DeviceItemsDp", and the page. The descriptions of all items are read from
-/// the service with the first request after `SubscribeService`, their values with every request.
+/// Handles the requests of the data provider "DeviceItemsDp", and the page. The list of all items is read from the
+/// service with the first request after `SubscribeService`, their values with every request.
 /// Threads: not locked; the host never has two requests in progress, and sets the module up only while it has none.
 /// A proxy's RscServiceException is passed on, for the host to respond that the service is away.
 class ItemsHandler final : public Services::Commons::Wbm::Modules::WbmPageHandlerBase,
@@ -41,13 +43,12 @@ private:
 
     template <class TFunction>
     [[nodiscard]] WbmResponse CallService(const BasicString& requestName, const TFunction& function);
-    void ReadDescriptions();
+    void ReadList();
     [[nodiscard]] const BasicString& FindUnit(const BasicString& key) const;
 
     std::shared_ptr<Oxa::Device::Interface::Services::IDeviceItemService> service;
-    /// In the order of their keys.
-    std::vector<Oxa::Device::Interface::Services::DescribedItem> descriptions;
-    bool areDescriptionsRead = false;
+    /// In the order of their keys; empty before it is read.
+    std::optional<std::vector<ListedItem>> list;
     System::Commons::Diagnostics::Logging::LogRateLimiter failureLogLimiter;
 };
 

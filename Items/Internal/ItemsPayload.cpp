@@ -20,68 +20,54 @@ namespace
 
 constexpr const char* valueMember = "value";
 
-/// As in a device description; empty for no value, and for types that no item has.
-std::string_view GetName(RscType type) noexcept
+/// The member "type", as in a device description; empty for no value, and for types that no item has.
+std::string_view GetMember(RscType type) noexcept
 {
     switch (type)
     {
     case RscType::Bool:
-        return "bool";
+        return R"("type":"bool")";
     case RscType::Int8:
-        return "int8";
+        return R"("type":"int8")";
     case RscType::Uint8:
-        return "uint8";
+        return R"("type":"uint8")";
     case RscType::Int16:
-        return "int16";
+        return R"("type":"int16")";
     case RscType::Uint16:
-        return "uint16";
+        return R"("type":"uint16")";
     case RscType::Int32:
-        return "int32";
+        return R"("type":"int32")";
     case RscType::Uint32:
-        return "uint32";
+        return R"("type":"uint32")";
     case RscType::Int64:
-        return "int64";
+        return R"("type":"int64")";
     case RscType::Uint64:
-        return "uint64";
+        return R"("type":"uint64")";
     case RscType::Real32:
-        return "real32";
+        return R"("type":"real32")";
     case RscType::Real64:
-        return "real64";
+        return R"("type":"real64")";
     case RscType::String:
-        return "string";
+        return R"("type":"string")";
     default:
-        return "";
+        return R"("type":"")";
     }
 }
 
-std::string_view GetName(ItemOrigin origin) noexcept
+std::string_view GetMember(ItemOrigin origin) noexcept
 {
     switch (origin)
     {
     case ItemOrigin::Measured:
-        return "measured";
+        return R"("origin":"measured")";
     case ItemOrigin::Fixed:
-        return "fixed";
+        return R"("origin":"fixed")";
     case ItemOrigin::Simulated:
-        return "simulated";
+        return R"("origin":"simulated")";
     case ItemOrigin::Absent:
         break;
     }
-    return "absent";
-}
-
-std::string_view GetName(ItemQuality quality) noexcept
-{
-    switch (quality)
-    {
-    case ItemQuality::Good:
-        return "good";
-    case ItemQuality::Old:
-        return "old";
-    case ItemQuality::Missing:
-        break;
-    }
-    return "missing";
+    return R"("origin":"absent")";
 }
 
 template <class T>
@@ -129,26 +115,65 @@ void WriteItemValue(JsonWriter& writer, const ItemValue& value)
     }
 }
 
-void WriteItem(JsonWriter& writer, const DescribedItem& item, const ItemState& state)
+void WriteItem(JsonWriter& writer, const ListedItem& item, const ItemState& state)
 {
-    const bool isTypeDescribed = item.type != RscType::NotSet;
-    writer.WriteValue("key", state.key);
-    writer.WriteValue("type", GetName(isTypeDescribed ? item.type : state.value.GetType()));
-    writer.WriteValue("unit", item.unit);
-    writer.WriteValue("description", item.description);
-    writer.WriteValue("origin", GetName(state.origin));
-    writer.WriteValue("quality", GetName(state.quality));
+    writer.WriteMembers(item.members);
+    if (!item.hasType)
+    {
+        writer.WriteMembers(GetMember(state.value.GetType()));
+    }
+    writer.WriteMembers(GetMember(state.origin));
     WriteItemValue(writer, state.value);
+    if (state.quality == ItemQuality::Good)
+    {
+        // Read now, so it has neither age nor cause.
+        writer.WriteMembers(R"("quality":"good","ageMilliseconds":0,"cause":"")");
+        return;
+    }
+    writer.WriteValue("quality", state.quality == ItemQuality::Old ? "old" : "missing");
     writer.WriteValue("ageMilliseconds", state.age.count());
     writer.WriteValue("cause", state.cause);
+}
+
+bool HasType(const DescribedItem& item) noexcept
+{
+    return item.type != RscType::NotSet;
+}
+
+/// Without the braces.
+BasicString WriteMembers(const DescribedItem& item)
+{
+    JsonWriter writer;
+    writer.WriteStartObject();
+    writer.WriteValue("key", item.key);
+    writer.WriteValue("unit", item.unit);
+    writer.WriteValue("description", item.description);
     writer.WriteValue("history", item.hasHistory);
+    if (HasType(item))
+    {
+        writer.WriteMembers(GetMember(item.type));
+    }
+    writer.WriteEndObject();
+    const std::string_view text = writer.GetText();
+    return BasicString(text.substr(1, text.size() - 2));
+}
+
+ListedItem MakeUnlisted(const BasicString& key)
+{
+    DescribedItem item;
+    item.key = key;
+    return ListedItem(item);
 }
 
 } // namespace
 
-ItemsPayload::ItemsPayload(std::span<const DescribedItem> descriptions, std::span<const ItemState> states,
-                           bool isCut) noexcept
-    : descriptions(descriptions), states(states), isCut(isCut)
+ListedItem::ListedItem(const DescribedItem& item)
+    : key(item.key), unit(item.unit), hasType(HasType(item)), members(WriteMembers(item))
+{
+}
+
+ItemsPayload::ItemsPayload(std::span<const ListedItem> list, std::span<const ItemState> states, bool isCut) noexcept
+    : list(list), states(states), isCut(isCut)
 {
 }
 
@@ -158,20 +183,25 @@ void ItemsPayload::ReadJson(JsonReader& /*reader*/, JsonSerializationContext& /*
 
 void ItemsPayload::WriteJson(JsonWriter& writer, JsonSerializationContext& /*context*/)
 {
-    static const DescribedItem noDescription;
     std::size_t writtenCount = 0;
-    auto next = descriptions.begin();
+    auto next = list.begin();
     writer.WriteStartComplexArray("items");
     for (; writtenCount < states.size() && writer.GetText().size() < maximumBytes; ++writtenCount)
     {
         const ItemState& state = states[writtenCount];
-        if (next == descriptions.end() || next->key != state.key)
+        if (next == list.end() || next->key != state.key)
         {
-            next = std::ranges::lower_bound(descriptions, state.key, {}, &DescribedItem::key);
+            next = std::ranges::lower_bound(list, state.key, {}, &ListedItem::key);
         }
-        const bool isDescribed = next != descriptions.end() && next->key == state.key;
         writer.TryWriteStartComplexArrayItem();
-        WriteItem(writer, isDescribed ? *next++ : noDescription, state);
+        if (next != list.end() && next->key == state.key)
+        {
+            WriteItem(writer, *next++, state);
+        }
+        else
+        {
+            WriteItem(writer, MakeUnlisted(state.key), state);
+        }
         writer.WriteEndComplexArrayItem();
     }
     writer.TryWriteEndComplexArray();

@@ -10,19 +10,31 @@
 namespace Oxa::Services::Modules::Wbm::Items::Internal
 {
 
+/// What every response says of an item, whatever its value is. A value type.
+struct ListedItem
+{
+    explicit ListedItem(const Oxa::Device::Interface::Services::DescribedItem& item);
+
+    BasicString key;
+    BasicString unit;
+    /// Else it is that of each value.
+    bool hasType;
+    /// Of the item's JSON object, written once: key, unit, description, history and, when it has one, the type.
+    BasicString members;
+};
+
 /// The payload of `GetItems`: {"items":[…],"isCut":false}. Texts may be any bytes, and are written as valid JSON.
 class ItemsPayload final : public System::Commons::Json::IJsonSerializable
 {
 public:
-    using DescribedItem = Oxa::Device::Interface::Services::DescribedItem;
     using ItemState = Oxa::Device::Interface::Services::ItemState;
 
     /// No further item is begun when the text has this size.
     static constexpr std::size_t maximumBytes = std::size_t{128} * 1024;
 
     /// Borrows both, which are in the order of their keys. `isCut`: the service has more items than `states`. An item
-    /// without a description is written with empty texts.
-    ItemsPayload(std::span<const DescribedItem> descriptions, std::span<const ItemState> states, bool isCut) noexcept;
+    /// that is not listed is written with empty texts.
+    ItemsPayload(std::span<const ListedItem> list, std::span<const ItemState> states, bool isCut) noexcept;
     ~ItemsPayload() override;
 
     /// Does nothing: responses are only written.
@@ -32,7 +44,7 @@ public:
                    System::Commons::Json::JsonSerializationContext& context) override;
 
 private:
-    const std::span<const DescribedItem> descriptions;
+    const std::span<const ListedItem> list;
     const std::span<const ItemState> states;
     const bool isCut;
 };

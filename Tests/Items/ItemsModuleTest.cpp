@@ -73,7 +73,7 @@ TEST_F(SettingUpTheItemsModule, LetsEveryUserWhoIsLoggedInRead)
     }
 }
 
-TEST_F(SettingUpTheItemsModule, ReadsTheDescriptionsWithTheFirstRequestOfEachSetUp)
+TEST_F(SettingUpTheItemsModule, ReadsTheListWithTheFirstRequestOfEachSetUp)
 {
     Offer();
     service->Add("A", ItemValue(uint8{1}), "V");

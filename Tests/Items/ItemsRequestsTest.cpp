@@ -70,7 +70,7 @@ protected:
         service->Add("A", value).description.type = RscType::NotSet;
         const BasicString body = Send("GetItems");
         const std::size_t begin = body.find("\"value\":") + 8;
-        return body.substr(begin, body.find(",\"age") - begin);
+        return body.substr(begin, body.find(",\"quality") - begin);
     }
 };
 
@@ -93,16 +93,17 @@ TEST_F(RequestingItems, WritesEachQualityAndOrigin)
     service->Add("D.Name", ItemValue("x")).state.origin = ItemOrigin::Fixed;
     EXPECT_EQ(
         Send("GetItems"),
-        Data(
-            R"({"items":[{"key":"A.Volts","type":"real32","unit":"V","description":"Supply of the board","origin":"measured",)"
-            R"("quality":"good","value":23.5,"ageMilliseconds":0,"cause":"","history":true},)"
-            R"({"key":"B.Centigrade","type":"int8","unit":"°C","description":"","origin":"simulated",)"
-            R"("quality":"old","value":-5,"ageMilliseconds":12345,"cause":"cannot read '/sys/x': Input/output error",)"
-            R"("history":false},)"
-            R"({"key":"C.Fan","type":"uint16","unit":"","description":"","origin":"absent",)"
-            R"("quality":"missing","value":null,"ageMilliseconds":0,"cause":"the device has no fan","history":false},)"
-            R"({"key":"D.Name","type":"string","unit":"","description":"","origin":"fixed",)"
-            R"("quality":"good","value":"x","ageMilliseconds":0,"cause":"","history":false}],"isCut":false})"));
+        Data(R"({"items":[{"key":"A.Volts","unit":"V","description":"Supply of the board","history":true,)"
+             R"("type":"real32","origin":"measured","value":23.5,"quality":"good","ageMilliseconds":0,"cause":""},)"
+             R"({"key":"B.Centigrade","unit":"°C","description":"","history":false,)"
+             R"("type":"int8","origin":"simulated","value":-5,"quality":"old","ageMilliseconds":12345,)"
+             R"("cause":"cannot read '/sys/x': Input/output error"},)"
+             R"({"key":"C.Fan","unit":"","description":"","history":false,)"
+             R"("type":"uint16","origin":"absent","value":null,"quality":"missing","ageMilliseconds":0,)"
+             R"("cause":"the device has no fan"},)"
+             R"({"key":"D.Name","unit":"","description":"","history":false,)"
+             R"("type":"string","origin":"fixed","value":"x","quality":"good","ageMilliseconds":0,"cause":""}],)"
+             R"("isCut":false})"));
 }
 
 TEST_F(RequestingItems, WritesEveryValueAsValidJson)
@@ -150,19 +151,19 @@ TEST_F(RequestingItems, NamesTheTypeOfTheValueWhenNoneIsDescribed)
     item.state.value = ItemValue("now a text");
     EXPECT_THAT(Send("GetItems"), HasSubstr(R"("type":"string")"));
     item.state.value = ItemValue();
-    EXPECT_THAT(Send("GetItems"), HasSubstr(R"("type":"","unit")"));
+    EXPECT_THAT(Send("GetItems"), HasSubstr(R"("type":"","origin")"));
 }
 
-TEST_F(RequestingItems, WritesAnItemThatIsNotDescribed)
+TEST_F(RequestingItems, WritesAnItemThatIsNotListed)
 {
     service->Add("B", ItemValue(true), "V");
     ASSERT_THAT(Send("GetItems"), HasSubstr(R"("unit":"V")"));
     service->Add("A", ItemValue(true), "V");
     service->Add("C", ItemValue(true), "V");
     const BasicString body = Send("GetItems");
-    EXPECT_THAT(body, HasSubstr(R"("key":"A","type":"bool","unit":"","description")"));
-    EXPECT_THAT(body, HasSubstr(R"("key":"B","type":"bool","unit":"V","description")"));
-    EXPECT_THAT(body, HasSubstr(R"("key":"C","type":"bool","unit":"","description")"));
+    EXPECT_THAT(body, HasSubstr(R"("key":"A","unit":"","description")"));
+    EXPECT_THAT(body, HasSubstr(R"("key":"B","unit":"V","description")"));
+    EXPECT_THAT(body, HasSubstr(R"("key":"C","unit":"","description")"));
 }
 
 TEST_F(RequestingItems, SelectsByPrefixAndContinuesAfterAKey)
@@ -228,7 +229,7 @@ TEST_F(RequestingItems, BoundsAResponseAndContinuesWithEveryItemOnce)
     }
 }
 
-TEST_F(RequestingItems, ReadsDescriptionsThatComeInSeveralPages)
+TEST_F(RequestingItems, ReadsAListThatComesInSeveralPages)
 {
     service->pageItems = 2;
     for (const char* const key : {"A", "B", "C", "D", "E"})
@@ -240,7 +241,7 @@ TEST_F(RequestingItems, ReadsDescriptionsThatComeInSeveralPages)
     EXPECT_TRUE(IsCut(Send("GetItems")));
 }
 
-TEST_F(RequestingItems, RefusesDescriptionsThatNeverEnd)
+TEST_F(RequestingItems, RefusesAListThatNeverEnds)
 {
     service->pageItems = 2;
     service->ignoresAfter = true;
