@@ -44,7 +44,7 @@ export class Poller {
     this.wake();
   }
 
-  /** Milliseconds on the clock of `performance.now()`. */
+  /** Milliseconds on the clock of `performance.now()`; infinite while it is being read. */
   getDueTime(polled: PolledRead): number {
     return this.entries.find((entry) => entry.polled === polled)?.dueAt ?? 0;
   }
@@ -56,6 +56,16 @@ export class Poller {
     }
     this.wake();
   };
+
+  /** Reads one of them as soon as its turn comes. */
+  readSoon(polled: PolledRead): void {
+    for (const entry of this.entries) {
+      if (entry.polled === polled) {
+        entry.dueAt = 0;
+      }
+    }
+    this.wake();
+  }
 
   stop(): void {
     clearTimeout(this.timer);
@@ -83,7 +93,8 @@ export class Poller {
   }
 
   private async readOne(entry: Entry): Promise<void> {
-    const begin = performance.now();
+    const begin = Math.max(performance.now(), entry.dueAt);
+    entry.dueAt = Number.POSITIVE_INFINITY;
     try {
       await entry.polled.read(this.aborted.signal);
       entry.failures = 0;
@@ -91,9 +102,10 @@ export class Poller {
       // The read keeps the cause for the reader; here only the pace changes.
       entry.failures += 1;
     }
-    entry.dueAt =
-      Math.max(begin, entry.dueAt) +
-      getDelay(entry.polled.everyMilliseconds ?? periodMilliseconds, entry.failures);
-    entry.dueAt = Math.max(entry.dueAt, performance.now());
+    // Unless it was asked for again in the meantime.
+    if (entry.dueAt !== 0) {
+      const delay = getDelay(entry.polled.everyMilliseconds ?? periodMilliseconds, entry.failures);
+      entry.dueAt = Math.max(begin + delay, performance.now());
+    }
   }
 }

@@ -9,7 +9,7 @@ interface CardProps {
   /** "as of 02:51"; set when the values are old. */
   readonly since?: string | undefined;
   /** Why they are old, in words. */
-  readonly note?: string | undefined;
+  readonly note?: ComponentChildren;
   /** For the grid of the page. */
   readonly class?: string;
   readonly children: ComponentChildren;

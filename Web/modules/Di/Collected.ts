@@ -1,0 +1,114 @@
+// What the page has seen since it was opened. It outlives a look at another page and a change of the language.
+import { computed, signal } from "@preact/signals";
+import { Changes } from "./Leds";
+import type { GeneralData, StatusIndicator } from "./Sections";
+import { type History, type Points, type RangeName, rangeNames, ranges, Series } from "./Series";
+
+export type SeriesName = "temperature" | "load" | "memory";
+
+/** The items that are the same values. */
+export const seriesKeys: Readonly<Record<SeriesName, string>> = {
+  temperature: "Status.Board.Temperature.Centigrade",
+  load: "Status.Cpu.0.Load.Percent",
+  memory: "Status.Memory.Usage.Percent.Actual",
+};
+
+const switchName = "RunStopSwitch";
+/** How often a chart is drawn again, by its range. */
+const redrawMilliseconds: Readonly<Record<RangeName, number>> = {
+  minutes10: 4_000,
+  hour1: 12_000,
+  hours24: 60_000,
+};
+
+export class Collected {
+  readonly changes = new Changes();
+  private readonly series: Readonly<Record<SeriesName, Series>> = {
+    temperature: new Series(),
+    load: new Series(),
+    memory: new Series(),
+  };
+  private bootId = "";
+  private identity = "";
+  /** Of the oldest value, milliseconds since 1970. */
+  readonly firstTime = signal<number | undefined>(undefined);
+  private readonly lastTime = signal(0);
+  /** Whether the device keeps a history of values. */
+  readonly hasHistory = signal(false);
+  /** Changes when charts of the range should be drawn again. */
+  readonly redraws = { minutes10: signal(0), hour1: signal(0), hours24: signal(0) };
+  /** The shortest range that holds everything that is known. */
+  readonly fullRange = computed<RangeName>(() => {
+    const now = this.lastTime.value;
+    const age = now - (this.firstTime.value ?? now);
+    return rangeNames.find((name) => age <= ranges[name].milliseconds) ?? "hours24";
+  });
+
+  add(name: SeriesName, value: number): void {
+    const now = Date.now();
+    this.series[name].add(now, value);
+    this.firstTime.value ??= now;
+    this.lastTime.value = now;
+    for (const range of rangeNames) {
+      this.redraws[range].value = Math.max(1, Math.floor(now / redrawMilliseconds[range]));
+    }
+  }
+
+  /** `offset`: how far the device's clock is ahead. */
+  fill(name: SeriesName, range: RangeName, history: History, offset: number): void {
+    this.series[name].fill(range, history, offset);
+    const first = history.mean.findIndex((mean) => mean !== null);
+    if (first >= 0) {
+      // The first period may have begun without values.
+      const time = history.start + (first + 1) * history.stepMilliseconds - offset;
+      this.firstTime.value = Math.min(time, this.firstTime.peek() ?? time);
+    }
+    this.hasHistory.value = true;
+    this.redraws[range].value += 1;
+  }
+
+  getPoints(name: SeriesName, range: RangeName): Points {
+    return this.series[name].getPoints(range, Date.now());
+  }
+
+  getExtent(name: SeriesName, range: RangeName) {
+    return this.series[name].getExtent(range, Date.now());
+  }
+
+  seeLeds(indicators: readonly StatusIndicator[]): void {
+    const now = Date.now();
+    for (const { fullName, stateCode, colorCode } of indicators) {
+      this.changes.see(fullName, `${stateCode} ${colorCode}`, now);
+    }
+  }
+
+  seeSwitch(isInRun: boolean): void {
+    this.changes.see(switchName, String(isInRun), Date.now());
+  }
+
+  getSwitchSince() {
+    return this.changes.getSince(switchName);
+  }
+
+  /** Series of another device are dropped; those of the same one go on after its restart. */
+  identify(general: GeneralData): void {
+    const identity = JSON.stringify([general.articleName, general.orderNumber, general.serialNumber]);
+    if (this.identity !== "" && this.identity !== identity) {
+      this.firstTime.value = undefined;
+      for (const name of ["temperature", "load", "memory"] as const) {
+        this.series[name].clear();
+      }
+    }
+    this.identity = identity;
+  }
+
+  /** Remembers the boot id and tells whether it is another one than before. */
+  isOtherBoot(bootId: string): boolean {
+    const isOther = this.bootId !== "" && this.bootId !== bootId;
+    this.bootId = bootId;
+    if (isOther) {
+      this.changes.clear();
+    }
+    return isOther;
+  }
+}

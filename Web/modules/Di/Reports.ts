@@ -1,0 +1,70 @@
+// Tells the shell what it shows around the page: the device, what needs attention, whether the controller is away.
+import { computed, effect } from "@preact/signals";
+import { findAttention } from "./Attention";
+import { isDeviceAway } from "./commands/Commands";
+import type { OverviewStore, Section } from "./OverviewStore";
+
+/** A drift is told in whole seconds, so that it is not reported again with every read. */
+function roundDrift(milliseconds: number | undefined): number | undefined {
+  return milliseconds === undefined ? undefined : Math.trunc(milliseconds / 1000) * 1000;
+}
+
+function getTitle(store: OverviewStore, section: Section<object>): string {
+  const { text } = store.context;
+  switch (section) {
+    case store.health:
+      return text("temperature.title");
+    case store.runStopSwitch:
+      return text("switch.title");
+    case store.indicators:
+      return text("panel.title");
+    case store.dateTime:
+      return text("time.title");
+    case store.general:
+      return text("identity.title");
+    default:
+      return `${text("load.title")}, ${text("memory.title")}, ${text("partition.title")}`;
+  }
+}
+
+export function startReports(store: OverviewStore): () => void {
+  const { context } = store;
+  const words = { text: context.text, formatTime: (time: number) => store.formats.formatTime(time) };
+  const drift = computed(() => roundDrift(store.clock.value?.driftMilliseconds));
+  const isAway = computed(() => store.sections.every((section) => section.isOld.value));
+  let reported = "[]";
+  const stops = [
+    effect(() => {
+      const general = store.general.value.value;
+      if (general) {
+        context.setDevice({ name: general.articleName, serialNumber: general.serialNumber });
+      }
+    }),
+    effect(() => context.setAway(isAway.value || isDeviceAway.value)),
+    effect(() => {
+      const items = isDeviceAway.value
+        ? []
+        : findAttention(
+            {
+              indicators: store.indicators.value.value ?? [],
+              getSince: (name) => store.collected.changes.getSince(name),
+              utilization: store.utilization.value.value,
+              driftMilliseconds: drift.value,
+              oldCards: store.sections
+                .filter((section) => section.isOld.value)
+                .map((section) => getTitle(store, section)),
+            },
+            words,
+          );
+      if (JSON.stringify(items) !== reported) {
+        reported = JSON.stringify(items);
+        context.setAttention(items);
+      }
+    }),
+  ];
+  return () => {
+    for (const stop of stops) {
+      stop();
+    }
+  };
+}
