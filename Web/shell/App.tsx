@@ -1,5 +1,6 @@
 import { useEffect } from "preact/hooks";
 import { Button } from "../kit/components/Basics";
+import { Poller } from "../kit/Polling";
 import { showCondition } from "./Badge";
 import { AccountBar, Header } from "./Header";
 import { text } from "./Language";
@@ -11,14 +12,19 @@ import { readSession, session } from "./Session";
 import { condition, device, isMenuOpen, notice, readPages } from "./State";
 
 const retryMilliseconds = 2_000;
+/** A module that is set up later brings its pages then. */
+const pagesMilliseconds = 5_000;
 
 export function App() {
   const state = session.value;
   useEffect(() => showCondition(condition.value, device.value), [condition.value, device.value]);
   useEffect(() => {
-    if (state.kind === "loggedIn") {
-      void readPages().catch(() => undefined);
+    if (state.kind !== "loggedIn") {
+      return;
     }
+    const poller = new Poller();
+    poller.add({ read: readPages, everyMilliseconds: pagesMilliseconds });
+    return () => poller.stop();
   }, [state.kind]);
   switch (state.kind) {
     case "unknown":

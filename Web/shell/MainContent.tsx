@@ -49,11 +49,8 @@ function Content({ name }: { readonly name: string }) {
   }
   const page = pages.value.find((each) => each.pageName === name && each.entry !== "");
   if (page) {
-    return page.visibility === "visible" ? (
-      <PageHost page={page} />
-    ) : (
-      <Banner>{lookUp("failure.not-available")}</Banner>
-    );
+    // Also while its module is unavailable: the page itself says what it lacks, and goes on when it is back.
+    return <PageHost page={page} />;
   }
   return pages.value.length > 0 ? <Banner>{text("shell.unknownPage")}</Banner> : null;
 }

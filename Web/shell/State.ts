@@ -56,8 +56,10 @@ window.addEventListener("keydown", (event) => {
   }
 });
 
-export async function readPages(): Promise<void> {
-  const found = await call("get", "/api/v1/pages", undefined, { background: true });
+export async function readPages(signal: AbortSignal): Promise<void> {
+  const found = await call("get", "/api/v1/pages", undefined, { background: true, signal });
   await applyAnnounced(found.languages);
-  pages.value = found.pages;
+  if (JSON.stringify(found.pages) !== JSON.stringify(pages.peek())) {
+    pages.value = found.pages;
+  }
 }
