@@ -84,7 +84,8 @@ function Elapsed({ context: { text }, state: { beganAt, lastTimes } }: ProgressP
     <div class="command-elapsed">
       {lastTimes.length > 0 ? <Meter percent={(100 * seconds) / mean} /> : null}
       <p>
-        {formatDuration(seconds)} <span class="oxa-soft">{describeLastTimes(lastTimes, text)}</span>
+        {text("command.elapsed", { duration: formatDuration(seconds) })}{" "}
+        <span class="oxa-soft">{describeLastTimes(lastTimes, text)}</span>
       </p>
     </div>
   );
