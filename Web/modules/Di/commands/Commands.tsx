@@ -8,7 +8,7 @@ import { Progress } from "./Progress";
 import { ResetDialog } from "./ResetDialog";
 import { RestartDialog } from "./RestartDialog";
 import type { CommandName } from "./RestartProgress";
-import { attach, isWatching, restart } from "./RestartWatch";
+import { attach, isRunning, restart } from "./RestartWatch";
 
 export { isDeviceAway } from "./RestartWatch";
 
@@ -27,7 +27,7 @@ export function CommandButtons({ context, device, isInRun, mayControl }: Command
   const hintId = useId();
   const { text } = context;
   const hint = findHint(context, mayControl);
-  const isDisabled = mayControl !== true || isWatching.value;
+  const isDisabled = mayControl !== true || isRunning.value;
   const open = (command: CommandName) => () => setOpened(isDisabled ? undefined : command);
   const close = () => setOpened(undefined);
   const rest = { "aria-disabled": isDisabled, "aria-describedby": hint ? hintId : undefined };
@@ -58,7 +58,7 @@ export function CommandButtons({ context, device, isInRun, mayControl }: Command
 
 /** Why the buttons are disabled. */
 function findHint({ text, session }: PageContext, mayControl: boolean | undefined): string {
-  if (isWatching.value) {
+  if (isRunning.value) {
     return text("command.disabled.running");
   }
   return mayControl === false ? text("command.disabled.role", { role: session.role }) : "";

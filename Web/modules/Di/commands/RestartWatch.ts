@@ -8,6 +8,7 @@ import {
   type Beginning,
   begin,
   getDuration,
+  isEnd,
   isLate,
   isWatched,
   type RestartState,
@@ -27,12 +28,12 @@ const now = signal(Date.now());
 export const restart: ReadonlySignal<RestartState | undefined> = state;
 /** Milliseconds since 1970, every second while there is a restart to watch. */
 export const time: ReadonlySignal<number> = now;
-export const isWatching = computed(() => state.value !== undefined && isWatched(state.value, now.value));
+const isWatching = computed(() => state.value !== undefined && isWatched(state.value, now.value));
+/** From the command until its outcome is known. */
+export const isRunning = computed(() => state.value !== undefined && !isEnd(state.value.phase));
 export const isRestartLate = computed(() => state.value !== undefined && isLate(state.value, now.value));
-/** The controller has gone down and is not back. */
-export const isDeviceAway = computed(
-  () => state.value?.phase === "away" || state.value?.phase === "returned",
-);
+/** The controller has gone down and does not respond yet. */
+export const isDeviceAway = computed(() => state.value?.phase === "away");
 
 /** Throws as `call` does. */
 export async function readBootId(): Promise<string> {

@@ -16,8 +16,9 @@ export function describeRestart(state: RestartState, isLate: boolean, text: Text
   switch (phase) {
     case "goingDown":
       return { level: "info", title: text(`command.goingDown.${answer}`), advice: "" };
-    case "away":
     case "returned":
+      return { level: "info", title: text("command.returned"), advice: "" };
+    case "away":
       return isLate
         ? { level: "warning", title: text("command.late"), advice: text(`command.late.advice.${command}`) }
         : { level: "info", title: text("command.away"), advice: "" };
