@@ -1,6 +1,97 @@
-import { text } from "../Language";
+// What runs here, whose work is in it, and the file for a support request.
+import { Download } from "lucide-preact";
+import { useEffect, useRef, useState } from "preact/hooks";
+import { call } from "../../kit/Api";
+import { Banner, Button, Skeleton } from "../../kit/components/Basics";
+import { Card } from "../../kit/components/Card";
+import { formatFileTime, saveFile } from "../../kit/Download";
+import { explain } from "../../kit/Failures";
+import { version as pageVersion } from "../../package.json";
+import { lookUp, text } from "../Language";
+import { LoadFailure, useLoaded } from "../Loaded";
+import { session } from "../Session";
+import { announce } from "../State";
+import { makeSupportFile } from "../SupportFile";
 import { ViewHead } from "../ViewHead";
+import { Licences } from "./Licences";
 
 export default function About() {
-  return <ViewHead title={text("view.about")} />;
+  return (
+    <>
+      <ViewHead title={text("view.about")} />
+      <div class="view-columns">
+        <Versions />
+        <Support />
+      </div>
+      <Licences />
+    </>
+  );
+}
+
+async function readServerVersion(signal: AbortSignal): Promise<string> {
+  const { info } = await call("get", "/api/v1/openapi.json", undefined, { signal });
+  const hasVersion = typeof info === "object" && info !== null && "version" in info;
+  return hasVersion ? String(info.version) : "–";
+}
+
+function Versions() {
+  const { value, error, reload } = useLoaded(readServerVersion);
+  return (
+    <Card title={text("about.versions")}>
+      {error === undefined ? null : <LoadFailure error={error} reload={reload} />}
+      <dl class="oxa-list">
+        <dt>{text("about.server")}</dt>
+        <dd>{value ?? <Skeleton width={5} />}</dd>
+        <dt>{text("about.page")}</dt>
+        <dd>{pageVersion}</dd>
+        <dt>{text("about.interface")}</dt>
+        <dd>
+          <a href="/api/v1/openapi.json" target="_blank" rel="noreferrer">
+            OpenAPI
+          </a>
+        </dd>
+      </dl>
+    </Card>
+  );
+}
+
+function Support() {
+  const [isMaking, setIsMaking] = useState(false);
+  const [failure, setFailure] = useState("");
+  const aborted = useRef(new AbortController());
+  useEffect(() => () => aborted.current.abort(), []);
+  const state = session.value;
+  const save = async () => {
+    if (state.kind !== "loggedIn" || isMaking) {
+      return;
+    }
+    setIsMaking(true);
+    setFailure("");
+    try {
+      const file = await makeSupportFile(state.user, state.role, aborted.current.signal);
+      saveFile(
+        `support-${formatFileTime(new Date())}.json`,
+        "application/json",
+        JSON.stringify(file, null, 2),
+      );
+      announce(text("about.supportSaved"));
+    } catch (error) {
+      setFailure(explain(error, lookUp));
+    }
+    setIsMaking(false);
+  };
+  return (
+    <Card title={text("about.support")}>
+      <div class="oxa-stack">
+        <p>{text("about.supportText")}</p>
+        {failure ? <Banner level="bad">{failure}</Banner> : null}
+        <div class="oxa-row">
+          <Button aria-disabled={isMaking} onClick={() => void save()}>
+            <Download class="oxa-icon" aria-hidden="true" />
+            {text(isMaking ? "about.supportMaking" : "about.supportSave")}
+          </Button>
+        </div>
+      </div>
+    </Card>
+  );
 }
