@@ -43,11 +43,11 @@ function MenuButton() {
 /** Session, language and user. */
 export function AccountBar() {
   return (
-    <div class="shell-account">
+    <section class="shell-account" aria-label={text("view.account")}>
       <SessionTime />
       <LanguageChoice />
       <Account />
-    </div>
+    </section>
   );
 }
 
