@@ -1,0 +1,133 @@
+// Everybody can use every view: rules, widths, zoom, touch and keyboard.
+import assert from "node:assert/strict";
+import { after, test } from "node:test";
+import { checkRules, checkTargets, checkWidth, settle } from "./support/Access.mjs";
+import { Browser } from "./support/Browser.mjs";
+import { controller, stillItems } from "./support/Description.mjs";
+import { Host } from "./support/Host.mjs";
+
+const [host, browser] = await Promise.all([
+  Host.start({ description: controller(stillItems), hasSafetyPart: true }),
+  Browser.start(),
+]);
+after(async () => {
+  await browser.stop();
+  await host.stop();
+});
+
+async function getRoutes(page) {
+  await page.locator("nav.shell-navigation a").first().waitFor({ state: "attached" });
+  const addresses = await page
+    .locator("nav.shell-navigation a")
+    .evaluateAll((links) => links.map((link) => link.getAttribute("href")));
+  return addresses.map((address) => address.replace("#/", ""));
+}
+
+async function open(page, route) {
+  await page.evaluate((hash) => {
+    window.location.hash = hash;
+  }, `#/${route}`);
+  await settle(page);
+}
+
+const looks = {
+  light: { colorScheme: "light" },
+  dark: { colorScheme: "dark" },
+  "forced colours": { colorScheme: "dark", forcedColors: "active" },
+};
+
+test("no view breaks a rule of accessibility in light, dark and forced colours", async () => {
+  await browser.visit({ host }, async (page) => {
+    for (const [look, media] of Object.entries(looks)) {
+      await page.emulateMedia({ forcedColors: "none", ...media });
+      await checkRules(page, `the log-in, ${look}`);
+    }
+  });
+  await browser.visit({ host, user: "admin" }, async (page) => {
+    for (const route of await getRoutes(page)) {
+      await open(page, route);
+      for (const [look, media] of Object.entries(looks)) {
+        await page.emulateMedia({ forcedColors: "none", ...media });
+        await checkRules(page, `${route}, ${look}`);
+      }
+    }
+  });
+});
+
+const screens = {
+  "a small phone": { width: 320, height: 800 },
+  "a phone": { width: 390, height: 844 },
+  "a tablet": { width: 768, height: 1024 },
+  "a laptop at 200 %": { width: 720, height: 450 },
+  "a laptop": { width: 1440, height: 900 },
+};
+
+test("every view fits the width of the screen, with targets for fingers, in both languages", async () => {
+  for (const locale of ["en-GB", "de-DE"]) {
+    const hasTouch = true;
+    await browser.visit({ host, user: "admin", locale, hasTouch }, async (page) => {
+      for (const route of await getRoutes(page)) {
+        await open(page, route);
+        for (const [screen, size] of Object.entries(screens)) {
+          await page.setViewportSize(size);
+          await checkWidth(page, `${route} on ${screen}, ${locale}`);
+          await checkTargets(page, `${route} on ${screen}, ${locale}`);
+        }
+      }
+    });
+  }
+});
+
+test("every link and button is reached by the keyboard, and the focus is seen", async () => {
+  await browser.visit({ host, user: "admin" }, async (page) => {
+    for (const route of await getRoutes(page)) {
+      await open(page, route);
+      const reached = await tabThrough(page);
+      const unseen = reached.filter(({ isSeen }) => !isSeen).map(({ text }) => text);
+      assert.deepEqual(unseen, [], `focus that is not seen on ${route}`);
+      const missed = await page.evaluate(() =>
+        [...document.querySelectorAll("a[href], button, input:not([type=hidden]), select, summary")]
+          .filter((each) => each.checkVisibility() && !each.disabled && !each.dataset.reached)
+          .filter((each) => each.type !== "radio" || each.checked)
+          .map((each) => each.outerHTML.slice(0, 120)),
+      );
+      assert.deepEqual(missed, [], `what the keyboard does not reach on ${route}`);
+    }
+  });
+});
+
+const mostSteps = 400;
+
+/** Presses Tab until the focus is where it was first. */
+async function tabThrough(page) {
+  await page.evaluate(() => {
+    document.activeElement.blur();
+    for (const each of document.querySelectorAll("[data-reached]")) {
+      delete each.dataset.reached;
+    }
+  });
+  const steps = [];
+  for (let count = 0; count < mostSteps; ++count) {
+    await page.keyboard.press("Tab");
+    const step = await page.evaluate(() => {
+      const element = document.activeElement;
+      if (!element || element === document.body) {
+        return { isOutside: true };
+      }
+      const isKnown = element.dataset.reached === "true";
+      element.dataset.reached = "true";
+      // A box that lies over its label shows the focus there.
+      const shown = element.type === "radio" ? (element.closest("label") ?? element) : element;
+      const { outlineStyle, outlineWidth } = getComputedStyle(shown);
+      const isSeen = outlineStyle !== "none" && Number.parseFloat(outlineWidth) >= 2;
+      return { isKnown, isSeen, text: element.outerHTML.slice(0, 120) };
+    });
+    if (step.isKnown) {
+      return steps;
+    }
+    if (!step.isOutside) {
+      steps.push(step);
+    }
+  }
+  throw new Error(`the focus comes to no end after ${mostSteps} steps`);
+}

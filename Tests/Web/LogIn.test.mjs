@@ -1,0 +1,118 @@
+// From the first visit to a page that works, and to the end of the session.
+import assert from "node:assert/strict";
+import { after, test } from "node:test";
+import { Browser, logIn } from "./support/Browser.mjs";
+import { Host, password } from "./support/Host.mjs";
+
+const [host, fresh, browser] = await Promise.all([
+  Host.start({ sessions: 'idleSeconds="120"' }),
+  Host.start({ isFresh: true }),
+  Browser.start(),
+]);
+after(async () => {
+  await browser.stop();
+  await Promise.all([host.stop(), fresh.stop()]);
+});
+
+const shell = ".shell";
+const form = "form input[name=user]";
+
+test("the first password has to be changed before anything else is shown", async () => {
+  await browser.visit({ host: fresh, expected: /status of 400/ }, async (page) => {
+    await logIn(page, "admin", "not the password");
+    await page.getByText("User name or password is wrong.").waitFor();
+    await logIn(page, "admin", fresh.firstPassword);
+    await page.getByRole("heading", { name: "Change password" }).waitFor();
+    assert.equal(await page.locator("nav").count(), 0);
+
+    const fill = async (present, next, repeated) => {
+      await page.getByLabel("Present password").fill(present);
+      await page.getByLabel("New password", { exact: true }).fill(next);
+      await page.getByLabel("New password, again").fill(repeated);
+      await page.getByRole("button", { name: "Change password" }).click();
+    };
+    const { firstPassword } = fresh;
+    await fill(firstPassword, password, `${password}!`);
+    await page.getByText("The two new passwords differ.").waitFor();
+    await fill(firstPassword, "password1234", "password1234");
+    await page.getByText("The new password is too short or too common.").waitFor();
+    await fill("not the password", password, password);
+    await page.getByText("The password is wrong.").waitFor();
+    await fill(firstPassword, password, password);
+    await page.locator(shell).waitFor();
+
+    await page.reload();
+    await page.locator(shell).waitFor();
+    await page.getByRole("button", { name: "Log out" }).click();
+    await page.locator(form).waitFor();
+    await logIn(page, "admin", password);
+    await page.locator(shell).waitFor();
+  });
+});
+
+test("wrong passwords and too many of them are told, and the right one still logs in", async () => {
+  await browser.visit({ host, expected: /status of 429/ }, async (page) => {
+    const failure = page.getByRole("alert");
+    let told = "";
+    for (let tries = 0; tries < 12 && !told.startsWith("Too many"); ++tries) {
+      await logIn(page, "technician", `wrong ${tries}`);
+      await page.locator("button[type=submit]:not([aria-disabled=true])").waitFor();
+      told = await failure.textContent();
+    }
+    assert.match(told, /^Too many wrong passwords\. Try again in \d+ seconds?\.$/);
+    await logIn(page, "viewer", password);
+    await page.locator(shell).waitFor();
+  });
+});
+
+test("the language is the browser's, and stays the one that is chosen", async () => {
+  await browser.visit({ host, locale: "de-CH" }, async (page) => {
+    await page.getByRole("button", { name: "Anmelden" }).waitFor();
+    assert.equal(await page.locator("html").getAttribute("lang"), "de");
+    await page.locator("select").selectOption("en");
+    await page.getByRole("button", { name: "Log in" }).waitFor();
+    await page.reload();
+    await page.getByRole("button", { name: "Log in" }).waitFor();
+    assert.equal(await page.locator("html").getAttribute("lang"), "en");
+    await logIn(page, "viewer", password);
+    await page.locator("nav").getByText("Overview").waitFor();
+    await page.locator("header, nav, .shell-account").locator("select").selectOption("de");
+    await page.locator("nav").getByText("Übersicht").waitFor();
+  });
+  await browser.visit({ host, locale: "fr-FR" }, async (page) => {
+    await page.getByRole("button", { name: "Log in" }).waitFor();
+  });
+});
+
+test("a session that is ended elsewhere leads to the log-in, and from there back to where it was", async () => {
+  await browser.visit({ host, user: "engineer", route: "items" }, async (page) => {
+    const { body } = await host.ask("GET", "/api/v1/sessions?all=true", { token: host.token });
+    for (const { id } of body.sessions.filter((each) => each.user === "engineer")) {
+      await host.ask("DELETE", `/api/v1/sessions/${id}`, { token: host.token });
+    }
+    await page.getByText("The session has ended.").waitFor();
+    await logIn(page, "engineer", password);
+    await page.locator("nav a[aria-current=page][href='#/items']").waitFor();
+  });
+});
+
+test("a session without use ends, although the page polls", async () => {
+  const short = await Host.start({ sessions: 'idleSeconds="3"' });
+  try {
+    await browser.visit({ host: short, user: "viewer" }, async (page) => {
+      await page.getByText("The session has ended.").waitFor();
+    });
+  } finally {
+    await short.stop();
+  }
+});
+
+test("a host that does not answer is told, and the page comes by itself when it does", async () => {
+  const unreachable = (route) => route.abort("connectionrefused");
+  const prepare = (page) => page.route("**/api/v1/session", unreachable);
+  await browser.visit({ host, prepare }, async (page) => {
+    await page.getByRole("heading", { name: "The controller does not answer" }).waitFor();
+    await page.unroute("**/api/v1/session", unreachable);
+    await page.locator(form).waitFor();
+  });
+});
