@@ -101,6 +101,29 @@ int CountLines(std::string_view text) noexcept
     return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
 }
 
+/// Takes what libxml2 reports on this thread outside of a document's context, as long as it lives.
+class ThreadErrorHandler final
+{
+public:
+    ThreadErrorHandler(void* context, xmlStructuredErrorFunc handler)
+        : previousContext(xmlStructuredErrorContext), previousHandler(xmlStructuredError)
+    {
+        xmlSetStructuredErrorFunc(context, handler);
+    }
+
+    ThreadErrorHandler(const ThreadErrorHandler&) = delete;
+    ThreadErrorHandler& operator=(const ThreadErrorHandler&) = delete;
+
+    ~ThreadErrorHandler()
+    {
+        xmlSetStructuredErrorFunc(previousContext, previousHandler);
+    }
+
+private:
+    void* const previousContext;
+    const xmlStructuredErrorFunc previousHandler;
+};
+
 /// Stores what libxml2 reports of one document, up to the first fault. libxml2's own tree is not used: it ends
 /// elements that are not closed, and it has neither the line in which a tag begins nor lines beyond 65535.
 class Parser final
@@ -127,9 +150,14 @@ public:
 
     Document Parse()
     {
-        // NOENT: without it, "&" in an attribute comes as a reference; there are only the predefined entities.
-        xmlCtxtReadMemory(context.get(), text.data(), static_cast<int>(text.size()), fileName.c_str(), nullptr,
-                          XML_PARSE_NONET | XML_PARSE_NOENT);
+        {
+            // Some faults, such as bytes that the encoding does not have, belong to no context: without a handler of
+            // the thread they would be printed.
+            const ThreadErrorHandler errorHandler(this, &OnError);
+            // NOENT: without it, "&" in an attribute comes as a reference; there are only the predefined entities.
+            xmlCtxtReadMemory(context.get(), text.data(), static_cast<int>(text.size()), fileName.c_str(), nullptr,
+                              XML_PARSE_NONET | XML_PARSE_NOENT);
+        }
         if (failure)
         {
             std::rethrow_exception(failure);

@@ -78,6 +78,26 @@ protected:
     BasicString messageWithPosition;
 };
 
+TEST(ReadingXml, PrintsNothingOfItsOwnAboutADamagedFile)
+{
+    // Bytes that the encoding does not have, once more than the parser reads ahead.
+    BasicString text = "<?xml version='1.0' encoding='EUC-JP'?><Root>";
+    for (int count = 0; count < 5000; ++count)
+    {
+        text += "\xff\xfe\xfd";
+    }
+    testing::internal::CaptureStderr();
+    const auto read = [&text]
+    {
+        XmlReader reader(text + "</Root>", "test.xml");
+        while (reader.TryReadStartElement())
+        {
+        }
+    };
+    EXPECT_THROW(read(), XmlException);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 TEST(ReadingXml, VisitsStartTagsAndLeavesElementsWithAllTheyHold)
 {
     XmlReader reader("<?xml version='1.0'?><!-- c --><Root> t <A x='1' y='2' z='true'><B/></A><!-- c -->"
