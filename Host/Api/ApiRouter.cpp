@@ -197,12 +197,13 @@ Handling ApiRouter::HandleProvider(const Exchange& exchange, std::string_view pa
         return Handling::Completed;
     }
     const std::string_view providerName = Http::TakeUntil(path, '/');
-    return parts.dispatcher.Handle(exchange, {BasicString(providerName), BasicString(path), caller->securityToken,
-                                              std::move(caller->userName),
-                                              [&sessions = parts.sessions, id = caller->sessionId]
-                                              {
-                                                  return sessions.TakeConfirmation(id);
-                                              }});
+    return parts.dispatcher.Handle(
+        exchange, {BasicString(providerName), BasicString(path), caller->securityToken, std::move(caller->userName),
+                   [&sessions = parts.sessions, id = caller->sessionId] { return sessions.HasConfirmation(id); },
+                   [&sessions = parts.sessions, id = caller->sessionId]
+                   {
+                       return sessions.TakeConfirmation(id);
+                   }});
 }
 
 /// Empty: the caller has been refused.

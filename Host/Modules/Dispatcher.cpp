@@ -78,6 +78,12 @@ const Http::Problem* FindAbsence(const DataProvider& provider)
     return provider.isWithdrawn ? &Http::Problems::notAvailable : nullptr;
 }
 
+/// Calls the function when the request is one that needs the password again.
+bool IsConfirmed(const DataProvider& provider, const ProviderRequest& request, const std::function<bool()>& check)
+{
+    return !provider.manifest.confirmedRequests.contains(request.requestName) || (check && check());
+}
+
 /// Null when the module takes this request of this user. Requires: a visit.
 const Http::Problem* FindObstacle(const DataProvider& provider, const ProviderRequest& request)
 {
@@ -89,7 +95,11 @@ const Http::Problem* FindObstacle(const DataProvider& provider, const ProviderRe
     {
         return &Http::Problems::noPermission;
     }
-    return provider.handler->HandlesRequest(request.requestName) ? nullptr : &Http::Problems::unknownRequest;
+    if (!provider.handler->HandlesRequest(request.requestName))
+    {
+        return &Http::Problems::unknownRequest;
+    }
+    return IsConfirmed(provider, request, request.hasConfirmation) ? nullptr : &Http::Problems::confirmationNeeded;
 }
 
 WbmResponse HandleRequest(const IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request)
@@ -136,20 +146,23 @@ void Dispatcher::Call(IHttpExchange& exchange, const DataProvider& provider, con
         SendProblem(exchange, Http::Problems::serviceNotAvailable);
         return;
     }
-    if (const Http::Problem* const obstacle = FindRefusal(provider, request))
+    const Http::Problem* obstacle = FindObstacle(provider, request);
+    if (obstacle == nullptr && !provider.manifest.isSafe && !Announce(exchange, request))
     {
-        if (!provider.manifest.isSafe && obstacle->status == 403)
+        obstacle = &Http::Problems::auditNotWritable;
+    }
+    // Last, since it is good for one command: what is refused for another reason does not spend it.
+    if (obstacle == nullptr && !IsConfirmed(provider, request, request.takeConfirmation))
+    {
+        obstacle = &Http::Problems::confirmationNeeded;
+    }
+    if (obstacle != nullptr)
+    {
+        if (!provider.manifest.isSafe && (obstacle->status == 403 || obstacle == &Http::Problems::auditNotWritable))
         {
             Publish(NotificationKind::CommandRefused, exchange, request, {{"errorCode", BasicString(obstacle->code)}});
         }
         SendProblem(exchange, *obstacle);
-        return;
-    }
-    if (!provider.manifest.isSafe && !Announce(exchange, request))
-    {
-        Publish(NotificationKind::CommandRefused, exchange, request,
-                {{"errorCode", BasicString(Http::Problems::auditNotWritable.code)}});
-        SendProblem(exchange, Http::Problems::auditNotWritable);
         return;
     }
     const WbmResponse response =
@@ -172,19 +185,6 @@ bool Dispatcher::Announce(IHttpExchange& exchange, const ProviderRequest& reques
     }
     Publish(NotificationKind::CommandRequested, exchange, request, {});
     return isAuditWritable();
-}
-
-/// Null when the request is carried out. Takes the confirmation last, since it is good for one command. Requires: a
-/// visit.
-const Http::Problem* Dispatcher::FindRefusal(const DataProvider& provider, const ProviderRequest& request) const
-{
-    if (const Http::Problem* const obstacle = FindObstacle(provider, request))
-    {
-        return obstacle;
-    }
-    const bool isConfirmed = !provider.manifest.confirmedRequests.contains(request.requestName) ||
-                             (request.takeConfirmation && request.takeConfirmation());
-    return isConfirmed ? nullptr : &Http::Problems::confirmationNeeded;
 }
 
 /// Publishes the outcome: also when the module's response is an error, or the module throws.

@@ -38,8 +38,9 @@ struct ProviderRequest
     BasicString requestName;
     System::Um::SecurityToken securityToken;
     BasicString userName;
-    /// Whether the user has confirmed with the password that the next command is meant; true once for each
-    /// confirmation. Empty: never.
+    /// Whether the user has confirmed with the password that the next command is meant. Empty: never.
+    std::function<bool()> hasConfirmation = {};
+    /// The same; true once for each confirmation.
     std::function<bool()> takeConfirmation = {};
 };
 
@@ -63,7 +64,6 @@ private:
 
     void Call(Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const;
     [[nodiscard]] bool Announce(Http::IHttpExchange& exchange, const ProviderRequest& request) const;
-    [[nodiscard]] const Http::Problem* FindRefusal(const DataProvider& provider, const ProviderRequest& request) const;
     [[nodiscard]] Services::Commons::Wbm::WbmResponse
     Execute(Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const;
     void Publish(System::Nm::NotificationKind kind, Http::IHttpExchange& exchange, const ProviderRequest& request,

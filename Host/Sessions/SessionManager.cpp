@@ -135,6 +135,11 @@ bool SessionManager::Confirm(IHttpExchange& exchange, const Caller& caller, std:
     return true;
 }
 
+bool SessionManager::HasConfirmation(SessionId id)
+{
+    return table.HasConfirmation(id);
+}
+
 bool SessionManager::TakeConfirmation(SessionId id)
 {
     return table.TakeConfirmation(id);

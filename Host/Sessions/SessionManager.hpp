@@ -108,7 +108,10 @@ public:
     /// As long as `LogIn`. False when the password is wrong.
     [[nodiscard]] bool Confirm(Http::IHttpExchange& exchange, const Caller& caller, std::string_view password);
 
-    /// Whether the caller has confirmed the password within the last minute. Holds for one command.
+    /// Whether the caller has confirmed the password within the last minute.
+    [[nodiscard]] bool HasConfirmation(SessionId id);
+
+    /// The same; true once, since a confirmation holds for one command.
     [[nodiscard]] bool TakeConfirmation(SessionId id);
 
     /// Empty for a request without a session. Counts as use of the session, unless the request says that its user did

@@ -18,6 +18,12 @@ namespace
 {
 
 constexpr std::chrono::seconds confirmationTime{60};
+
+bool IsRecent(const std::optional<SessionTable::TimePoint>& confirmed, SessionTable::TimePoint now)
+{
+    return confirmed && now - *confirmed < confirmationTime;
+}
+
 constexpr std::size_t randomBytes = 32;
 
 BasicString CreateKey()
@@ -150,17 +156,25 @@ void SessionTable::Confirm(SessionId id)
     }
 }
 
+bool SessionTable::HasConfirmation(SessionId id)
+{
+    const TimePoint now = clock();
+    const MutexLock lock(mutex);
+    const auto found = Find(id);
+    return found != sessions.end() && IsRecent(found->second.confirmed, now);
+}
+
 bool SessionTable::TakeConfirmation(SessionId id)
 {
     const TimePoint now = clock();
     const MutexLock lock(mutex);
     const auto found = Find(id);
-    if (found == sessions.end())
+    const bool isConfirmed = found != sessions.end() && IsRecent(found->second.confirmed, now);
+    if (isConfirmed)
     {
-        return false;
+        found->second.confirmed.reset();
     }
-    const auto confirmed = std::exchange(found->second.confirmed, std::nullopt);
-    return confirmed && now - *confirmed < confirmationTime;
+    return isConfirmed;
 }
 
 std::vector<SessionTable::Ended> SessionTable::TakeEnded()

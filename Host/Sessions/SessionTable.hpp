@@ -102,7 +102,10 @@ public:
     /// The session's user has given the password again.
     void Confirm(SessionId id);
 
-    /// True once after `Confirm`, within a minute.
+    /// True after `Confirm`, within a minute.
+    [[nodiscard]] bool HasConfirmation(SessionId id);
+
+    /// The same, once.
     [[nodiscard]] bool TakeConfirmation(SessionId id);
 
     /// Removes and returns the sessions that have ended by time or by number.

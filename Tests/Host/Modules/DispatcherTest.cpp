@@ -88,6 +88,7 @@ protected:
         exchange = std::make_shared<FakeExchange>();
         exchange->request.method = method;
         EXPECT_EQ(dispatcher.Handle(exchange, {providerName, requestName, SecurityToken(token), "ann",
+                                               [this] { return isConfirmed; },
                                                [this]
                                                {
                                                    return std::exchange(isConfirmed, false);
@@ -241,6 +242,10 @@ TEST_F(Dispatchers, TakeAConfirmationForEachCommandThatNeedsOneAndForNothingElse
     EXPECT_EQ(Ask(HttpMethod::Post, "Reset", "None").status, 404U);
     EXPECT_EQ(Ask(HttpMethod::Post, "Control").status, 200U);
     EXPECT_TRUE(isConfirmed);
+    isAuditWritable = false;
+    EXPECT_EQ(Ask(HttpMethod::Post, "Reset").status, 503U);
+    EXPECT_TRUE(isConfirmed) << "nothing was carried out";
+    isAuditWritable = true;
     EXPECT_EQ(Ask(HttpMethod::Post, "Reset").status, 200U);
     EXPECT_FALSE(isConfirmed);
     EXPECT_EQ(Ask(HttpMethod::Post, "Reset").status, 403U);
