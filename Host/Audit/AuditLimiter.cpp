@@ -15,6 +15,12 @@ namespace
 /// More users than this share the bounds of one.
 constexpr std::size_t maximumBuckets = 1024;
 
+bool HasOutcome(const Notification& notification, std::string_view outcome)
+{
+    return std::ranges::any_of(notification.fields, [outcome](const auto& field)
+                               { return field.first == "outcome" && field.second == outcome; });
+}
+
 /// Empty for a kind without bounds. The user of a failed log-in is only claimed, so it gets no bucket.
 std::optional<AuditLimiter::Key> FindKey(const Notification& notification)
 {
@@ -33,6 +39,13 @@ std::optional<AuditLimiter::Key> FindKey(const Notification& notification)
     case NotificationKind::PasswordConfirmed:
     case NotificationKind::PasswordConfirmationFailed:
         return AuditLimiter::Key{notification.kind, notification.user};
+    case NotificationKind::CommandRequested:
+        return AuditLimiter::Key{NotificationKind::CommandFailed, notification.user};
+    case NotificationKind::CommandFailed:
+        // One that may have been carried out is always recorded.
+        return HasOutcome(notification, "unknown")
+                   ? std::nullopt
+                   : std::optional(AuditLimiter::Key{notification.kind, notification.user});
     default:
         return std::nullopt;
     }
@@ -54,7 +67,13 @@ AuditLimiter::Admission AuditLimiter::Admit(const Notification& notification, Cl
     }
     Bucket& bucket = buckets[*key];
     const auto full = std::max(bucket.full, now) + interval;
-    if (full - now > burst * interval)
+    const bool isAdmitted = full - now <= burst * interval;
+    if (notification.kind == NotificationKind::CommandRequested)
+    {
+        // The outcome that follows is counted.
+        return {isAdmitted, 0};
+    }
+    if (!isAdmitted)
     {
         ++bucket.leftOut;
         return {false, 0};

@@ -12,8 +12,10 @@ namespace Oxa::Host::Audit
 
 /// Keeps what strangers and users can cause at will from displacing the other rows of a bounded trail: 60 events of a
 /// kind at once, then one a minute; log-ins and the like of each user have bounds of their own, so that no stranger can
-/// hide them. Commands, changes of users, certificates, configuration and the like are never left out. What is left out
-/// is counted. Knows no clock; time is passed in. Threads: one at a time.
+/// hide them. Commands that are refused, or fail and were certainly not carried out, are bounded for each user too; the
+/// request for a command is left out where its failure would be. Commands that were carried out, changes of users,
+/// certificates, configuration and the like are never left out. What is left out is counted. Knows no clock; time is
+/// passed in. Threads: one at a time.
 class AuditLimiter final
 {
 public:

@@ -131,7 +131,7 @@ TEST_F(AuditTrails, KeepRowsWhileTheyCannotBeWrittenAndGoOnByThemselves)
     EXPECT_FALSE(trail.IsWritable()) << "the folder is missing";
     for (std::size_t count = 0; count < AuditTrail::maximumQueued + 5; ++count)
     {
-        Publish(NotificationKind::CommandFailed);
+        Publish(NotificationKind::CommandExecuted);
     }
     ASSERT_EQ(log.GetEntries().size(), 1U);
     EXPECT_THAT(log.GetEntries()[0].message, HasSubstr("the audit trail cannot be written, commands are refused: "));
@@ -226,7 +226,20 @@ TEST(LimitingRows, BoundsWhatStrangersAndUsersCauseAndCountsWhatIsLeftOut)
     {
         EXPECT_TRUE(admit(NotificationKind::CommandExecuted, "anna").isAdmitted) << "never left out";
     }
+    for (unsigned count = 0; count < AuditLimiter::burst; ++count)
+    {
+        EXPECT_TRUE(admit(NotificationKind::CommandRequested, "anna").isAdmitted) << "its failure is counted, not it";
+        EXPECT_TRUE(admit(NotificationKind::CommandFailed, "anna").isAdmitted);
+    }
+    EXPECT_FALSE(admit(NotificationKind::CommandRequested, "anna").isAdmitted);
+    EXPECT_FALSE(admit(NotificationKind::CommandFailed, "anna").isAdmitted);
+    EXPECT_TRUE(admit(NotificationKind::CommandRequested, "bert").isAdmitted);
+    auto mayBeDone = MakeNotification(NotificationKind::CommandFailed, "text", "anna");
+    mayBeDone.fields.emplace_back("outcome", "unknown");
+    EXPECT_TRUE(limiter.Admit(mayBeDone, now).isAdmitted);
     now += AuditLimiter::interval;
+    EXPECT_TRUE(admit(NotificationKind::CommandRequested, "anna").isAdmitted);
+    EXPECT_EQ(admit(NotificationKind::CommandFailed, "anna").leftOut, 1U);
     const auto admission = admit(NotificationKind::LogInFailed);
     EXPECT_TRUE(admission.isAdmitted);
     EXPECT_EQ(admission.leftOut, 2U);
