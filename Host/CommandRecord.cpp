@@ -75,20 +75,31 @@ void BecomeOwner(const std::filesystem::path& folder)
 
 CommandRecord::CommandRecord(const Configuration::HostConfiguration& configuration) : store(OpenTrail(configuration)) {}
 
+void CommandRecord::Announce(System::Nm::Notification notification)
+{
+    System::Commons::UseConfigured([&] { Append(std::move(notification)); });
+}
+
 void CommandRecord::Write(System::Nm::Notification notification)
 {
-    notification.time = Audit::GetCurrentTime();
-    Audit::AuditLog().Write(notification);
+    const BasicString subject = notification.text;
     try
     {
-        std::vector<Audit::AuditRow> rows = {Audit::MakeAuditRow(notification, Audit::ReadBootId())};
-        store.Append(rows);
+        Append(std::move(notification));
     }
     catch (const System::Commons::Exception& exception)
     {
-        throw System::Commons::InvalidOperationException::Create("'{0}' was changed, but not recorded: {1}",
-                                                                 notification.text, exception.GetMessage());
+        throw System::Commons::InvalidOperationException::Create(
+            "'{0}' was changed, but only the request for it was recorded: {1}", subject, exception.GetMessage());
     }
+}
+
+void CommandRecord::Append(System::Nm::Notification&& notification)
+{
+    notification.time = Audit::GetCurrentTime();
+    Audit::AuditLog().Write(notification);
+    std::vector<Audit::AuditRow> rows = {Audit::MakeAuditRow(notification, Audit::ReadBootId())};
+    store.Append(rows);
 }
 
 } // namespace Oxa::Host

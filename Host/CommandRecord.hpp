@@ -34,10 +34,16 @@ public:
     /// then nothing must be changed.
     explicit CommandRecord(const Configuration::HostConfiguration& configuration);
 
+    /// What is going to be changed, or was not changed: of a command whose outcome cannot be written, the row of its
+    /// request stays. Throws as the constructor.
+    void Announce(System::Nm::Notification notification);
+
     /// Throws as well, and then names what was changed.
     void Write(System::Nm::Notification notification);
 
 private:
+    void Append(System::Nm::Notification&& notification);
+
     Audit::AuditStore store;
 };
 

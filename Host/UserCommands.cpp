@@ -18,6 +18,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -29,6 +30,7 @@ using System::Commons::ConfigurationException;
 using System::Commons::InvalidOperationException;
 using System::Commons::UseConfigured;
 using System::Commons::Text::Format;
+using System::Nm::Notification;
 using System::Nm::NotificationKind;
 using System::Um::UserChange;
 using System::Um::UserInfo;
@@ -36,6 +38,32 @@ using System::Um::UserManager;
 
 namespace
 {
+
+constexpr const char* notificationSource = "Host.UserCommands";
+
+/// As it is written on the command line.
+std::string_view GetCommandName(CommandLine::Action action) noexcept
+{
+    switch (action)
+    {
+    case CommandLine::Action::AddUser:
+        return "user add";
+    case CommandLine::Action::SetRole:
+        return "user role";
+    case CommandLine::Action::DisableUser:
+        return "user disable";
+    case CommandLine::Action::EnableUser:
+        return "user enable";
+    case CommandLine::Action::SetPassword:
+        return "user set-password";
+    case CommandLine::Action::RemoveUser:
+        return "user remove";
+    case CommandLine::Action::AddApiToken:
+        return "token add";
+    default:
+        return "token remove";
+    }
+}
 
 /// What a command did.
 struct Change
@@ -242,15 +270,35 @@ int RunUserCommand(const CommandLine& commandLine, const Configuration::HostConf
     }
     // First, so that nothing is changed without being recorded.
     CommandRecord record(configuration);
-    auto change = Execute(commandLine, systemUserName, *users);
+    const auto makeNotification = [&](NotificationKind kind)
+    {
+        return Notification{{},
+                            kind,
+                            notificationSource,
+                            systemUserName,
+                            commandLine.name,
+                            {{"command", BasicString(GetCommandName(commandLine.action))}}};
+    };
+    record.Announce(makeNotification(NotificationKind::CommandRequested));
+    std::optional<Change> change;
+    try
+    {
+        change = Execute(commandLine, systemUserName, *users);
+    }
+    catch (...)
+    {
+        record.Announce(makeNotification(NotificationKind::CommandFailed));
+        throw;
+    }
     if (!change)
     {
+        record.Announce(makeNotification(NotificationKind::CommandFailed));
         const bool isUser = commandLine.action != CommandLine::Action::RemoveApiToken;
         std::cerr << "oxa-wbm: there is no " << (isUser ? "user" : "API token") << " '" << commandLine.name << "'\n";
         return EXIT_FAILURE;
     }
-    const System::Nm::Notification notification{
-        {}, change->kind, "Host.UserCommands", systemUserName, change->subject, change->fields};
+    const Notification notification{
+        {}, change->kind, notificationSource, systemUserName, change->subject, change->fields};
     StateFolder(commandLine.stateFolder).Notice(notification);
     record.Write(notification);
     Print(*change);
