@@ -2,8 +2,10 @@
 // else it goes before. Everything from the socket to the arguments of a service is the product's own code.
 
 #include "Oxa/Device/Interface/Services/DeviceControlServiceProxyFactory.hpp"
+#include "Oxa/Device/Interface/Services/DeviceItemServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceControlService.hpp"
+#include "Oxa/Device/Interface/Services/IDeviceItemService.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/FileDescriptor.hpp"
@@ -93,6 +95,30 @@ public:
     }
 };
 
+/// Gives what it is asked for back.
+class FakeItemService final : public IDeviceItemService
+{
+public:
+    ItemPage<DescribedItem> ListItems(const BasicString& prefix, const BasicString& after, std::size_t count) override
+    {
+        return {{{prefix, RscType::NotSet, after, after, ItemOrigin::Fixed, count > 1}}, count > 1};
+    }
+
+    ItemPage<ItemState> ReadItems(const BasicString& prefix, const BasicString& after, std::size_t count) override
+    {
+        ItemPage<ItemState> page = {{{}}, count > 1};
+        page.items[0].key = prefix;
+        page.items[0].cause = after;
+        page.items[0].age = std::chrono::milliseconds(count);
+        return page;
+    }
+
+    ItemHistory ReadHistory(const BasicString& /*key*/, Oxa::int64 from, Oxa::int64 to, std::size_t points) override
+    {
+        return {from, to, std::vector<HistoryPoint>(points % 1001)};
+    }
+};
+
 class FakeControlService final : public IDeviceControlService
 {
 public:
@@ -177,6 +203,7 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
     static const RscRegistration registration(
         "boot", "build",
         {{DeviceStatusServiceProxyFactory::GetInstance(), std::make_shared<FakeStatusService>()},
+         {DeviceItemServiceProxyFactory::GetInstance(), std::make_shared<FakeItemService>()},
          {DeviceControlServiceProxyFactory::GetInstance(), std::make_shared<FakeControlService>()}});
     return 0;
 }

@@ -2,8 +2,10 @@
 
 #include "Device/MultiReadClient.hpp"
 #include "Oxa/Device/Interface/Services/DeviceControlServiceProxyFactory.hpp"
+#include "Oxa/Device/Interface/Services/DeviceItemServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceControlService.hpp"
+#include "Oxa/Device/Interface/Services/IDeviceItemService.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
@@ -14,6 +16,7 @@
 #include <concepts>
 #include <memory>
 #include <ostream>
+#include <stdexcept>
 #include <typeinfo>
 #include <vector>
 
@@ -88,6 +91,15 @@ public:
             });
     }
 
+    /// Throws when the device does not offer it.
+    [[nodiscard]] Oxa::Device::Interface::Services::IDeviceItemService& GetItemService()
+    {
+        using namespace Oxa::Device::Interface::Services;
+        return TryFindService(items, DeviceItemServiceProxyFactory::GetInstance())
+                   ? *items
+                   : throw std::runtime_error("the device has no item service");
+    }
+
     [[nodiscard]] Outcome Restart() const
     {
         return Measure([this] { return Oxa::System::Commons::Text::Format("{0}", control->Restart()); });
@@ -132,6 +144,7 @@ private:
 
     std::unique_ptr<Oxa::Device::Interface::Services::IDeviceStatusService> status;
     std::unique_ptr<Oxa::Device::Interface::Services::IDeviceControlService> control;
+    std::unique_ptr<Oxa::Device::Interface::Services::IDeviceItemService> items;
 };
 
 } // namespace Oxa::Tests::Processes

@@ -1,3 +1,4 @@
+#include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Processes/DeviceClient.hpp"
 #include "Processes/DeviceProcess.hpp"
@@ -5,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <csignal>
 #include <filesystem>
 #include <future>
@@ -83,6 +85,105 @@ TEST(Serving, ReleasesTheDescriptorsOfCallersThatDisconnect)
         EXPECT_THAT(waiting.get().text, testing::AnyOf("ConnectionLost", "NotAvailable"));
     }
     EXPECT_TRUE(Eventually([&device, before] { return CountDescriptors(device) == before; }, 2s));
+}
+
+/// Every item, by pages of `count`, as `read` gets them.
+template <class Read>
+auto ReadAllPages(const Read& read, std::size_t count)
+{
+    auto all = read("", count);
+    for (bool isCut = all.isCut; isCut;)
+    {
+        const auto page = read(all.items.back().key, count);
+        all.items.insert(all.items.end(), page.items.begin(), page.items.end());
+        isCut = page.isCut;
+    }
+    return all.items;
+}
+
+TEST(Serving, CarriesEveryItemWithItsStateAndItsHistory)
+{
+    using namespace Oxa::Device::Interface::Services;
+    DeviceProcess device({.description = OXA_DESCRIPTIONS "/controller.xml"});
+    device.Start();
+    DeviceClient client(WithTimeout(device.GetEndpoint(), 10s));
+    ASSERT_TRUE(client.TryFind());
+    IDeviceItemService& service = client.GetItemService();
+    const auto list = [&service](const BasicString& after, std::size_t count)
+    {
+        return service.ListItems("", after, count);
+    };
+    const auto read = [&service](const BasicString& after, std::size_t count)
+    {
+        return service.ReadItems("", after, count);
+    };
+    const auto described = ReadAllPages(list, 1000);
+    EXPECT_EQ(described.size(), 57U);
+    EXPECT_EQ(ReadAllPages(list, 10), described);
+    const auto states = ReadAllPages(read, 7);
+    ASSERT_EQ(states.size(), described.size());
+    for (std::size_t index = 0; index < states.size(); ++index)
+    {
+        EXPECT_EQ(states[index].key, described[index].key);
+        EXPECT_EQ(states[index].cause.empty(), states[index].quality == ItemQuality::Good) << states[index].key;
+    }
+    const auto volts = service.ListItems("Board.Supply.Volts", "", 1).items.at(0);
+    EXPECT_EQ(volts, (DescribedItem{"Board.Supply.Volts", System::Rsc::RscType::Real64, "V", "Voltage of the supply",
+                                    ItemOrigin::Simulated, true}));
+    const auto absent = service.ReadItems("Slots.3", "", 1).items.at(0);
+    EXPECT_EQ(absent.origin, ItemOrigin::Absent);
+    EXPECT_EQ(absent.quality, ItemQuality::Missing);
+    EXPECT_EQ(absent.cause, "this machine has no module in slot 3");
+
+    const int64 now =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch())
+            .count();
+    ItemHistory history;
+    EXPECT_TRUE(Eventually(
+        [&]
+        {
+            history = service.ReadHistory("Board.Supply.Volts", 0, now + 60'000, 1000);
+            return !history.points.empty() && history.points.back().minimum > 0;
+        },
+        5s));
+    EXPECT_NEAR(history.points.back().mean, 24, 1);
+    EXPECT_TRUE(std::isnan(history.points.front().mean));
+    EXPECT_GE(history.points.size(), 959U);
+    EXPECT_EQ(history.step, 90'000);
+    for (const char* const key : {"Board.Supply.Redundant", "No.Such.Item"})
+    {
+        EXPECT_THROW((void)service.ReadHistory(key, 0, now, 1), System::Commons::ArgumentException) << key;
+    }
+    EXPECT_THROW((void)service.ReadHistory("Board.Supply.Volts", -1, -1, 1), System::Commons::ArgumentException);
+    EXPECT_THROW((void)service.ReadHistory("Board.Supply.Volts", 0, now, std::size_t(1) << 40U),
+                 System::Commons::ArgumentException);
+}
+
+TEST(Serving, MakesNoPageThatIsTooLongForAMessage)
+{
+    using namespace Oxa::Device::Interface::Services;
+    const Support::TemporaryFolder folder;
+    constexpr std::size_t count = IDeviceItemService::maximumPageItems + 2;
+    const BasicString text(IDeviceItemService::maximumTextBytes, 'x');
+    BasicString description = "<DeviceDescriptionDocument>";
+    for (std::size_t number = 0; number < count; ++number)
+    {
+        BasicString key = std::to_string(1000 + number);
+        key.append(text, key.size());
+        description += "<Item key='" + key + "' description='" + text + "' unit='" +
+                       BasicString(IDeviceItemService::maximumUnitBytes, 'u') + "'><text value='" + text + "'/></Item>";
+    }
+    DeviceProcess device({.description = folder.Write("long.xml", description + "</DeviceDescriptionDocument>")});
+    device.Start();
+    DeviceClient client(WithTimeout(device.GetEndpoint(), 10s));
+    ASSERT_TRUE(client.TryFind());
+    IDeviceItemService& service = client.GetItemService();
+    EXPECT_EQ(service.ListItems("1", "", count).items.size(), IDeviceItemService::maximumPageItems);
+    const auto page = service.ReadItems("1", "", count);
+    ASSERT_EQ(page.items.size(), IDeviceItemService::maximumPageItems);
+    EXPECT_TRUE(page.isCut);
+    EXPECT_EQ(page.items.back().value.GetText(), text);
+    EXPECT_EQ(service.ReadItems("1", page.items.back().key, count).items.size(), 2U);
 }
 
 struct Ended

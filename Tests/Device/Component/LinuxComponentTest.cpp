@@ -4,9 +4,11 @@
 #include "Device/ItemValueText.hpp"
 #include "Oxa/Device/Interface/Services/DeviceControlServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceInfoServiceProxyFactory.hpp"
+#include "Oxa/Device/Interface/Services/DeviceItemServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceControlService.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceInfoService.hpp"
+#include "Oxa/Device/Interface/Services/IDeviceItemService.hpp"
 #include "Oxa/Device/Interface/Services/IDeviceStatusService.hpp"
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/IRtcService.hpp"
 #include "Oxa/Hardware/RealTimeClock/Services/Internal/RtcServiceProxyFactory.hpp"
@@ -44,6 +46,7 @@ std::unique_ptr<Service> GetService()
 
 const auto getInfo = &GetService<IDeviceInfoService, DeviceInfoServiceProxyFactory>;
 const auto getStatus = &GetService<IDeviceStatusService, DeviceStatusServiceProxyFactory>;
+const auto getItems = &GetService<IDeviceItemService, DeviceItemServiceProxyFactory>;
 const auto getControl = &GetService<IDeviceControlService, DeviceControlServiceProxyFactory>;
 const auto getRtc = &GetService<IRtcService, RtcServiceProxyFactory>;
 
@@ -73,15 +76,18 @@ protected:
 
 } // namespace
 
-TEST_F(RunningComponent, OffersFourServicesUntilItIsStopped)
+TEST_F(RunningComponent, OffersItsServicesUntilItIsStopped)
 {
     Start();
     EXPECT_EQ(ToTypedText(getInfo()->ReadItem(ItemKey("General.ArticleName"))), "String Compact PC 7");
     EXPECT_EQ(ToTypedText(getStatus()->ReadItem(ItemKey("Status.Cpu.1.Load.Percent"))), "Uint8 10");
     EXPECT_GT(getRtc()->ReadDateTime().ToUnixTimeMicroseconds(), 0);
     EXPECT_NE(getControl(), nullptr);
+    EXPECT_EQ(getItems()->ListItems("General.Firm", "", 1).items.at(0).description, "Version of the firmware");
+    EXPECT_EQ(ToTypedText(getItems()->ReadItems("Status.Cpu.1", "", 1).items.at(0).value), "Uint8 10");
 
     component->Stop();
+    EXPECT_EQ(getItems(), nullptr);
     EXPECT_EQ(getInfo(), nullptr);
     EXPECT_EQ(getStatus(), nullptr);
     EXPECT_EQ(getRtc(), nullptr);
@@ -128,6 +134,32 @@ TEST_F(RunningComponent, ComesBackFromARestartWithAnotherBootId)
     EXPECT_TRUE(Support::Eventually([] { return getControl() != nullptr; }));
     EXPECT_NE(ReadBootId(*status), bootId);
     EXPECT_EQ(ReadBootId(*status), ReadBootId(*getStatus()));
+    component->Stop();
+}
+
+TEST_F(RunningComponent, KeepsItsHistoriesOverARestartOfTheServices)
+{
+    Start(std::chrono::milliseconds(1));
+    const auto readLast = [this]
+    {
+        const int64 now = Oxa::Device::Linux::Items::HistoryClocks::ReadSystemClock();
+        const auto service = getItems();
+        const auto history = service->ReadHistory("Status.Memory.Usage.Percent.Actual", now - 3'600'000, now, 1);
+        return history.points.empty() ? 0 : history.points.back().minimum;
+    };
+    EXPECT_TRUE(Support::Eventually([&readLast] { return readLast() == 25; }));
+    const BasicString bootId = ReadBootId(*getStatus());
+    machine.Write("/proc/meminfo", "");
+    EXPECT_EQ(getControl()->Restart(), AccessErrorCode::None);
+    EXPECT_TRUE(Support::Eventually(
+        [this, &bootId]
+        {
+            const auto status = getStatus();
+            return status && ReadBootId(*status) != bootId;
+        }));
+    EXPECT_EQ(readLast(), 25);
+    // What a page takes for the old run's value is gone with it.
+    EXPECT_EQ(getItems()->ReadItems("Status.Memory", "", 1).items.at(0).quality, ItemQuality::Missing);
     component->Stop();
 }
 

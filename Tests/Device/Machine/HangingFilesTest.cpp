@@ -2,8 +2,10 @@
 // hang until the test lets them go.
 
 #include "Device/Description/DeviceDescription.hpp"
+#include "Device/FakeClock.hpp"
 #include "Device/FakeMachine.hpp"
 #include "Device/ItemValueText.hpp"
+#include "Device/Services/DeviceItemService.hpp"
 #include "Support/Eventually.hpp"
 #include "Support/LogRecorder.hpp"
 
@@ -217,6 +219,39 @@ TEST_F(AMachineWithAHangingMount, CostsOneThreadAFileAndTheValuesOfItsItemsUntil
     {
         EXPECT_TRUE(Support::Eventually([this, key, value] { return Read(key) == value; })) << key;
     }
+}
+
+TEST_F(AMachineWithAHangingMount, HasOldValuesUntilItAnswers)
+{
+    MakeItems();
+    FakeClock clock;
+    const std::shared_ptr<const Items::ItemTable> table = std::move(items);
+    Services::DeviceItemService service(table, std::make_shared<Items::ItemHistories>(table), clock.Get());
+    using Oxa::Device::Interface::Services::ItemOrigin;
+    using Oxa::Device::Interface::Services::ItemQuality;
+    const auto read = [&service](const char* key)
+    {
+        return service.ReadItems(key, "", 1).items.at(0);
+    };
+    EXPECT_EQ(read("Number").quality, ItemQuality::Good);
+    EXPECT_EQ(read("Fallback").origin, ItemOrigin::Measured);
+    BeginToHang();
+    clock.Advance(std::chrono::seconds(5));
+
+    const auto old = read("Number");
+    EXPECT_EQ(old.quality, ItemQuality::Old);
+    EXPECT_EQ(ToTypedText(old.value), "Uint8 7");
+    EXPECT_EQ(old.age, std::chrono::seconds(5));
+    EXPECT_EQ(old.cause,
+              "a read of '" + machine.GetPath("/mnt/number") + "' has lasted longer than a request waits, 1000 ms");
+    const auto fallback = read("Fallback");
+    EXPECT_EQ(fallback.quality, ItemQuality::Good);
+    EXPECT_EQ(fallback.origin, ItemOrigin::Fixed);
+    EXPECT_EQ(read("Other").quality, ItemQuality::Missing) << "it was never read";
+    EXPECT_EQ(read("Local").quality, ItemQuality::Good);
+
+    Release();
+    EXPECT_TRUE(Support::Eventually([&read] { return read("Number").quality == ItemQuality::Good; }));
 }
 
 TEST_F(AMachineWithAHangingMount, IsStartedAndEndedMeanwhile)

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cmath>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -193,6 +194,42 @@ TEST_F(Messages, CarryWhatIsNoVariant)
     EXPECT_TRUE(plain.ReadBool());
     EXPECT_FALSE(plain.ReadBool());
     EXPECT_EQ(plain.ReadText(), "");
+}
+
+TEST_F(Messages, CarryStructuresOfNumbersAndTexts)
+{
+    Write(
+        [](RscMessageWriter& writer)
+        {
+            writer.BeginArray("(xds)");
+            for (const int64 number : {std::numeric_limits<int64>::min(), int64{7}})
+            {
+                writer.BeginStructure("xds");
+                writer.WriteInt64(number);
+                writer.WriteReal64(number == 7 ? 0.1 : std::numeric_limits<double>::quiet_NaN());
+                writer.WriteText("text");
+                writer.EndStructure();
+            }
+            writer.EndArray();
+        });
+    RscMessageReader plain(*message);
+    plain.EnterArray("(xds)");
+    EXPECT_FALSE(plain.TryLeaveArray());
+    plain.EnterStructure("xds");
+    EXPECT_EQ(plain.ReadInt64(), std::numeric_limits<int64>::min());
+    EXPECT_TRUE(std::isnan(plain.ReadReal64()));
+    EXPECT_EQ(plain.ReadText(), "text");
+    plain.LeaveStructure();
+    EXPECT_FALSE(plain.TryLeaveArray());
+    EXPECT_THROW(plain.EnterStructure("xd"), RscServiceException) << "it has another member";
+    plain.EnterStructure("xds");
+    EXPECT_EQ(plain.ReadInt64(), 7);
+    EXPECT_THROW((void)plain.ReadInt64(), RscServiceException) << "the next member has another type";
+    EXPECT_EQ(plain.ReadReal64(), 0.1);
+    EXPECT_THROW(plain.LeaveStructure(), RscServiceException) << "a member is left";
+    EXPECT_EQ(plain.ReadText(), "text");
+    plain.LeaveStructure();
+    EXPECT_TRUE(plain.TryLeaveArray());
 }
 
 TEST_F(Messages, CarryTheElementsOfArrays)
