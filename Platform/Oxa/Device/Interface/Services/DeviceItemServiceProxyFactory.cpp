@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <string_view>
 #include <vector>
 
 namespace Oxa::Device::Interface::Services
@@ -19,9 +20,16 @@ IDeviceItemService::~IDeviceItemService() = default;
 namespace
 {
 
-constexpr const char* describedItemMembers = "sqssqb";
-constexpr const char* itemStateMembers = "s(yv)qqxs";
-constexpr const char* historyPointMembers = "ddd";
+// Of texts that end with a NUL.
+constexpr std::string_view describedItemSignature = "(sqssqb)";
+constexpr std::string_view itemStateSignature = "(s(yv)qqxs)";
+constexpr std::string_view historyPointSignature = "(ddd)";
+
+/// Without the parentheses.
+BasicString GetMembers(std::string_view structureSignature)
+{
+    return BasicString(structureSignature.substr(1, structureSignature.size() - 2));
+}
 
 /// An enumerator that came from another process. Throws RscServiceException for a number beyond the last one.
 template <class T>
@@ -90,21 +98,14 @@ void ReadMembers(RscMessageReader& reader, HistoryPoint& point)
     point.maximum = static_cast<float>(reader.ReadReal64());
 }
 
-BasicString GetStructureSignature(const char* members)
-{
-    BasicString signature = "(";
-    signature += members;
-    signature += ')';
-    return signature;
-}
-
 template <class T>
-void WriteStructures(RscMessageWriter& writer, const char* members, const std::vector<T>& structures)
+void WriteStructures(RscMessageWriter& writer, std::string_view signature, const std::vector<T>& structures)
 {
-    writer.BeginArray(GetStructureSignature(members).c_str());
+    const BasicString members = GetMembers(signature);
+    writer.BeginArray(signature.data());
     for (const T& structure : structures)
     {
-        writer.BeginStructure(members);
+        writer.BeginStructure(members.c_str());
         WriteMembers(writer, structure);
         writer.EndStructure();
     }
@@ -112,35 +113,37 @@ void WriteStructures(RscMessageWriter& writer, const char* members, const std::v
 }
 
 template <class T>
-void ReadStructures(RscMessageReader& reader, const char* members, std::vector<T>& structures)
+void ReadStructures(RscMessageReader& reader, std::string_view signature, std::vector<T>& structures)
 {
-    reader.EnterArray(GetStructureSignature(members).c_str());
+    const BasicString members = GetMembers(signature);
+    reader.EnterArray(signature.data());
     while (!reader.TryLeaveArray())
     {
-        reader.EnterStructure(members);
+        reader.EnterStructure(members.c_str());
         ReadMembers(reader, structures.emplace_back());
         reader.LeaveStructure();
     }
 }
 
 template <auto operation>
-void InvokePage(IRscService& service, const char* members, RscMessageReader& arguments, RscMessageWriter& results)
+void InvokePage(IRscService& service, std::string_view signature, RscMessageReader& arguments,
+                RscMessageWriter& results)
 {
     const BasicString prefix(arguments.ReadText());
     const BasicString after(arguments.ReadText());
     const auto page = (dynamic_cast<IDeviceItemService&>(service).*operation)(prefix, after, arguments.ReadUint32());
-    WriteStructures(results, members, page.items);
+    WriteStructures(results, signature, page.items);
     results.WriteBool(page.isCut);
 }
 
 void InvokeListItems(IRscService& service, RscMessageReader& arguments, RscMessageWriter& results)
 {
-    InvokePage<&IDeviceItemService::ListItems>(service, describedItemMembers, arguments, results);
+    InvokePage<&IDeviceItemService::ListItems>(service, describedItemSignature, arguments, results);
 }
 
 void InvokeReadItems(IRscService& service, RscMessageReader& arguments, RscMessageWriter& results)
 {
-    InvokePage<&IDeviceItemService::ReadItems>(service, itemStateMembers, arguments, results);
+    InvokePage<&IDeviceItemService::ReadItems>(service, itemStateSignature, arguments, results);
 }
 
 void InvokeReadHistory(IRscService& service, RscMessageReader& arguments, RscMessageWriter& results)
@@ -151,7 +154,7 @@ void InvokeReadHistory(IRscService& service, RscMessageReader& arguments, RscMes
     const auto history = dynamic_cast<IDeviceItemService&>(service).ReadHistory(key, from, to, arguments.ReadUint32());
     results.WriteInt64(history.start);
     results.WriteInt64(history.step);
-    WriteStructures(results, historyPointMembers, history.points);
+    WriteStructures(results, historyPointSignature, history.points);
 }
 
 constexpr RscOperation itemOperations[] = {
@@ -191,13 +194,13 @@ public:
     [[nodiscard]] ItemPage<DescribedItem> ListItems(const BasicString& prefix, const BasicString& after,
                                                     std::size_t count) override
     {
-        return CallPage<DescribedItem>(itemOperations[0], describedItemMembers, prefix, after, count);
+        return CallPage<DescribedItem>(itemOperations[0], describedItemSignature, prefix, after, count);
     }
 
     [[nodiscard]] ItemPage<ItemState> ReadItems(const BasicString& prefix, const BasicString& after,
                                                 std::size_t count) override
     {
-        return CallPage<ItemState>(itemOperations[1], itemStateMembers, prefix, after, count);
+        return CallPage<ItemState>(itemOperations[1], itemStateSignature, prefix, after, count);
     }
 
     [[nodiscard]] ItemHistory ReadHistory(const BasicString& key, int64 from, int64 to, std::size_t points) override
@@ -216,7 +219,7 @@ public:
             {
                 history.start = reader.ReadInt64();
                 history.step = reader.ReadInt64();
-                ReadStructures(reader, historyPointMembers, history.points);
+                ReadStructures(reader, historyPointSignature, history.points);
             });
         return history;
     }
@@ -229,8 +232,8 @@ private:
     }
 
     template <class T>
-    [[nodiscard]] ItemPage<T> CallPage(const RscOperation& operation, const char* members, const BasicString& prefix,
-                                       const BasicString& after, std::size_t count)
+    [[nodiscard]] ItemPage<T> CallPage(const RscOperation& operation, std::string_view signature,
+                                       const BasicString& prefix, const BasicString& after, std::size_t count)
     {
         ItemPage<T> page;
         target->Call(
@@ -241,9 +244,9 @@ private:
                 writer.WriteText(after);
                 writer.WriteUint32(ToCount(count));
             },
-            [&page, members](RscMessageReader& reader)
+            [&page, signature](RscMessageReader& reader)
             {
-                ReadStructures(reader, members, page.items);
+                ReadStructures(reader, signature, page.items);
                 page.isCut = reader.ReadBool();
             });
         return page;
