@@ -44,6 +44,7 @@ export class Plot {
   /** `showPoint`: called with the index of the point under the pointer, or without one. */
   constructor(
     private readonly element: HTMLElement,
+    private readonly hasGrid: boolean,
     showPoint: (index: number | undefined) => void,
   ) {
     this.readColors();
@@ -107,7 +108,7 @@ export class Plot {
           size: 0,
           gap: 0,
           ticks: { show: false },
-          grid: { stroke: () => colors.grid, width: 1 },
+          grid: { show: this.hasGrid, stroke: () => colors.grid, width: 1 },
           splits: () => [this.view.low, (this.view.low + this.view.high) / 2, this.view.high],
           values: (_, splits) => splits.map(() => ""),
         },

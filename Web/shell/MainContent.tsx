@@ -29,15 +29,15 @@ export function MainContent() {
 }
 
 function AttentionLines() {
-  return (
-    <>
+  return attention.value.length > 0 ? (
+    <div class="shell-attention">
       {attention.value.map((item) => (
         <Banner key={item.id} level={item.level} title={item.subject}>
           {item.text}
         </Banner>
       ))}
-    </>
-  );
+    </div>
+  ) : null;
 }
 
 function Content({ name }: { readonly name: string }) {

@@ -110,7 +110,7 @@ export function Skeleton({ width = 8 }: { readonly width?: number }) {
 export function Meter({ percent }: { readonly percent: number }) {
   const fill = useRef<HTMLSpanElement>(null);
   useEffect(() => {
-    fill.current?.style.setProperty("transform", `scaleX(${Math.min(100, Math.max(0, percent)) / 100})`);
+    fill.current?.style.setProperty("transform", `translateX(${Math.min(100, Math.max(0, percent)) - 100}%)`);
   }, [percent]);
   return (
     <span class="oxa-meter" aria-hidden="true">

@@ -23,8 +23,10 @@ export function Card({ title, aside, since, note, class: name = "", children }: 
         <h2 id={titleId} class="oxa-card-title">
           {title}
         </h2>
-        {since ? <span class="oxa-card-since">{since}</span> : null}
-        {aside}
+        <div class="oxa-card-aside">
+          {since ? <span class="oxa-card-since">{since}</span> : null}
+          {aside}
+        </div>
       </div>
       <div class="oxa-card-body" data-stale={since ? "true" : "false"}>
         {children}

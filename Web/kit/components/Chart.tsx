@@ -21,7 +21,7 @@ interface ChartProps {
   readonly endLabel?: string | undefined;
   /** The values are old: drawn without colour. */
   readonly isOld?: boolean;
-  /** The ends of the values' axis are written beside it. */
+  /** Lines at the ends and in the middle of the values' axis, which are written beside them. */
   readonly hasScale?: boolean;
 }
 
@@ -31,13 +31,13 @@ export function Chart(props: ChartProps) {
   const plot = useRef<Plot>();
   const latest = useRef(props);
   latest.current = props;
-  const { data, from, to, isOld } = props;
+  const { data, from, to, isOld, hasScale } = props;
   const [low, high] = getScale(props);
   useEffect(() => {
     if (!frame.current) {
       return undefined;
     }
-    const made = new Plot(frame.current, (index) => {
+    const made = new Plot(frame.current, hasScale === true, (index) => {
       if (readout.current) {
         readout.current.textContent = describePoint(latest.current, index);
       }
@@ -47,7 +47,7 @@ export function Chart(props: ChartProps) {
   }, []);
   useEffect(() => plot.current?.show({ data, from, to, low, high } satisfies ChartView), [data, from, to]);
   useEffect(() => plot.current?.recolor(), [isOld]);
-  const { label, formatTime, formatValue, endLabel, hasScale } = props;
+  const { label, formatTime, formatValue, endLabel } = props;
   return (
     <figure class="oxa-chart" role="img" aria-label={label}>
       <div class="oxa-chart-plot" ref={frame}>

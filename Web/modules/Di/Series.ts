@@ -90,7 +90,7 @@ class Ring {
     for (let bucket = last - this.size + 1; bucket <= last; bucket += 1) {
       const slot = bucket % this.size;
       if (this.bucket[slot] === bucket) {
-        const time = Math.min(now, (bucket + 0.5) * this.width) / 1000;
+        const time = (bucket === last ? now : (bucket + 0.5) * this.width) / 1000;
         const before = points.times[points.times.length - 1];
         if (before !== undefined && time - before > gap) {
           push(points, (before + time) / 2, null, null, null);

@@ -28,6 +28,7 @@ export function Load({ store }: CardProps) {
             unit="%"
             minimum={0}
             maximum={100}
+            hasScale={true}
           />
         </div>
         <Cores store={store} />
@@ -113,6 +114,6 @@ function showLoad(row: Element, load: number | undefined, text: string): void {
   if (value && value.textContent !== shown) {
     value.textContent = shown;
     const bar = row.querySelector<HTMLElement>(".overview-core-bar > span");
-    bar?.style.setProperty("transform", `scaleX(${(load ?? 0) / 100})`);
+    bar?.style.setProperty("transform", `translateX(${(load ?? 0) - 100}%)`);
   }
 }

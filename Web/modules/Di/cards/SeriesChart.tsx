@@ -13,11 +13,12 @@ interface SeriesChartProps extends SeriesProps {
   readonly title: string;
   readonly minimum?: number;
   readonly maximum?: number;
+  readonly hasScale?: boolean;
 }
 
 const leastShownMilliseconds = 60_000;
 
-export function SeriesChart({ store, name, title, unit, minimum, maximum }: SeriesChartProps) {
+export function SeriesChart({ store, name, title, unit, ...scale }: SeriesChartProps) {
   const { collected, formats, context } = store;
   const range = store.getRange(name);
   // The chart is drawn again when this changes.
@@ -33,8 +34,7 @@ export function SeriesChart({ store, name, title, unit, minimum, maximum }: Seri
       data={collected.getPoints(name, range)}
       from={from / 1000}
       to={now / 1000}
-      minimum={minimum}
-      maximum={maximum}
+      {...scale}
       formatTime={(seconds) => formats.formatTime(seconds * 1000)}
       formatValue={(value) => `${formats.formatNumber(value)} ${unit}`}
       endLabel={isOld ? undefined : context.text("chart.now")}

@@ -86,7 +86,10 @@ function PartitionValue({ store }: CardProps) {
   }
   const total = formatBytes(value.userPartitionTotal, language);
   const used = formatBytes(value.userPartitionUsage, language);
-  const amounts = { used: `${used.value} ${used.unit}`, total: `${total.value} ${total.unit}` };
+  const amounts = {
+    used: used.unit === total.unit ? used.value : `${used.value} ${used.unit}`,
+    total: `${total.value} ${total.unit}`,
+  };
   return (
     <>
       <Value number={store.formats.formatNumber(value.userPartitionUsagePercent)} unit="%">
