@@ -20,6 +20,9 @@ export function Dialog({ title, onCancel, onSubmit, actions, children }: DialogP
     const previous = document.activeElement;
     element?.showModal();
     element?.querySelector<HTMLElement>("[data-autofocus]")?.focus();
+    // The browser has scrolled to what has the focus, but the actions are always in sight, and a text is read from its
+    // begin.
+    element?.scrollTo(0, 0);
     return () => {
       element?.close();
       if (previous instanceof HTMLElement && previous.isConnected) {

@@ -1,4 +1,5 @@
-import { useState } from "preact/hooks";
+import type { RefObject } from "preact";
+import { useEffect, useRef, useState } from "preact/hooks";
 import { call } from "../../../kit/Api";
 import { Banner, Field } from "../../../kit/components/Basics";
 import { Dialog } from "../../../kit/components/Dialog";
@@ -14,12 +15,14 @@ export function ResetDialog({ context, device, isInRun, onClose }: CommandDialog
   const word = chooseConfirmation(device, window.location.host);
   const [typed, setTyped] = useState("");
   const [password, setPassword] = useState("");
-  const [wasSubmitted, setWasSubmitted] = useState(false);
+  const [submissions, setSubmissions] = useState(0);
   const { isSending, failure, sendCommand } = useCommand(context, "reset", device, onClose);
   const { text } = context;
+  const fields = useFocusOnInvalid(submissions, isSending);
+  const wasSubmitted = submissions > 0;
   const isWordRight = typed.trim() === word;
   const submit = () => {
-    setWasSubmitted(true);
+    setSubmissions(submissions + 1);
     if (isWordRight && password !== "") {
       void sendCommand(() => call("post", "/api/v1/session/confirm", { password }));
     }
@@ -45,26 +48,41 @@ export function ResetDialog({ context, device, isInRun, onClose }: CommandDialog
       <DeviceLines context={context} device={device} />
       {isInRun ? <Banner>{text("command.reset.inRun")}</Banner> : null}
       <Consequences context={context} />
-      <Field
-        label={text("command.reset.type", { word })}
-        value={typed}
-        onValue={setTyped}
-        error={wasSubmitted && !isWordRight ? text("command.reset.typeDifferent") : undefined}
-        autocomplete="off"
-        autocapitalize="none"
-        spellcheck={false}
-      />
-      <Field
-        label={text("command.reset.password", { user: context.session.user })}
-        value={password}
-        onValue={setPassword}
-        error={missingPassword ?? passwordFailure?.text}
-        type="password"
-        autocomplete="current-password"
-      />
+      <div class="oxa-stack" ref={fields}>
+        <Field
+          label={text("command.reset.type", { word })}
+          value={typed}
+          onValue={setTyped}
+          error={wasSubmitted && !isWordRight ? text("command.reset.typeDifferent") : undefined}
+          autocomplete="off"
+          autocapitalize="none"
+          spellcheck={false}
+        />
+        <Field
+          label={text("command.reset.password", { user: context.session.user })}
+          value={password}
+          onValue={setPassword}
+          error={missingPassword ?? passwordFailure?.text}
+          type="password"
+          autocomplete="current-password"
+        />
+      </div>
       {failure && !passwordFailure ? <FailureLine context={context} failure={failure} /> : null}
     </Dialog>
   );
+}
+
+/** Fields with an error get the focus once the submission is over. */
+function useFocusOnInvalid(submissions: number, isSending: boolean): RefObject<HTMLDivElement> {
+  const fields = useRef<HTMLDivElement>(null);
+  useEffect(() => {
+    if (submissions > 0 && !isSending) {
+      const invalid = fields.current?.querySelector<HTMLInputElement>("[aria-invalid=true]");
+      invalid?.focus();
+      invalid?.scrollIntoView({ block: "center" });
+    }
+  }, [submissions, isSending]);
+  return fields;
 }
 
 function Consequences({ context: { text } }: { readonly context: PageContext }) {
