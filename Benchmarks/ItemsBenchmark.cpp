@@ -1,6 +1,6 @@
 // What the module "Items" costs beside the module "Di": GetItems of 60 items, as shipped, and the request for all five
-// sections, in turns in one process. Both read the same simulated controller, whose component runs in this process. The
-// counter "ratio" is GetItems to sections.
+// sections, in turns in one process. Both read this machine, through the shipped description of a PC, whose component
+// runs in this process. The counter "ratio" is GetItems to sections.
 
 #include "Benchmarks/FloorComparison.hpp"
 #include "Benchmarks/MemoryServices.hpp"
@@ -45,15 +45,15 @@ std::size_t CountItems(const BasicString& body)
     return count;
 }
 
-/// The services of the shipped controller, which has `additionalItems` more items of the same kinds.
-class Controller final
+/// The services of this machine as a PC, with `additionalItems` more items.
+class Machine final
 {
 public:
-    Controller(System::Commons::AppDomain& appDomain, std::size_t additionalItems) : component(appDomain)
+    Machine(System::Commons::AppDomain& appDomain, std::size_t additionalItems) : component(appDomain)
     {
         std::ostringstream shipped;
-        shipped << std::ifstream(OXA_DESCRIPTIONS "/controller.xml").rdbuf();
-        folder.Write("10-controller.xml", shipped.str());
+        shipped << std::ifstream(OXA_DESCRIPTIONS "/pc.xml").rdbuf();
+        folder.Write("10-pc.xml", shipped.str());
         BasicString more = "<DeviceDescriptionDocument name=\"more\">";
         for (std::size_t index = 0; index < additionalItems; ++index)
         {
@@ -65,10 +65,10 @@ public:
         component.Start();
     }
 
-    Controller(const Controller&) = delete;
-    Controller& operator=(const Controller&) = delete;
+    Machine(const Machine&) = delete;
+    Controller& operator=(const Machine&) = delete;
 
-    ~Controller()
+    ~Machine()
     {
         component.Stop();
     }
@@ -150,10 +150,10 @@ int main(int argc, char** argv)
         "", "",
         {{System::Um::Services::Internal::AuthorizationServiceProxyFactory::GetInstance(),
           std::make_shared<Benchmarks::MemoryAuthorizationService>()}});
-    auto controller = std::make_unique<Controller>(appDomain, 0);
+    auto machine = std::make_unique<Machine>(appDomain, 0);
     const std::size_t shippedCount = CountItems(ItemsModule(appDomain).GetItems());
-    controller.reset();
-    controller = std::make_unique<Controller>(appDomain, itemCount - shippedCount);
+    machine.reset();
+    machine = std::make_unique<Machine>(appDomain, itemCount - shippedCount);
     const ItemsModule items(appDomain);
     Sections sections;
     if (CountItems(items.GetItems()) != itemCount || sections.GetAll().find("cpuCoresLoad") == BasicString::npos)
