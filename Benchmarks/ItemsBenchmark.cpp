@@ -66,7 +66,7 @@ public:
     }
 
     Machine(const Machine&) = delete;
-    Controller& operator=(const Machine&) = delete;
+    Machine& operator=(const Machine&) = delete;
 
     ~Machine()
     {
