@@ -1,6 +1,7 @@
 import { LayoutDashboard, List, PanelsTopLeft } from "lucide-preact";
 import type { ComponentChildren } from "preact";
-import { lookUp, text } from "./Language";
+import { text } from "./Language";
+import { getPageTitle } from "./PageTexts";
 import { session } from "./Session";
 import { homeRoute, pages, route } from "./State";
 import { views } from "./Views";
@@ -9,13 +10,6 @@ const pageIcons = new Map([
   ["overview", LayoutDashboard],
   ["items", List],
 ]);
-
-/** The title that the shell has for a page, else the page's name. */
-export function getPageTitle(pageName: string): string {
-  const key = `page.${pageName}`;
-  const title = lookUp(key);
-  return title === key ? pageName : title;
-}
 
 export function Navigation() {
   const state = session.value;

@@ -3,20 +3,11 @@ import { useEffect, useRef, useState } from "preact/hooks";
 import { request } from "../kit/Api";
 import { Banner } from "../kit/components/Basics";
 import type { PageContext, PageModule } from "../kit/Page";
-import { type Catalogue, chooseLanguage, makeTextFunction } from "../kit/Texts";
+import { type Catalogue, makeTextFunction } from "../kit/Texts";
 import { getCatalogue, language, text } from "./Language";
+import { loadTexts } from "./PageTexts";
 import { session } from "./Session";
 import { announce, attention, device, isAway, type ModulePage, navigate } from "./State";
-
-async function loadTexts(page: ModulePage): Promise<Catalogue> {
-  const texts = page.texts as Readonly<Record<string, string>>;
-  const path = texts[chooseLanguage([language.value, "en"], Object.keys(texts))];
-  if (!path) {
-    return {};
-  }
-  const response = await fetch(path);
-  return response.ok ? ((await response.json()) as Catalogue) : {};
-}
 
 /** Each style sheet is loaded once and stays. */
 function loadStyle(address: string): Promise<void> {
