@@ -38,6 +38,7 @@ export function mount(root, context) {
       }
     }
   });
-  root.append(create("section", { className: "oxa-card" }, form));
+  const title = create("h1", { className: "oxa-page-title", textContent: text("page.hello") });
+  root.append(create("div", { className: "oxa-stack" }, title, create("section", { className: "oxa-card" }, form)));
   return () => root.replaceChildren();
 }
