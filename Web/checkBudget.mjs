@@ -21,7 +21,7 @@ function getBytes(address) {
 
 function findImports(address, isDynamic) {
   const text = fs.readFileSync(locate(address), "utf8");
-  const pattern = isDynamic ? /\bimport\("([^"]+)"/g : /\b(?:from|import)"([^"]+)"/g;
+  const pattern = isDynamic ? /\bimport\("([^"]+)"/g : /(?<![."\w])(?:from|import)"([^"]+)"/g;
   return [...text.matchAll(pattern)].map((match) => match[1]);
 }
 
