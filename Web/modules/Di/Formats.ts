@@ -4,6 +4,7 @@ export class Formats {
   private readonly number: Intl.NumberFormat;
   private readonly tenths: Intl.NumberFormat;
   private readonly time: Intl.DateTimeFormat;
+  private readonly seconds: Intl.DateTimeFormat;
   private readonly dateAndTime: Intl.DateTimeFormat;
   private readonly localTime: Intl.DateTimeFormat;
   private readonly utcDate: Intl.DateTimeFormat;
@@ -12,6 +13,7 @@ export class Formats {
     this.number = new Intl.NumberFormat(language, { maximumFractionDigits: 0 });
     this.tenths = new Intl.NumberFormat(language, { minimumFractionDigits: 1, maximumFractionDigits: 1 });
     this.time = new Intl.DateTimeFormat(language, { hour: "2-digit", minute: "2-digit", hourCycle: "h23" });
+    this.seconds = new Intl.DateTimeFormat(language, { timeStyle: "medium", hourCycle: "h23" });
     this.dateAndTime = new Intl.DateTimeFormat(language, {
       day: "numeric",
       month: "short",
@@ -41,6 +43,11 @@ export class Formats {
   formatTime(milliseconds: number): string {
     const isToday = new Date(milliseconds).toDateString() === new Date().toDateString();
     return (isToday ? this.time : this.dateAndTime).format(milliseconds);
+  }
+
+  /** "02:41:07" in the reader's zone. */
+  formatSeconds(milliseconds: number): string {
+    return this.seconds.format(milliseconds);
   }
 
   /** "02:41:07 CET". */

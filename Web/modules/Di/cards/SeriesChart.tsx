@@ -1,6 +1,7 @@
 // The chart of one of the collected values, and the extremes in words.
 import { Chart } from "../../../kit/components/Chart";
 import type { SeriesName } from "../Collected";
+import type { OverviewStore, Section } from "../OverviewStore";
 import { ranges } from "../Series";
 import type { CardProps } from "./SectionCard";
 
@@ -17,13 +18,14 @@ interface SeriesChartProps extends SeriesProps {
 }
 
 const leastShownMilliseconds = 60_000;
+/** Shorter times are labelled with their seconds. */
+const secondsBelowMilliseconds = 180_000;
 
 export function SeriesChart({ store, name, title, unit, ...scale }: SeriesChartProps) {
   const { collected, formats, context } = store;
   const range = store.getRange(name);
-  // The chart is drawn again when this changes.
-  void collected.redraws[range].value;
-  const isOld = (name === "temperature" ? store.health : store.utilization).isOld.value;
+  collected.subscribe(name, range);
+  const isOld = getSection(store, name).isOld.value;
   const now = Date.now();
   const first = Math.min(collected.firstTime.value ?? now, now - leastShownMilliseconds);
   const from = Math.max(first, now - ranges[range].milliseconds);
@@ -35,7 +37,11 @@ export function SeriesChart({ store, name, title, unit, ...scale }: SeriesChartP
       from={from / 1000}
       to={now / 1000}
       {...scale}
-      formatTime={(seconds) => formats.formatTime(seconds * 1000)}
+      formatTime={(seconds) =>
+        now - from < secondsBelowMilliseconds
+          ? formats.formatSeconds(seconds * 1000)
+          : formats.formatTime(seconds * 1000)
+      }
       formatValue={(value) => `${formats.formatNumber(value)} ${unit}`}
       endLabel={isOld ? undefined : context.text("chart.now")}
       isOld={isOld}
@@ -43,10 +49,14 @@ export function SeriesChart({ store, name, title, unit, ...scale }: SeriesChartP
   );
 }
 
+function getSection(store: OverviewStore, name: SeriesName): Section<object> {
+  return name === "temperature" ? store.health : store.utilization;
+}
+
 /** "44–49 °C in 24 h". */
 export function RangeText(props: SeriesProps) {
-  const { collected } = props.store;
-  void collected.redraws[props.store.getRange(props.name)].value;
+  // Never narrower than the value beside it.
+  void getSection(props.store, props.name).value.value;
   return <p class="oxa-soft overview-range">{describeExtremes(props)}</p>;
 }
 
