@@ -43,14 +43,8 @@ test("only what needs attention is reported, in words", () => {
     [{ indicators: lit(fault, 0) }, []],
     [{ indicators: lit("Status.Leds.Runtime.Run", 3) }, []],
     [{ indicators: lit("Status.Leds.Other.Lamp", 3) }, []],
-    [
-      { indicators: lit(fault, 3), getSince: exact },
-      ["Safety FS: red, blinking fast since T7"],
-    ],
-    [
-      { indicators: lit(fault, 1), getSince: already },
-      ["Safety FS: red, on since before T7"],
-    ],
+    [{ indicators: lit(fault, 3), getSince: exact }, ["Safety FS: red, blinking fast since T7"]],
+    [{ indicators: lit(fault, 1), getSince: already }, ["Safety FS: red, on since before T7"]],
     [{ driftMilliseconds: 6_000 }, ["Date and time: 6 s ahead of this browser"]],
     [{ driftMilliseconds: -3_600_000 }, ["Date and time: 1 h 00 min behind this browser"]],
     [{ driftMilliseconds: undefined, utilization: undefined }, []],
@@ -76,5 +70,7 @@ test("a card's mark tells whether all or some of its items are made up", () => {
   assert.equal(summarize([item("simulated"), item("measured")]).mark, "partlySimulated");
   assert.equal(summarize([item("absent")]).mark, "absent");
   assert.equal(summarize([item("absent"), item("measured")]).mark, "partlyAbsent");
-  assert.deepEqual(summarize([item("measured", "a"), item("measured", "a"), item("absent", "b")]).causes, ["a"]);
+  assert.deepEqual(summarize([item("measured", "a"), item("measured", "a"), item("absent", "b")]).causes, [
+    "a",
+  ]);
 });

@@ -31,6 +31,10 @@ test("the time of a change is exact only when the change was seen", () => {
   changes.see("a", "on", 5_000);
   assert.deepEqual(changes.getSince("a"), { time: 3_000, isExact: true });
   changes.see("a", "off", 65_000);
-  assert.deepEqual(changes.getSince("a"), { time: 65_000, isExact: false }, "the page did not look for a minute");
+  assert.deepEqual(
+    changes.getSince("a"),
+    { time: 65_000, isExact: false },
+    "the page did not look for a minute",
+  );
   assert.equal(changes.getSince("b"), undefined);
 });
