@@ -49,9 +49,10 @@ export class Poller {
     return this.entries.find((entry) => entry.polled === polled)?.dueAt ?? 0;
   }
 
-  /** Reads everything now. */
+  /** Reads everything now, and what fails again soon. */
   readonly refresh = (): void => {
     for (const entry of this.entries) {
+      entry.failures = 0;
       entry.dueAt = 0;
     }
     this.wake();

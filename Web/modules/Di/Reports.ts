@@ -33,6 +33,7 @@ export function startReports(store: OverviewStore): () => void {
   const drift = computed(() => roundDrift(store.clock.value?.driftMilliseconds));
   const isAway = computed(() => store.sections.every((section) => section.isOld.value));
   let reported = "[]";
+  let wasAway = false;
   const stops = [
     effect(() => {
       const general = store.general.value.value;
@@ -41,6 +42,13 @@ export function startReports(store: OverviewStore): () => void {
       }
     }),
     effect(() => context.setAway(isAway.value || isDeviceAway.value)),
+    effect(() => {
+      // What failed meanwhile would be tried again much later.
+      if (wasAway && !isDeviceAway.value) {
+        store.refresh();
+      }
+      wasAway = isDeviceAway.value;
+    }),
     effect(() => {
       const items = isDeviceAway.value
         ? []

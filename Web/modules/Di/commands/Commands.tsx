@@ -42,7 +42,7 @@ export function CommandButtons({ context, device, isInRun, mayControl }: Command
         </Button>
       </div>
       {hint ? (
-        <p id={hintId} class="command-hint">
+        <p id={hintId} class={isRunning.value ? "oxa-hidden" : "command-hint"}>
           {hint}
         </p>
       ) : null}

@@ -53,15 +53,20 @@ async function look(): Promise<Seen> {
 
 let context: PageContext | undefined;
 let told = "";
-let wasAway = false;
+let isPageShown = false;
 let timer: ReturnType<typeof setInterval> | undefined;
 let isLooking = false;
 
-/** The page that tells the shell, from when it is shown. */
-export function attach(newContext: PageContext): void {
+/** The page that is shown, through which the shell is told what happens, and what ends that. */
+export function attach(newContext: PageContext): () => void {
   context = newContext;
+  isPageShown = true;
   tell();
   watch();
+  return () => {
+    isPageShown = false;
+    context?.setAway(isDeviceAway.peek());
+  };
 }
 
 export function beginRestart(beginning: Omit<Beginning, "lastTimes">): void {
@@ -118,9 +123,9 @@ function accept(next: RestartState | undefined): void {
 
 /** Each phase once. */
 function tell(): void {
-  if (isDeviceAway.peek() !== wasAway) {
-    wasAway = isDeviceAway.peek();
-    context?.setAway(wasAway);
+  // The page itself knows more than whether a restart is under way.
+  if (!isPageShown) {
+    context?.setAway(isDeviceAway.peek());
   }
   const current = state.peek();
   const phase = current ? `${current.beganAt} ${current.phase} ${isRestartLate.peek()}` : "";
