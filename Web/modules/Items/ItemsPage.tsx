@@ -1,0 +1,137 @@
+// All values of the device, by groups, with search.
+import { useEffect, useMemo, useRef, useState } from "preact/hooks";
+import { Button, Field, Select, Skeleton } from "../../kit/components/Basics";
+import { explain } from "../../kit/Failures";
+import type { PageContext } from "../../kit/Page";
+import type { Poller } from "../../kit/Polling";
+import { ItemStore, startPolling, type TableContext } from "./ItemStore";
+import { type Group, groupKeys, matches } from "./Items";
+import { ItemTables } from "./ItemTables";
+import { Values } from "./Values";
+
+export function ItemsPage({ context }: { readonly context: PageContext }) {
+  const store = useMemo(() => new ItemStore(context), [context]);
+  const poller = useRef<Poller | undefined>(undefined);
+  useEffect(() => {
+    poller.current = startPolling(store);
+    return () => poller.current?.stop();
+  }, [store]);
+  const table = useMemo<TableContext>(
+    () => ({
+      store,
+      context,
+      values: new Values(context.language, context.text),
+      readHistoriesSoon: () => poller.current?.readSoon(store.historyReads),
+    }),
+    [store, context],
+  );
+  return (
+    <div class="items">
+      <h1 class="oxa-page-title">{context.text("page.items")}</h1>
+      <FailureLine table={table} retry={() => poller.current?.refresh()} />
+      <Items table={table} />
+    </div>
+  );
+}
+
+interface FailureLineProps {
+  readonly table: TableContext;
+  readonly retry: () => void;
+}
+
+function FailureLine({ table, retry }: FailureLineProps) {
+  const { store, context, values } = table;
+  const failure = store.failure.value;
+  if (!failure) {
+    return null;
+  }
+  const cause = explain(failure.error, context.text);
+  const hasValues = store.keys.value !== undefined;
+  return (
+    <div class="oxa-banner items-failure" data-level={hasValues ? "warning" : "bad"} role="status">
+      <span>
+        {hasValues
+          ? context.text("items.notUpdated", { time: values.formatTime(failure.since), cause })
+          : cause}
+      </span>
+      <Button onClick={retry}>{context.text("items.retry")}</Button>
+    </div>
+  );
+}
+
+function Items({ table }: { readonly table: TableContext }) {
+  const { store, context } = table;
+  const [search, setSearch] = useState("");
+  const [groupName, setGroupName] = useState("");
+  const keys = store.keys.value;
+  const groups = useMemo(() => groupKeys(keys ?? []), [keys]);
+  const found = useMemo(() => select(store, groups, groupName, search), [store, groups, groupName, search]);
+  if (keys === undefined) {
+    return store.failure.value ? null : <ItemsSkeleton />;
+  }
+  const number = new Intl.NumberFormat(context.language);
+  const count = found.reduce((sum, group) => sum + group.keys.length, 0);
+  return (
+    <>
+      <div class="items-bar">
+        <Field
+          label={context.text("items.search")}
+          type="search"
+          value={search}
+          onValue={setSearch}
+          autocomplete="off"
+          spellcheck={false}
+        />
+        <Select
+          label={context.text("items.group")}
+          value={groupName}
+          choices={[
+            { value: "", label: context.text("items.allGroups") },
+            ...groups.map(({ name }) => ({ value: name, label: name })),
+          ]}
+          onValue={setGroupName}
+        />
+        <p class="oxa-soft items-count" role="status">
+          {context.text("items.count", {
+            count,
+            shown: number.format(count),
+            total: number.format(keys.length),
+          })}
+        </p>
+      </div>
+      {count === 0 ? <p class="oxa-card oxa-soft">{context.text("items.nothing")}</p> : null}
+      <ItemTables key={`${groupName}\n${search}`} groups={found} table={table} />
+    </>
+  );
+}
+
+function select(
+  store: ItemStore,
+  groups: readonly Group[],
+  groupName: string,
+  search: string,
+): readonly Group[] {
+  return groups
+    .filter(({ name }) => groupName === "" || name === groupName)
+    .map(({ name, keys }) => ({ name, keys: keys.filter((key) => isFound(store, key, search)) }))
+    .filter(({ keys }) => keys.length > 0);
+}
+
+function isFound(store: ItemStore, key: string, search: string): boolean {
+  const item = store.get(key)?.peek();
+  return item !== undefined && matches(item, search);
+}
+
+const skeletonWidths = [30, 24, 34, 28, 22, 32, 26];
+
+function ItemsSkeleton() {
+  return (
+    <div class="oxa-card oxa-stack" aria-busy="true">
+      {skeletonWidths.map((width) => (
+        <div key={width} class="oxa-row">
+          <Skeleton width={width} />
+        </div>
+      ))}
+    </div>
+  );
+}
