@@ -1,6 +1,6 @@
 // The last minutes or hours of an item, as the device keeps them.
 import { useEffect, useState } from "preact/hooks";
-import { Segments } from "../../kit/components/Basics";
+import { makeVisible, Segments } from "../../kit/components/Basics";
 import { Chart } from "../../kit/components/Chart";
 import { explain } from "../../kit/Failures";
 import { describeExtremes, toChartData } from "./History";
@@ -94,7 +94,7 @@ function HistoryChart({ shown, unit, table, itemKey, isOld }: ChartProps) {
   return (
     <div class="items-chart">
       <Chart
-        label={`${itemKey}: ${describe({ shown, unit, table })}`}
+        label={`${makeVisible(itemKey)}: ${describe({ shown, unit, table })}`}
         data={toChartData(shown.history)}
         from={start / 1000}
         to={(start + stepMilliseconds * mean.length) / 1000}

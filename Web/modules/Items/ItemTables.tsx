@@ -1,12 +1,15 @@
 // One table per group. Only what the reader has scrolled to is in the document: a device may have thousands of items.
+import { type ReadonlySignal, useSignal } from "@preact/signals";
 import { ChevronDown, ChevronRight } from "lucide-preact";
 import { useEffect, useId, useRef, useState } from "preact/hooks";
-import { Button, Foreign, Mark } from "../../kit/components/Basics";
+import { Button, Foreign, Mark, makeVisible } from "../../kit/components/Basics";
 import { ItemDetails } from "./ItemDetails";
 import type { ReadItem, TableContext } from "./ItemStore";
-import { type Group, takeKeys } from "./Items";
+import { cut, type Group, takeKeys } from "./Items";
 
 const rowsAtOnce = 200;
+const rowsPerBlock = 40;
+const nearDistance = "400px";
 
 interface TablesProps {
   readonly groups: readonly Group[];
@@ -40,7 +43,7 @@ function MoreRows({ label, onMore }: { readonly label: string; readonly onMore: 
           latest.current();
         }
       },
-      { rootMargin: "800px" },
+      { rootMargin: nearDistance },
     );
     if (element.current) {
       observer.observe(element.current);
@@ -72,19 +75,54 @@ function GroupTable({ group, table }: { readonly group: Group; readonly table: T
             <th role="columnheader">{text("items.details")}</th>
           </tr>
         </thead>
-        <tbody role="rowgroup">
-          {group.keys.map((key) => (
-            <Row key={key} itemKey={key} table={table} />
-          ))}
-        </tbody>
+        {cut(group.keys, rowsPerBlock).map((keys) => (
+          <RowBlock key={keys[0]} keys={keys} table={table} />
+        ))}
       </table>
     </section>
   );
 }
 
-function Row({ itemKey, table }: { readonly itemKey: string; readonly table: TableContext }) {
+interface RowBlockProps {
+  readonly keys: readonly string[];
+  readonly table: TableContext;
+}
+
+/** Rows that are drawn and follow their values only while they are near what the reader sees. */
+function RowBlock({ keys, table }: RowBlockProps) {
+  const element = useRef<HTMLTableSectionElement>(null);
+  const isNear = useSignal(true);
+  useEffect(() => {
+    const observer = new IntersectionObserver(
+      (entries) => {
+        isNear.value = entries.at(-1)?.isIntersecting ?? true;
+      },
+      { rootMargin: nearDistance },
+    );
+    if (element.current) {
+      observer.observe(element.current);
+    }
+    return () => observer.disconnect();
+  }, [isNear]);
+  return (
+    <tbody class="items-block" role="rowgroup" ref={element}>
+      {keys.map((key) => (
+        <Row key={key} itemKey={key} isNear={isNear} table={table} />
+      ))}
+    </tbody>
+  );
+}
+
+interface RowProps {
+  readonly itemKey: string;
+  readonly isNear: ReadonlySignal<boolean>;
+  readonly table: TableContext;
+}
+
+function Row({ itemKey, isNear, table }: RowProps) {
   const [isOpen, setIsOpen] = useState(false);
-  const item = table.store.get(itemKey)?.value;
+  const source = table.store.get(itemKey);
+  const item = isNear.value ? source?.value : source?.peek();
   if (!item) {
     return null;
   }
@@ -113,7 +151,7 @@ function Row({ itemKey, table }: { readonly itemKey: string; readonly table: Tab
             class="oxa-button"
             data-kind="quiet"
             aria-expanded={isOpen}
-            aria-label={text("items.detailsOf", { key: item.key })}
+            aria-label={text("items.detailsOf", { key: makeVisible(item.key) })}
             onClick={() => setIsOpen(!isOpen)}
           >
             <Icon class="oxa-icon" aria-hidden="true" />
@@ -145,7 +183,7 @@ function ItemState({ item, table }: ItemProps) {
   return (
     <>
       {item.origin === "measured" ? null : <Mark>{text(`origin.${item.origin}`)}</Mark>}
-      {item.quality === "good" ? <span class="oxa-soft">{text("quality.good")}</span> : null}
+      {item.quality === "good" ? <span class="oxa-soft items-good">{text("quality.good")}</span> : null}
       {item.quality === "old" ? (
         <Mark level="warning">
           {text("quality.oldSince", { time: table.values.formatTime(item.valueTime) })}

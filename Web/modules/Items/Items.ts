@@ -85,3 +85,12 @@ export function takeKeys(groups: readonly Group[], count: number): readonly Grou
   }
   return taken;
 }
+
+/** Parts of `size` elements, the last one shorter. */
+export function cut<T>(elements: readonly T[], size: number): readonly (readonly T[])[] {
+  const parts: (readonly T[])[] = [];
+  for (let begin = 0; begin < elements.length; begin += size) {
+    parts.push(elements.slice(begin, begin + size));
+  }
+  return parts;
+}

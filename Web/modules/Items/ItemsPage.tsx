@@ -48,7 +48,7 @@ function FailureLine({ table, retry }: FailureLineProps) {
   const cause = explain(failure.error, context.text);
   const hasValues = store.keys.value !== undefined;
   return (
-    <div class="oxa-banner items-failure" data-level={hasValues ? "warning" : "bad"} role="status">
+    <div class="oxa-banner items-failure" data-level={hasValues ? "warning" : "bad"} role="alert">
       <span>
         {hasValues
           ? context.text("items.notUpdated", { time: values.formatTime(failure.since), cause })
