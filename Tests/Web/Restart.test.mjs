@@ -1,0 +1,152 @@
+// Restart and factory reset, from the button to the device that is back, or not.
+import assert from "node:assert/strict";
+import { after, test } from "node:test";
+import { Browser } from "./support/Browser.mjs";
+import { controller, stillItems } from "./support/Description.mjs";
+import { Host, password } from "./support/Host.mjs";
+import { until } from "./support/Until.mjs";
+
+const inStop = controller(stillItems);
+const inRun = controller({ ...stillItems, "Status.RunStopSwitch.Position": "Run" });
+const withoutRestart = inStop.replace('<Restart action="simulate"/>', '<Restart action="none"/>');
+
+const [host, apart, refusing, browser] = await Promise.all([
+  Host.start({ description: inRun }),
+  Host.start({ description: inStop, isApart: true }),
+  Host.start({ description: withoutRestart, isApart: true }),
+  Browser.start(),
+]);
+const hosts = [host, apart, refusing];
+after(async () => {
+  await browser.stop();
+  await Promise.all(hosts.map((each) => each.stop()));
+});
+
+async function readBootId(of) {
+  return (await of.ask("GET", "/api/v1/boot")).body.bootId;
+}
+
+const button = (page, name) => page.getByRole("button", { name });
+const inDialog = (page, name) => page.getByRole("dialog").getByRole("button", { name });
+const progress = (page, text) => page.getByRole("heading", { name: text });
+
+async function restart(page) {
+  await button(page, "Restart…").click();
+  await inDialog(page, "Restart").click();
+  await page.getByRole("dialog").waitFor({ state: "detached" });
+}
+
+test("a restart names the device, needs a further step in Run, and is followed to the new boot id", async () => {
+  await browser.visit({ host, user: "engineer" }, async (page) => {
+    const before = await readBootId(host);
+    const dialog = page.getByRole("dialog");
+    await button(page, "Restart…").click();
+    await dialog.getByText("Demo 400 S").waitFor();
+    await dialog.getByText("SIM-000001").waitFor();
+    assert.equal(await page.evaluate(() => document.activeElement.textContent), "Cancel");
+    await page.keyboard.press("Enter");
+    await dialog.waitFor({ state: "detached" });
+    assert.equal(await page.evaluate(() => document.activeElement.textContent), "Restart…");
+    assert.equal(await readBootId(host), before);
+
+    await page.keyboard.press("Enter");
+    assert.equal(await inDialog(page, "Restart").getAttribute("aria-disabled"), "true");
+    await inDialog(page, "Restart").click({ force: true });
+    await dialog.getByRole("checkbox").check();
+    await inDialog(page, "Restart").click();
+    await progress(page, "away").waitFor();
+    assert.match(await page.title(), /^Away/);
+    assert.match(await page.locator("link[rel=icon]").getAttribute("href"), /away/);
+    await page.reload();
+    await progress(page, /restarted in \d+ s/).waitFor();
+    assert.notEqual(await readBootId(host), before);
+    await button(page, "Close").click();
+    assert.doesNotMatch(await page.title(), /^Away/);
+    await button(page, "Restart…").click();
+    await dialog.getByText(/Last time it took \d+ s/).waitFor();
+    await page.keyboard.press("Escape");
+
+    // A device restarts once in a minute, and says so of a reset only.
+    await button(page, "Factory reset…").click();
+    await dialog.getByLabel(/type SIM-000001/).fill("SIM-000001");
+    await dialog.locator("input[type=password]").fill(password);
+    await inDialog(page, "Erase and restart").click();
+    await dialog.getByText("The device refused the command:").waitFor();
+    await dialog.getByText("busy").waitFor();
+  });
+});
+
+test("a device that does not go down is told", async () => {
+  const prepare = (page) => page.clock.install();
+  await browser.visit({ host: refusing, user: "engineer", prepare }, async (page) => {
+    const before = await readBootId(refusing);
+    await restart(page);
+    await progress(page, "going down").waitFor();
+    await page.clock.fastForward(31_000);
+    await progress(page, "did not go down").waitFor();
+    assert.equal(await readBootId(refusing), before);
+  });
+});
+
+test("a device that is back without a restart is told", async () => {
+  const prepare = (page) => page.clock.install();
+  await browser.visit({ host: refusing, user: "engineer", prepare }, async (page) => {
+    await restart(page);
+    await progress(page, "going down").waitFor();
+    await refusing.killDevice();
+    await progress(page, "away").waitFor();
+    await refusing.startDevice();
+    await until(async () => {
+      await page.clock.fastForward(11_000);
+      return progress(page, "has not restarted").isVisible();
+    });
+  });
+});
+
+test("a device that does not come back is told, and is noticed when it does", async () => {
+  const prepare = (page) => page.clock.install();
+  await browser.visit({ host: apart, user: "admin", prepare }, async (page) => {
+    await restart(page);
+    await progress(page, "away").waitFor();
+    apart.suspendDevice();
+    await page.clock.fastForward(200_000);
+    await progress(page, "longer than usual").waitFor();
+    apart.resumeDevice();
+    await progress(page, /is back, restarted/).waitFor();
+  });
+});
+
+test("a factory reset needs the serial number and the password, and is followed as a restart", async () => {
+  const expected = /status of 400/;
+  await browser.visit({ host: refusing, user: "engineer", expected }, async (page) => {
+    const dialog = page.getByRole("dialog");
+    const erase = inDialog(page, "Erase and restart");
+    await button(page, "Factory reset…").click();
+    await erase.click();
+    await dialog.getByText("This is different from the text above.").waitFor();
+    await dialog.getByLabel(/type SIM-000001/).fill("SIM-000001");
+    await erase.click();
+    await dialog.getByText("Type your password.").waitFor();
+    await dialog.locator("input[type=password]").fill("not the password");
+    await erase.click();
+    await dialog.getByText("The password is wrong.").waitFor();
+    await dialog.locator("input[type=password]").fill(password);
+    await erase.click();
+    await progress(page, "away").waitFor();
+    await progress(page, "is back, restarted").waitFor();
+  });
+});
+
+test("without a permission the buttons say why, and open nothing", async () => {
+  await browser.visit({ host, user: "viewer" }, async (page) => {
+    const restartButton = button(page, "Restart…");
+    await page.getByText("Your role (Viewer) may only read.").waitFor();
+    assert.equal(await restartButton.getAttribute("aria-disabled"), "true");
+    await restartButton.click({ force: true });
+    assert.equal(await page.getByRole("dialog").count(), 0);
+    const { status } = await page.evaluate(() =>
+      fetch("/api/v1/DeviceInterfaceControlDp/RestartController", { method: "POST" }),
+    );
+    assert.notEqual(status, 200);
+  });
+});
