@@ -1,5 +1,5 @@
 // What the page has seen since it was opened. It outlives a look at another page and a change of the language.
-import { computed, signal } from "@preact/signals";
+import { computed, type Signal, signal } from "@preact/signals";
 import { Changes } from "./Leds";
 import type { GeneralData, StatusIndicator } from "./Sections";
 import { type History, type Points, type RangeName, rangeNames, ranges, Series } from "./Series";
@@ -21,6 +21,13 @@ const redrawMilliseconds: Readonly<Record<RangeName, number>> = {
   hours24: 60_000,
 };
 
+/** Each changes when a chart of the range should be drawn again. */
+type Redraws = Readonly<Record<RangeName, Signal<number>>>;
+
+function makeRedraws(): Redraws {
+  return { minutes10: signal(0), hour1: signal(0), hours24: signal(0) };
+}
+
 export class Collected {
   readonly changes = new Changes();
   private readonly series: Readonly<Record<SeriesName, Series>> = {
@@ -35,8 +42,11 @@ export class Collected {
   private readonly lastTime = signal(0);
   /** Whether the device keeps a history of values. */
   readonly hasHistory = signal(false);
-  /** Changes when charts of the range should be drawn again. */
-  readonly redraws = { minutes10: signal(0), hour1: signal(0), hours24: signal(0) };
+  private readonly redraws: Readonly<Record<SeriesName, Redraws>> = {
+    temperature: makeRedraws(),
+    load: makeRedraws(),
+    memory: makeRedraws(),
+  };
   /** The shortest range that holds everything that is known. */
   readonly fullRange = computed<RangeName>(() => {
     const now = this.lastTime.value;
@@ -50,7 +60,7 @@ export class Collected {
     this.firstTime.value ??= now;
     this.lastTime.value = now;
     for (const range of rangeNames) {
-      this.redraws[range].value = Math.max(1, Math.floor(now / redrawMilliseconds[range]));
+      this.redraws[name][range].value = Math.floor(now / redrawMilliseconds[range]);
     }
   }
 
@@ -64,7 +74,12 @@ export class Collected {
       this.firstTime.value = Math.min(time, this.firstTime.peek() ?? time);
     }
     this.hasHistory.value = true;
-    this.redraws[range].value += 1;
+    this.redraws[name][range].value += 1;
+  }
+
+  /** Makes the caller, when it is a component, run again when its chart should be drawn again. */
+  subscribe(name: SeriesName, range: RangeName): void {
+    void this.redraws[name][range].value;
   }
 
   getPoints(name: SeriesName, range: RangeName): Points {

@@ -88,18 +88,21 @@ class Ring {
     const last = Math.floor(now / this.width);
     const gap = Math.max(leastGapMilliseconds, 2.5 * this.width) / 1000;
     for (let bucket = last - this.size + 1; bucket <= last; bucket += 1) {
-      const slot = bucket % this.size;
-      if (this.bucket[slot] === bucket) {
-        const time = (bucket === last ? now : (bucket + 0.5) * this.width) / 1000;
-        const before = points.times[points.times.length - 1];
-        if (before !== undefined && time - before > gap) {
-          push(points, (before + time) / 2, null, null, null);
-        }
-        const mean = (this.sum[slot] ?? 0) / (this.count[slot] ?? 1);
-        push(points, time, mean, this.minimum[slot] ?? mean, this.maximum[slot] ?? mean);
+      if (this.bucket[bucket % this.size] === bucket) {
+        const time = bucket === last ? now : (bucket + 0.5) * this.width;
+        this.pushBucket(points, bucket % this.size, time / 1000, gap);
       }
     }
     return points;
+  }
+
+  private pushBucket(points: Points, slot: number, time: number, gap: number): void {
+    const before = points.times[points.times.length - 1];
+    if (before !== undefined && time - before > gap) {
+      push(points, (before + time) / 2, null, null, null);
+    }
+    const mean = (this.sum[slot] ?? 0) / (this.count[slot] ?? 1);
+    push(points, time, mean, this.minimum[slot] ?? mean, this.maximum[slot] ?? mean);
   }
 
   getExtent(now: number): Extent | undefined {
