@@ -22,11 +22,16 @@ export function makeTextFunction(catalogue: Catalogue, language: string): TextFu
   };
 }
 
+/** Compares without regions: "en-GB" and "en" are the same. */
+export function isSameLanguage(tag: string, other: string): boolean {
+  const primary = (each: string) => each.toLowerCase().split("-")[0];
+  return primary(tag) === primary(other);
+}
+
 /** The first of the wanted languages that is offered, compared without regions; else the first one offered. */
 export function chooseLanguage(wanted: readonly string[], offered: readonly string[]): string {
-  const primary = (tag: string) => tag.toLowerCase().split("-")[0];
   for (const tag of wanted) {
-    const found = offered.find((each) => primary(each) === primary(tag));
+    const found = offered.find((each) => isSameLanguage(each, tag));
     if (found) {
       return found;
     }

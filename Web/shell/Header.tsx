@@ -1,6 +1,6 @@
 import { LogOut, Menu, TriangleAlert, X } from "lucide-preact";
 import { Button, Foreign, Select } from "../kit/components/Basics";
-import { chooseByUser, language, languages, text } from "./Language";
+import { catalogueName, chooseByUser, languages, text } from "./Language";
 import { logOut, secondsLeft, session } from "./Session";
 import { attention, condition, device, isMenuOpen, navigate } from "./State";
 
@@ -89,7 +89,7 @@ export function LanguageChoice() {
     <Select
       label={text("shell.language")}
       isLabelHidden={true}
-      value={language.value}
+      value={catalogueName.value}
       choices={choices}
       onValue={(chosen) => void chooseByUser(chosen)}
     />

@@ -3,6 +3,7 @@ import { computed, signal } from "@preact/signals";
 import {
   type Catalogue,
   chooseLanguage,
+  isSameLanguage,
   makeTextFunction,
   type TextFunction,
   type Values,
@@ -17,6 +18,9 @@ export type TextKey = WithoutForm<keyof typeof english>;
 export const languages = ["en", "de"] as const;
 const storageKey = "oxa.language";
 
+/** Of the texts, one of `languages`. */
+export const catalogueName = signal<string>("en");
+/** Of the texts with the browser's region, such as "en-GB": how numbers and dates are written depends on that. */
 export const language = signal<string>("en");
 const catalogue = signal<Catalogue>({});
 
@@ -45,7 +49,8 @@ async function load(name: string): Promise<Catalogue> {
 /** `announced`: what the host's modules have; empty before that is known. */
 export async function setLanguage(name: string): Promise<void> {
   catalogue.value = await load(name);
-  language.value = name;
+  catalogueName.value = name;
+  language.value = navigator.languages.find((tag) => isSameLanguage(tag, name)) ?? name;
   document.documentElement.lang = name;
 }
 
@@ -59,7 +64,7 @@ export async function applyAnnounced(announced: readonly string[]): Promise<void
   const offered = languages.filter((each) => announced.includes(each));
   if (!localStorage.getItem(storageKey) && offered.length > 0) {
     const chosen = chooseLanguage(navigator.languages, offered);
-    if (chosen !== language.peek()) {
+    if (chosen !== catalogueName.peek()) {
       await setLanguage(chosen);
     }
   }
