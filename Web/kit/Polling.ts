@@ -9,7 +9,7 @@ export interface PolledRead {
 }
 
 export const periodMilliseconds = 2_000;
-const maximumDelayMilliseconds = 30_000;
+const maximumDelayMilliseconds = 10_000;
 
 /** The time to the next try after this many failures in sequence. */
 export function getDelay(everyMilliseconds: number, failures: number): number {
@@ -93,12 +93,24 @@ export class Poller {
     this.wake();
   }
 
+  /** What brought one of them back may have brought back others. */
+  private hurryFailed(): void {
+    for (const entry of this.entries) {
+      if (entry.failures > 0) {
+        entry.dueAt = 0;
+      }
+    }
+  }
+
   private async readOne(entry: Entry): Promise<void> {
     const begin = Math.max(performance.now(), entry.dueAt);
     entry.dueAt = Number.POSITIVE_INFINITY;
     try {
       await entry.polled.read(this.aborted.signal);
-      entry.failures = 0;
+      if (entry.failures > 0) {
+        entry.failures = 0;
+        this.hurryFailed();
+      }
     } catch {
       // The read keeps the cause for the reader; here only the pace changes.
       entry.failures += 1;

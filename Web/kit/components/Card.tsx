@@ -12,10 +12,12 @@ interface CardProps {
   readonly note?: ComponentChildren;
   /** For the grid of the page. */
   readonly class?: string;
+  /** Below the body; not dimmed with it. */
+  readonly footer?: ComponentChildren;
   readonly children: ComponentChildren;
 }
 
-export function Card({ title, aside, since, note, class: name = "", children }: CardProps) {
+export function Card({ title, aside, since, note, class: name = "", footer, children }: CardProps) {
   const titleId = useId();
   return (
     <section class={`oxa-card ${name}`} aria-labelledby={titleId}>
@@ -31,6 +33,7 @@ export function Card({ title, aside, since, note, class: name = "", children }: 
       <div class="oxa-card-body" data-stale={since ? "true" : "false"}>
         {children}
       </div>
+      {footer}
       {note ? <p class="oxa-card-note">{note}</p> : null}
     </section>
   );

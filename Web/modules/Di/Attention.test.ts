@@ -24,6 +24,7 @@ const nothing: Seen = {
   utilization: well,
   driftMilliseconds: 5_000,
   oldCards: [],
+  isAllOld: false,
 };
 
 function find(change: Partial<Seen>): string[] {
@@ -45,12 +46,13 @@ test("only what needs attention is reported, in words", () => {
     [{ indicators: lit("Status.Leds.Other.Lamp", 3) }, []],
     [{ indicators: lit(fault, 3), getSince: exact }, ["Safety FS: red, blinking fast since T7"]],
     [{ indicators: lit(fault, 1), getSince: already }, ["Safety FS: red, on since before T7"]],
-    [{ driftMilliseconds: 6_000 }, ["Date and time: 6 s ahead of this browser"]],
-    [{ driftMilliseconds: -3_600_000 }, ["Date and time: 1 h 00 min behind this browser"]],
+    [{ driftMilliseconds: 6_000 }, ["Date and time: 6 s ahead, compared with this browser"]],
+    [{ driftMilliseconds: -3_600_000 }, ["Date and time: 1 h 00 min behind, compared with this browser"]],
     [{ driftMilliseconds: undefined, utilization: undefined }, []],
     [{ utilization: { ...well, userPartitionUsagePercent: 90 } }, ["User partition: 90 % in use"]],
     [{ utilization: { ...well, memoryUsagePercent: 95 } }, ["Memory: 95 % in use"]],
     [{ oldCards: ["Load", "Memory"] }, ["Old values: Load, Memory"]],
+    [{ oldCards: ["Load"], isAllOld: true }, ["Old values: None of the cards could be read."]],
   ];
   for (const [change, expected] of cases) {
     assert.deepEqual(find(change), expected);

@@ -13,8 +13,9 @@ export interface Seen {
   readonly getSince: (name: string) => Since | undefined;
   readonly utilization: Utilization | undefined;
   readonly driftMilliseconds: number | undefined;
-  /** Titles of the cards whose values are old. */
+  /** Titles of the cards whose values are old, when not all are. */
   readonly oldCards: readonly string[];
+  readonly isAllOld: boolean;
 }
 
 export interface Words {
@@ -43,6 +44,7 @@ function findLed(group: LedGroup, place: LedPlace, seen: Seen, words: Words): At
   return [{ id: place.fullName, level: "warning", subject: `${group.name} ${place.label}`, text }];
 }
 
+/** "7 s behind". */
 export function describeDrift(milliseconds: number, text: TextFunction): string {
   const duration = formatDuration(Math.abs(milliseconds) / 1000);
   return text(milliseconds > 0 ? "time.ahead" : "time.behind", { duration });
@@ -56,7 +58,7 @@ function findDrift(seen: Seen, words: Words): AttentionItem[] {
           id: "drift",
           level: "warning",
           subject: words.text("time.title"),
-          text: describeDrift(drift, words.text),
+          text: words.text("attention.drift", { drift: describeDrift(drift, words.text) }),
         },
       ]
     : [];
@@ -82,7 +84,7 @@ function findOld(seen: Seen, words: Words): AttentionItem[] {
           id: "old",
           level: "warning",
           subject: words.text("attention.old"),
-          text: seen.oldCards.join(", "),
+          text: seen.isAllOld ? words.text("attention.allOld") : seen.oldCards.join(", "),
         },
       ]
     : [];

@@ -15,20 +15,20 @@ export function RunStopSwitch({ store }: CardProps) {
       section={store.runStopSwitch}
       name="switch"
       area="switch"
-    >
-      <div class="overview-switch-body">
-        {state?.isSupported === false ? (
-          <p class="oxa-soft">{text("switch.none")}</p>
-        ) : (
-          <Position store={store} isInRun={state?.isInRun} />
-        )}
+      footer={
         <CommandButtons
           context={store.context}
           device={general && { name: general.articleName, serialNumber: general.serialNumber }}
           isInRun={state?.isSupported ? state.isInRun : undefined}
           mayControl={store.mayControl.value}
         />
-      </div>
+      }
+    >
+      {state?.isSupported === false ? (
+        <p class="oxa-soft">{text("switch.none")}</p>
+      ) : (
+        <Position store={store} isInRun={state?.isInRun} />
+      )}
     </SectionCard>
   );
 }

@@ -18,10 +18,20 @@ interface SectionCardProps extends CardProps {
   /** For the grid of the page. */
   readonly area: string;
   readonly aside?: ComponentChildren;
+  readonly footer?: ComponentChildren;
   readonly children: ComponentChildren;
 }
 
-export function SectionCard({ store, title, section, name, area, aside, children }: SectionCardProps) {
+export function SectionCard({
+  store,
+  title,
+  section,
+  name,
+  area,
+  aside,
+  footer,
+  children,
+}: SectionCardProps) {
   const { text } = store.context;
   const isOld = section.isOld.value;
   return (
@@ -34,6 +44,7 @@ export function SectionCard({ store, title, section, name, area, aside, children
           {aside}
         </>
       }
+      footer={footer}
       since={describeTime(store, section, isOld)}
       note={
         isOld && !isDeviceAway.value ? <StaleNote store={store} section={section} name={name} /> : undefined
