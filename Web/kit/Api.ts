@@ -87,10 +87,10 @@ async function fetchResponse(path: string, init: RequestInit, background: boolea
   if (background) {
     headers.set("Oxa-Activity", "background");
   }
-  const timeout = AbortSignal.timeout(requestTimeoutMilliseconds);
   const aborted = new AbortController();
   const abort = () => aborted.abort();
-  timeout.addEventListener("abort", abort);
+  // Not AbortSignal.timeout, which lives on for that long after each request.
+  const timer = setTimeout(abort, requestTimeoutMilliseconds);
   init.signal?.addEventListener("abort", abort);
   try {
     if (init.signal?.aborted) {
@@ -106,7 +106,7 @@ async function fetchResponse(path: string, init: RequestInit, background: boolea
   } catch (error) {
     throw new ConnectionError(error instanceof Error ? error.message : String(error));
   } finally {
-    timeout.removeEventListener("abort", abort);
+    clearTimeout(timer);
     init.signal?.removeEventListener("abort", abort);
   }
 }
