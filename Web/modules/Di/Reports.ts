@@ -61,6 +61,7 @@ export function startReports(store: OverviewStore): () => void {
               oldCards: store.sections
                 .filter((section) => section.isOld.value)
                 .map((section) => getTitle(store, section)),
+              isAllOld: isAway.value,
             },
             words,
           );
