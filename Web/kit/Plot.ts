@@ -105,10 +105,11 @@ export class Plot {
       axes: [
         { show: false },
         {
+          show: this.hasGrid,
           size: 0,
           gap: 0,
           ticks: { show: false },
-          grid: { show: this.hasGrid, stroke: () => colors.grid, width: 1 },
+          grid: { stroke: () => colors.grid, width: 1 },
           splits: () => [this.view.low, (this.view.low + this.view.high) / 2, this.view.high],
           values: (_, splits) => splits.map(() => ""),
         },

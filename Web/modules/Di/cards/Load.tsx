@@ -72,8 +72,13 @@ function Cores({ store }: CardProps) {
   useSignalEffect(() => {
     const loads = store.utilization.value.value?.cpuCoresLoad ?? [];
     const rows = list.current?.children ?? [];
-    for (const [index, row] of Array.from(rows).entries()) {
-      showLoad(row, loads[index], store.formats.formatNumber(loads[index] ?? 0));
+    for (let index = 0; index < rows.length; index += 1) {
+      const row = rows[index];
+      const load = loads[index];
+      if (row instanceof HTMLElement && row.dataset.load !== String(load)) {
+        row.dataset.load = String(load);
+        showLoad(row, load, store.formats.formatNumber(load ?? 0));
+      }
     }
   });
   return (
@@ -108,12 +113,11 @@ function Core({ number, label }: { readonly number: number; readonly label: stri
   );
 }
 
-function showLoad(row: Element, load: number | undefined, text: string): void {
-  const shown = load === undefined ? "" : `${text} %`;
+function showLoad(row: HTMLElement, load: number | undefined, text: string): void {
   const value = row.lastElementChild;
-  if (value && value.textContent !== shown) {
-    value.textContent = shown;
-    const bar = row.querySelector<HTMLElement>(".overview-core-bar > span");
-    bar?.style.setProperty("transform", `translateX(${(load ?? 0) - 100}%)`);
+  const bar = value?.previousElementSibling?.firstElementChild;
+  if (value && bar instanceof HTMLElement) {
+    value.textContent = load === undefined ? "" : `${text} %`;
+    bar.style.transform = `translateX(${(load ?? 0) - 100}%)`;
   }
 }
