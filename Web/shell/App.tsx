@@ -1,4 +1,4 @@
-import { useEffect } from "preact/hooks";
+import { useEffect, useRef } from "preact/hooks";
 import { Button } from "../kit/components/Basics";
 import { Poller } from "../kit/Polling";
 import { showCondition } from "./Badge";
@@ -18,9 +18,16 @@ const pagesMilliseconds = 5_000;
 export function App() {
   const state = session.value;
   useEffect(() => showCondition(condition.value, device.value), [condition.value, device.value]);
+  const previous = useRef(state.kind);
   useEffect(() => {
+    const hasLoggedIn = previous.current === "loggedOut" || previous.current === "passwordChange";
+    previous.current = state.kind;
     if (state.kind !== "loggedIn") {
       return;
+    }
+    if (hasLoggedIn) {
+      // The field that had the focus is gone.
+      focusContent();
     }
     const poller = new Poller();
     poller.add({ read: readPages, everyMilliseconds: pagesMilliseconds });
@@ -59,7 +66,7 @@ function Unreachable() {
 function Frame() {
   return (
     <div class="shell" data-menu={isMenuOpen.value ? "open" : "closed"}>
-      <button type="button" class="shell-skip" onClick={skipToContent}>
+      <button type="button" class="shell-skip" onClick={focusContent}>
         {text("shell.skip")}
       </button>
       <Header />
@@ -73,7 +80,6 @@ function Frame() {
   );
 }
 
-/** No link: the hash is the route. */
-function skipToContent() {
+function focusContent() {
   document.getElementById("content")?.focus();
 }

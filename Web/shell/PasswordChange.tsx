@@ -1,5 +1,5 @@
 // The first password, or one that an administrator gave, has to be changed before anything else.
-import { useState } from "preact/hooks";
+import { useEffect, useRef, useState } from "preact/hooks";
 import { Button, Field } from "../kit/components/Basics";
 import { explain } from "../kit/Failures";
 import { lookUp, text } from "./Language";
@@ -7,8 +7,10 @@ import { minimumPasswordCharacters } from "./PasswordField";
 import { changePassword, logOut } from "./Session";
 
 export function PasswordChange({ user }: { readonly user: string }) {
+  const main = useRef<HTMLElement>(null);
+  useEffect(() => main.current?.querySelector<HTMLElement>("input[type=password]")?.focus(), []);
   return (
-    <main class="shell-center">
+    <main class="shell-center" ref={main}>
       <div class="oxa-card oxa-stack shell-form">
         <h1 class="oxa-page-title">{text("password.title")}</h1>
         <p class="oxa-soft">{text("password.first", { user })}</p>
@@ -27,19 +29,25 @@ export function PasswordForm({ user, onDone }: { readonly user: string; readonly
   const [newPassword, setNewPassword] = useState("");
   const [repeated, setRepeated] = useState("");
   const [failure, setFailure] = useState("");
+  const isSending = useRef(false);
   const submit = async (event: Event) => {
     event.preventDefault();
+    if (isSending.current) {
+      return;
+    }
     if (newPassword !== repeated) {
       setFailure(text("password.different"));
       return;
     }
     setFailure("");
+    isSending.current = true;
     try {
       await changePassword(password, newPassword);
       onDone?.();
     } catch (error) {
       setFailure(explain(error, lookUp));
     }
+    isSending.current = false;
   };
   return (
     <form class="oxa-stack" onSubmit={(event) => void submit(event)}>
