@@ -52,7 +52,9 @@ function listVisit() {
   addScript(visit, main, false);
   const catalogues = fs
     .readdirSync(locate("/assets/"))
-    .filter((name) => /^[a-z]{2}-[A-Z2-7]{8}\.js$/.test(name));
+    .filter((name) => /^[a-z]{2}-[A-Z2-7]{8}\.js$/.test(name))
+    // The views have catalogues of their own.
+    .filter((name) => fs.readFileSync(locate(`/assets/${name}`), "utf8").includes("logIn.submit"));
   addScript(visit, findLargest(catalogues.map((name) => `/assets/${name}`)), false);
 
   addScript(visit, "/modules/Di/page.js", true);

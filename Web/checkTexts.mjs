@@ -146,6 +146,9 @@ const kit = readSources(path.join(root, "kit"));
 const shell = readSources(path.join(root, "shell"));
 const shellFolder = path.join(root, "shell/texts");
 const shellKeys = compareLanguages(shellFolder);
+/** Loaded with the first view, and not for pages. */
+const viewsFolder = path.join(root, "shell/views/texts");
+const viewKeys = compareLanguages(viewsFolder);
 
 /** Pages get the shell's texts as well; the shell uses titles of pages. */
 function checkArea(folder, keys, sources, allKeys, users) {
@@ -174,11 +177,16 @@ const pages = fs
   .map((name) => path.join(root, "modules", name))
   .map((folder) => checkPage(path.join(folder, "texts"), folder));
 checkPage(example, example);
-checkArea(shellFolder, shellKeys, { asked: [...shell.asked, ...kit.asked] }, shellKeys, [
+const allShellKeys = new Set([...shellKeys, ...viewKeys]);
+checkArea(shellFolder, shellKeys, { asked: [...shell.asked, ...kit.asked] }, allShellKeys, [
   shell,
   kit,
   ...pages,
 ]);
+checkArea(viewsFolder, viewKeys, { asked: [] }, allShellKeys, [shell]);
+for (const key of [...shellKeys].filter((each) => viewKeys.has(each))) {
+  report(viewsFolder, `"${key}" is also in the shell's texts`);
+}
 
 for (const fault of faults) {
   console.error(`checkTexts: ${fault}`);

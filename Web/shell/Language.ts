@@ -9,10 +9,11 @@ import {
   type Values,
 } from "../kit/Texts";
 import type english from "./texts/en.json";
+import type viewsEnglish from "./views/texts/en.json";
 
 type WithoutForm<K> = K extends `${infer Base}.one` | `${infer Base}.other` ? Base : K;
 /** A key of the catalogue, without the ending of a plural form. */
-export type TextKey = WithoutForm<keyof typeof english>;
+export type TextKey = WithoutForm<keyof typeof english | keyof typeof viewsEnglish>;
 
 /** The shell's own languages; a module may have others or fewer, then its page comes in English. */
 export const languages = ["en", "de"] as const;
@@ -40,15 +41,36 @@ export function getCatalogue(): Catalogue {
   return catalogue.value;
 }
 
+// With the attribute the file is one object; without it, it would be exported a second time member by member.
 async function load(name: string): Promise<Catalogue> {
   return name === "de"
-    ? (await import("./texts/de.json")).default
-    : (await import("./texts/en.json")).default;
+    ? (await import("./texts/de.json", { with: { type: "json" } })).default
+    : (await import("./texts/en.json", { with: { type: "json" } })).default;
+}
+
+async function loadViewTexts(name: string): Promise<Catalogue> {
+  return name === "de"
+    ? (await import("./views/texts/de.json", { with: { type: "json" } })).default
+    : (await import("./views/texts/en.json", { with: { type: "json" } })).default;
+}
+
+let hasViewTexts = false;
+let viewTexts: Promise<void> | undefined;
+
+/** The views have texts of their own, which a first visit to the overview does not load. */
+export function addViewTexts(): Promise<void> {
+  hasViewTexts = true;
+  viewTexts ??= setLanguage(catalogueName.peek()).catch((error: unknown) => {
+    viewTexts = undefined;
+    throw error;
+  });
+  return viewTexts;
 }
 
 /** `announced`: what the host's modules have; empty before that is known. */
 export async function setLanguage(name: string): Promise<void> {
-  catalogue.value = await load(name);
+  const [texts, more] = await Promise.all([load(name), hasViewTexts ? loadViewTexts(name) : {}]);
+  catalogue.value = { ...texts, ...more };
   catalogueName.value = name;
   language.value = navigator.languages.find((tag) => isSameLanguage(tag, name)) ?? name;
   document.documentElement.lang = name;

@@ -2,7 +2,7 @@
 import type { ComponentType } from "preact";
 import { useEffect, useRef, useState } from "preact/hooks";
 import { Banner } from "../kit/components/Basics";
-import { lookUp, text } from "./Language";
+import { addViewTexts, lookUp, text } from "./Language";
 import { PageHost } from "./PageHost";
 import { session } from "./Session";
 import { attention, homeRoute, pages, route } from "./State";
@@ -60,8 +60,8 @@ function ShellView({ view }: { readonly view: View }) {
   const [hasFailed, setHasFailed] = useState(false);
   useEffect(() => {
     let isShown = true;
-    view.load().then(
-      (found) => isShown && setLoaded(() => found.default),
+    Promise.all([view.load(), addViewTexts()]).then(
+      ([found]) => isShown && setLoaded(() => found.default),
       () => isShown && setHasFailed(true),
     );
     return () => {
