@@ -74,6 +74,11 @@ test("every view fits the width of the screen, with targets for fingers, in both
           await checkTargets(page, `${route} on ${screen}, ${locale}`);
         }
       }
+      await page.setViewportSize(screens["a small phone"]);
+      await page.locator("header button[aria-expanded]").click();
+      await page.locator("nav.shell-navigation a").first().waitFor();
+      await checkWidth(page, `the menu, ${locale}`);
+      await checkTargets(page, `the menu, ${locale}`);
     });
   }
 });
@@ -114,12 +119,16 @@ async function tabThrough(page) {
       if (!element || element === document.body) {
         return { isOutside: true };
       }
-      const isKnown = element.dataset.reached === "true";
+      // Some have several parts, one after the other.
+      const isPart = element === window.reachedLast;
+      const isKnown = element.dataset.reached === "true" && !isPart;
       element.dataset.reached = "true";
+      window.reachedLast = element;
       // A box that lies over its label shows the focus there.
       const shown = element.type === "radio" ? (element.closest("label") ?? element) : element;
       const { outlineStyle, outlineWidth } = getComputedStyle(shown);
-      const isSeen = outlineStyle !== "none" && Number.parseFloat(outlineWidth) >= 2;
+      // The browser draws the focus of the parts.
+      const isSeen = isPart || (outlineStyle !== "none" && Number.parseFloat(outlineWidth) >= 2);
       return { isKnown, isSeen, text: element.outerHTML.slice(0, 120) };
     });
     if (step.isKnown) {
