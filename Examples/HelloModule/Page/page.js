@@ -39,6 +39,8 @@ export function mount(root, context) {
     }
   });
   const title = create("h1", { className: "oxa-page-title", textContent: text("page.hello") });
-  root.append(create("div", { className: "oxa-stack" }, title, create("section", { className: "oxa-card" }, form)));
+  root.append(
+    create("div", { className: "oxa-stack" }, title, create("section", { className: "oxa-card" }, form)),
+  );
   return () => root.replaceChildren();
 }
