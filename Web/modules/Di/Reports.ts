@@ -1,6 +1,6 @@
 // Tells the shell what it shows around the page: the device, what needs attention, whether the controller is away.
 import { computed, effect } from "@preact/signals";
-import { findAttention } from "./Attention";
+import { findAttention, type Seen } from "./Attention";
 import { isDeviceAway } from "./commands/Commands";
 import type { OverviewStore, Section } from "./OverviewStore";
 
@@ -27,6 +27,23 @@ function getTitle(store: OverviewStore, section: Section<object>): string {
   }
 }
 
+/** An old value says nothing about now: only that it is old is told. */
+function getFresh<T extends object>(section: Section<T>): T | undefined {
+  return section.isOld.value ? undefined : section.value.value;
+}
+
+function see(store: OverviewStore, driftMilliseconds: number | undefined): Seen {
+  const oldSections = store.sections.filter((section) => section.isOld.value);
+  return {
+    indicators: getFresh(store.indicators) ?? [],
+    getSince: (name) => store.collected.changes.getSince(name),
+    utilization: getFresh(store.utilization),
+    driftMilliseconds: store.dateTime.isOld.value ? undefined : driftMilliseconds,
+    oldCards: oldSections.map((section) => getTitle(store, section)),
+    isAllOld: oldSections.length === store.sections.length,
+  };
+}
+
 export function startReports(store: OverviewStore): () => void {
   const { context } = store;
   const words = { text: context.text, formatTime: (time: number) => store.formats.formatTime(time) };
@@ -50,21 +67,7 @@ export function startReports(store: OverviewStore): () => void {
       wasAway = isDeviceAway.value;
     }),
     effect(() => {
-      const items = isDeviceAway.value
-        ? []
-        : findAttention(
-            {
-              indicators: store.indicators.value.value ?? [],
-              getSince: (name) => store.collected.changes.getSince(name),
-              utilization: store.utilization.value.value,
-              driftMilliseconds: drift.value,
-              oldCards: store.sections
-                .filter((section) => section.isOld.value)
-                .map((section) => getTitle(store, section)),
-              isAllOld: isAway.value,
-            },
-            words,
-          );
+      const items = isDeviceAway.value ? [] : findAttention(see(store, drift.value), words);
       if (JSON.stringify(items) !== reported) {
         reported = JSON.stringify(items);
         context.setAttention(items);
