@@ -1,7 +1,7 @@
 // One table per group. Only what the reader has scrolled to is in the document: a device may have thousands of items.
 import { type ReadonlySignal, useSignal } from "@preact/signals";
 import { ChevronDown, ChevronRight } from "lucide-preact";
-import { useEffect, useId, useRef, useState } from "preact/hooks";
+import { useEffect, useId, useLayoutEffect, useRef, useState } from "preact/hooks";
 import { Button, Foreign, Mark, makeVisible } from "../../kit/components/Basics";
 import { ItemDetails } from "./ItemDetails";
 import type { ReadItem, TableContext } from "./ItemStore";
@@ -104,6 +104,10 @@ function RowBlock({ keys, table }: RowBlockProps) {
     }
     return () => observer.disconnect();
   }, [isNear]);
+  useLayoutEffect(
+    () => element.current?.style.setProperty("--items-rows", String(keys.length)),
+    [keys.length],
+  );
   return (
     <tbody class="items-block" role="rowgroup" ref={element}>
       {keys.map((key) => (
