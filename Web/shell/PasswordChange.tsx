@@ -51,7 +51,7 @@ export function PasswordForm({ user, onDone }: { readonly user: string; readonly
   };
   return (
     <form class="oxa-stack" onSubmit={(event) => void submit(event)}>
-      <input type="hidden" name="user" autocomplete="username" value={user} />
+      <input hidden={true} name="user" autocomplete="username" value={user} readOnly={true} />
       <Field
         label={text("password.present")}
         value={password}

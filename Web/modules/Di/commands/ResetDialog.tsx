@@ -49,6 +49,7 @@ export function ResetDialog({ context, device, isInRun, onClose }: CommandDialog
       {isInRun ? <Banner>{text("command.reset.inRun")}</Banner> : null}
       <Consequences context={context} />
       <div class="oxa-stack" ref={fields}>
+        <input hidden={true} autocomplete="username" value={context.session.user} readOnly={true} />
         <Field
           label={text("command.reset.type", { word })}
           value={typed}
