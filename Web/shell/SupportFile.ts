@@ -61,20 +61,24 @@ export async function readItemPages(
 }
 
 function describeBrowser(): Readonly<Record<string, unknown>> {
-  const { language, timeZone } = new Intl.DateTimeFormat().resolvedOptions() as {
-    language?: string;
-    timeZone: string;
-  };
+  const { locale, timeZone } = new Intl.DateTimeFormat().resolvedOptions();
   return {
     userAgent: navigator.userAgent,
     languages: navigator.languages,
-    formats: language,
+    formats: locale,
     timeZone,
     window: `${window.innerWidth} × ${window.innerHeight} at ${window.devicePixelRatio}`,
     isDark: window.matchMedia("(prefers-color-scheme: dark)").matches,
     hasReducedMotion: window.matchMedia("(prefers-reduced-motion: reduce)").matches,
     isOnline: navigator.onLine,
   };
+}
+
+/** The version that the description of the interface names. */
+export async function readServerVersion(signal: AbortSignal): Promise<string> {
+  const { info } = await call("get", "/api/v1/openapi.json", undefined, { signal });
+  const hasVersion = typeof info === "object" && info !== null && "version" in info;
+  return hasVersion ? String(info.version) : "";
 }
 
 async function readServer(role: Role, signal: AbortSignal): Promise<Record<string, Outcome>> {

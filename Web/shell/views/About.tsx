@@ -1,7 +1,6 @@
 // What runs here, whose work is in it, and the file for a support request.
 import { Download } from "lucide-preact";
 import { useEffect, useRef, useState } from "preact/hooks";
-import { call } from "../../kit/Api";
 import { Banner, Button, Skeleton } from "../../kit/components/Basics";
 import { Card } from "../../kit/components/Card";
 import { formatFileTime, saveFile } from "../../kit/Download";
@@ -11,7 +10,7 @@ import { lookUp, text } from "../Language";
 import { LoadFailure, useLoaded } from "../Loaded";
 import { session } from "../Session";
 import { announce } from "../State";
-import { makeSupportFile } from "../SupportFile";
+import { makeSupportFile, readServerVersion } from "../SupportFile";
 import { ViewHead } from "../ViewHead";
 import { Licences } from "./Licences";
 
@@ -28,12 +27,6 @@ export default function About() {
   );
 }
 
-async function readServerVersion(signal: AbortSignal): Promise<string> {
-  const { info } = await call("get", "/api/v1/openapi.json", undefined, { signal });
-  const hasVersion = typeof info === "object" && info !== null && "version" in info;
-  return hasVersion ? String(info.version) : "–";
-}
-
 function Versions() {
   const { value, error, reload } = useLoaded(readServerVersion);
   return (
@@ -41,12 +34,12 @@ function Versions() {
       {error === undefined ? null : <LoadFailure error={error} reload={reload} />}
       <dl class="oxa-list">
         <dt>{text("about.server")}</dt>
-        <dd>{value ?? <Skeleton width={5} />}</dd>
+        <dd>{value ?? (error === undefined ? <Skeleton width={5} /> : "–")}</dd>
         <dt>{text("about.page")}</dt>
         <dd>{pageVersion}</dd>
         <dt>{text("about.interface")}</dt>
         <dd>
-          <a href="/api/v1/openapi.json" target="_blank" rel="noreferrer">
+          <a class="view-link" href="/api/v1/openapi.json" target="_blank" rel="noreferrer">
             OpenAPI
           </a>
         </dd>

@@ -110,8 +110,12 @@ interface RowProps {
   readonly onEnd: () => void;
 }
 
+function nameClient({ userAgent }: LogIn): string {
+  return describeUserAgent(userAgent) || text("sessions.unknownClient");
+}
+
 function SessionRow({ session, scope, onEnd }: RowProps) {
-  const client = describeUserAgent(session.userAgent) || text("sessions.unknownClient");
+  const client = nameClient(session);
   return (
     <tr>
       {scope === "all" ? (
@@ -172,7 +176,7 @@ function EndDialog({ sessions, onClose }: EndDialogProps) {
           <li key={each.id}>
             <Foreign text={each.user} />{" "}
             <span class="oxa-soft">
-              <Foreign text={`${describeUserAgent(each.userAgent)} ${each.address}`} />
+              <Foreign text={`${nameClient(each)}, ${each.address}`} />
             </span>
           </li>
         ))}
