@@ -1,6 +1,7 @@
 // The small parts that views are made of.
 import type { ComponentChildren, JSX } from "preact";
-import { useEffect, useId, useRef } from "preact/hooks";
+import { useEffect, useRef } from "preact/hooks";
+import { useId } from "../Ids";
 
 /** Text that comes from outside: in its own direction, wrapped, and with every control character visible. */
 export function Foreign({ text }: { readonly text: string }) {

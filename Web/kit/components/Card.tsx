@@ -1,6 +1,6 @@
 // A card: one matter, with its title, and what is said when its values are old.
 import type { ComponentChildren } from "preact";
-import { useId } from "preact/hooks";
+import { useId } from "../Ids";
 
 interface CardProps {
   readonly title: string;

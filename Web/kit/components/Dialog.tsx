@@ -1,6 +1,7 @@
 // A modal dialog. The browser keeps the focus inside and gives it back; Escape cancels.
 import type { ComponentChildren } from "preact";
-import { useEffect, useId, useRef } from "preact/hooks";
+import { useEffect, useRef } from "preact/hooks";
+import { useId } from "../Ids";
 
 interface DialogProps {
   readonly title: string;

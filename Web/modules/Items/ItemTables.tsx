@@ -1,8 +1,9 @@
 // One table per group. Only what the reader has scrolled to is in the document: a device may have thousands of items.
 import { type ReadonlySignal, useSignal } from "@preact/signals";
 import { ChevronDown, ChevronRight } from "lucide-preact";
-import { useEffect, useId, useLayoutEffect, useRef, useState } from "preact/hooks";
+import { useEffect, useLayoutEffect, useRef, useState } from "preact/hooks";
 import { Button, Foreign, Mark, makeVisible } from "../../kit/components/Basics";
+import { useId } from "../../kit/Ids";
 import { ItemDetails } from "./ItemDetails";
 import type { ReadItem, TableContext } from "./ItemStore";
 import { cut, type Group, takeKeys } from "./Items";

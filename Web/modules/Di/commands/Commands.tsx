@@ -1,8 +1,9 @@
 // Restart and factory reset: the buttons, their dialogs, and the progress on top of the page.
 import "./commands.css";
 
-import { useEffect, useId, useState } from "preact/hooks";
+import { useEffect, useState } from "preact/hooks";
 import { Button } from "../../../kit/components/Basics";
+import { useId } from "../../../kit/Ids";
 import type { DeviceIdentity, PageContext } from "../../../kit/Page";
 import { Progress } from "./Progress";
 import { ResetDialog } from "./ResetDialog";
