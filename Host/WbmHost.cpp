@@ -328,7 +328,7 @@ void WbmHost::RecordStart()
     }
     notifications.Publish({{}, NotificationKind::HostStarted, notificationSource, {}, "started", {}});
     // The last part of the start, and the one that touches most of the database's library.
-    System::Commons::ReleaseStartupMemory();
+    System::Commons::ReleaseUnusedMemory();
 }
 
 void WbmHost::BeginShutdown()

@@ -102,7 +102,7 @@ void ServeDevice(System::Commons::AppDomain& appDomain, const DeviceServerConfig
         throw ConfigurationException::Create("no component started, so there are no services");
     }
     const System::Rsc::RscServer server(serverConfiguration, std::move(activationSocket));
-    System::Commons::ReleaseStartupMemory();
+    System::Commons::ReleaseUnusedMemory();
     System::Commons::PrintStatus("serving\n");
     sd_notify(0, "READY=1\nSTATUS=serving");
     System::Commons::Threading::EndSignals::Wait();

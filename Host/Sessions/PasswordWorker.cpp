@@ -1,6 +1,7 @@
 #include "Host/Sessions/PasswordWorker.hpp"
 
 #include "Host/Http/Problem.hpp"
+#include "Oxa/System/Commons/ProgramMain.hpp"
 
 #include <boost/asio/post.hpp>
 #include <sched.h>
@@ -96,6 +97,12 @@ void PasswordWorker::Run()
         // With what it holds, while the lock is free.
         first = {};
         lock.Lock();
+        if (queue.empty() && !isEnding)
+        {
+            lock.Unlock();
+            System::Commons::ReleaseUnusedMemory();
+            lock.Lock();
+        }
     }
 }
 

@@ -24,7 +24,7 @@ constexpr std::chrono::hours refreshPeriod{1};
 BasicString FindLibrary()
 {
     Dl_info platform = {};
-    if (dladdr(reinterpret_cast<void*>(&System::Commons::ReleaseStartupMemory), &platform) == 0)
+    if (dladdr(reinterpret_cast<void*>(&System::Commons::ReleaseUnusedMemory), &platform) == 0)
     {
         throw System::Commons::InvalidOperationException::Create("cannot find the folder of the libraries");
     }

@@ -132,7 +132,7 @@ void FlushOutput()
     }
 }
 
-void ReleaseStartupMemory() noexcept
+void ReleaseUnusedMemory() noexcept
 {
     malloc_trim(0);
     dl_iterate_phdr(&ReleaseSegments, nullptr);

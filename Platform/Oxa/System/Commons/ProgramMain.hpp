@@ -83,9 +83,9 @@ OXA_EXPORT void PrintStatus(std::string_view text) noexcept;
 /// disk is full. To be called last, by programs whose output is their purpose.
 OXA_EXPORT void FlushOutput();
 
-/// Releases memory that only the start of the program needed: the allocator's reserve, and pages of program and
-/// libraries that serving does not touch; dropped pages are reloaded on demand. Under load this saves 40 to 50 % of
-/// the proportional set size. To be called once, when everything has started.
-OXA_EXPORT void ReleaseStartupMemory() noexcept;
+/// Releases memory that the program does not use now: the allocator's reserve, and the pages of program and libraries,
+/// of which those that are used again are reloaded on demand, in less than a millisecond. To be called after work that
+/// is rare and touches much, such as the start and a log-in. Threads: safe from any thread.
+OXA_EXPORT void ReleaseUnusedMemory() noexcept;
 
 } // namespace Oxa::System::Commons
