@@ -48,7 +48,7 @@ export class Plot {
     showPoint: (index: number | undefined) => void,
   ) {
     this.readColors();
-    this.plot = new uPlot(this.makeOptions(showPoint), [[], [], [], []], element);
+    this.plot = new uPlot(this.makeOptions(showPoint), [[], [], [], [], []], element);
     this.observer = new ResizeObserver(() => this.fit());
     this.observer.observe(element);
     for (const query of ["(prefers-color-scheme: dark)", "(forced-colors: active)"]) {
@@ -59,7 +59,7 @@ export class Plot {
   show(view: ChartView): void {
     this.view = view;
     const { times, minimum, mean, maximum } = view.data;
-    this.plot.setData([times, maximum, minimum, mean]);
+    this.plot.setData([times, mean, maximum, minimum, mean]);
   }
 
   readonly recolor = (): void => {
@@ -114,13 +114,15 @@ export class Plot {
           values: (_, splits) => splits.map(() => ""),
         },
       ],
+      // In the order in which they are drawn: the area, the span between the extremes, the line.
       series: [
         {},
+        { fill: () => colors.area, width: 0, points },
         { width: 0, points },
         { width: 0, points },
-        { stroke: () => colors.line, fill: () => colors.area, width: 2, points },
+        { stroke: () => colors.line, width: 2, points },
       ],
-      bands: [{ series: [1, 2], fill: () => colors.band }],
+      bands: [{ series: [2, 3], fill: () => colors.band }],
       hooks: { setCursor: [(plot) => showPoint(plot.cursor.idx ?? undefined)] },
     };
   }

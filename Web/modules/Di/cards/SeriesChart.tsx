@@ -29,10 +29,9 @@ export function SeriesChart({ store, name, title, unit, ...scale }: SeriesChartP
   const now = Date.now();
   const first = Math.min(collected.firstTime.value ?? now, now - leastShownMilliseconds);
   const from = Math.max(first, now - ranges[range].milliseconds);
-  const extremes = describeExtremes({ store, name, unit });
   return (
     <Chart
-      label={`${title}: ${extremes}`}
+      label={`${title}: ${describeExtremes({ store, name, unit })}${describeLast({ store, name, unit })}`}
       data={collected.getPoints(name, range)}
       from={from / 1000}
       to={now / 1000}
@@ -71,10 +70,33 @@ function describeExtremes({ store, name, unit }: SeriesProps): string {
   const high = formats.formatNumber(extent.maximum);
   const values = { span: low === high ? `${low} ${unit}` : `${low}–${high} ${unit}` };
   const firstTime = collected.firstTime.value ?? Date.now();
-  if (firstTime <= Date.now() - ranges[range].milliseconds) {
+  const { milliseconds, buckets } = ranges[range];
+  // The first period may have begun before the values.
+  if (firstTime <= Date.now() - milliseconds + (2 * milliseconds) / buckets) {
     return context.text(`chart.in.${range}`, values);
   }
   return collected.hasHistory.value
     ? context.text("chart.since", { ...values, time: formats.formatTime(firstTime) })
     : context.text("chart.sinceOpened", values);
+}
+
+/** ", now 47 °C". */
+function describeLast({ store, name, unit }: SeriesProps): string {
+  const { text } = store.context;
+  const { isOld } = getSection(store, name);
+  const value = getValue(store, name);
+  return value === undefined
+    ? ""
+    : `, ${text(isOld.value ? "chart.last" : "chart.now")} ${store.formats.formatNumber(value)} ${unit}`;
+}
+
+function getValue({ health, utilization }: OverviewStore, name: SeriesName): number | undefined {
+  switch (name) {
+    case "temperature":
+      return health.value.peek()?.boardTemperature;
+    case "load":
+      return utilization.value.peek()?.cpuLoadTotal;
+    case "memory":
+      return utilization.value.peek()?.memoryUsagePercent;
+  }
 }
