@@ -140,7 +140,7 @@ test("a factory reset needs the serial number and the password, and is followed 
 test("without a permission the buttons say why, and open nothing", async () => {
   await browser.visit({ host, user: "viewer" }, async (page) => {
     const restartButton = button(page, "Restart…");
-    await page.getByText("Your role (Viewer) may only read.").waitFor();
+    await page.getByText("You may only read.").waitFor();
     assert.equal(await restartButton.getAttribute("aria-disabled"), "true");
     await restartButton.click({ force: true });
     assert.equal(await page.getByRole("dialog").count(), 0);

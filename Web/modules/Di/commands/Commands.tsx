@@ -58,11 +58,11 @@ export function CommandButtons({ context, device, isInRun, mayControl }: Command
 }
 
 /** Why the buttons are disabled. */
-function findHint({ text, session }: PageContext, mayControl: boolean | undefined): string {
+function findHint({ text }: PageContext, mayControl: boolean | undefined): string {
   if (isRunning.value) {
     return text("command.disabled.running");
   }
-  return mayControl === false ? text("command.disabled.role", { role: session.role }) : "";
+  return mayControl === false ? text("command.disabled.role") : "";
 }
 
 export function CommandProgress({ context }: { readonly context: PageContext }) {
