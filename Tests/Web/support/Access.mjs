@@ -22,7 +22,11 @@ export async function checkRules(page, what) {
   const found = violations.flatMap(({ id, nodes }) =>
     nodes.map((node) => `${id}: ${node.html.slice(0, 200)}: ${node.failureSummary.split("\n")[1] ?? ""}`),
   );
-  assert.deepEqual(found, [], `axe on ${what}`);
+  const repeated = await page.evaluate(() => {
+    const ids = [...document.querySelectorAll("[id]")].map((each) => each.id);
+    return ids.filter((id, index) => ids.indexOf(id) !== index);
+  });
+  assert.deepEqual([...found, ...repeated], [], `axe and ids on ${what}`);
 }
 
 /** Elements that reach past the right edge make a page wider than the screen. */
