@@ -1,9 +1,11 @@
 // What an administrator does around the device, and what others see of it.
 import assert from "node:assert/strict";
+import * as fs from "node:fs";
 import { after, test } from "node:test";
 import { settle } from "./support/Access.mjs";
 import { Browser } from "./support/Browser.mjs";
 import { Host, password } from "./support/Host.mjs";
+import { until } from "./support/Until.mjs";
 
 const [host, browser] = await Promise.all([Host.start(), Browser.start()]);
 after(async () => {
@@ -81,5 +83,136 @@ test("an administrator adds, changes and removes a user, and the host knows it e
     await page.getByRole("button", { name: "Disable admin" }).click();
     await press("Disable");
     await dialog.getByText("At least one active administrator has to be left.").waitFor();
+  });
+});
+
+test("a token works once it is issued, is shown once, and works no more when it is withdrawn", async () => {
+  await browser.visit({ host, user: "admin", route: "tokens" }, async (page) => {
+    const dialog = page.getByRole("dialog");
+    await settle(page);
+    await page.getByText("There are no tokens.").waitFor();
+    await page.getByRole("button", { name: "Add token" }).click();
+    await dialog.getByLabel("Name").fill("=monitor");
+    await dialog.getByLabel("Valid for, in days").fill("30");
+    await dialog.getByRole("button", { name: "Add", exact: true }).click();
+    const issued = page.getByRole("region", { name: "Token =monitor" });
+    const secret = await issued.locator("code").first().textContent();
+    assert.ok((await issued.innerText()).includes(`Authorization: Bearer ${secret}`));
+    const health = "/api/v1/DeviceInterfaceDp/GetDataSection?SectionName=Health";
+    assert.equal((await host.ask("GET", health, { token: secret })).status, 200);
+    await page.getByRole("button", { name: "I have stored it" }).click();
+    assert.equal((await page.locator("body").innerText()).includes(secret), false);
+    const row = page.getByRole("row").filter({ hasText: "=monitor" });
+    await row.getByText("Viewer").waitFor();
+
+    await page.getByRole("button", { name: "Withdraw =monitor" }).click();
+    await dialog.getByRole("button", { name: "Withdraw" }).click();
+    await row.waitFor({ state: "detached" });
+    assert.equal((await host.ask("GET", health, { token: secret })).status, 401);
+  });
+});
+
+/** What saving with this button gives. */
+async function save(page, name) {
+  const [download] = await Promise.all([
+    page.waitForEvent("download"),
+    page.getByRole("button", { name }).click(),
+  ]);
+  return { name: download.suggestedFilename(), text: fs.readFileSync(await download.path(), "utf8") };
+}
+
+test("the audit trail is shown newest first, filtered, and exported as the host has it", async () => {
+  const token = (name) => ({ token: host.token, body: { name, role: "Viewer" } });
+  await host.ask("POST", "/api/v1/tokens", token("=1+1"));
+  await browser.visit({ host, user: "admin", route: "audit" }, async (page) => {
+    await settle(page);
+    const rows = page.locator("tbody tr");
+    const { body } = await host.ask("GET", "/api/v1/audit?limit=50", { token: host.token });
+    assert.deepEqual(await rows.first().locator("td").nth(1).innerText(), body.rows[0].user);
+    await page.getByLabel("Action").selectOption({ label: "Token added" });
+    await page.getByRole("button", { name: "Filter" }).click();
+    await until(async () => /^(?:.*Token added.*\s*)+$/s.test(await page.locator("tbody").innerText()));
+    const shown = await rows.count();
+    const { body: filtered } = await host.ask("GET", "/api/v1/audit?action=TokenAdded", {
+      token: host.token,
+    });
+    assert.equal(shown, filtered.rows.length);
+    await page
+      .getByRole("button", { name: /^Details of entry/ })
+      .first()
+      .click();
+    await page.getByText("Request id").waitFor();
+
+    const { name, text } = await save(page, "Export as CSV");
+    assert.match(name, /^audit-[\d-]+.*\.csv$/);
+    const lines = text
+      .replace(/^\ufeff/, "")
+      .trimEnd()
+      .split("\r\n");
+    assert.equal(text.codePointAt(0), 0xfeff);
+    assert.equal(lines.length, shown + 1);
+    // Programs for tables would calculate a cell that begins so.
+    assert.doesNotMatch(text, /(?:^|,)"?[=+@]/m);
+    assert.match(text, /=1\+1/);
+  });
+});
+
+test("modules are shown with their state, and the support file has everything but secrets", async () => {
+  await browser.visit({ host, user: "admin", route: "modules" }, async (page) => {
+    await settle(page);
+    for (const name of ["Di", "Items"]) {
+      await page.getByRole("region", { name, exact: true }).getByText("running").waitFor();
+    }
+    await page.locator("nav a[href='#/about']").click();
+    await settle(page);
+    await page.getByText("preact", { exact: false }).first().waitFor();
+    const { text } = await save(page, "Save file");
+    const file = JSON.parse(text);
+    for (const word of ["SIM-000001", "boardTemperature", "userPartitionTotal", "Status.Leds.Zelo.D"]) {
+      assert.ok(text.includes(word), `${word} is missing in ${Object.keys(file)}`);
+    }
+    assert.ok(!text.includes(password) && !text.includes(host.token) && !text.includes("engineer"));
+  });
+});
+
+test("a user changes the own password, and ends other sessions", async () => {
+  const { token } = host;
+  const body = { user: "karl", password, role: "Engineer" };
+  await host.ask("POST", "/api/v1/users", { token, body });
+  const other = await host.logIn("karl");
+  await browser.visit({ host, user: "karl", route: "account" }, async (page) => {
+    await settle(page);
+    const isIn = async (session) => (await host.ask("GET", "/api/v1/session", session)).status === 200;
+    assert.ok(await isIn(other));
+    await page.getByRole("button", { name: "End all others" }).click();
+    await page.getByRole("dialog").getByRole("button", { name: "End", exact: true }).click();
+    await page.getByRole("dialog").waitFor({ state: "detached" });
+    assert.ok(!(await isIn(other)));
+
+    await page.getByLabel("Present password").fill(password);
+    await page.getByLabel("New password", { exact: true }).fill(newPassword);
+    await page.getByLabel("New password, again").fill(newPassword);
+    await page.getByRole("button", { name: "Change password" }).click();
+    await page.getByText("The password is changed.").first().waitFor();
+    assert.equal(await tryLogIn("karl", newPassword), 200);
+    await page.reload();
+    await page.locator(".shell").waitFor();
+  });
+});
+
+test("a viewer sees no administration, not even by its address", async () => {
+  await browser.visit({ host, user: "viewer" }, async (page) => {
+    await settle(page);
+    const refused = [];
+    page.on("response", (response) => response.status() === 403 && refused.push(response.url()));
+    const links = await page.locator("nav a").evaluateAll((all) => all.map((each) => each.hash));
+    assert.deepEqual(links, ["#/overview", "#/items", "#/account", "#/about"]);
+    for (const route of ["users", "tokens", "audit", "modules"]) {
+      await page.evaluate((hash) => {
+        window.location.hash = hash;
+      }, `#/${route}`);
+      await page.getByText("You have no permission for this.").waitFor();
+    }
+    assert.deepEqual(refused, []);
   });
 });
