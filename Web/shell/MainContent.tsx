@@ -45,14 +45,23 @@ function Content({ name }: { readonly name: string }) {
   const view = views.find((each) => each.name === name);
   if (view) {
     const isAllowed = state.kind === "loggedIn" && (view.role === undefined || view.role === state.role);
-    return isAllowed ? <ShellView view={view} /> : <Banner>{lookUp("failure.no-permission")}</Banner>;
+    return isAllowed ? <ShellView view={view} /> : <NoPermission view={view} />;
   }
   const page = pages.value.find((each) => each.pageName === name && each.entry !== "");
   if (page) {
     // Also while its module is unavailable: the page itself says what it lacks, and goes on when it is back.
     return <PageHost page={page} />;
   }
-  return pages.value.length > 0 ? <Banner>{text("shell.unknownPage")}</Banner> : null;
+  return pages.value.length > 0 ? <h1 class="oxa-page-title">{text("shell.unknownPage")}</h1> : null;
+}
+
+function NoPermission({ view }: { readonly view: View }) {
+  return (
+    <>
+      <h1 class="oxa-page-title">{text(view.title)}</h1>
+      <Banner>{lookUp("failure.no-permission")}</Banner>
+    </>
+  );
 }
 
 function ShellView({ view }: { readonly view: View }) {

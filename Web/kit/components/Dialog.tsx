@@ -35,12 +35,18 @@ export function Dialog({ title, onCancel, onSubmit, actions, children }: DialogP
     event.preventDefault();
     onCancel();
   };
+  // Browsers close it when Escape is pressed again, whatever became of the first time.
+  const reopen = () => {
+    if (dialog.current && !dialog.current.open) {
+      dialog.current.showModal();
+    }
+  };
   const submit = (event: Event) => {
     event.preventDefault();
     onSubmit?.();
   };
   return (
-    <dialog ref={dialog} class="oxa-dialog" aria-labelledby={titleId} onCancel={cancel}>
+    <dialog ref={dialog} class="oxa-dialog" aria-labelledby={titleId} onCancel={cancel} onClose={reopen}>
       <form method="dialog" onSubmit={submit}>
         <h2 id={titleId}>{title}</h2>
         <div class="oxa-stack">{children}</div>
