@@ -1,8 +1,24 @@
 // Everything about one item, with its history where the device keeps one.
-import { Foreign } from "../../kit/components/Basics";
+import { Fragment } from "preact";
+import { Foreign, makeVisible } from "../../kit/components/Basics";
 import { CopyButton } from "../../kit/components/CopyButton";
 import { ItemHistoryChart } from "./ItemHistoryChart";
 import type { ReadItem, TableContext } from "./ItemStore";
+
+/** Broken into lines behind its points where it can be. */
+export function ItemKey({ text: key }: { readonly text: string }) {
+  const parts = makeVisible(key).split(".");
+  return (
+    <bdi>
+      {parts.map((part, index) => (
+        <Fragment key={index}>
+          {index === 0 ? null : <wbr />}
+          {index < parts.length - 1 ? `${part}.` : part}
+        </Fragment>
+      ))}
+    </bdi>
+  );
+}
 
 interface ItemDetailsProps {
   readonly item: ReadItem;
@@ -27,7 +43,7 @@ function Facts({ item, table }: ItemDetailsProps) {
       <div>
         <dt>{text("items.key")}</dt>
         <dd class="items-key">
-          <Foreign text={item.key} />
+          <ItemKey text={item.key} />
           <CopyButton text={item.key} label={text("items.copyKey")} doneLabel={text("items.copied")} />
         </dd>
       </div>

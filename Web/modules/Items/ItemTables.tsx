@@ -4,7 +4,7 @@ import { ChevronDown, ChevronRight } from "lucide-preact";
 import { useEffect, useLayoutEffect, useRef, useState } from "preact/hooks";
 import { Button, Foreign, Mark, makeVisible } from "../../kit/components/Basics";
 import { useId } from "../../kit/Ids";
-import { ItemDetails } from "./ItemDetails";
+import { ItemDetails, ItemKey } from "./ItemDetails";
 import type { ReadItem, TableContext } from "./ItemStore";
 import { cut, type Group, takeKeys } from "./Items";
 
@@ -137,7 +137,7 @@ function Row({ itemKey, isNear, table }: RowProps) {
     <>
       <tr class="items-row" role="row">
         <td class="items-name" role="cell">
-          <Foreign text={item.key} />
+          <ItemKey text={item.key} />
           {item.description ? (
             <span class="oxa-soft">
               <Foreign text={item.description} />
