@@ -6,7 +6,7 @@ import { AccountBar, Header } from "./Header";
 import { text } from "./Language";
 import { LogIn } from "./LogIn";
 import { MainContent } from "./MainContent";
-import { Navigation } from "./Navigation";
+import { getPlaceTitle, Navigation } from "./Navigation";
 import { PasswordChange } from "./PasswordChange";
 import { readSession, session } from "./Session";
 import { condition, device, isMenuOpen, notice, readPages } from "./State";
@@ -17,7 +17,11 @@ const pagesMilliseconds = 5_000;
 
 export function App() {
   const state = session.value;
-  useEffect(() => showCondition(condition.value, device.value), [condition.value, device.value]);
+  const place = state.kind === "loggedIn" ? getPlaceTitle() : "";
+  useEffect(
+    () => showCondition(condition.value, place, device.value),
+    [condition.value, place, device.value],
+  );
   const previous = useRef(state.kind);
   useEffect(() => {
     const hasLoggedIn = previous.current === "loggedOut" || previous.current === "passwordChange";

@@ -5,9 +5,11 @@ import type { DeviceIdentity } from "../kit/Page";
 import { text } from "./Language";
 import type { Condition } from "./State";
 
-export function showCondition(condition: Condition, device: DeviceIdentity | undefined): void {
+/** `place`: the title of the page or view that is shown; empty on the first page. */
+export function showCondition(condition: Condition, place: string, device: DeviceIdentity | undefined): void {
   const name = device ? makeVisible(device.name) : text("shell.title");
-  document.title = condition === "well" ? name : `${text(`condition.${condition}`)} – ${name}`;
+  const word = condition === "well" ? "" : text(`condition.${condition}`);
+  document.title = [word, place, name].filter(Boolean).join(" – ");
   const icon = document.querySelector<HTMLLinkElement>("link[rel=icon]");
   const file = `/icons/${condition === "bad" ? "warning" : condition}.svg`;
   if (icon && !icon.href.endsWith(file)) {

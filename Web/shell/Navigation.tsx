@@ -1,5 +1,6 @@
 import { LayoutDashboard, List, PanelsTopLeft } from "lucide-preact";
 import type { ComponentChildren } from "preact";
+import { makeVisible } from "../kit/components/Basics";
 import { text } from "./Language";
 import { getPageTitle } from "./PageTexts";
 import { session } from "./Session";
@@ -10,6 +11,17 @@ const pageIcons = new Map([
   ["overview", LayoutDashboard],
   ["items", List],
 ]);
+
+/** Of the page or view that the address names; empty on the first page. */
+export function getPlaceTitle(): string {
+  const name = route.value;
+  if (name === "" || name === homeRoute) {
+    return "";
+  }
+  const view = views.find((each) => each.name === name);
+  const page = pages.value.find((each) => each.pageName === name);
+  return view ? text(view.title) : page ? makeVisible(getPageTitle(name)) : "";
+}
 
 export function Navigation() {
   const state = session.value;

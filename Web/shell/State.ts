@@ -38,7 +38,13 @@ export const condition = computed<Condition>(() => {
 export const homeRoute = "overview";
 
 function readRoute(): string {
-  return decodeURIComponent(window.location.hash.replace(/^#\/?/, ""));
+  const name = window.location.hash.replace(/^#\/?/, "");
+  try {
+    return decodeURIComponent(name);
+  } catch {
+    // No name of a page is spelled like this.
+    return name;
+  }
 }
 
 export function navigate(name: string): void {
