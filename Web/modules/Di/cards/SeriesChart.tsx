@@ -54,8 +54,10 @@ function getSection(store: OverviewStore, name: SeriesName): Section<object> {
 
 /** "44–49 °C in 24 h". */
 export function RangeText(props: SeriesProps) {
+  const { store, name } = props;
+  store.collected.subscribe(name, store.getRange(name));
   // Never narrower than the value beside it.
-  void getSection(props.store, props.name).value.value;
+  void getSection(store, name).value.value;
   return <p class="oxa-soft overview-range">{describeExtremes(props)}</p>;
 }
 
