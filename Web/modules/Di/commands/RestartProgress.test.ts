@@ -179,7 +179,8 @@ test("A state is stored and read again, and damaged ones are no states", () => {
   assert.deepEqual(parseState(JSON.stringify(state)), state);
   assert.equal(isWatched(state, start + 3_600_000), true);
   const damaged = [null, "", "{", "null", "[]", "{}", JSON.stringify({ ...state, phase: "gone" })];
-  for (const text of [...damaged, JSON.stringify({ ...state, beganAt: "now" })]) {
+  const times = ["now", 1e17, null].map((beganAt) => JSON.stringify({ ...state, beganAt }));
+  for (const text of [...damaged, ...times]) {
     assert.equal(parseState(text), undefined, String(text));
   }
 });

@@ -25,6 +25,11 @@ const commands: readonly CommandName[] = ["restart", "reset"];
 const answers: readonly Answer[] = ["accepted", "unfinished", "unknown"];
 const phases: readonly Phase[] = ["goingDown", "away", "returned", "back", "notDown", "notRestarted"];
 
+/** Within what a date can be. */
+function isTime(value: unknown): value is number {
+  return typeof value === "number" && Math.abs(value) <= 8.64e15;
+}
+
 function isState(value: unknown): value is RestartState {
   if (typeof value !== "object" || value === null) {
     return false;
@@ -35,8 +40,7 @@ function isState(value: unknown): value is RestartState {
     isOneOf(state.answer, answers) &&
     isOneOf(state.phase, phases) &&
     [state.bootId, state.user, state.serialNumber].every((each) => typeof each === "string") &&
-    [state.beganAt, state.phaseAt, state.seenAt].every(Number.isFinite) &&
-    (state.awayAt === undefined || Number.isFinite(state.awayAt)) &&
+    [state.beganAt, state.phaseAt, state.seenAt, state.awayAt ?? 0].every(isTime) &&
     typeof state.hasGap === "boolean" &&
     isSeconds(state.lastTimes)
   );
