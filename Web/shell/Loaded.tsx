@@ -44,7 +44,7 @@ export function useLoaded<T>(load: (signal: AbortSignal) => Promise<T>): Loaded<
 }
 
 /** The element with the focus may be gone, for instance with its row. */
-function keepFocus(): void {
+export function keepFocus(): void {
   requestAnimationFrame(() => {
     if (document.activeElement === document.body) {
       document.getElementById("content")?.focus({ preventScroll: true });

@@ -4,9 +4,9 @@ import { useState } from "preact/hooks";
 import { call, type Schemas } from "../../kit/Api";
 import { Button, Foreign, Mark } from "../../kit/components/Basics";
 import { text } from "../Language";
-import { LoadedList, useLoaded } from "../Loaded";
+import { keepFocus, LoadedList, useLoaded } from "../Loaded";
 import { RoleList, roleName } from "../Roles";
-import { session } from "../Session";
+import { readSession, session } from "../Session";
 import { navigate } from "../State";
 import { ViewHead } from "../ViewHead";
 import { type UserDialog, UserDialogs } from "./UserDialogs";
@@ -20,9 +20,10 @@ export default function Users() {
   const loaded = useLoaded(readUsers);
   const [dialog, setDialog] = useState<UserDialog | undefined>();
   const close = (isDone: boolean) => {
+    const isOwnChanged = dialog !== undefined && "user" in dialog && isOwn(dialog.user.user);
     setDialog(undefined);
     if (isDone) {
-      void loaded.reload();
+      void refresh(isOwnChanged, loaded.reload);
     }
   };
   return (
@@ -40,6 +41,18 @@ export default function Users() {
       <UserDialogs dialog={dialog} onClose={close} />
     </>
   );
+}
+
+/** The role of the user who is logged in may be another one now, or the session may have ended. */
+async function refresh(isOwnChanged: boolean, reload: () => Promise<void>): Promise<void> {
+  if (isOwnChanged) {
+    await readSession();
+    keepFocus();
+  }
+  const state = session.peek();
+  if (state.kind === "loggedIn" && state.role === "Admin") {
+    await reload();
+  }
 }
 
 interface UserTableProps {
@@ -71,7 +84,7 @@ function UserTable({ users, onDialog }: UserTableProps) {
   );
 }
 
-export function isOwn(name: string): boolean {
+function isOwn(name: string): boolean {
   const state = session.value;
   return state.kind === "loggedIn" && state.user === name;
 }
