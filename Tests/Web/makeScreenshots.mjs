@@ -1,6 +1,6 @@
 // Makes the pictures of the page for README and Docs. Run by Tools/make-screenshots.
 // Usage: node makeScreenshots.mjs FOLDER
-// The same sources give the same pictures: nothing of the device changes, and the page's clock and histories are made up.
+// Each run shows the same: nothing of the device changes, and the page's clock and histories are made up.
 import * as path from "node:path";
 import { settle } from "./support/Access.mjs";
 import { Browser } from "./support/Browser.mjs";
@@ -23,20 +23,21 @@ const browser = await Browser.start({
   args: [`--host-resolver-rules=MAP ${name}:443 127.0.0.1:${host.port}`],
 });
 
-/** A slow wave around the present value of the item, as a device gives that has been on for days. */
+/** Waves around the present value of the item, as a device gives that has been on for days. */
 function makeHistory({ searchParams }) {
   const [from, to, points] = ["from", "to", "points"].map((each) => Number(searchParams.get(each)));
   const key = searchParams.get("key");
   const swing = key.includes("Temperature") ? 3 : 9;
   const step = Math.floor((to - from) / points);
+  const start = Math.floor(from / step) * step;
   const mean = Array.from({ length: points }, (_, index) => {
-    const hours = (to - (points - 1 - index) * step - time) / 3_600_000;
-    const wave = Math.sin(hours * 0.31) + 0.5 * Math.sin(hours * 1.7) + 0.1 * Math.sin(hours * 29) ** 3;
-    return stillItems[key] + swing * wave;
+    const hours = (start + index * step - time) / 3_600_000;
+    const waves = [0.31, 1.7, 67, 191].map((pace) => Math.sin(hours * pace));
+    return stillItems[key] + swing * (waves[0] + 0.5 * waves[1] + 0.15 * waves[2] + 0.1 * waves[3]);
   });
   const shifted = (shift) => mean.map((each) => each + shift);
   const values = { minimum: shifted(-1), mean, maximum: shifted(1) };
-  return { key, unit: "", start: from, stepMilliseconds: step, ...values };
+  return { key, unit: "", start, stepMilliseconds: step, ...values };
 }
 
 /** The page's clock stands, and goes on only with `goOn`. */

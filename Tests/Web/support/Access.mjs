@@ -6,7 +6,7 @@ const axe = readScript("axe-core/axe.min.js");
 
 /** Waits until the view is there and no part of it is a skeleton. */
 export async function settle(page) {
-  await page.locator("main h1, main h2").first().waitFor();
+  await page.locator("main :is(h1, h2)").first().waitFor();
   await page.waitForFunction(() => !document.querySelector(".oxa-skeleton"));
 }
 

@@ -21,7 +21,8 @@ export class Host {
   #port = 0;
 
   /** description: a document. isApart: the device services run in a process of their own. http, sessions: attributes of
-   * these elements. hasSafetyPart: a setting of the module. isFresh: the first password is not changed yet. */
+   * these elements. hasSafetyPart: a setting of the module. isFresh: the first password is not changed yet. name: what
+   * browsers call it instead of its address. */
   static async start(options = {}) {
     const host = new Host();
     host.#options = options;
@@ -72,8 +73,13 @@ export class Host {
     return path.join(this.folder, name);
   }
 
+  get port() {
+    return this.#port;
+  }
+
+  /** Where browsers find it. */
   get address() {
-    return `https://127.0.0.1:${this.#port}`;
+    return `https://${this.#options.name ?? `127.0.0.1:${this.#port}`}`;
   }
 
   get log() {
@@ -141,7 +147,7 @@ export class Host {
       fields["Content-Type"] = "application/json";
     }
     return new Promise((resolve, reject) => {
-      const request = https.request(this.address + target, {
+      const request = https.request(`https://127.0.0.1:${this.#port}${target}`, {
         method,
         headers: fields,
         rejectUnauthorized: false,
