@@ -4,7 +4,7 @@ import * as fs from "node:fs";
 import * as path from "node:path";
 import { build, load } from "./Places.mjs";
 
-const { chromium } = load("playwright-core");
+const { chromium, firefox } = load("playwright-core");
 
 const flags = [
   "--disable-gpu",
@@ -14,6 +14,8 @@ const flags = [
   "--disable-component-update",
   "--disable-sync",
 ];
+
+export const firefoxPath = process.env.OXA_FIREFOX ?? "/usr/bin/firefox-esr";
 
 /** What the browser itself writes about responses and connections that a test expects. */
 const expectedLines =
@@ -33,6 +35,13 @@ export class Browser {
       ...options,
       args: [...flags, ...(options.args ?? [])],
     });
+    return browser;
+  }
+
+  /** Debian's Firefox, driven by WebDriver BiDi. */
+  static async startFirefox() {
+    const browser = new Browser();
+    browser.#browser = await firefox.launch({ channel: "moz-firefox", executablePath: firefoxPath });
     return browser;
   }
 
