@@ -28,6 +28,8 @@ const result = await esbuild.build({
   chunkNames: "www/assets/[name]-[hash]",
   assetNames: "www/assets/[name]-[hash]",
   bundle: true,
+  // What most pages share comes as one file: each file costs a request, with 700 bytes of header fields.
+  inject: ["common.ts"],
   splitting: true,
   format: "esm",
   target: ["chrome109", "firefox115", "safari16.4"],
@@ -87,11 +89,35 @@ async function addIcons() {
   }
 }
 
+/** What the shell's script imports, so that browsers load it at once and not in steps. */
+function makePreloads() {
+  const outputs = new Map(
+    Object.entries(result.metafile.outputs).map(([name, output]) => [path.resolve(root, name), output]),
+  );
+  const found = new Set();
+  const follow = (name) => {
+    for (const each of outputs.get(name)?.imports ?? []) {
+      const file = path.resolve(root, each.path);
+      if (each.kind === "import-statement" && !found.has(file)) {
+        found.add(file);
+        follow(file);
+      }
+    }
+  };
+  follow(path.join(out, "www/assets/main.js"));
+  return [...found]
+    .map((file) => `<link rel="modulepreload" href="/assets/${path.basename(file)}">`)
+    .join("");
+}
+
 async function addIndex() {
   const style = await nameByContent("www/assets/main.css");
   const script = await nameByContent("www/assets/main.js");
   const template = await fs.readFile(path.join(root, "shell/index.html"), "utf8");
-  const html = template.replace("{{style}}", style).replace("{{script}}", script);
+  const html = template
+    .replace("{{style}}", style)
+    .replace("{{script}}", script)
+    .replace("{{preloads}}", makePreloads());
   files.set("www/index.html", encoder.encode(html));
 }
 

@@ -47,7 +47,7 @@ function listVisit() {
   for (const [, address] of index.matchAll(/(?:src|href)="(\/[^"]+)"/g)) {
     visit.add(address);
   }
-  const [main] = [...visit].filter((address) => address.endsWith(".js"));
+  const main = [...visit].find((address) => /\/main-[^/]*\.js$/.test(address));
   visit.delete(main);
   addScript(visit, main, false);
   const catalogues = fs
