@@ -11,6 +11,7 @@ import "./kit/components/Basics";
 import "./kit/components/Card";
 import "./kit/components/CopyButton";
 import "./kit/components/Dialog";
+import "./shell/Header";
 import "./shell/Language";
 import "./shell/PasswordChange";
 import "./shell/Session";

@@ -39,6 +39,7 @@ test("the first visit takes at most 70 KB over the wire, log-in and overview inc
   };
   await browser.visit({ host, prepare }, async (page) => {
     await logIn(page, "viewer", password);
+    await page.locator(".overview canvas").first().waitFor();
     await settle(page);
     const total = [...sizes.values()].reduce((sum, size) => sum + size, 0);
     const list = [...sizes].map(([name, size]) => `${name}: ${size}`).join("\n");
