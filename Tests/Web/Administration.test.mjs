@@ -131,12 +131,12 @@ test("the audit trail is shown newest first, filtered, and exported as the host 
     assert.deepEqual(await rows.first().locator("td").nth(1).innerText(), body.rows[0].user);
     await page.getByLabel("Action").selectOption({ label: "Token added" });
     await page.getByRole("button", { name: "Filter" }).click();
-    await until(async () => /^(?:.*Token added.*\s*)+$/s.test(await page.locator("tbody").innerText()));
-    const shown = await rows.count();
-    const { body: filtered } = await host.ask("GET", "/api/v1/audit?action=TokenAdded", {
-      token: host.token,
+    const filter = "/api/v1/audit?action=TokenAdded";
+    const { body: filtered } = await host.ask("GET", filter, { token: host.token });
+    await until(async () => {
+      const shown = await rows.allInnerTexts();
+      return shown.length === filtered.rows.length && shown.every((each) => each.includes("Token added"));
     });
-    assert.equal(shown, filtered.rows.length);
     await page
       .getByRole("button", { name: /^Details of entry/ })
       .first()
@@ -150,7 +150,7 @@ test("the audit trail is shown newest first, filtered, and exported as the host 
       .trimEnd()
       .split("\r\n");
     assert.equal(text.codePointAt(0), 0xfeff);
-    assert.equal(lines.length, shown + 1);
+    assert.equal(lines.length, filtered.rows.length + 1);
     // Programs for tables would calculate a cell that begins so.
     assert.doesNotMatch(text, /(?:^|,)"?[=+@]/m);
     assert.match(text, /=1\+1/);
