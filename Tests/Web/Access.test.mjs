@@ -140,3 +140,38 @@ async function tabThrough(page) {
   }
   throw new Error(`the focus comes to no end after ${mostSteps} steps`);
 }
+
+/** What screen readers are told, from now on. */
+function listenToAnnouncements() {
+  window.announced = [];
+  const live = "[role=status], [role=alert], [aria-live]:not([aria-live=off])";
+  new MutationObserver((records) => {
+    for (const { target } of records) {
+      const element = target instanceof Element ? target : target.parentElement;
+      const region = element?.closest(live);
+      if (region) {
+        window.announced.push(region.textContent);
+      }
+    }
+  }).observe(document.body, { childList: true, subtree: true, characterData: true });
+}
+
+const quietRounds = 3;
+
+test("polling is not read out, and a change of view takes the focus along", async () => {
+  await browser.visit({ host, user: "admin" }, async (page) => {
+    for (const route of ["overview", "items"]) {
+      await open(page, route);
+      await page.evaluate(listenToAnnouncements);
+      for (let round = 0; round < quietRounds; ++round) {
+        await page.waitForResponse((response) => /SectionName=Health|GetItems/.test(response.url()));
+      }
+      assert.deepEqual(await page.evaluate(() => window.announced), [], `read out on ${route}`);
+    }
+    await page.locator("nav a[href='#/users']").click();
+    await settle(page);
+    assert.equal(await page.evaluate(() => document.activeElement.id), "content");
+    await page.keyboard.press("Shift+Tab");
+    assert.equal(await page.evaluate(() => document.activeElement.closest("nav") !== null), true);
+  });
+});

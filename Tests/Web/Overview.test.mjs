@@ -155,6 +155,31 @@ test("a clock that differs from the browser's by more than 5 s is a warning", as
   });
 });
 
+test("the load is charted for ten minutes, an hour or a day, from the device's history", async () => {
+  await browser.visit({ host: plain, user: "viewer" }, async (page) => {
+    await settle(page);
+    const card = page.getByRole("region", { name: "Load", exact: true });
+    for (const [choice, milliseconds] of [
+      ["24 h", 86_400_000],
+      ["1 h", 3_600_000],
+      ["10 min", 600_000],
+    ]) {
+      const isWanted = (request) => {
+        const { searchParams } = new URL(request.url());
+        const span = Number(searchParams.get("to")) - Number(searchParams.get("from"));
+        return searchParams.get("key") === "Status.Cpu.0.Load.Percent" && span === milliseconds;
+      };
+      await Promise.all([
+        page.waitForRequest(isWanted),
+        card.getByRole("radio", { name: choice }).check({ force: true }),
+      ]);
+    }
+    const chart = card.getByRole("img");
+    assert.match(await chart.first().getAttribute("aria-label"), /^Load: 23 %/);
+    await card.locator("canvas").waitFor();
+  });
+});
+
 test("German texts, numbers and units are German", async () => {
   await browser.visit({ host, user: "viewer", locale: "de-DE" }, async (page) => {
     await settle(page);
