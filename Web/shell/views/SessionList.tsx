@@ -1,6 +1,7 @@
 // Where a user is logged in; for administrators, where every user is.
 import { useCallback, useState } from "preact/hooks";
 import { call, ProblemError, type Schemas } from "../../kit/Api";
+import { ActionTable } from "../../kit/components/ActionTable";
 import { Button, Foreign, Mark, makeVisible, Segments } from "../../kit/components/Basics";
 import { ActionDialog } from "../ActionDialog";
 import { text } from "../Language";
@@ -80,27 +81,20 @@ interface TableProps {
 
 function SessionTable({ sessions, scope, onEnd }: TableProps) {
   return (
-    <div class="oxa-table-frame">
-      <table class="oxa-table" data-stacked="true">
-        <thead>
-          <tr>
-            {scope === "all" ? <th scope="col">{text("users.name")}</th> : null}
-            <th scope="col">{text("sessions.client")}</th>
-            <th scope="col">{text("sessions.address")}</th>
-            <th scope="col">{text("sessions.created")}</th>
-            <th scope="col">{text("sessions.lastUsed")}</th>
-            <th scope="col">
-              <span class="oxa-hidden">{text("view.actions")}</span>
-            </th>
-          </tr>
-        </thead>
-        <tbody>
-          {sessions.map((each) => (
-            <SessionRow key={each.id} session={each} scope={scope} onEnd={() => onEnd(each)} />
-          ))}
-        </tbody>
-      </table>
-    </div>
+    <ActionTable
+      columns={[
+        ...(scope === "all" ? [text("users.name")] : []),
+        text("sessions.client"),
+        text("sessions.address"),
+        text("sessions.created"),
+        text("sessions.lastUsed"),
+      ]}
+      actions={text("view.actions")}
+    >
+      {sessions.map((each) => (
+        <SessionRow key={each.id} session={each} scope={scope} onEnd={() => onEnd(each)} />
+      ))}
+    </ActionTable>
   );
 }
 

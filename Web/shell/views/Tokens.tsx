@@ -2,6 +2,7 @@
 import { Plus } from "lucide-preact";
 import { useState } from "preact/hooks";
 import { call, type Schemas } from "../../kit/Api";
+import { ActionTable } from "../../kit/components/ActionTable";
 import { Button, Foreign, Mark, makeVisible } from "../../kit/components/Basics";
 import { ActionDialog } from "../ActionDialog";
 import { text } from "../Language";
@@ -53,27 +54,20 @@ interface TokenTableProps {
 
 function TokenTable({ tokens, onRemove }: TokenTableProps) {
   return (
-    <div class="oxa-table-frame">
-      <table class="oxa-table" data-stacked="true">
-        <thead>
-          <tr>
-            <th scope="col">{text("tokens.name")}</th>
-            <th scope="col">{text("role")}</th>
-            <th scope="col">{text("tokens.created")}</th>
-            <th scope="col">{text("tokens.expires")}</th>
-            <th scope="col">{text("tokens.lastUsed")}</th>
-            <th scope="col">
-              <span class="oxa-hidden">{text("view.actions")}</span>
-            </th>
-          </tr>
-        </thead>
-        <tbody>
-          {tokens.map((token) => (
-            <TokenRow key={token.name} token={token} onRemove={() => onRemove(token)} />
-          ))}
-        </tbody>
-      </table>
-    </div>
+    <ActionTable
+      columns={[
+        text("tokens.name"),
+        text("role"),
+        text("tokens.created"),
+        text("tokens.expires"),
+        text("tokens.lastUsed"),
+      ]}
+      actions={text("view.actions")}
+    >
+      {tokens.map((token) => (
+        <TokenRow key={token.name} token={token} onRemove={() => onRemove(token)} />
+      ))}
+    </ActionTable>
   );
 }
 

@@ -2,6 +2,7 @@
 import { Plus } from "lucide-preact";
 import { useState } from "preact/hooks";
 import { call, type Schemas } from "../../kit/Api";
+import { ActionTable } from "../../kit/components/ActionTable";
 import { Button, Foreign, Mark } from "../../kit/components/Basics";
 import { text } from "../Language";
 import { keepFocus, LoadedList, useLoaded } from "../Loaded";
@@ -62,25 +63,14 @@ interface UserTableProps {
 
 function UserTable({ users, onDialog }: UserTableProps) {
   return (
-    <div class="oxa-table-frame">
-      <table class="oxa-table" data-stacked="true">
-        <thead>
-          <tr>
-            <th scope="col">{text("users.name")}</th>
-            <th scope="col">{text("role")}</th>
-            <th scope="col">{text("users.state")}</th>
-            <th scope="col">
-              <span class="oxa-hidden">{text("view.actions")}</span>
-            </th>
-          </tr>
-        </thead>
-        <tbody>
-          {users.map((user) => (
-            <UserRow key={user.user} user={user} onDialog={onDialog} />
-          ))}
-        </tbody>
-      </table>
-    </div>
+    <ActionTable
+      columns={[text("users.name"), text("role"), text("users.state")]}
+      actions={text("view.actions")}
+    >
+      {users.map((user) => (
+        <UserRow key={user.user} user={user} onDialog={onDialog} />
+      ))}
+    </ActionTable>
   );
 }
 
