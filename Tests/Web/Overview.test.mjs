@@ -41,7 +41,6 @@ const [host, plain, strange, browser] = await Promise.all([
 after(async () => {
   await browser.stop();
   await Promise.all([host, plain, strange].map((each) => each.stop()));
-  fs.rmSync(folder, { recursive: true });
 });
 
 /** The text of the card, blanks as in a line. */

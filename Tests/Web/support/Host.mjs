@@ -134,7 +134,6 @@ export class Host {
   async stop() {
     await this.#process?.end();
     await this.#device?.end();
-    fs.rmSync(this.folder, { recursive: true, force: true });
   }
 
   /** One request; the status, the header fields and the parsed body. */

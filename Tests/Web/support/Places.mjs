@@ -25,7 +25,9 @@ export function readScript(name) {
   return fs.readFileSync(packages.resolve(name), "utf8");
 }
 
-/** A new folder of mode 0700. */
+/** A new folder of mode 0700, removed with the end of the tests. */
 export function makeFolder() {
-  return fs.mkdtempSync(path.join(os.tmpdir(), "oxa-web-"));
+  const folder = fs.mkdtempSync(path.join(os.tmpdir(), "oxa-web-"));
+  process.once("exit", () => fs.rmSync(folder, { recursive: true, force: true }));
+  return folder;
 }

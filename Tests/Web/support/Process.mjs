@@ -4,6 +4,14 @@ import { createInterface } from "node:readline";
 
 const startMilliseconds = 20_000;
 
+/** None outlives the tests, however they end. */
+const running = new Set();
+process.prependListener("exit", () => {
+  for (const child of running) {
+    child.kill("SIGKILL");
+  }
+});
+
 export class Process {
   #child;
   #ended;
@@ -12,6 +20,8 @@ export class Process {
 
   constructor(file, args) {
     this.#child = spawn(file, args, { stdio: ["ignore", "pipe", "pipe"] });
+    running.add(this.#child);
+    this.#child.once("exit", () => running.delete(this.#child));
     this.#ended = new Promise((resolve) => this.#child.once("exit", resolve).once("error", resolve));
     for (const stream of [this.#child.stdout, this.#child.stderr]) {
       createInterface({ input: stream }).on("line", (line) => this.#take(line));
