@@ -102,6 +102,8 @@ function waitForRounds(page, wanted) {
 }
 
 async function readMetrics(devTools) {
+  // What the first pass finalizes is freed by the second.
+  await devTools.send("HeapProfiler.collectGarbage");
   await devTools.send("HeapProfiler.collectGarbage");
   const { metrics } = await devTools.send("Performance.getMetrics");
   return Object.fromEntries(metrics.map(({ name, value }) => [name, value]));
@@ -113,10 +115,28 @@ const rounds = 250;
 const warmUp = 60;
 const leastPolls = 2_000;
 const mostScriptMilliseconds = 2;
-/** The charts have more points until their time is full; a response kept by each poll would be ten times as much. */
-const mostGrowth = 500_000;
-const mostNodes = 100;
+/** A response that each poll kept would be ten times as much. */
+const mostGrowth = 200_000;
+const mostNodes = 20;
 const mostListeners = 20;
+/** What a poll keeps, it keeps in every span; code that the browser compiles and charts that fill do not go on. */
+const mostSpans = 5;
+
+async function measureSpan(page, devTools) {
+  const before = await readMetrics(devTools);
+  const polls = await waitForRounds(page, rounds);
+  const afterwards = await readMetrics(devTools);
+  const grown = (name) => afterwards[name] - before[name];
+  const figures = {
+    polls,
+    script: (1000 * grown("ScriptDuration")) / polls,
+    growth: grown("JSHeapUsedSize"),
+    nodes: grown("Nodes"),
+    listeners: grown("JSEventListeners"),
+  };
+  const { growth, nodes, listeners } = figures;
+  return { ...figures, isFlat: growth <= mostGrowth && nodes <= mostNodes && listeners <= mostListeners };
+}
 
 test("a poll takes at most 2 ms of script, and 2,000 of them leave the heap as it is", async () => {
   const prepare = (page) => page.addInitScript(hasten, haste);
@@ -125,23 +145,14 @@ test("a poll takes at most 2 ms of script, and 2,000 of them leave the heap as i
     // Time of the processor, so that other programs do not matter.
     await devTools.send("Performance.enable", { timeDomain: "threadTicks" });
     await waitForRounds(page, warmUp);
-    const before = await readMetrics(devTools);
-    const polls = await waitForRounds(page, rounds);
-    const afterwards = await readMetrics(devTools);
-    const grown = (name) => afterwards[name] - before[name];
-    assert.ok(polls >= leastPolls, `${polls} requests`);
-    const figures = {
-      script: (1000 * grown("ScriptDuration")) / polls,
-      task: (1000 * grown("TaskDuration")) / polls,
-      heap: before.JSHeapUsedSize,
-      growth: grown("JSHeapUsedSize"),
-      nodes: grown("Nodes"),
-      listeners: grown("JSEventListeners"),
-    };
-    const text = JSON.stringify(figures);
-    assert.ok(figures.script <= mostScriptMilliseconds, text);
-    assert.ok(figures.growth <= mostGrowth, text);
-    assert.ok(figures.nodes <= mostNodes && figures.listeners <= mostListeners, text);
+    const spans = [];
+    while (spans.length < mostSpans && !spans.some(({ isFlat }) => isFlat)) {
+      spans.push(await measureSpan(page, devTools));
+    }
+    const text = JSON.stringify(spans);
+    assert.ok(spans.every(({ polls }) => polls >= leastPolls), text);
+    assert.ok(spans.every(({ script }) => script <= mostScriptMilliseconds), text);
+    assert.ok(spans.at(-1).isFlat, text);
   });
 });
 
