@@ -1,7 +1,7 @@
 // Everybody can use every view: rules, widths, zoom, touch and keyboard.
 import assert from "node:assert/strict";
 import { after, test } from "node:test";
-import { checkRules, checkTargets, checkWidth, settle } from "./support/Access.mjs";
+import { checkRules, checkTargets, checkWidth, open } from "./support/Access.mjs";
 import { Browser } from "./support/Browser.mjs";
 import { controller, stillItems } from "./support/Description.mjs";
 import { Host } from "./support/Host.mjs";
@@ -21,13 +21,6 @@ async function getRoutes(page) {
     .locator("nav.shell-navigation a")
     .evaluateAll((links) => links.map((link) => link.getAttribute("href")));
   return addresses.map((address) => address.replace("#/", ""));
-}
-
-async function open(page, route) {
-  await page.evaluate((hash) => {
-    window.location.hash = hash;
-  }, `#/${route}`);
-  await settle(page);
 }
 
 const looks = {
@@ -168,8 +161,7 @@ test("polling is not read out, and a change of view takes the focus along", asyn
       }
       assert.deepEqual(await page.evaluate(() => window.announced), [], `read out on ${route}`);
     }
-    await page.locator("nav a[href='#/users']").click();
-    await settle(page);
+    await open(page, "users");
     assert.equal(await page.evaluate(() => document.activeElement.id), "content");
     await page.keyboard.press("Shift+Tab");
     assert.equal(await page.evaluate(() => document.activeElement.closest("nav") !== null), true);

@@ -2,7 +2,7 @@
 import assert from "node:assert/strict";
 import * as fs from "node:fs";
 import { after, test } from "node:test";
-import { settle } from "./support/Access.mjs";
+import { open, settle } from "./support/Access.mjs";
 import { Browser } from "./support/Browser.mjs";
 import { Host, password } from "./support/Host.mjs";
 import { until } from "./support/Until.mjs";
@@ -163,8 +163,7 @@ test("modules are shown with their state, and the support file has everything bu
     for (const name of ["Di", "Items"]) {
       await page.getByRole("region", { name, exact: true }).getByText("running").waitFor();
     }
-    await page.locator("nav a[href='#/about']").click();
-    await settle(page);
+    await open(page, "about");
     await page.getByText("preact", { exact: false }).first().waitFor();
     const { text } = await save(page, "Save file");
     const file = JSON.parse(text);

@@ -2,7 +2,7 @@
 import assert from "node:assert/strict";
 import * as fs from "node:fs";
 import { after, test } from "node:test";
-import { checkWidth, settle } from "./support/Access.mjs";
+import { checkWidth, open, settle } from "./support/Access.mjs";
 import { Browser, firefoxPath, logIn } from "./support/Browser.mjs";
 import { controller, stillItems } from "./support/Description.mjs";
 import { Host, password } from "./support/Host.mjs";
@@ -42,8 +42,7 @@ test("Firefox logs in, shows the device, changes the language, and restarts the 
     await page.getByRole("heading", { name: "Platinentemperatur" }).waitFor();
     await page.locator(".shell-account select").selectOption("en");
     for (const route of ["items", "account", "about", "overview"]) {
-      await page.locator(`nav a[href='#/${route}']`).click();
-      await settle(page);
+      await open(page, route);
     }
 
     const { body: before } = await host.ask("GET", "/api/v1/boot");

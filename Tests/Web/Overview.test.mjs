@@ -3,7 +3,7 @@ import assert from "node:assert/strict";
 import * as fs from "node:fs";
 import * as path from "node:path";
 import { after, test } from "node:test";
-import { checkRules, checkWidth, settle } from "./support/Access.mjs";
+import { checkRules, checkWidth, open, settle } from "./support/Access.mjs";
 import { Browser } from "./support/Browser.mjs";
 import { controller, stillItems } from "./support/Description.mjs";
 import { Host } from "./support/Host.mjs";
@@ -217,10 +217,7 @@ test("a wide screen shows everything at once, a phone begins with health, switch
 test("hostile texts of a device are shown as text, and break nothing", async () => {
   await browser.visit({ host: strange, user: "admin" }, async (page) => {
     for (const route of ["overview", "items"]) {
-      await page.evaluate((hash) => {
-        window.location.hash = hash;
-      }, `#/${route}`);
-      await settle(page);
+      await open(page, route);
       await page.getByText("<img src=x").first().waitFor();
       assert.equal(await page.locator("img, main script").count(), 0);
       const text = await page.locator("body").innerText();

@@ -10,6 +10,15 @@ export async function settle(page) {
   await page.waitForFunction(() => !document.querySelector(".oxa-skeleton"));
 }
 
+/** Goes to another view and waits until that one is shown. */
+export async function open(page, route) {
+  await page.evaluate((hash) => {
+    window.location.hash = hash;
+  }, `#/${route}`);
+  await page.locator(`nav a[aria-current=page][href="#/${route}"]`).waitFor({ state: "attached" });
+  await settle(page);
+}
+
 export async function checkRules(page, what) {
   await page.evaluate(`window.axe || (() => { ${axe} })()`);
   const { violations } = await page.evaluate(() =>
