@@ -150,8 +150,14 @@ test("a poll takes at most 2 ms of script, and 2,000 of them leave the heap as i
       spans.push(await measureSpan(page, devTools));
     }
     const text = JSON.stringify(spans);
-    assert.ok(spans.every(({ polls }) => polls >= leastPolls), text);
-    assert.ok(spans.every(({ script }) => script <= mostScriptMilliseconds), text);
+    assert.ok(
+      spans.every(({ polls }) => polls >= leastPolls),
+      text,
+    );
+    assert.ok(
+      spans.every(({ script }) => script <= mostScriptMilliseconds),
+      text,
+    );
     assert.ok(spans.at(-1).isFlat, text);
   });
 });
