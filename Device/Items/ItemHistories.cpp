@@ -179,7 +179,7 @@ HistoryPoint ItemHistories::Summarize(Period begin, Period end, std::size_t colu
         const float sample = GetSample(number, column);
         if (!std::isnan(sample))
         {
-            // The other number when one of them is none.
+            // fmin and fmax return the number when the other operand is NaN.
             point.minimum = std::fmin(point.minimum, sample);
             point.maximum = std::fmax(point.maximum, sample);
             sum += static_cast<double>(sample);

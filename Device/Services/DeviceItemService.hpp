@@ -53,7 +53,7 @@ private:
     [[nodiscard]] Range Find(const BasicString& prefix, const BasicString& after, std::size_t count) const;
     [[nodiscard]] Interface::Services::ItemState Read(std::size_t place, const Items::ReadPass& pass);
     void KeepLastValue(std::size_t place, const Items::ItemReading& reading);
-    /// Changes nothing when there is none, or it is too old.
+    /// Changes nothing without a last value, or when it is too old.
     void UseLastValue(std::size_t place, Interface::Services::ItemState& state);
 
     const std::shared_ptr<const Items::ItemTable> items;

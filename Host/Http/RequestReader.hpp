@@ -50,7 +50,7 @@ public:
     RequestReader& operator=(const RequestReader&) = delete;
     ~RequestReader();
 
-    /// For the next bytes; never empty after `NeedsMore`. Allocates the buffer when there is none.
+    /// For the next bytes; never empty after `NeedsMore`. Allocates the buffer if it was given back.
     [[nodiscard]] std::span<char> GetSpace();
 
     /// Gives the buffer back when it holds nothing, as between two requests.

@@ -10,7 +10,7 @@
 namespace Oxa::Services::Modules::Wbm::Items::Internal
 {
 
-/// What every response says of an item, whatever its value is. A value type.
+/// The part of an item in every response that does not depend on its value. A value type.
 struct ListedItem
 {
     explicit ListedItem(const Oxa::Device::Interface::Services::DescribedItem& item);

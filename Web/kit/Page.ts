@@ -30,7 +30,7 @@ export interface PageContext {
   /** Aborted when the page is closed. */
   readonly signal: AbortSignal;
   /** Sends a request to a data provider and returns the payload. Rejects with an error whose `code` is the problem's or
-   * the module's. Requests that nobody caused have `background: true`. */
+   * the module's. Requests that the user did not cause have `background: true`. */
   request<T extends object>(provider: string, name: string, options?: ModuleRequestOptions): Promise<T>;
   /** Replaces what the page reported before. */
   setAttention(items: readonly AttentionItem[]): void;

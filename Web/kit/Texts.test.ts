@@ -21,7 +21,7 @@ test("fills placeholders, selects plural forms, and shows the key of a text that
   }
 });
 
-test("chooses the first wanted language that is offered, whatever the region", () => {
+test("chooses the first wanted language that is offered, with any region", () => {
   const cases = [
     [["de-AT", "en"], ["en", "de"], "de"],
     [["fr", "EN-us"], ["de", "en"], "en"],

@@ -1,4 +1,4 @@
-// The page of the module "Hello": greets whoever the user names. See Docs/WritingAPage.md.
+// The page of the module "Hello": greets the name that the user enters. See Docs/WritingAPage.md.
 
 function create(tag, properties, ...children) {
   const element = Object.assign(document.createElement(tag), properties);

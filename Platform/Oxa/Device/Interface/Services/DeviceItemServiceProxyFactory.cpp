@@ -38,8 +38,7 @@ T ReadEnumerator(RscMessageReader& reader, T last)
     const uint16 number = reader.ReadUint16();
     if (number > static_cast<uint16>(last))
     {
-        throw RscServiceException(RscFault::InvalidResponse,
-                                  "the message holds a type, an origin or a quality that is none");
+        throw RscServiceException(RscFault::InvalidResponse, "the message holds an unknown type, origin or quality");
     }
     return static_cast<T>(number);
 }

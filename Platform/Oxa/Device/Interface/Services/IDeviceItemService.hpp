@@ -33,7 +33,7 @@ enum class ItemQuality : uint8
     Good = 0,
     /// Read before, at most `IDeviceItemService::maximumAge` ago; it cannot be read now.
     Old = 1,
-    /// There is none.
+    /// No value.
     Missing = 2
 };
 
