@@ -76,25 +76,36 @@ test("every view fits the width of the screen, with targets for fingers, in both
   }
 });
 
+const mostRounds = 3;
+
 test("every link and button is reached by the keyboard, and the focus is seen", async () => {
   await browser.visit({ host, user: "admin" }, async (page) => {
     for (const route of await getRoutes(page)) {
       await open(page, route);
-      const reached = await tabThrough(page);
-      const unseen = reached.filter(({ isSeen }) => !isSeen).map(({ text }) => text);
-      assert.deepEqual(unseen, [], `focus that is not seen on ${route}`);
-      const missed = await page.evaluate(() =>
-        [...document.querySelectorAll("a[href], button, input:not([type=hidden]), select, summary")]
-          .filter((each) => each.checkVisibility() && !each.disabled && !each.dataset.reached)
-          .filter((each) => each.type !== "radio" || each.checked)
-          .map((each) => each.outerHTML.slice(0, 120)),
-      );
+      let missed = [];
+      // What was still loading is reached in another round.
+      for (let round = 0; round < mostRounds && (round === 0 || missed.length > 0); ++round) {
+        const reached = await tabThrough(page);
+        const unseen = reached.filter(({ isSeen }) => !isSeen).map(({ text }) => text);
+        assert.deepEqual(unseen, [], `focus that is not seen on ${route}`);
+        missed = await findMissed(page);
+      }
       assert.deepEqual(missed, [], `what the keyboard does not reach on ${route}`);
     }
   });
 });
 
 const mostSteps = 400;
+
+/** What can have the focus and did not get it. */
+function findMissed(page) {
+  return page.evaluate(() =>
+    [...document.querySelectorAll("a[href], button, input:not([type=hidden]), select, summary")]
+      .filter((each) => each.checkVisibility() && !each.disabled && !each.dataset.reached)
+      .filter((each) => each.type !== "radio" || each.checked)
+      .map((each) => each.outerHTML.slice(0, 120)),
+  );
+}
 
 /** Presses Tab until the focus is where it was first. */
 async function tabThrough(page) {
