@@ -51,7 +51,7 @@ export const knownActions = [
   "UserRemoved",
 ] as const;
 
-/** The host takes whole seconds in UTC; a time that is none is left to it to refuse. */
+/** The host takes whole seconds in UTC; an invalid time is passed on, and the host refuses it. */
 export function toHostTime(local: string): string {
   const time = new Date(local);
   return Number.isNaN(time.getTime()) ? local : `${time.toISOString().slice(0, 19)}Z`;

@@ -1,4 +1,4 @@
-// Copies a text, and says so on the button itself.
+// Copies a text; the button shows that it was copied.
 import { Check, Copy } from "lucide-preact";
 import { useEffect, useState } from "preact/hooks";
 

@@ -35,7 +35,7 @@ export function Dialog({ title, onCancel, onSubmit, actions, children }: DialogP
     event.preventDefault();
     onCancel();
   };
-  // Browsers close it when Escape is pressed again, whatever became of the first time.
+  // Browsers close it on a second Escape, even when the first one was prevented.
   const reopen = () => {
     if (dialog.current && !dialog.current.open) {
       dialog.current.showModal();

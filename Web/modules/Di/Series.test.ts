@@ -27,7 +27,7 @@ test("a bucket keeps the extremes of its values", () => {
   assert.deepEqual([mean, minimum, maximum], [[40], [10], [70]]);
 });
 
-test("a pause is a gap, the distance of two samples is none", () => {
+test("a pause makes a gap, the period between two samples does not", () => {
   const series = new Series();
   for (const time of [0, 10_000, 20_000, 90_000]) {
     series.add(start + time, 1);

@@ -4,7 +4,7 @@ import { Button, Field, Select } from "../../kit/components/Basics";
 import { type AuditFilter, everything, knownActions } from "../AuditRows";
 import { language, lookUp, text } from "../Language";
 
-/** The action in words; its name when there are none. */
+/** The action in words; without a text for it, its name. */
 export function actionName(action: string): string {
   const key = `audit.action.${action}`;
   const found = lookUp(key);
