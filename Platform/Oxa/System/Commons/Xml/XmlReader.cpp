@@ -153,7 +153,7 @@ public:
         {
             // Some faults, such as bytes that the encoding does not have, belong to no context: without a handler of
             // the thread they would be printed.
-            const ThreadErrorHandler errorHandler(this, &OnError);
+            const ThreadErrorHandler errorHandler(this, &OnErrorOfTheThread);
             // NOENT: without it, "&" in an attribute comes as a reference; there are only the predefined entities.
             xmlCtxtReadMemory(context.get(), text.data(), static_cast<int>(text.size()), fileName.c_str(), nullptr,
                               XML_PARSE_NONET | XML_PARSE_NOENT);
@@ -241,6 +241,15 @@ private:
         }
     }
 
+    /// libxml2 reports these while it fills its buffer: where it stands in the document must not be asked then.
+    static void OnErrorOfTheThread(void* self, xmlErrorPtr error) noexcept
+    {
+        if (error->level >= XML_ERR_ERROR)
+        {
+            Run(self, [error](Parser& parser) { parser.SetFault(parser.GetLine(), MakeMessage(*error)); });
+        }
+    }
+
     /// libxml2 has read the tag, but for its ">" or "/>".
     Node& AddStartTag(BasicString name)
     {
@@ -282,10 +291,15 @@ private:
                                                                 : "the document ends before its element is closed");
             return;
         }
+        SetFault(line, MakeMessage(error));
+    }
+
+    [[nodiscard]] static BasicString MakeMessage(const xmlError& error)
+    {
         BasicString message = error.message != nullptr ? error.message : "not well-formed XML";
         message.erase(message.find_last_not_of('\n') + 1);
         std::replace(message.begin(), message.end(), '\n', ' ');
-        SetFault(line, message);
+        return message;
     }
 
     /// The document from where libxml2 stands.
