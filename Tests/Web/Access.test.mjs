@@ -5,6 +5,7 @@ import { checkRules, checkTargets, checkWidth, open } from "./support/Access.mjs
 import { Browser } from "./support/Browser.mjs";
 import { controller, stillItems } from "./support/Description.mjs";
 import { Host } from "./support/Host.mjs";
+import { until } from "./support/Until.mjs";
 
 const [host, browser] = await Promise.all([
   Host.start({ description: controller(stillItems), hasSafetyPart: true }),
@@ -173,7 +174,7 @@ test("polling is not read out, and a change of view takes the focus along", asyn
       assert.deepEqual(await page.evaluate(() => window.announced), [], `read out on ${route}`);
     }
     await open(page, "users");
-    assert.equal(await page.evaluate(() => document.activeElement.id), "content");
+    await until(() => page.evaluate(() => document.activeElement.id === "content"));
     await page.keyboard.press("Shift+Tab");
     assert.equal(await page.evaluate(() => document.activeElement.closest("nav") !== null), true);
   });

@@ -62,7 +62,7 @@ test("an administrator adds, changes and removes a user, and the host knows it e
 
     await page.getByRole("button", { name: "Disable olga" }).click();
     await dialog.waitFor();
-    assert.equal(await page.evaluate(() => document.activeElement.textContent), "Cancel");
+    await until(() => page.evaluate(() => document.activeElement.textContent === "Cancel"));
     await press("Disable");
     await row.getByText("disabled").waitFor();
     assert.equal(await tryLogIn("olga", newPassword), 401);
@@ -74,7 +74,7 @@ test("an administrator adds, changes and removes a user, and the host knows it e
     await dialog.waitFor();
     await page.keyboard.press("Escape");
     await dialog.waitFor({ state: "detached" });
-    assert.equal(await page.evaluate(() => document.activeElement.ariaLabel), "Delete olga");
+    await until(() => page.evaluate(() => document.activeElement.ariaLabel === "Delete olga"));
     await page.getByRole("button", { name: "Delete olga" }).click();
     await press("Delete");
     await row.waitFor({ state: "detached" });
@@ -101,7 +101,7 @@ test("a token works once it is issued, is shown once, and works no more when it 
     const health = "/api/v1/DeviceInterfaceDp/GetDataSection?SectionName=Health";
     assert.equal((await host.ask("GET", health, { token: secret })).status, 200);
     await page.getByRole("button", { name: "I have stored it" }).click();
-    assert.equal((await page.locator("body").innerText()).includes(secret), false);
+    await until(async () => !(await page.locator("body").innerText()).includes(secret));
     const row = page.getByRole("row").filter({ hasText: "=monitor" });
     await row.getByText("Viewer").waitFor();
 

@@ -6,6 +6,7 @@ import { checkWidth, open, settle } from "./support/Access.mjs";
 import { Browser, firefoxPath, logIn } from "./support/Browser.mjs";
 import { controller, stillItems } from "./support/Description.mjs";
 import { Host, password } from "./support/Host.mjs";
+import { until } from "./support/Until.mjs";
 
 const isInstalled = fs.existsSync(firefoxPath);
 const skip = isInstalled ? false : `${firefoxPath} is not installed`;
@@ -32,7 +33,7 @@ test("Firefox logs in, shows the device, changes the language, and restarts the 
     await card("Board temperature").getByText("47", { exact: true }).waitFor();
     await card("Identity").getByText("SIM-000001").waitFor();
     const light = card("Front panel").locator("[data-state=slow] .overview-led-light");
-    assert.equal(await light.evaluate((each) => each.getAnimations().length), 1);
+    await until(() => light.evaluate((each) => each.getAnimations().length === 1));
     for (const width of [320, 768, 1440]) {
       await page.setViewportSize({ width, height: 900 });
       await checkWidth(page, `the overview, ${width} px`);

@@ -43,25 +43,27 @@ test("a restart names the device, needs a further step in Run, and is followed t
     await button(page, "Restart…").click();
     await dialog.getByText("Demo 400 S").waitFor();
     await dialog.getByText("SIM-000001").waitFor();
-    assert.equal(await page.evaluate(() => document.activeElement.textContent), "Cancel");
+    await until(() => page.evaluate(() => document.activeElement.textContent === "Cancel"));
     await page.keyboard.press("Enter");
     await dialog.waitFor({ state: "detached" });
-    assert.equal(await page.evaluate(() => document.activeElement.textContent), "Restart…");
+    await until(() => page.evaluate(() => document.activeElement.textContent === "Restart…"));
     assert.equal(await readBootId(host), before);
 
     await page.keyboard.press("Enter");
-    assert.equal(await inDialog(page, "Restart").getAttribute("aria-disabled"), "true");
+    await page.locator("dialog button[aria-disabled=true]").getByText("Restart").waitFor();
     await inDialog(page, "Restart").click({ force: true });
     await dialog.getByRole("checkbox").check();
     await inDialog(page, "Restart").click();
     await progress(page, "away").waitFor();
-    assert.match(await page.title(), /^Away/);
-    assert.match(await page.locator("link[rel=icon]").getAttribute("href"), /away/);
+    await until(async () => {
+      assert.match(await page.title(), /^Away/);
+      assert.match(await page.locator("link[rel=icon]").getAttribute("href"), /away/);
+    });
     await page.reload();
     await progress(page, /restarted in \d+ s/).waitFor();
     assert.notEqual(await readBootId(host), before);
     await button(page, "Close").click();
-    assert.doesNotMatch(await page.title(), /^Away/);
+    await until(async () => assert.doesNotMatch(await page.title(), /^Away/));
     await button(page, "Restart…").click();
     await dialog.getByText(/Last time it took \d+ s/).waitFor();
     await page.keyboard.press("Escape");

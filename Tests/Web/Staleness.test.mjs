@@ -43,7 +43,7 @@ test("a section that fails dims its own card, says why, and comes back", async (
     await page.getByText("Old values").waitFor();
     await page.unroute(section);
     await until(async () => (await old(page).count()) === 0);
-    assert.equal(await page.getByText("Old values").count(), 0);
+    await page.getByText("Old values").waitFor({ state: "detached" });
   });
 });
 
@@ -52,11 +52,13 @@ test("services that are killed dim every card; others that come back fill them a
     await settle(page);
     const blinks = () =>
       page.evaluate(() => document.getAnimations().filter((each) => each.animationName).length);
-    assert.equal(await blinks(), 1);
+    await until(async () => (await blinks()) === 1);
     await apart.killDevice();
-    await until(async () => (await old(page).count()) === cards);
-    assert.equal(await blinks(), 0);
-    assert.match(await page.title(), /^Away/);
+    await until(async () => {
+      assert.equal(await old(page).count(), cards);
+      assert.equal(await blinks(), 0);
+      assert.match(await page.title(), /^Away/);
+    });
     await apart.startDevice(
       controller({
         ...blinking,
@@ -67,8 +69,10 @@ test("services that are killed dim every card; others that come back fill them a
     await until(async () => (await old(page).count()) === 0);
     await card(page, "Board temperature").getByText("51", { exact: true }).waitFor();
     await page.locator("header").getByText("Another").waitFor();
-    assert.doesNotMatch(await page.title(), /^Away/);
-    assert.equal(await blinks(), 1);
+    await until(async () => {
+      assert.doesNotMatch(await page.title(), /^Away/);
+      assert.equal(await blinks(), 1);
+    });
   });
 });
 
@@ -153,6 +157,6 @@ test("a host that is gone is told, and its next life asks to log in and goes on 
     await page.getByText("The session has ended.").waitFor();
     await logIn(page, "viewer", password);
     await settle(page);
-    assert.equal(await old(page).count(), 0);
+    await until(async () => (await old(page).count()) === 0);
   });
 });

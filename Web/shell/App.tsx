@@ -1,3 +1,4 @@
+import { useSignalEffect } from "@preact/signals";
 import { useEffect, useRef } from "preact/hooks";
 import { Button } from "../kit/components/Basics";
 import { Poller } from "../kit/Polling";
@@ -17,11 +18,10 @@ const pagesMilliseconds = 5_000;
 
 export function App() {
   const state = session.value;
-  const place = state.kind === "loggedIn" ? getPlaceTitle() : "";
-  useEffect(
-    () => showCondition(condition.value, place, device.value),
-    [condition.value, place, device.value],
-  );
+  useSignalEffect(() => {
+    const place = session.value.kind === "loggedIn" ? getPlaceTitle() : "";
+    showCondition(condition.value, place, device.value);
+  });
   const previous = useRef(state.kind);
   useEffect(() => {
     const hasLoggedIn = previous.current === "loggedOut" || previous.current === "passwordChange";

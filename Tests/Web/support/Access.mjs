@@ -1,6 +1,7 @@
 // Whether everybody can use what a page shows: rules that axe knows, widths, and the size of what is touched.
 import assert from "node:assert/strict";
 import { readScript } from "./Places.mjs";
+import { until } from "./Until.mjs";
 
 const axe = readScript("axe-core/axe.min.js");
 
@@ -19,7 +20,12 @@ export async function open(page, route) {
   await settle(page);
 }
 
-export async function checkRules(page, what) {
+/** What is on its way, such as a colour that fades or a chart that takes its new size, may end it first. */
+export function checkRules(page, what) {
+  return until(() => findBrokenRules(page, what));
+}
+
+async function findBrokenRules(page, what) {
   await page.evaluate(`window.axe || (() => { ${axe} })()`);
   const { violations } = await page.evaluate(() =>
     window.axe.run(document, {
@@ -39,7 +45,11 @@ export async function checkRules(page, what) {
 }
 
 /** Elements that reach past the right edge make a page wider than the screen. */
-export async function checkWidth(page, what) {
+export function checkWidth(page, what) {
+  return until(() => findWideElements(page, what));
+}
+
+async function findWideElements(page, what) {
   const wide = await page.evaluate(() => {
     const { scrollWidth, clientWidth } = document.documentElement;
     if (scrollWidth <= clientWidth) {
@@ -55,7 +65,11 @@ export async function checkWidth(page, what) {
 }
 
 /** Links within a sentence may be as small as its text. */
-export async function checkTargets(page, what) {
+export function checkTargets(page, what) {
+  return until(() => findSmallTargets(page, what));
+}
+
+async function findSmallTargets(page, what) {
   const small = await page.evaluate(() => {
     const least = 44;
     const targets = document.querySelectorAll(

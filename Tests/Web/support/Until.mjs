@@ -1,11 +1,22 @@
+import { AssertionError } from "node:assert/strict";
+
 const mostMilliseconds = 15_000;
 const pauseMilliseconds = 50;
 
-/** Waits until `isSo` resolves to true. */
-export async function until(isSo) {
-  for (const end = Date.now() + mostMilliseconds; !(await isSo()); ) {
-    if (Date.now() > end) {
-      throw new Error(`not so after ${mostMilliseconds} ms: ${isSo}`);
+/** Waits until `check` resolves to something else than false, and no assertion in it fails. */
+export async function until(check) {
+  for (const end = Date.now() + mostMilliseconds; ; ) {
+    try {
+      if ((await check()) !== false) {
+        return;
+      }
+      if (Date.now() > end) {
+        throw new Error(`not so after ${mostMilliseconds} ms: ${check}`);
+      }
+    } catch (error) {
+      if (!(error instanceof AssertionError) || Date.now() > end) {
+        throw error;
+      }
     }
     await new Promise((resolve) => {
       setTimeout(resolve, pauseMilliseconds);
