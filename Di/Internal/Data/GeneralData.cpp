@@ -18,7 +18,6 @@ void GeneralData::Setup()
 {
     if (!deviceInfoService)
     {
-        Log(LogLevel::Warning, "The device information service is missing, device general data is not read");
         return;
     }
     itemKeys.clear();
@@ -31,6 +30,7 @@ void GeneralData::Setup()
     deviceInfoService->ReadItems(keysDelegate, resultsDelegate);
     if (results.size() != expectedCount)
     {
+        // The misspelling stays: users and tools search logs for exactly this text.
         Log(LogLevel::Warning, "Failed to get device general data. Size missmatch error. Expected: {0}, Result: {1}",
             expectedCount, results.size());
         return;
@@ -54,6 +54,7 @@ void GeneralData::WriteJsonData(JsonWriter& writer, JsonSerializationContext& /*
 {
     writer.WriteStartObject(GetName());
     writer.WriteValue("articleName", articleName);
+    // The device's item is the article number; clients know it by this name.
     writer.WriteValue("orderNumber", orderNumber);
     writer.WriteValue("serialNumber", serialNumber);
     writer.WriteValue("fullFirmwareVersion", firmwareVersion);

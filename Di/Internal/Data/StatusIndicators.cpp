@@ -50,6 +50,7 @@ bool StatusIndicators::UpdateData()
     deviceStatusService->ReadItems(keysDelegate, resultsDelegate);
     if (results.size() != itemKeys.size())
     {
+        // The misspelling stays: users and tools search logs for exactly this text.
         Log(LogLevel::Debug, "Failed to read LED status values. Expected elements size missmatch!");
         return false;
     }

@@ -30,7 +30,6 @@ void Utilization::Setup()
 {
     if (!deviceInfoService)
     {
-        Log(LogLevel::Warning, "The device information service is missing, the number of CPU cores is not read");
         return;
     }
     itemKeys.clear();
@@ -58,8 +57,9 @@ void Utilization::Setup()
 
 bool Utilization::UpdateData()
 {
-    // One for the process, not per object, and never changed after the first update, even if the number of cores
-    // changes. Deliberate: a client sees the same number of loads for the life of the process.
+    // One for all objects, fixed by the first update, even one that fails below, and never changed as long as the
+    // library is loaded. Deliberate, not to be changed: with fewer cores later the response is an exception, and after
+    // a first update with 0 cores no load is ever listed; clients are told both.
     static const uint32 lastResultIndex = uint32{cpuCoresCount} + firstCoreIndex - 1;
 
     const std::size_t expectedCount = itemKeys.size();
@@ -70,7 +70,7 @@ bool Utilization::UpdateData()
     deviceStatusService->ReadItems(keysDelegate, resultsDelegate);
     if (results.size() != expectedCount)
     {
-        // The text says "general data" here too; tools search logs for it.
+        // The text says "general data" here too, and is misspelled: users and tools search logs for exactly this one.
         Log(LogLevel::Warning, "Failed to get device general data. Size missmatch error. Expected: {0}, Result: {1}",
             expectedCount, results.size());
         return false;

@@ -20,7 +20,7 @@ public:
     void Setup() override;
 
     /// False when a number or a type is not the expected one, or the number of cores is 0. Passes on what the service
-    /// throws, and std::out_of_range when there are fewer results than the process's first update had.
+    /// throws, and std::out_of_range when there are fewer cores than at the first update since the library was loaded.
     [[nodiscard]] bool UpdateData() override;
 
     void WriteJsonData(JsonWriter& writer, JsonSerializationContext& context) override;
