@@ -132,6 +132,8 @@ void WbmHost::SetRoutes()
     router.Set(Operation::ListModules,
                [this](const ApiRequest& each) { return systemRoutes.HandleModules(each.exchange); });
     router.Set(Operation::GetBoot, [](const ApiRequest& each) { return SystemRoutes::HandleBootId(each.exchange); });
+    router.Set(Operation::GetNotice, [this](const ApiRequest& each)
+               { return SystemRoutes::HandleNotice(each.exchange, configuration.sessions.notice); });
     router.Set(Operation::GetHealth, [](const ApiRequest& each) { return SystemRoutes::HandleHealth(each.exchange); });
     router.Set(Operation::GetReadiness,
                [this](const ApiRequest& each) { return systemRoutes.HandleReadiness(each.exchange); });

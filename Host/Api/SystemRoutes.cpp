@@ -154,6 +154,16 @@ Handling SystemRoutes::HandleBootId(const Exchange& exchange)
     return Handling::Completed;
 }
 
+Handling SystemRoutes::HandleNotice(const Exchange& exchange, const BasicString& notice)
+{
+    JsonWriter writer;
+    writer.WriteStartObject();
+    writer.WriteValue("text", notice);
+    writer.WriteEndObject();
+    exchange->Send({200, Http::jsonMediaType, writer.GetText()});
+    return Handling::Completed;
+}
+
 Handling SystemRoutes::HandlePages(const Exchange& exchange, System::Um::SecurityToken securityToken) const
 {
     return pagesStrand->Run(exchange,

@@ -58,6 +58,7 @@ public:
     [[nodiscard]] static Http::Handling HandleHealth(const Exchange& exchange);
     /// Without a log-in, so that a page can tell a restart from a short outage.
     [[nodiscard]] static Http::Handling HandleBootId(const Exchange& exchange);
+    [[nodiscard]] static Http::Handling HandleNotice(const Exchange& exchange, const BasicString& notice);
     [[nodiscard]] Http::Handling HandlePages(const Exchange& exchange, System::Um::SecurityToken securityToken) const;
     /// Calls no module.
     [[nodiscard]] Http::Handling HandleModules(const Exchange& exchange) const;

@@ -1,5 +1,6 @@
 #include "Host/Configuration/HostConfiguration.hpp"
 
+#include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 
 #include <boost/asio/ip/address.hpp>
@@ -115,6 +116,12 @@ void ReadSessions(XmlElementReader& element, SessionConfiguration& sessions)
     element.Read("maximumTotal", sessions.maximumTotal, 1, 4096);
     element.Read("wrongPasswordsPerAccount", sessions.wrongPasswordsPerAccount, 1, 1000);
     element.Read("wrongPasswordsPerAddress", sessions.wrongPasswordsPerAddress, 1, 10000);
+    constexpr std::size_t longestNotice = 2000;
+    if (element.Read("notice", sessions.notice) && sessions.notice.size() > longestNotice)
+    {
+        element.ReportBadValue("notice", System::Commons::Text::Truncate(sessions.notice, 40),
+                               "a text of at most 2000 bytes");
+    }
 }
 
 void ReadAudit(XmlElementReader& element, AuditConfiguration& audit)

@@ -74,6 +74,8 @@ struct SessionConfiguration
     std::size_t wrongPasswordsPerAccount = 10;
     /// From one address, for all accounts together.
     std::size_t wrongPasswordsPerAddress = 30;
+    /// Shown to everybody before the log-in; may be empty.
+    BasicString notice = {};
 };
 
 /// What the host's configuration says about a module that is installed.

@@ -66,6 +66,20 @@ test("wrong passwords and too many of them are told, and the right one still log
   });
 });
 
+test("the operator's notice is read before the log-in", async () => {
+  const notice = await Host.start({
+    sessions: 'notice="For staff of <b>Example Works</b>.&#10;All is recorded."'.replaceAll("<", "&lt;"),
+  });
+  try {
+    await browser.visit({ host: notice }, async (page) => {
+      await page.getByText("For staff of <b>Example Works</b>.").waitFor();
+      await page.locator(form).waitFor();
+    });
+  } finally {
+    await notice.stop();
+  }
+});
+
 test("the language is the browser's, and stays the one that is chosen", async () => {
   await browser.visit({ host, locale: "de-CH" }, async (page) => {
     await page.getByRole("button", { name: "Anmelden" }).waitFor();

@@ -1,4 +1,5 @@
 import { useEffect, useRef, useState } from "preact/hooks";
+import { call } from "../kit/Api";
 import { Banner, Button, Field } from "../kit/components/Basics";
 import { explain } from "../kit/Failures";
 import { LanguageChoice } from "./Header";
@@ -11,7 +12,8 @@ export function LogIn({ hasEnded }: { readonly hasEnded: boolean }) {
   const [failure, setFailure] = useState("");
   const [isSending, setIsSending] = useState(false);
   const form = useRef<HTMLFormElement>(null);
-  useEffect(() => form.current?.querySelector("input")?.focus(), []);
+  const notice = useNotice();
+  useEffect(() => form.current?.querySelector("input")?.focus(), [notice]);
   const submit = async (event: Event) => {
     event.preventDefault();
     if (isSending) {
@@ -26,6 +28,9 @@ export function LogIn({ hasEnded }: { readonly hasEnded: boolean }) {
       setIsSending(false);
     }
   };
+  if (notice === undefined) {
+    return <main />;
+  }
   return (
     <main class="shell-center">
       <form ref={form} class="oxa-card oxa-stack shell-form" onSubmit={(event) => void submit(event)}>
@@ -33,6 +38,7 @@ export function LogIn({ hasEnded }: { readonly hasEnded: boolean }) {
           <h1 class="oxa-page-title">{text("shell.title")}</h1>
           <p class="oxa-soft">{window.location.hostname}</p>
         </div>
+        {notice ? <p class="shell-notice">{notice}</p> : null}
         {hasEnded ? <Banner level="info">{text("logIn.ended")}</Banner> : null}
         <Field
           label={text("logIn.user")}
@@ -63,4 +69,14 @@ export function LogIn({ hasEnded }: { readonly hasEnded: boolean }) {
       </form>
     </main>
   );
+}
+
+/** What the operator wants everybody to read before the log-in; not set until it is known. */
+function useNotice(): string | undefined {
+  const [notice, setNotice] = useState<string | undefined>();
+  useEffect(() => {
+    const show = (found: { readonly text: string }) => setNotice(found.text);
+    void call("get", "/api/v1/notice").then(show, () => setNotice(""));
+  }, []);
+  return notice;
 }

@@ -37,7 +37,7 @@ TEST(ReadingTheConfiguration, ReadsEveryElementAndAttribute)
              <Page folder="/w"/>
             <Users database="${STATE}/u"/>
             <Sessions idleSeconds="9" lifetimeSeconds="10" maximumPerUser="11" maximumTotal="12"
-                      wrongPasswordsPerAccount="13" wrongPasswordsPerAddress="14"/>
+                      wrongPasswordsPerAccount="13" wrongPasswordsPerAddress="14" notice="1&#10;2"/>
             <Requests maximumWaiting="15" maximumWaitingPerClient="16"/>
             <Services><Provider name="D" socket="/d" readMilliseconds="10" commandMilliseconds="60000"/>
                 <Provider name="E" socket="/e"/></Services>
@@ -73,6 +73,7 @@ TEST(ReadingTheConfiguration, ReadsEveryElementAndAttribute)
     EXPECT_EQ(configuration.sessions.idleTimeout.count(), 9);
     EXPECT_EQ(configuration.sessions.lifetime.count(), 10);
     EXPECT_EQ(configuration.sessions.maximumPerUser, 11U);
+    EXPECT_EQ(configuration.sessions.notice, "1\n2");
     EXPECT_EQ(configuration.sessions.maximumTotal, 12U);
     EXPECT_EQ(configuration.sessions.wrongPasswordsPerAccount, 13U);
     EXPECT_EQ(configuration.sessions.wrongPasswordsPerAddress, 14U);
@@ -118,7 +119,7 @@ TEST(ReadingTheConfiguration, EncryptsEverythingOutsideOfTheLoopbackInterface)
 
 TEST(ReadingTheConfiguration, NamesTheLineOfWhatItDoesNotUnderstand)
 {
-    const std::pair<const char*, const char*> faults[] = {
+    const std::pair<BasicString, const char*> faults[] = {
         {"<Unknown/>", "the element 'Unknown' is not known here"},
         {"<Log><Http/></Log>", "the element 'Http' is not known here"},
         {"<Module name=\"M\"/>", "the element 'Module' is not known here"},
@@ -129,6 +130,7 @@ TEST(ReadingTheConfiguration, NamesTheLineOfWhatItDoesNotUnderstand)
         {"<Log level=\"debug\"> loud</Log>", "the text 'loud' does not belong here"},
         {"<Http port=\"65536\"/>", "'65536', expected a whole number from 0 to 65535"},
         {"<Http port=\"-1\"/>", "'-1', expected a whole number"},
+        {"<Sessions notice=\"" + BasicString(2001, 'n') + "\"/>", "expected a text of at most 2000 bytes"},
         {"<Http idleSeconds=\"0\"/>", "'0', expected a whole number from 1 to 3600"},
         {"<Http maximumBodyBytes=\"4095\"/>", "'4096', expected at most maximumBodyBytes"},
         {"<Http address=\"localhost\"/>", "'localhost', expected an IP address"},
@@ -164,8 +166,7 @@ TEST(ReadingTheConfiguration, NamesTheLineOfWhatItDoesNotUnderstand)
     const TemporaryFolder folder;
     for (const auto& [text, message] : faults)
     {
-        const BasicString path =
-            folder.Write("host.xml", BasicString("<WbmHostDocument>\n\n") + text + "</WbmHostDocument>");
+        const BasicString path = folder.Write("host.xml", "<WbmHostDocument>\n\n" + text + "</WbmHostDocument>");
         try
         {
             (void)LoadHostConfiguration(path);
