@@ -288,9 +288,14 @@ void DeviceCommands::CarryOut(Command command, std::promise<AccessErrorCode> dec
                               const WakeEvent& responseSent) noexcept
 {
     const BasicString title = command.title;
-    const CommandResult prepared = TryRun(command.prepare);
+    CommandResult prepared = TryRun(command.prepare);
     if (!prepared.IsSuccess())
     {
+        if (prepared.code == AccessErrorCode::TimedOut)
+        {
+            // To callers TimedOut means that the command goes on; this one has ended.
+            prepared.code = AccessErrorCode::DeviceFault;
+        }
         if (Admits(failureLogs, prepared.code))
         {
             LogFailure(prepared, title);
@@ -323,7 +328,7 @@ void DeviceCommands::EndCommand(Command command, std::optional<TimePoint> restar
     lastRestart = restart ? restart : lastRestart;
 }
 
-/// Always true for success, and for a command that timed out: it may go on.
+/// Always true for success, and for a command that timed out: it goes on.
 bool DeviceCommands::Admits(LogRateLimiters& limiters, AccessErrorCode code)
 {
     return code == AccessErrorCode::None || code == AccessErrorCode::TimedOut ||

@@ -48,10 +48,11 @@ public:
     ~DeviceCommands() override;
 
     /// Returns when it is decided whether the restart takes place. It begins after the response to the call that this
-    /// thread carries out has been sent.
+    /// thread carries out has been sent. TimedOut only when the decision takes longer than a caller waits: the command
+    /// goes on then.
     AccessErrorCode Restart() override;
 
-    /// As `Restart`. TimedOut when the reset takes longer than a caller waits: it goes on, and the restart follows.
+    /// As `Restart`, which follows the reset.
     [[nodiscard]] AccessErrorCode FactoryReset(uint16 resetKind) override;
 
     /// Ends a command at once, at any step; an outage without offering the services again. No command can begin

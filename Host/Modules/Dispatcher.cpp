@@ -63,6 +63,13 @@ BasicString FindErrorCode(std::string_view body)
     return {};
 }
 
+/// Of a command whose module returned this error code. A module that did not wait for the command's end says so with
+/// the code "timed out".
+std::string_view GetOutcome(std::string_view errorCode) noexcept
+{
+    return errorCode.empty() ? "success" : errorCode == "timed out" ? "unknown" : "failure";
+}
+
 bool IsAllowed(HttpMethod method, const DataProvider& provider) noexcept
 {
     return method == HttpMethod::Post || (provider.manifest.isSafe && Http::IsRead(method));
@@ -196,13 +203,13 @@ WbmResponse Dispatcher::Execute(IHttpExchange& exchange, const DataProvider& pro
         WbmResponse response = HandleRequest(exchange, provider, request);
         const BasicString errorCode = FindErrorCode(response.GetBody());
         Publish(errorCode.empty() ? NotificationKind::CommandExecuted : NotificationKind::CommandFailed, exchange,
-                request, {{"outcome", errorCode.empty() ? "success" : "failure"}, {"errorCode", errorCode}});
+                request, {{"outcome", BasicString(GetOutcome(errorCode))}, {"errorCode", errorCode}});
         return response;
     }
     catch (const RscServiceException& exception)
     {
         const bool mayBeDone =
-            exception.GetFault() == RscFault::TimedOut || exception.GetFault() == RscFault::ConnectionLost;
+            exception.GetFault() != RscFault::NotAvailable && exception.GetFault() != RscFault::Refused;
         Publish(NotificationKind::CommandFailed, exchange, request,
                 {{"outcome", mayBeDone ? "unknown" : "failure"}, {"cause", "no-service"}});
         throw;

@@ -103,7 +103,7 @@ TEST(RestartingTheMachine, TellsTheCallerWhatTheLoginManagerSays)
         {"", "", AccessErrorCode::DeviceFault},
         {RaiseCode("org.freedesktop.DBus.Error.AccessDenied"), "s", AccessErrorCode::AccessDenied},
         {RaiseCode("org.freedesktop.DBus.Error.InteractiveAuthorizationRequired"), "s", AccessErrorCode::AccessDenied},
-        {RaiseCode("org.freedesktop.DBus.Error.NoReply"), "s", AccessErrorCode::TimedOut},
+        {RaiseCode("org.freedesktop.DBus.Error.NoReply"), "s", AccessErrorCode::DeviceFault},
         {RaiseCode("org.freedesktop.DBus.Error.Spawn.ChildExited"), "s", AccessErrorCode::NotAvailable},
         {RaiseCode("org.freedesktop.DBus.Error.Failed"), "s", AccessErrorCode::DeviceFault},
     };
@@ -130,14 +130,14 @@ TEST(RestartingTheMachine, EndsWhenWhatItNeedsIsMissingOrSilent)
     Device hasty(times);
 
     kill(system.GetServices().GetNumber(), SIGSTOP);
-    EXPECT_EQ(hasty.service.Restart(), AccessErrorCode::TimedOut);
+    EXPECT_EQ(hasty.service.Restart(), AccessErrorCode::DeviceFault);
     kill(system.GetServices().GetNumber(), SIGKILL);
     system.GetServices().Wait();
     EXPECT_EQ(patient.service.Restart(), AccessErrorCode::NotAvailable);
 
     // A bus that accepts and says nothing.
     kill(system.GetBus().GetNumber(), SIGSTOP);
-    EXPECT_EQ(hasty.service.Restart(), AccessErrorCode::TimedOut);
+    EXPECT_EQ(hasty.service.Restart(), AccessErrorCode::DeviceFault);
     // A bus that goes away during the call, and one that is gone.
     auto code = std::async(std::launch::async, [&patient] { return patient.service.Restart(); });
     kill(system.GetBus().GetNumber(), SIGKILL);
@@ -204,7 +204,7 @@ TEST(ResettingTheMachine, TellsTheCallerHowTheUnitEnded)
 {
     const std::pair<BasicString, AccessErrorCode> cases[] = {
         {EndJobCode("done"), AccessErrorCode::None},
-        {EndJobCode("timeout"), AccessErrorCode::TimedOut},
+        {EndJobCode("timeout"), AccessErrorCode::DeviceFault},
         {EndJobCode("dependency"), AccessErrorCode::DeviceFault},
         {EndJobCode("failed"), AccessErrorCode::DeviceFault},
         {EndJobCode("canceled"), AccessErrorCode::DeviceFault},
@@ -249,11 +249,11 @@ TEST(ResettingTheMachine, WaitsForTheEndOfAUnitThatRunsOnAfterItsStart)
         const char* result;
         AccessErrorCode expected;
     } ends[] = {
-        {2 * shortTime, "active", "running", "success", AccessErrorCode::TimedOut},
+        {2 * shortTime, "active", "running", "success", AccessErrorCode::DeviceFault},
         {longTime, "inactive", "dead", "success", AccessErrorCode::None},
         {longTime, "active", "exited", "success", AccessErrorCode::None},
         {longTime, "failed", "failed", "exit-code", AccessErrorCode::DeviceFault},
-        {longTime, "failed", "failed", "timeout", AccessErrorCode::TimedOut},
+        {longTime, "failed", "failed", "timeout", AccessErrorCode::DeviceFault},
         {longTime, "inactive", "dead", "exit-code", AccessErrorCode::DeviceFault},
     };
 
