@@ -45,21 +45,24 @@ export type PathsOf<M extends Method> = {
   [P in keyof paths]: OperationOf<P, M> extends { responses: object } ? P : never;
 }[keyof paths];
 
-export interface CallOptions {
-  /** Values for `{name}` in the path. */
-  readonly parameters?: Readonly<Record<string, string>>;
-  readonly query?: Readonly<Record<string, string | number>>;
+export interface RequestOptions {
   /** A request that the user did not cause: it does not keep the session alive. */
   readonly background?: boolean;
   readonly signal?: AbortSignal;
+  /** For the whole response. Default: 20 s. */
+  readonly timeoutMilliseconds?: number;
 }
 
-export interface ModuleRequestOptions {
+export interface CallOptions extends RequestOptions {
+  /** Values for `{name}` in the path. */
+  readonly parameters?: Readonly<Record<string, string>>;
+  readonly query?: Readonly<Record<string, string | number>>;
+}
+
+export interface ModuleRequestOptions extends RequestOptions {
   /** The query as it stands behind `?`, or its parameters. */
   readonly query?: string | Readonly<Record<string, string | number>>;
   readonly method?: "GET" | "POST";
-  readonly background?: boolean;
-  readonly signal?: AbortSignal;
 }
 
 interface Envelope {
@@ -80,34 +83,34 @@ export function observeSession(newObserver: SessionObserver): void {
   observer = newObserver;
 }
 
-const requestTimeoutMilliseconds = 20_000;
+const usualTimeoutMilliseconds = 20_000;
 
-async function fetchResponse(path: string, init: RequestInit, background: boolean): Promise<Response> {
-  const headers = new Headers(init.headers);
-  if (background) {
-    headers.set("Oxa-Activity", "background");
-  }
+/** Ends `exchange`, which reads the body as well, after its time or with the caller's signal. */
+async function limit<T>(
+  { signal, timeoutMilliseconds = usualTimeoutMilliseconds }: RequestOptions,
+  exchange: (signal: AbortSignal) => Promise<T>,
+): Promise<T> {
   const aborted = new AbortController();
   const abort = () => aborted.abort();
   // Not AbortSignal.timeout, which lives on for that long after each request.
-  const timer = setTimeout(abort, requestTimeoutMilliseconds);
-  init.signal?.addEventListener("abort", abort);
+  const timer = setTimeout(abort, timeoutMilliseconds);
+  signal?.addEventListener("abort", abort);
   try {
-    if (init.signal?.aborted) {
+    if (signal?.aborted) {
       throw new ConnectionError("aborted");
     }
-    return await fetch(path, {
-      ...init,
-      headers,
-      signal: aborted.signal,
-      cache: "no-store",
-      redirect: "error",
-    });
-  } catch (error) {
-    throw new ConnectionError(error instanceof Error ? error.message : String(error));
+    return await exchange(aborted.signal);
   } finally {
     clearTimeout(timer);
-    init.signal?.removeEventListener("abort", abort);
+    signal?.removeEventListener("abort", abort);
+  }
+}
+
+async function fetchResponse(path: string, init: RequestInit): Promise<Response> {
+  try {
+    return await fetch(path, { ...init, cache: "no-store", redirect: "error" });
+  } catch (error) {
+    throw new ConnectionError(error instanceof Error ? error.message : String(error));
   }
 }
 
@@ -124,10 +127,32 @@ async function readProblem(response: Response): Promise<Error> {
   return new ProblemError(body, Number.isFinite(seconds) ? seconds : undefined);
 }
 
-async function send(path: string, init: RequestInit, background: boolean): Promise<unknown> {
-  const response = await fetchResponse(path, init, background);
+async function read(response: Response): Promise<unknown> {
   if (!response.ok) {
-    const error = await readProblem(response);
+    throw await readProblem(response);
+  }
+  if (response.status === 204) {
+    return undefined;
+  }
+  return response.json().catch(() => {
+    throw new ConnectionError("the response is incomplete");
+  });
+}
+
+async function send(path: string, init: RequestInit, options: RequestOptions): Promise<unknown> {
+  const headers = new Headers(init.headers);
+  if (options.background) {
+    headers.set("Oxa-Activity", "background");
+  }
+  try {
+    const body = await limit(options, async (signal) =>
+      read(await fetchResponse(path, { ...init, headers, signal })),
+    );
+    if (!options.background) {
+      observer?.sessionUsed();
+    }
+    return body;
+  } catch (error) {
     if (
       error instanceof ProblemError &&
       (error.code === "no-session" || error.code === "password-change-needed")
@@ -136,15 +161,6 @@ async function send(path: string, init: RequestInit, background: boolean): Promi
     }
     throw error;
   }
-  if (!background) {
-    observer?.sessionUsed();
-  }
-  if (response.status === 204) {
-    return undefined;
-  }
-  return response.json().catch(() => {
-    throw new ConnectionError("the response is incomplete");
-  });
 }
 
 function toQuery(query: string | Readonly<Record<string, string | number>> | undefined): string {
@@ -171,11 +187,8 @@ export async function call<M extends Method, P extends PathsOf<M>>(
     init.body = JSON.stringify(body);
     init.headers = { "Content-Type": "application/json" };
   }
-  if (options.signal) {
-    init.signal = options.signal;
-  }
   const target = fillPath(path, options.parameters) + toQuery(options.query);
-  return (await send(target, init, options.background ?? false)) as ResultOf<OperationOf<P, M>>;
+  return (await send(target, init, options)) as ResultOf<OperationOf<P, M>>;
 }
 
 /** Sends a request to a module's data provider and returns the payload. Throws ModuleError, ProblemError or
@@ -185,12 +198,8 @@ export async function request<T extends object>(
   name: string,
   options: ModuleRequestOptions = {},
 ): Promise<T> {
-  const init: RequestInit = { method: options.method ?? "GET" };
-  if (options.signal) {
-    init.signal = options.signal;
-  }
   const path = `/api/v1/${encodeURIComponent(provider)}/${encodeURIComponent(name)}${toQuery(options.query)}`;
-  const envelope = (await send(path, init, options.background ?? false)) as Envelope;
+  const envelope = (await send(path, { method: options.method ?? "GET" }, options)) as Envelope;
   if (envelope.errorCode !== "") {
     throw new ModuleError(envelope.errorCode);
   }
