@@ -15,6 +15,11 @@ using System::Commons::Diagnostics::Logging::LogLevel;
 namespace
 {
 
+/// Of a client, without application bytes between them: a handshake takes three at most, and further ones (KeyUpdate of
+/// TLS 1.3, ClientHello of 1.2) are rare. OpenSSL has no bound and reads on as long as they come; this is the one of
+/// other TLS libraries.
+constexpr int maximumHandshakeMessages = 32;
+
 /// The protocol: TLS 1.2 and 1.3 with forward secrecy and authenticated ciphers, of which the fast ones come first.
 void SetProtocol(SSL_CTX& context)
 {
@@ -79,12 +84,30 @@ TlsChannel::TlsChannel(SSL_CTX& context, int descriptor, bool hasIssuedCertifica
         ThrowError("cannot encrypt a connection");
     }
     SSL_set_accept_state(ssl.get());
+    SSL_set_msg_callback(ssl.get(), &CountMessage);
+    SSL_set_msg_callback_arg(ssl.get(), this);
+}
+
+/// Called inside the library's operations. Ends a connection whose messages could keep one read busy for ever.
+void TlsChannel::CountMessage(int isWritten, int /*version*/, int contentType, const void* /*bytes*/,
+                              std::size_t /*byteCount*/, SSL* ssl, void* channel) noexcept
+{
+    auto& self = *static_cast<TlsChannel*>(channel);
+    if (isWritten == 0 && contentType == SSL3_RT_HANDSHAKE && ++self.handshakeMessages > maximumHandshakeMessages)
+    {
+        // As if the client had closed its side: the read in progress takes no further record and ends.
+        SSL_set_shutdown(ssl, SSL_get_shutdown(ssl) | SSL_RECEIVED_SHUTDOWN);
+        self.Log(LogLevel::Debug, "a TLS connection ends: {0} handshake messages without application bytes",
+                 self.handshakeMessages);
+    }
 }
 
 TlsChannel::Progress TlsChannel::Read(std::span<char> space, std::size_t& count) noexcept
 {
     ERR_clear_error();
-    return Check(SSL_read_ex(ssl.get(), space.data(), space.size(), &count));
+    const Progress progress = Check(SSL_read_ex(ssl.get(), space.data(), space.size(), &count));
+    handshakeMessages = progress == Progress::Done ? 0 : handshakeMessages;
+    return progress;
 }
 
 TlsChannel::Progress TlsChannel::Write(std::string_view bytes, std::size_t& count) noexcept

@@ -19,7 +19,8 @@ class Certificate;
 [[nodiscard]] UniqueContext MakeContext(const Certificate& certificate);
 
 /// One connection's TLS, directly on its socket: a small record is encrypted into one system call, and buffers exist
-/// only while they hold bytes. Failed handshakes are logged at level debug. Threads: one at a time.
+/// only while they hold bytes. Failed handshakes are logged at level debug. A client that sends handshake messages
+/// instead of application bytes is disconnected. Threads: one at a time.
 class TlsChannel final : public Http::ISecureChannel,
                          private System::Commons::Diagnostics::Logging::Loggable<TlsChannel>
 {
@@ -41,12 +42,16 @@ public:
     }
 
 private:
+    static void CountMessage(int isWritten, int version, int contentType, const void* bytes, std::size_t byteCount,
+                             SSL* ssl, void* channel) noexcept;
     [[nodiscard]] Progress Check(int result) noexcept;
     void Fail() noexcept;
 
     const UniqueSsl ssl;
     const bool hasIssuedCertificate;
     bool hasFailed = false;
+    /// Of the client, since its last application bytes.
+    int handshakeMessages = 0;
 };
 
 } // namespace Oxa::Host::Tls

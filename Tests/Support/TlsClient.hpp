@@ -71,6 +71,13 @@ public:
         }
     }
 
+    /// Sends a KeyUpdate of TLS 1.3, which carries no application bytes. `kind`: SSL_KEY_UPDATE_…. False when the
+    /// server has ended the connection.
+    bool UpdateKey(int kind = SSL_KEY_UPDATE_NOT_REQUESTED)
+    {
+        return SSL_key_update(ssl.get(), kind) == 1 && Handshake();
+    }
+
     /// What has come.
     BasicString Read()
     {

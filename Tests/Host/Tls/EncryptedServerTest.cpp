@@ -172,6 +172,29 @@ TEST_F(EncryptedServers, KeepConnectionsWhileTheCertificateIsReplacedAndNameTheH
                 HasSubstr("\r\nStrict-Transport-Security: max-age=31536000; includeSubDomains\r\n"));
 }
 
+TEST_F(EncryptedServers, ServeOthersWhileAClientSendsNothingButKeyUpdates)
+{
+    constexpr int mostUpdates = 20'000;
+    Client client(server->GetPort());
+    // Buffers take a tenth of that.
+    const int sendBufferBytes = 16384;
+    setsockopt(client.socket.Get(), SOL_SOCKET, SO_SNDBUF, &sendBufferBytes, sizeof(sendBufferBytes));
+    int updates = 0;
+    std::jthread flood(
+        [&client, &updates]
+        {
+            while (updates < mostUpdates && client.tls->UpdateKey())
+            {
+                ++updates;
+            }
+        });
+    Client other(server->GetPort());
+    other.tls->Write("GET /quick HTTP/1.1\r\nHost: localhost\r\n\r\n");
+    EXPECT_THAT(other.ReadUntil("/quick secure."), HasSubstr("200 OK"));
+    flood.join();
+    EXPECT_LT(updates, mostUpdates) << "the server must end the connection";
+}
+
 TEST_F(EncryptedServers, StopWithConnectionsInEveryState)
 {
     Client idle(server->GetPort());

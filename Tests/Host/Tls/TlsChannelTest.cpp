@@ -223,6 +223,43 @@ TEST_F(TlsChannels, RefuseToNegotiateAgain)
     EXPECT_THAT(connection.client->GetAlert(), HasSubstr("no renegotiation"));
 }
 
+TEST_F(TlsChannels, EndWhenMessagesOfTheProtocolComeWithoutBytesBetweenThem)
+{
+    for (const int kind : {SSL_KEY_UPDATE_NOT_REQUESTED, SSL_KEY_UPDATE_REQUESTED})
+    {
+        Connection connection(store);
+        ASSERT_TRUE(connection.Handshake());
+        const auto update = [&connection, kind](int times)
+        {
+            for (int count = 0; count < times; ++count)
+            {
+                ASSERT_TRUE(connection.client->UpdateKey(kind));
+            }
+        };
+        connection.client->Write("first");
+        EXPECT_EQ(connection.Read(), "first");
+        for (int round = 0; round < 3; ++round)
+        {
+            update(20);
+            EXPECT_EQ(connection.Read(), "");
+            EXPECT_EQ(connection.progress, Progress::WaitsForInput);
+            update(12);
+            connection.client->Write("next");
+            EXPECT_EQ(connection.Read(), "next") << kind << ", round " << round;
+            std::size_t count = 0;
+            EXPECT_EQ(connection.channel->Write("response", count), Progress::Done);
+            EXPECT_EQ(connection.client->Read(), "response");
+        }
+        update(33);
+        connection.client->Write("never read");
+        EXPECT_EQ(connection.Read(), "") << kind;
+        EXPECT_EQ(connection.progress, Progress::Ended) << kind;
+        EXPECT_EQ(connection.Read(), "") << kind;
+        EXPECT_EQ(connection.progress, Progress::Ended) << kind;
+        connection.channel->EndWriting();
+    }
+}
+
 TEST_F(TlsChannels, EndWhenTheClientIsGone)
 {
     Connection connection(store);
