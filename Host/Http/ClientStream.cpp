@@ -52,8 +52,9 @@ void RefusePlain(int descriptor, std::span<const unsigned char> begin) noexcept
 
 } // namespace
 
-ClientStream::ClientStream(Socket newSocket, const SecureChannelFactory& secureChannels)
-    : socket(std::move(newSocket)), secureChannels(secureChannels)
+ClientStream::ClientStream(Socket newSocket, const asio::ip::address& client,
+                           const SecureChannelFactory& secureChannels)
+    : socket(std::move(newSocket)), clientAddress(Normalize(client)), secureChannels(secureChannels)
 {
     error_code ignored;
     socket.set_option(asio::ip::tcp::no_delay(true), ignored);
@@ -173,13 +174,6 @@ void ClientStream::Close() noexcept
 {
     error_code ignored;
     socket.close(ignored);
-}
-
-BasicString ClientStream::GetClientAddress() const
-{
-    error_code error;
-    const auto endpoint = socket.remote_endpoint(error);
-    return error ? BasicString() : Normalize(endpoint.address()).to_string();
 }
 
 asio::ip::address ClientStream::GetLocalAddress() const noexcept

@@ -29,8 +29,9 @@ class ClientStream final
 public:
     using Socket = boost::asio::basic_stream_socket<boost::asio::ip::tcp, boost::asio::io_context::executor_type>;
 
-    /// Takes over a connected socket. `secureChannels`: empty for a plain connection; borrowed.
-    ClientStream(Socket newSocket, const SecureChannelFactory& secureChannels);
+    /// Takes over a connected socket. `client`: its other end. `secureChannels`: empty for a plain connection;
+    /// borrowed.
+    ClientStream(Socket newSocket, const boost::asio::ip::address& client, const SecureChannelFactory& secureChannels);
     ClientStream(const ClientStream&) = delete;
     ClientStream& operator=(const ClientStream&) = delete;
     ~ClientStream() = default;
@@ -154,10 +155,13 @@ public:
         return socket.native_handle();
     }
 
-    /// Of the client or its proxy. Empty when the client has disconnected.
-    [[nodiscard]] BasicString GetClientAddress() const;
+    /// Of the client or its proxy, also when it has disconnected.
+    [[nodiscard]] const boost::asio::ip::address& GetClientAddress() const noexcept
+    {
+        return clientAddress;
+    }
 
-    /// The own address that the client connected to; unspecified when the client has disconnected.
+    /// The own address that the client connected to. Requires: the stream is open.
     [[nodiscard]] boost::asio::ip::address GetLocalAddress() const noexcept;
 
 private:
@@ -208,6 +212,8 @@ private:
     }
 
     Socket socket;
+    /// The socket knows it only as long as the client is connected.
+    const boost::asio::ip::address clientAddress;
     const SecureChannelFactory& secureChannels;
     /// Null: the bytes are plain, or the stream is not open.
     std::unique_ptr<ISecureChannel> channel;

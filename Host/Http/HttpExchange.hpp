@@ -113,7 +113,7 @@ public:
         return GetRequest().isSecure;
     }
 
-    /// The IP address that the request came from, perhaps a proxy's. Empty when the client has disconnected.
+    /// The IP address that the request came from, perhaps a proxy's; also when the client has disconnected.
     [[nodiscard]] virtual BasicString GetClientAddress() const = 0;
 
     /// Whether the client still waits for the response: false when it has closed the connection, or its sending side.

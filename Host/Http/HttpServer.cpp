@@ -59,9 +59,9 @@ class HttpServer::Connection final : public IHttpExchange,
                                      public std::enable_shared_from_this<Connection>
 {
 public:
-    Connection(std::shared_ptr<HttpServer> owner, ClientStream::Socket socket)
+    Connection(std::shared_ptr<HttpServer> owner, ClientStream::Socket socket, const asio::ip::address& client)
         : server(std::move(owner)),
-          stream(std::move(socket), server->secureChannels),
+          stream(std::move(socket), client, server->secureChannels),
           localAddress(stream.GetLocalAddress()),
           reader(server->configuration.requestLimits, server->hasSession, stream.IsSecure())
     {
@@ -77,8 +77,9 @@ public:
     }
 
     /// Serves the client, or tells it that there are too many connections.
-    void Start(const ClientNetwork& network)
+    void Start()
     {
+        const ClientNetwork network = GetNetwork(stream.GetClientAddress());
         // With a bit that the numbers of sessions do not have.
         networkId = uint64{1} << 63U | (network.prefix ^ network.address);
         if (server->TryAdd(*this, network))
@@ -114,7 +115,7 @@ public:
 
     [[nodiscard]] BasicString GetClientAddress() const override
     {
-        return stream.GetClientAddress();
+        return stream.GetClientAddress().to_string();
     }
 
     [[nodiscard]] bool IsConnected() noexcept override
@@ -553,7 +554,7 @@ void HttpServer::Serve(ClientStream::Socket socket)
     }
     try
     {
-        std::make_shared<Connection>(shared_from_this(), std::move(socket))->Start(GetNetwork(client.address()));
+        std::make_shared<Connection>(shared_from_this(), std::move(socket), client.address())->Start();
     }
     catch (const std::exception& exception)
     {

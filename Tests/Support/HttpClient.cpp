@@ -87,6 +87,12 @@ HttpClient::Answer HttpClient::Ask(std::string_view method, std::string_view tar
     return Read(method == "HEAD");
 }
 
+void HttpClient::Reset()
+{
+    socket.set_option(asio::socket_base::linger(true, 0));
+    socket.close();
+}
+
 bool HttpClient::IsEnded()
 {
     if (buffer.size() > 0)

@@ -36,6 +36,9 @@ public:
     /// Whether bytes or the end of the connection come in time.
     [[nodiscard]] bool WaitForInput(std::chrono::milliseconds timeout);
 
+    /// Ends the connection at once: the server's socket then knows this client no more.
+    void Reset();
+
     /// True when the server ends the connection without another byte; false when a byte comes.
     [[nodiscard]] bool IsEnded();
 

@@ -176,6 +176,17 @@ TEST_F(HttpServers, TellAHandlerWhenItsClientHasGone)
     Finish(std::move(exchange));
 }
 
+TEST_F(HttpServers, KnowTheAddressOfAClientThatHasResetItsConnection)
+{
+    HttpClient client(port);
+    client.Write("GET /defer HTTP/1.1\r\nHost: h\r\n\r\n");
+    auto exchange = deferred[0].get_future().get();
+    client.Reset();
+    EXPECT_TRUE(Tests::Support::Eventually([&exchange] { return !exchange->IsConnected(); }));
+    EXPECT_EQ(exchange->GetClientAddress(), "127.0.0.1");
+    Finish(std::move(exchange));
+}
+
 TEST_F(HttpServers, NameTheSessionOrTheAddressOfAClient)
 {
     HttpClient clients[] = {HttpClient(port), HttpClient(port)};
