@@ -63,7 +63,14 @@ public:
         : server(std::move(owner)),
           stream(std::move(socket), client, server->secureChannels),
           localAddress(stream.GetLocalAddress()),
-          reader(server->configuration.requestLimits, server->hasSession, stream.IsSecure())
+          checkSession(
+              [this](const HttpRequest& request)
+              {
+                  // The name of the session's cookie depends on it.
+                  (void)CheckHost();
+                  return server->hasSession(request);
+              }),
+          reader(server->configuration.requestLimits, checkSession, stream.IsSecure())
     {
     }
 
@@ -307,20 +314,25 @@ private:
         }
     }
 
+    /// Whether the current request's `Host` is one of this host, which also tells whether a proxy encrypts.
+    [[nodiscard]] bool CheckHost()
+    {
+        const auto match = server->hostNames.Find(GetRequest().host, localAddress);
+        if (match == HostNames::Match::OwnBehindProxy)
+        {
+            reader.MarkSecure();
+        }
+        return match != HostNames::Match::Foreign;
+    }
+
     [[nodiscard]] Handling HandleRequest()
     {
         server->Move(*this, ConnectionStage::Busy);
         requestSession.reset();
         keepsConnection = GetRequest().keepsConnection && !server->isStopping;
-        switch (server->hostNames.Find(GetRequest().host, localAddress))
+        if (!CheckHost())
         {
-        case HostNames::Match::Foreign:
             return SendProblem(*this, Problems::misdirectedRequest);
-        case HostNames::Match::OwnBehindProxy:
-            reader.MarkSecure();
-            break;
-        case HostNames::Match::Own:
-            break;
         }
         try
         {
@@ -431,6 +443,7 @@ private:
     const std::shared_ptr<HttpServer> server;
     ClientStream stream;
     const asio::ip::address localAddress;
+    const SessionCheck checkSession;
     RequestReader reader;
     /// Empty as long as nothing names the request.
     BasicString requestId;

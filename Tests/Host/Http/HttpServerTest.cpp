@@ -12,6 +12,7 @@
 #include <future>
 #include <stdexcept>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace Oxa::Host::Http
@@ -54,7 +55,7 @@ protected:
     {
         Configuration::HttpConfiguration configuration;
         configuration.port = 0;
-        configuration.hosts = {"h"};
+        configuration.hosts = {"h", "https://proxied"};
         configuration.maximumConnections = 2;
         return configuration;
     }
@@ -81,7 +82,7 @@ protected:
     std::size_t deferredCount = 0;
     std::shared_ptr<HttpServer> server = std::make_shared<HttpServer>(
         context, MakeConfiguration(), [this](const auto& exchange) { return Handle(exchange); },
-        [](const HttpRequest& request) { return request.cookie == "session"; });
+        [](const HttpRequest& request) { return request.cookie == (request.isSecure ? "__Host-session" : "session"); });
     uint16 port = 0;
     std::thread thread;
 };
@@ -115,6 +116,25 @@ TEST_F(HttpServers, TurnWhatTheHandlerThrowsIntoAResponseWithoutItsText)
     ASSERT_EQ(log.GetEntries().size(), 1U);
     EXPECT_THAT(log.GetEntries()[0].message, testing::HasSubstr(requestId));
     EXPECT_THAT(log.GetEntries()[0].message, testing::HasSubstr("inner secret"));
+}
+
+TEST_F(HttpServers, TakeLongBodiesWithTheSessionOfAnEncryptingProxysClient)
+{
+    const BasicString body(5000, 'b');
+    const std::tuple<BasicString, BasicString, unsigned> cases[] = {{"h", "session", 200},
+                                                                    {"h", "__Host-session", 413},
+                                                                    {"proxied", "session", 413},
+                                                                    {"proxied", "__Host-session", 200}};
+    for (const auto& [host, cookie, status] : cases)
+    {
+        for (const BasicString& framed : {"Content-Length: 5000\r\n\r\n" + body,
+                                          "Transfer-Encoding: chunked\r\n\r\n1388\r\n" + body + "\r\n0\r\n\r\n"})
+        {
+            HttpClient client(port);
+            client.Write("POST /a HTTP/1.1\r\nHost: " + host + "\r\nCookie: " + cookie + "\r\n" + framed);
+            EXPECT_EQ(client.Read().result_int(), status) << host << ", " << cookie << ", " << framed.substr(0, 20);
+        }
+    }
 }
 
 TEST_F(HttpServers, RefuseAConnectionOnlyWhenAllOthersAreBusy)
