@@ -1,9 +1,9 @@
 #include "Host/StateFolder.hpp"
 
-#include "Host/TrustedPath.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Commons/TrustedPath.hpp"
 #include "Oxa/System/Nm/Notification.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
@@ -135,7 +135,7 @@ bool HasAdministrator(const System::Um::UserManager& users)
 /// `subject`: what it is, for the message.
 void CheckPrivate(const char* subject, const BasicString& path)
 {
-    if (const auto weakness = FindPathWeakness(path))
+    if (const auto weakness = System::Commons::FindPathWeakness(path))
     {
         throw ConfigurationException::Create("cannot use the {0}: {1}", subject, *weakness);
     }

@@ -3,9 +3,9 @@
 #include "Host/Http/HttpSyntax.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Host/Threads/EventLoop.hpp"
-#include "Host/TrustedPath.hpp"
 #include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Commons/TrustedPath.hpp"
 
 #include <fcntl.h>
 #include <sodium.h>
@@ -271,7 +271,7 @@ private:
         {
             return;
         }
-        if (const auto weakness = FindPathWeakness(path))
+        if (const auto weakness = System::Commons::FindPathWeakness(path))
         {
             throw InvalidOperationException::Create("other users could change what is served: {0}", *weakness);
         }

@@ -1,10 +1,10 @@
 #include "Host/Modules/HostedModule.hpp"
 
-#include "Host/TrustedPath.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/ModuleInfo.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmModuleLibrary.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
+#include "Oxa/System/Commons/TrustedPath.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 
@@ -90,7 +90,7 @@ bool HostedModule::AreFilesTrusted()
         {
             path = path.parent_path();
         }
-        if (const auto weakness = FindPathWeakness(path.string()))
+        if (const auto weakness = System::Commons::FindPathWeakness(path.string()))
         {
             Report("is refused", *weakness);
             return false;

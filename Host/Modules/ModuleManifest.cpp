@@ -2,9 +2,9 @@
 
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Configuration/ReservedNames.hpp"
-#include "Host/TrustedPath.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Commons/TrustedPath.hpp"
 #include "Oxa/System/Commons/Xml/MultiXmlConfigDocument.hpp"
 #include "Oxa/System/Commons/Xml/XmlElementReader.hpp"
 
@@ -197,7 +197,7 @@ void RefuseDuplicates(ModuleManifests& result)
 
 std::vector<BasicString> ListManifests(const ModulesConfiguration& configuration)
 {
-    BasicString cause = FindPathWeakness(configuration.folder).value_or("");
+    BasicString cause = System::Commons::FindPathWeakness(configuration.folder).value_or("");
     if (!cause.empty())
     {
         throw InvalidOperationException::Create("cannot use the folder of the modules: {0}", cause);
@@ -259,7 +259,7 @@ ModuleManifests LoadModuleManifests(const ModulesConfiguration& configuration)
         {
             continue;
         }
-        if (const auto weakness = FindPathWeakness(path))
+        if (const auto weakness = System::Commons::FindPathWeakness(path))
         {
             result.faults.push_back({name, *weakness});
             continue;

@@ -1,10 +1,10 @@
 #include "Host/Tls/Encryption.hpp"
 
 #include "Host/Http/HostNames.hpp"
-#include "Host/TrustedPath.hpp"
 #include "Oxa/System/Acf/SharedLibrary.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/ProgramMain.hpp"
+#include "Oxa/System/Commons/TrustedPath.hpp"
 
 #include <boost/asio/ip/address.hpp>
 #include <dlfcn.h>
@@ -37,7 +37,8 @@ std::unique_ptr<ICertificateStore> OpenCertificateStore(const Configuration::Htt
                                                         System::Nm::NotificationManager& notifications)
 {
     const std::filesystem::path folder = std::filesystem::absolute(http.certificatesPath);
-    const auto weakness = FindPathWeakness(std::filesystem::exists(folder) ? folder : folder.parent_path());
+    const auto weakness =
+        System::Commons::FindPathWeakness(std::filesystem::exists(folder) ? folder : folder.parent_path());
     if (weakness)
     {
         throw System::Commons::InvalidOperationException::Create("cannot use the certificates: {0}", *weakness);

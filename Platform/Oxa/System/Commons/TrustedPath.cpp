@@ -1,4 +1,4 @@
-#include "Host/TrustedPath.hpp"
+#include "Oxa/System/Commons/TrustedPath.hpp"
 
 #include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/Text.hpp"
@@ -24,11 +24,10 @@
 // Follows the path as the kernel does, one name after the other and each relative to the folder before, but checks what
 // it steps on. A folder that passed cannot be changed by others any more, so neither can what was found in it.
 
-namespace Oxa::Host
+namespace Oxa::System::Commons
 {
 
-using System::Commons::FileDescriptor;
-using System::Commons::Text::Format;
+using Text::Format;
 
 namespace
 {
@@ -160,4 +159,4 @@ std::optional<BasicString> FindPathWeakness(const BasicString& path)
     return std::nullopt;
 }
 
-} // namespace Oxa::Host
+} // namespace Oxa::System::Commons

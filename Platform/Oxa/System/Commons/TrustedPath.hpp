@@ -1,10 +1,11 @@
 #pragma once
 
+#include "Oxa/System/Commons/Export.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <optional>
 
-namespace Oxa::Host
+namespace Oxa::System::Commons
 {
 
 /// Why users other than root and the one of this process could change a file or folder or put another one in its place:
@@ -16,6 +17,6 @@ namespace Oxa::Host
 /// member, which a umask of 002 relies on.
 ///
 /// Since no other user can change any part of the path, the result also holds when the path is opened later.
-[[nodiscard]] std::optional<BasicString> FindPathWeakness(const BasicString& path);
+[[nodiscard]] OXA_EXPORT std::optional<BasicString> FindPathWeakness(const BasicString& path);
 
-} // namespace Oxa::Host
+} // namespace Oxa::System::Commons

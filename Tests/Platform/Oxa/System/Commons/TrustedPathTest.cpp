@@ -1,6 +1,6 @@
-#include "Host/TrustedPath.hpp"
+#include "Oxa/System/Commons/TrustedPath.hpp"
 
-#include "Tests/Support/TemporaryFolder.hpp"
+#include "Support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -8,7 +8,7 @@
 
 #include <filesystem>
 
-namespace Oxa::Host
+namespace Oxa::System::Commons
 {
 
 namespace
@@ -146,4 +146,4 @@ TEST_F(TrustedPaths, AreWeakWhenTheyCannotBeReached)
     EXPECT_NE(FindPathWeakness(""), std::nullopt);
 }
 
-} // namespace Oxa::Host
+} // namespace Oxa::System::Commons
