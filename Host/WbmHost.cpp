@@ -76,19 +76,19 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       sessions(configuration.sessions, users, notifications, loop),
       sessionRoute(sessions),
       passwordRoute(sessions, passwordWorker, stateFolder.GetBrowserKey()),
-      userRoute(users, sessions, passwordWorker, loop),
-      apiTokenRoute(users, sessions, passwordWorker, loop),
-      passwordWorker(loop.GetContext()),
+      userRoute(users, sessions, loop),
+      apiTokenRoute(users, sessions, loop),
       dispatcher(registry, notifications, [this] { return auditTrail.IsWritable(); }),
       staticFiles(loop),
       systemRoutes({registry, modules, components, users, auditTrail, staticFiles}),
       auditRoute(configuration.audit, registry.MakeStrand("the audit trail")),
-      router({sessions, dispatcher, notifications,
+      router({sessions, dispatcher, notifications, passwordWorker,
               [this](const auto& exchange) { return staticFiles.Handle(exchange); },
               [this]
               {
                   return auditTrail.IsWritable();
               }}),
+      passwordWorker(loop.GetContext()),
       encryption(loop, configuration.http, notifications),
       server(std::make_shared<Http::HttpServer>(
           loop.GetContext(), configuration.http, [this](const auto& exchange) { return router.Handle(exchange); },

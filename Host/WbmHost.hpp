@@ -99,8 +99,6 @@ private:
     Sessions::PasswordRoute passwordRoute;
     Sessions::UserRoute userRoute;
     Sessions::ApiTokenRoute apiTokenRoute;
-    /// Ends before the routes whose tasks it runs.
-    Sessions::PasswordWorker passwordWorker;
     Modules::Dispatcher dispatcher;
     StaticFiles staticFiles;
     Api::SystemRoutes systemRoutes;
@@ -108,6 +106,8 @@ private:
     std::set<BasicString> modulePagePaths;
     Audit::AuditRoute auditRoute;
     Api::ApiRouter router;
+    /// Ends before the routes and the router, whose tasks it runs.
+    Sessions::PasswordWorker passwordWorker;
     Tls::Encryption encryption;
     std::shared_ptr<Http::HttpServer> server;
     /// Null unless configured.

@@ -32,11 +32,12 @@ void SetSessionOperations(ApiRouter& router, Sessions::PasswordRoute& passwords,
 void SetUserOperations(ApiRouter& router, Sessions::UserRoute& users)
 {
     router.Set(Operation::ListUsers, [&users](const ApiRequest& each) { return users.List(*each.exchange); });
-    router.Set(Operation::AddUser, [&users](const ApiRequest& each) { return users.Add(each.exchange, *each.caller); });
+    router.Set(Operation::AddUser,
+               [&users](const ApiRequest& each) { return users.Add(*each.exchange, *each.caller); });
     router.Set(Operation::ChangeUser,
-               [&users](const ApiRequest& each) { return users.Change(each.exchange, *each.caller, each.argument); });
+               [&users](const ApiRequest& each) { return users.Change(*each.exchange, *each.caller, each.argument); });
     router.Set(Operation::RemoveUser,
-               [&users](const ApiRequest& each) { return users.Remove(each.exchange, *each.caller, each.argument); });
+               [&users](const ApiRequest& each) { return users.Remove(*each.exchange, *each.caller, each.argument); });
 }
 
 void SetApiTokenOperations(ApiRouter& router, Sessions::ApiTokenRoute& apiTokens)
@@ -44,9 +45,9 @@ void SetApiTokenOperations(ApiRouter& router, Sessions::ApiTokenRoute& apiTokens
     router.Set(Operation::ListApiTokens,
                [&apiTokens](const ApiRequest& each) { return apiTokens.List(*each.exchange); });
     router.Set(Operation::AddApiToken,
-               [&apiTokens](const ApiRequest& each) { return apiTokens.Add(each.exchange, *each.caller); });
+               [&apiTokens](const ApiRequest& each) { return apiTokens.Add(*each.exchange, *each.caller); });
     router.Set(Operation::RemoveApiToken, [&apiTokens](const ApiRequest& each)
-               { return apiTokens.Remove(each.exchange, *each.caller, each.argument); });
+               { return apiTokens.Remove(*each.exchange, *each.caller, each.argument); });
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "Host/Http/HttpSyntax.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Host/Modules/Dispatcher.hpp"
+#include "Host/Sessions/PasswordWorker.hpp"
 #include "Host/Sessions/SessionManager.hpp"
 #include "Oxa/Services/Commons/Wbm/RequestQuery.hpp"
 #include "Oxa/System/Commons/Text.hpp"
@@ -46,6 +47,12 @@ bool IsPathOf(const OperationInfo& info, std::string_view path) noexcept
     return info.hasArgument ? path.size() > info.path.size() && path.starts_with(info.path) &&
                                   path.find('/', info.path.size()) == std::string_view::npos
                             : path == info.path;
+}
+
+/// Of users or tokens.
+bool IsChange(const OperationInfo& info) noexcept
+{
+    return info.access == Access::Admin && !Http::IsRead(info.method);
 }
 
 struct Match
@@ -166,7 +173,7 @@ Handling ApiRouter::HandleOperation(const Exchange& exchange, const OperationInf
     std::optional<Sessions::Caller> caller;
     if (info.access != Access::Open)
     {
-        caller = Admit(*exchange, info.access, info.isBeforePasswordChange);
+        caller = AdmitTo(*exchange, info);
         if (!caller)
         {
             return Handling::Completed;
@@ -177,15 +184,28 @@ Handling ApiRouter::HandleOperation(const Exchange& exchange, const OperationInf
     {
         return parts.sessions.RefuseCrossOrigin(*exchange, {});
     }
-    if (info.access == Access::Admin && !Http::IsRead(request.method) && !parts.isAuditWritable())
-    {
-        return SendProblem(*exchange, Http::Problems::auditNotWritable);
-    }
     if (info.hasBody && !HasJsonBody(request))
     {
         return SendProblem(*exchange, Http::Problems::notJson);
     }
-    return handlers[static_cast<std::size_t>(info.operation)]({exchange, caller ? &*caller : nullptr, *argument});
+    if (!IsChange(info))
+    {
+        return Call({exchange, caller ? &*caller : nullptr, *std::move(argument)}, info);
+    }
+    return parts.worker.Post(exchange, 0,
+                             [this, exchange, &info, argument = *std::move(argument)](Http::IHttpExchange& each)
+                             {
+                                 // Others may have changed the sender's rights while the change waited.
+                                 if (const auto present = AdmitTo(each, info))
+                                 {
+                                     (void)Call({exchange, &*present, argument}, info);
+                                 }
+                             });
+}
+
+Handling ApiRouter::Call(const ApiRequest& request, const OperationInfo& info) const
+{
+    return handlers[static_cast<std::size_t>(info.operation)](request);
 }
 
 /// `path`: the data provider's name and the request's.
@@ -204,6 +224,18 @@ Handling ApiRouter::HandleProvider(const Exchange& exchange, std::string_view pa
                    {
                        return sessions.TakeConfirmation(id);
                    }});
+}
+
+/// Empty: the caller has been refused.
+std::optional<Sessions::Caller> ApiRouter::AdmitTo(Http::IHttpExchange& exchange, const OperationInfo& info)
+{
+    auto caller = Admit(exchange, info.access, info.isBeforePasswordChange);
+    if (caller && IsChange(info) && !parts.isAuditWritable())
+    {
+        SendProblem(exchange, Http::Problems::auditNotWritable);
+        return std::nullopt;
+    }
+    return caller;
 }
 
 /// Empty: the caller has been refused.

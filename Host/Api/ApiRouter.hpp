@@ -25,6 +25,7 @@ class Dispatcher;
 namespace Oxa::Host::Sessions
 {
 struct Caller;
+class PasswordWorker;
 class SessionManager;
 } // namespace Oxa::Host::Sessions
 
@@ -47,8 +48,14 @@ using ApiHandler = std::function<Http::Handling(const ApiRequest&)>;
 /// Finds the operation of a request in the table made from openapi.json and checks who sent it. In this order: unknown
 /// path 404, method 405, no session 401, forged 403, password to be changed first 403, no permission 403, body without
 /// the JSON media type 415; then the operation's handler responds. Requests to data providers come behind the fixed
-/// paths; their methods and permissions are left to the dispatcher. Threads: `Set` before the first request, `Handle`
-/// on the event loop's.
+/// paths; their methods and permissions are left to the dispatcher.
+///
+/// Writes of administrators change users or tokens: while the audit trail cannot be written they are refused with 503,
+/// for the change would leave no trace. They run one after the other on the password worker, where who sent them is
+/// checked again: changes that wait do not survive the end of their sender's rights.
+///
+/// Threads: `Set` before the first request, `Handle` on the event loop's. Handlers run on the event loop's, those of
+/// administrators' writes on the worker's, and the latter complete their requests.
 class ApiRouter final
 {
 public:
@@ -58,13 +65,11 @@ public:
         Sessions::SessionManager& sessions;
         const Modules::Dispatcher& dispatcher;
         System::Nm::NotificationManager& notifications;
+        /// Must end first.
+        Sessions::PasswordWorker& worker;
         /// Responds to the paths that are neither operations nor requests to data providers.
         Http::HttpHandler otherPaths;
-        /// Else administrators change nothing: the change would leave no trace.
-        std::function<bool()> isAuditWritable = []
-        {
-            return true;
-        };
+        std::function<bool()> isAuditWritable;
     };
 
     explicit ApiRouter(Parts parts);
@@ -79,8 +84,10 @@ private:
                                                  const OperationInfo& info, std::string_view encodedArgument);
     [[nodiscard]] Http::Handling HandleProvider(const std::shared_ptr<Http::IHttpExchange>& exchange,
                                                 std::string_view path);
+    [[nodiscard]] std::optional<Sessions::Caller> AdmitTo(Http::IHttpExchange& exchange, const OperationInfo& info);
     [[nodiscard]] std::optional<Sessions::Caller> Admit(Http::IHttpExchange& exchange, Access access,
                                                         bool isBeforePasswordChange);
+    [[nodiscard]] Http::Handling Call(const ApiRequest& request, const OperationInfo& info) const;
     void RefuseRights(Http::IHttpExchange& exchange, const BasicString& userName);
 
     const Parts parts;

@@ -3,7 +3,6 @@
 #include "Host/Http/JsonBody.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Host/Http/SecretText.hpp"
-#include "Host/Sessions/PasswordWorker.hpp"
 #include "Host/Sessions/RouteTexts.hpp"
 #include "Host/Sessions/SessionManager.hpp"
 #include "Host/Threads/EventLoop.hpp"
@@ -77,9 +76,8 @@ bool Exists(const std::vector<ApiTokenInfo>& tokens, std::string_view name)
 
 } // namespace
 
-ApiTokenRoute::ApiTokenRoute(System::Um::UserManager& users, SessionManager& sessions, PasswordWorker& worker,
-                             Threads::EventLoop& loop)
-    : users(users), sessions(sessions), worker(worker), loop(loop)
+ApiTokenRoute::ApiTokenRoute(System::Um::UserManager& users, SessionManager& sessions, Threads::EventLoop& loop)
+    : users(users), sessions(sessions), loop(loop)
 {
 }
 
@@ -103,27 +101,21 @@ Handling ApiTokenRoute::List(IHttpExchange& exchange) const
     return Handling::Completed;
 }
 
-Handling ApiTokenRoute::Add(const Exchange& exchange, const Caller& caller)
+Handling ApiTokenRoute::Add(IHttpExchange& exchange, const Caller& caller)
 {
     constexpr auto number = JsonBody::TokenType::Number;
-    const auto body = Http::ReadBody(exchange->GetRequest(), {{"name"}, {"role"}, {"days", number, false}});
+    const auto body = Http::ReadBody(exchange.GetRequest(), {{"name"}, {"role"}, {"days", number, false}});
     if (const BasicString fault = FindFault(*body); !fault.empty())
     {
-        return SendProblem(*exchange, {400, Http::Problems::invalidBody.code, fault});
+        return SendProblem(exchange, {400, Http::Problems::invalidBody.code, fault});
     }
-    return worker.Post(exchange, 0, [this, body, caller](IHttpExchange& each) { AddNow(each, caller, *body); });
-}
-
-void ApiTokenRoute::AddNow(IHttpExchange& exchange, const Caller& caller, const JsonBody& body)
-{
-    const BasicString name(body.GetText("name"));
-    const BasicString roleName(body.GetText("role"));
+    const BasicString name(body->GetText("name"));
+    const BasicString roleName(body->GetText("role"));
     if (Exists(users.GetApiTokens(), name))
     {
-        SendProblem(exchange, Http::Problems::apiTokenExists);
-        return;
+        return SendProblem(exchange, Http::Problems::apiTokenExists);
     }
-    const auto days = body.FindText("days");
+    const auto days = body->FindText("days");
     try
     {
         const Http::SecretText secret(users.AddApiToken(
@@ -137,29 +129,25 @@ void ApiTokenRoute::AddNow(IHttpExchange& exchange, const Caller& caller, const 
         writer.WriteEndObject();
         const Http::SecretText response = AppendToken(writer.GetText(), secret.Get());
         exchange.Send({201, Http::jsonMediaType, response.Get()});
+        return Handling::Completed;
     }
     catch (const System::Commons::ArgumentException& exception)
     {
-        SendProblem(exchange, {400, Http::Problems::invalidName.code, exception.what()});
+        return SendProblem(exchange, {400, Http::Problems::invalidName.code, exception.what()});
     }
 }
 
-Handling ApiTokenRoute::Remove(const Exchange& exchange, const Caller& caller, const BasicString& name)
-{
-    return worker.Post(exchange, 0, [this, caller, name](IHttpExchange& each) { RemoveNow(each, caller, name); });
-}
-
-void ApiTokenRoute::RemoveNow(IHttpExchange& exchange, const Caller& caller, const BasicString& name)
+Handling ApiTokenRoute::Remove(IHttpExchange& exchange, const Caller& caller, const BasicString& name)
 {
     const auto removed = users.RemoveApiToken(name);
     if (!removed)
     {
-        SendProblem(exchange, Http::Problems::unknownApiToken);
-        return;
+        return SendProblem(exchange, Http::Problems::unknownApiToken);
     }
     sessions.Publish(NotificationKind::TokenRemoved, exchange, caller.userName, removed->name, "success",
                      {{"role", removed->roleName}});
     exchange.Send({.status = 204});
+    return Handling::Completed;
 }
 
 } // namespace Oxa::Host::Sessions

@@ -74,7 +74,7 @@ Handling PasswordWorker::Post(const std::shared_ptr<IHttpExchange>& exchange, st
         {
             return Handling::Completed;
         }
-        Resume(last.exchange);
+        Resume(std::move(last.exchange));
     }
     return Handling::Deferred;
 }
@@ -93,9 +93,7 @@ void PasswordWorker::Run()
         Waiting first = std::move(queue.front());
         queue.erase(queue.begin());
         lock.Unlock();
-        Execute(first);
-        // With what it holds, while the lock is free.
-        first = {};
+        Execute(std::move(first));
         lock.Lock();
         if (queue.empty() && !isEnding)
         {
@@ -106,25 +104,30 @@ void PasswordWorker::Run()
     }
 }
 
-void PasswordWorker::Execute(const Waiting& waiting) noexcept
+/// The exchange is resumed or given up where connections are served; this thread then holds nothing of it.
+void PasswordWorker::Execute(Waiting waiting) noexcept
 {
     try
     {
-        if (!waiting.exchange->IsConnected())
+        const bool isConnected = waiting.exchange->IsConnected();
+        if (isConnected)
         {
-            // Given up where connections are served.
-            boost::asio::post(context, [exchange = waiting.exchange] {});
+            try
+            {
+                waiting.task(*waiting.exchange);
+            }
+            catch (...)
+            {
+                Http::FaultReport::Send(*waiting.exchange, "a log-in or a change of users");
+            }
+        }
+        waiting.task = nullptr;
+        if (isConnected)
+        {
+            Resume(std::move(waiting.exchange));
             return;
         }
-        try
-        {
-            waiting.task(*waiting.exchange);
-        }
-        catch (...)
-        {
-            Http::FaultReport::Send(*waiting.exchange, "a log-in or a change of users");
-        }
-        Resume(waiting.exchange);
+        boost::asio::post(context, [exchange = std::move(waiting.exchange)] {});
     }
     catch (...)
     {
@@ -132,9 +135,9 @@ void PasswordWorker::Execute(const Waiting& waiting) noexcept
     }
 }
 
-void PasswordWorker::Resume(const std::shared_ptr<IHttpExchange>& exchange)
+void PasswordWorker::Resume(std::shared_ptr<IHttpExchange> exchange)
 {
-    boost::asio::post(context, [exchange] { exchange->Resume(); });
+    boost::asio::post(context, [exchange = std::move(exchange)] { exchange->Resume(); });
 }
 
 } // namespace Oxa::Host::Sessions

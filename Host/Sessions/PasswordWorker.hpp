@@ -48,8 +48,8 @@ private:
     };
 
     void Run();
-    void Execute(const Waiting& waiting) noexcept;
-    void Resume(const std::shared_ptr<Http::IHttpExchange>& exchange);
+    void Execute(Waiting waiting) noexcept;
+    void Resume(std::shared_ptr<Http::IHttpExchange> exchange);
 
     boost::asio::io_context& context;
     System::Commons::Mutex mutex;

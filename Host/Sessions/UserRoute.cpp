@@ -2,7 +2,6 @@
 
 #include "Host/Http/JsonBody.hpp"
 #include "Host/Http/Problem.hpp"
-#include "Host/Sessions/PasswordWorker.hpp"
 #include "Host/Sessions/RouteTexts.hpp"
 #include "Host/Sessions/SessionManager.hpp"
 #include "Host/Threads/EventLoop.hpp"
@@ -35,19 +34,19 @@ void WriteUser(JsonWriter& writer, const UserInfo& user)
     writer.WriteValue("mustChangePassword", user.mustChangePassword);
 }
 
-void SendUser(IHttpExchange& exchange, unsigned status, const std::optional<UserInfo>& user)
+Handling SendUser(IHttpExchange& exchange, unsigned status, const std::optional<UserInfo>& user)
 {
     if (!user)
     {
         // Removed in this moment.
-        SendProblem(exchange, Http::Problems::unknownUser);
-        return;
+        return SendProblem(exchange, Http::Problems::unknownUser);
     }
     JsonWriter writer;
     writer.WriteStartObject();
     WriteUser(writer, *user);
     writer.WriteEndObject();
     exchange.Send({status, Http::jsonMediaType, writer.GetText()});
+    return Handling::Completed;
 }
 
 /// Null: the change was made.
@@ -87,9 +86,8 @@ BasicString FindFault(const JsonBody& body)
 
 } // namespace
 
-UserRoute::UserRoute(System::Um::UserManager& users, SessionManager& sessions, PasswordWorker& worker,
-                     Threads::EventLoop& loop)
-    : users(users), sessions(sessions), worker(worker), loop(loop)
+UserRoute::UserRoute(System::Um::UserManager& users, SessionManager& sessions, Threads::EventLoop& loop)
+    : users(users), sessions(sessions), loop(loop)
 {
 }
 
@@ -113,82 +111,67 @@ Handling UserRoute::List(IHttpExchange& exchange) const
     return Handling::Completed;
 }
 
-Handling UserRoute::Add(const Exchange& exchange, const Caller& caller)
+Handling UserRoute::Add(IHttpExchange& exchange, const Caller& caller)
 {
-    const auto body = Http::ReadBody(exchange->GetRequest(), {{"user"}, {"password"}, {"role"}});
+    const auto body = Http::ReadBody(exchange.GetRequest(), {{"user"}, {"password"}, {"role"}});
     const BasicString fault = body->GetFault().empty() ? FindRoleFault(body->GetText("role")) : body->GetFault();
     if (!fault.empty())
     {
-        return SendProblem(*exchange, {400, Http::Problems::invalidBody.code, fault});
+        return SendProblem(exchange, {400, Http::Problems::invalidBody.code, fault});
     }
-    return worker.Post(exchange, 0, [this, body, caller](IHttpExchange& each) { AddNow(each, caller, *body); });
-}
-
-void UserRoute::AddNow(IHttpExchange& exchange, const Caller& caller, const JsonBody& body)
-{
-    const BasicString name(body.GetText("user"));
-    const std::string_view roleName = body.GetText("role");
+    const BasicString name(body->GetText("user"));
+    const std::string_view roleName = body->GetText("role");
+    if (users.FindUser(name))
+    {
+        return SendProblem(exchange, Http::Problems::userExists);
+    }
     // The cause of each exception is known by what is called.
     const Http::Problem* cause = &Http::Problems::invalidName;
     try
     {
-        if (!users.FindUser(name))
-        {
-            users.CheckNewUser(name);
-            cause = &Http::Problems::passwordRefused;
-            users.AddUser(name, body.GetText("password"), roleName);
-            sessions.Publish(NotificationKind::UserAdded, exchange, caller.userName, name, "success",
-                             {{"role", BasicString(roleName)}});
-            SendUser(exchange, 201, users.FindUser(name));
-            return;
-        }
-        SendProblem(exchange, Http::Problems::userExists);
+        users.CheckNewUser(name);
+        cause = &Http::Problems::passwordRefused;
+        users.AddUser(name, body->GetText("password"), roleName);
     }
     catch (const ArgumentException& exception)
     {
-        SendProblem(exchange, {cause->status, cause->code, exception.what()});
+        return SendProblem(exchange, {cause->status, cause->code, exception.what()});
     }
+    sessions.Publish(NotificationKind::UserAdded, exchange, caller.userName, name, "success",
+                     {{"role", BasicString(roleName)}});
+    return SendUser(exchange, 201, users.FindUser(name));
 }
 
-Handling UserRoute::Change(const Exchange& exchange, const Caller& caller, const BasicString& userName)
+Handling UserRoute::Change(IHttpExchange& exchange, const Caller& caller, const BasicString& userName)
 {
     constexpr auto boolean = JsonBody::TokenType::Boolean;
     constexpr auto text = JsonBody::TokenType::String;
-    const auto body = Http::ReadBody(exchange->GetRequest(),
+    const auto body = Http::ReadBody(exchange.GetRequest(),
                                      {{"role", text, false}, {"disabled", boolean, false}, {"password", text, false}});
     if (const BasicString fault = FindFault(*body); !fault.empty())
     {
-        return SendProblem(*exchange, {400, Http::Problems::invalidBody.code, fault});
+        return SendProblem(exchange, {400, Http::Problems::invalidBody.code, fault});
     }
-    return worker.Post(exchange, 0,
-                       [this, body, caller, userName](IHttpExchange& each)
-                       { ChangeNow(each, caller, userName, MakeChanges(*body)); });
-}
-
-void UserRoute::ChangeNow(IHttpExchange& exchange, const Caller& caller, const BasicString& userName,
-                          const UserChanges& changes)
-{
+    const UserChanges changes = MakeChanges(*body);
     const auto user = users.FindUser(userName);
     if (user && changes.password && user->name == caller.userName)
     {
         // Who holds a session only must not be able to take over the account.
-        SendProblem(exchange, Http::Problems::ownPassword);
-        return;
+        return SendProblem(exchange, Http::Problems::ownPassword);
     }
     try
     {
         const UserChangeResult result = users.ChangeUser(userName, changes);
         if (const Http::Problem* const problem = FindProblem(result.change))
         {
-            SendProblem(exchange, *problem);
-            return;
+            return SendProblem(exchange, *problem);
         }
         PublishChange(exchange, caller, result, changes);
-        SendUser(exchange, 200, users.FindUser(result.before.name));
+        return SendUser(exchange, 200, users.FindUser(result.before.name));
     }
     catch (const ArgumentException& exception)
     {
-        SendProblem(exchange, {400, Http::Problems::passwordRefused.code, exception.what()});
+        return SendProblem(exchange, {400, Http::Problems::passwordRefused.code, exception.what()});
     }
 }
 
@@ -217,24 +200,18 @@ void UserRoute::PublishChange(IHttpExchange& exchange, const Caller& caller, con
     }
 }
 
-Handling UserRoute::Remove(const Exchange& exchange, const Caller& caller, const BasicString& userName)
-{
-    return worker.Post(exchange, 0,
-                       [this, caller, userName](IHttpExchange& each) { RemoveNow(each, caller, userName); });
-}
-
-void UserRoute::RemoveNow(IHttpExchange& exchange, const Caller& caller, const BasicString& userName)
+Handling UserRoute::Remove(IHttpExchange& exchange, const Caller& caller, const BasicString& userName)
 {
     const UserChangeResult result = users.RemoveUser(userName);
     if (const Http::Problem* const problem = FindProblem(result.change))
     {
-        SendProblem(exchange, *problem);
-        return;
+        return SendProblem(exchange, *problem);
     }
     sessions.Publish(NotificationKind::UserRemoved, exchange, caller.userName, result.before.name, "success",
                      {{"role", result.before.roleName}});
     sessions.EndSessionsOf(exchange, caller.userName, result.before.name);
     exchange.Send({.status = 204});
+    return Handling::Completed;
 }
 
 } // namespace Oxa::Host::Sessions

@@ -3,6 +3,7 @@
 #include "Host/Http/Problem.hpp"
 #include "Host/Modules/Dispatcher.hpp"
 #include "Host/Modules/ModuleRegistry.hpp"
+#include "Host/Sessions/PasswordWorker.hpp"
 #include "Host/Sessions/SessionManager.hpp"
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
@@ -10,6 +11,7 @@
 #include "Support/FakeExchange.hpp"
 #include "Support/TemporaryFolder.hpp"
 
+#include <boost/asio/executor_work_guard.hpp>
 #include <gmock/gmock.h>
 #include <sodium.h>
 
@@ -44,10 +46,12 @@ protected:
         EXPECT_TRUE(System::Um::UserManager::CreateDatabase(path));
         users.emplace(path);
         sessions.emplace(Configuration::SessionConfiguration{}, *users, notifications, loop);
-        router.emplace(ApiRouter::Parts{*sessions, dispatcher, notifications,
+        router.emplace(ApiRouter::Parts{*sessions, dispatcher, notifications, worker,
                                         [](const auto& exchange)
+                                        { return SendProblem(*exchange, Http::Problems::unknownPath); },
+                                        []
                                         {
-                                            return SendProblem(*exchange, Http::Problems::unknownPath);
+                                            return true;
                                         }});
         for (const OperationInfo& info : operations)
         {
@@ -86,7 +90,11 @@ protected:
         exchange = std::make_shared<FakeExchange>();
         exchange->request = request;
         called.reset();
-        EXPECT_EQ(router->Handle(exchange), Handling::Completed);
+        if (router->Handle(exchange) == Handling::Deferred)
+        {
+            loop.GetContext().run_one();
+            EXPECT_TRUE(exchange->isResumed);
+        }
         return *exchange;
     }
 
@@ -103,6 +111,9 @@ protected:
                                        return true;
                                    }};
     std::optional<ApiRouter> router;
+    const boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work =
+        boost::asio::make_work_guard(loop.GetContext());
+    Sessions::PasswordWorker worker{loop.GetContext()};
     std::shared_ptr<FakeExchange> exchange;
     std::vector<System::Nm::Notification> refused;
     std::optional<Operation> called;

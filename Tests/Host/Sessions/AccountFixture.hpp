@@ -116,16 +116,25 @@ protected:
                                 {
                                     return LogInThrottle::TimePoint();
                                 }};
-    UserRoute userRoute{users, sessions, worker, loop};
-    ApiTokenRoute apiTokenRoute{users, sessions, worker, loop};
-    PasswordWorker worker{loop.GetContext()};
+    UserRoute userRoute{users, sessions, loop};
+    ApiTokenRoute apiTokenRoute{users, sessions, loop};
     Modules::ModuleRegistry registry{loop, {}};
     Modules::Dispatcher dispatcher{registry, notifications,
                                    []
                                    {
                                        return true;
                                    }};
-    Api::ApiRouter router{{sessions, dispatcher, notifications, {}}};
+    bool isAuditWritable = true;
+    Api::ApiRouter router{{sessions,
+                           dispatcher,
+                           notifications,
+                           worker,
+                           {},
+                           [this]
+                           {
+                               return isAuditWritable;
+                           }}};
+    PasswordWorker worker{loop.GetContext()};
     Http::HttpRequest request{.host = "h", .contentType = "Application/JSON; charset=utf-8"};
 };
 

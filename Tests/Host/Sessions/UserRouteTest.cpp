@@ -2,6 +2,9 @@
 
 #include "Host/Sessions/AccountFixture.hpp"
 
+#include <functional>
+#include <future>
+
 namespace Oxa::Host::Sessions
 {
 
@@ -15,6 +18,37 @@ namespace
 class UserRoutes : public AccountFixture
 {
 protected:
+    /// What a request to add the user "eve" gets when `meanwhile` happens while it waits.
+    std::shared_ptr<Tests::Support::FakeExchange> AddUserAfterWaiting(const BasicString& key,
+                                                                      const std::function<void()>& meanwhile)
+    {
+        std::promise<void> begun;
+        std::promise<void> end;
+        const auto before = std::make_shared<Tests::Support::FakeExchange>();
+        EXPECT_EQ(worker.Post(before, 0,
+                              [&begun, end = end.get_future().share()](Http::IHttpExchange&)
+                              {
+                                  begun.set_value();
+                                  end.wait();
+                              }),
+                  Http::Handling::Deferred);
+        begun.get_future().wait();
+        const BasicString authorization = "Bearer " + key;
+        const auto exchange = std::make_shared<Tests::Support::FakeExchange>();
+        exchange->request = request;
+        exchange->request.method = HttpMethod::Post;
+        exchange->request.path = "/api/v1/users";
+        exchange->request.authorization = authorization;
+        exchange->request.body = R"({"user":"eve","password":"what eve knows","role":"Admin"})";
+        EXPECT_EQ(router.Handle(exchange), Http::Handling::Deferred);
+        meanwhile();
+        end.set_value();
+        loop.GetContext().run_one();
+        loop.GetContext().run_one();
+        EXPECT_TRUE(exchange->isResumed);
+        return exchange;
+    }
+
     const BasicString boss = LogIn("boss", bossPassword);
 };
 
@@ -85,6 +119,36 @@ TEST_F(UserRoutes, RefuseWhatIsNotAllowed)
     EXPECT_THAT(TakePublished(), ElementsAre());
     EXPECT_EQ(users.FindUser("ann")->roleName, "Viewer");
     EXPECT_EQ(users.GetUsers().size(), 2U);
+}
+
+TEST_F(UserRoutes, CarryOutNothingThatWaitedBeyondTheEndOfItsSendersRights)
+{
+    const char* const password = "words of the chief";
+    users.AddUser("chief", password, "Admin");
+    const BasicString token = users.AddApiToken("tool", "Admin", std::nullopt, "boss");
+
+    const struct
+    {
+        const char* name;
+        BasicString key;
+        std::function<void()> meanwhile;
+        const char* code;
+    } cases[] = {{"another role", LogIn("chief", password),
+                  [this] { users.ChangeUser("chief", {.roleName = "Viewer"}); }, "\"no-permission\""},
+                 {"disabled", LogIn("chief", password), [this] { users.ChangeUser("chief", {.isDisabled = true}); },
+                  "\"no-session\""},
+                 {"removed token", token, [this] { users.RemoveApiToken("tool"); }, "\"no-session\""},
+                 {"full disk", boss, [this] { isAuditWritable = false; }, "\"audit-not-writable\""},
+                 {"nothing", boss, [] {}, R"("user":"eve")"}};
+
+    for (const auto& [name, key, meanwhile, code] : cases)
+    {
+        users.ChangeUser("chief", {.roleName = "Admin"});
+        isAuditWritable = true;
+        EXPECT_FALSE(users.FindUser("eve")) << "before " << name;
+        EXPECT_THAT(AddUserAfterWaiting(key, meanwhile)->body, HasSubstr(code)) << name;
+    }
+    EXPECT_TRUE(users.FindUser("eve"));
 }
 
 TEST_F(UserRoutes, EndTheSessionsOfUsersWhoseLoginsEnd)
