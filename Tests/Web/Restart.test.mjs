@@ -78,6 +78,39 @@ test("a restart names the device, needs a further step in Run, and is followed t
   });
 });
 
+test("a switch that changes while the dialog is open decides anew", async () => {
+  const request = "**/IsRunStopSwitchInRun";
+  const answer = (result) => ({ json: { errorCode: "", resultKind: 4, payload: { result } } });
+  await browser.visit({ host: refusing, user: "engineer" }, async (page) => {
+    const show = async (response) => {
+      await page.unroute(request);
+      await page.route(request, (route) => route.fulfill(response));
+    };
+    const box = page.getByRole("dialog").getByRole("checkbox");
+    const isDisabled = (value) =>
+      until(async () =>
+        assert.equal(await inDialog(page, "Restart").getAttribute("aria-disabled"), `${value}`),
+      );
+    await page.getByRole("region", { name: "Run/stop switch" }).getByText("Stop", { exact: true }).waitFor();
+    await button(page, "Restart…").click();
+    await isDisabled(false);
+    assert.equal(await box.count(), 0);
+    await show(answer(true));
+    await box.waitFor();
+    assert.equal(await box.isChecked(), false);
+    await isDisabled(true);
+    await box.check();
+    await isDisabled(false);
+    await show({ status: 503, body: "" });
+    await page.getByText("The position of the switch is not known. I know").waitFor();
+    assert.equal(await box.isChecked(), false);
+    await isDisabled(true);
+    await show(answer(false));
+    await box.waitFor({ state: "detached" });
+    await isDisabled(false);
+  });
+});
+
 test("a device that does not go down is told", async () => {
   const prepare = (page) => page.clock.install();
   await browser.visit({ host: refusing, user: "engineer", prepare }, async (page) => {

@@ -1,6 +1,7 @@
 // The run/stop switch: drawn as what it is, a switch on the device that the page only looks at.
 import { Skeleton } from "../../../kit/components/Basics";
 import { CommandButtons } from "../commands/Commands";
+import { getPosition } from "../commands/Confirmation";
 import type { Since } from "../Leds";
 import { type CardProps, SectionCard } from "./SectionCard";
 
@@ -19,7 +20,7 @@ export function RunStopSwitch({ store }: CardProps) {
         <CommandButtons
           context={store.context}
           device={general && { name: general.articleName, serialNumber: general.serialNumber }}
-          isInRun={state?.isSupported ? state.isInRun : undefined}
+          position={getPosition(state, store.runStopSwitch.isOld.value)}
           mayControl={store.mayControl.value}
         />
       }

@@ -1,7 +1,6 @@
 // Sends a command and begins to watch what comes of it.
 import { useState } from "preact/hooks";
 import { ConnectionError, ModuleError, ProblemError } from "../../../kit/Api";
-import { makeVisible } from "../../../kit/components/Basics";
 import { explain } from "../../../kit/Failures";
 import type { DeviceIdentity, PageContext } from "../../../kit/Page";
 import { controlProvider } from "../Sections";
@@ -78,22 +77,4 @@ export function useCommand(
     }
   };
   return { isSending, failure, sendCommand };
-}
-
-const longestWord = 64;
-
-/** What has to be typed before a reset: the first of serial number, name and address that a keyboard can write. */
-export function chooseConfirmation(device: DeviceIdentity | undefined, address: string): string {
-  const words = [device?.serialNumber, device?.name].map((word) => (word ?? "").trim());
-  return words.find(isTypeable) ?? address;
-}
-
-function isTypeable(word: string): boolean {
-  return (
-    word !== "" &&
-    word !== "N/A" &&
-    word.length <= longestWord &&
-    /^[\p{L}\p{N}\p{P}\p{S} ]+$/u.test(word) &&
-    makeVisible(word) === word
-  );
 }

@@ -5,6 +5,7 @@ import { useEffect, useState } from "preact/hooks";
 import { Button } from "../../../kit/components/Basics";
 import { useId } from "../../../kit/Ids";
 import type { DeviceIdentity, PageContext } from "../../../kit/Page";
+import type { SwitchPosition } from "./Confirmation";
 import { Progress } from "./Progress";
 import { ResetDialog } from "./ResetDialog";
 import { RestartDialog } from "./RestartDialog";
@@ -17,13 +18,12 @@ interface CommandButtonsProps {
   readonly context: PageContext;
   /** Not set while it has not been read. */
   readonly device: DeviceIdentity | undefined;
-  /** Not set for a device without the switch. */
-  readonly isInRun: boolean | undefined;
+  readonly position: SwitchPosition;
   /** Not set while it is not known. */
   readonly mayControl: boolean | undefined;
 }
 
-export function CommandButtons({ context, device, isInRun, mayControl }: CommandButtonsProps) {
+export function CommandButtons({ context, device, position, mayControl }: CommandButtonsProps) {
   const [opened, setOpened] = useState<CommandName | undefined>();
   const hintId = useId();
   const { text } = context;
@@ -48,10 +48,10 @@ export function CommandButtons({ context, device, isInRun, mayControl }: Command
         </p>
       ) : null}
       {opened === "restart" ? (
-        <RestartDialog context={context} device={device} isInRun={isInRun === true} onClose={close} />
+        <RestartDialog context={context} device={device} position={position} onClose={close} />
       ) : null}
       {opened === "reset" ? (
-        <ResetDialog context={context} device={device} isInRun={isInRun === true} onClose={close} />
+        <ResetDialog context={context} device={device} position={position} onClose={close} />
       ) : null}
     </div>
   );

@@ -4,15 +4,16 @@ import { call } from "../../../kit/Api";
 import { Banner, Field } from "../../../kit/components/Basics";
 import { Dialog } from "../../../kit/components/Dialog";
 import type { PageContext } from "../../../kit/Page";
-import { chooseConfirmation, useCommand } from "./Command";
+import { useCommand } from "./Command";
+import { chooseWord, mayRun } from "./Confirmation";
 import { Actions, DeviceLines, FailureLine } from "./DialogParts";
 import type { CommandDialogProps } from "./RestartDialog";
 
 /** The host's responses to a password that is not accepted. */
 const codesOfPassword = ["wrong-password", "too-many-log-ins"];
 
-export function ResetDialog({ context, device, isInRun, onClose }: CommandDialogProps) {
-  const word = chooseConfirmation(device, window.location.host);
+export function ResetDialog({ context, device, position, onClose }: CommandDialogProps) {
+  const word = chooseWord(device, window.location.host);
   const [typed, setTyped] = useState("");
   const [password, setPassword] = useState("");
   const [submissions, setSubmissions] = useState(0);
@@ -46,7 +47,7 @@ export function ResetDialog({ context, device, isInRun, onClose }: CommandDialog
       }
     >
       <DeviceLines context={context} device={device} />
-      {isInRun ? <Banner>{text("command.reset.inRun")}</Banner> : null}
+      {mayRun(position) ? <Banner>{text(`command.reset.switch.${position}`)}</Banner> : null}
       <Consequences context={context} />
       <div class="oxa-stack" ref={fields}>
         <input hidden={true} autocomplete="username" value={context.session.user} readOnly={true} />

@@ -2,6 +2,7 @@ import { useState } from "preact/hooks";
 import { Dialog } from "../../../kit/components/Dialog";
 import type { DeviceIdentity, PageContext } from "../../../kit/Page";
 import { useCommand } from "./Command";
+import { mayRun, type SwitchPosition } from "./Confirmation";
 import { Actions, DeviceLines, FailureLine } from "./DialogParts";
 import { loadTimes } from "./RestartStorage";
 import { describeLastTimes } from "./RestartWords";
@@ -9,14 +10,17 @@ import { describeLastTimes } from "./RestartWords";
 export interface CommandDialogProps {
   readonly context: PageContext;
   readonly device: DeviceIdentity | undefined;
-  readonly isInRun: boolean;
+  readonly position: SwitchPosition;
   readonly onClose: () => void;
 }
 
-export function RestartDialog({ context, device, isInRun, onClose }: CommandDialogProps) {
-  const [isArmed, setIsArmed] = useState(!isInRun);
+export function RestartDialog({ context, device, position, onClose }: CommandDialogProps) {
+  const [confirmed, setConfirmed] = useState<SwitchPosition | undefined>();
   const { isSending, failure, sendCommand } = useCommand(context, "restart", device, onClose);
   const { text } = context;
+  // What was confirmed of one position does not hold for another.
+  const isConfirmed = confirmed === position;
+  const isArmed = isConfirmed || !mayRun(position);
   const usual = describeLastTimes(loadTimes(device?.serialNumber ?? ""), text);
   const confirm = () => {
     if (isArmed) {
@@ -42,14 +46,14 @@ export function RestartDialog({ context, device, isInRun, onClose }: CommandDial
       <DeviceLines context={context} device={device} />
       <p>{text("command.restart.explanation")}</p>
       {usual ? <p class="oxa-soft">{usual}</p> : null}
-      {isInRun ? (
+      {mayRun(position) ? (
         <label class="command-check">
           <input
             type="checkbox"
-            checked={isArmed}
-            onChange={(event) => setIsArmed(event.currentTarget.checked)}
+            checked={isConfirmed}
+            onChange={(event) => setConfirmed(event.currentTarget.checked ? position : undefined)}
           />
-          <span>{text("command.restart.inRun")}</span>
+          <span>{text(`command.restart.switch.${position}`)}</span>
         </label>
       ) : null}
       {failure ? <FailureLine context={context} failure={failure} /> : null}
