@@ -111,6 +111,22 @@ test("a switch that changes while the dialog is open decides anew", async () => 
   });
 });
 
+test("a command that times out is watched, because it may have been carried out", async () => {
+  const prepare = (page) =>
+    page.route("**/RestartController", (route) =>
+      route.fulfill({
+        status: 504,
+        contentType: "application/problem+json",
+        body: '{"type":"about:blank","title":"","status":504,"code":"service-timeout","detail":""}',
+      }),
+    );
+  const expected = /status of 504/;
+  await browser.visit({ host: refusing, user: "engineer", prepare, expected }, async (page) => {
+    await restart(page);
+    await progress(page, "may have carried out the command").waitFor();
+  });
+});
+
 test("a device that does not go down is told", async () => {
   const prepare = (page) => page.clock.install();
   await browser.visit({ host: refusing, user: "engineer", prepare }, async (page) => {

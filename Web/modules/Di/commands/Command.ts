@@ -11,22 +11,33 @@ const requests = { restart: "RestartController", reset: "ResetControllerToFactor
 /** The device's text for a reset that goes on after the response. */
 const unfinishedReset = "timed out";
 
+/** Of these problems the host does not know what became of the request; any other refuses it. */
+const unknownStatuses = [500, 502, 504];
+const codeOfLostService = "service-lost";
+
+/** What an error tells about a command that was sent; not set when it was not carried out. */
+export function interpretError(error: unknown): Answer | undefined {
+  if (error instanceof ModuleError && error.code === unfinishedReset) {
+    return "unfinished";
+  }
+  const isUnknown =
+    error instanceof ConnectionError ||
+    (error instanceof ProblemError &&
+      (unknownStatuses.includes(error.problem.status) || error.code === codeOfLostService));
+  return isUnknown ? "unknown" : undefined;
+}
+
 /** Throws when the command was not carried out. */
 async function send(context: PageContext, command: CommandName): Promise<Answer> {
   try {
     await context.request(controlProvider, requests[command], { method: "POST" });
     return "accepted";
   } catch (error) {
-    if (error instanceof ModuleError && error.code === unfinishedReset) {
-      return "unfinished";
+    const answer = interpretError(error);
+    if (answer === undefined) {
+      throw error;
     }
-    if (
-      error instanceof ConnectionError ||
-      (error instanceof ProblemError && error.code === "service-lost")
-    ) {
-      return "unknown";
-    }
-    throw error;
+    return answer;
   }
 }
 
