@@ -62,7 +62,7 @@ const steps = ["accepted", "goingDown", "away", "back"] as const;
 
 function Steps({ context, state }: ProgressProps) {
   const { text } = context;
-  const current = state.phase !== "goingDown" ? 2 : state.answer === "accepted" ? 1 : 0;
+  const current = state.phase === "away" ? 2 : state.answer === "accepted" ? 1 : 0;
   return (
     <>
       <ol class="command-steps">

@@ -4,6 +4,7 @@ import {
   type Answer,
   advance,
   begin,
+  type CommandName,
   getDuration,
   isLate,
   isWatched,
@@ -28,10 +29,10 @@ const unclear: Seen = { kind: "unclear" };
 
 type Look = readonly [seconds: number, seen: Seen];
 
-function run(answer: Answer, looks: readonly Look[]): RestartState {
+function run(answer: Answer, looks: readonly Look[], command: CommandName = "restart"): RestartState {
   return looks.reduce(
     (state, [seconds, seen]) => advance(state, seen, start + seconds * 1_000),
-    begin({ ...beginning, answer }, start),
+    begin({ ...beginning, command, answer }, start),
   );
 }
 
@@ -40,16 +41,39 @@ function stay(from: number, to: number): readonly Look[] {
   return Array.from({ length: to - from + 1 }, (_, index) => [from + index, same] as const);
 }
 
+const unfinished = { command: "reset", answer: "unfinished" } as const;
+
 const paths: readonly {
   name: string;
+  command?: CommandName;
   answer?: Answer;
   looks: readonly Look[];
   phase: RestartState["phase"];
 }[] = [
   { name: "stays going down for 29 s", looks: stay(1, 29), phase: "goingDown" },
   { name: "did not go down after 30 s", looks: stay(1, 30), phase: "notDown" },
-  { name: "waits for a reset that goes on", answer: "unfinished", looks: stay(1, 600), phase: "goingDown" },
-  { name: "does not wait for it for ever", answer: "unfinished", looks: stay(1, 660), phase: "notDown" },
+  { name: "waits for a reset that goes on", ...unfinished, looks: stay(1, 659), phase: "goingDown" },
+  { name: "does not wait for it for ever", ...unfinished, looks: stay(1, 660), phase: "notDown" },
+  {
+    name: "waits for a reset that may go on",
+    ...unfinished,
+    answer: "unknown",
+    looks: stay(1, 659),
+    phase: "goingDown",
+  },
+  { name: "does not wait for a restart as long", answer: "unknown", looks: stay(1, 30), phase: "notDown" },
+  {
+    name: "waits for a reset although it was unreachable for a moment",
+    ...unfinished,
+    looks: [[5, gone], ...stay(6, 659)],
+    phase: "returned",
+  },
+  {
+    name: "such a reset has not restarted it",
+    ...unfinished,
+    looks: [[5, gone], ...stay(6, 660)],
+    phase: "notRestarted",
+  },
   {
     name: "is away",
     looks: [
@@ -76,7 +100,12 @@ const paths: readonly {
   },
   { name: "has returned, perhaps for a moment", looks: [[2, gone], ...stay(3, 12)], phase: "returned" },
   { name: "goes away again", looks: [[2, gone], ...stay(3, 12), [13, gone]], phase: "away" },
-  { name: "has not restarted", looks: [[2, gone], ...stay(3, 13)], phase: "notRestarted" },
+  { name: "has not restarted yet", looks: [[2, gone], ...stay(3, 29)], phase: "returned" },
+  { name: "has not restarted", looks: [[2, gone], ...stay(3, 30)], phase: "notRestarted" },
+  { name: "settles after the time as well", looks: [[25, gone], ...stay(26, 35)], phase: "returned" },
+  { name: "has settled", looks: [[25, gone], ...stay(26, 36)], phase: "notRestarted" },
+  { name: "restarts after all", looks: [[2, gone], ...stay(3, 40), [60, gone], [80, other]], phase: "back" },
+  { name: "is watched no longer", looks: [[2, gone], ...stay(3, 40), [180, other]], phase: "notRestarted" },
   { name: "goes down late", looks: [...stay(1, 40), [41, gone]], phase: "away" },
   { name: "restarts late", looks: [...stay(1, 40), [41, gone], [80, other]], phase: "back" },
   { name: "is not watched for ever", looks: [...stay(1, 40), [181, gone]], phase: "notDown" },
@@ -115,8 +144,8 @@ const paths: readonly {
 ];
 
 test("The boot id tells how far a restart has come", () => {
-  for (const { name, answer = "accepted", looks, phase } of paths) {
-    assert.equal(run(answer, looks).phase, phase, name);
+  for (const { name, command, answer = "accepted", looks, phase } of paths) {
+    assert.equal(run(answer, looks, command).phase, phase, name);
   }
 });
 
@@ -172,6 +201,9 @@ test("It is late after twice the longest of the last times, or three minutes", (
     assert.equal(isLate(away, start + (5 + seconds) * 1_000), expected, `${lastTimes} ${seconds}`);
   }
   assert.equal(isLate(run("accepted", stay(1, 20)), start + 900_000), false, "not away");
+  const awayAgain = run("accepted", [[2, gone], ...stay(3, 100), [101, gone]]);
+  assert.equal(isLate(awayAgain, start + 281_000), false, "away again");
+  assert.equal(isLate(awayAgain, start + 282_000), true, "away again");
 });
 
 test("A state is stored and read again, and damaged ones are no states", () => {

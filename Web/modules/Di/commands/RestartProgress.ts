@@ -3,11 +3,15 @@
 //
 //   goingDown ──unreachable──► away ──another boot id──► back
 //       │                      │  ▲
-//      30 s        same boot id│  │unreachable
-//       ▼                      ▼  │
-//    notDown ──unreachable──► returned ──10 s──► notRestarted
+//       │         same boot id │  │ unreachable
+//   time is up                 ▼  │
+//       │                    returned
+//       ▼                       │ time is up, and 10 s
+//    notDown                    ▼
+//                          notRestarted
 //
-// From every state but the last ones, another boot id leads to `back`, and an unreachable controller to `away`.
+// The time is up when a restart would have begun, counted from the command. From every state but `back`, another boot id
+// leads to `back`, and an unreachable controller to `away`: `notDown` and `notRestarted` are watched for a while.
 
 export type CommandName = "restart" | "reset";
 
@@ -30,8 +34,6 @@ export interface RestartState {
   readonly lastTimes: readonly number[];
   readonly beganAt: number;
   readonly phaseAt: number;
-  /** Of the first phase `away`. */
-  readonly awayAt?: number;
   readonly seenAt: number;
   /** Nothing was seen for so long that the time of the restart is not known. */
   readonly hasGap: boolean;
@@ -44,15 +46,12 @@ export type Seen =
   | { readonly kind: "unclear" };
 
 const second = 1_000;
-const downWithin: Readonly<Record<Answer, number>> = {
-  accepted: 30 * second,
-  unknown: 30 * second,
-  // The unit of a reset may take ten minutes.
-  unfinished: 11 * 60 * second,
-};
+const downWithin = 30 * second;
+/** The unit of a reset may take ten minutes. */
+const resetWithin = 11 * 60 * second;
 const settledAfter = 10 * second;
 const gapAfter = 15 * second;
-const watchedAfterNotDown = 150 * second;
+const watchedAfterTime = 150 * second;
 const usualLimitWithoutHistory = 180;
 
 export type Beginning = Pick<
@@ -71,10 +70,7 @@ export function advance(state: RestartState, seen: Seen, now: number): RestartSt
   const hasGap = state.hasGap || Math.abs(now - state.seenAt) > gapAfter;
   const phase = findPhase(state, seen, now);
   const next = { ...state, hasGap, seenAt: now, phase };
-  if (phase === state.phase) {
-    return next;
-  }
-  return { ...next, phaseAt: now, ...(phase === "away" ? { awayAt: state.awayAt ?? now } : {}) };
+  return phase === state.phase ? next : { ...next, phaseAt: now };
 }
 
 function findPhase(state: RestartState, seen: Seen, now: number): Phase {
@@ -88,24 +84,30 @@ function findPhase(state: RestartState, seen: Seen, now: number): Phase {
   }
 }
 
-function findPhaseOfSameBoot({ phase, phaseAt, answer }: RestartState, now: number): Phase {
-  const spent = now - phaseAt;
+/** Whether a restart would have begun by now. */
+function isTimeUp({ command, answer, beganAt }: RestartState, now: number): boolean {
+  const mayGoOn = command === "reset" && answer !== "accepted";
+  return now - beganAt >= (mayGoOn ? resetWithin : downWithin);
+}
+
+function findPhaseOfSameBoot(state: RestartState, now: number): Phase {
+  const { phase, phaseAt } = state;
   switch (phase) {
     case "goingDown":
-      return spent >= downWithin[answer] ? "notDown" : phase;
+      return isTimeUp(state, now) ? "notDown" : phase;
     case "away":
       return "returned";
     case "returned":
       // A network that was gone for a moment looks the same, so the restart may still come.
-      return spent >= settledAfter ? "notRestarted" : phase;
+      return isTimeUp(state, now) && now - phaseAt >= settledAfter ? "notRestarted" : phase;
     default:
       return phase;
   }
 }
 
-/** Whether another look can change the state. A device that goes down late is still noticed for a while. */
+/** Whether another look can change the state. A device that restarts late is still noticed for a while. */
 export function isWatched({ phase, phaseAt }: RestartState, now: number): boolean {
-  return phase === "notDown" ? now - phaseAt < watchedAfterNotDown : !isEnd(phase);
+  return !isEnd(phase) || (phase !== "back" && now - phaseAt < watchedAfterTime);
 }
 
 export function isEnd(phase: Phase): boolean {
@@ -113,12 +115,9 @@ export function isEnd(phase: Phase): boolean {
 }
 
 /** Whether it takes over twice as long as the longest of the last times. */
-export function isLate({ phase, awayAt, lastTimes }: RestartState, now: number): boolean {
-  if (phase !== "away" || awayAt === undefined) {
-    return false;
-  }
+export function isLate({ phase, phaseAt, lastTimes }: RestartState, now: number): boolean {
   const limit = lastTimes.length > 0 ? 2 * Math.max(...lastTimes) : usualLimitWithoutHistory;
-  return now - awayAt > limit * second;
+  return phase === "away" && now - phaseAt > limit * second;
 }
 
 /** Seconds from the response until the controller was back; not set when that is not known. */

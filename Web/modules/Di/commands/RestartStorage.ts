@@ -40,7 +40,7 @@ function isState(value: unknown): value is RestartState {
     isOneOf(state.answer, answers) &&
     isOneOf(state.phase, phases) &&
     [state.bootId, state.user, state.serialNumber].every((each) => typeof each === "string") &&
-    [state.beganAt, state.phaseAt, state.seenAt, state.awayAt ?? 0].every(isTime) &&
+    [state.beganAt, state.phaseAt, state.seenAt].every(isTime) &&
     typeof state.hasGap === "boolean" &&
     isSeconds(state.lastTimes)
   );

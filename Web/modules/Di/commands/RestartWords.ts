@@ -26,7 +26,7 @@ export function describeRestart(state: RestartState, isLate: boolean, text: Text
       return {
         level: "good",
         title: describeBack(state, text),
-        advice: command === "reset" ? text("command.back.advice") : "",
+        advice: command === "reset" ? text(`command.back.reset.${answer}`) : "",
       };
     case "notDown":
       return { level: "warning", title: text("command.notDown"), advice: text("command.notDown.advice") };
