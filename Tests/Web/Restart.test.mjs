@@ -1,6 +1,7 @@
 // Restart and factory reset, from the button to the device that is back, or not.
 import assert from "node:assert/strict";
 import { after, test } from "node:test";
+import { settle } from "./support/Access.mjs";
 import { Browser } from "./support/Browser.mjs";
 import { controller, stillItems } from "./support/Description.mjs";
 import { Host, password } from "./support/Host.mjs";
@@ -199,5 +200,41 @@ test("without a permission the buttons say why, and open nothing", async () => {
       fetch("/api/v1/DeviceInterfaceControlDp/RestartController", { method: "POST" }),
     );
     assert.notEqual(status, 200);
+  });
+});
+
+test("a page follows the role and the user that the host has by now", async () => {
+  const { token } = refusing;
+  await refusing.ask("POST", "/api/v1/users", { token, body: { user: "rosa", password, role: "Engineer" } });
+  const setRole = (role) => refusing.ask("PATCH", "/api/v1/users/rosa", { token, body: { role } });
+  await browser.visit({ host: refusing, user: "rosa" }, async (page, context) => {
+    const restartButton = button(page, "Restart…");
+    const refusal = page.getByText("You may only read.");
+    const isDisabled = (value) =>
+      until(async () => assert.equal(await restartButton.getAttribute("aria-disabled"), `${value}`));
+    await settle(page);
+    await isDisabled(false);
+    // Refused once, the page asks who it is.
+    await setRole("Viewer");
+    await restartButton.click();
+    await inDialog(page, "Restart").click();
+    await refusal.waitFor();
+    await isDisabled(true);
+    assert.equal(await page.getByRole("dialog").count(), 0);
+    await until(() => page.evaluate(() => document.activeElement.id === "content"));
+
+    const look = () => page.evaluate(() => window.dispatchEvent(new Event("focus")));
+    await setRole("Engineer");
+    await look();
+    await refusal.waitFor({ state: "detached" });
+    await isDisabled(false);
+
+    const { cookies } = await refusing.logIn("admin");
+    const [, name, value] = /^([^=]+)=([^;]*)/.exec(cookies[0]);
+    await context.addCookies([{ name, value, url: refusing.address, secure: true, sameSite: "Strict" }]);
+    await look();
+    await page.locator("nav").getByText("Users").waitFor({ state: "attached" });
+    await button(page, "Factory reset…").click();
+    await page.getByLabel("Password of admin").waitFor();
   });
 });

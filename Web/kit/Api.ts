@@ -71,9 +71,10 @@ interface Envelope {
   readonly payload: object;
 }
 
-/** What the shell does about a session that ended, and about one that is used. */
+/** What the shell does about a session that ended, one that may no longer do what it did, and one that is used. */
 export interface SessionObserver {
   sessionEnded(code: "no-session" | "password-change-needed"): void;
+  permissionRefused(): void;
   sessionUsed(): void;
 }
 
@@ -139,6 +140,14 @@ async function read(response: Response): Promise<unknown> {
   });
 }
 
+function reportProblem(code: string): void {
+  if (code === "no-session" || code === "password-change-needed") {
+    observer?.sessionEnded(code);
+  } else if (code === "no-permission") {
+    observer?.permissionRefused();
+  }
+}
+
 async function send(path: string, init: RequestInit, options: RequestOptions): Promise<unknown> {
   const headers = new Headers(init.headers);
   if (options.background) {
@@ -153,11 +162,8 @@ async function send(path: string, init: RequestInit, options: RequestOptions): P
     }
     return body;
   } catch (error) {
-    if (
-      error instanceof ProblemError &&
-      (error.code === "no-session" || error.code === "password-change-needed")
-    ) {
-      observer?.sessionEnded(error.code);
+    if (error instanceof ProblemError) {
+      reportProblem(error.code);
     }
     throw error;
   }

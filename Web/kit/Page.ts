@@ -26,6 +26,7 @@ export interface PageContext {
   readonly language: string;
   /** Texts of the page's own catalogue. */
   readonly text: TextFunction;
+  /** The page is mounted again when it changes. */
   readonly session: PageSession;
   /** Aborted when the page is closed. */
   readonly signal: AbortSignal;

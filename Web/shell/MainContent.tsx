@@ -42,15 +42,18 @@ function AttentionLines() {
 
 function Content({ name }: { readonly name: string }) {
   const state = session.value;
+  if (state.kind !== "loggedIn") {
+    return null;
+  }
   const view = views.find((each) => each.name === name);
   if (view) {
-    const isAllowed = state.kind === "loggedIn" && (view.role === undefined || view.role === state.role);
+    const isAllowed = view.role === undefined || view.role === state.role;
     return isAllowed ? <ShellView view={view} /> : <NoPermission view={view} />;
   }
   const page = pages.value.find((each) => each.pageName === name && each.entry !== "");
   if (page) {
     // Also while its module is unavailable: the page itself says what it lacks, and goes on when it is back.
-    return <PageHost page={page} />;
+    return <PageHost page={page} user={state.user} role={state.role} />;
   }
   return pages.value.length > 0 ? <h1 class="oxa-page-title">{text("shell.unknownPage")}</h1> : null;
 }

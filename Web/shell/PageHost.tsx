@@ -2,11 +2,11 @@
 import { useEffect, useRef, useState } from "preact/hooks";
 import { request } from "../kit/Api";
 import { Banner } from "../kit/components/Basics";
-import type { PageContext, PageModule } from "../kit/Page";
+import type { PageContext, PageModule, PageSession } from "../kit/Page";
 import { type Catalogue, makeTextFunction } from "../kit/Texts";
 import { getCatalogue, language, text } from "./Language";
+import { keepFocus } from "./Loaded";
 import { loadTexts } from "./PageTexts";
-import { session } from "./Session";
 import { announce, attention, device, isAway, type ModulePage, navigate } from "./State";
 
 /** Each style sheet is loaded once and stays. */
@@ -31,15 +31,11 @@ async function loadModule(entry: string): Promise<PageModule> {
   return module;
 }
 
-function makeContext(pageTexts: Catalogue, signal: AbortSignal): PageContext {
-  const state = session.peek();
-  if (state.kind !== "loggedIn") {
-    throw new Error("no session");
-  }
+function makeContext(pageTexts: Catalogue, { user, role }: PageSession, signal: AbortSignal): PageContext {
   return {
     language: language.peek(),
     text: makeTextFunction({ ...getCatalogue(), ...pageTexts }, language.peek()),
-    session: { user: state.user, role: state.role },
+    session: { user, role },
     signal,
     request: (provider, name, options = {}) => request(provider, name, { signal, ...options }),
     setAttention: (items) => {
@@ -56,26 +52,33 @@ function makeContext(pageTexts: Catalogue, signal: AbortSignal): PageContext {
   };
 }
 
-export function PageHost({ page }: { readonly page: ModulePage }) {
+interface PageHostProps extends PageSession {
+  readonly page: ModulePage;
+}
+
+/** Another user or role may do other things, so the page begins anew. */
+export function PageHost({ page, user, role }: PageHostProps) {
   const root = useRef<HTMLDivElement>(null);
   const [hasFailed, setHasFailed] = useState(false);
   const usedLanguage = language.value;
   useEffect(() => {
     const aborted = new AbortController();
     let unmount: (() => void) | undefined;
+    setHasFailed(false);
     const show = async () => {
       const [module, texts] = await Promise.all([loadModule(page.entry), loadTexts(page)]);
       if (!aborted.signal.aborted && root.current) {
-        unmount = module.mount(root.current, makeContext(texts, aborted.signal));
+        unmount = module.mount(root.current, makeContext(texts, { user, role }, aborted.signal));
       }
     };
-    show().catch(() => setHasFailed(true));
+    show().catch(() => setHasFailed(!aborted.signal.aborted));
     return () => {
       aborted.abort();
       unmount?.();
+      keepFocus();
       attention.value = [];
     };
-  }, [page.entry, usedLanguage]);
+  }, [page.entry, usedLanguage, user, role]);
   return (
     <>
       {hasFailed ? <Banner>{text("shell.loadFailed")}</Banner> : null}

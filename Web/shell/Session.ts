@@ -55,12 +55,16 @@ export function startSession(): void {
         };
       }
     },
+    // An administrator may have changed the role.
+    permissionRefused: readAgain,
     sessionUsed: () => {
       lastUse.value = clock.value = performance.now();
     },
   });
   setInterval(tick, clockMilliseconds);
   document.addEventListener("visibilitychange", tick);
+  // Another user may have logged in with another tab.
+  window.addEventListener("focus", readAgain);
   for (const event of ["pointerdown", "keydown"]) {
     window.addEventListener(event, reportUse, { passive: true });
   }
@@ -69,8 +73,14 @@ export function startSession(): void {
 function tick(): void {
   clock.value = performance.now();
   const isDue = clock.value - lastRead > readMilliseconds || secondsLeft.value === 0;
-  if (session.value.kind === "loggedIn" && !document.hidden && isDue) {
-    lastRead = clock.value;
+  if (!document.hidden && isDue) {
+    readAgain();
+  }
+}
+
+function readAgain(): void {
+  if (session.peek().kind === "loggedIn") {
+    lastRead = performance.now();
     void call("get", "/api/v1/session", undefined, { background: true }).then(accept, () => undefined);
   }
 }
