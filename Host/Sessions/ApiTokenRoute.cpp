@@ -8,11 +8,13 @@
 #include "Host/Threads/EventLoop.hpp"
 #include "Oxa/System/Commons/ArgumentException.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
+#include "Oxa/System/Commons/OxaDateTime.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
 
 namespace Oxa::Host::Sessions
 {
@@ -52,6 +54,15 @@ BasicString FindFault(const JsonBody& body)
     return FindRoleFault(body.GetText("role"));
 }
 
+/// By the clock that ends tokens; 0 for one that has expired.
+int64 GetSecondsUntil(const DateTime& time)
+{
+    using std::chrono::microseconds;
+    const auto now = std::chrono::duration_cast<microseconds>(std::chrono::system_clock::now().time_since_epoch());
+    const auto left = microseconds(time.ToUnixTimeMicroseconds()) - now;
+    return std::max<int64>(0, std::chrono::ceil<std::chrono::seconds>(left).count());
+}
+
 void WriteApiToken(JsonWriter& writer, const ApiTokenInfo& token)
 {
     writer.WriteValue("name", token.name);
@@ -61,6 +72,7 @@ void WriteApiToken(JsonWriter& writer, const ApiTokenInfo& token)
     if (token.expires)
     {
         writer.WriteValue("expires", token.expires->ToIso8601String());
+        writer.WriteValue("expiresInSeconds", GetSecondsUntil(*token.expires));
     }
     if (token.lastUsed)
     {

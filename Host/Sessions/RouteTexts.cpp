@@ -26,6 +26,7 @@ void WriteSession(System::Commons::Json::JsonWriter& writer, std::string_view us
     writer.WriteValue("idleSeconds", static_cast<int64>(configuration.idleTimeout.count()));
     writer.WriteValue("idleLeftSeconds", static_cast<int64>(idleLeft.count()));
     writer.WriteValue("expires", FormatTime(remaining));
+    writer.WriteValue("expiresInSeconds", static_cast<int64>(remaining.count()));
 }
 
 Http::SecretText AppendToken(std::string_view jsonObject, std::string_view token)

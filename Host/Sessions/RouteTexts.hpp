@@ -20,7 +20,8 @@ namespace Oxa::Host::Sessions
 /// A time of the system's clock, in whole seconds.
 [[nodiscard]] BasicString FormatTime(std::chrono::seconds fromNow);
 
-/// Writes the members of a session into the open JSON object. `idleLeft`: until it ends without further use.
+/// Writes the members of a session into the open JSON object. `remaining`: until it ends at the latest; `idleLeft`:
+/// until it ends without further use.
 void WriteSession(System::Commons::Json::JsonWriter& writer, std::string_view userName, std::string_view roleName,
                   bool mustChangePassword, const Configuration::SessionConfiguration& configuration,
                   std::chrono::seconds remaining, std::chrono::seconds idleLeft);

@@ -131,3 +131,28 @@ test("a host that does not answer is told, and the page comes by itself when it 
     await page.locator(form).waitFor();
   });
 });
+
+/** Ten years ahead. */
+const setClockAhead = () => {
+  const Real = Date;
+  globalThis.Date = class extends Real {
+    constructor(...parts) {
+      super(...(parts.length === 0 ? [globalThis.Date.now()] : parts));
+    }
+
+    static now() {
+      return Real.now() + 315_000_000_000;
+    }
+  };
+};
+
+test("neither session nor token ends for a browser with another clock than the host's", async () => {
+  const prepare = (page) => page.addInitScript(setClockAhead);
+  const body = { name: "monitor", role: "Viewer", days: 1 };
+  await host.ask("POST", "/api/v1/tokens", { token: host.token, body });
+  await browser.visit({ host, user: "admin", route: "tokens", prepare }, async (page) => {
+    await page.locator("tr", { hasText: "monitor" }).waitFor();
+    assert.equal(await page.getByText("expired").count(), 0);
+    await page.locator(".shell-session").getByText("2 min").waitFor();
+  });
+});

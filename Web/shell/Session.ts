@@ -15,7 +15,6 @@ export type SessionState =
       readonly user: string;
       readonly role: Role;
       readonly idleSeconds: number;
-      readonly expires: string;
     };
 
 export const session = signal<SessionState>({ kind: "unknown" });
@@ -23,6 +22,8 @@ export const session = signal<SessionState>({ kind: "unknown" });
 /** Now, on the browser's clock, once in a while: `performance.now()` in milliseconds. */
 export const clock = signal(performance.now());
 const lastUse = signal(performance.now());
+/** When the session ends also with use. The host says how long that is: its clock may be wrong, or the browser's. */
+const lifeEnd = signal(performance.now());
 
 /** Whole seconds until the session ends by itself; not set without one. */
 export const secondsLeft = computed(() => {
@@ -31,9 +32,12 @@ export const secondsLeft = computed(() => {
     return undefined;
   }
   const idleLeft = state.idleSeconds - (clock.value - lastUse.value) / 1000;
-  const lifeLeft = (Date.parse(state.expires) - Date.now()) / 1000;
+  const lifeLeft = (lifeEnd.value - clock.value) / 1000;
   return Math.max(0, Math.floor(Math.min(idleLeft, lifeLeft)));
 });
+
+/** In time of the reader's clock. */
+export const sessionEnd = computed(() => new Date(Date.now() + lifeEnd.value - performance.now()));
 
 const clockMilliseconds = 10_000;
 /** How often the host is asked how long the session lasts: another tab may use it, an administrator may end it. */
@@ -98,14 +102,15 @@ function accept(found: Schemas["Session"] | Schemas["NewSession"]): void {
     session.value = { kind: "passwordChange", user: found.user };
     return;
   }
-  const { user, role, idleSeconds = 0, expires = "" } = found;
-  const idleLeft = "idleLeftSeconds" in found ? (found.idleLeftSeconds ?? idleSeconds) : idleSeconds;
-  lastUse.value = performance.now() - (idleSeconds - idleLeft) * 1000;
-  clock.value = performance.now();
+  const { user, role, idleSeconds = 0, idleLeftSeconds = 0, expiresInSeconds = 0 } = found;
+  const now = performance.now();
+  lastUse.value = now - (idleSeconds - idleLeftSeconds) * 1000;
+  lifeEnd.value = now + expiresInSeconds * 1000;
+  clock.value = now;
   const present = session.peek();
   const isSame = present.kind === "loggedIn" && present.user === user && present.role === role;
-  if (!isSame || present.expires !== expires) {
-    session.value = { kind: "loggedIn", user, role, idleSeconds, expires };
+  if (!isSame || present.idleSeconds !== idleSeconds) {
+    session.value = { kind: "loggedIn", user, role, idleSeconds };
   }
 }
 

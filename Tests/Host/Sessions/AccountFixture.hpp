@@ -85,6 +85,12 @@ protected:
         return body.substr(begin, body.find('"', begin) - begin);
     }
 
+    /// The value of a member that is a whole number.
+    static int GetNumber(const BasicString& body, const BasicString& name)
+    {
+        return std::stoi(body.substr(body.find('"' + name + "\":") + name.size() + 3));
+    }
+
     /// "Kind user text" of each notification since the last call.
     std::vector<BasicString> TakePublished()
     {

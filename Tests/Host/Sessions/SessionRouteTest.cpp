@@ -10,8 +10,11 @@ namespace Oxa::Host::Sessions
 {
 
 using Http::HttpMethod;
+using testing::AllOf;
 using testing::ElementsAre;
+using testing::Gt;
 using testing::HasSubstr;
+using testing::Le;
 using testing::Not;
 
 namespace
@@ -26,9 +29,11 @@ TEST_F(SessionRoutes, GiveASessionByCookieAndByTokenUntilLoggingOut)
     const BasicString key = LogIn();
     const BasicString cookie = "a=b; oxa-session=" + key;
     request.cookie = cookie;
+    const BasicString session = Ask(HttpMethod::Get, "/api/v1/session")->body;
     EXPECT_THAT(
-        Ask(HttpMethod::Get, "/api/v1/session")->body,
+        session,
         HasSubstr(R"({"user":"ann","role":"Viewer","mustChangePassword":false,"idleSeconds":900,"idleLeftSeconds":)"));
+    EXPECT_THAT(GetNumber(session, "expiresInSeconds"), AllOf(Gt(43'200 - 60), Le(43'200)));
     EXPECT_EQ(Ask(HttpMethod::Delete, "/api/v1/session")->status, 403U) << "the request may be forged";
     EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/session", "wrong")->status, 401U)
         << "the cookie counts only without this field";

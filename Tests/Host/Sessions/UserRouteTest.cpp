@@ -9,8 +9,11 @@ namespace Oxa::Host::Sessions
 {
 
 using Http::HttpMethod;
+using testing::AllOf;
 using testing::ElementsAre;
+using testing::Gt;
 using testing::HasSubstr;
+using testing::Le;
 
 namespace
 {
@@ -180,6 +183,8 @@ TEST_F(UserRoutes, AddListAndRemoveApiTokens)
     const auto list = Ask(HttpMethod::Get, "/api/v1/tokens", boss);
     EXPECT_THAT(list->body, HasSubstr(R"({"name":"monitor","role":"Viewer","createdBy":"boss","created":")"));
     EXPECT_THAT(list->body, HasSubstr(R"("expires":")"));
+    constexpr int days30 = 30 * 24 * 60 * 60;
+    EXPECT_THAT(GetNumber(list->body, "expiresInSeconds"), AllOf(Gt(days30 - 60), Le(days30)));
     EXPECT_THAT(list->body, testing::Not(HasSubstr("oxa_")));
     const BodyCase cases[] = {
         {HttpMethod::Post, "/api/v1/tokens", R"({"name":"Monitor","role":"Viewer"})", 409, "token-exists"},

@@ -6,7 +6,7 @@ import { LanguageChoice } from "../Header";
 import { text } from "../Language";
 import { PasswordForm } from "../PasswordChange";
 import { roleName } from "../Roles";
-import { session } from "../Session";
+import { session, sessionEnd } from "../Session";
 import { announce } from "../State";
 import { Time } from "../Time";
 import { ViewHead } from "../ViewHead";
@@ -38,7 +38,7 @@ export default function Account() {
               <dd>{roleName(state.role)}</dd>
               <dt>{text("account.ends")}</dt>
               <dd>
-                <Time value={state.expires} />
+                <Time value={sessionEnd.value.toISOString()} />
               </dd>
             </dl>
             <p class="oxa-field-hint">{text(`role.${state.role}.may`)}</p>

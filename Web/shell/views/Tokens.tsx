@@ -92,7 +92,7 @@ function TokenRow({ token, onRemove }: TokenRowProps) {
         </span>
       </td>
       <td data-label={text("tokens.expires")}>
-        <Expiry expires={token.expires} />
+        <Expiry token={token} />
       </td>
       <td data-label={text("tokens.lastUsed")}>
         {token.lastUsed ? <Time value={token.lastUsed} /> : text("tokens.never")}
@@ -106,14 +106,15 @@ function TokenRow({ token, onRemove }: TokenRowProps) {
   );
 }
 
-function Expiry({ expires }: { readonly expires: string | undefined }) {
+/** Whether it has expired is the host's to say: its clock may be wrong, or the browser's. */
+function Expiry({ token: { expires, expiresInSeconds } }: { readonly token: Token }) {
   if (!expires) {
     return <>{text("tokens.unlimited")}</>;
   }
-  const hasExpired = Date.parse(expires) <= Date.now();
   return (
     <span>
-      <Time value={expires} /> {hasExpired ? <Mark level="warning">{text("tokens.expired")}</Mark> : null}
+      <Time value={expires} />{" "}
+      {expiresInSeconds === 0 ? <Mark level="warning">{text("tokens.expired")}</Mark> : null}
     </span>
   );
 }
