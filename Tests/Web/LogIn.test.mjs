@@ -132,6 +132,27 @@ test("a host that does not answer is told, and the page comes by itself when it 
   });
 });
 
+test("a log-out that the host has not carried out is told, and can be repeated", async () => {
+  const fail = (route) => (route.request().method() === "DELETE" ? route.abort() : route.continue());
+  await browser.visit({ host, user: "viewer" }, async (page) => {
+    await page.route("**/api/v1/session", fail);
+    const logOut = page.getByRole("button", { name: "Log out" });
+    await logOut.click();
+    const dialog = page.getByRole("dialog", { name: "You are still logged in" });
+    await dialog.getByRole("alert").getByText("The controller does not answer.").waitFor();
+    await dialog.getByRole("button", { name: "Cancel" }).click();
+    await dialog.waitFor({ state: "detached" });
+    await until(() => logOut.evaluate((button) => button === document.activeElement));
+    await logOut.click();
+    await dialog.waitFor();
+    await page.unroute("**/api/v1/session", fail);
+    await dialog.getByRole("button", { name: "Log out" }).click();
+    await page.locator(form).waitFor();
+    await page.reload();
+    await page.locator(form).waitFor();
+  });
+});
+
 /** Ten years ahead. */
 const setClockAhead = () => {
   const Real = Date;

@@ -1,10 +1,9 @@
 // A dialog that carries one action out: asks or takes what is needed, says why it failed, closes when it is done.
 import type { ComponentChildren } from "preact";
-import { useState } from "preact/hooks";
 import { Button, type ButtonKind } from "../kit/components/Basics";
 import { Dialog } from "../kit/components/Dialog";
-import { explain } from "../kit/Failures";
-import { lookUp, text } from "./Language";
+import { useAction } from "./Action";
+import { text } from "./Language";
 import { announce } from "./State";
 
 interface ActionDialogProps {
@@ -14,31 +13,27 @@ interface ActionDialogProps {
   readonly kind?: ButtonKind;
   /** The text that is read out when it is done. Throws what the host said. */
   readonly action: () => Promise<string>;
+  /** Of an attempt before the dialog was opened. */
+  readonly firstFailure?: string;
   readonly onClose: (isDone: boolean) => void;
   readonly children: ComponentChildren;
 }
 
 export function ActionDialog(props: ActionDialogProps) {
-  const { title, submit, kind = "primary", action, onClose, children } = props;
-  const [failure, setFailure] = useState("");
-  const [isRunning, setIsRunning] = useState(false);
-  const run = async () => {
-    if (isRunning) {
-      return;
-    }
-    setIsRunning(true);
-    setFailure("");
-    try {
-      announce(await action());
-      onClose(true);
-    } catch (error) {
-      setFailure(explain(error, lookUp));
-      setIsRunning(false);
+  const { title, submit, kind = "primary", action, firstFailure, onClose, children } = props;
+  const { isRunning, failure, run } = useAction(async () => {
+    announce(await action());
+    onClose(true);
+  }, firstFailure);
+  // What has been sent cannot be cancelled any more, and a failure has to be seen.
+  const cancel = () => {
+    if (!isRunning) {
+      onClose(false);
     }
   };
   const actions = (
     <>
-      <Button data-autofocus={kind === "danger" ? "" : undefined} onClick={() => onClose(false)}>
+      <Button data-autofocus={kind === "danger" ? "" : undefined} aria-disabled={isRunning} onClick={cancel}>
         {text("dialog.cancel")}
       </Button>
       <Button type="submit" kind={kind} aria-disabled={isRunning}>
@@ -47,7 +42,7 @@ export function ActionDialog(props: ActionDialogProps) {
     </>
   );
   return (
-    <Dialog title={title} onCancel={() => onClose(false)} onSubmit={() => void run()} actions={actions}>
+    <Dialog title={title} onCancel={cancel} onSubmit={() => void run()} actions={actions}>
       {children}
       {failure ? (
         <p class="oxa-banner" data-level="bad" role="alert">

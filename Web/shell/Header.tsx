@@ -1,7 +1,8 @@
 import { LogOut, Menu, TriangleAlert, X } from "lucide-preact";
 import { Button, Foreign, Select } from "../kit/components/Basics";
 import { catalogueName, chooseByUser, languages, text } from "./Language";
-import { logOut, secondsLeft, session } from "./Session";
+import { LogOutButton } from "./LogOutButton";
+import { secondsLeft, session } from "./Session";
 import { attention, condition, device, isMenuOpen, navigate } from "./State";
 
 export function Header() {
@@ -106,14 +107,9 @@ function Account() {
       <Button kind="quiet" onClick={() => navigate("account")}>
         <Foreign text={state.user} />
       </Button>
-      <Button
-        kind="quiet"
-        aria-label={text("shell.logOut")}
-        title={text("shell.logOut")}
-        onClick={() => void logOut()}
-      >
+      <LogOutButton>
         <LogOut class="oxa-icon" aria-hidden="true" />
-      </Button>
+      </LogOutButton>
     </>
   );
 }

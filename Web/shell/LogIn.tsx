@@ -1,39 +1,28 @@
 import { useEffect, useRef, useState } from "preact/hooks";
 import { call } from "../kit/Api";
 import { Banner, Button, Field } from "../kit/components/Basics";
-import { explain } from "../kit/Failures";
+import { useAction } from "./Action";
 import { LanguageChoice } from "./Header";
-import { lookUp, text } from "./Language";
+import { text } from "./Language";
 import { logIn } from "./Session";
 
 export function LogIn({ hasEnded }: { readonly hasEnded: boolean }) {
   const [user, setUser] = useState("");
   const [password, setPassword] = useState("");
-  const [failure, setFailure] = useState("");
-  const [isSending, setIsSending] = useState(false);
+  const { isRunning, failure, run } = useAction(() => logIn(user, password));
   const form = useRef<HTMLFormElement>(null);
   const notice = useNotice();
   useEffect(() => form.current?.querySelector("input")?.focus(), [notice]);
-  const submit = async (event: Event) => {
+  const submit = (event: Event) => {
     event.preventDefault();
-    if (isSending) {
-      return;
-    }
-    setIsSending(true);
-    setFailure("");
-    try {
-      await logIn(user, password);
-    } catch (error) {
-      setFailure(explain(error, lookUp));
-      setIsSending(false);
-    }
+    void run();
   };
   if (notice === undefined) {
     return <main />;
   }
   return (
     <main class="shell-center">
-      <form ref={form} class="oxa-card oxa-stack shell-form" onSubmit={(event) => void submit(event)}>
+      <form ref={form} class="oxa-card oxa-stack shell-form" onSubmit={submit}>
         <div>
           <h1 class="oxa-page-title">{text("shell.title")}</h1>
           <p class="oxa-soft">{window.location.hostname}</p>
@@ -60,7 +49,7 @@ export function LogIn({ hasEnded }: { readonly hasEnded: boolean }) {
           required={true}
           error={failure}
         />
-        <Button type="submit" kind="primary" aria-disabled={isSending}>
+        <Button type="submit" kind="primary" aria-disabled={isRunning}>
           {text("logIn.submit")}
         </Button>
         <div class="shell-form-foot">

@@ -1,10 +1,11 @@
 // The first password, or one that an administrator gave, has to be changed before anything else.
 import { useEffect, useRef, useState } from "preact/hooks";
 import { Button, Field } from "../kit/components/Basics";
-import { explain } from "../kit/Failures";
-import { lookUp, text } from "./Language";
+import { useAction } from "./Action";
+import { text } from "./Language";
+import { LogOutButton } from "./LogOutButton";
 import { minimumPasswordCharacters } from "./PasswordField";
-import { changePassword, logOut } from "./Session";
+import { changePassword } from "./Session";
 
 export function PasswordChange({ user }: { readonly user: string }) {
   const main = useRef<HTMLElement>(null);
@@ -15,9 +16,7 @@ export function PasswordChange({ user }: { readonly user: string }) {
         <h1 class="oxa-page-title">{text("password.title")}</h1>
         <p class="oxa-soft">{text("password.first", { user })}</p>
         <PasswordForm user={user} />
-        <Button kind="quiet" onClick={() => void logOut()}>
-          {text("shell.logOut")}
-        </Button>
+        <LogOutButton>{text("shell.logOut")}</LogOutButton>
       </div>
     </main>
   );
@@ -28,29 +27,20 @@ export function PasswordForm({ user, onDone }: { readonly user: string; readonly
   const [password, setPassword] = useState("");
   const [newPassword, setNewPassword] = useState("");
   const [repeated, setRepeated] = useState("");
-  const [failure, setFailure] = useState("");
-  const isSending = useRef(false);
-  const submit = async (event: Event) => {
+  const [isDifferent, setIsDifferent] = useState(false);
+  const { isRunning, failure, run } = useAction(async () => {
+    await changePassword(password, newPassword);
+    onDone?.();
+  });
+  const submit = (event: Event) => {
     event.preventDefault();
-    if (isSending.current) {
-      return;
+    setIsDifferent(newPassword !== repeated);
+    if (newPassword === repeated) {
+      void run();
     }
-    if (newPassword !== repeated) {
-      setFailure(text("password.different"));
-      return;
-    }
-    setFailure("");
-    isSending.current = true;
-    try {
-      await changePassword(password, newPassword);
-      onDone?.();
-    } catch (error) {
-      setFailure(explain(error, lookUp));
-    }
-    isSending.current = false;
   };
   return (
-    <form class="oxa-stack" onSubmit={(event) => void submit(event)}>
+    <form class="oxa-stack" onSubmit={submit}>
       <input hidden={true} name="user" autocomplete="username" value={user} readOnly={true} />
       <Field
         label={text("password.present")}
@@ -77,9 +67,9 @@ export function PasswordForm({ user, onDone }: { readonly user: string; readonly
         type="password"
         autocomplete="new-password"
         required={true}
-        error={failure}
+        error={isDifferent ? text("password.different") : failure}
       />
-      <Button type="submit" kind="primary">
+      <Button type="submit" kind="primary" aria-disabled={isRunning}>
         {text("password.submit")}
       </Button>
     </form>

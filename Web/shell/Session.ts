@@ -43,6 +43,7 @@ const clockMilliseconds = 10_000;
 /** How often the host is asked how long the session lasts: another tab may use it, an administrator may end it. */
 const readMilliseconds = 60_000;
 const useMilliseconds = 30_000;
+const timeoutMilliseconds = 5_000;
 let lastSent = 0;
 let lastRead = 0;
 
@@ -83,9 +84,16 @@ function tick(): void {
 }
 
 function readAgain(): void {
-  if (session.peek().kind === "loggedIn") {
+  const asked = session.peek();
+  if (asked.kind === "loggedIn") {
     lastRead = performance.now();
-    void call("get", "/api/v1/session", undefined, { background: true }).then(accept, () => undefined);
+    const acceptIfSame = (found: Schemas["Session"]) => {
+      // The response of a session that has been left meanwhile says nothing.
+      if (session.peek() === asked) {
+        accept(found);
+      }
+    };
+    void call("get", "/api/v1/session", undefined, { background: true }).then(acceptIfSame, () => undefined);
   }
 }
 
@@ -114,11 +122,18 @@ function accept(found: Schemas["Session"] | Schemas["NewSession"]): void {
   }
 }
 
-export async function readSession(): Promise<void> {
+function isWithoutSession(error: unknown): boolean {
+  return error instanceof ProblemError && error.code === "no-session";
+}
+
+/** Whether there is a session. One that is known stays when the host does not answer. */
+export async function readSession(signal = new AbortController().signal): Promise<void> {
   try {
-    accept(await call("get", "/api/v1/session"));
+    const found = await call("get", "/api/v1/session", undefined, { signal, timeoutMilliseconds });
+    accept(found);
   } catch (error) {
-    if (!(error instanceof ProblemError && error.code === "no-session")) {
+    const { kind } = session.peek();
+    if (!signal.aborted && !isWithoutSession(error) && (kind === "unknown" || kind === "unreachable")) {
       session.value =
         error instanceof ConnectionError ? { kind: "unreachable" } : { kind: "loggedOut", hasEnded: false };
     }
@@ -133,7 +148,14 @@ export async function changePassword(password: string, newPassword: string): Pro
   accept(await call("post", "/api/v1/session/password", { password, newPassword }));
 }
 
+/** Throws when the host has not ended the session: the browser then still has the cookie. */
 export async function logOut(): Promise<void> {
-  await call("delete", "/api/v1/session").catch(() => undefined);
+  try {
+    await call("delete", "/api/v1/session", undefined, { timeoutMilliseconds });
+  } catch (error) {
+    if (!isWithoutSession(error)) {
+      throw error;
+    }
+  }
   session.value = { kind: "loggedOut", hasEnded: false };
 }

@@ -1,12 +1,12 @@
 // What runs here, whose work is in it, and the file for a support request.
 import { Download } from "lucide-preact";
-import { useEffect, useRef, useState } from "preact/hooks";
+import { useEffect, useRef } from "preact/hooks";
 import { Banner, Button, Skeleton } from "../../kit/components/Basics";
 import { Card } from "../../kit/components/Card";
 import { formatFileTime, saveFile } from "../../kit/Download";
-import { explain } from "../../kit/Failures";
 import { version as pageVersion } from "../../package.json";
-import { lookUp, text } from "../Language";
+import { useAction } from "../Action";
+import { text } from "../Language";
 import { LoadFailure, useLoaded } from "../Loaded";
 import { session } from "../Session";
 import { announce } from "../State";
@@ -49,39 +49,26 @@ function Versions() {
 }
 
 function Support() {
-  const [isMaking, setIsMaking] = useState(false);
-  const [failure, setFailure] = useState("");
   const aborted = useRef(new AbortController());
   useEffect(() => () => aborted.current.abort(), []);
   const state = session.value;
-  const save = async () => {
-    if (state.kind !== "loggedIn" || isMaking) {
-      return;
-    }
-    setIsMaking(true);
-    setFailure("");
-    try {
+  const { isRunning, failure, run } = useAction(async () => {
+    if (state.kind === "loggedIn") {
       const file = await makeSupportFile(state.user, state.role, aborted.current.signal);
-      saveFile(
-        `support-${formatFileTime(new Date())}.json`,
-        "application/json",
-        JSON.stringify(file, null, 2),
-      );
+      const name = `support-${formatFileTime(new Date())}.json`;
+      saveFile(name, "application/json", JSON.stringify(file, null, 2));
       announce(text("about.supportSaved"));
-    } catch (error) {
-      setFailure(explain(error, lookUp));
     }
-    setIsMaking(false);
-  };
+  });
   return (
     <Card title={text("about.support")}>
       <div class="oxa-stack">
         <p>{text("about.supportText")}</p>
         {failure ? <Banner level="bad">{failure}</Banner> : null}
         <div class="oxa-row">
-          <Button aria-disabled={isMaking} onClick={() => void save()}>
+          <Button aria-disabled={isRunning} onClick={() => void run()}>
             <Download class="oxa-icon" aria-hidden="true" />
-            {text(isMaking ? "about.supportMaking" : "about.supportSave")}
+            {text(isRunning ? "about.supportMaking" : "about.supportSave")}
           </Button>
         </div>
       </div>
