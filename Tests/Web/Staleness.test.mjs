@@ -76,6 +76,27 @@ test("services that are killed dim every card; others that come back fill them a
   });
 });
 
+test("marks come when their module does, and stay until there are others", async () => {
+  const items = "**/DeviceItemsDp/GetItems?*";
+  const refuse = (page) => page.route(items, (route) => route.fulfill(refusal));
+  await browser.visit({ host: apart, user: "viewer", prepare: refuse }, async (page) => {
+    const mark = card(page, "Board temperature").getByText("simulated", { exact: true });
+    const refused = page.waitForResponse(items);
+    await settle(page);
+    await refused;
+    assert.equal(await mark.count(), 0);
+    await page.unroute(items);
+    await mark.waitFor();
+
+    await refuse(page);
+    await apart.killDevice();
+    await until(async () => assert.equal(await old(page).count(), cards));
+    await apart.startDevice(controller({ ...blinking, "Status.Board.Temperature.Centigrade": 52 }));
+    await card(page, "Board temperature").getByText("52", { exact: true }).waitFor();
+    await mark.waitFor();
+  });
+});
+
 test("services that hang look old as well", async () => {
   await browser.visit({ host: apart, user: "viewer", expected: /status of 504/ }, async (page) => {
     await settle(page);

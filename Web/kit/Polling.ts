@@ -11,13 +11,14 @@ export interface PolledRead {
 export const periodMilliseconds = 2_000;
 const maximumDelayMilliseconds = 10_000;
 
-/** The time to the next try after this many failures in sequence. */
+/** The time to the next try after this many failures in sequence: what is read seldom is tried again as soon as the
+ * rest. */
 export function getDelay(everyMilliseconds: number, failures: number): number {
   return failures === 0
     ? everyMilliseconds
-    : Math.max(
-        everyMilliseconds,
-        Math.min(maximumDelayMilliseconds, everyMilliseconds * 2 ** (failures - 1)),
+    : Math.min(
+        maximumDelayMilliseconds,
+        Math.min(everyMilliseconds, periodMilliseconds) * 2 ** (failures - 1),
       );
 }
 

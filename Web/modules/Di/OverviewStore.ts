@@ -105,6 +105,17 @@ async function withTimeout<T>(signal: AbortSignal, read: (signal: AbortSignal) =
   }
 }
 
+/** Without the module "Items" there are neither marks nor histories. Whatever else fails is tried again. */
+async function unlessMissing(read: () => Promise<void>): Promise<void> {
+  try {
+    await read();
+  } catch (error) {
+    if (!(error instanceof ProblemError && error.code === "unknown-data-provider")) {
+      throw error;
+    }
+  }
+}
+
 /** Prefixes of the items behind a card. */
 const cardPrefixes = {
   temperature: "Status.Board.Temperature.",
@@ -264,51 +275,42 @@ export class OverviewStore {
     }
   }
 
-  /** Values of another run of the device, or of another device, are not shown as those of this one. */
+  /** Values of another run of the device, or of another device, are not shown as those of this one. The marks stay until
+   * there are others: what is simulated is never shown without. */
   private clear(): void {
     batch(() => {
       for (const section of this.sections) {
         section.clear();
       }
       this.clock.value = undefined;
-      this.marks.value = {};
     });
     this.poller.refresh();
   }
 
-  /** Without the module "Items" there are no marks. */
   private async readMarks(signal: AbortSignal): Promise<void> {
     const found: Partial<Record<CardName, CardItems>> = {};
-    try {
+    await unlessMissing(async () => {
       for (const name of cardNames) {
         const query = { prefix: cardPrefixes[name] };
         const options = { query, background: true, signal };
         const { items } = await this.context.request<ItemsPayload>(itemsProvider, "GetItems", options);
         found[name] = summarize(items);
       }
-    } catch (error) {
-      if (!(error instanceof ProblemError)) {
-        throw error;
-      }
-    }
+    });
     if (JSON.stringify(found) !== JSON.stringify(this.marks.peek())) {
       this.marks.value = found;
     }
   }
 
   private async readHistories(signal: AbortSignal): Promise<void> {
-    try {
+    await unlessMissing(async () => {
       for (const name of ["temperature", "memory", "load"] as const) {
         await this.readHistory(name, "hours24", signal);
         if (this.getRange(name) !== "hours24") {
           await this.readHistory(name, this.getRange(name), signal);
         }
       }
-    } catch (error) {
-      if (!(error instanceof ProblemError)) {
-        throw error;
-      }
-    }
+    });
   }
 
   /** The range that a chart shows. */
