@@ -1,5 +1,5 @@
 import { useSignalEffect } from "@preact/signals";
-import { useEffect, useRef } from "preact/hooks";
+import { useEffect, useMemo, useRef } from "preact/hooks";
 import { Button } from "../kit/components/Basics";
 import { Poller } from "../kit/Polling";
 import { showCondition } from "./Badge";
@@ -12,7 +12,6 @@ import { PasswordChange } from "./PasswordChange";
 import { readSession, session } from "./Session";
 import { condition, device, isMenuOpen, notice, readPages } from "./State";
 
-const retryMilliseconds = 2_000;
 /** A module that is set up later brings its pages then. */
 const pagesMilliseconds = 5_000;
 
@@ -52,16 +51,17 @@ export function App() {
 }
 
 function Unreachable() {
+  const poller = useMemo(() => new Poller(), []);
   useEffect(() => {
-    const timer = setInterval(() => void readSession(), retryMilliseconds);
-    return () => clearInterval(timer);
-  }, []);
+    poller.add({ read: readSession });
+    return () => poller.stop();
+  }, [poller]);
   return (
     <main class="shell-center">
       <div class="oxa-card shell-form">
         <h1 class="oxa-page-title">{text("unreachable.title")}</h1>
         <p role="status">{text("unreachable.text")}</p>
-        <Button onClick={() => void readSession()}>{text("unreachable.retry")}</Button>
+        <Button onClick={poller.refresh}>{text("unreachable.retry")}</Button>
       </div>
     </main>
   );

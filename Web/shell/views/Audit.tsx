@@ -1,9 +1,9 @@
 // Who did what, the newest first.
-import { useCallback, useEffect, useState } from "preact/hooks";
+import { useCallback, useEffect, useRef, useState } from "preact/hooks";
 import { Button } from "../../kit/components/Basics";
 import { type AuditFilter, type AuditPage, type AuditRow, everything, readPage } from "../AuditRows";
 import { text } from "../Language";
-import { LoadedList, LoadFailure, useLoaded } from "../Loaded";
+import { keepFocus, LoadedList, LoadFailure, useLoaded } from "../Loaded";
 import { ViewHead } from "../ViewHead";
 import { AuditExport } from "./AuditExport";
 import { AuditFilterForm } from "./AuditFilterForm";
@@ -53,11 +53,16 @@ function useAudit(filter: AuditFilter) {
   const [older, setOlder] = useState<AuditPage | undefined>();
   const [olderError, setOlderError] = useState<unknown>();
   const [isReading, setIsReading] = useState(false);
+  const aborted = useRef(new AbortController());
   const newestPage = loaded.value;
   useEffect(() => {
+    const mine = new AbortController();
+    aborted.current = mine;
     setOlder(undefined);
     setOlderError(undefined);
-  }, [newestPage]);
+    setIsReading(false);
+    return () => mine.abort();
+  }, [filter, newestPage]);
   const before = older ? older.before : newestPage?.before;
   const readOlder = async () => {
     if (before === undefined || isReading) {
@@ -65,14 +70,22 @@ function useAudit(filter: AuditFilter) {
     }
     setIsReading(true);
     setOlderError(undefined);
+    const { signal } = aborted.current;
     try {
-      const page = await readPage(filter, before, pageRows, new AbortController().signal);
+      const page = await readPage(filter, before, pageRows, signal);
+      signal.throwIfAborted();
       const { rows } = older ?? nothingOlder;
       setOlder({ ...page, rows: [...rows, ...page.rows] });
     } catch (error) {
+      // Neither rows nor a failure of another filter belong to what is shown.
+      if (signal.aborted) {
+        return;
+      }
       setOlderError(error);
     }
     setIsReading(false);
+    // The last page takes the button away.
+    keepFocus();
   };
   const rows: readonly AuditRow[] = [...(newestPage?.rows ?? []), ...(older?.rows ?? [])];
   return { newest: { ...loaded, value: newestPage?.rows }, rows, before, readOlder, olderError, isReading };
