@@ -130,7 +130,7 @@ async function tabThrough(page) {
       element.dataset.reached = "true";
       window.reachedLast = element;
       // A box that lies over its label shows the focus there.
-      const shown = element.type === "radio" ? (element.closest("label") ?? element) : element;
+      const shown = element.type === "radio" ? element.nextElementSibling : element;
       const { outlineStyle, outlineWidth } = getComputedStyle(shown);
       // The browser draws the focus of the parts.
       const isSeen = isPart || (outlineStyle !== "none" && Number.parseFloat(outlineWidth) >= 2);
@@ -177,5 +177,33 @@ test("polling is not read out, and a change of view takes the focus along", asyn
     await until(() => page.evaluate(() => document.activeElement.id === "content"));
     await page.keyboard.press("Shift+Tab");
     assert.equal(await page.evaluate(() => document.activeElement.closest("nav") !== null), true);
+  });
+});
+
+const hasFocus = (page, selector) =>
+  until(() => page.evaluate((each) => document.activeElement.matches(each), selector));
+
+test("what goes away gives the focus to what stays", async () => {
+  await browser.visit({ host, user: "admin" }, async (page) => {
+    for (const [route, request] of [
+      ["modules", "**/api/v1/modules"],
+      ["items", "**/GetItems"],
+    ]) {
+      const fail = (each) => each.abort();
+      await page.route(request, fail);
+      await open(page, route);
+      const retry = page.getByRole("button", { name: "Try again" });
+      await retry.focus();
+      await page.unroute(request, fail);
+      await page.keyboard.press("Enter");
+      await retry.waitFor({ state: "detached" });
+      await hasFocus(page, "#content");
+    }
+    await page.setViewportSize(screens["a small phone"]);
+    const menu = "header button[aria-expanded]";
+    await page.locator(menu).click();
+    await page.locator("nav.shell-navigation a").first().focus();
+    await page.keyboard.press("Escape");
+    await hasFocus(page, menu);
   });
 });

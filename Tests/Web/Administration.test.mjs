@@ -102,10 +102,24 @@ test("a token works once it is issued, is shown once, and works no more when it 
     assert.equal((await host.ask("GET", health, { token: secret })).status, 200);
     await page.getByRole("button", { name: "I have stored it" }).click();
     await until(async () => !(await page.locator("body").innerText()).includes(secret));
+    await until(() => page.evaluate(() => document.activeElement.id === "content"));
     const row = page.getByRole("row").filter({ hasText: "=monitor" });
     await row.getByText("Viewer").waitFor();
 
+    // What has been sent is not cancelled any more, and its failure is seen.
+    const withdrawal = "**/api/v1/tokens/*";
+    let fail;
+    await page.route(withdrawal, (route) => {
+      fail = () => route.abort();
+    });
     await page.getByRole("button", { name: "Withdraw =monitor" }).click();
+    await dialog.getByRole("button", { name: "Withdraw" }).click();
+    await until(() => fail !== undefined);
+    await dialog.getByRole("button", { name: "Cancel" }).click({ force: true });
+    await page.keyboard.press("Escape");
+    await fail();
+    await dialog.getByText("The controller does not answer.").waitFor();
+    await page.unroute(withdrawal);
     await dialog.getByRole("button", { name: "Withdraw" }).click();
     await row.waitFor({ state: "detached" });
     assert.equal((await host.ask("GET", health, { token: secret })).status, 401);
@@ -154,6 +168,39 @@ test("the audit trail is shown newest first, filtered, and exported as the host 
     // Programs for tables would calculate a cell that begins so.
     assert.doesNotMatch(text, /(?:^|,)"?[=+@]/m);
     assert.match(text, /=1\+1/);
+  });
+});
+
+test("older entries that come late are not put below those of another filter", async () => {
+  const makeRow = (sequence, user) => ({
+    ...{ sequence, user, time: "2026-11-22T10:00:00Z", address: "", action: "LoggedIn", object: "" },
+    ...{ outcome: "success", bootId: "", requestId: "", details: {} },
+  });
+  const held = [];
+  const respond = (route) => {
+    const { searchParams } = new URL(route.request().url());
+    if (searchParams.has("before")) {
+      held.push(() => route.fulfill({ json: { rows: [makeRow(1, "older")] } }).catch(() => undefined));
+      return;
+    }
+    route.fulfill({ json: { rows: [makeRow(2, searchParams.get("user") ?? "newest")], before: 2 } });
+  };
+  const prepare = (page) => page.route("**/api/v1/audit?*", respond);
+  await browser.visit({ host, user: "admin", route: "audit", prepare }, async (page) => {
+    const users = page.locator("tbody td[data-label=User]");
+    const older = page.getByRole("button", { name: "Show older" });
+    await older.click();
+    await until(() => held.length === 1);
+    await page.getByLabel("User").fill("another");
+    await page.getByRole("button", { name: "Filter" }).click();
+    await users.getByText("another").waitFor();
+    await held[0]();
+    await older.click();
+    await until(() => held.length === 2);
+    await held[1]();
+    await until(async () => assert.deepEqual(await users.allInnerTexts(), ["another", "older"]));
+    // The button is gone with the last page, and the focus with it.
+    await until(() => page.evaluate(() => document.activeElement.id === "content"));
   });
 });
 

@@ -1,4 +1,5 @@
 import { LogOut, Menu, TriangleAlert, X } from "lucide-preact";
+import { useEffect, useRef } from "preact/hooks";
 import { Button, Foreign, Select } from "../kit/components/Basics";
 import { catalogueName, chooseByUser, languages, text } from "./Language";
 import { LogOutButton } from "./LogOutButton";
@@ -24,15 +25,28 @@ export function Header() {
 
 /** On narrow screens the navigation and the account are behind it. */
 function MenuButton() {
-  const Icon = isMenuOpen.value ? X : Menu;
+  const isOpen = isMenuOpen.value;
+  const frame = useRef<HTMLSpanElement>(null);
+  useEffect(() => {
+    const close = ({ key, target }: KeyboardEvent) => {
+      // A dialog that was opened from the menu has an Escape of its own.
+      if (isOpen && key === "Escape" && target instanceof Element && !target.closest("dialog")) {
+        isMenuOpen.value = false;
+        frame.current?.querySelector("button")?.focus();
+      }
+    };
+    window.addEventListener("keydown", close);
+    return () => window.removeEventListener("keydown", close);
+  }, [isOpen]);
+  const Icon = isOpen ? X : Menu;
   return (
-    <span class="shell-menu-button">
+    <span class="shell-menu-button" ref={frame}>
       <Button
         kind="quiet"
-        aria-expanded={isMenuOpen.value}
+        aria-expanded={isOpen}
         aria-label={text("shell.menu")}
         onClick={() => {
-          isMenuOpen.value = !isMenuOpen.value;
+          isMenuOpen.value = !isOpen;
         }}
       >
         <Icon class="oxa-icon" aria-hidden="true" />

@@ -1,7 +1,7 @@
 // What a view reads from the host: not there yet, there, or failed.
 import type { ComponentChildren } from "preact";
 import { useCallback, useEffect, useRef, useState } from "preact/hooks";
-import { Button, Skeleton } from "../kit/components/Basics";
+import { FailureBanner, ListSkeleton } from "../kit/components/Loading";
 import { explain } from "../kit/Failures";
 import { Poller } from "../kit/Polling";
 import { lookUp, text } from "./Language";
@@ -104,23 +104,8 @@ export function LoadedList<T>({ loaded, empty, children }: LoadedListProps<T>) {
 
 export function LoadFailure({ error, reload }: { readonly error: unknown; readonly reload: () => unknown }) {
   return (
-    <div class="oxa-banner view-failure" data-level="bad" role="alert">
-      <span>{explain(error, lookUp)}</span>
-      <Button onClick={() => void reload()}>{text("unreachable.retry")}</Button>
-    </div>
-  );
-}
-
-const skeletonWidths = [24, 32, 20, 28];
-
-function ListSkeleton() {
-  return (
-    <div class="oxa-card oxa-stack" aria-busy="true">
-      {skeletonWidths.map((width) => (
-        <div key={width} class="view-skeleton-line">
-          <Skeleton width={width} />
-        </div>
-      ))}
-    </div>
+    <FailureBanner retryLabel={text("unreachable.retry")} onRetry={() => void reload()}>
+      {explain(error, lookUp)}
+    </FailureBanner>
   );
 }

@@ -56,12 +56,6 @@ window.addEventListener("hashchange", () => {
   isMenuOpen.value = false;
 });
 
-window.addEventListener("keydown", (event) => {
-  if (event.key === "Escape") {
-    isMenuOpen.value = false;
-  }
-});
-
 export async function readPages(signal: AbortSignal): Promise<void> {
   const found = await call("get", "/api/v1/pages", undefined, { background: true, signal });
   await applyAnnounced(found.languages);

@@ -209,7 +209,7 @@ export function Segments<T extends string>({ label, value, choices, onValue }: S
             checked={choice.value === value}
             onChange={() => onValue(choice.value)}
           />
-          {choice.label}
+          <span>{choice.label}</span>
         </label>
       ))}
     </fieldset>

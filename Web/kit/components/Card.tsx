@@ -20,7 +20,7 @@ interface CardProps {
 export function Card({ title, aside, since, note, class: name = "", footer, children }: CardProps) {
   const titleId = useId();
   return (
-    <section class={`oxa-card ${name}`} aria-labelledby={titleId}>
+    <section class={`oxa-card ${name}`} data-note={note ? "true" : undefined} aria-labelledby={titleId}>
       <div class="oxa-card-head">
         <h2 id={titleId} class="oxa-card-title">
           {title}

@@ -1,6 +1,7 @@
 // All values of the device, by groups, with search.
 import { useEffect, useMemo, useRef, useState } from "preact/hooks";
-import { Button, Field, Select, Skeleton } from "../../kit/components/Basics";
+import { Field, Select } from "../../kit/components/Basics";
+import { FailureBanner, ListSkeleton } from "../../kit/components/Loading";
 import { explain } from "../../kit/Failures";
 import type { PageContext } from "../../kit/Page";
 import type { Poller } from "../../kit/Polling";
@@ -48,14 +49,15 @@ function FailureLine({ table, retry }: FailureLineProps) {
   const cause = explain(failure.error, context.text);
   const hasValues = store.keys.value !== undefined;
   return (
-    <div class="oxa-banner items-failure" data-level={hasValues ? "warning" : "bad"} role="alert">
-      <span>
-        {hasValues
-          ? context.text("items.notUpdated", { time: values.formatTime(failure.since), cause })
-          : cause}
-      </span>
-      <Button onClick={retry}>{context.text("items.retry")}</Button>
-    </div>
+    <FailureBanner
+      level={hasValues ? "warning" : "bad"}
+      retryLabel={context.text("items.retry")}
+      onRetry={retry}
+    >
+      {hasValues
+        ? context.text("items.notUpdated", { time: values.formatTime(failure.since), cause })
+        : cause}
+    </FailureBanner>
   );
 }
 
@@ -67,7 +69,7 @@ function Items({ table }: { readonly table: TableContext }) {
   const groups = useMemo(() => groupKeys(keys ?? []), [keys]);
   const found = useMemo(() => select(store, groups, groupName, search), [store, groups, groupName, search]);
   if (keys === undefined) {
-    return store.failure.value ? null : <ItemsSkeleton />;
+    return store.failure.value ? null : <ListSkeleton />;
   }
   const number = new Intl.NumberFormat(context.language);
   const count = found.reduce((sum, group) => sum + group.keys.length, 0);
@@ -120,18 +122,4 @@ function select(
 function isFound(store: ItemStore, key: string, search: string): boolean {
   const item = store.get(key)?.peek();
   return item !== undefined && matches(item, search);
-}
-
-const skeletonWidths = [30, 24, 34, 28, 22, 32, 26];
-
-function ItemsSkeleton() {
-  return (
-    <div class="oxa-card oxa-stack" aria-busy="true">
-      {skeletonWidths.map((width) => (
-        <div key={width} class="oxa-row">
-          <Skeleton width={width} />
-        </div>
-      ))}
-    </div>
-  );
 }

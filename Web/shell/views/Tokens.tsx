@@ -6,7 +6,7 @@ import { ActionTable } from "../../kit/components/ActionTable";
 import { Button, Foreign, Mark, makeVisible } from "../../kit/components/Basics";
 import { ActionDialog } from "../ActionDialog";
 import { text } from "../Language";
-import { LoadedList, useLoaded } from "../Loaded";
+import { keepFocus, LoadedList, useLoaded } from "../Loaded";
 import { roleName } from "../Roles";
 import { Time } from "../Time";
 import { ViewHead } from "../ViewHead";
@@ -29,6 +29,10 @@ export default function Tokens() {
       void loaded.reload();
     }
   };
+  const forgetIssued = () => {
+    setIssued(undefined);
+    keepFocus();
+  };
   return (
     <>
       <ViewHead title={text("view.tokens")}>
@@ -37,7 +41,7 @@ export default function Tokens() {
           {text("tokens.add")}
         </Button>
       </ViewHead>
-      {issued ? <IssuedToken token={issued} onDone={() => setIssued(undefined)} /> : null}
+      {issued ? <IssuedToken token={issued} onDone={forgetIssued} /> : null}
       <LoadedList loaded={loaded} empty={text("tokens.empty")}>
         {(tokens) => <TokenTable tokens={tokens} onRemove={setRemoved} />}
       </LoadedList>
