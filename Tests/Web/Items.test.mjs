@@ -82,3 +82,31 @@ test("scrolling shows all items, a part at a time", async () => {
     });
   });
 });
+
+test("values and histories whose responses do not come look old, and come back", async () => {
+  await browser.visit({ host, user: "viewer", route: "items" }, async (page) => {
+    await settle(page);
+    await page.getByLabel("Search").fill("Status.Board.Temperature.Centigrade");
+    await page.getByRole("button", { name: "Details of Status.Board.Temperature.Centigrade" }).click();
+    await page.locator(".oxa-chart[data-stale=false] canvas").waitFor();
+
+    const held = [];
+    const requests = /DeviceItemsDp/;
+    await page.route(requests, (route) => held.push(route));
+    await until(() => held.length > 0);
+    await page.evaluate(() => {
+      const now = performance.now.bind(performance);
+      performance.now = () => now() + 11_000;
+    });
+    const banner = page
+      .getByRole("alert")
+      .getByText(/^Not updated since .*The controller does not answer\.$/);
+    await banner.waitFor();
+    await page.locator(".items-groups[data-stale=true] .oxa-chart[data-stale=true]").waitFor();
+
+    await page.unroute(requests);
+    await Promise.all(held.map((route) => route.continue().catch(() => undefined)));
+    await banner.waitFor({ state: "detached" });
+    await page.locator(".items-groups[data-stale=false] .oxa-chart[data-stale=false]").waitFor();
+  });
+});

@@ -9,6 +9,15 @@ export interface PolledRead {
 }
 
 export const periodMilliseconds = 2_000;
+/** Options of what a page reads by itself. */
+export const polledRequest = { background: true, timeoutMilliseconds: 10_000 } as const;
+const oldAfterMilliseconds = 10_000;
+
+/** Values that are older look old, also while the next read has not failed yet. Times of `performance.now()`. */
+export function isLate(readAt: number, now: number): boolean {
+  return now - readAt > oldAfterMilliseconds;
+}
+
 const maximumDelayMilliseconds = 10_000;
 
 /** The time to the next try after this many failures in sequence: what is read seldom is tried again as soon as the

@@ -49,7 +49,7 @@ export function Chart(props: ChartProps) {
   useEffect(() => plot.current?.recolor(), [isOld]);
   const { label, formatTime, formatValue, endLabel } = props;
   return (
-    <figure class="oxa-chart" role="img" aria-label={label}>
+    <figure class="oxa-chart" role="img" aria-label={label} data-stale={isOld ? "true" : "false"}>
       <div class="oxa-chart-plot" ref={frame}>
         {hasScale ? (
           <>

@@ -3,18 +3,10 @@ import { useEffect, useState } from "preact/hooks";
 import { makeVisible, Segments } from "../../kit/components/Basics";
 import { Chart } from "../../kit/components/Chart";
 import { explain } from "../../kit/Failures";
+import { type RangeName, rangeNames, ranges } from "../../kit/Ranges";
 import { describeExtremes, toChartData } from "./History";
 import type { TableContext } from "./ItemStore";
 import type { ItemHistory } from "./Items";
-
-const ranges = {
-  minutes10: { milliseconds: 600_000, points: 60 },
-  hour1: { milliseconds: 3_600_000, points: 300 },
-  hours24: { milliseconds: 86_400_000, points: 288 },
-} as const;
-
-type RangeName = keyof typeof ranges;
-const rangeNames: readonly RangeName[] = ["minutes10", "hour1", "hours24"];
 
 interface Shown {
   readonly history: ItemHistory;
@@ -33,18 +25,28 @@ export function ItemHistoryChart({ itemKey, unit, table }: HistoryChartProps) {
   const [shown, setShown] = useState<Shown | undefined>();
   const [failure, setFailure] = useState("");
   useEffect(() => {
-    const { milliseconds, points } = ranges[range];
+    const { milliseconds, historyPoints } = ranges[range];
+    let isChosen = true;
     const end = store.addHistory(async (abort) => {
       try {
-        setShown({ history: await store.readHistory(itemKey, milliseconds, points, abort), range });
-        setFailure("");
+        const history = await store.readHistory(itemKey, milliseconds, historyPoints, abort);
+        if (isChosen) {
+          setShown({ history, range });
+          setFailure("");
+        }
       } catch (error) {
-        setFailure(abort.aborted ? "" : explain(error, context.text));
+        if (isChosen && !abort.aborted) {
+          setFailure(explain(error, context.text));
+        }
       }
     });
     table.readHistoriesSoon();
-    return end;
+    return () => {
+      isChosen = false;
+      end();
+    };
   }, [itemKey, range, table]);
+  const isOld = failure !== "" || store.failure.value !== undefined;
   const choices = rangeNames.map((value) => ({ value, label: context.text(`range.${value}`) }));
   return (
     <div class="items-history">
@@ -53,7 +55,7 @@ export function ItemHistoryChart({ itemKey, unit, table }: HistoryChartProps) {
         <Segments label={context.text("range")} value={range} choices={choices} onValue={setRange} />
       </div>
       {failure ? <p class="oxa-card-note">{failure}</p> : null}
-      <HistoryChart shown={shown} itemKey={itemKey} unit={unit} table={table} isOld={failure !== ""} />
+      <HistoryChart shown={shown} itemKey={itemKey} unit={unit} table={table} isOld={isOld} />
     </div>
   );
 }
@@ -100,7 +102,7 @@ function HistoryChart({ shown, unit, table, itemKey, isOld }: ChartProps) {
         to={(start + stepMilliseconds * mean.length) / 1000}
         formatValue={(value) => formatValue(table, unit, value)}
         formatTime={(seconds) => table.values.formatShortTime(seconds * 1000)}
-        endLabel={table.context.text("items.now")}
+        endLabel={isOld ? undefined : table.context.text("items.now")}
         isOld={isOld}
         hasScale={true}
       />

@@ -1,7 +1,7 @@
 // The items of the device, one signal each: a poll touches only what has changed.
 import { type ReadonlySignal, type Signal, signal } from "@preact/signals";
 import type { PageContext } from "../../kit/Page";
-import { type PolledRead, Poller } from "../../kit/Polling";
+import { isLate, type PolledRead, Poller, polledRequest } from "../../kit/Polling";
 import { dataProvider, type Item, type ItemHistory, type ItemsPage } from "./Items";
 import type { Values } from "./Values";
 
@@ -12,8 +12,9 @@ export interface ReadItem extends Item {
 }
 
 export interface ReadFailure {
+  /** Not set while the response is late. */
   readonly error: unknown;
-  /** Milliseconds since 1970. */
+  /** Of the last values; milliseconds since 1970. */
   readonly since: number;
 }
 
@@ -45,7 +46,8 @@ export class ItemStore {
   private readonly items = new Map<string, Signal<ReadItem>>();
   private readonly histories = new Set<(abort: AbortSignal) => Promise<void>>();
   private clockDifference: number | undefined;
-  private readAt = Date.now();
+  private readTime = Date.now();
+  private readAt = performance.now();
 
   constructor(private readonly context: Pick<PageContext, "request">) {
     this.keys = this.keyList;
@@ -62,16 +64,24 @@ export class ItemStore {
     try {
       await this.readPages(abort);
       this.failed.value = undefined;
-      this.readAt = Date.now();
+      this.readTime = Date.now();
+      this.readAt = performance.now();
     } catch (error) {
       if (!abort.aborted) {
         // The device may come back with another clock.
         this.clockDifference = undefined;
-        this.failed.value = { error, since: this.failed.peek()?.since ?? this.readAt };
+        this.failed.value = { error, since: this.readTime };
       }
       throw error;
     }
   };
+
+  /** Values that should have been replaced long ago have failed, although the request has not. */
+  checkAge(now: number): void {
+    if (this.failed.peek() === undefined && isLate(this.readAt, now)) {
+      this.failed.value = { error: undefined, since: this.readTime };
+    }
+  }
 
   /** One after another, as often as the device samples. Each keeps its own failure. */
   readonly historyReads: PolledRead = {
@@ -116,7 +126,7 @@ export class ItemStore {
     query: Readonly<Record<string, string | number>>,
     abort: AbortSignal,
   ): Promise<ItemHistory> {
-    return this.context.request(dataProvider, "GetHistory", { query, background: true, signal: abort });
+    return this.context.request(dataProvider, "GetHistory", { query, ...polledRequest, signal: abort });
   }
 
   private async readPages(abort: AbortSignal): Promise<void> {
@@ -125,7 +135,7 @@ export class ItemStore {
     let isCut = true;
     while (isCut) {
       const query = after === undefined ? {} : { after };
-      const options = { query, background: true, signal: abort };
+      const options = { query, ...polledRequest, signal: abort };
       const page = await this.context.request<ItemsPage>(dataProvider, "GetItems", options);
       for (const item of page.items) {
         this.take(item);
@@ -163,12 +173,38 @@ export class ItemStore {
   }
 }
 
-/** Polls until `stop`. */
-export function startPolling(store: ItemStore): Poller {
-  const poller = new Poller();
-  poller.add({ read: store.read });
-  poller.add(store.historyReads);
-  return poller;
+const ageCheckMilliseconds = 1_000;
+
+export interface ItemPolling {
+  readonly refresh: () => void;
+  readonly readHistoriesSoon: () => void;
+  readonly stop: () => void;
+}
+
+export function startPolling(store: ItemStore): ItemPolling {
+  const items = new Poller();
+  items.add({ read: store.read });
+  // Of their own, so that a history that is late does not hold up the values.
+  const histories = new Poller();
+  histories.add(store.historyReads);
+  const checkAge = () => {
+    if (!document.hidden) {
+      store.checkAge(performance.now());
+    }
+  };
+  const timer = setInterval(checkAge, ageCheckMilliseconds);
+  return {
+    refresh: () => {
+      items.refresh();
+      histories.refresh();
+    },
+    readHistoriesSoon: () => histories.readSoon(store.historyReads),
+    stop: () => {
+      clearInterval(timer);
+      items.stop();
+      histories.stop();
+    },
+  };
 }
 
 /** What every part of the tables uses. */

@@ -107,7 +107,12 @@ test("keeps values and tells since when they are old", async () => {
     { items: [{ ...item, quality: "old", ageMilliseconds: 60_000, cause: "hangs" }], isCut: false },
   ]);
   await store.read(abort);
+  store.checkAge(performance.now() + 9_000);
+  assert.equal(store.failure.value, undefined);
+  store.checkAge(performance.now() + 11_000);
+  assert.ok(store.failure.value, "late, although no read has failed");
   await store.read(abort);
+  assert.equal(store.failure.value, undefined);
   const old = store.get("A")?.value as ReadItem;
   assert.ok(Date.now() - old.valueTime >= 60_000);
   await assert.rejects(store.read(abort));

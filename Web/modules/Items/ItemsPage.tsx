@@ -4,32 +4,32 @@ import { Field, Select } from "../../kit/components/Basics";
 import { FailureBanner, ListSkeleton } from "../../kit/components/Loading";
 import { explain } from "../../kit/Failures";
 import type { PageContext } from "../../kit/Page";
-import type { Poller } from "../../kit/Polling";
-import { ItemStore, startPolling, type TableContext } from "./ItemStore";
+import { type ItemPolling, ItemStore, startPolling, type TableContext } from "./ItemStore";
 import { type Group, groupKeys, matches } from "./Items";
 import { ItemTables } from "./ItemTables";
 import { Values } from "./Values";
 
 export function ItemsPage({ context }: { readonly context: PageContext }) {
   const store = useMemo(() => new ItemStore(context), [context]);
-  const poller = useRef<Poller | undefined>(undefined);
+  const polling = useRef<ItemPolling | undefined>(undefined);
   useEffect(() => {
-    poller.current = startPolling(store);
-    return () => poller.current?.stop();
+    const started = startPolling(store);
+    polling.current = started;
+    return started.stop;
   }, [store]);
   const table = useMemo<TableContext>(
     () => ({
       store,
       context,
       values: new Values(context.language, context.text),
-      readHistoriesSoon: () => poller.current?.readSoon(store.historyReads),
+      readHistoriesSoon: () => polling.current?.readHistoriesSoon(),
     }),
     [store, context],
   );
   return (
     <div class="items">
       <h1 class="oxa-page-title">{context.text("page.items")}</h1>
-      <FailureLine table={table} retry={() => poller.current?.refresh()} />
+      <FailureLine table={table} retry={() => polling.current?.refresh()} />
       <Items table={table} />
     </div>
   );
