@@ -1,6 +1,7 @@
 // Rows of the audit trail, each with its details when it is opened.
 import { ChevronDown, ChevronRight } from "lucide-preact";
 import { useState } from "preact/hooks";
+import { ActionTable } from "../../kit/components/ActionTable";
 import { Foreign, Mark, type MarkLevel } from "../../kit/components/Basics";
 import type { AuditRow } from "../AuditRows";
 import { language, text } from "../Language";
@@ -9,28 +10,21 @@ import { actionName } from "./AuditFilterForm";
 
 export function AuditTable({ rows }: { readonly rows: readonly AuditRow[] }) {
   return (
-    <div class="oxa-table-frame">
-      <table class="oxa-table" data-stacked="true">
-        <thead>
-          <tr>
-            <th scope="col">{text("audit.time")}</th>
-            <th scope="col">{text("users.name")}</th>
-            <th scope="col">{text("audit.action")}</th>
-            <th scope="col">{text("audit.object")}</th>
-            <th scope="col">{text("audit.outcome")}</th>
-            <th scope="col">{text("sessions.address")}</th>
-            <th scope="col">
-              <span class="oxa-hidden">{text("audit.details")}</span>
-            </th>
-          </tr>
-        </thead>
-        <tbody>
-          {rows.map((row) => (
-            <Row key={row.sequence} row={row} />
-          ))}
-        </tbody>
-      </table>
-    </div>
+    <ActionTable
+      columns={[
+        text("audit.time"),
+        text("users.name"),
+        text("audit.action"),
+        text("audit.object"),
+        text("audit.outcome"),
+        text("sessions.address"),
+      ]}
+      actions={text("audit.details")}
+    >
+      {rows.map((row) => (
+        <Row key={row.sequence} row={row} />
+      ))}
+    </ActionTable>
   );
 }
 
