@@ -67,7 +67,7 @@ export function addViewTexts(): Promise<void> {
   return viewTexts;
 }
 
-/** `announced`: what the host's modules have; empty before that is known. */
+/** `name`: one of `languages`. */
 export async function setLanguage(name: string): Promise<void> {
   const [texts, more] = await Promise.all([load(name), hasViewTexts ? loadViewTexts(name) : {}]);
   catalogue.value = { ...texts, ...more };

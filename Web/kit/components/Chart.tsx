@@ -2,8 +2,6 @@
 import { useEffect, useRef } from "preact/hooks";
 import { type ChartData, type ChartView, Plot } from "../Plot";
 
-export type { ChartData };
-
 interface ChartProps {
   /** What it shows, for those who do not see it: "Load, 02:48 to now: 12 to 64 %, now 38 %". */
   readonly label: string;

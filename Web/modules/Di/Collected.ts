@@ -1,8 +1,9 @@
 // What the page has seen since it was opened. It outlives a look at another page and a change of the language.
 import { computed, type Signal, signal } from "@preact/signals";
+import type { ChartData } from "../../kit/Plot";
 import { Changes } from "./Leds";
 import type { GeneralData, StatusIndicator } from "./Sections";
-import { type History, type Points, type RangeName, rangeNames, ranges, Series } from "./Series";
+import { type History, type RangeName, rangeNames, ranges, Series } from "./Series";
 
 export type SeriesName = "temperature" | "load" | "memory";
 
@@ -82,7 +83,7 @@ export class Collected {
     void this.redraws[name][range].value;
   }
 
-  getPoints(name: SeriesName, range: RangeName): Points {
+  getPoints(name: SeriesName, range: RangeName): ChartData {
     return this.series[name].getPoints(range, Date.now());
   }
 

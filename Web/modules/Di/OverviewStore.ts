@@ -24,7 +24,8 @@ import { type History, type RangeName, ranges } from "./Series";
 
 /** Values that are older look old, also when a request has not failed yet. */
 const oldAfterMilliseconds = 10_000;
-const readTimeoutMilliseconds = 10_000;
+/** Of all that the page reads by itself. */
+const polled = { background: true, timeoutMilliseconds: 10_000 };
 const marksEveryMilliseconds = 30_000;
 const historyEveryMilliseconds = 300_000;
 const itemsProvider = "DeviceItemsDp";
@@ -50,6 +51,8 @@ export class Section<T extends object> implements PolledRead {
   private text = "";
 
   constructor(
+    /** Of the cards that show it. */
+    readonly title: string,
     ticks: Ticks,
     private readonly readValue: (signal: AbortSignal) => Promise<T>,
     private readonly explainFailure: (error: unknown) => string,
@@ -62,7 +65,7 @@ export class Section<T extends object> implements PolledRead {
 
   async read(signal: AbortSignal): Promise<void> {
     try {
-      this.accept(await withTimeout(signal, this.readValue));
+      this.accept(await this.readValue(signal));
     } catch (error) {
       if (!signal.aborted) {
         this.cause.value = this.explainFailure(error);
@@ -89,19 +92,6 @@ export class Section<T extends object> implements PolledRead {
         this.value.value = value;
       }
     });
-  }
-}
-
-async function withTimeout<T>(signal: AbortSignal, read: (signal: AbortSignal) => Promise<T>): Promise<T> {
-  const aborted = new AbortController();
-  const abort = () => aborted.abort();
-  const timer = setTimeout(abort, readTimeoutMilliseconds);
-  signal.addEventListener("abort", abort);
-  try {
-    return await read(aborted.signal);
-  } finally {
-    clearTimeout(timer);
-    signal.removeEventListener("abort", abort);
   }
 }
 
@@ -156,18 +146,24 @@ export class OverviewStore {
     readonly context: PageContext,
     readonly collected: Collected,
   ) {
+    const { text } = context;
     this.formats = new Formats(context.language);
-    this.general = this.addSection("GeneralData", (value) => collected.identify(value));
-    this.health = this.addSection("Health", ({ boardTemperature }) =>
+    this.general = this.addSection("GeneralData", text("identity.title"), (value) =>
+      collected.identify(value),
+    );
+    this.health = this.addSection("Health", text("temperature.title"), ({ boardTemperature }) =>
       collected.add("temperature", boardTemperature),
     );
-    this.utilization = this.addSection("Utilization", ({ cpuLoadTotal, memoryUsagePercent }) => {
+    const loads = [text("load.title"), text("memory.title"), text("partition.title")].join(", ");
+    this.utilization = this.addSection("Utilization", loads, ({ cpuLoadTotal, memoryUsagePercent }) => {
       collected.add("load", cpuLoadTotal);
       collected.add("memory", memoryUsagePercent);
     });
-    this.indicators = this.addSection("StatusIndicators", (value) => collected.seeLeds(value));
-    this.dateTime = new Section(this.ticks, (signal) => this.readDateTime(signal), this.explainFailure);
-    this.runStopSwitch = new Section(this.ticks, (signal) => this.readSwitch(signal), this.explainFailure);
+    this.indicators = this.addSection("StatusIndicators", text("panel.title"), (value) =>
+      collected.seeLeds(value),
+    );
+    this.dateTime = this.makeSection(text("time.title"), (signal) => this.readDateTime(signal));
+    this.runStopSwitch = this.makeSection(text("switch.title"), (signal) => this.readSwitch(signal));
   }
 
   /** All sections that can be old. */
@@ -207,8 +203,6 @@ export class OverviewStore {
     this.poller.readSoon(this.history);
   }
 
-  private readonly explainFailure = (error: unknown): string => explain(error, this.context.text);
-
   /** Ticks when the second of the shown clock changes. */
   private tick(): void {
     if (!document.hidden) {
@@ -221,6 +215,7 @@ export class OverviewStore {
 
   private addSection<N extends SectionName>(
     name: N,
+    title: string,
     see: (value: SectionValues[N]) => void,
   ): Section<SectionValues[N]> {
     const read = async (signal: AbortSignal) => {
@@ -228,20 +223,27 @@ export class OverviewStore {
       see(value);
       return value;
     };
-    return new Section(this.ticks, read, this.explainFailure);
+    return this.makeSection(title, read);
+  }
+
+  private makeSection<T extends object>(
+    title: string,
+    read: (signal: AbortSignal) => Promise<T>,
+  ): Section<T> {
+    return new Section(title, this.ticks, read, (error) => explain(error, this.context.text));
   }
 
   private async readSection<N extends SectionName>(name: N, signal: AbortSignal): Promise<SectionValues[N]> {
     const payload = await this.context.request<Pick<SectionValues, N>>(dataProvider, "GetDataSection", {
       query: { SectionName: name },
-      background: true,
+      ...polled,
       signal,
     });
     return payload[name];
   }
 
   private async ask(name: string, signal: AbortSignal): Promise<boolean> {
-    const options = { background: true, signal };
+    const options = { ...polled, signal };
     return (await this.context.request<BooleanResult>(dataProvider, name, options)).result;
   }
 
@@ -267,9 +269,7 @@ export class OverviewStore {
   }
 
   private async readBootId(signal: AbortSignal): Promise<void> {
-    const { bootId } = await withTimeout(signal, (either) =>
-      call("get", "/api/v1/boot", undefined, { background: true, signal: either }),
-    );
+    const { bootId } = await call("get", "/api/v1/boot", undefined, { ...polled, signal });
     if (this.collected.isOtherBoot(bootId)) {
       this.clear();
     }
@@ -292,7 +292,7 @@ export class OverviewStore {
     await unlessMissing(async () => {
       for (const name of cardNames) {
         const query = { prefix: cardPrefixes[name] };
-        const options = { query, background: true, signal };
+        const options = { query, ...polled, signal };
         const { items } = await this.context.request<ItemsPayload>(itemsProvider, "GetItems", options);
         found[name] = summarize(items);
       }
@@ -329,7 +329,7 @@ export class OverviewStore {
       points: ranges[range].historyPoints,
     };
     try {
-      const options = { query, background: true, signal };
+      const options = { query, ...polled, signal };
       const history = await this.context.request<History>(itemsProvider, "GetHistory", options);
       this.collected.fill(name, range, history, offset);
     } catch (error) {

@@ -9,24 +9,6 @@ function roundDrift(milliseconds: number | undefined): number | undefined {
   return milliseconds === undefined ? undefined : Math.trunc(milliseconds / 1000) * 1000;
 }
 
-function getTitle(store: OverviewStore, section: Section<object>): string {
-  const { text } = store.context;
-  switch (section) {
-    case store.health:
-      return text("temperature.title");
-    case store.runStopSwitch:
-      return text("switch.title");
-    case store.indicators:
-      return text("panel.title");
-    case store.dateTime:
-      return text("time.title");
-    case store.general:
-      return text("identity.title");
-    default:
-      return `${text("load.title")}, ${text("memory.title")}, ${text("partition.title")}`;
-  }
-}
-
 /** An old value says nothing about now: only that it is old is told. */
 function getFresh<T extends object>(section: Section<T>): T | undefined {
   return section.isOld.value ? undefined : section.value.value;
@@ -39,7 +21,7 @@ function see(store: OverviewStore, driftMilliseconds: number | undefined): Seen 
     getSince: (name) => store.collected.changes.getSince(name),
     utilization: getFresh(store.utilization),
     driftMilliseconds: store.dateTime.isOld.value ? undefined : driftMilliseconds,
-    oldCards: oldSections.map((section) => getTitle(store, section)),
+    oldCards: oldSections.map(({ title }) => title),
     isAllOld: oldSections.length === store.sections.length,
   };
 }

@@ -1,4 +1,5 @@
 // The last 24 hours of one value in buckets of three widths, in memory of a fixed size.
+import type { ChartData } from "../../kit/Plot";
 
 export type RangeName = "minutes10" | "hour1" | "hours24";
 
@@ -16,14 +17,6 @@ export const ranges: Readonly<Record<RangeName, RangeShape>> = {
 };
 
 export const rangeNames: readonly RangeName[] = ["minutes10", "hour1", "hours24"];
-
-/** The arrays have one length; `null` in all three is a gap. Times in seconds since 1970. */
-export interface Points {
-  readonly times: number[];
-  readonly mean: (number | null)[];
-  readonly minimum: (number | null)[];
-  readonly maximum: (number | null)[];
-}
 
 export interface Extent {
   readonly minimum: number;
@@ -83,8 +76,8 @@ class Ring {
   }
 
   /** The last buckets up to the one of `now`. */
-  getPoints(now: number): Points {
-    const points: Points = { times: [], mean: [], minimum: [], maximum: [] };
+  getPoints(now: number): ChartData {
+    const points: ChartData = { times: [], mean: [], minimum: [], maximum: [] };
     const last = Math.floor(now / this.width);
     const gap = Math.max(leastGapMilliseconds, 2.5 * this.width) / 1000;
     for (let bucket = last - this.size + 1; bucket <= last; bucket += 1) {
@@ -96,7 +89,7 @@ class Ring {
     return points;
   }
 
-  private pushBucket(points: Points, slot: number, time: number, gap: number): void {
+  private pushBucket(points: ChartData, slot: number, time: number, gap: number): void {
     const before = points.times[points.times.length - 1];
     if (before !== undefined && time - before > gap) {
       push(points, (before + time) / 2, null, null, null);
@@ -125,7 +118,7 @@ class Ring {
 }
 
 function push(
-  points: Points,
+  points: ChartData,
   time: number,
   mean: number | null,
   minimum: number | null,
@@ -163,7 +156,7 @@ export class Series {
     });
   }
 
-  getPoints(range: RangeName, now: number): Points {
+  getPoints(range: RangeName, now: number): ChartData {
     return this.rings[range].getPoints(now);
   }
 

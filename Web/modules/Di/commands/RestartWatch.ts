@@ -37,8 +37,7 @@ export const isDeviceAway = computed(() => state.value?.phase === "away");
 
 /** Throws as `call` does. */
 export async function readBootId(): Promise<string> {
-  const timeout = AbortSignal.timeout(timeoutMilliseconds);
-  return (await call("get", "/api/v1/boot", undefined, { background: true, signal: timeout })).bootId;
+  return (await call("get", "/api/v1/boot", undefined, { background: true, timeoutMilliseconds })).bootId;
 }
 
 async function look(): Promise<Seen> {
