@@ -151,6 +151,22 @@ test("LEDs blink with 0.5 and 2 Hz in step, are told in words and shapes, and re
   });
 });
 
+test("title and icon claim nothing of the device while another view is open", async () => {
+  await browser.visit({ host: plain, user: "admin", route: "items" }, async (page) => {
+    const showsIcon = (name) =>
+      until(async () =>
+        assert.equal(await page.locator("link[rel=icon]").getAttribute("href"), `/icons/${name}.svg`),
+      );
+    await settle(page);
+    await showsIcon("unknown");
+    await open(page, "overview");
+    await showsIcon("well");
+    await open(page, "users");
+    await showsIcon("unknown");
+    assert.equal((await page.request.get(`${plain.address}/icons/unknown.svg`)).status(), 200);
+  });
+});
+
 test("a clock that differs from the browser's by more than 5 s is a warning", async () => {
   const prepare = (page) => page.clock.install({ time: Date.now() - 60_000 });
   await browser.visit({ host: plain, user: "viewer", prepare }, async (page) => {

@@ -33,7 +33,7 @@ export interface PageContext {
   /** Sends a request to a data provider and returns the payload. Rejects with an error whose `code` is the problem's or
    * the module's. Requests that the user did not cause have `background: true`. */
   request<T extends object>(provider: string, name: string, options?: ModuleRequestOptions): Promise<T>;
-  /** Replaces what the page reported before. */
+  /** Replaces what the page reported before. Empty: the device is well. Until the first call nothing is claimed. */
   setAttention(items: readonly AttentionItem[]): void;
   /** Shown in the header. */
   setDevice(identity: DeviceIdentity): void;

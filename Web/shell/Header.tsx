@@ -67,8 +67,8 @@ export function AccountBar() {
 }
 
 function ConditionMark() {
-  const count = attention.value.length;
-  if (condition.value === "well") {
+  const count = attention.value?.length ?? 0;
+  if (condition.value === "well" || condition.value === "unknown") {
     return null;
   }
   return (

@@ -29,9 +29,10 @@ export function MainContent() {
 }
 
 function AttentionLines() {
-  return attention.value.length > 0 ? (
+  const items = attention.value ?? [];
+  return items.length > 0 ? (
     <div class="shell-attention">
-      {attention.value.map((item) => (
+      {items.map((item) => (
         <Banner key={item.id} level={item.level} title={item.subject}>
           {item.text}
         </Banner>

@@ -76,7 +76,7 @@ export function PageHost({ page, user, role }: PageHostProps) {
       aborted.abort();
       unmount?.();
       keepFocus();
-      attention.value = [];
+      attention.value = undefined;
     };
   }, [page.entry, usedLanguage, user, role]);
   return (

@@ -9,7 +9,8 @@ export type ModulePage = Schemas["Pages"]["pages"][number];
 /** The name behind "#/". */
 export const route = signal(readRoute());
 export const pages = signal<readonly ModulePage[]>([]);
-export const attention = signal<readonly AttentionItem[]>([]);
+/** Not set while the page or view that is shown does not tell. */
+export const attention = signal<readonly AttentionItem[] | undefined>(undefined);
 export const device = signal<DeviceIdentity | undefined>(undefined);
 export const isAway = signal(false);
 /** On narrow screens, where the navigation is hidden otherwise. */
@@ -22,12 +23,16 @@ export function announce(line: string): void {
   notice.value = line === notice.peek() ? `${line}\u00a0` : line;
 }
 
-export type Condition = "well" | "warning" | "bad" | "away";
+/** `unknown`: nothing is claimed of the device, for instance while a list of users is shown. */
+export type Condition = "unknown" | "well" | "warning" | "bad" | "away";
 
 /** What the badge shows. */
 export const condition = computed<Condition>(() => {
   if (isAway.value) {
     return "away";
+  }
+  if (attention.value === undefined) {
+    return "unknown";
   }
   if (attention.value.some((item) => item.level === "bad")) {
     return "bad";

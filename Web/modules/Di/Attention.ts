@@ -1,7 +1,6 @@
 // What a person should look at, from what the page has read.
 import type { AttentionItem } from "../../kit/Page";
 import { formatDuration, type TextFunction } from "../../kit/Texts";
-import { driftLimitMilliseconds } from "./Clock";
 import { type LedGroup, type LedPlace, ledGroups, readLed, type Since } from "./Leds";
 import type { StatusIndicator, Utilization } from "./Sections";
 
@@ -12,7 +11,8 @@ export interface Seen {
   readonly indicators: readonly StatusIndicator[];
   readonly getSince: (name: string) => Since | undefined;
   readonly utilization: Utilization | undefined;
-  readonly driftMilliseconds: number | undefined;
+  /** Only of a drift that is a warning. */
+  readonly largeDriftMilliseconds: number | undefined;
   /** Titles of the cards whose values are old, when not all are. */
   readonly oldCards: readonly string[];
   readonly isAllOld: boolean;
@@ -51,8 +51,8 @@ export function describeDrift(milliseconds: number, text: TextFunction): string 
 }
 
 function findDrift(seen: Seen, words: Words): AttentionItem[] {
-  const drift = seen.driftMilliseconds;
-  return drift !== undefined && Math.abs(drift) > driftLimitMilliseconds
+  const drift = seen.largeDriftMilliseconds;
+  return drift !== undefined
     ? [
         {
           id: "drift",

@@ -1,6 +1,6 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
-import { countOn, readClock } from "./Clock";
+import { countOn, findLargeDrift, readClock } from "./Clock";
 
 const wall = 1_795_257_621_000;
 
@@ -38,4 +38,20 @@ test("a clock that stands does not count on, the up-time does", () => {
   assert.equal(second.isStanding, true);
   assert.deepEqual(countOn(second, 5200), { unixMilliseconds: wall, upTimeSeconds: 52 });
   assert.equal(read(`${wall}000`, 1401, 1403, first).isStanding, false, "too soon to tell");
+});
+
+test("a drift over 5 s is a warning, told in whole seconds", () => {
+  const cases = [
+    [undefined, undefined],
+    [0, undefined],
+    [5_000, undefined],
+    [-5_000, undefined],
+    [5_001, 5_000],
+    [-5_900, -5_000],
+    [6_000, 6_000],
+    [-86_400_500, -86_400_000],
+  ] as const;
+  for (const [drift, large] of cases) {
+    assert.equal(findLargeDrift(drift), large, String(drift));
+  }
 });

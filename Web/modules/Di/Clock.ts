@@ -75,4 +75,11 @@ export function countOn(reading: ClockReading, even: number): CountedClock {
   };
 }
 
-export const driftLimitMilliseconds = 5_000;
+const driftLimitMilliseconds = 5_000;
+
+/** A drift that is a warning, in whole seconds, so that it does not change with every read. */
+export function findLargeDrift(driftMilliseconds: number | undefined): number | undefined {
+  return driftMilliseconds !== undefined && Math.abs(driftMilliseconds) > driftLimitMilliseconds
+    ? Math.trunc(driftMilliseconds / 1000) * 1000
+    : undefined;
+}

@@ -1,26 +1,22 @@
 // Tells the shell what it shows around the page: the device, what needs attention, whether the controller is away.
 import { computed, effect } from "@preact/signals";
 import { findAttention, type Seen } from "./Attention";
+import { findLargeDrift } from "./Clock";
 import { isDeviceAway } from "./commands/Commands";
 import type { OverviewStore, Section } from "./OverviewStore";
-
-/** A drift is told in whole seconds, so that it is not reported again with every read. */
-function roundDrift(milliseconds: number | undefined): number | undefined {
-  return milliseconds === undefined ? undefined : Math.trunc(milliseconds / 1000) * 1000;
-}
 
 /** An old value says nothing about now: only that it is old is told. */
 function getFresh<T extends object>(section: Section<T>): T | undefined {
   return section.isOld.value ? undefined : section.value.value;
 }
 
-function see(store: OverviewStore, driftMilliseconds: number | undefined): Seen {
+function see(store: OverviewStore, largeDriftMilliseconds: number | undefined): Seen {
   const oldSections = store.sections.filter((section) => section.isOld.value);
   return {
     indicators: getFresh(store.indicators) ?? [],
     getSince: (name) => store.collected.changes.getSince(name),
     utilization: getFresh(store.utilization),
-    driftMilliseconds: store.dateTime.isOld.value ? undefined : driftMilliseconds,
+    largeDriftMilliseconds: store.dateTime.isOld.value ? undefined : largeDriftMilliseconds,
     oldCards: oldSections.map(({ title }) => title),
     isAllOld: oldSections.length === store.sections.length,
   };
@@ -29,9 +25,10 @@ function see(store: OverviewStore, driftMilliseconds: number | undefined): Seen 
 export function startReports(store: OverviewStore): () => void {
   const { context } = store;
   const words = { text: context.text, formatTime: (time: number) => store.formats.formatTime(time) };
-  const drift = computed(() => roundDrift(store.clock.value?.driftMilliseconds));
+  const largeDrift = computed(() => findLargeDrift(store.clock.value?.driftMilliseconds));
   const isAway = computed(() => store.sections.every((section) => section.isOld.value));
-  let reported = "[]";
+  const isRead = computed(() => store.sections.every(({ value, cause }) => value.value || cause.value));
+  let reported = "";
   let wasAway = false;
   const stops = [
     effect(() => {
@@ -49,8 +46,10 @@ export function startReports(store: OverviewStore): () => void {
       wasAway = isDeviceAway.value;
     }),
     effect(() => {
-      const items = isDeviceAway.value ? [] : findAttention(see(store, drift.value), words);
-      if (JSON.stringify(items) !== reported) {
+      const items = isDeviceAway.value ? [] : findAttention(see(store, largeDrift.value), words);
+      // That nothing needs attention is known when everything has been looked at.
+      const isKnown = items.length > 0 || isRead.value || isDeviceAway.value;
+      if (isKnown && JSON.stringify(items) !== reported) {
         reported = JSON.stringify(items);
         context.setAttention(items);
       }

@@ -1,7 +1,7 @@
 import { Skeleton } from "../../../kit/components/Basics";
 import { formatDuration } from "../../../kit/Texts";
 import { describeDrift } from "../Attention";
-import { type ClockReading, type CountedClock, countOn, driftLimitMilliseconds } from "../Clock";
+import { type ClockReading, type CountedClock, countOn, findLargeDrift } from "../Clock";
 import { type CardProps, SectionCard } from "./SectionCard";
 import { ValueSkeleton } from "./Values";
 
@@ -88,8 +88,9 @@ function Drift({ store, reading }: CardProps & { readonly reading: ClockReading 
   if (reading.isStanding) {
     return <span class="overview-warning">{text("time.standing")}</span>;
   }
-  if (Math.abs(drift) > driftLimitMilliseconds) {
-    return <span class="overview-warning">{describeDrift(drift, text)}</span>;
+  const large = findLargeDrift(drift);
+  if (large !== undefined) {
+    return <span class="overview-warning">{describeDrift(large, text)}</span>;
   }
   return <>{`${store.formats.formatTenths(Math.abs(drift) / 1000)} s`}</>;
 }
