@@ -164,6 +164,11 @@ test("title and icon claim nothing of the device while another view is open", as
     await open(page, "users");
     await showsIcon("unknown");
     assert.equal((await page.request.get(`${plain.address}/icons/unknown.svg`)).status(), 200);
+    // The tab still knows which device this is.
+    await page.reload();
+    await settle(page);
+    await page.locator("header").getByText("SIM-000001").waitFor();
+    await until(async () => assert.equal(await page.title(), "Users – Demo 400 S"));
   });
 });
 

@@ -7,7 +7,7 @@ import { type Catalogue, makeTextFunction } from "../kit/Texts";
 import { getCatalogue, language, text } from "./Language";
 import { keepFocus } from "./Loaded";
 import { loadTexts } from "./PageTexts";
-import { announce, attention, device, isAway, type ModulePage, navigate } from "./State";
+import { announce, attention, isAway, type ModulePage, navigate, showDevice } from "./State";
 
 /** Each style sheet is loaded once and stays. */
 function loadStyle(address: string): Promise<void> {
@@ -41,9 +41,7 @@ function makeContext(pageTexts: Catalogue, { user, role }: PageSession, signal: 
     setAttention: (items) => {
       attention.value = items;
     },
-    setDevice: (identity) => {
-      device.value = identity;
-    },
+    setDevice: showDevice,
     setAway: (away) => {
       isAway.value = away;
     },

@@ -3,6 +3,7 @@ import { computed, signal } from "@preact/signals";
 import { call, type Schemas } from "../kit/Api";
 import type { AttentionItem, DeviceIdentity } from "../kit/Page";
 import { applyAnnounced } from "./Language";
+import { loadDevice, saveDevice } from "./LastDevice";
 
 export type ModulePage = Schemas["Pages"]["pages"][number];
 
@@ -11,7 +12,7 @@ export const route = signal(readRoute());
 export const pages = signal<readonly ModulePage[]>([]);
 /** Not set while the page or view that is shown does not tell. */
 export const attention = signal<readonly AttentionItem[] | undefined>(undefined);
-export const device = signal<DeviceIdentity | undefined>(undefined);
+export const device = signal<DeviceIdentity | undefined>(loadDevice());
 export const isAway = signal(false);
 /** On narrow screens, where the navigation is hidden otherwise. */
 export const isMenuOpen = signal(false);
@@ -21,6 +22,11 @@ export const notice = signal("");
 /** Reads a line out, also one that was the last already. */
 export function announce(line: string): void {
   notice.value = line === notice.peek() ? `${line}\u00a0` : line;
+}
+
+export function showDevice(identity: DeviceIdentity): void {
+  device.value = identity;
+  saveDevice(identity);
 }
 
 /** `unknown`: nothing is claimed of the device, for instance while a list of users is shown. */
