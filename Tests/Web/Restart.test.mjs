@@ -1,7 +1,7 @@
 // Restart and factory reset, from the button to the device that is back, or not.
 import assert from "node:assert/strict";
 import { after, test } from "node:test";
-import { settle } from "./support/Access.mjs";
+import { open, settle } from "./support/Access.mjs";
 import { Browser } from "./support/Browser.mjs";
 import { controller, stillItems } from "./support/Description.mjs";
 import { Host, password } from "./support/Host.mjs";
@@ -229,11 +229,14 @@ test("a page follows the role and the user that the host has by now", async () =
     await refusal.waitFor({ state: "detached" });
     await isDisabled(false);
 
+    await open(page, "account");
+    await page.getByRole("row").first().waitFor();
     const { cookies } = await refusing.logIn("admin");
     const [, name, value] = /^([^=]+)=([^;]*)/.exec(cookies[0]);
     await context.addCookies([{ name, value, url: refusing.address, secure: true, sameSite: "Strict" }]);
-    await look();
+    await Promise.all([page.waitForResponse("**/api/v1/sessions*"), look()]);
     await page.locator("nav").getByText("Users").waitFor({ state: "attached" });
+    await open(page, "overview");
     await button(page, "Factory reset…").click();
     await page.getByLabel("Password of admin").waitFor();
   });

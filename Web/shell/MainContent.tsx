@@ -49,7 +49,7 @@ function Content({ name }: { readonly name: string }) {
   const view = views.find((each) => each.name === name);
   if (view) {
     const isAllowed = view.role === undefined || view.role === state.role;
-    return isAllowed ? <ShellView view={view} /> : <NoPermission view={view} />;
+    return isAllowed ? <ShellView key={state.user} view={view} /> : <NoPermission view={view} />;
   }
   const page = pages.value.find((each) => each.pageName === name && each.entry !== "");
   if (page) {
