@@ -49,7 +49,8 @@ LogInThrottle::LogInThrottle(const Configuration::SessionConfiguration& configur
     randombytes_buf(hashKey.data(), hashKey.size());
 }
 
-LogInThrottle::Bucket LogInThrottle::MakeBucket(std::initializer_list<std::string_view> name, std::size_t limit) const
+LogInThrottle::Bucket LogInThrottle::MakeBucket(std::initializer_list<std::string_view> name, std::size_t limit,
+                                                bool isBounded) const
 {
     BasicString text;
     for (const std::string_view part : name)
@@ -61,7 +62,7 @@ LogInThrottle::Bucket LogInThrottle::MakeBucket(std::initializer_list<std::strin
     static_assert(sizeof key == crypto_shorthash_BYTES);
     crypto_shorthash(reinterpret_cast<unsigned char*>(&key), reinterpret_cast<const unsigned char*>(text.data()),
                      text.size(), hashKey.data());
-    return {key, Duration(period) / static_cast<Duration::rep>(limit)};
+    return {key, Duration(period) / static_cast<Duration::rep>(limit), isBounded};
 }
 
 void LogInThrottle::Begin(Try& given, const Buckets& buckets, std::size_t basicRank)
@@ -71,14 +72,15 @@ void LogInThrottle::Begin(Try& given, const Buckets& buckets, std::size_t basicR
     Duration wait{};
     for (const Bucket& bucket : buckets)
     {
-        wait = std::max(wait, GetDebt(bucket, now) + bucket.interval - Duration(period));
+        const Duration over = GetDebt(bucket, now) + bucket.interval - Duration(period);
+        wait = bucket.isBounded ? std::max(wait, over) : wait;
     }
     if (wait > Duration::zero())
     {
         given.retryAfter = std::chrono::ceil<std::chrono::seconds>(wait);
         return;
     }
-    // The last bucket is the widest one: of the address, or the only one.
+    // Of the address or of the user.
     const Bucket& last = buckets[1];
     const Duration roundUp = last.interval - Duration(1);
     given.rank = basicRank + static_cast<std::size_t>((GetDebt(last, now) + roundUp) / last.interval);
@@ -86,11 +88,8 @@ void LogInThrottle::Begin(Try& given, const Buckets& buckets, std::size_t basicR
     MakeSpace(now);
     for (const Bucket& bucket : buckets)
     {
-        if (bucket.interval != Duration::zero())
-        {
-            TimePoint& debt = debts[bucket.key];
-            debt = std::max(debt, now) + bucket.interval;
-        }
+        TimePoint& debt = debts[bucket.key];
+        debt = std::max(debt, now) + bucket.interval;
     }
 }
 
@@ -144,9 +143,12 @@ LogInThrottle::Try::Try(LogInThrottle& throttle, std::string_view account, std::
     throttle.Begin(*this, {ofAccount, ofAddress}, 1);
 }
 
-LogInThrottle::Try::Try(LogInThrottle& throttle, std::string_view number) : throttle(throttle)
+LogInThrottle::Try::Try(LogInThrottle& throttle, const KnownClient& client) : throttle(throttle)
 {
-    throttle.Begin(*this, {Bucket(), throttle.MakeBucket({"known", number}, throttle.perAccount)}, 0);
+    const Bucket ofClient = throttle.MakeBucket({"known", client.number}, throttle.perAccount);
+    const Bucket ofUser =
+        throttle.MakeBucket({"user", System::Commons::Text::FoldCase(client.account)}, throttle.perAddress, false);
+    throttle.Begin(*this, {ofClient, ofUser}, 0);
 }
 
 LogInThrottle::Try::~Try()

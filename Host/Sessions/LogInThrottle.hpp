@@ -19,7 +19,8 @@ namespace Oxa::Host::Sessions
 /// Bounds how many passwords are checked, by token buckets. Every try needs a place in the bucket of its account and
 /// address, and in that of its address; addresses of version 6 count by their first 64 bits. An account has no bucket
 /// over all addresses, so its user cannot be locked out from other addresses. A try from a known browser, or within a
-/// session, needs a place in the bucket of that only. The throttle knows no users: unknown names count like known ones.
+/// session, needs a place in the bucket of that only; how many of these its user has decides when it comes. The
+/// throttle knows no users: unknown names count like known ones.
 /// Threads: safe from any thread.
 class LogInThrottle final
 {
@@ -31,6 +32,13 @@ public:
     static constexpr std::size_t maximumBuckets = 4096;
 
     class Try;
+
+    /// A browser in which the account's user has logged in before, or a session.
+    struct KnownClient
+    {
+        std::string_view number;
+        std::string_view account;
+    };
 
     explicit LogInThrottle(
         const Configuration::SessionConfiguration& configuration,
@@ -44,13 +52,17 @@ private:
     struct Bucket
     {
         uint64 key = 0;
-        /// For one place; 0: this is no bucket.
+        /// For one place.
         Duration interval{};
+        /// Else its places have no end: they are only counted.
+        bool isBounded = true;
     };
 
+    /// The places taken in the second one make the rank.
     using Buckets = std::array<Bucket, 2>;
 
-    [[nodiscard]] Bucket MakeBucket(std::initializer_list<std::string_view> name, std::size_t limit) const;
+    [[nodiscard]] Bucket MakeBucket(std::initializer_list<std::string_view> name, std::size_t limit,
+                                    bool isBounded = true) const;
     void Begin(Try& given, const Buckets& buckets, std::size_t basicRank);
     void GiveBack(const Buckets& buckets) noexcept;
     [[nodiscard]] Duration GetDebt(const Bucket& bucket, TimePoint now) const OXA_REQUIRES(mutex);
@@ -71,11 +83,10 @@ private:
 class LogInThrottle::Try final
 {
 public:
-    /// `account`: compared without case. `address`: an IP address.
+    /// Accounts are compared without case. `address`: an IP address.
     Try(LogInThrottle& throttle, std::string_view account, std::string_view address);
 
-    /// `number`: of a known browser or of a session.
-    Try(LogInThrottle& throttle, std::string_view number);
+    Try(LogInThrottle& throttle, const KnownClient& client);
 
     Try(const Try&) = delete;
     Try& operator=(const Try&) = delete;
@@ -87,7 +98,8 @@ public:
         return retryAfter;
     }
 
-    /// Among tries that wait, those with a smaller number go first: addresses that guess wait for those that do not.
+    /// Among tries that wait, those with a smaller number go first: addresses that guess wait for those that do not,
+    /// and users who send many at once for those who do not.
     [[nodiscard]] std::size_t GetRank() const noexcept
     {
         return rank;

@@ -133,13 +133,15 @@ std::shared_ptr<PasswordRoute::Try> PasswordRoute::BeginLogIn(const IHttpExchang
 {
     const auto cookie = Http::FindCookie(exchange.GetRequest().cookie, GetBrowserCookieName(exchange.IsSecure()));
     const BasicString browser = browsers.FindNumber(cookie, userName);
-    return browser.empty() ? std::make_shared<Try>(throttle, userName, exchange.GetClientAddress())
-                           : std::make_shared<Try>(throttle, "browser " + browser);
+    return browser.empty()
+               ? std::make_shared<Try>(throttle, userName, exchange.GetClientAddress())
+               : std::make_shared<Try>(throttle, LogInThrottle::KnownClient{"browser " + browser, userName});
 }
 
 std::shared_ptr<PasswordRoute::Try> PasswordRoute::BeginInSession(const Caller& caller)
 {
-    return std::make_shared<Try>(throttle, "session " + FormatSessionId(caller.sessionId));
+    return std::make_shared<Try>(
+        throttle, LogInThrottle::KnownClient{"session " + FormatSessionId(caller.sessionId), caller.userName});
 }
 
 Handling PasswordRoute::RefuseTry(IHttpExchange& exchange, const Try& refused, std::string_view userName)

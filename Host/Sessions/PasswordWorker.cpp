@@ -59,7 +59,7 @@ Handling PasswordWorker::Post(const std::shared_ptr<IHttpExchange>& exchange, st
             thread = std::thread([this] { Run(); });
         }
         queue.insert(std::ranges::lower_bound(queue, rank, {}, &Waiting::rank),
-                     Waiting{exchange, rank, std::move(task)});
+                     Waiting{exchange, rank, std::move(task), ++lastNumber});
         if (queue.size() > maximumWaiting)
         {
             last = std::move(queue.back());
@@ -90,10 +90,9 @@ void PasswordWorker::Run()
             changed.Wait(mutex);
             continue;
         }
-        Waiting first = std::move(queue.front());
-        queue.erase(queue.begin());
+        Waiting next = TakeNext();
         lock.Unlock();
-        Execute(std::move(first));
+        Execute(std::move(next));
         lock.Lock();
         if (queue.empty() && !isEnding)
         {
@@ -102,6 +101,15 @@ void PasswordWorker::Run()
             lock.Lock();
         }
     }
+}
+
+PasswordWorker::Waiting PasswordWorker::TakeNext()
+{
+    const auto next = isOldestNext ? std::ranges::min_element(queue, {}, &Waiting::number) : queue.begin();
+    isOldestNext = !isOldestNext;
+    Waiting taken = std::move(*next);
+    queue.erase(next);
+    return taken;
 }
 
 /// The exchange is resumed or given up where connections are served; this thread then holds nothing of it.

@@ -2,6 +2,7 @@
 
 #include "Host/Http/HttpExchange.hpp"
 #include "Oxa/System/Commons/Mutex.hpp"
+#include "Oxa/System/Commons/Types.hpp"
 
 #include <boost/asio/io_context.hpp>
 
@@ -34,8 +35,9 @@ public:
     ~PasswordWorker();
 
     /// Of the tasks that wait, those with the smallest rank come first, and among equals the newest: when many
-    /// addresses begin to guess at once, who comes then does not wait for all of them. When too many wait, the one that
-    /// would come last gets a 503.
+    /// addresses begin to guess at once, who comes then does not wait for all of them. Every second time the one that
+    /// has waited longest comes instead, so that none waits forever. When too many wait, the oldest of those
+    /// with the greatest rank gets a 503.
     [[nodiscard]] Http::Handling Post(const std::shared_ptr<Http::IHttpExchange>& exchange, std::size_t rank,
                                       Task task);
 
@@ -45,9 +47,12 @@ private:
         std::shared_ptr<Http::IHttpExchange> exchange;
         std::size_t rank = 0;
         Task task;
+        /// Counts the tasks.
+        uint64 number = 0;
     };
 
     void Run();
+    [[nodiscard]] Waiting TakeNext() OXA_REQUIRES(mutex);
     void Execute(Waiting waiting) noexcept;
     void Resume(std::shared_ptr<Http::IHttpExchange> exchange);
 
@@ -55,8 +60,10 @@ private:
     System::Commons::Mutex mutex;
     System::Commons::ConditionVariable changed;
     bool isEnding OXA_GUARDED_BY(mutex) = false;
-    /// In the order in which they come.
+    /// By rank, among equals the newest first.
     std::vector<Waiting> queue OXA_GUARDED_BY(mutex);
+    uint64 lastNumber OXA_GUARDED_BY(mutex) = 0;
+    bool isOldestNext OXA_GUARDED_BY(mutex) = false;
     std::thread thread OXA_GUARDED_BY(mutex);
 };
 

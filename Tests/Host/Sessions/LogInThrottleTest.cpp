@@ -31,7 +31,7 @@ protected:
 
     bool GuessKnown(std::string_view number)
     {
-        LogInThrottle::Try each(throttle, number);
+        LogInThrottle::Try each(throttle, {number, "ann"});
         each.SetWrong();
         return !each.GetRetryAfter();
     }
@@ -154,7 +154,25 @@ TEST_F(LogInThrottles, LetKnownBrowsersAndOtherAddressesPastAFullBucket)
         EXPECT_TRUE(GuessKnown("a browser"));
     }
     EXPECT_FALSE(GuessKnown("a browser")) << "its own bucket is full";
-    EXPECT_EQ(LogInThrottle::Try(throttle, "another browser").GetRank(), 0U);
+    EXPECT_FALSE(LogInThrottle::Try(throttle, {"another browser", "ann"}).GetRetryAfter());
+    EXPECT_EQ(LogInThrottle::Try(throttle, {"another browser", "admin"}).GetRank(), 0U);
+}
+
+TEST_F(LogInThrottles, RankUsersWithManyTriesAtOnceBehindOthers)
+{
+    std::vector<std::unique_ptr<LogInThrottle::Try>> waiting;
+    for (std::size_t index = 0; index < 100; ++index)
+    {
+        const BasicString number = "browser " + std::to_string(index);
+        waiting.push_back(std::make_unique<LogInThrottle::Try>(
+            throttle, LogInThrottle::KnownClient{number, index % 2 == 0 ? "ann" : "Ann"}));
+        EXPECT_FALSE(waiting.back()->GetRetryAfter()) << "no known browser keeps another one out";
+        EXPECT_EQ(waiting.back()->GetRank(), index);
+    }
+    EXPECT_EQ(LogInThrottle::Try(throttle, {"browser 100", "admin"}).GetRank(), 0U);
+    EXPECT_EQ(LogInThrottle::Try(throttle, "admin", "192.0.2.1").GetRank(), 1U);
+    waiting.clear();
+    EXPECT_EQ(LogInThrottle::Try(throttle, {"browser 100", "ann"}).GetRank(), 0U);
 }
 
 TEST_F(LogInThrottles, StayBoundedAndForgetTheAddressesThatGuessedLeast)

@@ -15,7 +15,6 @@ namespace Oxa::Host::Sessions
 
 using Http::Handling;
 using Http::IHttpExchange;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using Tests::Support::FakeExchange;
 
@@ -27,6 +26,11 @@ class PasswordWorkers : public testing::Test
 {
 protected:
     PasswordWorkers()
+    {
+        Hold();
+    }
+
+    void Hold()
     {
         std::promise<void> begun;
         Post(0,
@@ -44,6 +48,15 @@ protected:
         handling = worker->Post(exchange, rank, std::move(task));
         resumed += handling == Handling::Deferred ? 1 : 0;
         return exchange;
+    }
+
+    /// With a new worker, held up again. Requires: `Finish`.
+    void Restart()
+    {
+        end = {};
+        context.restart();
+        worker.emplace(context);
+        Hold();
     }
 
     /// Until all exchanges have been resumed.
@@ -64,16 +77,58 @@ protected:
     std::optional<PasswordWorker> worker{std::in_place, context};
 };
 
-TEST_F(PasswordWorkers, RunTasksByRankAndAmongEqualsTheNewest)
+TEST_F(PasswordWorkers, RunInTurnTheOldestTaskAndTheNewestOfTheSmallestRank)
 {
-    std::vector<int> order;
-    for (const auto& [rank, number] : {std::pair(2, 1), std::pair(0, 2), std::pair(1, 3), std::pair(0, 4)})
-    {
-        Post(static_cast<std::size_t>(rank), [&order, number](IHttpExchange&) { order.push_back(number); });
-        EXPECT_EQ(handling, Handling::Deferred);
-    }
+    // The ranks in the order in which the tasks come, and the numbers of the tasks in the order in which they run.
+    const std::pair<std::vector<std::size_t>, std::vector<int>> cases[] = {{{}, {}},
+                                                                           {{5}, {0}},
+                                                                           {{0, 0, 0, 0}, {0, 3, 1, 2}},
+                                                                           {{2, 0, 1, 0}, {0, 3, 1, 2}},
+                                                                           {{0, 1, 2, 3, 4, 5}, {0, 1, 2, 3, 4, 5}},
+                                                                           {{5, 4, 3, 2, 1, 0}, {0, 5, 1, 4, 2, 3}}};
     Finish();
-    EXPECT_THAT(order, ElementsAre(4, 2, 3, 1));
+    for (const auto& [ranks, expected] : cases)
+    {
+        Restart();
+        std::vector<int> order;
+        for (int number = 0; const std::size_t rank : ranks)
+        {
+            Post(rank, [&order, number](IHttpExchange&) { order.push_back(number); });
+            EXPECT_EQ(handling, Handling::Deferred);
+            ++number;
+        }
+        Finish();
+        EXPECT_EQ(order, expected) << testing::PrintToString(ranks);
+    }
+}
+
+TEST_F(PasswordWorkers, LetNoTaskWaitBehindOthersThatComeAgainAndAgain)
+{
+    constexpr int others = 8;
+    constexpr int enough = 100;
+    int count = 0;
+    int before = enough;
+    std::promise<void> done;
+    const PasswordWorker::Task comeAgain = [&, &current = *worker](IHttpExchange&)
+    {
+        if (++count < enough)
+        {
+            (void)current.Post(std::make_shared<FakeExchange>(), 0, comeAgain);
+        }
+        else if (count == enough)
+        {
+            done.set_value();
+        }
+    };
+    for (int each = 0; each < others; ++each)
+    {
+        Post(0, comeAgain);
+    }
+    Post(1, [&](IHttpExchange&) { before = count; });
+    end.set_value();
+    done.get_future().wait();
+    worker.reset();
+    EXPECT_LE(before, 2 * others);
 }
 
 TEST_F(PasswordWorkers, RefuseTheLastOneWhenTooManyWait)
