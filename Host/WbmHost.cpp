@@ -109,7 +109,8 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
     SetReloadedParts();
     ApplyModules(std::move(manifests));
     notifications.Subscribe([&stateFolder](const System::Nm::Notification& each) { stateFolder.Notice(each); });
-    notifications.Subscribe([log = Audit::AuditLog()](const System::Nm::Notification& each) { log.Write(each); });
+    notifications.Subscribe([log = Audit::AuditLog()](const System::Nm::Notification& each) mutable
+                            { log.Write(each); });
     notifications.Subscribe([this](const System::Nm::Notification& each) { auditTrail.Add(each); },
                             [this] { auditTrail.Commit(); });
 }

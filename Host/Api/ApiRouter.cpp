@@ -267,23 +267,19 @@ std::optional<Sessions::Caller> ApiRouter::Admit(Http::IHttpExchange& exchange, 
     return caller;
 }
 
-/// Publishes at a bounded rate: clients can send such requests at will.
 void ApiRouter::RefuseRights(Http::IHttpExchange& exchange, const BasicString& userName)
 {
-    if (rightsLimit.Admits())
-    {
-        const Http::HttpRequest& request = exchange.GetRequest();
-        const BasicString path(System::Commons::Text::Truncate(request.path, maximumLoggedBytes));
-        parts.notifications.Publish({{},
-                                     System::Nm::NotificationKind::RightsRefused,
-                                     "Host.Api",
-                                     userName,
-                                     "the user's role does not allow the request",
-                                     {{"address", exchange.GetClientAddress()},
-                                      {"object", BasicString(GetName(request.method)) + ' ' + path},
-                                      {"outcome", "refused"},
-                                      {"requestId", BasicString(exchange.GetRequestId())}}});
-    }
+    const Http::HttpRequest& request = exchange.GetRequest();
+    const BasicString path(System::Commons::Text::Truncate(request.path, maximumLoggedBytes));
+    parts.notifications.Publish({{},
+                                 System::Nm::NotificationKind::RightsRefused,
+                                 "Host.Api",
+                                 userName,
+                                 "the user's role does not allow the request",
+                                 {{"address", exchange.GetClientAddress()},
+                                  {"object", BasicString(GetName(request.method)) + ' ' + path},
+                                  {"outcome", "refused"},
+                                  {"requestId", BasicString(exchange.GetRequestId())}}});
     SendProblem(exchange, Http::Problems::noPermission);
 }
 

@@ -2,7 +2,6 @@
 
 #include "Host/Api/Operations.hpp"
 #include "Host/Http/HttpExchange.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/LogRateLimiter.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 
 #include <array>
@@ -92,7 +91,6 @@ private:
 
     const Parts parts;
     std::array<ApiHandler, std::size(operations)> handlers;
-    System::Commons::Diagnostics::Logging::LogRateLimiter rightsLimit;
 };
 
 } // namespace Oxa::Host::Api

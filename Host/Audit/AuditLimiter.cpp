@@ -1,7 +1,7 @@
 #include "Host/Audit/AuditLimiter.hpp"
 
 #include <algorithm>
-#include <optional>
+#include <string_view>
 
 namespace Oxa::Host::Audit
 {
@@ -28,12 +28,12 @@ std::optional<AuditLimiter::Key> FindKey(const Notification& notification)
     {
     case NotificationKind::LogInFailed:
     case NotificationKind::LogInThrottled:
-    case NotificationKind::CrossOriginRefused:
         return AuditLimiter::Key{notification.kind, {}};
     case NotificationKind::LoggedIn:
     case NotificationKind::LoggedOut:
     case NotificationKind::SessionExpired:
     case NotificationKind::SessionEndedByOther:
+    case NotificationKind::CrossOriginRefused:
     case NotificationKind::RightsRefused:
     case NotificationKind::CommandRefused:
     case NotificationKind::PasswordConfirmed:
@@ -53,12 +53,12 @@ std::optional<AuditLimiter::Key> FindKey(const Notification& notification)
 
 } // namespace
 
-AuditLimiter::Admission AuditLimiter::Admit(const Notification& notification, Clock::time_point now)
+std::optional<AuditLimiter::Fields> AuditLimiter::Admit(const Notification& notification, Clock::time_point now)
 {
     auto key = FindKey(notification);
     if (!key)
     {
-        return {};
+        return notification.kind == NotificationKind::HostStopped ? TakeLeftOut() : Fields();
     }
     if (buckets.size() >= maximumBuckets && !buckets.contains(*key))
     {
@@ -71,28 +71,34 @@ AuditLimiter::Admission AuditLimiter::Admit(const Notification& notification, Cl
     if (notification.kind == NotificationKind::CommandRequested)
     {
         // The outcome that follows is counted.
-        return {isAdmitted, 0};
+        return isAdmitted ? std::optional(Fields()) : std::nullopt;
     }
     if (!isAdmitted)
     {
         ++bucket.leftOut;
-        return {false, 0};
+        return std::nullopt;
     }
     bucket.full = full;
-    return {true, std::exchange(bucket.leftOut, 0)};
+    const uint64 leftOut = std::exchange(bucket.leftOut, 0);
+    return leftOut > 0 ? Fields{{"leftOut", std::to_string(leftOut)}} : Fields();
 }
 
-std::map<BasicString, uint64> AuditLimiter::TakeLeftOut()
+AuditLimiter::Fields AuditLimiter::TakeLeftOut()
 {
-    std::map<BasicString, uint64> leftOut;
+    std::map<std::string_view, uint64> counts;
     for (auto& [key, bucket] : buckets)
     {
         if (bucket.leftOut > 0)
         {
-            leftOut[BasicString(System::Nm::GetNotificationKindName(key.first))] += std::exchange(bucket.leftOut, 0);
+            counts[System::Nm::GetNotificationKindName(key.first)] += std::exchange(bucket.leftOut, 0);
         }
     }
-    return leftOut;
+    Fields fields;
+    for (const auto& [kindName, count] : counts)
+    {
+        fields.emplace_back("leftOut" + BasicString(kindName), std::to_string(count));
+    }
+    return fields;
 }
 
 void AuditLimiter::ForgetFullBuckets(Clock::time_point now)

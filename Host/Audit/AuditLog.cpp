@@ -28,15 +28,23 @@ void Append(BasicString& line, std::string_view name, std::string_view value)
 
 } // namespace
 
-void AuditLog::Write(const System::Nm::Notification& notification) const
+void AuditLog::Write(const System::Nm::Notification& notification, AuditLimiter::Clock::time_point now)
 {
+    const auto furtherFields = limiter.Admit(notification, now);
+    if (!furtherFields)
+    {
+        return;
+    }
     BasicString line(System::Nm::GetNotificationKindName(notification.kind));
     Append(line, "source", notification.source);
     Append(line, "user", notification.user);
     Append(line, "text", notification.text);
-    for (const auto& [name, value] : notification.fields)
+    for (const auto* const fields : {&notification.fields, &*furtherFields})
     {
-        Append(line, name, value);
+        for (const auto& [name, value] : *fields)
+        {
+            Append(line, name, value);
+        }
     }
     Log(System::Commons::Diagnostics::Logging::LogLevel::Information, "{0}", line);
 }

@@ -65,8 +65,8 @@ AuditTrail::AuditTrail(const Configuration::AuditConfiguration& configuration, T
 void AuditTrail::Add(const Notification& notification)
 {
     const MutexLock lock(mutex);
-    const auto admission = limiter.Admit(notification, Clock::now());
-    if (!admission.isAdmitted)
+    auto fields = limiter.Admit(notification, Clock::now());
+    if (!fields)
     {
         return;
     }
@@ -76,17 +76,7 @@ void AuditTrail::Add(const Notification& notification)
         return;
     }
     Notification complete = notification;
-    if (admission.leftOut > 0)
-    {
-        complete.fields.emplace_back("leftOut", std::to_string(admission.leftOut));
-    }
-    if (notification.kind == NotificationKind::HostStopped)
-    {
-        for (const auto& [kindName, count] : limiter.TakeLeftOut())
-        {
-            complete.fields.emplace_back("leftOut" + kindName, std::to_string(count));
-        }
-    }
+    std::ranges::move(*fields, std::back_inserter(complete.fields));
     queue.push_back(MakeAuditRow(complete, bootId));
     ++queuedRows;
     if (IsAwaited(notification.kind))

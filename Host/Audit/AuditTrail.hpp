@@ -40,6 +40,8 @@ class AuditTrail final : private System::Commons::Diagnostics::Logging::Loggable
 {
 public:
     static constexpr std::size_t maximumQueued = 256;
+    /// Of the events of a kind that clients cause at will, those that are stored at once; then one a minute.
+    static constexpr unsigned burst = 60;
 
     /// `loop` is borrowed. The file is opened by the first `Commit`. `shortestPause`: before the second attempt,
     /// and before rows are written that nothing waits for.
@@ -96,7 +98,7 @@ private:
 
     mutable System::Commons::Mutex mutex;
     System::Commons::ConditionVariable changed;
-    AuditLimiter limiter OXA_GUARDED_BY(mutex);
+    AuditLimiter limiter OXA_GUARDED_BY(mutex){burst, std::chrono::minutes(1)};
     std::vector<AuditRow> queue OXA_GUARDED_BY(mutex);
     /// The number of rows ever queued, and of those that are stored or lost.
     uint64 queuedRows OXA_GUARDED_BY(mutex) = 0;

@@ -146,10 +146,7 @@ std::shared_ptr<PasswordRoute::Try> PasswordRoute::BeginInSession(const Caller& 
 
 Handling PasswordRoute::RefuseTry(IHttpExchange& exchange, const Try& refused, std::string_view userName)
 {
-    if (refusalLimit.Admits())
-    {
-        sessions.Publish(NotificationKind::LogInThrottled, exchange, userName, "too many wrong passwords", "refused");
-    }
+    sessions.Publish(NotificationKind::LogInThrottled, exchange, userName, "too many wrong passwords", "refused");
     return SendProblem(exchange, Http::Problems::tooManyLogIns, *refused.GetRetryAfter());
 }
 

@@ -5,7 +5,6 @@
 #include "Host/Sessions/LogInThrottle.hpp"
 #include "Host/Sessions/PasswordWorker.hpp"
 #include "Host/Sessions/SessionManager.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/LogRateLimiter.hpp"
 
 #include <chrono>
 #include <memory>
@@ -48,7 +47,6 @@ private:
     PasswordWorker& worker;
     const KnownBrowsers browsers;
     LogInThrottle throttle;
-    System::Commons::Diagnostics::Logging::LogRateLimiter refusalLimit;
 };
 
 } // namespace Oxa::Host::Sessions

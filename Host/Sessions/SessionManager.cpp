@@ -241,14 +241,11 @@ std::vector<SessionTable::Entry> SessionManager::List(const BasicString* userNam
 
 Http::Handling SessionManager::RefuseCrossOrigin(IHttpExchange& exchange, std::string_view userName)
 {
-    if (crossOriginLimit.Admits())
-    {
-        const Http::HttpRequest& request = exchange.GetRequest();
-        Publish(NotificationKind::CrossOriginRefused, exchange, userName, Limit(request.path, maximumLoggedBytes),
-                "refused",
-                {{"origin", Limit(request.origin, maximumLoggedBytes)},
-                 {"fetchSite", Limit(request.fetchSite, maximumLoggedBytes)}});
-    }
+    const Http::HttpRequest& request = exchange.GetRequest();
+    Publish(NotificationKind::CrossOriginRefused, exchange, userName, Limit(request.path, maximumLoggedBytes),
+            "refused",
+            {{"origin", Limit(request.origin, maximumLoggedBytes)},
+             {"fetchSite", Limit(request.fetchSite, maximumLoggedBytes)}});
     return SendProblem(exchange, Http::Problems::crossOrigin);
 }
 

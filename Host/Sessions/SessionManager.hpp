@@ -3,7 +3,6 @@
 #include "Host/Http/HttpExchange.hpp"
 #include "Host/Http/SecretText.hpp"
 #include "Host/Sessions/SessionTable.hpp"
-#include "Oxa/System/Commons/Diagnostics/Logging/LogRateLimiter.hpp"
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Nm/Notification.hpp"
 #include "Oxa/System/Um/SecurityToken.hpp"
@@ -131,7 +130,7 @@ public:
     /// Of this user, or of all for null; the oldest first.
     [[nodiscard]] std::vector<SessionTable::Entry> List(const BasicString* userName);
 
-    /// Sends 403 and publishes, at a bounded rate, that a page of another site has sent the request.
+    /// Sends 403 and publishes that a page of another site has sent the request. `userName`: empty without a session.
     Http::Handling RefuseCrossOrigin(Http::IHttpExchange& exchange, std::string_view userName);
 
     /// What a request did. `outcome`: success, failure or refused.
@@ -157,7 +156,6 @@ private:
     System::Nm::NotificationManager& notifications;
     Threads::EventLoop& loop;
     SessionTable table;
-    System::Commons::Diagnostics::Logging::LogRateLimiter crossOriginLimit;
 };
 
 } // namespace Oxa::Host::Sessions

@@ -1,5 +1,6 @@
 #include "Host/Audit/AuditTrail.hpp"
 
+#include "Host/Audit/AuditLog.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Oxa/System/Nm/NotificationManager.hpp"
 #include "Support/Eventually.hpp"
@@ -181,12 +182,12 @@ TEST_F(AuditTrails, LoseNothingThatWasStoredWhenTheDiskBecomesFull)
 TEST_F(AuditTrails, TellWhatWasLeftOutWhenTheHostStops)
 {
     std::filesystem::create_directory(folder.GetPath("state"));
-    for (unsigned count = 0; count < AuditLimiter::burst + 3; ++count)
+    for (unsigned count = 0; count < AuditTrail::burst + 3; ++count)
     {
         trail.Add(MakeNotification(NotificationKind::LogInFailed));
     }
     Publish(NotificationKind::HostStopped);
-    EXPECT_EQ(GetRows().size(), AuditLimiter::burst + 1);
+    EXPECT_EQ(GetRows().size(), AuditTrail::burst + 1);
     EXPECT_THAT(AuditStore(path).List({.limit = 1})[0].details, HasSubstr(R"("leftOutLogInFailed":"3")"));
 }
 
@@ -204,48 +205,100 @@ TEST_F(AuditTrails, FindACrashByTheMissingEndOfARun)
     EXPECT_FALSE(trail.FindCrash({}).has_value());
 }
 
-TEST(LimitingRows, BoundsWhatStrangersAndUsersCauseAndCountsWhatIsLeftOut)
+/// Of the trail, with a clock that stands still.
+class LimitingRows : public testing::Test
 {
-    AuditLimiter limiter;
+protected:
+    static constexpr unsigned burst = 60;
+
+    std::optional<AuditLimiter::Fields> Admit(NotificationKind kind, const BasicString& user = {},
+                                              const BasicString& outcome = {})
+    {
+        auto notification = MakeNotification(kind, "text", user);
+        notification.fields.emplace_back("outcome", outcome);
+        return limiter.Admit(notification, now);
+    }
+
+    /// How many of so many are admitted.
+    unsigned Count(unsigned number, NotificationKind kind, const BasicString& user = {})
+    {
+        unsigned admitted = 0;
+        for (unsigned each = 0; each < number; ++each)
+        {
+            admitted += Admit(kind, user) ? 1 : 0;
+        }
+        return admitted;
+    }
+
+    AuditLimiter limiter{burst, std::chrono::minutes(1)};
     AuditLimiter::Clock::time_point now{};
-    const auto admit = [&](NotificationKind kind, const BasicString& user = {})
+};
+
+TEST_F(LimitingRows, BoundsWhatStrangersAndUsersCauseAndCountsWhatIsLeftOut)
+{
+    for (const auto kind : {NotificationKind::LogInFailed, NotificationKind::LogInThrottled})
     {
-        return limiter.Admit(MakeNotification(kind, "text", user), now);
+        EXPECT_EQ(Count(burst + 1, kind, "anna"), burst);
+        EXPECT_FALSE(Admit(kind, "another name")) << "the name is only claimed";
+    }
+    for (const auto kind : {NotificationKind::LoggedIn, NotificationKind::LoggedOut, NotificationKind::SessionExpired,
+                            NotificationKind::SessionEndedByOther, NotificationKind::RightsRefused,
+                            NotificationKind::CrossOriginRefused, NotificationKind::CommandRefused,
+                            NotificationKind::PasswordConfirmed, NotificationKind::PasswordConfirmationFailed})
+    {
+        EXPECT_EQ(Count(burst + 1, kind, "anna"), burst) << GetNotificationKindName(kind);
+        EXPECT_TRUE(Admit(kind, "bert")) << "not hidden by others";
+    }
+    for (const auto kind :
+         {NotificationKind::CommandExecuted, NotificationKind::UserAdded, NotificationKind::UserChanged,
+          NotificationKind::UserRemoved, NotificationKind::TokenAdded, NotificationKind::ConfigurationReloaded})
+    {
+        EXPECT_EQ(Count(10 * burst, kind, "anna"), 10 * burst) << GetNotificationKindName(kind);
+    }
+    now += std::chrono::minutes(1);
+    EXPECT_THAT(Admit(NotificationKind::LogInFailed).value(), ElementsAre(std::pair("leftOut", "2")));
+    EXPECT_FALSE(Admit(NotificationKind::LogInFailed));
+    const auto fields = Admit(NotificationKind::HostStopped).value();
+    EXPECT_THAT(fields, testing::Contains(std::pair("leftOutLogInFailed", "1")));
+    EXPECT_THAT(fields, testing::Contains(std::pair("leftOutRightsRefused", "1")));
+    EXPECT_THAT(Admit(NotificationKind::HostStopped).value(), ElementsAre()) << "once";
+}
+
+TEST_F(LimitingRows, LeavesOutCommandsThatFailWithTheirAnnouncements)
+{
+    for (unsigned count = 0; count < burst; ++count)
+    {
+        EXPECT_TRUE(Admit(NotificationKind::CommandRequested, "anna")) << "its failure is counted, not it";
+        EXPECT_TRUE(Admit(NotificationKind::CommandFailed, "anna", "failure"));
+    }
+    EXPECT_FALSE(Admit(NotificationKind::CommandRequested, "anna"));
+    EXPECT_FALSE(Admit(NotificationKind::CommandFailed, "anna", "failure"));
+    EXPECT_TRUE(Admit(NotificationKind::CommandRequested, "bert"));
+    EXPECT_TRUE(Admit(NotificationKind::CommandFailed, "anna", "unknown")) << "it may have been carried out";
+    now += std::chrono::minutes(1);
+    EXPECT_TRUE(Admit(NotificationKind::CommandRequested, "anna"));
+    EXPECT_THAT(Admit(NotificationKind::CommandFailed, "anna").value(), ElementsAre(std::pair("leftOut", "1")));
+}
+
+TEST(WritingTheAuditLog, BoundsTheLinesOfOneUserAndHidesNoOthers)
+{
+    const Tests::Support::LogRecorder recorder{System::Commons::Diagnostics::Logging::LogLevel::Information};
+    const auto count = [&recorder]
+    {
+        return recorder.GetEntries().size();
     };
-    for (unsigned count = 0; count < AuditLimiter::burst; ++count)
+    AuditLog log;
+    AuditLimiter::Clock::time_point now{};
+    for (unsigned number = 0; number < AuditLog::burst + 5; ++number)
     {
-        EXPECT_TRUE(admit(NotificationKind::LogInFailed, std::to_string(count)).isAdmitted);
-        EXPECT_TRUE(admit(NotificationKind::LoggedIn, "anna").isAdmitted);
+        log.Write(MakeNotification(NotificationKind::RightsRefused, "text", "anna"), now);
     }
-    EXPECT_FALSE(admit(NotificationKind::LogInFailed, "another name").isAdmitted) << "the name is only claimed";
-    EXPECT_FALSE(admit(NotificationKind::LogInFailed).isAdmitted);
-    EXPECT_FALSE(admit(NotificationKind::LoggedIn, "anna").isAdmitted);
-    EXPECT_TRUE(admit(NotificationKind::LoggedIn, "bert").isAdmitted) << "not hidden by others";
-    EXPECT_TRUE(admit(NotificationKind::LogInThrottled).isAdmitted) << "each kind for itself";
-    for (unsigned count = 0; count < 10 * AuditLimiter::burst; ++count)
-    {
-        EXPECT_TRUE(admit(NotificationKind::CommandExecuted, "anna").isAdmitted) << "never left out";
-    }
-    for (unsigned count = 0; count < AuditLimiter::burst; ++count)
-    {
-        EXPECT_TRUE(admit(NotificationKind::CommandRequested, "anna").isAdmitted) << "its failure is counted, not it";
-        EXPECT_TRUE(admit(NotificationKind::CommandFailed, "anna").isAdmitted);
-    }
-    EXPECT_FALSE(admit(NotificationKind::CommandRequested, "anna").isAdmitted);
-    EXPECT_FALSE(admit(NotificationKind::CommandFailed, "anna").isAdmitted);
-    EXPECT_TRUE(admit(NotificationKind::CommandRequested, "bert").isAdmitted);
-    auto mayBeDone = MakeNotification(NotificationKind::CommandFailed, "text", "anna");
-    mayBeDone.fields.emplace_back("outcome", "unknown");
-    EXPECT_TRUE(limiter.Admit(mayBeDone, now).isAdmitted);
-    now += AuditLimiter::interval;
-    EXPECT_TRUE(admit(NotificationKind::CommandRequested, "anna").isAdmitted);
-    EXPECT_EQ(admit(NotificationKind::CommandFailed, "anna").leftOut, 1U);
-    const auto admission = admit(NotificationKind::LogInFailed);
-    EXPECT_TRUE(admission.isAdmitted);
-    EXPECT_EQ(admission.leftOut, 2U);
-    EXPECT_FALSE(admit(NotificationKind::LogInFailed).isAdmitted);
-    EXPECT_THAT(limiter.TakeLeftOut(), ElementsAre(std::pair("LogInFailed", 1U), std::pair("LoggedIn", 1U)));
-    EXPECT_TRUE(limiter.TakeLeftOut().empty());
+    EXPECT_EQ(count(), AuditLog::burst);
+    log.Write(MakeNotification(NotificationKind::RightsRefused, "text", "bert"), now);
+    EXPECT_EQ(count(), AuditLog::burst + 1);
+    now += std::chrono::seconds(6);
+    log.Write(MakeNotification(NotificationKind::RightsRefused, "text", "anna"), now);
+    EXPECT_EQ(recorder.GetEntries().back().message, "RightsRefused source='' user='anna' text='text' leftOut='5'");
 }
 
 } // namespace
