@@ -73,7 +73,7 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       auditTrail(configuration.audit, loop),
       registry(loop, configuration),
       modules(appDomain, registry, loop, notifications),
-      sessions(configuration.sessions, users, notifications, loop),
+      sessions(configuration.sessions, users, notifications, loop, [this] { return auditTrail.IsWritable(); }),
       sessionRoute(sessions),
       passwordRoute(sessions, passwordWorker, stateFolder.GetBrowserKey()),
       userRoute(users, sessions, loop),
@@ -83,10 +83,9 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       systemRoutes({registry, modules, components, users, auditTrail, staticFiles}),
       auditRoute(configuration.audit, registry.MakeStrand("the audit trail")),
       router({sessions, dispatcher, notifications, passwordWorker,
-              [this](const auto& exchange) { return staticFiles.Handle(exchange); },
-              [this]
+              [this](const auto& exchange)
               {
-                  return auditTrail.IsWritable();
+                  return staticFiles.Handle(exchange);
               }}),
       passwordWorker(loop.GetContext()),
       encryption(loop, configuration.http, notifications),

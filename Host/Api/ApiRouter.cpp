@@ -230,7 +230,7 @@ Handling ApiRouter::HandleProvider(const Exchange& exchange, std::string_view pa
 std::optional<Sessions::Caller> ApiRouter::AdmitTo(Http::IHttpExchange& exchange, const OperationInfo& info)
 {
     auto caller = Admit(exchange, info.access, info.isBeforePasswordChange);
-    if (caller && IsChange(info) && !parts.isAuditWritable())
+    if (caller && IsChange(info) && !parts.sessions.IsAuditWritable())
     {
         SendProblem(exchange, Http::Problems::auditNotWritable);
         return std::nullopt;

@@ -68,7 +68,6 @@ public:
         Sessions::PasswordWorker& worker;
         /// Responds to the paths that are neither operations nor requests to data providers.
         Http::HttpHandler otherPaths;
-        std::function<bool()> isAuditWritable;
     };
 
     explicit ApiRouter(Parts parts);

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace Oxa::Host::Sessions
 {
@@ -74,8 +75,14 @@ bool IsCrossOrigin(const Http::HttpRequest& request)
 }
 
 SessionManager::SessionManager(const Configuration::SessionConfiguration& configuration, System::Um::UserManager& users,
-                               System::Nm::NotificationManager& notifications, Threads::EventLoop& loop)
-    : configuration(configuration), users(users), notifications(notifications), loop(loop), table(configuration)
+                               System::Nm::NotificationManager& notifications, Threads::EventLoop& loop,
+                               std::function<bool()> isAuditWritable)
+    : configuration(configuration),
+      users(users),
+      notifications(notifications),
+      loop(loop),
+      isAuditWritable(std::move(isAuditWritable)),
+      table(configuration)
 {
 }
 
@@ -108,6 +115,10 @@ SessionManager::LogInResult SessionManager::LogIn(IHttpExchange& exchange, std::
 SessionManager::LogInResult SessionManager::ChangePassword(IHttpExchange& exchange, const Caller& caller,
                                                            std::string_view password, std::string_view newPassword)
 {
+    if (!caller.mustChangePassword && !isAuditWritable())
+    {
+        return {.refusal = &Http::Problems::auditNotWritable};
+    }
     const auto securityToken = users.ChangePassword(caller.securityToken, password, newPassword);
     if (!securityToken)
     {
@@ -204,12 +215,20 @@ void SessionManager::LogOut(IHttpExchange& exchange)
     }
 }
 
-bool SessionManager::EndSession(IHttpExchange& exchange, const Caller& caller, SessionId id, bool isAny)
+const Http::Problem* SessionManager::EndSession(IHttpExchange& exchange, const Caller& caller, SessionId id, bool isAny)
 {
-    const auto session = table.Remove(id, isAny ? nullptr : &caller.userName);
+    auto session = table.Remove(id, &caller.userName);
+    if (!session && isAny)
+    {
+        if (!isAuditWritable())
+        {
+            return &Http::Problems::auditNotWritable;
+        }
+        session = table.Remove(id, nullptr);
+    }
     if (!session)
     {
-        return false;
+        return &Http::Problems::unknownSession;
     }
     users.LogOut(session->logIn.securityToken);
     if (id == caller.sessionId)
@@ -220,7 +239,7 @@ bool SessionManager::EndSession(IHttpExchange& exchange, const Caller& caller, S
     {
         PublishEndByOther(exchange, caller.userName, *session);
     }
-    return true;
+    return nullptr;
 }
 
 void SessionManager::EndSessionsOf(IHttpExchange& exchange, std::string_view actor, std::string_view userName)

@@ -9,6 +9,7 @@
 #include "Oxa/System/Um/UserInfo.hpp"
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -88,9 +89,10 @@ public:
         const Http::Problem* refusal = nullptr;
     };
 
-    /// Everything is borrowed.
+    /// References are borrowed. `isAuditWritable`: whether what is published leaves a trace.
     SessionManager(const Configuration::SessionConfiguration& configuration, System::Um::UserManager& users,
-                   System::Nm::NotificationManager& notifications, Threads::EventLoop& loop);
+                   System::Nm::NotificationManager& notifications, Threads::EventLoop& loop,
+                   std::function<bool()> isAuditWritable);
     SessionManager(const SessionManager&) = delete;
     SessionManager& operator=(const SessionManager&) = delete;
 
@@ -99,8 +101,8 @@ public:
     [[nodiscard]] LogInResult LogIn(Http::IHttpExchange& exchange, std::string_view userName,
                                     std::string_view password);
 
-    /// As long as `LogIn`. The user's sessions end, and a new one begins. Throws ArgumentException for a new password
-    /// that is not allowed.
+    /// As long as `LogIn`. The user's sessions end, and a new one begins. Refused while the audit trail cannot be
+    /// written, unless the user may do nothing else. Throws ArgumentException for a new password that is not allowed.
     [[nodiscard]] LogInResult ChangePassword(Http::IHttpExchange& exchange, const Caller& caller,
                                              std::string_view password, std::string_view newPassword);
 
@@ -120,9 +122,10 @@ public:
     /// Ends the request's session, if it has one.
     void LogOut(Http::IHttpExchange& exchange);
 
-    /// Ends another session, or the caller's own: of the caller's user, with `isAny` of any user. False when there is
-    /// no such session.
-    [[nodiscard]] bool EndSession(Http::IHttpExchange& exchange, const Caller& caller, SessionId id, bool isAny);
+    /// Ends another session, or the caller's own: of the caller's user, with `isAny` of any user unless the audit trail
+    /// cannot be written. Returns why not; null when it has ended.
+    [[nodiscard]] const Http::Problem* EndSession(Http::IHttpExchange& exchange, const Caller& caller, SessionId id,
+                                                  bool isAny);
 
     /// Ends all sessions of a user whose logins have ended.
     void EndSessionsOf(Http::IHttpExchange& exchange, std::string_view actor, std::string_view userName);
@@ -136,6 +139,12 @@ public:
     /// What a request did. `outcome`: success, failure or refused.
     void Publish(System::Nm::NotificationKind kind, Http::IHttpExchange& exchange, std::string_view userName,
                  std::string_view text, std::string_view outcome, Fields details = {});
+
+    /// Else nothing may be changed that has to leave a trace.
+    [[nodiscard]] bool IsAuditWritable() const
+    {
+        return isAuditWritable();
+    }
 
     [[nodiscard]] const Configuration::SessionConfiguration& GetConfiguration() const noexcept
     {
@@ -155,6 +164,7 @@ private:
     System::Um::UserManager& users;
     System::Nm::NotificationManager& notifications;
     Threads::EventLoop& loop;
+    const std::function<bool()> isAuditWritable;
     SessionTable table;
 };
 

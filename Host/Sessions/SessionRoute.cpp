@@ -104,9 +104,9 @@ Handling SessionRoute::List(IHttpExchange& exchange, const Caller& caller)
 
 Handling SessionRoute::End(IHttpExchange& exchange, const Caller& caller, std::string_view id)
 {
-    if (!sessions.EndSession(exchange, caller, ParseSessionId(id), IsAdministrator(caller)))
+    if (const auto* const problem = sessions.EndSession(exchange, caller, ParseSessionId(id), IsAdministrator(caller)))
     {
-        return SendProblem(exchange, Http::Problems::unknownSession);
+        return SendProblem(exchange, *problem);
     }
     exchange.Send({.status = 204});
     return Handling::Completed;

@@ -45,13 +45,11 @@ protected:
         EXPECT_GE(sodium_init(), 0);
         EXPECT_TRUE(System::Um::UserManager::CreateDatabase(path));
         users.emplace(path);
-        sessions.emplace(Configuration::SessionConfiguration{}, *users, notifications, loop);
+        sessions.emplace(Configuration::SessionConfiguration{}, *users, notifications, loop, [] { return true; });
         router.emplace(ApiRouter::Parts{*sessions, dispatcher, notifications, worker,
                                         [](const auto& exchange)
-                                        { return SendProblem(*exchange, Http::Problems::unknownPath); },
-                                        []
                                         {
-                                            return true;
+                                            return SendProblem(*exchange, Http::Problems::unknownPath);
                                         }});
         for (const OperationInfo& info : operations)
         {

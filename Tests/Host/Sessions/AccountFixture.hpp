@@ -34,7 +34,7 @@ class AccountFixture : public testing::Test
 {
 protected:
     explicit AccountFixture(const Configuration::SessionConfiguration& configuration = {})
-        : sessions(configuration, users, notifications, loop)
+        : sessions(configuration, users, notifications, loop, [this] { return isAuditWritable; })
     {
         users.AddUser("ann", annsPassword, "Viewer");
         users.AddUser("boss", bossPassword, "Admin");
@@ -112,6 +112,7 @@ protected:
     Threads::EventLoop loop;
     const boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work =
         boost::asio::make_work_guard(loop.GetContext());
+    bool isAuditWritable = true;
     SessionManager sessions;
     SessionRoute sessionRoute{sessions};
     // The clock stands still: hashing may be slow.
@@ -130,16 +131,7 @@ protected:
                                    {
                                        return true;
                                    }};
-    bool isAuditWritable = true;
-    Api::ApiRouter router{{sessions,
-                           dispatcher,
-                           notifications,
-                           worker,
-                           {},
-                           [this]
-                           {
-                               return isAuditWritable;
-                           }}};
+    Api::ApiRouter router{{sessions, dispatcher, notifications, worker, {}}};
     PasswordWorker worker{loop.GetContext()};
     Http::HttpRequest request{.host = "h", .contentType = "Application/JSON; charset=utf-8"};
 };

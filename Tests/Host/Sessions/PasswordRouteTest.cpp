@@ -108,6 +108,18 @@ TEST_F(PasswordRoutes, ChangeThePasswordAndGoOnWithOneNewSession)
     EXPECT_EQ(TryLogIn("ann", "quite another secret")->status, 200U);
 }
 
+TEST_F(PasswordRoutes, ChangeNoPasswordThatNeedNotBeChangedWhileTheAuditTrailCannotBeWritten)
+{
+    users.AddUser("eve", "a made password", "Viewer", true);
+    const BasicString ann = LogIn();
+    const BasicString eve = LogIn("eve", "a made password");
+    isAuditWritable = false;
+    EXPECT_THAT(Change(ann, annsPassword, "quite another secret")->body, HasSubstr("\"audit-not-writable\""));
+    EXPECT_EQ(Change(eve, "a made password", "quite another secret")->status, 200U);
+    isAuditWritable = true;
+    EXPECT_EQ(Change(ann, annsPassword, "quite another secret")->status, 200U);
+}
+
 TEST_F(PasswordRoutes, ConfirmOneCommand)
 {
     const BasicString key = LogIn();

@@ -202,6 +202,25 @@ TEST_F(SessionRoutes, ListAndEndOnesOwnAndForAdministratorsAllSessions)
     EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/session", first)->status, 401U);
 }
 
+TEST_F(SessionRoutes, EndOnlyOnesOwnSessionsWhileTheAuditTrailCannotBeWritten)
+{
+    const BasicString boss = LogIn("boss", bossPassword);
+    const auto end = [this, &boss](const BasicString& key)
+    {
+        const BasicString bearer = "Bearer " + key;
+        const auto id = FormatSessionId(sessions.Authenticate({.authorization = bearer})->sessionId);
+        return Ask(HttpMethod::Delete, "/api/v1/sessions/" + id, boss);
+    };
+    const BasicString ann = LogIn();
+    const BasicString second = LogIn("boss", bossPassword);
+    isAuditWritable = false;
+    EXPECT_THAT(end(ann)->body, HasSubstr("\"audit-not-writable\""));
+    EXPECT_EQ(end(second)->status, 204U);
+    EXPECT_EQ(Ask(HttpMethod::Delete, "/api/v1/session", boss)->status, 204U);
+    EXPECT_EQ(Ask(HttpMethod::Get, "/api/v1/session", ann)->status, 200U);
+    EXPECT_NE(LogIn(), "");
+}
+
 TEST_F(SessionRoutes, GiveProgramsWithAnApiTokenNoSession)
 {
     const BasicString token = users.AddApiToken("monitor", "Viewer", std::nullopt, "boss");
