@@ -8,11 +8,7 @@
 #include "Oxa/System/Commons/XmlException.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
 
-#include <unistd.h>
-
-#include <cerrno>
 #include <exception>
-#include <filesystem>
 #include <string_view>
 #include <utility>
 
@@ -84,13 +80,9 @@ HostedModule::Outcome HostedModule::SetUp(System::Commons::AppDomain& appDomain)
 /// A file that does not exist is for those who read it to report; others must not be able to create it.
 bool HostedModule::AreFilesTrusted()
 {
-    for (std::filesystem::path path : ListFiles(manifest))
+    for (const BasicString& path : ListFiles(manifest))
     {
-        while (access(path.c_str(), F_OK) != 0 && errno == ENOENT && path.has_relative_path())
-        {
-            path = path.parent_path();
-        }
-        if (const auto weakness = System::Commons::FindPathWeakness(path.string()))
+        if (const auto weakness = System::Commons::FindOptionalPathWeakness(path))
         {
             Report("is refused", *weakness);
             return false;

@@ -37,9 +37,7 @@ std::unique_ptr<ICertificateStore> OpenCertificateStore(const Configuration::Htt
                                                         System::Nm::NotificationManager& notifications)
 {
     const std::filesystem::path folder = std::filesystem::absolute(http.certificatesPath);
-    const auto weakness =
-        System::Commons::FindPathWeakness(std::filesystem::exists(folder) ? folder : folder.parent_path());
-    if (weakness)
+    if (const auto weakness = System::Commons::FindOptionalPathWeakness(folder))
     {
         throw System::Commons::InvalidOperationException::Create("cannot use the certificates: {0}", *weakness);
     }

@@ -103,9 +103,7 @@ BasicString ReadLink(const FileDescriptor& link)
     return length > 0 ? BasicString(target.data(), static_cast<std::size_t>(length)) : BasicString();
 }
 
-} // namespace
-
-std::optional<BasicString> FindPathWeakness(const BasicString& path)
+std::optional<BasicString> FindWeaknessAlong(const BasicString& path, bool mayBeMissing)
 {
     constexpr int flags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
     const auto fail = [](const std::filesystem::path& where, std::string_view cause)
@@ -130,6 +128,12 @@ std::optional<BasicString> FindPathWeakness(const BasicString& path)
         const std::filesystem::path here = shown / name;
         FileDescriptor file(openat(folder.Get(), name.c_str(), flags));
         struct stat status = {};
+        if (mayBeMissing && !file.IsOpen() && errno == ENOENT && fstat(folder.Get(), &status) == 0)
+        {
+            // What is missing is as safe as the folder that it would be created in.
+            const BasicString weakness = FindWeakness(folder, status, true);
+            return weakness.empty() ? std::nullopt : std::optional(fail(shown, weakness));
+        }
         if (!file.IsOpen() || fstat(file.Get(), &status) != 0)
         {
             return fail(here, "cannot be checked: " + std::generic_category().message(errno));
@@ -157,6 +161,18 @@ std::optional<BasicString> FindPathWeakness(const BasicString& path)
         }
     }
     return std::nullopt;
+}
+
+} // namespace
+
+std::optional<BasicString> FindPathWeakness(const BasicString& path)
+{
+    return FindWeaknessAlong(path, false);
+}
+
+std::optional<BasicString> FindOptionalPathWeakness(const BasicString& path)
+{
+    return FindWeaknessAlong(path, true);
 }
 
 } // namespace Oxa::System::Commons

@@ -19,4 +19,7 @@ namespace Oxa::System::Commons
 /// Since no other user can change any part of the path, the result also holds when the path is opened later.
 [[nodiscard]] OXA_EXPORT std::optional<BasicString> FindPathWeakness(const BasicString& path);
 
+/// The same for a path that may not exist; if it does not, whether another user could create it.
+[[nodiscard]] OXA_EXPORT std::optional<BasicString> FindOptionalPathWeakness(const BasicString& path);
+
 } // namespace Oxa::System::Commons

@@ -146,4 +146,34 @@ TEST_F(TrustedPaths, AreWeakWhenTheyCannotBeReached)
     EXPECT_NE(FindPathWeakness(""), std::nullopt);
 }
 
+TEST_F(TrustedPaths, MayBeMissingWhereOthersCannotCreateThem)
+{
+    fs::create_symlink(folder.GetPath("above/below/none"), folder.GetPath("dangling"));
+
+    const struct
+    {
+        mode_t mode;
+        const char* asked;
+        /// Empty: trusted.
+        const char* cause;
+    } cases[] = {{0755, "above/below/file", ""},
+                 {0755, "above/below/none", ""},
+                 {0755, "above/below/none/more", ""},
+                 {0755, "above/below/none/../../more", ""},
+                 {0755, "dangling", ""},
+                 {01777, "above/below/file", ""},
+                 {01777, "above/below/none", "' can be written by everybody"},
+                 {01777, "above/below/none/more", "' can be written by everybody"},
+                 {01777, "dangling", "' can be written by everybody"},
+                 {0755, "above/below/file/more", "/file/more' cannot be checked: Not a directory"}};
+
+    for (const auto& [mode, asked, cause] : cases)
+    {
+        SCOPED_TRACE(testing::Message() << asked << " with mode " << std::oct << mode);
+        SetMode(folder.GetPath("above/below"), mode);
+        EXPECT_EQ(FindOptionalPathWeakness(folder.GetPath(asked)).value_or("trusted"),
+                  *cause == '\0' ? "trusted" : "'" + folder.GetPath("above/below") + cause);
+    }
+}
+
 } // namespace Oxa::System::Commons
