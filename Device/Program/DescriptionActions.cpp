@@ -7,6 +7,7 @@
 #include "Device/Machine/MachineRoot.hpp"
 #include "Device/Program/DeviceServer.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
+#include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
 
@@ -128,6 +129,15 @@ bool CheckComponent(const ComponentConfiguration& component, std::ostream& outpu
     {
         output << "the component '" << component.name << "': cannot read '" << component.libraryPath
                << "': " << std::generic_category().message(errno) << '\n';
+        isInOrder = false;
+    }
+    try
+    {
+        RequireTrustedFiles(component);
+    }
+    catch (const System::Commons::InvalidOperationException& exception)
+    {
+        output << "the component '" << component.name << "': " << exception.GetMessage() << '\n';
         isInOrder = false;
     }
     if (!component.libraryPath.ends_with("/libOxa.Device.Linux.so"))

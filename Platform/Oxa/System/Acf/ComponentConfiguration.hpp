@@ -31,4 +31,8 @@ struct ComponentConfiguration
 OXA_EXPORT void ReadComponentConfigurations(System::Commons::Xml::XmlElementReader& element,
                                             std::vector<ComponentConfiguration>& components);
 
+/// Throws InvalidOperationException when users other than root and the one of this process could change the library or
+/// the settings, with the path and the cause (`FindOptionalPathWeakness`).
+OXA_EXPORT void RequireTrustedFiles(const ComponentConfiguration& configuration);
+
 } // namespace Oxa::System::Acf

@@ -93,6 +93,7 @@ void ComponentManager::Create(const ComponentConfiguration& configuration)
     {
         throw ArgumentException::Create("name", configuration.name, "There is a component of this name");
     }
+    RequireTrustedFiles(configuration);
     const Library& library = GetLibrary(configuration.libraryPath);
     auto component = library.content->GetModuleFactory().CreateModule(configuration.componentName);
     if (!component)

@@ -47,7 +47,7 @@ public:
     ~ComponentManager();
 
     /// Loads the library, unless another component has loaded it, and creates the component. A duplicate name is a
-    /// failure.
+    /// failure, and so are files that other users could change (`RequireTrustedFiles`).
     void Load(const ComponentConfiguration& configuration);
 
     /// Each of these skips the components that are in another state.

@@ -2,11 +2,13 @@
 
 #include "Oxa/System/Commons/AppDomain.hpp"
 #include "Support/LogRecorder.hpp"
+#include "Support/TemporaryFolder.hpp"
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <optional>
 
 namespace Oxa::System::Acf
@@ -126,6 +128,57 @@ TEST_F(ManagingComponents, LeavesOutLibrariesThatCannotBeUsedAndClosesThem)
         EXPECT_THAT(manager->GetFailures(),
                     ElementsAre(Field(&ComponentFailure::text, AllOf(HasSubstr(path), HasSubstr(cause)))));
         EXPECT_EQ(::dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr) << path;
+    }
+}
+
+TEST_F(ManagingComponents, LoadsNothingThatOtherUsersCouldChange)
+{
+    namespace fs = std::filesystem;
+    const Tests::Support::TemporaryFolder folder;
+    fs::create_directories(folder.GetPath("libraries"));
+    fs::create_directories(folder.GetPath("settings.d"));
+    const BasicString library = folder.GetPath("libraries/libFake.so");
+    fs::copy_file(FAKE_COMPONENTS_PATH, library);
+    const BasicString settings = folder.Write("settings.d/10.xml", "<Any/>");
+
+    const struct
+    {
+        const char* changed;
+        fs::perms mode;
+        BasicString settings;
+        /// Empty: trusted.
+        const char* cause;
+    } cases[] = {{"libraries/libFake.so", fs::perms{0646}, settings, "can be written by everybody"},
+                 {"libraries", fs::perms{0757}, settings, "can be written by everybody"},
+                 {"settings.d", fs::perms{0757}, settings, "can be written by everybody"},
+                 {"settings.d/10.xml", fs::perms{0646}, settings, "can be written by everybody"},
+                 {"settings.d/10.xml", fs::perms{0646}, folder.GetPath("settings.d"), "can be written by everybody"},
+                 {"settings.d", fs::perms{0757}, folder.GetPath("settings.d/none"), "can be written by everybody"},
+                 {"settings.d", fs::perms{0755}, folder.GetPath("settings.d"), ""},
+                 {"settings.d", fs::perms{0755}, folder.GetPath("settings.d/none"), ""}};
+
+    for (const auto& each : cases)
+    {
+        const BasicString changed = folder.GetPath(each.changed);
+        SCOPED_TRACE(changed + ", settings " + each.settings);
+        const auto before = fs::status(changed).permissions();
+        fs::permissions(changed, each.mode);
+        manager.emplace(appDomain);
+        manager->Load({"a", library, "Fails.None", each.settings});
+        const bool isTrusted = *each.cause == '\0';
+        void* const loaded = ::dlopen(library.c_str(), RTLD_NOW | RTLD_NOLOAD);
+        EXPECT_EQ(loaded != nullptr, isTrusted);
+        if (loaded != nullptr)
+        {
+            ::dlclose(loaded);
+        }
+        EXPECT_EQ(manager->GetFailures().empty(), isTrusted);
+        for (const ComponentFailure& failure : manager->GetFailures())
+        {
+            EXPECT_THAT(failure.text, AllOf(HasSubstr("other users could change what it does: '" + changed + "' "),
+                                            HasSubstr(each.cause)));
+        }
+        fs::permissions(changed, before);
     }
 }
 
