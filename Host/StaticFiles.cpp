@@ -411,9 +411,11 @@ void StaticFiles::Send(Http::IHttpExchange& exchange, const File& file)
     BasicString fields = Format("ETag: {0}\r\nCache-Control: {1}\r\n", tag,
                                 file.isNamedByContent ? "public, max-age=31536000, immutable" : "no-cache");
     fields += file.contents.size() > 1 ? "Vary: Accept-Encoding\r\n" : "";
+    const std::string_view policy =
+        file.mediaType.starts_with("text/html") ? Http::BrowserPolicies::page : Http::BrowserPolicies::pagePart;
     if (Names(request.knownTags, tag))
     {
-        exchange.Send({304, {}, {}, fields, Http::BrowserPolicies::page});
+        exchange.Send({304, {}, {}, fields, policy});
         return;
     }
     fields += chosen.coding.empty() ? BasicString() : Format("Content-Encoding: {0}\r\n", chosen.coding);
@@ -421,7 +423,7 @@ void StaticFiles::Send(Http::IHttpExchange& exchange, const File& file)
     {
         content = open.Read();
     }
-    exchange.Send({200, file.mediaType, content, fields, Http::BrowserPolicies::page});
+    exchange.Send({200, file.mediaType, content, fields, policy});
 }
 
 } // namespace Oxa::Host

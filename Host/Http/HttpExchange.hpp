@@ -73,7 +73,7 @@ inline constexpr std::string_view data =
     "Referrer-Policy: no-referrer\r\n"
     "X-Content-Type-Options: nosniff\r\n";
 
-/// For a page and its files: nothing but files and data of this server. Without Cache-Control, which is the file's own.
+/// For a page: nothing but files and data of this server. Without Cache-Control, which is the file's own.
 inline constexpr std::string_view page =
     "Content-Security-Policy: default-src 'none'; base-uri 'none'; connect-src 'self'; font-src 'self'; "
     "form-action 'self'; frame-ancestors 'none'; img-src 'self'; manifest-src 'self'; script-src 'self'; "
@@ -83,6 +83,13 @@ inline constexpr std::string_view page =
     "Permissions-Policy: camera=(), display-capture=(), geolocation=(), microphone=(), payment=(), usb=()\r\n"
     "Referrer-Policy: no-referrer\r\n"
     "X-Content-Type-Options: nosniff\r\n";
+
+/// For what a page loads, which needs no rights of its own: a visit asks for a dozen of such files, with these fields
+/// each.
+inline constexpr std::string_view pagePart = "Content-Security-Policy: default-src 'none'; frame-ancestors 'none'\r\n"
+                                             "Cross-Origin-Resource-Policy: same-origin\r\n"
+                                             "Referrer-Policy: no-referrer\r\n"
+                                             "X-Content-Type-Options: nosniff\r\n";
 
 } // namespace BrowserPolicies
 

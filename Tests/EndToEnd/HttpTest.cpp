@@ -99,6 +99,7 @@ TEST(Http, ServesThePageWithAPolicyOfItsOwn)
 {
     const Support::TemporaryFolder page;
     page.Write("index.html", "<html>");
+    page.Write("page.js", "0");
     HostProcess host({.components = "", .other = "<Page folder=\"" + page.GetPath() + "\"/>"});
     host.WaitUntilReady();
     auto client = host.Connect();
@@ -109,6 +110,7 @@ TEST(Http, ServesThePageWithAPolicyOfItsOwn)
     EXPECT_THAT(BasicString(answer["Content-Security-Policy"]),
                 AllOf(testing::StartsWith("default-src 'none'; "), testing::HasSubstr("script-src 'self'"),
                       testing::HasSubstr("frame-ancestors 'none'"), Not(testing::HasSubstr("unsafe"))));
+    EXPECT_EQ(client.Ask("GET", "/page.js")["Content-Security-Policy"], "default-src 'none'; frame-ancestors 'none'");
     const auto unchanged = client.Ask("GET", "/", "If-None-Match: " + BasicString(answer["ETag"]) + "\r\n");
     EXPECT_EQ(unchanged.result_int(), 304U);
     EXPECT_EQ(unchanged.count("Content-Length"), 0U) << "it would be that of the page";
