@@ -63,6 +63,20 @@ struct CheckReport final : System::Commons::Diagnostics::Logging::ILogSink
     bool hasFault = false;
 };
 
+/// What the function throws is a fault.
+template <class Function>
+void Check(CheckReport& report, Function function)
+{
+    try
+    {
+        function();
+    }
+    catch (const System::Commons::Exception& exception)
+    {
+        report.AddFault(exception.GetMessage());
+    }
+}
+
 void CheckAddress(CheckReport& report, const Configuration::HttpConfiguration& http)
 {
     report.position = http.position;
@@ -138,20 +152,9 @@ void CheckUsers(CheckReport& report, const HostConfiguration& configuration, con
 {
     report.position = configuration.usersPosition;
     const std::filesystem::path path = std::filesystem::absolute(configuration.usersDatabasePath);
-    const auto check = [&report](const auto& function)
-    {
-        try
-        {
-            function();
-        }
-        catch (const System::Commons::Exception& exception)
-        {
-            report.AddFault(exception.GetMessage());
-        }
-    };
     if (std::filesystem::exists(stateFolder.GetPath()))
     {
-        check([&stateFolder] { stateFolder.Check(); });
+        Check(report, [&stateFolder] { stateFolder.Check(); });
     }
     // The first start creates the state folder and the database in it.
     if (!std::filesystem::exists(path))
@@ -162,12 +165,12 @@ void CheckUsers(CheckReport& report, const HostConfiguration& configuration, con
         }
         return;
     }
-    check(
-        [&path = configuration.usersDatabasePath]
-        {
-            CheckUserDatabase(path);
-            const System::Um::UserManager users(path);
-        });
+    Check(report,
+          [&path = configuration.usersDatabasePath]
+          {
+              CheckUserDatabase(path);
+              const System::Um::UserManager users(path);
+          });
 }
 
 void CheckPage(CheckReport& report, const HostConfiguration& configuration)
@@ -190,6 +193,10 @@ void CheckAudit(CheckReport& report, const HostConfiguration& configuration, con
     const Configuration::AuditConfiguration& audit = configuration.audit;
     report.position = audit.position;
     const std::filesystem::path path = std::filesystem::absolute(audit.databasePath);
+    if (std::filesystem::exists(path.parent_path()))
+    {
+        Check(report, [&path] { Audit::AuditStore::RequireTrusted(path.string()); });
+    }
     if (!std::filesystem::exists(path))
     {
         if (audit.position != configuration.usersPosition &&
@@ -199,18 +206,15 @@ void CheckAudit(CheckReport& report, const HostConfiguration& configuration, con
         }
         return;
     }
-    try
-    {
-        const Audit::AuditVerdict verdict = Audit::AuditStore(audit.databasePath).Verify();
-        if (!verdict.fault.empty())
-        {
-            report.AddFault(Format("the audit trail '{0}' is broken: {1}", audit.databasePath, verdict.fault));
-        }
-    }
-    catch (const System::Commons::Exception& exception)
-    {
-        report.AddFault(exception.GetMessage());
-    }
+    Check(report,
+          [&report, &audit]
+          {
+              const Audit::AuditVerdict verdict = Audit::AuditStore(audit.databasePath).Verify();
+              if (!verdict.fault.empty())
+              {
+                  report.AddFault(Format("the audit trail '{0}' is broken: {1}", audit.databasePath, verdict.fault));
+              }
+          });
 }
 
 void CheckComponents(CheckReport& report, System::Commons::AppDomain& appDomain, const HostConfiguration& configuration)

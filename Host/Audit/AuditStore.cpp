@@ -3,6 +3,7 @@
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/FileDescriptor.hpp"
 #include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Commons/TrustedPath.hpp"
 #include "Oxa/System/Nm/Notification.hpp"
 
 #include <fcntl.h>
@@ -31,6 +32,8 @@ using System::Nm::NotificationKind;
 
 namespace
 {
+
+constexpr const char* subject = "audit trail";
 
 // "OxaA": tells an audit trail from other databases.
 constexpr int64 applicationId = 0x4F786141;
@@ -84,6 +87,7 @@ std::pair<uint64, uint64> GetFileId(const DatabaseName& name)
 /// that other connections of this process hold.
 const DatabaseName& CreateFile(const DatabaseName& name)
 {
+    AuditStore::RequireTrusted(name.path);
     struct stat status = {};
     if (lstat(name.path.c_str(), &status) != 0)
     {
@@ -214,14 +218,13 @@ std::optional<int64> ParseUtcTime(std::string_view text)
         .count();
 }
 
-AuditStore::AuditStore(BasicString path)
-    : name{std::move(path), "audit trail"}, connection(name), fileId(GetFileId(name))
+AuditStore::AuditStore(BasicString path) : name{std::move(path), subject}, connection(name), fileId(GetFileId(name))
 {
     CheckKind();
 }
 
 AuditStore::AuditStore(BasicString path, std::size_t maximumBytes)
-    : name{std::move(path), "audit trail"}, connection(CreateFile(name)), fileId(GetFileId(name))
+    : name{std::move(path), subject}, connection(CreateFile(name)), fileId(GetFileId(name))
 {
     if (connection.ReadNumber("PRAGMA application_id") == 0)
     {
@@ -236,6 +239,18 @@ AuditStore::AuditStore(BasicString path, std::size_t maximumBytes)
                logPages, logPages * pageBytes, pages)
             .c_str());
     maximumUsedPages = static_cast<int64>(pages - pages / 8);
+}
+
+void AuditStore::RequireTrusted(const BasicString& path)
+{
+    // Its key is checked when it is read.
+    for (const char* const suffix : {"", "-wal", "-shm"})
+    {
+        if (const auto weakness = System::Commons::FindOptionalPathWeakness(path + suffix))
+        {
+            System::Database::ThrowDatabaseError({path, subject}, "other users could change it: " + *weakness);
+        }
+    }
 }
 
 void AuditStore::CheckKind()

@@ -60,9 +60,13 @@ public:
     /// Opens an existing trail for `List` and `Verify`.
     explicit AuditStore(BasicString path);
 
-    /// Opens a trail for everything; makes a missing database, with its key. `maximumBytes`: of the database with
-    /// the files that SQLite keeps beside it, at least `minimumBytes`.
+    /// Opens a trail for everything; makes a missing database, with its key. Refuses one that `RequireTrusted` does.
+    /// `maximumBytes`: of the database with the files that SQLite keeps beside it, at least `minimumBytes`.
     AuditStore(BasicString path, std::size_t maximumBytes);
+
+    /// Throws when users other than root and the one of this process could change or remove the trail, which may not
+    /// exist yet.
+    static void RequireTrusted(const BasicString& path);
 
     /// Stores the rows, all or none, and sets their sequences and hashes; when it returns they are on the disk.
     void Append(std::vector<AuditRow>& rows);

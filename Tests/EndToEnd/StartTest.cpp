@@ -198,6 +198,9 @@ TEST(CheckingAConfiguration, NamesEverythingThatIsWrongWithFileAndLineAndChanges
     const BasicString description =
         folder.Write("device.xml", "<DeviceDescriptionDocument>\n<Oops/></DeviceDescriptionDocument>");
     const BasicString settings = folder.Write("Di.xml", "<DiWbmModuleSettingsDocument>\n<oops");
+    const BasicString weak = folder.GetPath("weak");
+    std::filesystem::create_directory(weak);
+    std::filesystem::permissions(weak, std::filesystem::perms::all);
     const auto check = [&folder](const BasicString& path)
     {
         Support::ChildProcess process({OXA_WBM, "--config", path, "--state", folder.GetPath("state"), "--check"});
@@ -206,8 +209,10 @@ TEST(CheckingAConfiguration, NamesEverythingThatIsWrongWithFileAndLineAndChanges
     };
     const BasicString path = folder.Write(
         "bad.xml", "<WbmHostDocument><Log target=\"file\" file=\"/proc/no/log\"/>\n<Http address=\"192.0.2.1\"/>\n"
-                   "<Users database=\"/proc/no/users\"/><Components>\n<Component name=\"A\" library=\"/no.so\"/>\n"
-                   "<Component name=\"Linux" +
+                   "<Users database=\"/proc/no/users\"/><Audit database=\"" +
+                       weak +
+                       "/audit\"/><Components>\n<Component name=\"A\" library=\"/no.so\"/>\n"
+                       "<Component name=\"Linux" +
                        device + description +
                        "\"/></Components>\n<Modules folder=\"${OXA_CONFIG}/modules\"/></WbmHostDocument>");
     WriteManifest(folder, "Di", shippedLibrary + " settings=\"" + settings + '"');
@@ -217,6 +222,7 @@ TEST(CheckingAConfiguration, NamesEverythingThatIsWrongWithFileAndLineAndChanges
     EXPECT_EQ(bad.status, configurationFault);
     for (const BasicString& message :
          {":1: cannot write '/proc/no/log'"s, ":2: cannot listen at '192.0.2.1'"s, ":3: cannot write '/proc/no/users'"s,
+          ":3: cannot use the audit trail '" + weak + "/audit': other users could change it: '" + weak + "' can be",
           ":4: component 'A' of '/no.so'"s, ":5: component 'Linux'"s,
           ":6: the module 'Broken' is refused: " + folder.GetPath("modules/Broken.xml:3: ")})
     {
@@ -225,7 +231,7 @@ TEST(CheckingAConfiguration, NamesEverythingThatIsWrongWithFileAndLineAndChanges
     EXPECT_THAT(bad.errors, HasSubstr(folder.GetPath("modules/Di.xml") + ":2: " + settings + ":2"));
     EXPECT_THAT(bad.errors, HasSubstr(folder.GetPath("modules/No.xml") + ":2: the module 'No'"));
     EXPECT_THAT(bad.errors, HasSubstr(description + ":2"));
-    EXPECT_EQ(std::count(bad.errors.begin(), bad.errors.end(), '\n'), 8) << bad.errors;
+    EXPECT_EQ(std::count(bad.errors.begin(), bad.errors.end(), '\n'), 9) << bad.errors;
 
     const Outcome inOrder = check(good + "/oxa-wbm.xml");
     EXPECT_EQ(inOrder.status, 0);

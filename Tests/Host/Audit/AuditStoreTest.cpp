@@ -90,6 +90,27 @@ protected:
     const BasicString path = folder.GetPath("audit.sqlite");
 };
 
+TEST_F(AuditStores, AreNotUsedWhereOtherUsersCouldChangeThem)
+{
+    namespace fs = std::filesystem;
+    const BasicString cause = "cannot use the audit trail '" + path + "': other users could change it: '";
+    fs::permissions(folder.GetPath(), fs::perms{0757});
+    EXPECT_EQ(GetOpenError(), cause + folder.GetPath() + "' can be written by everybody");
+    EXPECT_TRUE(fs::is_empty(folder.GetPath()));
+    fs::permissions(folder.GetPath(), fs::perms{0755});
+    AuditStore store(path, AuditStore::minimumBytes);
+    Append(store, 1);
+    for (const char* const suffix : {"", "-wal", "-shm"})
+    {
+        fs::permissions(path + suffix, fs::perms{0602});
+        EXPECT_THAT(GetOpenError(), HasSubstr(suffix + BasicString("' can be written by everybody"))) << suffix;
+        fs::permissions(path + suffix, fs::perms{0600});
+    }
+    EXPECT_EQ(GetOpenError(), "");
+    fs::permissions(folder.GetPath(), fs::perms{0757});
+    EXPECT_EQ(AuditStore(path).Verify().head.lastSequence, 1) << "what is there can still be examined";
+}
+
 TEST_F(AuditStores, FindEveryChangeOfTheChainAndDoNotGoOnBehindAChangedEnd)
 {
     struct Case
