@@ -1,5 +1,6 @@
 #include "Host/ResourceLimits.hpp"
 
+#include "Host/Http/ConnectionTable.hpp"
 #include "Host/Http/HttpServer.hpp"
 #include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Commons/InvalidOperationException.hpp"

@@ -3,6 +3,7 @@
 #include "Host/Api/AccountOperations.hpp"
 #include "Host/Api/OpenApiDocument.hpp"
 #include "Host/Audit/AuditLog.hpp"
+#include "Host/Http/HostNames.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Host/StateFolder.hpp"
 #include "Oxa/System/Commons/Diagnostics/CrashReport.hpp"
