@@ -3,6 +3,7 @@
 #include "Device/Description/DeviceDescription.hpp"
 #include "Device/Items/WellKnownItems.hpp"
 #include "Device/Machine/DeviceText.hpp"
+#include "Device/Sources/BoardTemperatureSource.hpp"
 #include "Device/Sources/LedSource.hpp"
 #include "Device/Sources/SensorSource.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
@@ -196,7 +197,7 @@ std::vector<Plan> PlanStatus(const Machine::MachineRoot& root)
     };
     constexpr std::size_t maximumOfferCount = 32;
     std::vector<Candidate> sensors;
-    for (const auto& sensor : Sources::FindTemperatureSensors(root, maximumOfferCount))
+    for (const auto& sensor : Sources::FindTemperatureSensors(root, maximumOfferCount, Items::ReadPass::Begin()))
     {
         sensors.push_back(MakeTemperature(sensor));
     }

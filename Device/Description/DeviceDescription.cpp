@@ -138,6 +138,7 @@ void ReadItem(XmlElementReader& element, std::map<BasicString, DescribedItem>& i
         element.Report("the key has {0} bytes, {1} are allowed", key.size(), maximumKeyBytes);
     }
     SourceContext context;
+    context.itemKey = key;
     context.itemType = ReadItemType(element, key);
     GivenMeaning meaning = ReadMeaning(element);
     SourceMaker makeSource;

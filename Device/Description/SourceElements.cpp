@@ -2,6 +2,7 @@
 
 #include "Device/Items/ItemConversion.hpp"
 #include "Device/Machine/DeviceText.hpp"
+#include "Device/Sources/BoardTemperatureSource.hpp"
 #include "Device/Sources/BootClockSource.hpp"
 #include "Device/Sources/CpuLoads.hpp"
 #include "Device/Sources/FallbackSource.hpp"
@@ -299,14 +300,9 @@ SourceMaker ReadThermal(XmlElementReader& element, SourceContext& context)
 SourceMaker ReadBoardTemperature(XmlElementReader&, SourceContext& context)
 {
     OfferUnit(context, degreesCelsius);
-    return [](DescribedMachine& machine, std::size_t) -> SourcePointer
+    return [](DescribedMachine& machine, std::size_t)
     {
-        auto sensors = Sources::FindTemperatureSensors(machine.GetRoot(), 1);
-        if (sensors.empty())
-        {
-            return std::make_unique<Sources::AbsentSource>("temperature sensor");
-        }
-        return std::make_unique<Sources::SensorSource>(std::move(sensors.front()));
+        return std::make_unique<Sources::BoardTemperatureSource>(machine.GetRoot());
     };
 }
 
@@ -360,20 +356,6 @@ SourceMaker ReadGpio(XmlElementReader& element, SourceContext& context)
     };
 }
 
-/// The first that gives a value of the type now; the last one when none does.
-SourcePointer ChooseNow(std::vector<SourcePointer> sources, std::optional<RscType> type)
-{
-    const auto pass = Items::ReadPass::Begin();
-    for (auto& source : sources)
-    {
-        if (Items::ItemConversion::ReadAs(type, *source, pass).HasValue())
-        {
-            return std::move(source);
-        }
-    }
-    return std::move(sources.back());
-}
-
 SourceMaker ReadFirst(XmlElementReader& element, SourceContext& context)
 {
     bool isChosenAtStart = false;
@@ -393,16 +375,16 @@ SourceMaker ReadFirst(XmlElementReader& element, SourceContext& context)
     {
         element.Report("the element 'first' has no source in it");
     }
-    return [makers = std::move(makers), isChosenAtStart, type = context.itemType](DescribedMachine& machine,
-                                                                                  std::size_t core) -> SourcePointer
+    return [makers = std::move(makers), isChosenAtStart, type = context.itemType,
+            key = context.itemKey](DescribedMachine& machine, std::size_t core) -> SourcePointer
     {
         std::vector<SourcePointer> sources;
         for (const SourceMaker& make : makers)
         {
             sources.push_back(make(machine, core));
         }
-        return isChosenAtStart ? ChooseNow(std::move(sources), type)
-                               : std::make_unique<Sources::FallbackSource>(std::move(sources), type);
+        auto fallback = std::make_unique<Sources::FallbackSource>(std::move(sources), type);
+        return isChosenAtStart ? std::move(*fallback).ChooseNow(key) : std::move(fallback);
     };
 }
 

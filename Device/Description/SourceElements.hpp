@@ -17,6 +17,7 @@ namespace Oxa::Device::Linux::Description
 /// The item whose sources are read.
 struct SourceContext
 {
+    BasicString itemKey;
     /// None: any type will do.
     std::optional<System::Rsc::RscType> itemType;
     /// That of the first source which knows it.

@@ -34,6 +34,13 @@ public:
     static constexpr std::chrono::milliseconds minimum = std::chrono::milliseconds(20);
 
     [[nodiscard]] std::chrono::nanoseconds GetLeft() const noexcept;
+
+    /// Whether a call gets the minimum only.
+    [[nodiscard]] bool IsSpent() const noexcept
+    {
+        return left <= minimum;
+    }
+
     void Spend(std::chrono::nanoseconds duration) noexcept;
 
 private:

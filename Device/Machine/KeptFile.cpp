@@ -29,6 +29,12 @@ using System::Commons::Threading::Backoff;
 namespace
 {
 
+/// What a call gets in every pass, so that quick reads on the caller's thread cost no more than those on another one.
+constexpr std::chrono::nanoseconds slowRead = WaitBudget::minimum;
+
+/// A read that fails because of a bus typically waits for its timeout at every attempt.
+constexpr std::chrono::minutes slowPeriod(1);
+
 /// One read only: the files that matter here deliver all they have at once, and asking the kernel for the end of
 /// /proc/meminfo makes it write the whole file again.
 KeptFile::Content ReadOnce(int descriptor, std::span<char> buffer) noexcept
@@ -51,17 +57,28 @@ KeptFile::Content ReadOnce(int descriptor, std::span<char> buffer) noexcept
 class KeptFile::OpenedFile final
 {
 public:
-    OpenedFile(BasicString path, Reopening reopening) : path(std::move(path)), reopening(reopening) {}
+    OpenedFile(BasicString path, Reopening reopening)
+        : path(std::move(path)),
+          reopening(reopening),
+          isKernelPath(this->path.starts_with("/proc/") || this->path.starts_with("/sys/"))
+    {
+    }
 
     [[nodiscard]] bool IsOpen() const noexcept
     {
         return descriptor.IsOpen();
     }
 
-    /// Whether it is open, and a read of it cannot hang.
+    /// Whether it is open, and a read of it cannot hang for good.
     [[nodiscard]] bool IsLocal() const noexcept
     {
         return IsOpen() && isLocal;
+    }
+
+    /// Whether a read of it may call a device's driver.
+    [[nodiscard]] bool IsDriverFile() const noexcept
+    {
+        return isDriverFile;
     }
 
     /// Whether it could not be opened within the last second.
@@ -73,7 +90,8 @@ public:
     /// Opens it, or finds that it cannot be opened. False when that needs a thread.
     [[nodiscard]] bool TryOpenDirectly(SteadyTime now) noexcept
     {
-        descriptor = BoundedCalls::OpenOnRootFileSystem(path, openingFlags);
+        descriptor = isKernelPath ? System::Commons::FileDescriptor(open(path.c_str(), openingFlags))
+                                  : BoundedCalls::OpenOnRootFileSystem(path, openingFlags);
         if (!IsOpen() && errno == EXDEV)
         {
             return false;
@@ -132,7 +150,8 @@ private:
         const auto type = fstatfs(descriptor.Get(), &information) == 0 ? static_cast<uint32>(information.f_type) : 0;
         // Files that the kernel makes up are never replaced by another file of the same name while they can be read.
         isReplaceable = type != PROC_SUPER_MAGIC && type != SYSFS_MAGIC;
-        isLocal = !BoundedCalls::CanHang(type);
+        isDriverFile = type == SYSFS_MAGIC;
+        isLocal = isKernelPath || !BoundedCalls::CanHang(type);
     }
 
     [[nodiscard]] bool WasReplaced() const noexcept
@@ -143,20 +162,19 @@ private:
 
     const BasicString path;
     const Reopening reopening;
+    const bool isKernelPath;
     /// Of the attempts to open it.
     Backoff opening{std::chrono::seconds(1), std::chrono::seconds(1)};
     System::Commons::FileDescriptor descriptor;
     /// The errno of the failure, while it is not open.
     int openingError = 0;
     bool isReplaceable = false;
+    bool isDriverFile = false;
     bool isLocal = false;
 };
 
 KeptFile::KeptFile(BasicString path, Reopening reopening, SteadyClock clock)
-    : path(std::move(path)),
-      isKernelPath(this->path.starts_with("/proc/") || this->path.starts_with("/sys/")),
-      clock(std::move(clock)),
-      file(std::make_shared<OpenedFile>(this->path, reopening))
+    : path(std::move(path)), clock(std::move(clock)), file(std::make_shared<OpenedFile>(this->path, reopening))
 {
 }
 
@@ -170,21 +188,26 @@ KeptFile::Content KeptFile::Read(std::span<char> buffer, WaitBudget& budget) noe
     {
         return {{}, BoundedCalls::hangs};
     }
-    if (file->IsLocal())
+    if (IsReadHere(now, budget))
     {
-        const Content content = file->ReadKept(buffer);
-        if (file->IsOpen())
+        const Content content = ReadHere(buffer, budget, now);
+        // A file that is closed now may have been replaced.
+        if (file->IsOpen() || IsSlow(now))
         {
             return content;
         }
     }
-    if (isKernelPath || file->IsPaused(now))
+    if (!file->IsOpen())
     {
-        return file->Read(buffer, now);
+        const bool needsThread = !file->IsPaused(now) && !file->TryOpenDirectly(now);
+        if (!needsThread && !file->IsOpen())
+        {
+            return file->ReadKept(buffer);
+        }
     }
-    if (!file->IsOpen() && file->TryOpenDirectly(now) && (file->IsLocal() || !file->IsOpen()))
+    if (IsReadHere(now, budget))
     {
-        return file->ReadKept(buffer);
+        return ReadHere(buffer, budget, now);
     }
     try
     {
@@ -215,6 +238,31 @@ BasicString KeptFile::DescribeError(int error) const
                : fmt::format("cannot read '{}': {}", path, std::generic_category().message(error));
 }
 
+bool KeptFile::IsSlow(SteadyTime now) const noexcept
+{
+    return now < slowUntil;
+}
+
+bool KeptFile::IsReadHere(SteadyTime now, const WaitBudget& budget) const noexcept
+{
+    return file->IsLocal() && !(file->IsDriverFile() && (IsSlow(now) || budget.IsSpent()));
+}
+
+KeptFile::Content KeptFile::ReadHere(std::span<char> buffer, WaitBudget& budget, SteadyTime now) noexcept
+{
+    const Content content = file->ReadKept(buffer);
+    if (file->IsDriverFile())
+    {
+        const auto duration = clock() - now;
+        if (duration >= slowRead)
+        {
+            slowUntil = now + duration + slowPeriod;
+            budget.Spend(duration);
+        }
+    }
+    return content;
+}
+
 KeptFile::Content KeptFile::ReadOnThread(std::span<char> buffer, WaitBudget& budget, SteadyTime now)
 {
     // Both outlive this function when the read hangs.
@@ -228,6 +276,11 @@ KeptFile::Content KeptFile::ReadOnThread(std::span<char> buffer, WaitBudget& bud
     copy->buffer.resize(buffer.size());
     const bool hasEnded =
         calls.Run([copy, file = file, now] { copy->content = file->Read(copy->buffer, now); }, budget);
+    const SteadyTime end = clock();
+    if (!hasEnded || end - now >= slowRead)
+    {
+        slowUntil = end + slowPeriod;
+    }
     if (!hasEnded)
     {
         return {{}, BoundedCalls::hangs};

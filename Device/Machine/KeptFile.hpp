@@ -18,8 +18,9 @@ namespace Oxa::Device::Linux::Machine
 /// A file of the machine that is opened once and then read from its start again and again. It is reopened when it was
 /// replaced by another file, or when reading fails, as after a device was removed and added again. A file that cannot
 /// be opened is tried once a second; reads in between report the last error. A file that is neither the kernel's nor on
-/// a local disk is read on another thread, because that may hang. Threads: safe from several threads; one reads at a
-/// time.
+/// a local disk is read on another thread, because that may hang. So is a file of sysfs for a minute after a read of it
+/// was slow, and in a pass that has spent its budget: its driver may wait for a bus. Threads: safe from several
+/// threads; one reads at a time.
 class KeptFile final
 {
 public:
@@ -49,18 +50,19 @@ public:
     ~KeptFile();
 
     /// As much of the file as `buffer` holds; the text is valid as long as that. Never blocks on a pipe, and on a file
-    /// that hangs no longer than the budget allows.
+    /// that hangs no longer than the budget allows, except for the first slow read of a file of sysfs.
     [[nodiscard]] Content Read(std::span<char> buffer, WaitBudget& budget) noexcept;
 
     /// The same with a budget of its own.
     [[nodiscard]] Content Read(std::span<char> buffer) noexcept;
 
-    /// The file's content as one whole number. Without a number, `cause` tells why.
+    /// The file's content as one whole number. Without a number, `cause` tells why, and `error` is the content's.
     template <std::integral T>
-    [[nodiscard]] std::optional<T> ReadNumber(BasicString& cause, WaitBudget& budget)
+    [[nodiscard]] std::optional<T> ReadNumber(BasicString& cause, int& error, WaitBudget& budget)
     {
         std::array<char, 64> buffer;
         const Content content = Read(buffer, budget);
+        error = content.error;
         const auto number =
             content.error == 0 ? DeviceText::ParseNumber<T>(DeviceText::Trim(content.text)) : std::nullopt;
         if (!number)
@@ -68,6 +70,13 @@ public:
             cause = content.error != 0 ? DescribeError(content.error) : "'" + path + "' holds no whole number";
         }
         return number;
+    }
+
+    template <std::integral T>
+    [[nodiscard]] std::optional<T> ReadNumber(BasicString& cause, WaitBudget& budget)
+    {
+        int error = 0;
+        return ReadNumber<T>(cause, error, budget);
     }
 
     [[nodiscard]] const BasicString& GetPath() const noexcept;
@@ -78,15 +87,22 @@ public:
 private:
     class OpenedFile;
 
+    [[nodiscard]] bool IsSlow(SteadyTime now) const noexcept OXA_REQUIRES(calls.GetMutex());
+    /// Whether the calling thread may read it.
+    [[nodiscard]] bool IsReadHere(SteadyTime now, const WaitBudget& budget) const noexcept
+        OXA_REQUIRES(calls.GetMutex());
+    [[nodiscard]] Content ReadHere(std::span<char> buffer, WaitBudget& budget, SteadyTime now) noexcept
+        OXA_REQUIRES(calls.GetMutex());
     [[nodiscard]] Content ReadOnThread(std::span<char> buffer, WaitBudget& budget, SteadyTime now)
         OXA_REQUIRES(calls.GetMutex());
 
     const BasicString path;
-    const bool isKernelPath;
     const SteadyClock clock;
     BoundedCalls calls;
     /// Shared with the thread of a call that hangs.
     const std::shared_ptr<OpenedFile> file OXA_GUARDED_BY(calls.GetMutex());
+    /// A minute after the last slow read.
+    SteadyTime slowUntil OXA_GUARDED_BY(calls.GetMutex());
 };
 
 } // namespace Oxa::Device::Linux::Machine

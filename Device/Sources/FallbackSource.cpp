@@ -1,6 +1,7 @@
 #include "Device/Sources/FallbackSource.hpp"
 
 #include "Device/Items/ItemConversion.hpp"
+#include "Oxa/System/Commons/Text.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -8,10 +9,34 @@
 namespace Oxa::Device::Linux::Sources
 {
 
+using System::Commons::Diagnostics::Logging::LogLevel;
+
 FallbackSource::FallbackSource(std::vector<std::unique_ptr<Items::IItemSource>> sources,
                                std::optional<System::Rsc::RscType> type)
     : sources(std::move(sources)), type(type)
 {
+}
+
+std::unique_ptr<Items::IItemSource> FallbackSource::ChooseNow(const BasicString& key) &&
+{
+    const auto pass = Items::ReadPass::Begin();
+    BasicString causes;
+    for (auto& source : sources)
+    {
+        const Items::ItemReading reading = Items::ItemConversion::ReadAs(type, *source, pass);
+        if (!reading.HasValue())
+        {
+            causes += (causes.empty() ? "" : "; ") + reading.cause;
+            continue;
+        }
+        if (!causes.empty() && source->GetSimulation() == Items::Simulation::Always)
+        {
+            Log(LogLevel::Warning, "the item '{0}' is simulated until the services start again: {1}", key,
+                System::Commons::Text::EscapeControlCharacters(causes));
+        }
+        return std::move(source);
+    }
+    return std::move(sources.back());
 }
 
 Items::ItemReading FallbackSource::Read(const Items::ReadPass& pass)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Device/Items/IItemSource.hpp"
+#include "Oxa/System/Commons/Diagnostics/Logging/Loggable.hpp"
 #include "Oxa/System/Rsc/RscType.hpp"
 
 #include <memory>
@@ -63,12 +64,17 @@ private:
 
 /// The first of several sources that gives a value of the item's type; read in their order at every read. Threads: as
 /// its sources.
-class FallbackSource final : public Items::IItemSource
+class FallbackSource final : public Items::IItemSource,
+                             private System::Commons::Diagnostics::Logging::Loggable<FallbackSource>
 {
 public:
     /// `type`: the item's; not set for any type. Requires: at least one source, none of them null.
     explicit FallbackSource(std::vector<std::unique_ptr<Items::IItemSource>> sources,
                             std::optional<System::Rsc::RscType> type = std::nullopt);
+
+    /// The source that gives a value now, to be used in place of this; the last one when none does. Warns when the
+    /// values of the item of this key are made up then, though the machine may have them later.
+    [[nodiscard]] std::unique_ptr<Items::IItemSource> ChooseNow(const BasicString& key) &&;
 
     /// Without a value, the causes of all sources.
     [[nodiscard]] Items::ItemReading Read(const Items::ReadPass& pass) override;
@@ -77,7 +83,7 @@ public:
     [[nodiscard]] Items::ItemOrigin GetOrigin() const noexcept override;
 
 private:
-    const std::vector<std::unique_ptr<Items::IItemSource>> sources;
+    std::vector<std::unique_ptr<Items::IItemSource>> sources;
     const std::optional<System::Rsc::RscType> type;
 };
 

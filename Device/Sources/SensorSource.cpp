@@ -1,5 +1,6 @@
 // Two states: found, with a file, or not found, with a cause and a time of the next search. `mutex` guards both. A
-// thread that holds it reads files, which take mutexes of their own; nothing takes them in the other order.
+// thread that holds it searches, which reads names and labels only: text that the kernel keeps in memory. The sensor's
+// file is read without the mutex, because its driver may wait for a bus.
 
 #include "Device/Sources/SensorSource.hpp"
 
@@ -10,9 +11,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <initializer_list>
 #include <iterator>
 #include <string_view>
 #include <system_error>
@@ -151,84 +152,6 @@ FoundSensor FindSensor(const SensorAddress& address)
     return MakeFound(std::move(input));
 }
 
-namespace
-{
-
-struct Candidate
-{
-    SensorAddress address;
-    /// By the number that the kernel gave the device at this boot.
-    BasicString path;
-};
-
-/// Adds the temperatures of all devices of the class of `address`.
-void AddCandidates(std::vector<Candidate>& candidates, SensorAddress address)
-{
-    const std::string_view suffix = address.inputFile.empty() ? "_input" : "";
-    for (const BasicString& device : ListSensorFiles(address.classFolder, address.devicePrefix, ""))
-    {
-        address.name = ReadText(device + '/' + address.nameFile);
-        for (const BasicString& path : ListSensorFiles(device, "temp", suffix))
-        {
-            const BasicString fileName = std::filesystem::path(path).filename().string();
-            if (address.inputFile.empty() || fileName == address.inputFile)
-            {
-                candidates.push_back({address, path});
-                candidates.back().address.inputFile = fileName;
-            }
-        }
-    }
-}
-
-bool ContainsAny(std::string_view text, std::initializer_list<std::string_view> words) noexcept
-{
-    return std::any_of(words.begin(), words.end(),
-                       [text](std::string_view word) { return text.find(word) != std::string_view::npos; });
-}
-
-/// Sensor chips beside the processor, by the names that their drivers give them: they measure the board.
-bool IsBoardSensor(std::string_view name) noexcept
-{
-    constexpr std::string_view beginnings[] = {"adt7",   "at30ts",  "ds1621", "ds1775", "ds75",   "g751",
-                                               "lm73",   "lm75",    "lm77",   "lm92",   "max662", "max31725",
-                                               "mcp980", "pct2075", "stds75", "stlm75", "tcn75",  "tmp"};
-    return std::any_of(std::begin(beginnings), std::end(beginnings),
-                       [name](std::string_view beginning) { return name.starts_with(beginning); });
-}
-
-/// The lower, the better.
-int Rank(const Candidate& candidate) noexcept
-{
-    const BasicString& name = candidate.address.name;
-    if (IsBoardSensor(name) || ContainsAny(name, {"board", "ambient", "system", "acpitz"}))
-    {
-        return 0;
-    }
-    return ContainsAny(name, {"cpu", "soc", "core", "k10temp", "x86_pkg"}) ? 1 : 2;
-}
-
-/// Counts the devices of its name up to this one. False when it no longer exists.
-bool SetIndex(Candidate& candidate)
-{
-    std::error_code error;
-    const BasicString file = std::filesystem::canonical(candidate.path, error).string();
-    for (std::size_t& index = candidate.address.index;; ++index)
-    {
-        const BasicString found = FindSensor(candidate.address).path;
-        if (found.empty() || found == file)
-        {
-            return !found.empty();
-        }
-    }
-}
-
-bool GivesReading(Candidate& candidate)
-{
-    return SetIndex(candidate) && SensorSource(candidate.address).Read(Items::ReadPass::Begin()).HasValue();
-}
-
-} // namespace
-
 SensorAddress MakeHwmonAddress(const Machine::MachineRoot& root, BasicString chip, std::size_t index)
 {
     return {.classFolder = root.Resolve("/sys/class/hwmon"),
@@ -272,15 +195,23 @@ SensorSource::SensorSource(SensorAddress address, Machine::SteadyClock clock)
 Items::ItemReading SensorSource::Read(const Items::ReadPass& pass)
 {
     const Machine::SteadyTime now = clock();
-    const MutexLock lock(mutex);
-    Items::ItemReading reading = ReadKept(pass);
-    if (reading.HasValue() || !search.IsDue(now))
+    BasicString failure;
+    std::shared_ptr<Sensor> removed;
+    while (const auto found = FindOther(removed, now, failure))
     {
-        return reading;
+        int error = 0;
+        const auto number = found->file.ReadNumber<int64>(failure, error, pass.GetWaitBudget());
+        if (number)
+        {
+            return Items::ItemReading::Of(static_cast<double>(*number) / found->unitsPerPlainUnit);
+        }
+        if (error != ENODEV && error != ENOENT)
+        {
+            break;
+        }
+        removed = found;
     }
-    search.Delay(now);
-    Search();
-    return ReadKept(pass);
+    return Items::ItemReading::Missing(std::move(failure));
 }
 
 BasicString SensorSource::Describe() const
@@ -294,47 +225,42 @@ BasicString SensorSource::Describe() const
     return text + (address.inputFile.empty() ? ", label '" + address.label : ", file '" + address.inputFile) + "'";
 }
 
-Items::ItemReading SensorSource::ReadKept(const Items::ReadPass& pass)
+std::shared_ptr<SensorSource::Sensor> SensorSource::FindOther(const std::shared_ptr<Sensor>& removed,
+                                                              Machine::SteadyTime now, BasicString& failure)
 {
-    if (!file)
+    const MutexLock lock(mutex);
+    if (sensor == removed && search.IsDue(now))
     {
-        return Items::ItemReading::Missing(cause);
+        search.Delay(now);
+        FoundSensor found = FindSensor(address);
+        cause = std::move(found.cause);
+        sensor = found.path.empty() ? nullptr : std::make_shared<Sensor>(std::move(found), clock);
     }
-    BasicString failure;
-    const auto number = file->ReadNumber<int64>(failure, pass.GetWaitBudget());
-    return number ? Items::ItemReading::Of(static_cast<double>(*number) / unitsPerPlainUnit)
-                  : Items::ItemReading::Missing(std::move(failure));
+    if (!sensor)
+    {
+        failure = cause;
+    }
+    return sensor == removed ? nullptr : sensor;
 }
 
-void SensorSource::Search()
+std::vector<SensorFile> ListTemperatureFiles(SensorAddress address)
 {
-    file.reset();
-    FoundSensor found = FindSensor(address);
-    cause = std::move(found.cause);
-    if (!found.path.empty())
+    std::vector<SensorFile> files;
+    const std::string_view suffix = address.inputFile.empty() ? inputSuffix : "";
+    for (const BasicString& device : ListSensorFiles(address.classFolder, address.devicePrefix, ""))
     {
-        unitsPerPlainUnit = found.unitsPerPlainUnit;
-        file.emplace(std::move(found.path), Machine::KeptFile::Reopening::Never);
-    }
-}
-
-std::vector<SensorAddress> FindTemperatureSensors(const Machine::MachineRoot& root, std::size_t maximumCount)
-{
-    std::vector<Candidate> candidates;
-    AddCandidates(candidates, MakeHwmonAddress(root, {}, 0));
-    AddCandidates(candidates, MakeThermalAddress(root, {}, 0));
-    std::stable_sort(candidates.begin(), candidates.end(),
-                     [](const Candidate& left, const Candidate& right) { return Rank(left) < Rank(right); });
-    std::vector<SensorAddress> sensors;
-    for (auto candidate = candidates.begin(); candidate != candidates.end() && sensors.size() < maximumCount;
-         ++candidate)
-    {
-        if (GivesReading(*candidate))
+        address.name = ReadText(device + '/' + address.nameFile);
+        for (const BasicString& path : ListSensorFiles(device, "temp", suffix))
         {
-            sensors.push_back(std::move(candidate->address));
+            const BasicString fileName = std::filesystem::path(path).filename().string();
+            if (address.inputFile.empty() || fileName == address.inputFile)
+            {
+                files.push_back({address, path});
+                files.back().address.inputFile = fileName;
+            }
         }
     }
-    return sensors;
+    return files;
 }
 
 } // namespace Oxa::Device::Linux::Sources

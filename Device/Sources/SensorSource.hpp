@@ -9,8 +9,9 @@
 
 #include <chrono>
 #include <cstddef>
-#include <optional>
+#include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Oxa::Device::Linux::Sources
@@ -61,8 +62,19 @@ struct FoundSensor
 /// Searches the folders of the class. Safe from any thread.
 [[nodiscard]] FoundSensor FindSensor(const SensorAddress& address);
 
-/// A sensor of the kernel in plain units, as a Real64: searched at the first read, then its file is kept open. When it
-/// can no longer be read, the sensor is searched again, at most once a second: it may have another number by then.
+/// A file that holds a temperature.
+struct SensorFile
+{
+    SensorAddress address;
+    /// By the number that the kernel gave the device at this boot.
+    BasicString path;
+};
+
+/// The temperatures of all devices of the class of `address`; each address lacks its index.
+[[nodiscard]] std::vector<SensorFile> ListTemperatureFiles(SensorAddress address);
+
+/// A sensor of the kernel in plain units, as a Real64: searched at the first read, then its file is kept open. When its
+/// device was removed, the sensor is searched again, at most once a second: it may have another number by then.
 /// Threads: safe from several threads; one reads at a time. A read that succeeds allocates nothing.
 class SensorSource final : public Items::IItemSource
 {
@@ -74,24 +86,32 @@ public:
     [[nodiscard]] BasicString Describe() const override;
 
 private:
-    [[nodiscard]] Items::ItemReading ReadKept(const Items::ReadPass& pass) OXA_REQUIRES(mutex);
-    void Search() OXA_REQUIRES(mutex);
+    struct Sensor
+    {
+        Sensor(FoundSensor found, const Machine::SteadyClock& clock)
+            : file(std::move(found.path), Machine::KeptFile::Reopening::Never, clock),
+              unitsPerPlainUnit(found.unitsPerPlainUnit)
+        {
+        }
+
+        Machine::KeptFile file;
+        const double unitsPerPlainUnit;
+    };
+
+    /// The sensor, searched when there is no other than the removed one. Null when that finds none, or is not due yet;
+    /// without any sensor `failure` tells why.
+    [[nodiscard]] std::shared_ptr<Sensor> FindOther(const std::shared_ptr<Sensor>& removed, Machine::SteadyTime now,
+                                                    BasicString& failure);
 
     const SensorAddress address;
     const Machine::SteadyClock clock;
     System::Commons::Mutex mutex;
     /// Of the searches.
     System::Commons::Threading::Backoff search OXA_GUARDED_BY(mutex){std::chrono::seconds(1), std::chrono::seconds(1)};
-    std::optional<Machine::KeptFile> file OXA_GUARDED_BY(mutex);
-    double unitsPerPlainUnit OXA_GUARDED_BY(mutex) = 1;
-    /// Why there is no file.
+    /// Null when it was not found.
+    std::shared_ptr<Sensor> sensor OXA_GUARDED_BY(mutex);
+    /// Why there is no sensor.
     BasicString cause OXA_GUARDED_BY(mutex) = "not searched yet";
 };
-
-/// The temperature sensors that represent the board best, the best first: by its name a board's one, else a
-/// processor's, else any; among equals a hardware monitor's before a thermal zone's, and the lowest number. Only
-/// sensors that give a reading now count; the name decides before the number, which changes from boot to boot.
-[[nodiscard]] std::vector<SensorAddress> FindTemperatureSensors(const Machine::MachineRoot& root,
-                                                                std::size_t maximumCount);
 
 } // namespace Oxa::Device::Linux::Sources

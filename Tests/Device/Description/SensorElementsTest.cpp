@@ -69,6 +69,27 @@ TEST(DescribingSensors, GivesItemsTheTypeThatTheirReadersExpect)
     }
 }
 
+TEST(DescribingSensors, WarnsOfAChoiceThatStaysSimulated)
+{
+    const FakeMachine machine;
+    machine.Write("/hot", "41");
+    const std::pair<const char*, const char*> cases[] = {
+        {R"(<first choice="start"><boardtemperature/><simulated value="45"/></first>)",
+         "the item 'A' is simulated until the services start again: this machine has no temperature sensor"},
+        {R"(<first choice="start"><file path="/hot"/><simulated value="45"/></first>)", ""},
+        {R"(<first choice="start"><simulated value="45"/></first>)", ""},
+        {R"(<first><boardtemperature/><simulated value="45"/></first>)", ""}};
+    for (const auto& [source, warning] : cases)
+    {
+        const Support::LogRecorder log;
+        const BasicString path = WriteDescription(machine, BasicString("<Item key=\"A\">") + source + "</Item>");
+        DescribedMachine described(machine.GetRoot());
+        EXPECT_NE(DeviceDescription::Load(path).MakeItems(described), nullptr);
+        const auto entries = log.GetEntries();
+        EXPECT_EQ(entries.empty() ? "" : entries.front().message, warning) << source;
+    }
+}
+
 TEST(DescribingSensors, ReportsEveryMistakeWithItsLine)
 {
     struct Case

@@ -1,11 +1,12 @@
 // Has functions of its own in place of the C library's: all files below one folder lie on a file system whose calls
-// hang until the test lets them go.
+// hang until the test lets them go, and those below another one are sysfs, whose reads take as long as the test says.
 
 #include "Device/Description/DeviceDescription.hpp"
 #include "Device/FakeClock.hpp"
 #include "Device/FakeMachine.hpp"
 #include "Device/ItemValueText.hpp"
 #include "Device/Services/DeviceItemService.hpp"
+#include "Device/Sources/SensorSource.hpp"
 #include "Support/Eventually.hpp"
 #include "Support/LogRecorder.hpp"
 
@@ -17,9 +18,13 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <cerrno>
 #include <condition_variable>
 #include <filesystem>
+#include <functional>
 #include <mutex>
+#include <thread>
 
 namespace Oxa::Tests::Device
 {
@@ -33,19 +38,22 @@ std::mutex mutex;
 std::condition_variable released;
 BasicString hangingFolder;
 bool isHanging = false;
+BasicString driverFolder;
+/// Reads a file of a driver, or returns an errno.
+std::function<int()> readDriver;
 
-bool IsInFolder(std::string_view path)
+bool IsIn(const BasicString& folder, std::string_view path)
 {
     const std::lock_guard lock(mutex);
-    return !hangingFolder.empty() && path.starts_with(hangingFolder);
+    return !folder.empty() && path.starts_with(folder);
 }
 
-bool IsInFolder(int descriptor)
+bool IsIn(const BasicString& folder, int descriptor)
 {
     std::array<char, 4096> target;
     const ssize_t size =
         readlink(("/proc/self/fd/" + std::to_string(descriptor)).c_str(), target.data(), target.size());
-    return size > 0 && IsInFolder(std::string_view(target.data(), static_cast<std::size_t>(size)));
+    return size > 0 && IsIn(folder, std::string_view(target.data(), static_cast<std::size_t>(size)));
 }
 
 void Hang()
@@ -66,9 +74,14 @@ extern "C" ssize_t pread(int descriptor, void* buffer, size_t size, off_t offset
 {
     static auto* const real =
         FindReal<ssize_t(int, void*, size_t, off_t)>(sizeof(off_t) > sizeof(long) ? "pread64" : "pread");
-    if (IsInFolder(descriptor))
+    if (IsIn(hangingFolder, descriptor))
     {
         Hang();
+    }
+    if (const int error = IsIn(driverFolder, descriptor) ? readDriver() : 0)
+    {
+        errno = error;
+        return -1;
     }
     return real(descriptor, buffer, size, offset);
 }
@@ -77,7 +90,7 @@ extern "C" int statfs(const char* path, struct statfs* status)
 {
     static auto* const real = FindReal<int(const char*, struct statfs*)>("statfs64");
     const int result = real(path, status);
-    if (IsInFolder(std::string_view(path)))
+    if (IsIn(hangingFolder, std::string_view(path)))
     {
         Hang();
         status->f_type = FUSE_SUPER_MAGIC;
@@ -89,9 +102,13 @@ extern "C" int fstatfs(int descriptor, struct statfs* status)
 {
     static auto* const real = FindReal<int(int, struct statfs*)>("fstatfs64");
     const int result = real(descriptor, status);
-    if (IsInFolder(descriptor))
+    if (IsIn(hangingFolder, descriptor))
     {
         status->f_type = FUSE_SUPER_MAGIC;
+    }
+    if (IsIn(driverFolder, descriptor))
+    {
+        status->f_type = SYSFS_MAGIC;
     }
     return result;
 }
@@ -261,6 +278,123 @@ TEST_F(AMachineWithAHangingMount, IsStartedAndEndedMeanwhile)
     EXPECT_EQ(Read("Chosen"), "String else");
     EXPECT_EQ(Read("Number"), "NotSet");
     items.reset();
+}
+
+namespace
+{
+
+/// Two sensors of one driver.
+class ADriverThatIsSlow : public testing::Test
+{
+protected:
+    ADriverThatIsSlow()
+    {
+        machine.Write("/sys/class/hwmon/hwmon0/name", "lm75");
+        machine.Write("/sys/class/hwmon/hwmon0/temp1_input", "41000");
+        machine.Write("/sys/class/hwmon/hwmon0/temp2_input", "42000");
+        const std::lock_guard lock(mutex);
+        driverFolder = machine.GetPath("/sys/class/hwmon/hwmon0/temp");
+        readDriver = [this]
+        {
+            Hang();
+            ++readCount;
+            isReadHere = std::this_thread::get_id() == thread;
+            clock.Advance(duration);
+            return error;
+        };
+    }
+
+    ~ADriverThatIsSlow() override
+    {
+        {
+            const std::lock_guard lock(mutex);
+            isHanging = false;
+            released.notify_all();
+        }
+        sensor.reset();
+        EXPECT_TRUE(Support::Eventually([this] { return readCount == expectedReadCount; })) << readCount;
+        const std::lock_guard lock(mutex);
+        driverFolder.clear();
+    }
+
+    [[nodiscard]] BasicString Read(const Items::ReadPass& pass = Items::ReadPass::Begin())
+    {
+        const Items::ItemReading reading = sensor->Read(pass);
+        return reading.HasValue() ? ToTypedText(reading.value) : reading.cause;
+    }
+
+    [[nodiscard]] std::unique_ptr<Sources::SensorSource> MakeSensor(const char* inputFile) const
+    {
+        auto address = Sources::MakeHwmonAddress(machine.GetRoot(), "lm75", 0);
+        address.inputFile = inputFile;
+        return std::make_unique<Sources::SensorSource>(address, clock.Get());
+    }
+
+    const FakeMachine machine;
+    FakeClock clock;
+    const std::thread::id thread = std::this_thread::get_id();
+    std::chrono::milliseconds duration{};
+    int error = 0;
+    bool isReadHere = false;
+    std::atomic<int> readCount = 0;
+    int expectedReadCount = 0;
+    std::unique_ptr<Sources::SensorSource> sensor = MakeSensor("temp1_input");
+};
+
+} // namespace
+
+TEST_F(ADriverThatIsSlow, IsCalledOnAnotherThreadForAMinuteAfterItsLastSlowRead)
+{
+    using namespace std::chrono_literals;
+
+    const struct
+    {
+        std::chrono::milliseconds pause;
+        std::chrono::milliseconds duration;
+        int error;
+        bool isReadHere;
+        const char* expected;
+    } steps[] = {
+        {0s, 0ms, 0, true, "Real64 41"},          {0s, 19ms, 0, true, "Real64 41"},
+        {0s, 0ms, EIO, true, "Input/output"},     {0s, 1000ms, EIO, true, "Input/output"},
+        {2s, 1000ms, EIO, false, "Input/output"}, {0s, 20ms, 0, false, "Real64 41"},
+        {59s, 0ms, 0, false, "Real64 41"},        {1s, 0ms, 0, true, "Real64 41"},
+    };
+
+    for (const auto& step : steps)
+    {
+        clock.Advance(step.pause);
+        duration = step.duration;
+        error = step.error;
+        const BasicString text = Read();
+        EXPECT_NE(text.find(step.expected), BasicString::npos) << text;
+        EXPECT_EQ(readCount, ++expectedReadCount) << "a read that failed is not repeated in its pass";
+        EXPECT_EQ(isReadHere, step.isReadHere) << expectedReadCount;
+    }
+}
+
+TEST_F(ADriverThatIsSlow, CostsAPassNoMoreThanItsBudget)
+{
+    const auto other = MakeSensor("temp2_input");
+    const auto pass = Items::ReadPass::Begin();
+    duration = Machine::WaitBudget::limit;
+    EXPECT_EQ(Read(pass), "Real64 41");
+    EXPECT_TRUE(isReadHere);
+    ASSERT_TRUE(pass.GetWaitBudget().IsSpent());
+    EXPECT_TRUE(other->Read(pass).HasValue());
+    ASSERT_FALSE(isReadHere) << "what is left of the budget bounds this read";
+
+    {
+        const std::lock_guard lock(mutex);
+        isHanging = true;
+    }
+    const BasicString hanging = "a read of '" + machine.GetPath("/sys/class/hwmon/hwmon0/temp1_input") +
+                                "' has lasted longer than a request waits, 1000 ms";
+    EXPECT_EQ(Read(), hanging);
+    const auto next = Items::ReadPass::Begin();
+    EXPECT_EQ(Read(next), hanging);
+    EXPECT_EQ(next.GetWaitBudget().GetLeft(), Machine::WaitBudget::limit);
+    expectedReadCount = 3;
 }
 
 } // namespace Oxa::Tests::Device

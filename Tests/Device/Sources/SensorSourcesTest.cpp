@@ -1,7 +1,7 @@
 #include "Device/FakeClock.hpp"
 #include "Device/FakeMachine.hpp"
 #include "Device/ItemValueText.hpp"
-#include "Device/Sources/SensorSource.hpp"
+#include "Device/Sources/BoardTemperatureSource.hpp"
 
 #include <gtest/gtest.h>
 
@@ -141,6 +141,33 @@ TEST_F(MachineWithSensors, FollowsASensorToItsNewNumberAndNeverReadsAnother)
     EXPECT_EQ(Read(source), missing) << "looked for twice within a second";
     clock.Advance(std::chrono::milliseconds(1));
     EXPECT_EQ(Read(source), "Real64 41");
+}
+
+TEST_F(MachineWithSensors, HasABoardTemperatureAsSoonAsADriverGivesOneAndKeepsIt)
+{
+    using namespace std::chrono_literals;
+    const BasicString absence = "this machine has no temperature sensor";
+    Plug("fan", "hwmon0", "name", "fan");
+    BoardTemperatureSource source(machine.GetRoot(), clock.Get());
+    EXPECT_EQ(Read(source), absence);
+    EXPECT_EQ(source.GetOrigin(), ItemOrigin::Absent);
+    EXPECT_EQ(source.Describe(), "none yet: " + absence);
+
+    clock.Advance(1s);
+    EXPECT_EQ(Read(source), absence);
+    Plug("i2c-1", "hwmon1", "name", "coretemp");
+    machine.Write("/sys/devices/i2c-1/hwmon1/temp1_input", "41000");
+    clock.Advance(2s - 1ms);
+    EXPECT_EQ(Read(source), absence) << "searched again too soon";
+    clock.Advance(1ms);
+    EXPECT_EQ(Read(source), "Real64 41");
+    EXPECT_EQ(source.GetOrigin(), ItemOrigin::Measured);
+    EXPECT_EQ(source.Describe(), "hardware monitor: sensor 'coretemp', file 'temp1_input'");
+
+    Plug("i2c-2", "hwmon2", "name", "lm75");
+    machine.Write("/sys/devices/i2c-2/hwmon2/temp1_input", "50000");
+    clock.Advance(1h);
+    EXPECT_EQ(Read(source), "Real64 41") << "a better one came later";
 }
 
 } // namespace Oxa::Tests::Device
