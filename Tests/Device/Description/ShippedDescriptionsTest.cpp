@@ -161,7 +161,7 @@ TEST(ReadingAMachine, IsASimulatedControllerWithItemsOfEveryOriginAndQuality)
     EXPECT_EQ(missing, (std::vector<BasicString>{"Board.Battery.Volts", "Slots.3.ArticleName"}));
     EXPECT_EQ(items->TryFind("Board.Processor.Temperature.Centigrade")->GetSource().GetOrigin(), Origin::Measured);
 
-    machine.Write("/tmp/oxa-demo/battery", "3.02\n");
+    machine.Write("/dev/shm/oxa-demo/battery", "3.02\n");
     const auto later = MakeItems("controller.xml", machine.GetRoot());
     EXPECT_EQ(ToTypedText(later->Read("Board.Battery.Volts")), "Real32 3.02");
 }
