@@ -77,6 +77,9 @@ inline constexpr Problem misdirectedRequest{421, "misdirected-request",
                                             "This host does not have the name or address that the field Host says."};
 inline constexpr Problem tooManyLogIns{
     429, "too-many-log-ins", "Too many wrong passwords were tried; Retry-After tells when the next may be tried."};
+inline constexpr Problem tooManyPasswordChanges{
+    429, "too-many-password-changes",
+    "The password was changed a moment ago; Retry-After tells when it may be changed again."};
 inline constexpr Problem headerTooLarge{431, "header-too-large", "The header has more bytes or fields than allowed."};
 inline constexpr Problem internalError{
     500, "internal-error", "The request could not be carried out. The log has the cause under the request id."};

@@ -151,6 +151,14 @@ LogInThrottle::Try::Try(LogInThrottle& throttle, const KnownClient& client) : th
     throttle.Begin(*this, {ofClient, ofUser}, 0);
 }
 
+LogInThrottle::Try::Try(LogInThrottle& throttle, const PasswordChange& change) : throttle(throttle)
+{
+    const BasicString user = System::Commons::Text::FoldCase(change.account);
+    throttle.Begin(
+        *this,
+        {throttle.MakeBucket({"change", user}, 1), throttle.MakeBucket({"user", user}, throttle.perAddress, false)}, 0);
+}
+
 LogInThrottle::Try::~Try()
 {
     throttle.GiveBack(buckets);

@@ -19,8 +19,8 @@ namespace Oxa::Host::Sessions
 /// Bounds how many passwords are checked, by token buckets. Every try needs a place in the bucket of its account and
 /// address, and in that of its address; addresses of version 6 count by their first 64 bits. An account has no bucket
 /// over all addresses, so its user cannot be locked out from other addresses. A try from a known browser, or within a
-/// session, needs a place in the bucket of that only; how many of these its user has decides when it comes. The
-/// throttle knows no users: unknown names count like known ones.
+/// session, needs a place in the bucket of that only; how many of these its user has decides when it comes. Changes of
+/// the own password have a bucket for each user. The throttle knows no users: unknown names count like known ones.
 /// Threads: safe from any thread.
 class LogInThrottle final
 {
@@ -37,6 +37,12 @@ public:
     struct KnownClient
     {
         std::string_view number;
+        std::string_view account;
+    };
+
+    /// By the account's user, who knows the present one. Unbounded ones would displace the audit trail.
+    struct PasswordChange
+    {
         std::string_view account;
     };
 
@@ -78,7 +84,7 @@ private:
     std::unordered_map<uint64, TimePoint> debts OXA_GUARDED_BY(mutex);
 };
 
-/// One password that is going to be checked. Holds its places until it ends; if the password was wrong, they become
+/// One password that is going to be checked or changed. Holds its places until it ends; after `KeepPlaces` they become
 /// free with time only. The throttle must outlive it. Threads: one at a time.
 class LogInThrottle::Try final
 {
@@ -87,6 +93,9 @@ public:
     Try(LogInThrottle& throttle, std::string_view account, std::string_view address);
 
     Try(LogInThrottle& throttle, const KnownClient& client);
+
+    /// One in a minute.
+    Try(LogInThrottle& throttle, const PasswordChange& change);
 
     Try(const Try&) = delete;
     Try& operator=(const Try&) = delete;
@@ -105,7 +114,8 @@ public:
         return rank;
     }
 
-    void SetWrong() noexcept
+    /// The password was wrong, or was changed.
+    void KeepPlaces() noexcept
     {
         buckets = {};
     }

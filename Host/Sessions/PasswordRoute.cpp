@@ -84,14 +84,28 @@ Handling PasswordRoute::ChangePassword(const Exchange& exchange, const Caller& c
     {
         return RefuseTry(*exchange, *current, caller.userName);
     }
+    // The forced change is free: it happens once.
+    const auto change = caller.mustChangePassword
+                            ? nullptr
+                            : std::make_shared<Try>(throttle, LogInThrottle::PasswordChange{caller.userName});
+    if (change && change->GetRetryAfter())
+    {
+        sessions.Publish(NotificationKind::LogInThrottled, *exchange, caller.userName,
+                         "too many changes of the password", "refused");
+        return SendProblem(*exchange, Http::Problems::tooManyPasswordChanges, *change->GetRetryAfter());
+    }
     return worker.Post(exchange, current->GetRank(),
-                       [this, body, current, caller](IHttpExchange& each)
+                       [this, body, current, change, caller](IHttpExchange& each)
                        {
                            try
                            {
-                               SendNewSession(each, *current,
-                                              sessions.ChangePassword(each, caller, body->GetText("password"),
-                                                                      body->GetText("newPassword")));
+                               const auto result = sessions.ChangePassword(each, caller, body->GetText("password"),
+                                                                           body->GetText("newPassword"));
+                               if (change && result.session)
+                               {
+                                   change->KeepPlaces();
+                               }
+                               SendNewSession(each, *current, result);
                            }
                            catch (const System::Commons::ArgumentException& exception)
                            {
@@ -124,7 +138,7 @@ Handling PasswordRoute::Confirm(const Exchange& exchange, const Caller& caller)
                                each.Send({.status = 204});
                                return;
                            }
-                           current->SetWrong();
+                           current->KeepPlaces();
                            SendProblem(each, Http::Problems::wrongPassword);
                        });
 }
@@ -156,7 +170,7 @@ void PasswordRoute::SendNewSession(IHttpExchange& exchange, Try& used, const Ses
     {
         if (result.refusal->status != 503)
         {
-            used.SetWrong();
+            used.KeepPlaces();
         }
         SendProblem(exchange, *result.refusal);
         return;

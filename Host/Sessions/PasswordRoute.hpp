@@ -29,7 +29,7 @@ public:
 
     [[nodiscard]] Http::Handling LogIn(const Exchange& exchange);
 
-    /// The response is a new session.
+    /// The response is a new session. Once a minute, unless the user may do nothing else.
     [[nodiscard]] Http::Handling ChangePassword(const Exchange& exchange, const Caller& caller);
 
     [[nodiscard]] Http::Handling Confirm(const Exchange& exchange, const Caller& caller);

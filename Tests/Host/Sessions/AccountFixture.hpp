@@ -115,13 +115,14 @@ protected:
     bool isAuditWritable = true;
     SessionManager sessions;
     SessionRoute sessionRoute{sessions};
-    // The clock stands still: hashing may be slow.
+    /// Stands still: hashing may be slow.
+    LogInThrottle::TimePoint now{};
     PasswordRoute passwordRoute{sessions,
                                 worker,
                                 {},
-                                []
+                                [this]
                                 {
-                                    return LogInThrottle::TimePoint();
+                                    return now;
                                 }};
     UserRoute userRoute{users, sessions, loop};
     ApiTokenRoute apiTokenRoute{users, sessions, loop};

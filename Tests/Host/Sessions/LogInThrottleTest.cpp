@@ -25,14 +25,14 @@ protected:
     bool Guess(std::string_view account, std::string_view address)
     {
         LogInThrottle::Try each(throttle, account, address);
-        each.SetWrong();
+        each.KeepPlaces();
         return !each.GetRetryAfter();
     }
 
     bool GuessKnown(std::string_view number)
     {
         LogInThrottle::Try each(throttle, {number, "ann"});
-        each.SetWrong();
+        each.KeepPlaces();
         return !each.GetRetryAfter();
     }
 

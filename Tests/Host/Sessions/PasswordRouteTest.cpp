@@ -108,6 +108,38 @@ TEST_F(PasswordRoutes, ChangeThePasswordAndGoOnWithOneNewSession)
     EXPECT_EQ(TryLogIn("ann", "quite another secret")->status, 200U);
 }
 
+TEST_F(PasswordRoutes, ChangeThePasswordOnceAMinuteButTheFirstOneAtOnce)
+{
+    users.AddUser("eve", "a made password", "Viewer", true);
+    BasicString password = "a made password";
+    BasicString key = LogIn("eve", password);
+    const auto change = [&](const BasicString& newPassword)
+    {
+        const auto exchange = Change(key, password, newPassword);
+        if (exchange->status == 200)
+        {
+            key = GetMember(exchange->body, "token");
+            password = newPassword;
+        }
+        return exchange;
+    };
+    EXPECT_EQ(change("quite another secret")->status, 200U) << "forced";
+    EXPECT_EQ(change("short")->status, 400U);
+    EXPECT_EQ(Change(key, "some wrong words", "one more secret word")->status, 403U);
+    EXPECT_EQ(change("one more secret word")->status, 200U) << "what changes nothing does not count";
+    (void)TakePublished();
+    now += std::chrono::milliseconds(59'001);
+    const auto refused = change("quite another secret");
+    EXPECT_THAT(refused->body, HasSubstr("\"too-many-password-changes\""));
+    EXPECT_EQ(refused->fields, "Retry-After: 1\r\n");
+    EXPECT_THAT(TakePublished(), ElementsAre("LogInThrottled eve too many changes of the password"));
+    key = LogIn("EVE", password);
+    EXPECT_EQ(change("quite another secret")->status, 429U) << "in each of the user's sessions";
+    EXPECT_EQ(Change(LogIn(), annsPassword, "quite another secret")->status, 200U) << "another user";
+    now += std::chrono::seconds(1);
+    EXPECT_EQ(change("quite another secret")->status, 200U);
+}
+
 TEST_F(PasswordRoutes, ChangeNoPasswordThatNeedNotBeChangedWhileTheAuditTrailCannotBeWritten)
 {
     users.AddUser("eve", "a made password", "Viewer", true);
