@@ -81,7 +81,10 @@ TEST(AuditTrails, TellOfARunThatHasNoEnd)
     // The module crashes, and no response follows.
     auto client = host.Connect();
     client.Write("POST /api/v1/FakeControlDp/Crash HTTP/1.1\r\nHost: test\r\n" + admin + "Content-Length: 0\r\n\r\n");
-    EXPECT_LT(host.GetProcess().Wait(), 0);
+    EXPECT_EQ(host.GetProcess().Wait(), -SIGABRT);
+    EXPECT_THAT(host.GetProcess().GetErrors(),
+                HasSubstr("\noxa-wbm: SIGABRT in '/api/v1/FakeControlDp/Crash' of the data provider 'FakeControlDp' of "
+                          "the module 'Fake'\n"));
     host.WaitUntilReady();
     EXPECT_NE(host.LogIn(), "");
     host.Stop();

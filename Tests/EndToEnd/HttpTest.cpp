@@ -35,19 +35,6 @@ TEST(Http, TellsTheProblemAndEndsTheConnection)
     EXPECT_EQ(host.Ask("GET", "/healthz").result_int(), 200U);
 }
 
-TEST(Http, TakesTheLargestBodyAndGivesLargeAnswers)
-{
-    HostProcess host;
-    host.WaitUntilReady();
-    const BasicString admin = host.LogIn();
-    const BasicString body(65536, 'b');
-    auto client = host.Connect();
-    EXPECT_EQ(client.Ask("POST", "/api/v1/FakeDp/Echo", admin, body).body(), '|' + body);
-    // More than the socket's buffers hold at once.
-    EXPECT_EQ(client.Ask("GET", "/api/v1/FakeDp/Fill?8000000", admin).body().size(), 8000000U);
-    EXPECT_EQ(client.Ask("GET", "/healthz").result_int(), 200U);
-}
-
 TEST(Http, AsksForTheBodyWhenTheClientWaitsForThat)
 {
     HostProcess host;

@@ -3,15 +3,10 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 
@@ -94,41 +89,6 @@ TEST(Ending, DoesNotDependOnAReaderOfStandardError)
     EXPECT_EQ(host.GetProcess().Wait(), 1);
 }
 
-TEST(Ending, TellsWhatWasServedWhenAModuleCrashes)
-{
-    HostProcess host;
-    host.WaitUntilReady();
-    auto client = host.Connect();
-    client.Write("POST /api/v1/FakeDp/Crash HTTP/1.1\r\nHost: test\r\n" + host.LogIn() + "\r\n");
-    EXPECT_EQ(host.GetProcess().Wait(), -SIGABRT);
-    EXPECT_THAT(host.GetProcess().GetErrors(),
-                testing::HasSubstr("\noxa-wbm: SIGABRT in '/api/v1/FakeDp/Crash' of the data provider 'FakeDp' of the "
-                                   "module 'Fake'\n"));
-}
-
-TEST(StartingAndEnding, TellsTheServiceManager)
-{
-    const Support::TemporaryFolder folder;
-    const BasicString path = folder.GetPath("notify");
-    const int manager = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    ASSERT_EQ(bind(manager, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    const auto receive = [manager]
-    {
-        std::array<char, 256> bytes = {};
-        return BasicString(bytes.data(), static_cast<std::size_t>(recv(manager, bytes.data(), bytes.size(), 0)));
-    };
-    setenv("NOTIFY_SOCKET", path.c_str(), 1);
-    HostProcess host;
-    host.WaitUntilReady();
-    unsetenv("NOTIFY_SOCKET");
-    EXPECT_THAT(receive(), testing::StartsWith("READY=1\nSTATUS=listening on http://127.0.0.1:"));
-    EXPECT_EQ(host.Stop(), 0);
-    EXPECT_THAT(receive(), testing::StartsWith("STOPPING=1\n"));
-    close(manager);
-}
-
 TEST(Ending, TakesBackWhatAModuleLeavesBehindBeforeItsLibraryGoes)
 {
     HostProcess host({.fault = "reset"});
@@ -136,55 +96,6 @@ TEST(Ending, TakesBackWhatAModuleLeavesBehindBeforeItsLibraryGoes)
     EXPECT_EQ(host.Stop(), 0);
     EXPECT_THAT(host.GetProcess().GetErrors(), testing::HasSubstr("the module 'Fake' left 'FakeDp' registered"));
     EXPECT_THAT(host.GetFolder().Read("trace"), testing::HasSubstr("module library unloaded\ncomponent stopped\n"));
-}
-
-TEST(Ending, DoesNotWaitForEverForAModuleThatDoesNotStop)
-{
-    HostProcess host({.http = "shutdownSeconds=\"1\"", .fault = "stop-hangs"});
-    host.WaitUntilReady();
-    EXPECT_EQ(host.Stop(), 1);
-    EXPECT_THAT(host.GetProcess().GetErrors(), testing::HasSubstr("the process has not ended in time"));
-}
-
-/// Shakes hands with the next process that connects and takes its first question. Returns the connection.
-int TakeQuestion(int listening)
-{
-    constexpr std::string_view consent = "DATA\r\nOK 0123456789abcdef0123456789abcdef\r\n";
-    const int connection = accept(listening, nullptr, nullptr);
-    BasicString received;
-    const auto receiveUntil = [connection, &received](const char* end)
-    {
-        std::array<char, 1024> bytes = {};
-        ssize_t size = 1;
-        while (size > 0 && received.find(end) == BasicString::npos)
-        {
-            size = recv(connection, bytes.data(), bytes.size(), 0);
-            received.append(bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
-        }
-    };
-    receiveUntil("BEGIN\r\n");
-    send(connection, consent.data(), consent.size(), MSG_NOSIGNAL);
-    receiveUntil("GetRuns");
-    EXPECT_THAT(received, testing::HasSubstr("GetRuns"));
-    return connection;
-}
-
-TEST(Ending, DoesNotWaitForAProcessThatIsLookedForAndSilent)
-{
-    const Support::TemporaryFolder folder;
-    const BasicString path = folder.GetPath("device.sock");
-    HostProcess host(
-        {.modules = R"(<Module name="Di" library="${OXA_LIBRARIES}/libOxa.Services.Modules.Wbm.Di.so" settings=")" +
-                    BasicString(OXA_CONFIGURATION) + "/Di.xml\"/>",
-         .components = "",
-         .services = R"(<Provider name="Oxa.Device" readMilliseconds="60000" socket=")" + path + "\"/>"});
-    host.WaitUntilReady();
-    const int listening = Support::ListenAt(path);
-    const int connection = TakeQuestion(listening);
-    EXPECT_EQ(host.Stop(), 0);
-    EXPECT_EQ(host.GetProcess().GetErrors().find("ServiceLost"), BasicString::npos);
-    close(connection);
-    close(listening);
 }
 
 TEST(Readiness, NamesAComponentThatFailed)

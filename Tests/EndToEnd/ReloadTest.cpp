@@ -159,14 +159,15 @@ TEST_F(Reloading, ServesThePagesOfTheModulesThatThereAre)
 {
     const Support::TemporaryFolder page;
     page.Write("eo.json", "{}");
-    const BasicString texts = R"("module":"Fake","entry":"","texts":{"eo":"/modules/Fake/eo.json"}})";
     const BasicString module = R"(<Module name="Fake" library="${FAKES}/libFakeModuleLibrary.so"><Page folder=")" +
                                page.GetPath() + R"("><Language name="eo" file="eo.json"/></Page></Module>)";
     StartHost({.modules = module});
     EXPECT_EQ(host->Ask("GET", "/modules/Fake/eo.json").body(), "{}");
     EXPECT_THAT(host->Ask("GET", "/api/v1/modules", admin).body(),
                 HasSubstr(R"("languages":[{"name":"eo","file":"/modules/Fake/eo.json"}])"));
-    EXPECT_THAT(host->Ask("GET", "/api/v1/pages", admin).body(), HasSubstr(texts));
+    EXPECT_EQ(host->Ask("GET", "/api/v1/pages", admin).body(),
+              R"({"pages":[{"dataName":"FakeDp","pageName":"fake","parentPageName":"","visibility":"visible",)"
+              R"("module":"Fake","entry":"","texts":{"eo":"/modules/Fake/eo.json"}}],"languages":["eo"]})");
     host->WriteManifests("");
     SendHangup();
     EXPECT_TRUE(Becomes("/modules/Fake/eo.json", 404));
@@ -206,7 +207,7 @@ TEST(TrustingModules, RefusesALibraryThatOthersCouldChangeUntilTheyCannot)
     EXPECT_THAT(host.GetProcess().GetErrors(), HasSubstr("is refused: '" + library + "' can be written by everybody"));
 }
 
-TEST(FeedingTheWatchdog, GoesOnWhileAModuleHangs)
+TEST(TellingTheServiceManager, FeedsTheWatchdogWhileAModuleHangs)
 {
     const Support::TemporaryFolder folder;
     const BasicString path = folder.GetPath("notify");
@@ -227,12 +228,13 @@ TEST(FeedingTheWatchdog, GoesOnWhileAModuleHangs)
     unsetenv("WATCHDOG_USEC");
     const BasicString lock = host.GetFolder().GetPath("hang");
     auto client = host.Connect();
+    constexpr const char* ready = "READY=1\nSTATUS=listening on http://127.0.0.1:";
     bool isReady = false;
     // The socket has room for few messages: as long as they are not received, the host waits.
     auto logIn = std::async(std::launch::async, [&host] { return host.LogIn(); });
     while (logIn.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
     {
-        isReady = receive().starts_with("READY=1\n") || isReady;
+        isReady = receive().starts_with(ready) || isReady;
     }
     client.Write("GET /api/v1/FakeDp/Hang?" + lock + " HTTP/1.1\r\nHost: test\r\n" + logIn.get() + "\r\n");
     while (!std::filesystem::exists(lock))
@@ -242,7 +244,7 @@ TEST(FeedingTheWatchdog, GoesOnWhileAModuleHangs)
     for (int fed = 0; fed < 10;)
     {
         const BasicString message = receive();
-        isReady = isReady || message.starts_with("READY=1\n");
+        isReady = isReady || message.starts_with(ready);
         fed += message == "WATCHDOG=1" ? 1 : 0;
     }
     EXPECT_TRUE(isReady);
@@ -259,7 +261,12 @@ TEST(FeedingTheWatchdog, GoesOnWhileAModuleHangs)
     {
         message = receive();
     }
-    EXPECT_EQ(host.Stop(), 0);
+    host.GetProcess().SendSignal(SIGTERM);
+    while (!message.starts_with("STOPPING=1\n"))
+    {
+        message = receive();
+    }
+    EXPECT_EQ(host.GetProcess().Wait(), 0);
     close(manager);
 }
 

@@ -47,13 +47,8 @@ void WriteManifest(const Support::TemporaryFolder& folder, const BasicString& na
 TEST(Starting, EndsWith78AndOneMessageForAConfigurationThatCannotBeUsed)
 {
     const Support::TemporaryFolder folder;
-    const BasicString nonsense = folder.Write("nonsense.xml", BasicString(10 * 1024 * 1024, '<'));
     const std::pair<BasicString, BasicString> cases[] = {
         {folder.GetPath("missing.xml"), "cannot read '" + folder.GetPath("missing.xml") + "': No such file"},
-        {folder.GetPath(), "it is not a regular file"},
-        {nonsense, "it has more than"},
-        {folder.Write("malformed.xml", "<WbmHostDocument>\n<Http>"), "malformed.xml:2: "},
-        {folder.Write("root.xml", "\n<Other/>"), "root.xml:2: the document element is 'Other'"},
         {folder.Write("element.xml", "<WbmHostDocument>\n<Htpp/></WbmHostDocument>"),
          "element.xml:2: the element 'Htpp'"},
         {folder.Write("log.xml", R"(<WbmHostDocument><Log target="file" file="/proc/no"/><Users database="/proc/no"/>)"
@@ -84,14 +79,10 @@ TEST(Starting, EndsWith78ForModuleSettingsThatCannotBeUsedAndStopsWhatWasStarted
         <Modules folder="${OXA_CONFIG}/modules"/></WbmHostDocument>)");
     WriteManifest(folder, "Fake", R"(library="${FAKES}/libFakeModuleLibrary.so")");
     WriteManifest(folder, "Di", shippedLibrary + R"( settings="${OXA_CONFIG}/Di.xml")");
-    std::filesystem::create_directory(folder.GetPath("empty"));
     const BasicString path = folder.GetPath("Di.xml");
     const std::function<void()> faults[] = {
         [] {},
-        [&] { std::filesystem::create_directory(path); },
-        [&] { folder.Write("Di.xml", BasicString(10 * 1024 * 1024, 'x')); },
         [&] { folder.Write("Di.xml", "<DiWbmModuleSettingsDocument>\n<oops"); },
-        [&] { folder.Write("Di.xml", "<Wrong/>"); },
         [&] { folder.Write("Di.xml", "<DiWbmModuleSettingsDocument>\n\n</DiWbmModuleSettingsDocument>"); },
     };
     for (const auto& makeFault : faults)
@@ -171,7 +162,8 @@ void ExpectServiceBesideHanging(const BasicString& fault, const BasicString& cau
     EXPECT_EQ(ready.result_int(), 503U);
     EXPECT_THAT(ready.body(), HasSubstr(cause));
     EXPECT_THAT(host.Ask("GET", "/api/v1/pages", host.LogIn()).body(), HasSubstr("overview"));
-    EXPECT_EQ(host.Stop(), 1) << host.GetProcess().GetErrors();
+    EXPECT_EQ(host.Stop(), 1);
+    EXPECT_THAT(host.GetProcess().GetErrors(), HasSubstr("the process has not ended in time"));
 }
 
 TEST(Starting, ServesBesideAComponentOrModuleThatHangsAndReportsIt)
@@ -179,15 +171,6 @@ TEST(Starting, ServesBesideAComponentOrModuleThatHangsAndReportsIt)
     const auto component = std::async(std::launch::async, &ExpectServiceBesideHanging, "component-hangs",
                                       "the component 'Fake' is being set up since ");
     ExpectServiceBesideHanging("setup-hangs", "the module 'Fake' is being set up since ");
-}
-
-TEST(Starting, EndsWith78WhenAModuleReportsItsSettings)
-{
-    HostProcess host({.fault = "setup-xml"});
-    host.Start();
-    EXPECT_EQ(host.GetProcess().Wait(), configurationFault);
-    EXPECT_THAT(host.GetProcess().GetErrors(), HasSubstr("oxa-wbm: /settings.xml:7: the module does not like it\n"));
-    EXPECT_THAT(host.GetFolder().Read("trace"), HasSubstr("module reset\nmodule destroyed\nmodule library unloaded\n"));
 }
 
 TEST(CheckingAConfiguration, NamesEverythingThatIsWrongWithFileAndLineAndChangesNothing)
@@ -237,26 +220,6 @@ TEST(CheckingAConfiguration, NamesEverythingThatIsWrongWithFileAndLineAndChanges
     EXPECT_EQ(inOrder.status, 0);
     EXPECT_EQ(inOrder.errors, "");
     EXPECT_FALSE(std::filesystem::exists(folder.GetPath("state")));
-}
-
-TEST(Starting, NeverReplacesADatabaseThatCannotBeUsed)
-{
-    const std::pair<BasicString, BasicString> cases[] = {{"", "it is empty"},
-                                                         {BasicString(10000, 'x'), "file is not a database"}};
-    for (const auto& [content, cause] : cases)
-    {
-        HostProcess host;
-        std::filesystem::create_directory(host.GetFolder().GetPath("state"));
-        host.GetFolder().Write("state/users.sqlite", content);
-        std::filesystem::permissions(host.GetFolder().GetPath("state"), std::filesystem::perms::owner_all);
-        std::filesystem::permissions(host.GetFolder().GetPath("state/users.sqlite"),
-                                     std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
-        host.Start();
-        EXPECT_EQ(host.GetProcess().Wait(), configurationFault);
-        EXPECT_THAT(host.GetProcess().GetErrors(), HasSubstr("state/users.sqlite': " + cause));
-        EXPECT_EQ(host.GetFolder().Read("state/users.sqlite"), content);
-        EXPECT_FALSE(std::filesystem::exists(host.GetFolder().GetPath("state/initial-password")));
-    }
 }
 
 TEST(Starting, NeverUsesUsersThatOthersCanReadOrChange)

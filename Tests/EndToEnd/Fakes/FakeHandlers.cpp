@@ -114,9 +114,4 @@ bool FakeControlHandler::HasPermissions(const System::Um::SecurityToken& token) 
         System::Rsc::RscString<512>("oxa.services.wbm/modules/Fake/Control"), 0x1000, token.GetValue());
 }
 
-bool FakeAwayHandler::IsAvailable() const
-{
-    return false;
-}
-
 } // namespace Oxa::Tests::EndToEnd

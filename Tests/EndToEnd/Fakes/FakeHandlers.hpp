@@ -43,17 +43,10 @@ private:
 };
 
 /// Only for users who may execute.
-class FakeControlHandler : public FakeHandler
+class FakeControlHandler final : public FakeHandler
 {
 public:
     [[nodiscard]] bool HasPermissions(const System::Um::SecurityToken& token) const override;
-};
-
-/// Would refuse as well, if it were asked.
-class FakeAwayHandler final : public FakeControlHandler
-{
-public:
-    [[nodiscard]] bool IsAvailable() const override;
 };
 
 } // namespace Oxa::Tests::EndToEnd

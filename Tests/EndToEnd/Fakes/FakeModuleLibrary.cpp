@@ -3,7 +3,6 @@
 #include "Oxa/Services/Commons/Wbm/Modules/IWbmModuleHandler.hpp"
 #include "Oxa/Services/Commons/Wbm/Modules/WbmModuleBase.hpp"
 #include "Oxa/System/Commons/Extensibility/ModuleLibraryBase.hpp"
-#include "Oxa/System/Commons/XmlException.hpp"
 
 #include <unistd.h>
 
@@ -30,10 +29,6 @@ void FailAt(const BasicString& place, const AppDomain& appDomain)
     {
         throw PrivateFault();
     }
-    if (fault == place + "-xml")
-    {
-        throw System::Commons::XmlException::CreateAt("/settings.xml", 7, "the module does not like it");
-    }
 }
 
 /// Until the process ends.
@@ -45,7 +40,7 @@ void HangAt(const BasicString& fault)
     }
 }
 
-/// Registers four data providers, a page and a language.
+/// Registers two data providers, a page and a language.
 class FakeModule final : public WbmModuleBase
 {
 public:
@@ -69,10 +64,7 @@ public:
         FailAt("setup-and-reset", System::Commons::Singleton<AppDomain>::GetInstance());
         const bool isTaken = !handler.RegisterDataProvider(Registration::DataProviderInfo("FakeDp"), fake) &&
                              !handler.RegisterDataProvider(Registration::DataProviderInfo("session"), fake);
-        const bool isAway = GetFault(System::Commons::Singleton<AppDomain>::GetInstance()) == "away";
-        const bool isAwayRegistered =
-            !isAway || handler.RegisterDataProvider(Registration::DataProviderInfo("FakeAwayDp"), away);
-        if (!isRegistered || !isTaken || !isAwayRegistered || !handler.RegisterPage({"FakeDp", "fake", ""}, fake))
+        if (!isRegistered || !isTaken || !handler.RegisterPage({"FakeDp", "fake", ""}, fake))
         {
             throw std::logic_error("the host registers what it must not, or not what it must");
         }
@@ -98,7 +90,6 @@ public:
         FailAt("setup-and-reset", System::Commons::Singleton<AppDomain>::GetInstance());
         handler.UnregisterDataProvider("FakeDp");
         handler.UnregisterDataProvider("FakeControlDp");
-        handler.UnregisterDataProvider("FakeAwayDp");
         handler.UnregisterPage("fake");
         handler.UnregisterSupportedLanguage("eo");
         Trace("module reset");
@@ -107,7 +98,6 @@ public:
 private:
     std::shared_ptr<FakeHandler> fake = std::make_shared<FakeHandler>();
     std::shared_ptr<FakeControlHandler> control = std::make_shared<FakeControlHandler>();
-    std::shared_ptr<FakeAwayHandler> away = std::make_shared<FakeAwayHandler>();
 };
 
 class FakeModuleLibrary final : public System::Commons::Extensibility::ModuleLibraryBase<IWbmModule>

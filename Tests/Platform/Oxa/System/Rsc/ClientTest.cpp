@@ -425,6 +425,24 @@ TEST_F(CallingAnotherProcess, EndsAllCallsWhenTheProcessDoesNotRespond)
     EXPECT_EQ(Call("Echo"), "5");
 }
 
+TEST_F(CallingAnotherProcess, EndsCallsAndAttemptsToConnectWhenTheEndpointsAreReset)
+{
+    Connect(60s);
+    auto call = std::async(std::launch::async, [this] { return Call("Keep"); });
+    EXPECT_TRUE(Eventually([this] { return peer->keptCalls == 1; }, 10s));
+    const auto begin = std::chrono::steady_clock::now();
+    ServiceManager::ResetEndpoints();
+    EXPECT_THAT(call.get(), testing::AnyOf("ConnectionLost", "NotAvailable"));
+
+    Connect(60s);
+    peer->isSilent = true;
+    const unsigned connections = peer->connections;
+    peer->HangUp();
+    EXPECT_TRUE(Eventually([this, connections] { return peer->connections > connections; }, 10s));
+    ServiceManager::ResetEndpoints();
+    EXPECT_LE(std::chrono::steady_clock::now() - begin, 20s) << "no call or attempt waits for its own deadline";
+}
+
 TEST_F(CallingAnotherProcess, HasEndedTheEpochWhenACallFails)
 {
     Connect(10s);
