@@ -14,10 +14,8 @@ DeviceProcess::DeviceProcess(const DeviceSettings& settings) : root(settings.roo
     const BasicString own = "<User name=\"" + std::to_string(getuid()) + "\" commands=\"true\"/>";
     folder.Write("device.conf",
                  "<DeviceServerDocument><Log level=\"error\"/><Server " + server + '>' +
-                     (settings.users.empty() ? own : settings.users) + "</Server><Components><Component " +
-                     (settings.isFaulty ? "name=\"Faulty\" library=\"" OXA_FAULTY_DEVICE_LIBRARY
-                                        : "name=\"Linux\" library=\"" OXA_DEVICE_LIBRARY) +
-                     "\" settings=\"" +
+                     (settings.users.empty() ? own : settings.users) + "</Server><Components>" +
+                     "<Component name=\"Linux\" library=\"" OXA_DEVICE_LIBRARY "\" settings=\"" +
                      (settings.description.empty() ? folder.GetPath("device.xml") : settings.description) +
                      "\"/></Components></DeviceServerDocument>");
     Describe();

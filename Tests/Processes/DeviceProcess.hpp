@@ -21,8 +21,6 @@ struct DeviceSettings
     BasicString users = "";
     /// The path of a description. By default one with the items of the tests.
     BasicString description = "";
-    /// Offers the slow item "Test.Late", and any other key, in place of a description.
-    bool isFaulty = false;
     /// A folder that stands for the machine. By default the machine that the test runs on.
     BasicString root = "";
 };

@@ -1,5 +1,4 @@
 #include "Oxa/System/Commons/ArgumentException.hpp"
-#include "Oxa/System/Rsc/ServiceManager.hpp"
 #include "Processes/DeviceClient.hpp"
 #include "Processes/DeviceProcess.hpp"
 
@@ -8,8 +7,6 @@
 
 #include <cmath>
 #include <csignal>
-#include <filesystem>
-#include <future>
 #include <tuple>
 
 namespace Oxa::Tests::Processes
@@ -27,16 +24,6 @@ RscEndpointConfiguration WithTimeout(RscEndpointConfiguration endpoint, std::chr
 {
     endpoint.readTimeout = timeout;
     return endpoint;
-}
-
-TEST(Serving, IsFoundWhenItStartsLate)
-{
-    DeviceProcess device;
-    DeviceClient client(device.GetEndpoint());
-    EXPECT_FALSE(client.TryFind());
-    device.Start();
-    EXPECT_TRUE(Eventually([&client] { return client.TryFind(); }, 2s));
-    EXPECT_EQ(client.Read("Test.1"), value);
 }
 
 TEST(Serving, RefusesUnknownUsersAndCommandsOfReaders)
@@ -61,30 +48,6 @@ TEST(Serving, ReadsAFolderInPlaceOfTheMachineAndEndsBySigterm)
     EXPECT_EQ(client.Read("General.ArticleNumber"), "example,sbc5");
     device.GetProcess().SendSignal(SIGTERM);
     EXPECT_EQ(device.GetProcess().Wait(), 0);
-}
-
-std::ptrdiff_t CountDescriptors(DeviceProcess& device)
-{
-    const std::filesystem::directory_iterator folder("/proc/" + std::to_string(device.GetProcess().GetNumber()) +
-                                                     "/fd");
-    return std::distance(folder, std::filesystem::directory_iterator());
-}
-
-TEST(Serving, ReleasesTheDescriptorsOfCallersThatDisconnect)
-{
-    DeviceProcess device({.isFaulty = true});
-    device.Start();
-    const auto before = CountDescriptors(device);
-    for (int round = 0; round < 20; ++round)
-    {
-        DeviceClient client(WithTimeout(device.GetEndpoint(), 10s));
-        ASSERT_TRUE(client.TryFind());
-        auto waiting = std::async(std::launch::async, [&client] { return client.Read("Test.Late"); });
-        EXPECT_EQ(client.Read("Test.1"), value);
-        System::Rsc::ServiceManager::ResetEndpoints();
-        EXPECT_THAT(waiting.get().text, testing::AnyOf("ConnectionLost", "NotAvailable"));
-    }
-    EXPECT_TRUE(Eventually([&device, before] { return CountDescriptors(device) == before; }, 2s));
 }
 
 /// Every item, by pages of `count`, as `read` gets them.

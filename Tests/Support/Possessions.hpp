@@ -22,6 +22,11 @@ public:
     void ExpectSame() const
     {
         ExpectSameThreads();
+        ExpectSameDescriptors();
+    }
+
+    void ExpectSameDescriptors() const
+    {
         ExpectSame(descriptorFolder, descriptors);
     }
 

@@ -169,6 +169,22 @@ TEST_F(Serving, EndsWhileCallsLastAndLeavesNothingBehind)
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
+TEST_F(Serving, ReleasesTheDescriptorsOfCallersThatDisconnectDuringACall)
+{
+    Start();
+    BusCaller stays(address);
+    EXPECT_EQ(stays.Echo(1), 1U);
+    const Support::Possessions before;
+    for (int round = 0; round < 2; ++round)
+    {
+        BusCaller goes(address);
+        goes.CallLater("Wait");
+        EXPECT_EQ(goes.Echo(1), 1U);
+    }
+    echo.service->letGo.set_value();
+    before.ExpectSameDescriptors();
+}
+
 TEST_F(Serving, EndsTheConnectionsOfARunThatIsOver)
 {
     echo.Withdraw();
