@@ -35,8 +35,6 @@ export function LogIn({ hasEnded }: { readonly hasEnded: boolean }) {
           onValue={setUser}
           name="user"
           autocomplete="username"
-          autocapitalize="none"
-          spellcheck={false}
           required={true}
         />
         <Field

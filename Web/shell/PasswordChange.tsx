@@ -4,7 +4,7 @@ import { Button, Field } from "../kit/components/Basics";
 import { useAction } from "./Action";
 import { text } from "./Language";
 import { LogOutButton } from "./LogOutButton";
-import { minimumPasswordCharacters } from "./PasswordField";
+import { PasswordField } from "./PasswordField";
 import { changePassword } from "./Session";
 
 export function PasswordChange({ user }: { readonly user: string }) {
@@ -50,16 +50,7 @@ export function PasswordForm({ user, onDone }: { readonly user: string; readonly
         autocomplete="current-password"
         required={true}
       />
-      <Field
-        label={text("password.new")}
-        hint={text("password.rule", { count: minimumPasswordCharacters })}
-        value={newPassword}
-        onValue={setNewPassword}
-        type="password"
-        autocomplete="new-password"
-        minLength={minimumPasswordCharacters}
-        required={true}
-      />
+      <PasswordField label={text("password.new")} value={newPassword} onValue={setNewPassword} />
       <Field
         label={text("password.repeat")}
         value={repeated}

@@ -3,7 +3,7 @@ import { useState } from "preact/hooks";
 import { Field } from "../kit/components/Basics";
 import { text } from "./Language";
 
-export const minimumPasswordCharacters = 12;
+const minimumPasswordCharacters = 12;
 
 interface PasswordFieldProps {
   readonly label: string;
@@ -22,8 +22,6 @@ export function PasswordField({ label, value, onValue }: PasswordFieldProps) {
         onValue={onValue}
         type={isShown ? "text" : "password"}
         autocomplete="new-password"
-        autocapitalize="none"
-        spellcheck={false}
         minLength={minimumPasswordCharacters}
         required={true}
       />

@@ -128,7 +128,7 @@ interface FieldProps extends Omit<JSX.InputHTMLAttributes<HTMLInputElement>, "la
   readonly error?: string | undefined;
 }
 
-/** A labelled line of text. */
+/** A labelled line of text. Most are names and secrets, which browsers should neither complete nor correct. */
 export function Field({ label, value, onValue, hint, error, ...rest }: FieldProps) {
   const id = useId();
   const describedBy = [hint ? `${id}-hint` : "", error ? `${id}-error` : ""].filter(Boolean).join(" ");
@@ -140,6 +140,9 @@ export function Field({ label, value, onValue, hint, error, ...rest }: FieldProp
         class="oxa-input"
         value={value}
         onInput={(event) => onValue(event.currentTarget.value)}
+        autocomplete="off"
+        autocapitalize="none"
+        spellcheck={false}
         aria-invalid={error ? "true" : undefined}
         aria-describedby={describedBy || undefined}
         {...rest}

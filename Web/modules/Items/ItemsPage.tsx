@@ -76,14 +76,7 @@ function Items({ table }: { readonly table: TableContext }) {
   return (
     <>
       <div class="items-bar">
-        <Field
-          label={context.text("items.search")}
-          type="search"
-          value={search}
-          onValue={setSearch}
-          autocomplete="off"
-          spellcheck={false}
-        />
+        <Field label={context.text("items.search")} type="search" value={search} onValue={setSearch} />
         <Select
           label={context.text("items.group")}
           value={groupName}

@@ -40,9 +40,6 @@ export function AuditFilterForm({ onApply }: { readonly onApply: (filter: AuditF
         label={text("users.name")}
         value={draft.user}
         onValue={(user) => set({ user })}
-        autocomplete="off"
-        autocapitalize="none"
-        spellcheck={false}
         maxLength={128}
       />
       <Field

@@ -34,9 +34,6 @@ export function AddTokenDialog({ onIssued, onClose }: AddTokenDialogProps) {
         hint={text("tokens.nameHint")}
         value={name}
         onValue={setName}
-        autocomplete="off"
-        autocapitalize="none"
-        spellcheck={false}
         maxLength={64}
         required={true}
         data-autofocus=""

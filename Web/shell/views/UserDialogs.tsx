@@ -58,9 +58,6 @@ function AddDialog({ onClose }: DialogProps) {
         label={text("users.name")}
         value={user}
         onValue={setUser}
-        autocomplete="off"
-        autocapitalize="none"
-        spellcheck={false}
         maxLength={64}
         required={true}
         data-autofocus=""

@@ -56,9 +56,6 @@ export function ResetDialog({ context, device, position, onClose }: CommandDialo
           value={typed}
           onValue={setTyped}
           error={wasSubmitted && !isWordRight ? text("command.reset.typeDifferent") : undefined}
-          autocomplete="off"
-          autocapitalize="none"
-          spellcheck={false}
         />
         <Field
           label={text("command.reset.password", { user: context.session.user })}
