@@ -2,7 +2,7 @@
 
 export type RangeName = "minutes10" | "hour1" | "hours24";
 
-interface Range {
+export interface Range {
   readonly milliseconds: number;
   /** Of a chart of what the page has collected itself. */
   readonly buckets: number;

@@ -1,9 +1,10 @@
 // What the page has seen since it was opened. It outlives a look at another page and a change of the language.
 import { computed, type Signal, signal } from "@preact/signals";
 import type { ChartData } from "../../kit/Plot";
+import { type RangeName, rangeNames, ranges } from "../../kit/Ranges";
 import { Changes } from "./Leds";
 import type { GeneralData, StatusIndicator } from "./Sections";
-import { type History, type RangeName, rangeNames, ranges, Series } from "./Series";
+import { type History, Series } from "./Series";
 
 export type SeriesName = "temperature" | "load" | "memory";
 

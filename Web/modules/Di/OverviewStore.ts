@@ -4,7 +4,8 @@ import { batch, computed, type ReadonlySignal, type Signal, signal } from "@prea
 import { call, ModuleError, ProblemError } from "../../kit/Api";
 import { explain } from "../../kit/Failures";
 import type { PageContext } from "../../kit/Page";
-import { type PolledRead, Poller } from "../../kit/Polling";
+import { isLate, type PolledRead, Poller, polledRequest } from "../../kit/Polling";
+import { type RangeName, ranges } from "../../kit/Ranges";
 import { type ClockReading, getMoment, readClock } from "./Clock";
 import { type Collected, type SeriesName, seriesKeys } from "./Collected";
 import { Formats } from "./Formats";
@@ -20,12 +21,8 @@ import {
   type StatusIndicator,
   type Utilization,
 } from "./Sections";
-import { type History, type RangeName, ranges } from "./Series";
+import type { History } from "./Series";
 
-/** Values that are older look old, also when a request has not failed yet. */
-const oldAfterMilliseconds = 10_000;
-/** Of all that the page reads by itself. */
-const polled = { background: true, timeoutMilliseconds: 10_000 };
 const marksEveryMilliseconds = 30_000;
 const historyEveryMilliseconds = 300_000;
 const itemsProvider = "DeviceItemsDp";
@@ -58,8 +55,8 @@ export class Section<T extends object> implements PolledRead {
     private readonly explainFailure: (error: unknown) => string,
   ) {
     this.isOld = computed(() => {
-      const isLate = this.readTime > 0 && ticks.value - this.readAt > oldAfterMilliseconds;
-      return this.cause.value !== "" || isLate;
+      const isOverdue = this.readTime > 0 && isLate(this.readAt, ticks.value);
+      return this.cause.value !== "" || isOverdue;
     });
   }
 
@@ -236,14 +233,14 @@ export class OverviewStore {
   private async readSection<N extends SectionName>(name: N, signal: AbortSignal): Promise<SectionValues[N]> {
     const payload = await this.context.request<Pick<SectionValues, N>>(dataProvider, "GetDataSection", {
       query: { SectionName: name },
-      ...polled,
+      ...polledRequest,
       signal,
     });
     return payload[name];
   }
 
   private async ask(name: string, signal: AbortSignal): Promise<boolean> {
-    const options = { ...polled, signal };
+    const options = { ...polledRequest, signal };
     return (await this.context.request<BooleanResult>(dataProvider, name, options)).result;
   }
 
@@ -269,7 +266,7 @@ export class OverviewStore {
   }
 
   private async readBootId(signal: AbortSignal): Promise<void> {
-    const { bootId } = await call("get", "/api/v1/boot", undefined, { ...polled, signal });
+    const { bootId } = await call("get", "/api/v1/boot", undefined, { ...polledRequest, signal });
     if (this.collected.isOtherBoot(bootId)) {
       this.clear();
     }
@@ -292,7 +289,7 @@ export class OverviewStore {
     await unlessMissing(async () => {
       for (const name of cardNames) {
         const query = { prefix: cardPrefixes[name] };
-        const options = { query, ...polled, signal };
+        const options = { query, ...polledRequest, signal };
         const { items } = await this.context.request<ItemsPayload>(itemsProvider, "GetItems", options);
         found[name] = summarize(items);
       }
@@ -329,7 +326,7 @@ export class OverviewStore {
       points: ranges[range].historyPoints,
     };
     try {
-      const options = { query, ...polled, signal };
+      const options = { query, ...polledRequest, signal };
       const history = await this.context.request<History>(itemsProvider, "GetHistory", options);
       this.collected.fill(name, range, history, offset);
     } catch (error) {

@@ -1,22 +1,6 @@
 // The last 24 hours of one value in buckets of three widths, in memory of a fixed size.
 import type { ChartData } from "../../kit/Plot";
-
-export type RangeName = "minutes10" | "hour1" | "hours24";
-
-interface RangeShape {
-  readonly milliseconds: number;
-  readonly buckets: number;
-  /** Points that are asked from the device: not more than it has samples. */
-  readonly historyPoints: number;
-}
-
-export const ranges: Readonly<Record<RangeName, RangeShape>> = {
-  minutes10: { milliseconds: 600_000, buckets: 150, historyPoints: 60 },
-  hour1: { milliseconds: 3_600_000, buckets: 300, historyPoints: 300 },
-  hours24: { milliseconds: 86_400_000, buckets: 288, historyPoints: 288 },
-};
-
-export const rangeNames: readonly RangeName[] = ["minutes10", "hour1", "hours24"];
+import { type Range, type RangeName, rangeNames, ranges } from "../../kit/Ranges";
 
 export interface Extent {
   readonly minimum: number;
@@ -44,7 +28,7 @@ class Ring {
   private readonly minimum: Float64Array;
   private readonly maximum: Float64Array;
 
-  constructor(shape: RangeShape) {
+  constructor(shape: Range) {
     this.size = shape.buckets;
     this.width = shape.milliseconds / shape.buckets;
     this.bucket = new Float64Array(this.size).fill(-1);

@@ -1,7 +1,7 @@
 import { useComputed, useSignalEffect } from "@preact/signals";
 import { useRef } from "preact/hooks";
 import { Segments, Value } from "../../../kit/components/Basics";
-import { rangeNames } from "../Series";
+import { rangeNames } from "../../../kit/Ranges";
 import { type CardProps, SectionCard } from "./SectionCard";
 import { RangeText, SeriesChart } from "./SeriesChart";
 import { ValueSkeleton } from "./Values";

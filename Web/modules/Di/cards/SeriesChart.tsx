@@ -1,8 +1,8 @@
 // The chart of one of the collected values, and the extremes in words.
 import { Chart } from "../../../kit/components/Chart";
+import { ranges } from "../../../kit/Ranges";
 import type { SeriesName } from "../Collected";
 import type { OverviewStore, Section } from "../OverviewStore";
-import { ranges } from "../Series";
 import type { CardProps } from "./SectionCard";
 
 interface SeriesProps extends CardProps {
