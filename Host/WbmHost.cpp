@@ -79,7 +79,12 @@ WbmHost::WbmHost(System::Commons::AppDomain& appDomain, const Configuration::Hos
       passwordRoute(sessions, passwordWorker, stateFolder.GetBrowserKey()),
       userRoute(users, sessions, loop),
       apiTokenRoute(users, sessions, loop),
-      dispatcher(registry, notifications, [this] { return auditTrail.IsWritable(); }),
+      dispatcher(registry, notifications,
+                 {[this] { return auditTrail.IsWritable(); },
+                  [this](const BasicString& userName)
+                  {
+                      return auditTrail.AdmitsFailureOf(userName);
+                  }}),
       staticFiles(loop),
       systemRoutes({registry, modules, components, users, auditTrail, staticFiles}),
       auditRoute(configuration.audit, registry.MakeStrand("the audit trail")),

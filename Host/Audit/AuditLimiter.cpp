@@ -39,8 +39,6 @@ std::optional<AuditLimiter::Key> FindKey(const Notification& notification)
     case NotificationKind::PasswordConfirmed:
     case NotificationKind::PasswordConfirmationFailed:
         return AuditLimiter::Key{notification.kind, notification.user};
-    case NotificationKind::CommandRequested:
-        return AuditLimiter::Key{NotificationKind::CommandFailed, notification.user};
     case NotificationKind::CommandFailed:
         // One that may have been carried out is always recorded.
         return HasOutcome(notification, "unknown")
@@ -66,21 +64,27 @@ std::optional<AuditLimiter::Fields> AuditLimiter::Admit(const Notification& noti
         key->second = buckets.size() >= maximumBuckets ? BasicString() : std::move(key->second);
     }
     Bucket& bucket = buckets[*key];
-    const auto full = std::max(bucket.full, now) + interval;
-    const bool isAdmitted = full - now <= burst * interval;
-    if (notification.kind == NotificationKind::CommandRequested)
-    {
-        // The outcome that follows is counted.
-        return isAdmitted ? std::optional(Fields()) : std::nullopt;
-    }
-    if (!isAdmitted)
+    if (!HasPlace(bucket, now))
     {
         ++bucket.leftOut;
         return std::nullopt;
     }
-    bucket.full = full;
+    bucket.full = std::max(bucket.full, now) + interval;
     const uint64 leftOut = std::exchange(bucket.leftOut, 0);
     return leftOut > 0 ? Fields{{"leftOut", std::to_string(leftOut)}} : Fields();
+}
+
+bool AuditLimiter::AdmitsFailureOf(const BasicString& userName, Clock::time_point now) const
+{
+    const auto own = buckets.find({NotificationKind::CommandFailed, userName});
+    const bool isShared = own == buckets.end() && buckets.size() >= maximumBuckets;
+    const auto found = isShared ? buckets.find({NotificationKind::CommandFailed, {}}) : own;
+    return found == buckets.end() || HasPlace(found->second, now);
+}
+
+bool AuditLimiter::HasPlace(const Bucket& bucket, Clock::time_point now) const
+{
+    return std::max(bucket.full, now) + interval - now <= burst * interval;
 }
 
 AuditLimiter::Fields AuditLimiter::TakeLeftOut()

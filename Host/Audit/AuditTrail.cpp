@@ -279,6 +279,12 @@ bool AuditTrail::IsWritable() const
     return fault.empty() && !IsHanging();
 }
 
+bool AuditTrail::AdmitsFailureOf(const BasicString& userName) const
+{
+    const MutexLock lock(mutex);
+    return limiter.AdmitsFailureOf(userName, Clock::now());
+}
+
 bool AuditTrail::IsHanging() const
 {
     return isCommitting && Clock::now() - commitBegin >= longestCommit;

@@ -59,6 +59,9 @@ public:
     /// False: what must leave a trace must not be done now.
     [[nodiscard]] bool IsWritable() const;
 
+    /// False: so many commands of the user have failed that the failure of one more would be left out.
+    [[nodiscard]] bool AdmitsFailureOf(const BasicString& userName) const;
+
     /// That the run before this one did not end in order, if so. `crashReport`: its last line, empty without one.
     /// Requires: this run has added no HostStarted.
     [[nodiscard]] std::optional<System::Nm::Notification> FindCrash(const BasicString& crashReport) const;

@@ -80,6 +80,9 @@ inline constexpr Problem tooManyLogIns{
 inline constexpr Problem tooManyPasswordChanges{
     429, "too-many-password-changes",
     "The password was changed a moment ago; Retry-After tells when it may be changed again."};
+inline constexpr Problem tooManyFailedCommands{
+    429, "too-many-failed-commands",
+    "Too many commands of this user have failed; Retry-After tells when one more is accepted."};
 inline constexpr Problem headerTooLarge{431, "header-too-large", "The header has more bytes or fields than allowed."};
 inline constexpr Problem internalError{
     500, "internal-error", "The request could not be carried out. The log has the cause under the request id."};

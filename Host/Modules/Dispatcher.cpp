@@ -8,6 +8,7 @@
 #include "Oxa/System/Rsc/RscServiceException.hpp"
 
 #include <algorithm>
+#include <chrono>
 #include <iterator>
 #include <string_view>
 #include <utility>
@@ -34,6 +35,8 @@ namespace
 
 /// Clients choose the texts.
 constexpr std::size_t maximumLoggedBytes = 64;
+/// The audit trail admits one failure a minute at least.
+constexpr std::chrono::seconds longestFailureWait{60};
 
 /// The error code of a response in the modules' envelope; empty also for a response of another form.
 BasicString FindErrorCode(std::string_view body)
@@ -119,9 +122,8 @@ WbmResponse HandleRequest(const IHttpExchange& exchange, const DataProvider& pro
 
 } // namespace
 
-Dispatcher::Dispatcher(ModuleRegistry& registry, System::Nm::NotificationManager& notifications,
-                       std::function<bool()> isAuditWritable)
-    : registry(registry), notifications(notifications), isAuditWritable(std::move(isAuditWritable))
+Dispatcher::Dispatcher(ModuleRegistry& registry, System::Nm::NotificationManager& notifications, AuditState audit)
+    : registry(registry), notifications(notifications), audit(std::move(audit))
 {
 }
 
@@ -154,9 +156,9 @@ void Dispatcher::Call(IHttpExchange& exchange, const DataProvider& provider, con
         return;
     }
     const Http::Problem* obstacle = FindObstacle(provider, request);
-    if (obstacle == nullptr && !provider.manifest.isSafe && !Announce(exchange, request))
+    if (obstacle == nullptr && !provider.manifest.isSafe)
     {
-        obstacle = &Http::Problems::auditNotWritable;
+        obstacle = Announce(exchange, request);
     }
     // Last, since it is good for one command: what is refused for another reason does not spend it.
     if (obstacle == nullptr && !IsConfirmed(provider, request, request.takeConfirmation))
@@ -165,11 +167,7 @@ void Dispatcher::Call(IHttpExchange& exchange, const DataProvider& provider, con
     }
     if (obstacle != nullptr)
     {
-        if (!provider.manifest.isSafe && (obstacle->status == 403 || obstacle == &Http::Problems::auditNotWritable))
-        {
-            Publish(NotificationKind::CommandRefused, exchange, request, {{"errorCode", BasicString(obstacle->code)}});
-        }
-        SendProblem(exchange, *obstacle);
+        Refuse(exchange, provider, request, *obstacle);
         return;
     }
     const WbmResponse response =
@@ -183,15 +181,36 @@ void Dispatcher::Call(IHttpExchange& exchange, const DataProvider& provider, con
     exchange.Send({200, response.GetHeader().GetMediaType(), response.GetBody()});
 }
 
-/// False: the command would leave no trace, should the host end before the outcome is stored.
-bool Dispatcher::Announce(IHttpExchange& exchange, const ProviderRequest& request) const
+/// Null: the command leaves a trace, even if the host ends before the outcome is stored.
+const Http::Problem* Dispatcher::Announce(IHttpExchange& exchange, const ProviderRequest& request) const
 {
-    if (!isAuditWritable())
+    if (!audit.isWritable())
     {
-        return false;
+        return &Http::Problems::auditNotWritable;
+    }
+    if (!audit.admitsFailureOf(request.userName))
+    {
+        return &Http::Problems::tooManyFailedCommands;
     }
     Publish(NotificationKind::CommandRequested, exchange, request, {});
-    return isAuditWritable();
+    return audit.isWritable() ? nullptr : &Http::Problems::auditNotWritable;
+}
+
+void Dispatcher::Refuse(IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request,
+                        const Http::Problem& problem) const
+{
+    const bool isTooMany = problem.status == 429;
+    if (!provider.manifest.isSafe &&
+        (problem.status == 403 || isTooMany || &problem == &Http::Problems::auditNotWritable))
+    {
+        Publish(NotificationKind::CommandRefused, exchange, request, {{"errorCode", BasicString(problem.code)}});
+    }
+    if (isTooMany)
+    {
+        SendProblem(exchange, problem, longestFailureWait);
+        return;
+    }
+    SendProblem(exchange, problem);
 }
 
 /// Publishes the outcome: also when the module's response is an error, or the module throws.

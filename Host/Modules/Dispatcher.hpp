@@ -48,13 +48,20 @@ struct ProviderRequest
 /// module's gate closed or provider unavailable 503, no permission 403, unknown request 404, no confirmation although
 /// the module's manifest demands one 403, then the module's own response. Requests to a provider that is not safe are
 /// commands: each is published before it is carried out and then with its outcome, and refused with 503 while the audit
-/// trail cannot store that. Threads: the event loop's.
+/// trail cannot store that, with 429 when too many commands of the user have failed. Threads: the event loop's.
 class Dispatcher final
 {
 public:
-    /// `isAuditWritable`: whether what was published last is on the disk.
-    Dispatcher(ModuleRegistry& registry, System::Nm::NotificationManager& notifications,
-               std::function<bool()> isAuditWritable);
+    /// What the audit trail can take.
+    struct AuditState
+    {
+        /// Whether what was published last is on the disk.
+        std::function<bool()> isWritable;
+        /// Whether a command of this user may fail without displacing other rows.
+        std::function<bool(const BasicString&)> admitsFailureOf;
+    };
+
+    Dispatcher(ModuleRegistry& registry, System::Nm::NotificationManager& notifications, AuditState audit);
 
     [[nodiscard]] Http::Handling Handle(const std::shared_ptr<Http::IHttpExchange>& exchange,
                                         ProviderRequest request) const;
@@ -63,7 +70,9 @@ private:
     using Fields = std::vector<std::pair<BasicString, BasicString>>;
 
     void Call(Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const;
-    [[nodiscard]] bool Announce(Http::IHttpExchange& exchange, const ProviderRequest& request) const;
+    [[nodiscard]] const Http::Problem* Announce(Http::IHttpExchange& exchange, const ProviderRequest& request) const;
+    void Refuse(Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request,
+                const Http::Problem& problem) const;
     [[nodiscard]] Services::Commons::Wbm::WbmResponse
     Execute(Http::IHttpExchange& exchange, const DataProvider& provider, const ProviderRequest& request) const;
     void Publish(System::Nm::NotificationKind kind, Http::IHttpExchange& exchange, const ProviderRequest& request,
@@ -71,7 +80,7 @@ private:
 
     ModuleRegistry& registry;
     System::Nm::NotificationManager& notifications;
-    const std::function<bool()> isAuditWritable;
+    const AuditState audit;
 };
 
 } // namespace Oxa::Host::Modules

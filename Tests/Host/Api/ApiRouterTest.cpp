@@ -103,11 +103,13 @@ protected:
     Threads::EventLoop loop;
     std::optional<Sessions::SessionManager> sessions;
     Modules::ModuleRegistry registry{loop, {}};
-    Modules::Dispatcher dispatcher{registry, notifications,
-                                   []
-                                   {
-                                       return true;
-                                   }};
+    Modules::Dispatcher dispatcher{registry,
+                                   notifications,
+                                   {[] { return true; },
+                                    [](const BasicString&)
+                                    {
+                                        return true;
+                                    }}};
     std::optional<ApiRouter> router;
     const boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work =
         boost::asio::make_work_guard(loop.GetContext());

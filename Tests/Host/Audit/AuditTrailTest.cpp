@@ -249,9 +249,9 @@ TEST_F(LimitingRows, BoundsWhatStrangersAndUsersCauseAndCountsWhatIsLeftOut)
         EXPECT_EQ(Count(burst + 1, kind, "anna"), burst) << GetNotificationKindName(kind);
         EXPECT_TRUE(Admit(kind, "bert")) << "not hidden by others";
     }
-    for (const auto kind :
-         {NotificationKind::CommandExecuted, NotificationKind::UserAdded, NotificationKind::UserChanged,
-          NotificationKind::UserRemoved, NotificationKind::TokenAdded, NotificationKind::ConfigurationReloaded})
+    for (const auto kind : {NotificationKind::CommandRequested, NotificationKind::CommandExecuted,
+                            NotificationKind::UserAdded, NotificationKind::UserChanged, NotificationKind::UserRemoved,
+                            NotificationKind::TokenAdded, NotificationKind::ConfigurationReloaded})
     {
         EXPECT_EQ(Count(10 * burst, kind, "anna"), 10 * burst) << GetNotificationKindName(kind);
     }
@@ -264,20 +264,22 @@ TEST_F(LimitingRows, BoundsWhatStrangersAndUsersCauseAndCountsWhatIsLeftOut)
     EXPECT_THAT(Admit(NotificationKind::HostStopped).value(), ElementsAre()) << "once";
 }
 
-TEST_F(LimitingRows, LeavesOutCommandsThatFailWithTheirAnnouncements)
+TEST_F(LimitingRows, NeverLeavesOutThatACommandWasRequestedAndTellsWhenItMustNotFail)
 {
     for (unsigned count = 0; count < burst; ++count)
     {
-        EXPECT_TRUE(Admit(NotificationKind::CommandRequested, "anna")) << "its failure is counted, not it";
+        EXPECT_TRUE(limiter.AdmitsFailureOf("anna", now)) << count;
         EXPECT_TRUE(Admit(NotificationKind::CommandFailed, "anna", "failure"));
     }
-    EXPECT_FALSE(Admit(NotificationKind::CommandRequested, "anna"));
-    EXPECT_FALSE(Admit(NotificationKind::CommandFailed, "anna", "failure"));
-    EXPECT_TRUE(Admit(NotificationKind::CommandRequested, "bert"));
+    EXPECT_FALSE(limiter.AdmitsFailureOf("anna", now));
+    EXPECT_TRUE(limiter.AdmitsFailureOf("bert", now));
+    EXPECT_FALSE(Admit(NotificationKind::CommandFailed, "anna", "failure")) << "of another command in progress";
+    EXPECT_TRUE(Admit(NotificationKind::CommandRequested, "anna"));
     EXPECT_TRUE(Admit(NotificationKind::CommandFailed, "anna", "unknown")) << "it may have been carried out";
     now += std::chrono::minutes(1);
-    EXPECT_TRUE(Admit(NotificationKind::CommandRequested, "anna"));
+    EXPECT_TRUE(limiter.AdmitsFailureOf("anna", now));
     EXPECT_THAT(Admit(NotificationKind::CommandFailed, "anna").value(), ElementsAre(std::pair("leftOut", "1")));
+    EXPECT_FALSE(limiter.AdmitsFailureOf("anna", now));
 }
 
 TEST(WritingTheAuditLog, BoundsTheLinesOfOneUserAndHidesNoOthers)

@@ -103,15 +103,18 @@ protected:
     std::shared_ptr<FakeHandler> handler = std::make_shared<FakeHandler>();
     ModuleRegistry::Registrar registrar{registry, "Fake", gate};
     System::Nm::NotificationManager notifications;
-    Dispatcher dispatcher{registry, notifications,
-                          [this]
-                          {
-                              return isAuditWritable;
-                          }};
+    Dispatcher dispatcher{registry,
+                          notifications,
+                          {[this] { return isAuditWritable; },
+                           [this](const BasicString& userName)
+                           {
+                               return userName == "ann" && admitsFailure;
+                           }}};
     bool isConfirmed = false;
     std::shared_ptr<FakeExchange> exchange;
     std::vector<BasicString> published;
     bool isAuditWritable = true;
+    bool admitsFailure = true;
 };
 
 TEST_F(Dispatchers, CheckInTheGivenOrder)
@@ -231,6 +234,23 @@ TEST_F(Dispatchers, CarryOutNoCommandThatLeavesNoTrace)
     EXPECT_FALSE(isRun);
 }
 
+TEST_F(Dispatchers, RefuseCommandsWhoseFailureCouldNotBeRecorded)
+{
+    bool isRun = false;
+    handler->run = [&isRun](const WbmRequest&)
+    {
+        isRun = true;
+        return "done";
+    };
+    admitsFailure = false;
+    EXPECT_EQ(Ask(HttpMethod::Post, "Control").status, 429U);
+    EXPECT_THAT(exchange->body, testing::HasSubstr("\"too-many-failed-commands\""));
+    EXPECT_EQ(exchange->fields, "Retry-After: 60\r\n");
+    EXPECT_THAT(published, testing::ElementsAre("CommandRefused too-many-failed-commands"));
+    EXPECT_FALSE(isRun);
+    EXPECT_EQ(Ask(HttpMethod::Post, "Safe").status, 200U);
+}
+
 TEST_F(Dispatchers, TakeAConfirmationForEachCommandThatNeedsOneAndForNothingElse)
 {
     Ask(HttpMethod::Post, "Reset");
@@ -247,6 +267,10 @@ TEST_F(Dispatchers, TakeAConfirmationForEachCommandThatNeedsOneAndForNothingElse
     EXPECT_EQ(Ask(HttpMethod::Post, "Reset").status, 503U);
     EXPECT_TRUE(isConfirmed) << "nothing was carried out";
     isAuditWritable = true;
+    admitsFailure = false;
+    EXPECT_EQ(Ask(HttpMethod::Post, "Reset").status, 429U);
+    EXPECT_TRUE(isConfirmed);
+    admitsFailure = true;
     EXPECT_EQ(Ask(HttpMethod::Post, "Reset").status, 200U);
     EXPECT_FALSE(isConfirmed);
     EXPECT_EQ(Ask(HttpMethod::Post, "Reset").status, 403U);

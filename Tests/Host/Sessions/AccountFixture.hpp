@@ -127,11 +127,13 @@ protected:
     UserRoute userRoute{users, sessions, loop};
     ApiTokenRoute apiTokenRoute{users, sessions, loop};
     Modules::ModuleRegistry registry{loop, {}};
-    Modules::Dispatcher dispatcher{registry, notifications,
-                                   []
-                                   {
-                                       return true;
-                                   }};
+    Modules::Dispatcher dispatcher{registry,
+                                   notifications,
+                                   {[] { return true; },
+                                    [](const BasicString&)
+                                    {
+                                        return true;
+                                    }}};
     Api::ApiRouter router{{sessions, dispatcher, notifications, worker, {}}};
     PasswordWorker worker{loop.GetContext()};
     Http::HttpRequest request{.host = "h", .contentType = "Application/JSON; charset=utf-8"};
