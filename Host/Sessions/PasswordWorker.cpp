@@ -105,8 +105,8 @@ void PasswordWorker::Run()
 
 PasswordWorker::Waiting PasswordWorker::TakeNext()
 {
-    const auto next = isOldestNext ? std::ranges::min_element(queue, {}, &Waiting::number) : queue.begin();
-    isOldestNext = !isOldestNext;
+    const bool isOldest = ++takenTasks % oldestInterval == 0;
+    const auto next = isOldest ? std::ranges::min_element(queue, {}, &Waiting::number) : queue.begin();
     Waiting taken = std::move(*next);
     queue.erase(next);
     return taken;

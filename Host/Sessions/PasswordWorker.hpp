@@ -28,6 +28,10 @@ public:
     /// Beside the one in progress.
     static constexpr std::size_t maximumWaiting = 128;
 
+    /// The task that has waited longest comes every so many times: the less often, the more of the guesses that come
+    /// at once the newest ones overtake.
+    static constexpr uint64 oldestInterval = 8;
+
     /// The context resumes the exchanges; borrowed.
     explicit PasswordWorker(boost::asio::io_context& context);
     PasswordWorker(const PasswordWorker&) = delete;
@@ -35,8 +39,8 @@ public:
     ~PasswordWorker();
 
     /// Of the tasks that wait, those with the smallest rank come first, and among equals the newest: when many
-    /// addresses begin to guess at once, who comes then does not wait for all of them. Every second time the one that
-    /// has waited longest comes instead, so that none waits forever. When too many wait, the oldest of those
+    /// addresses begin to guess at once, who comes then does not wait for all of them. At intervals the one that has
+    /// waited longest comes instead, so that none waits forever. When too many wait, the oldest of those
     /// with the greatest rank gets a 503.
     [[nodiscard]] Http::Handling Post(const std::shared_ptr<Http::IHttpExchange>& exchange, std::size_t rank,
                                       Task task);
@@ -63,7 +67,7 @@ private:
     /// By rank, among equals the newest first.
     std::vector<Waiting> queue OXA_GUARDED_BY(mutex);
     uint64 lastNumber OXA_GUARDED_BY(mutex) = 0;
-    bool isOldestNext OXA_GUARDED_BY(mutex) = false;
+    uint64 takenTasks OXA_GUARDED_BY(mutex) = 0;
     std::thread thread OXA_GUARDED_BY(mutex);
 };
 
