@@ -1,6 +1,7 @@
 #include "Host/AuditCommands.hpp"
 
 #include "Host/Audit/AuditStore.hpp"
+#include "Host/Audit/UtcTime.hpp"
 #include "Host/CommandLine.hpp"
 #include "Host/CommandRecord.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"

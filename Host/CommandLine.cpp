@@ -1,6 +1,6 @@
 #include "Host/CommandLine.hpp"
 
-#include "Host/Audit/AuditStore.hpp"
+#include "Host/Audit/UtcTime.hpp"
 #include "Oxa/System/Um/UserInfo.hpp"
 
 #include <CLI/CLI.hpp>

@@ -1,6 +1,7 @@
 #include "Host/Audit/AuditRoute.hpp"
 
 #include "Host/Audit/AuditStore.hpp"
+#include "Host/Audit/UtcTime.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Host/Http/Problem.hpp"
 #include "Oxa/Services/Commons/Wbm/RequestQuery.hpp"
