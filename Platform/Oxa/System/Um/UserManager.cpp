@@ -1,8 +1,8 @@
 #include "Oxa/System/Um/UserManager.hpp"
 
 #include "Oxa/System/Commons/Exception.hpp"
-#include "Oxa/System/Commons/Mutex.hpp"
 #include "Oxa/System/Commons/Text.hpp"
+#include "Oxa/System/Um/Internal/ApiTokenUses.hpp"
 #include "Oxa/System/Um/Internal/PasswordHash.hpp"
 #include "Oxa/System/Um/Internal/PasswordPolicy.hpp"
 #include "Oxa/System/Um/Internal/TokenTable.hpp"
@@ -13,12 +13,10 @@
 
 #include <algorithm>
 #include <array>
-#include <map>
 #include <utility>
 
 // Reading never waits for a writer and goes on where nothing can be written: the reader has a connection of its own.
-// Each change opens another one and is one transaction, with all that it depends on and with its result. No mutex of
-// this class is held while another one is taken, nor during a change.
+// Each change opens another one and is one transaction, with all that it depends on and with its result.
 
 namespace Oxa::System::Um
 {
@@ -31,8 +29,6 @@ using Internal::StoredUser;
 using Internal::UserRecords;
 using System::Commons::ArgumentException;
 using System::Commons::InvalidOperationException;
-using System::Commons::Mutex;
-using System::Commons::MutexLock;
 namespace Text = System::Commons::Text;
 
 namespace
@@ -220,50 +216,10 @@ struct UserManager::Content
         return user != nullptr ? std::optional(*user) : std::nullopt;
     }
 
-    void NoteUse(int64 apiTokenId)
-    {
-        const MutexLock lock(usesMutex);
-        uses[apiTokenId] = GetNow();
-    }
-
-    void RecordUses()
-    {
-        const auto recorded = CopyUses();
-        if (recorded.empty())
-        {
-            return;
-        }
-        SqliteConnection connection = Internal::OpenUserDatabaseForWriting(path);
-        // A later commit, or the next checkpoint, makes it durable.
-        connection.Execute("PRAGMA synchronous = NORMAL; PRAGMA busy_timeout = 0");
-        SqliteTransaction transaction(connection, SqliteTransaction::Kind::Write);
-        SqliteStatement update(connection, "UPDATE apiTokens SET lastUsed = ?2 WHERE number = ?1");
-        for (const auto& [id, time] : recorded)
-        {
-            update.Run([] {}, id, time.ToUnixTimeMicroseconds());
-        }
-        transaction.Commit();
-        const MutexLock lock(usesMutex);
-        std::erase_if(uses,
-                      [&recorded](const auto& each)
-                      {
-                          const auto found = recorded.find(each.first);
-                          return found != recorded.end() && found->second == each.second;
-                      });
-    }
-
-    [[nodiscard]] std::map<int64, DateTime> CopyUses()
-    {
-        const MutexLock lock(usesMutex);
-        return uses;
-    }
-
     const BasicString path;
     Internal::UserRecordsReader reader;
     Internal::TokenTable tokens{&randombytes_random};
-    Mutex usesMutex;
-    /// When API tokens, by their ids, were last used, as far as that is not recorded.
-    std::map<int64, DateTime> uses OXA_GUARDED_BY(usesMutex);
+    Internal::ApiTokenUses uses;
 };
 
 bool UserManager::CreateDatabase(const BasicString& databasePath)
@@ -510,7 +466,7 @@ BasicString UserManager::AddApiToken(const BasicString& name, std::string_view r
 std::vector<ApiTokenInfo> UserManager::GetApiTokens() const
 {
     const auto records = content->reader.Read();
-    const auto uses = content->CopyUses();
+    const auto uses = content->uses.Get();
     std::vector<ApiTokenInfo> tokens;
     for (const StoredApiToken& each : records->apiTokens)
     {
@@ -546,7 +502,7 @@ std::optional<SecurityToken> UserManager::LogInWithApiToken(std::string_view sec
     {
         return std::nullopt;
     }
-    content->NoteUse(found->login.id);
+    content->uses.Note(found->login.id, GetNow());
     return content->tokens.FindOrAdd(found->login);
 }
 
@@ -554,7 +510,7 @@ void UserManager::RecordApiTokenUse() noexcept
 {
     try
     {
-        content->RecordUses();
+        content->uses.Record(content->path);
     }
     catch (...)
     {
