@@ -1,6 +1,7 @@
 #include "Host/CommandLine.hpp"
 
 #include "Host/Audit/UtcTime.hpp"
+#include "Oxa/System/Nm/Notification.hpp"
 #include "Oxa/System/Um/UserInfo.hpp"
 
 #include <CLI/CLI.hpp>
@@ -100,7 +101,13 @@ void AddAuditCommands(CLI::App& app, CommandLine& commandLine)
     CLI::App* const list = audit->add_subcommand("list", "Lists rows, the newest last")->fallthrough();
     list->callback([&commandLine] { commandLine.action = Action::ListAudit; });
     list->add_option("--user", commandLine.auditUserName, "Only rows of this user");
-    list->add_option("--action", commandLine.auditAction, "Only rows of this action, for instance CommandExecuted");
+    list->add_option("--action", commandLine.auditAction, "Only rows of this action, for instance CommandExecuted")
+        ->check(
+            [](const BasicString& text)
+            {
+                return System::Nm::IsNotificationKindName(text) ? BasicString()
+                                                                : "'" + text + "' is no action; oxa-wbm(8) lists them";
+            });
     const auto isTime = [](const BasicString& text)
     {
         return Audit::ParseUtcTime(text) ? BasicString()

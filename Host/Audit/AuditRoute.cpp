@@ -8,6 +8,7 @@
 #include "Oxa/System/Commons/Json/JsonReader.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
 #include "Oxa/System/Commons/OxaDateTime.hpp"
+#include "Oxa/System/Nm/Notification.hpp"
 
 #include <charconv>
 #include <optional>
@@ -55,8 +56,9 @@ std::optional<AuditFilter> ReadFilter(std::string_view queryText)
     const RequestQuery query{BasicString(queryText)};
     AuditFilter filter;
     query.TryGetParameterValue("user", filter.user, false);
-    query.TryGetParameterValue("action", filter.action, false);
+    const bool hasAction = query.TryGetParameterValue("action", filter.action, false);
     const bool isValid =
+        (!hasAction || System::Nm::IsNotificationKindName(filter.action)) &&
         TryRead(query, "from", filter.from, &ParseUtcTime) && TryRead(query, "to", filter.to, &ParseUtcTime) &&
         TryRead(query, "before", filter.before, &ParseNumber) && TryRead(query, "limit", filter.limit, &ParseNumber);
     return isValid && filter.limit <= AuditRoute::maximumLimit ? std::optional(std::move(filter)) : std::nullopt;

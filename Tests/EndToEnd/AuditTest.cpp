@@ -44,7 +44,8 @@ TEST(AuditTrails, ShowWhoDidWhatOverBothInterfacesWhileTheHostRuns)
         << "a change on the command line, before its outcome";
     EXPECT_THAT(earlier.body(), Not(HasSubstr("Echo")));
     EXPECT_THAT(earlier.body(), Not(HasSubstr("before")));
-    for (const char* const query : {"limit=0", "limit=201", "limit=", "before=x", "from=yesterday", "to=2026-13-01"})
+    for (const char* const query : {"limit=0", "limit=201", "limit=", "before=x", "from=yesterday", "to=2026-13-01",
+                                    "action=Unknown", "action=loggedin", "action="})
     {
         const auto refused = host.Ask("GET", BasicString("/api/v1/audit?") + query, admin);
         EXPECT_EQ(GetMember(refused.body(), "code"), "invalid-filter") << query;
@@ -57,6 +58,7 @@ TEST(AuditTrails, ShowWhoDidWhatOverBothInterfacesWhileTheHostRuns)
     EXPECT_EQ(host.RunAuditCommand({"list", "--action", "CommandExecuted"}), 0);
     EXPECT_THAT(host.GetCommandOutput(), HasSubstr("\tCommandExecuted\tadmin\t127.0.0.1\tEcho\tsuccess\t" + requestId));
     EXPECT_EQ(host.RunAuditCommand({"list", "--from", "soon"}), 64);
+    EXPECT_EQ(host.RunAuditCommand({"list", "--action", "Commands"}), 64);
     host.Stop();
     EXPECT_EQ(host.RunAuditCommand({"list", "--limit", "1"}), 0);
     EXPECT_THAT(host.GetCommandOutput(), HasSubstr("\tHostStopped\t"));

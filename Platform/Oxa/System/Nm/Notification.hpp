@@ -60,6 +60,9 @@ enum class NotificationKind : uint16
 /// The enumerator's name; "Unknown" for a number without one. Valid until the process ends.
 [[nodiscard]] OXA_EXPORT std::string_view GetNotificationKindName(NotificationKind kind) noexcept;
 
+/// Whether an enumerator has this name.
+[[nodiscard]] OXA_EXPORT bool IsNotificationKindName(std::string_view name) noexcept;
+
 /// An event that others may record, for instance in an audit trail. A value type. Texts may hold any bytes; code that
 /// shows or stores them escapes them. Never holds a secret.
 struct Notification

@@ -60,6 +60,12 @@ std::string_view GetNotificationKindName(NotificationKind kind) noexcept
     return found != std::end(kindNames) ? found->second : "Unknown";
 }
 
+bool IsNotificationKindName(std::string_view name) noexcept
+{
+    return std::ranges::find(kindNames, name, &std::pair<NotificationKind, std::string_view>::second) !=
+           std::end(kindNames);
+}
+
 void NotificationManager::Publish(Notification notification) noexcept
 {
     if (notification.time.GetTicks() == 0)
