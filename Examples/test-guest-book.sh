@@ -31,6 +31,10 @@ expect "$(ask POST 'GuestBookDp/Sign?guest=')" \
 expect "$(ask POST GuestBookDp/GetEntries)" \
     '{"errorCode":"","resultKind":1,"payload":{"entries":\["Ada, by user '"*$UID*, process $host"'"]}}'
 
+# A viewer may neither sign nor read.
+viewer="$("$prefix/bin/oxa-wbm" token add viewer --role Viewer --config "$examples/GuestBook/oxa-wbm.xml" --state "$state")"
+expect "$(token="$viewer" ask POST 'GuestBookDp/Sign?guest=Eve')" '*"code":"no-permission"*'
+
 endWell "$device"
 expect "$(ask POST GuestBookDp/GetEntries --output "$work/problem.json" --write-out '%{http_code}')" 503
 endWell "$host"

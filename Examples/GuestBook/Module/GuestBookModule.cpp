@@ -8,7 +8,11 @@
 #include "Oxa/System/Commons/Diagnostics/Logging/LogManager.hpp"
 #include "Oxa/System/Commons/Exception.hpp"
 #include "Oxa/System/Commons/Json/JsonWriter.hpp"
+#include "Oxa/System/Rsc/RscString.hpp"
 #include "Oxa/System/Rsc/ServiceManager.hpp"
+#include "Oxa/System/Um/SecurityToken.hpp"
+#include "Oxa/System/Um/Services/Internal/AuthorizationServiceProxyFactory.hpp"
+#include "Oxa/System/Um/Services/Internal/IAuthorizationService.hpp"
 
 #include <memory>
 #include <utility>
@@ -27,7 +31,12 @@ using Oxa::System::Commons::AppDomain;
 using Oxa::System::Commons::ArgumentException;
 using Oxa::System::Commons::InvalidOperationException;
 using Oxa::System::Rsc::IRscService;
+using Oxa::System::Rsc::IRscServiceProxyFactory;
+using Oxa::System::Rsc::RscString;
 using Oxa::System::Rsc::ServiceManager;
+using Oxa::System::Um::SecurityToken;
+using Oxa::System::Um::Services::Internal::AuthorizationServiceProxyFactory;
+using Oxa::System::Um::Services::Internal::IAuthorizationService;
 
 const BasicString dataProviderName = "GuestBookDp";
 
@@ -66,14 +75,23 @@ public:
     }
 
     /// Null: not available, requests get 503. Requires: no request is in progress.
-    void SetService(std::shared_ptr<IGuestBookService> newService)
+    void SetServices(std::shared_ptr<IGuestBookService> newService,
+                     std::shared_ptr<IAuthorizationService> newAuthorization)
     {
         service = std::move(newService);
+        authorization = std::move(newAuthorization);
     }
 
     [[nodiscard]] bool IsAvailable() const override
     {
-        return service != nullptr;
+        return service != nullptr && authorization != nullptr;
+    }
+
+    /// Signing changes the book: only for the roles Engineer and Admin.
+    [[nodiscard]] bool HasPermissions(const SecurityToken& token) const override
+    {
+        const RscString<512> object("oxa.services.wbm/modules/GuestBook/Book");
+        return authorization->IsAuthorized(object, Oxa::System::Um::executePermission, token.GetValue());
     }
 
 private:
@@ -107,14 +125,15 @@ private:
     }
 
     std::shared_ptr<IGuestBookService> service;
+    std::shared_ptr<IAuthorizationService> authorization;
 };
 
 /// Null when no process provides the service.
-std::shared_ptr<IGuestBookService> FindService()
+template <class TService>
+std::shared_ptr<TService> FindService(IRscServiceProxyFactory& factory)
 {
-    auto& factory = GuestBookServiceProxyFactory::GetInstance();
     const std::shared_ptr<IRscService> proxy(ServiceManager::GetService(factory.GetServiceProviderName(), factory));
-    return std::dynamic_pointer_cast<IGuestBookService>(proxy);
+    return std::dynamic_pointer_cast<TService>(proxy);
 }
 
 /// The module "GuestBook": one data provider that calls the service of the guest book.
@@ -123,7 +142,8 @@ class GuestBookModule final : public WbmModuleBase
 public:
     void SetupModule(const ModuleInfo& /*moduleInfo*/, IWbmModuleHandler& moduleHandler) override
     {
-        handler->SetService(FindService());
+        handler->SetServices(FindService<IGuestBookService>(GuestBookServiceProxyFactory::GetInstance()),
+                             FindService<IAuthorizationService>(AuthorizationServiceProxyFactory::GetInstance()));
         if (!moduleHandler.RegisterDataProvider(Registration::DataProviderInfo(dataProviderName), handler))
         {
             throw InvalidOperationException::Create("Failed to register data provider: {0}", dataProviderName);
@@ -138,7 +158,7 @@ public:
             moduleHandler.UnregisterDataProvider(dataProviderName);
             isRegistered = false;
         }
-        handler->SetService(nullptr);
+        handler->SetServices(nullptr, nullptr);
     }
 
 private:
