@@ -56,8 +56,8 @@ struct ItemReading
 };
 
 /// One read of one or several items that belong together. Sources that share a snapshot of the machine take it once per
-/// pass, and all of them together wait for files that hang no longer than one budget allows. A value type; a copy
-/// stands for the same pass.
+/// pass, and all of them together wait for files that hang no longer than one budget allows, except for the first slow
+/// read of a driver. A value type; a copy stands for the same pass.
 class ReadPass final
 {
 public:
