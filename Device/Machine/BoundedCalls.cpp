@@ -98,7 +98,7 @@ BoundedCalls::~BoundedCalls()
     thread.detach();
 }
 
-System::Commons::Mutex& BoundedCalls::GetMutex() noexcept
+System::Commons::Mutex& BoundedCalls::GetMutex() const noexcept
 {
     return progress->mutex;
 }

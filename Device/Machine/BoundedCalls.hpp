@@ -88,7 +88,8 @@ public:
     ~BoundedCalls();
 
     /// Guards what the owner keeps; a call in progress may use that as well, see `AwaitIdle`.
-    [[nodiscard]] System::Commons::Mutex& GetMutex() noexcept OXA_THREAD_ATTRIBUTE(lock_returned(progress->mutex));
+    [[nodiscard]] System::Commons::Mutex& GetMutex() const noexcept
+        OXA_THREAD_ATTRIBUTE(lock_returned(progress->mutex));
 
     /// True when no call is in progress: until the mutex is released, what the owner keeps may be used. False when a
     /// call hangs. Releases the mutex while it waits.

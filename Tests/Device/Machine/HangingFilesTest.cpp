@@ -18,7 +18,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cerrno>
 #include <condition_variable>
 #include <filesystem>
@@ -60,6 +59,11 @@ void Hang()
 {
     std::unique_lock lock(mutex);
     released.wait(lock, [] { return !isHanging; });
+}
+
+std::ptrdiff_t CountThreads()
+{
+    return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
 }
 
 template <class Function>
@@ -165,11 +169,6 @@ protected:
         const std::lock_guard lock(mutex);
         isHanging = false;
         released.notify_all();
-    }
-
-    static std::ptrdiff_t CountThreads()
-    {
-        return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
     }
 
     [[nodiscard]] BasicString Read(const char* key, const Items::ReadPass& pass = Items::ReadPass::Begin()) const
@@ -312,7 +311,8 @@ protected:
             released.notify_all();
         }
         sensor.reset();
-        EXPECT_TRUE(Support::Eventually([this] { return readCount == expectedReadCount; })) << readCount;
+        EXPECT_TRUE(Support::Eventually([] { return CountThreads() == 1; }));
+        EXPECT_EQ(readCount, expectedReadCount);
         const std::lock_guard lock(mutex);
         driverFolder.clear();
     }
@@ -336,7 +336,7 @@ protected:
     std::chrono::milliseconds duration{};
     int error = 0;
     bool isReadHere = false;
-    std::atomic<int> readCount = 0;
+    int readCount = 0;
     int expectedReadCount = 0;
     std::unique_ptr<Sources::SensorSource> sensor = MakeSensor("temp1_input");
 };
