@@ -1,12 +1,9 @@
 #pragma once
 
 #include "Device/Machine/MachineRoot.hpp"
-#include "Oxa/System/Commons/Types.hpp"
+#include "Support/TemporaryFolder.hpp"
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <stdexcept>
 #include <string_view>
 
 namespace Oxa::Tests::Device
@@ -16,24 +13,6 @@ namespace Oxa::Tests::Device
 class FakeMachine final
 {
 public:
-    FakeMachine()
-    {
-        BasicString name = (std::filesystem::temp_directory_path() / "oxa-machine-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr)
-        {
-            throw std::runtime_error("cannot make a folder");
-        }
-        folder = name;
-    }
-
-    FakeMachine(const FakeMachine&) = delete;
-    FakeMachine& operator=(const FakeMachine&) = delete;
-
-    ~FakeMachine()
-    {
-        std::filesystem::remove_all(folder);
-    }
-
     /// An office PC with four cores, one of them offline, and a hardware monitor beside a disk's.
     void BecomePc()
     {
@@ -75,9 +54,9 @@ public:
     /// `path`: as seen on the machine.
     void Write(std::string_view path, std::string_view content) const
     {
-        const std::filesystem::path file = GetPath(path);
-        std::filesystem::create_directories(file.parent_path());
-        std::ofstream(file, std::ios::binary) << content;
+        const std::string_view name = path.substr(1);
+        std::filesystem::create_directories(std::filesystem::path(GetPath(path)).parent_path());
+        folder.Write(name, content);
     }
 
     /// Puts another file in its place, as an update does.
@@ -89,16 +68,16 @@ public:
 
     [[nodiscard]] BasicString GetPath(std::string_view path) const
     {
-        return folder + BasicString(path);
+        return folder.GetPath() + BasicString(path);
     }
 
     [[nodiscard]] Oxa::Device::Linux::Machine::MachineRoot GetRoot() const
     {
-        return Oxa::Device::Linux::Machine::MachineRoot(folder);
+        return Oxa::Device::Linux::Machine::MachineRoot(folder.GetPath());
     }
 
 private:
-    BasicString folder;
+    const Support::TemporaryFolder folder;
 };
 
 } // namespace Oxa::Tests::Device

@@ -13,8 +13,6 @@
 
 #include <array>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
 
 namespace LoggingTest
@@ -127,19 +125,16 @@ TEST(ConfiguringTheLog, AppliesTheLongestMatchingPrefix)
 
 TEST(ConfiguringTheLog, WritesToAFileAndKeepsTheOldTargetWhenTheFileCannotBeOpened)
 {
-    const auto folder = std::filesystem::temp_directory_path() / ("LoggingTest." + std::to_string(::getpid()));
+    const Oxa::Tests::Support::TemporaryFolder folder;
     LogConfiguration configuration;
     configuration.target = LogConfiguration::Target::File;
-    configuration.filePath = folder / "log.txt";
+    configuration.filePath = folder.GetPath("log.txt");
     LogManager::Configure(configuration);
-    configuration.filePath = folder / "log.txt" / "no-folder";
+    configuration.filePath = folder.GetPath("log.txt/no-folder");
     EXPECT_THROW(LogManager::Configure(configuration), Oxa::System::Commons::InvalidOperationException);
     LogManager::CreateLogAdapter("A::B")->Write(LogLevel::Notice, "kept");
     LogManager::WaitUntilWritten(std::chrono::seconds(10));
-    std::ifstream file(folder / "log.txt");
-    const std::string line((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    EXPECT_NE(line.find("notice A::B: kept"), std::string::npos) << line;
-    std::filesystem::remove_all(folder);
+    EXPECT_NE(folder.Read("log.txt").find("notice A::B: kept"), std::string::npos);
 }
 
 TEST(Logging, DelaysNoThreadAndCountsWhatIsLostWhileTheTargetTakesNothing)

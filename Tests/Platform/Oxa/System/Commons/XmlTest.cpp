@@ -5,12 +5,9 @@
 #include "Oxa/System/Commons/Xml/XmlSerializationContext.hpp"
 #include "Oxa/System/Commons/Xml/XmlWriter.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
+#include "Support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
 
 namespace
 {
@@ -42,22 +39,6 @@ struct NameCollector final : IXmlSerializable
 class LoadingDocuments : public testing::Test
 {
 protected:
-    LoadingDocuments() : folder(std::filesystem::temp_directory_path() / ("XmlTest." + std::to_string(::getpid())))
-    {
-        std::filesystem::create_directory(folder);
-    }
-
-    ~LoadingDocuments() override
-    {
-        std::filesystem::remove_all(folder);
-    }
-
-    BasicString Write(const BasicString& name, const BasicString& text) const
-    {
-        std::ofstream(folder / name) << text;
-        return folder / name;
-    }
-
     /// The message of the exception, or empty.
     BasicString Load(const BasicString& path)
     {
@@ -73,7 +54,7 @@ protected:
         return {};
     }
 
-    const std::filesystem::path folder;
+    const Oxa::Tests::Support::TemporaryFolder folder;
     NameCollector collector;
     BasicString messageWithPosition;
 };
@@ -176,29 +157,29 @@ TEST_F(LoadingDocuments, NamesFileLineAndCauseOfEveryFault)
     };
     for (const auto& [name, text, message] : cases)
     {
-        const BasicString path = Write(name, text);
+        const BasicString path = folder.Write(name, text);
         EXPECT_NE(Load(path).find(path + message), BasicString::npos) << Load(path);
     }
-    EXPECT_EQ(Load(folder / "none.xml"),
-              "cannot read '" + (folder / "none.xml").string() + "': No such file or directory");
-    EXPECT_NE(Load(Write("huge.xml", BasicString(10'000'000, ' '))).find("huge.xml"), BasicString::npos);
+    const BasicString none = folder.GetPath("none.xml");
+    EXPECT_EQ(Load(none), "cannot read '" + none + "': No such file or directory");
+    EXPECT_NE(Load(folder.Write("huge.xml", BasicString(10'000'000, ' '))).find("huge.xml"), BasicString::npos);
     EXPECT_NE(Load("/dev/zero").find("not a regular file"), BasicString::npos);
 }
 
 TEST_F(LoadingDocuments, KeepsTheTextOfAnExceptionAndAddsThePositionBesideIt)
 {
-    const BasicString path = Write("bad.xml", "<Root>\n\n<Bad/></Root>");
+    const BasicString path = folder.Write("bad.xml", "<Root>\n\n<Bad/></Root>");
     EXPECT_EQ(Load(path), "bad element");
     EXPECT_EQ(messageWithPosition, path + ":3: bad element");
 }
 
 TEST_F(LoadingDocuments, ReadsAllFilesOfAFolderInNameOrder)
 {
-    EXPECT_NE(Load(folder).find("holds no *.xml file"), BasicString::npos);
-    Write("20.xml", "<Root><Second/></Root>");
-    Write("10.xml", "<Root><First/></Root>");
-    Write("30.txt", "not XML");
-    EXPECT_EQ(Load(folder), "");
+    EXPECT_NE(Load(folder.GetPath()).find("holds no *.xml file"), BasicString::npos);
+    folder.Write("20.xml", "<Root><Second/></Root>");
+    folder.Write("10.xml", "<Root><First/></Root>");
+    folder.Write("30.txt", "not XML");
+    EXPECT_EQ(Load(folder.GetPath()), "");
     EXPECT_EQ(collector.names, "First;Second;");
 }
 

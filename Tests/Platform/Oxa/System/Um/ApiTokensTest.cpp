@@ -3,8 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <fstream>
-
 namespace Oxa::System::Um
 {
 namespace
@@ -13,18 +11,13 @@ namespace
 using std::chrono::days;
 using System::Commons::ArgumentException;
 
-class ApiTokens : public UserDatabaseTest
+class ApiTokens : public UserManagerTest
 {
 protected:
     [[nodiscard]] BasicString Add(const BasicString& name, std::optional<days> lifetime = {})
     {
         return users.AddApiToken(name, "Engineer", lifetime, "anna");
     }
-
-    const bool isCreated = UserManager::CreateDatabase(path);
-    UserManager users{path};
-    /// Stands for another process: it shares nothing with the first but the file.
-    UserManager elsewhere{path};
 };
 
 TEST_F(ApiTokens, LogProgramsInWithTheirRole)
@@ -49,12 +42,7 @@ TEST_F(ApiTokens, LogProgramsInWithTheirRole)
 TEST_F(ApiTokens, AreKeptAsHashesOnly)
 {
     const BasicString secret = Add("monitoring");
-    BasicString content;
-    for (const char* const suffix : {"", "-wal"})
-    {
-        std::ifstream file(path + suffix, std::ios::binary);
-        content.append(std::istreambuf_iterator<char>(file), {});
-    }
+    const BasicString content = folder.Read("users.db") + folder.Read("users.db-wal");
     EXPECT_NE(content.find("monitoring"), BasicString::npos);
     EXPECT_EQ(content.find(secret.substr(4)), BasicString::npos);
 }

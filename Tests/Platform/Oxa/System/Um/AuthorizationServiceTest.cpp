@@ -21,7 +21,7 @@ using testing::Contains;
 using testing::Field;
 using testing::HasSubstr;
 
-class AskingTheAuthorizationService : public UserDatabaseTest
+class AskingTheAuthorizationService : public UserManagerTest
 {
 protected:
     AskingTheAuthorizationService()
@@ -39,8 +39,6 @@ protected:
     }
 
     AuthorizationServiceProxyFactory& factory = AuthorizationServiceProxyFactory::GetInstance();
-    const bool isCreated = UserManager::CreateDatabase(path);
-    UserManager users{path};
     System::Rsc::RscRegistration registration{"", "", {{factory, std::make_shared<AuthorizationService>(users)}}};
     SecurityToken token;
     std::unique_ptr<IAuthorizationService> proxy;

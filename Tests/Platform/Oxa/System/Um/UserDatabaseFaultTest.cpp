@@ -77,7 +77,7 @@ class FaultsOfTheDisk : public UserDatabaseTest
 protected:
     void Prepare()
     {
-        for (const auto& each : std::filesystem::directory_iterator(folder))
+        for (const auto& each : std::filesystem::directory_iterator(folder.GetPath()))
         {
             std::filesystem::remove(each);
         }
@@ -91,7 +91,7 @@ protected:
 
     void ExpectPrivateFiles()
     {
-        for (const auto& each : std::filesystem::directory_iterator(folder))
+        for (const auto& each : std::filesystem::directory_iterator(folder.GetPath()))
         {
             EXPECT_EQ(each.status().permissions() &
                           (std::filesystem::perms::group_all | std::filesystem::perms::others_all),
@@ -113,7 +113,7 @@ TEST_F(FaultsOfTheDisk, LoseNoAcknowledgedChangeAndNoUser)
         INSERT INTO users (name, passwordHash, roleName) VALUES ('root', '', 'Admin'), ('anna', '', 'Engineer'),
             ('berta', '', 'Engineer'), ('clara', '', 'Viewer');
         PRAGMA application_id = 0x4F786155; PRAGMA user_version = 2; PRAGMA journal_mode = WAL)sql");
-    original = folder.string() + ".original";
+    original = folder.GetPath() + ".original";
     std::filesystem::rename(path, original);
 
     const auto makeChanges = [this](const FaultReport& report)

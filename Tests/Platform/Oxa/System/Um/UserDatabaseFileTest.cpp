@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <fstream>
 #include <thread>
 #include <vector>
 
@@ -17,12 +16,6 @@ namespace
 using std::filesystem::perms;
 using System::Commons::InvalidOperationException;
 using testing::HasSubstr;
-
-BasicString ReadFile(const BasicString& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 class OpeningAUserDatabase : public UserDatabaseTest
 {
@@ -53,7 +46,7 @@ TEST_F(CreatingAUserDatabase, MakesItForItsOwnerOnlyAndOnlyWhereThereIsNothing)
     // Left by processes that were cut off, and by a database that is gone: nothing of it becomes part of the new one.
     for (const BasicString suffix : {".new", ".new-wal", "-wal", "-journal"})
     {
-        std::ofstream(path + suffix) << "garbage";
+        folder.Write("users.db" + suffix, "garbage");
     }
     EXPECT_TRUE(UserManager::CreateDatabase(path));
     UserManager users(path);
@@ -91,7 +84,7 @@ TEST_F(OpeningAUserDatabase, KeepsPasswordsAsArgon2idHashesOnly)
     UserManager::CreateDatabase(path);
     UserManager users(path);
     users.AddUser("anna", "correct horse", "Engineer");
-    const BasicString content = ReadFile(path) + ReadFile(path + "-wal");
+    const BasicString content = folder.Read("users.db") + folder.Read("users.db-wal");
     EXPECT_THAT(content, HasSubstr("$argon2id$v=19$m=19456,t=2,p=1$"));
     EXPECT_EQ(content.find("correct horse"), BasicString::npos);
 }
@@ -99,8 +92,8 @@ TEST_F(OpeningAUserDatabase, KeepsPasswordsAsArgon2idHashesOnly)
 TEST_F(OpeningAUserDatabase, NamesPathAndCauseWhenItCannot)
 {
     ExpectRefused(path, "No such file or directory");
-    EXPECT_THROW(UserManager::CreateDatabase((folder / "missing" / "users.db").string()), InvalidOperationException);
-    ExpectRefused(folder.string(), "it is a folder");
+    EXPECT_THROW(UserManager::CreateDatabase(folder.GetPath("missing/users.db")), InvalidOperationException);
+    ExpectRefused(folder.GetPath(), "it is a folder");
     ExpectRefused("/dev/null", "it is no regular file");
     ExpectRefused("", "No such file or directory");
 }
@@ -119,17 +112,17 @@ TEST_F(OpeningAUserDatabase, NamesPathAndCauseWhenItMayNot)
 TEST_F(OpeningAUserDatabase, LeavesAFileThatIsNoDatabaseAsItIs)
 {
     const BasicString content(100'000, 'x');
-    std::ofstream(path) << content;
+    folder.Write("users.db", content);
     ExpectRefused(path, "file is not a database");
-    EXPECT_EQ(ReadFile(path), content);
+    EXPECT_EQ(folder.Read("users.db"), content);
 }
 
 TEST_F(OpeningAUserDatabase, LeavesTheDatabaseOfAnotherProgramAsItIs)
 {
     ExecuteSql("CREATE TABLE songs (title TEXT)");
-    const BasicString content = ReadFile(path);
+    const BasicString content = folder.Read("users.db");
     ExpectRefused(path, "it is a database of another program");
-    EXPECT_EQ(ReadFile(path), content);
+    EXPECT_EQ(folder.Read("users.db"), content);
 }
 
 TEST_F(OpeningAUserDatabase, RefusesOneOfANewerVersion)
@@ -141,7 +134,7 @@ TEST_F(OpeningAUserDatabase, RefusesOneOfANewerVersion)
 
 TEST_F(OpeningAUserDatabase, LeavesAFileThatIsEmptyAsItIs)
 {
-    std::ofstream(path).close();
+    folder.Write("users.db", "");
     ExpectRefused(path, "it is empty; restore it, or remove it to begin anew");
     EXPECT_FALSE(UserManager::CreateDatabase(path));
     EXPECT_EQ(std::filesystem::file_size(path), 0u);

@@ -1,12 +1,11 @@
 #pragma once
 
-#include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Um/UserManager.hpp"
+#include "Support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
@@ -54,29 +53,23 @@ private:
 class UserDatabaseTest : public testing::Test
 {
 protected:
-    UserDatabaseTest()
-    {
-        BasicString pattern = (std::filesystem::temp_directory_path() / "oxa-um-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr)
-        {
-            throw std::runtime_error("cannot make a folder like " + pattern);
-        }
-        folder = pattern;
-        path = (folder / "users.db").string();
-    }
-
-    ~UserDatabaseTest() override
-    {
-        std::filesystem::remove_all(folder);
-    }
-
     void ExecuteSql(const char* sql) const
     {
         Um::ExecuteSql(OpenDatabase(path), sql);
     }
 
-    std::filesystem::path folder;
-    BasicString path;
+    const Tests::Support::TemporaryFolder folder;
+    const BasicString path = folder.GetPath("users.db");
+};
+
+/// The same with a database.
+class UserManagerTest : public UserDatabaseTest
+{
+protected:
+    const bool isCreated = UserManager::CreateDatabase(path);
+    UserManager users{path};
+    /// Stands for another process: it shares nothing with the first but the file.
+    UserManager elsewhere{path};
 };
 
 } // namespace Oxa::System::Um

@@ -19,7 +19,7 @@ using testing::Not;
 
 constexpr const char* moduleObject = "oxa.services.wbm/modules/Di";
 
-class ManagingUsers : public UserDatabaseTest
+class ManagingUsers : public UserManagerTest
 {
 protected:
     [[nodiscard]] SecurityToken LogInNewUser(const BasicString& name, const BasicString& roleName)
@@ -32,11 +32,6 @@ protected:
     {
         return users.IsAuthorized(moduleObject, executePermission, token);
     }
-
-    const bool isCreated = UserManager::CreateDatabase(path);
-    UserManager users{path};
-    /// Stands for another process: it shares nothing with the first but the file.
-    UserManager elsewhere{path};
 };
 
 using LoggingIn = ManagingUsers;
@@ -198,7 +193,7 @@ TEST_F(Authorizing, SeesWhatAnotherProcessChangedAtOnce)
 {
     const SecurityToken token = LogInNewUser("anna", "Engineer");
     EXPECT_TRUE(MayExecute(token));
-    ExecuteSql("UPDATE users SET roleName = 'Viewer'");
+    EXPECT_EQ(elsewhere.ChangeUser("anna", {.roleName = "Viewer"}).change, UserChange::Done);
     EXPECT_FALSE(MayExecute(token));
     EXPECT_EQ(users.TryGetUser(token), (UserInfo{"anna", "Viewer"}));
     ExecuteSql("UPDATE users SET roleName = 'Admin'");
