@@ -1,25 +1,12 @@
 // The field Cookie. What is found is a piece of the field that ends before the next cookie, and none is found that the
 // field does not name.
 
+#include "Fuzz/Require.hpp"
 #include "Host/Http/HttpSyntax.hpp"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string_view>
-
-namespace
-{
-
-void Require(bool isTrue)
-{
-    if (!isTrue)
-    {
-        std::abort();
-    }
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

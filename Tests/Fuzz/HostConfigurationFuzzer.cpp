@@ -1,5 +1,6 @@
 // The host's configuration file: either it is read, or an XmlException names file, line and cause.
 
+#include "Fuzz/Require.hpp"
 #include "Host/Configuration/HostConfiguration.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 #include "Oxa/System/Commons/XmlException.hpp"
@@ -9,22 +10,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
-
-namespace
-{
-
-void Require(bool isTrue)
-{
-    if (!isTrue)
-    {
-        std::abort();
-    }
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

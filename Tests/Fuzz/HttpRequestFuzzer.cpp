@@ -1,23 +1,15 @@
 // What a client sends. The first byte of an input says in which pieces it comes, the rest is the client's. Whatever the
 // pieces, the reader has to find the same requests and the same problem, and what it lets through has to be clean.
 
+#include "Fuzz/Require.hpp"
 #include "Support/ReadRequests.hpp"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string_view>
 
 namespace
 {
-
-void Require(bool isTrue)
-{
-    if (!isTrue)
-    {
-        std::abort();
-    }
-}
 
 /// The texts of a request hold no control character. Those in its body are not its own.
 void RequireCleanHeaders(std::string_view found)

@@ -1,26 +1,13 @@
 // The body of a request to the host's own routes. A body is either taken with every member of the right type, or
 // refused with a cause that a client may see.
 
+#include "Fuzz/Require.hpp"
 #include "Host/Http/JsonBody.hpp"
 #include "Oxa/System/Commons/Text.hpp"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string_view>
-
-namespace
-{
-
-void Require(bool isTrue)
-{
-    if (!isTrue)
-    {
-        std::abort();
-    }
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

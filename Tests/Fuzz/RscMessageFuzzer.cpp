@@ -1,6 +1,7 @@
 // What a caller sends to the server. With bit 1 of the first byte of an input the handshake is a part of the input too,
 // else it goes before. Everything from the socket to the arguments of a service is the product's own code.
 
+#include "Fuzz/Require.hpp"
 #include "Oxa/Device/Interface/Services/DeviceControlServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceItemServiceProxyFactory.hpp"
 #include "Oxa/Device/Interface/Services/DeviceStatusServiceProxyFactory.hpp"
@@ -21,7 +22,6 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
 #include <deque>
 #include <memory>
 #include <string>
@@ -132,14 +132,6 @@ public:
         return static_cast<AccessErrorCode>(resetKind);
     }
 };
-
-void Require(bool condition)
-{
-    if (!condition)
-    {
-        std::abort();
-    }
-}
 
 /// One end of a connection; the other one sends what the fuzzer says, and hangs up.
 struct Ends
