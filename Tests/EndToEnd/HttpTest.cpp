@@ -189,15 +189,6 @@ TEST(Http, EndsConnectionsThatKeepItWaitingEachByALimitOfItsOwn)
     }
 }
 
-TEST(Http, EndsAConnectionThatIsNotUsedAgain)
-{
-    HostProcess host({.http = R"(idleSeconds="1")"});
-    host.WaitUntilReady();
-    auto client = host.Connect();
-    EXPECT_EQ(client.Ask("GET", "/healthz").result_int(), 200U);
-    EXPECT_TRUE(client.IsEnded());
-}
-
 TEST(Http, EndsAConnectionThatTakesItsAnswerTooSlowly)
 {
     HostProcess host({.http = R"(writeSeconds="1")"});

@@ -22,6 +22,7 @@ using Calls = std::vector<BasicString>;
 
 TEST_F(SettingUpTheItemsModule, RegistersProviderAndPageAndUnregistersTheSame)
 {
+    EXPECT_EQ(&library.GetLibrary(), &library.GetLibrary());
     module->ResetModule(host);
     EXPECT_EQ(host.TakeCalls(), Calls());
     Offer();

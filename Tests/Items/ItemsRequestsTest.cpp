@@ -2,6 +2,7 @@
 #include "Oxa/System/Commons/InvalidOperationException.hpp"
 #include "Oxa/System/Commons/Json/JsonReader.hpp"
 #include "Oxa/System/Rsc/RscServiceException.hpp"
+#include "Support/LogRecorder.hpp"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -22,6 +23,7 @@ using System::Commons::Json::JsonReader;
 using System::Commons::Json::JsonTokenType;
 using System::Rsc::RscServiceException;
 using testing::HasSubstr;
+using Tests::Support::LogRecorder;
 
 BasicString Data(const BasicString& payload)
 {
@@ -252,8 +254,9 @@ TEST_F(RequestingItems, RefusesAListThatNeverEnds)
     EXPECT_THROW(Send("GetItems"), RscServiceException);
 }
 
-TEST_F(RequestingItems, ReportsWhatTheServiceThrows)
+TEST_F(RequestingItems, ReportsWhatTheServiceThrowsAndLogsItAtABoundedRate)
 {
+    const LogRecorder log;
     service->Add("A", ItemValue(true)).description.hasHistory = true;
     using System::Commons::ArgumentException;
     using System::Commons::InvalidOperationException;
@@ -268,6 +271,14 @@ TEST_F(RequestingItems, ReportsWhatTheServiceThrows)
         EXPECT_EQ(Send("GetItems"), body);
         EXPECT_EQ(Send("GetHistory", "key=A"), body);
     }
+    for (int count = 0; count < 100; ++count)
+    {
+        EXPECT_EQ(Send("GetItems"), Error("UnknownError"));
+    }
+    EXPECT_EQ(log.GetEntries().size(), 10U);
+    EXPECT_EQ(log.GetEntries().back(), (LogRecorder::Entry{System::Commons::Diagnostics::Logging::LogLevel::Error,
+                                                           "Oxa::Services::Modules::Wbm::Items::Internal::ItemsHandler",
+                                                           "the request 'GetItems' failed: no"}));
     service->failure = nullptr;
     EXPECT_THAT(Send("GetItems"), HasSubstr(R"("isCut":false)"));
 }

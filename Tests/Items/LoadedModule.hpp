@@ -49,7 +49,8 @@ private:
     void* const handle;
 };
 
-/// The module "Items" in a host, beside a device that lives in memory.
+/// The module "Items" in a host, beside a device that lives in memory. Every test checks that nothing it did keeps the
+/// library from being unloaded.
 class LoadedModule : public testing::Test
 {
 protected:

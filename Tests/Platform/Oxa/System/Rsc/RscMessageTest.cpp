@@ -253,6 +253,7 @@ TEST_F(Messages, CarryTheElementsOfArrays)
     RscArrayReader inner(element);
     EXPECT_EQ(ReadNext<double>(inner), 1.5);
     EXPECT_EQ(ReadNext<double>(inner), 2.5);
+    EXPECT_THROW(inner.ReadNextArray(element), System::Commons::InvalidOperationException);
 
     FakeArray<int8> more{{1}};
     Write([&more](RscMessageWriter& writer) { writer.WriteValue(more.Describe(RscType::Int8, 1)); });

@@ -1,11 +1,9 @@
 #include "Oxa/System/Rsc/RscVariant.hpp"
 
 #include "Oxa/Device/Interface/Services/DeviceItems.hpp"
-#include "Oxa/System/Rsc/RscArrayReader.hpp"
 
 #include <gmock/gmock.h>
 
-#include <cstring>
 #include <limits>
 
 namespace
@@ -92,38 +90,6 @@ TEST(HoldingValues, SurvivesCopyingInEveryType)
     EXPECT_EQ(target.ToString(), "ab");
     target = Value();
     EXPECT_EQ(target.GetType(), RscType::NotSet);
-}
-
-TEST(ReadingArrays, HandsOutElementsAndSubarrays)
-{
-    struct Source
-    {
-        static void ReadNumber(void* context, void* element, std::size_t /*elementBytes*/)
-        {
-            const uint16 number = ++static_cast<Source*>(context)->count;
-            std::memcpy(element, &number, sizeof number);
-        }
-
-        static void ReadRow(void* context, void* element, std::size_t /*elementBytes*/)
-        {
-            *static_cast<Value*>(element) =
-                Value(RscArrayInformation{2, 1, RscType::Uint16, nullptr, nullptr, &ReadNumber, context});
-        }
-
-        uint16 count = 0;
-    } source;
-
-    RscArrayReader table(
-        Value(RscArrayInformation{2, 2, RscType::Uint16, &Source::ReadRow, &source, nullptr, nullptr}));
-    Value row;
-    table.ReadNextArray(row);
-    RscArrayReader elements(row);
-    EXPECT_EQ(elements.GetElementCount(), 2U);
-    std::array<std::byte, RscArrayReader::maximumPrimitiveBytes> element = {};
-    elements.ReadNext(element);
-    elements.ReadNext(element);
-    EXPECT_EQ(static_cast<int>(element[0]), 2);
-    EXPECT_THROW(elements.ReadNextArray(row), InvalidOperationException);
 }
 
 } // namespace
