@@ -1,9 +1,8 @@
 #include "EndToEnd/HostProcess.hpp"
+#include "Support/UnixSocket.hpp"
 
 #include <gmock/gmock.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <array>
@@ -211,10 +210,8 @@ TEST(TellingTheServiceManager, FeedsTheWatchdogWhileAModuleHangs)
 {
     const Support::TemporaryFolder folder;
     const BasicString path = folder.GetPath("notify");
-    const int manager = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    ASSERT_EQ(bind(manager, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    const int manager = Support::MakeUnixSocket(&bind, path, SOCK_DGRAM);
+    ASSERT_GE(manager, 0);
     const auto receive = [manager]
     {
         std::array<char, 256> bytes = {};

@@ -1,5 +1,7 @@
 #include "Processes/DeviceProcess.hpp"
 
+#include "Support/UnixSocket.hpp"
+
 #include <sys/wait.h>
 #include <unistd.h>
 

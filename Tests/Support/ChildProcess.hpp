@@ -2,9 +2,7 @@
 
 #include "Oxa/System/Commons/Types.hpp"
 
-#include <sys/socket.h>
 #include <sys/types.h>
-#include <sys/un.h>
 
 #include <chrono>
 #include <string_view>
@@ -65,17 +63,5 @@ private:
     Stream errors;
     pid_t number = -1;
 };
-
-/// A listening Unix socket, which its owner closes; -1 when there can be none.
-inline int ListenAt(const BasicString& path)
-{
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    const int made = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const bool isListening =
-        bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 && listen(made, 16) == 0;
-    return isListening ? made : -1;
-}
 
 } // namespace Oxa::Tests::Support

@@ -1,9 +1,6 @@
 #include "Device/Items/ItemConversion.hpp"
 
 #include "Device/ItemValueText.hpp"
-#include "Device/Items/ItemTable.hpp"
-#include "Device/Sources/FallbackSource.hpp"
-#include "Support/LogRecorder.hpp"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +10,6 @@ namespace Oxa::Tests::Device
 {
 
 using namespace Oxa::Device::Linux::Items;
-using namespace Oxa::Device::Linux::Sources;
 using System::Rsc::RscType;
 
 TEST(ConvertingValues, NeverWrapsAroundNorCutsOff)
@@ -49,20 +45,6 @@ TEST(ConvertingValues, NeverWrapsAroundNorCutsOff)
         EXPECT_EQ(ToTypedText(ItemConversion::Convert(value, type).value), expected)
             << FormatItem("value", {value, {}}, "");
     }
-}
-
-TEST(ConvertingValues, LogsOncePerItemWhatDoesNotFit)
-{
-    const Support::LogRecorder log;
-    ItemTable table;
-    table.Add("Load", std::make_unique<ConstantSource>(ItemValue(uint64(300))), RscType::Uint8);
-    for (int round = 0; round < 3; ++round)
-    {
-        EXPECT_EQ(ToTypedText(table.Read("Load")), "NotSet");
-    }
-    ASSERT_EQ(log.GetEntries().size(), 1U);
-    EXPECT_EQ(log.GetEntries()[0].message,
-              "the item 'Load' has no value: the number is out of the range of uint8, fixed value");
 }
 
 } // namespace Oxa::Tests::Device

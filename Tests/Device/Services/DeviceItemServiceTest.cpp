@@ -215,18 +215,4 @@ TEST(ListingItems, GivesPagesInTheOrderOfTheKeys)
     }
 }
 
-TEST(ListingItems, BoundsAPage)
-{
-    auto items = std::make_shared<ItemTable>();
-    for (std::size_t number = 0; number <= IDeviceItemService::maximumPageItems; ++number)
-    {
-        items->Add(fmt::format("{:04}", number), std::make_unique<ConstantSource>(ItemValue(uint64(number))));
-    }
-    DeviceItemService service(items, std::make_shared<Items::ItemHistories>(items));
-    const auto page = service.ReadItems("", "", static_cast<std::size_t>(-1));
-    EXPECT_EQ(page.items.size(), IDeviceItemService::maximumPageItems);
-    EXPECT_TRUE(page.isCut);
-    EXPECT_EQ(service.ReadItems("", page.items.back().key, 1000).items.size(), 1U);
-}
-
 } // namespace Oxa::Tests::Device

@@ -146,7 +146,7 @@ protected:
     void Connect(std::chrono::milliseconds timeout, std::chrono::milliseconds commandTimeout = 30s)
     {
         peer.emplace(path);
-        ASSERT_TRUE(peer->isListening);
+        ASSERT_TRUE(peer->IsListening());
         ServiceManager::SetEndpoints({{providerName, path, timeout, commandTimeout}});
         const auto proxy = Find();
         ASSERT_NE(proxy, nullptr);

@@ -2,14 +2,13 @@
 
 #include "Oxa/System/Commons/Types.hpp"
 #include "Oxa/System/Rsc/Internal/Wire/Bus.hpp"
+#include "Support/UnixSocket.hpp"
 
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <mutex>
 #include <string_view>
@@ -24,15 +23,10 @@ namespace Oxa::Tests
 class FakePeer final
 {
 public:
-    explicit FakePeer(const BasicString& path)
-        : listening(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)), waking(eventfd(0, EFD_CLOEXEC))
+    explicit FakePeer(const BasicString& path) : waking(eventfd(0, EFD_CLOEXEC))
     {
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        std::copy(path.begin(), path.end(), address.sun_path);
         unlink(path.c_str());
-        isListening = bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-                      listen(listening, 32) == 0;
+        listening = Support::ListenAt(path);
         thread = std::thread([this] { Run(); });
     }
 
@@ -53,7 +47,11 @@ public:
         eventfd_write(waking, 1);
     }
 
-    std::atomic<bool> isListening = false;
+    [[nodiscard]] bool IsListening() const
+    {
+        return listening >= 0;
+    }
+
     /// Closes connections at once.
     std::atomic<bool> isRefusing = false;
     std::atomic<bool> isReleasing = false;
@@ -242,7 +240,7 @@ private:
         }
     }
 
-    const int listening;
+    int listening = -1;
     const int waking;
     std::mutex mutex;
     BasicString providerName = "Oxa.Tests";

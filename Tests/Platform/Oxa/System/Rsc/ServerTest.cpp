@@ -6,10 +6,9 @@
 #include "Support/LogRecorder.hpp"
 #include "Support/Possessions.hpp"
 #include "Support/TemporaryFolder.hpp"
+#include "Support/UnixSocket.hpp"
 
 #include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -25,31 +24,6 @@ namespace
 
 using namespace System::Rsc;
 using System::Commons::FileDescriptor;
-
-sockaddr_un MakeAddress(const BasicString& path)
-{
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::copy(path.begin(), path.end(), std::begin(address.sun_path));
-    return address;
-}
-
-int BindSocket(const BasicString& path, bool isListening)
-{
-    const int made = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const sockaddr_un address = MakeAddress(path);
-    EXPECT_EQ(bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    EXPECT_TRUE(!isListening || listen(made, 4) == 0);
-    return made;
-}
-
-int Connect(const BasicString& path)
-{
-    const int made = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const sockaddr_un address = MakeAddress(path);
-    EXPECT_EQ(connect(made, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    return made;
-}
 
 /// Whether the peer closes the connection.
 bool IsClosed(int descriptor)
@@ -219,7 +193,7 @@ TEST_F(Serving, EndsTheConnectionThatSendsGarbageAndNoOther)
     for (const bool isAuthenticated : {true, false})
     {
         BusCaller hostile(address);
-        const int connection = isAuthenticated ? hostile.GetDescriptor() : Connect(path);
+        const int connection = isAuthenticated ? hostile.GetDescriptor() : Support::MakeUnixSocket(&connect, path);
         EXPECT_EQ(hostile.Echo(1), 1U);
         EXPECT_GT(write(connection, garbage.data(), garbage.size()), 0);
         EXPECT_TRUE(IsClosed(connection)) << isAuthenticated;
@@ -246,18 +220,18 @@ TEST_F(Serving, TakesOverAListeningSocketAndNothingElse)
     RscServerConfiguration configuration;
     configuration.users = {{std::to_string(getuid()), true}};
     {
-        const RscServer taking(configuration, FileDescriptor(BindSocket(path, true)));
+        const RscServer taking(configuration, FileDescriptor(Support::ListenAt(path)));
         BusCaller caller(address);
         EXPECT_EQ(caller.Echo(1), 1U);
     }
     EXPECT_TRUE(std::filesystem::exists(path)) << "it was made by another process";
-    EXPECT_THROW(RscServer(configuration, FileDescriptor(BindSocket(folder.GetPath("mute"), false))),
+    EXPECT_THROW(RscServer(configuration, FileDescriptor(Support::MakeUnixSocket(&bind, folder.GetPath("mute")))),
                  System::Commons::InvalidOperationException);
 }
 
 TEST_F(Serving, ReplacesOnlyASocketWithoutAListener)
 {
-    close(BindSocket(path, false));
+    close(Support::MakeUnixSocket(&bind, path));
     Start();
     BusCaller caller(address);
     EXPECT_EQ(caller.Echo(1), 1U);
