@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Benchmarks/RefreshValues.hpp"
-#include "Device/Sources/SensorSource.hpp"
+#include "Device/Sources/BoardTemperatureSource.hpp"
 
 #include <fcntl.h>
 #include <sys/statvfs.h>
@@ -187,7 +187,9 @@ class PcFloor final
 public:
     explicit PcFloor(std::size_t coreCount) : common("", coreCount)
     {
-        if (const auto sensors = Sources::FindTemperatureSensors(Machine::MachineRoot("/"), 1); !sensors.empty())
+        const auto sensors =
+            Sources::FindTemperatureSensors(Machine::MachineRoot("/"), 1, Device::Linux::Items::ReadPass::Begin());
+        if (!sensors.empty())
         {
             temperatureFile = std::make_unique<BareFile>(Sources::FindSensor(sensors.front()).path);
         }
