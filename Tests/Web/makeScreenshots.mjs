@@ -40,9 +40,17 @@ function makeHistory({ searchParams }) {
   return { key, unit: "", start, stepMilliseconds: step, ...values };
 }
 
+async function installClock(page) {
+  await page.clock.install({ time });
+  page.inProgress = 0;
+  page.on("request", () => page.inProgress++);
+  page.on("requestfinished", () => page.inProgress--);
+  page.on("requestfailed", () => page.inProgress--);
+}
+
 /** The page's clock stands, and goes on only with `goOn`. */
 async function prepare(page) {
-  await page.clock.install({ time });
+  await installClock(page);
   await page.clock.pauseAt(time + 1_000);
   const payload = (each) => ({ json: { errorCode: "", resultKind: 1, payload: each } });
   await page.route("**/GetDataSection?SectionName=DateTime", async (route) => {
@@ -53,10 +61,6 @@ async function prepare(page) {
   await page.route("**/GetHistory?*", (route) =>
     route.fulfill(payload(makeHistory(new URL(route.request().url())))),
   );
-  page.inProgress = 0;
-  page.on("request", () => page.inProgress++);
-  page.on("requestfinished", () => page.inProgress--);
-  page.on("requestfailed", () => page.inProgress--);
 }
 
 const stepMilliseconds = 100;
@@ -81,7 +85,8 @@ async function take(file, options, show = () => undefined) {
 }
 
 try {
-  await take("log-in", { viewport: desktop });
+  // It shows no time, and comes only once the page's clock has gone on.
+  await take("log-in", { prepare: installClock });
   await take("overview-light", { user: "engineer", colorScheme: "light" });
   await take("overview-dark", { user: "engineer", colorScheme: "dark" });
   await take("overview-phone", { user: "engineer", viewport: phone, hasTouch: true, isMobile: true });
