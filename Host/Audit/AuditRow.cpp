@@ -41,7 +41,6 @@ std::string_view GetUsualOutcome(NotificationKind kind) noexcept
     case NotificationKind::LogInFailed:
     case NotificationKind::CommandFailed:
     case NotificationKind::PasswordConfirmationFailed:
-    case NotificationKind::ModuleFailed:
     case NotificationKind::ServiceLost:
     case NotificationKind::HostCrashed:
     case NotificationKind::AuditNotWritable:

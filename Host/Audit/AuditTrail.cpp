@@ -35,7 +35,6 @@ bool IsAwaited(NotificationKind kind) noexcept
 {
     switch (kind)
     {
-    case NotificationKind::ModuleFailed:
     case NotificationKind::ModuleStateChanged:
     case NotificationKind::ServiceBack:
     case NotificationKind::ServiceLost:

@@ -33,7 +33,6 @@ export const knownActions = [
   "LogInThrottled",
   "LoggedIn",
   "LoggedOut",
-  "ModuleFailed",
   "ModuleStateChanged",
   "PasswordConfirmationFailed",
   "PasswordConfirmed",

@@ -26,7 +26,6 @@ enum class NotificationKind : uint16
     UserAdded = 10,
     UserRemoved = 11,
     UserChanged = 12,
-    ModuleFailed = 14,
     ServiceLost = 15,
     ServiceBack = 16,
     /// A request that changes something, sent by a page of another site.

@@ -30,7 +30,6 @@ constexpr std::pair<NotificationKind, std::string_view> kindNames[] = {
     {NotificationKind::UserAdded, "UserAdded"},
     {NotificationKind::UserRemoved, "UserRemoved"},
     {NotificationKind::UserChanged, "UserChanged"},
-    {NotificationKind::ModuleFailed, "ModuleFailed"},
     {NotificationKind::ServiceLost, "ServiceLost"},
     {NotificationKind::ServiceBack, "ServiceBack"},
     {NotificationKind::CrossOriginRefused, "CrossOriginRefused"},
