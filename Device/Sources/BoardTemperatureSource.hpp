@@ -21,9 +21,9 @@ namespace Oxa::Device::Linux::Sources
 [[nodiscard]] std::vector<SensorAddress> FindTemperatureSensors(const Machine::MachineRoot& root,
                                                                 std::size_t maximumCount, const Items::ReadPass& pass);
 
-/// The best of these sensors, as a Real64 in degrees Celsius, chosen when the source is made. As long as there is none,
-/// because its driver is loaded later for instance, a read chooses again: 1 s after the first choice, then after pauses
-/// that double up to a minute. What was found is kept. Threads: safe from several threads.
+/// The best of these sensors, as a Real64 in degrees Celsius, chosen when the source is made. While the machine has no
+/// sensor, for instance because its driver is loaded later, a read searches again: 1 s after the first search, then
+/// after pauses that double up to a minute. A sensor that was found is kept. Threads: safe from several threads.
 class BoardTemperatureSource final : public Items::IItemSource
 {
 public:
@@ -36,7 +36,7 @@ public:
     [[nodiscard]] Items::ItemOrigin GetOrigin() const noexcept override;
 
 private:
-    /// Null when there is none, or the next choice is not due.
+    /// Null while no sensor was found, also when the next search is not due yet.
     [[nodiscard]] SensorSource* Choose(const Items::ReadPass& pass);
     [[nodiscard]] SensorSource* GetChosen() const noexcept;
 

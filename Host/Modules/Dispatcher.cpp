@@ -66,8 +66,8 @@ BasicString FindErrorCode(std::string_view body)
     return {};
 }
 
-/// Of a command whose module returned this error code. A module that did not wait for the command's end says so with
-/// the code "timed out".
+/// The outcome of a command, by the error code of the module's response. "timed out" means that the module did not wait
+/// for the end of the command.
 std::string_view GetOutcome(std::string_view errorCode) noexcept
 {
     return errorCode.empty() ? "success" : errorCode == "timed out" ? "unknown" : "failure";
